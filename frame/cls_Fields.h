@@ -10,7 +10,7 @@
 /// One stored field: its name and the member that holds it. The member's type says how it is stored.
 template<class Class, class Value> struct cls_Field {
   const char* name;
-  Value Class::* member;
+  Value Class::*member;
 };
 template<class Class, class Value> cls_Field(const char*, Value Class::*) -> cls_Field<Class, Value>;
 
@@ -23,7 +23,8 @@ template<class... Fields> struct cls_Fields {
 /// Fields of a base class followed by those of the derived one.
 template<class... Base, class... Own>
 constexpr auto operator+(const cls_Fields<Base...>& base, const cls_Fields<Own...>& own) {
-  return std::apply([](auto... field) { return cls_Fields{field...}; }, std::tuple_cat(base.fields, own.fields));
+  return std::apply([](auto... field) { return cls_Fields{field...}; },
+                    std::tuple_cat(base.fields, own.fields));
 }
 
 /// How a member of a type is stored: attribute type, class of its elements, reading and writing.
@@ -32,7 +33,9 @@ template<class Value> struct cls_FieldKind;
 template<class Value, cls_AttributeType type, auto get, auto put> struct cls_PlainKind {
   static constexpr cls_AttributeType kType = type;
   static unsigned ElemTypeId() { return 1; }
-  static void Read(const cls_ReadVisitor& visitor, const char* name, Value& value) { value = (visitor.*get)(name); }
+  static void Read(const cls_ReadVisitor& visitor, const char* name, Value& value) {
+    value = (visitor.*get)(name);
+  }
   static void Write(const cls_WriteVisitor& visitor, const char* name, const Value& value) {
     (visitor.*put)(name, value);
   }
@@ -42,18 +45,19 @@ template<>
 struct cls_FieldKind<int>
     : cls_PlainKind<int, cls_AttributeType::Int, &cls_ReadVisitor::GetInt, &cls_WriteVisitor::PutInt> {};
 template<>
-struct cls_FieldKind<unsigned>
-    : cls_PlainKind<unsigned, cls_AttributeType::Uint, &cls_ReadVisitor::GetUint, &cls_WriteVisitor::PutUint> {};
+struct cls_FieldKind<unsigned> : cls_PlainKind<unsigned, cls_AttributeType::Uint, &cls_ReadVisitor::GetUint,
+                                               &cls_WriteVisitor::PutUint> {};
 template<>
 struct cls_FieldKind<bool>
     : cls_PlainKind<bool, cls_AttributeType::Bool, &cls_ReadVisitor::GetBool, &cls_WriteVisitor::PutBool> {};
 template<>
 struct cls_FieldKind<double>
-    : cls_PlainKind<double, cls_AttributeType::Double, static_cast<cls_GetDouble>(&cls_ReadVisitor::GetDouble),
-                    &cls_WriteVisitor::PutDouble> {};
+    : cls_PlainKind<double, cls_AttributeType::Double,
+                    static_cast<cls_GetDouble>(&cls_ReadVisitor::GetDouble), &cls_WriteVisitor::PutDouble> {};
 template<>
-struct cls_FieldKind<cow_String> : cls_PlainKind<cow_String, cls_AttributeType::String, &cls_ReadVisitor::GetString,
-                                                 &cls_WriteVisitor::PutString> {};
+struct cls_FieldKind<cow_String> : cls_PlainKind<cow_String, cls_AttributeType::String,
+                                                 &cls_ReadVisitor::GetString, &cls_WriteVisitor::PutString> {
+};
 
 /// Enumerations: stored as their text; a value outside the table is refused here and nowhere earlier.
 template<omu_HasTable Enum> struct cls_FieldKind<Enum> {
@@ -69,8 +73,8 @@ template<omu_HasTable Enum> struct cls_FieldKind<Enum> {
 
 /// Values that read and write themselves: containers (kStoredAs) and embedded persistent objects (TypeId).
 template<class Value>
-  requires(requires { Value::kStoredAs; } || requires { Value::TypeId(); })
-struct cls_FieldKind<Value> {
+requires(
+    requires { Value::kStoredAs; } || requires { Value::TypeId(); }) struct cls_FieldKind<Value> {
   static constexpr cls_AttributeType TypeOf() {
     if constexpr (requires { Value::kStoredAs; })
       return Value::kStoredAs;
@@ -117,8 +121,8 @@ void cls_ReadFields(const cls_ReadVisitor& visitor, Class& object, const cls_Fie
 
 /// Writes an object when it is to be written. The uid must be the object's own member.
 template<class Class, class... Fields>
-void cls_WriteFields(const cls_WriteVisitor& visitor, unsigned typeId, const cls_Uid& uid, const Class& object,
-                     const cls_Fields<Fields...>& list) {
+void cls_WriteFields(const cls_WriteVisitor& visitor, unsigned typeId, const cls_Uid& uid,
+                     const Class& object, const cls_Fields<Fields...>& list) {
   if (visitor.StartWrite(typeId, uid) == 0) return;
   const auto write = [&]<class Owner, class Value>(const cls_Field<Owner, Value>& field) {
     cls_FieldKind<Value>::Write(visitor, field.name, object.*field.member);

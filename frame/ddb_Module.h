@@ -27,4 +27,6 @@ bool ddb_Initialize(omi_CallCounter& counter, const ddb_Module& module, int& tal
 bool ddb_Finalize(omi_CallCounter& counter, int& tally);
 
 /// Type identifier of a class: the component in the high half, the ordinal in the low one.
-constexpr unsigned ddb_TypeId(unsigned short component, unsigned ordinal) { return component * 65536U + ordinal; }
+constexpr unsigned ddb_TypeId(unsigned short component, unsigned ordinal) {
+  return component * 65536U + ordinal;
+}

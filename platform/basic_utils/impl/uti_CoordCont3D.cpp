@@ -10,7 +10,9 @@ void CheckTriples(std::size_t numbers) {
 }
 } // namespace
 
-uti_CoordCont3D::uti_CoordCont3D(cow_ArrayCOW<float> xyz) : xyz_(std::move(xyz)) { CheckTriples(xyz_.Size()); }
+uti_CoordCont3D::uti_CoordCont3D(cow_ArrayCOW<float> xyz) : xyz_(std::move(xyz)) {
+  CheckTriples(xyz_.Size());
+}
 
 uti_CoordCont3D::uti_CoordCont3D(const cls_ReadVisitor& visitor) : xyz_(visitor.GetArray<float>()) {
   CheckTriples(xyz_.Size());
@@ -58,7 +60,7 @@ void uti_CoordCont3D::Append(const uti_CoordCont3D& other) {
   if (IsEmpty())
     xyz_ = other.xyz_;
   else
-    xyz_.Append(cow_ArrayCOW<float>(other.xyz_).Const());
+    xyz_.Append(cow_ArrayCOW<float>(other.xyz_).Const()); // a handle of its own: `other` may be this one
 }
 
 bool uti_CoordCont3D::Remove(std::size_t i) {

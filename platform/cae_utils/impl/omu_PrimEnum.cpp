@@ -16,7 +16,8 @@ cow_String Permissible(omu_EnumEntries table) {
 
 int Find(omu_EnumEntries table, const cow_String& text, const char* message, int line) {
   if (const auto* entry = omu_FindValue(table, text)) return entry->value;
-  nex_Exception::Throw(omu_ValueErrorException(atr_Format(message, {text, Permissible(table)})), kSource, line);
+  nex_Exception::Throw(omu_ValueErrorException(atr_Format(message, {text, Permissible(table)})), kSource,
+                       line);
 }
 } // namespace
 

@@ -11,7 +11,8 @@ void dbc_OldClassVersion::TablesToRename(dbc_DatabaseConverter&) {}
 dbc_TabledOldVersion::~dbc_TabledOldVersion() = default;
 
 void dbc_TabledOldVersion::InitializeMetadata(cls_ClassRegistrar& registrar) {
-  cls_ClassMetadata& record = registrar.CreateClassMD(layout_.className, layout_.typeId, layout_.version, nullptr, 1);
+  cls_ClassMetadata& record =
+      registrar.CreateClassMD(layout_.className, layout_.typeId, layout_.version, nullptr, 1);
   for (const dbc_OldField& field : layout_.fields)
     record.AddAttribute(field.name, field.type, field.elemTypeId, field.collection);
   record.SetSuccessor(layout_.successor, layout_.convert);
@@ -37,7 +38,8 @@ void dbc_OldClassRegistrar::Register(cow_CountedHld<dbc_OldClassVersion>* versio
 void dbc_OldClassRegistrar::Describe(cls_ClassRegistrar& registrar) {
   std::vector<Entry> fresh(entries_.begin() + static_cast<std::ptrdiff_t>(described_), entries_.end());
   described_ = entries_.size();
-  std::stable_sort(fresh.begin(), fresh.end(), [](const Entry& a, const Entry& b) { return a.rank < b.rank; });
+  std::stable_sort(fresh.begin(), fresh.end(),
+                   [](const Entry& a, const Entry& b) { return a.rank < b.rank; });
   for (const Entry& entry : fresh) {
     entry.version->InitializeMetadata(registrar);
     entry.version->SchemaChanges(converter_);

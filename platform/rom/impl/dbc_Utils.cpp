@@ -2,10 +2,12 @@
 
 #include <cstring>
 
-void dbc_Utils::SetObj(dbc_Row& row, std::string_view field, long long object) const { row.Set(field, object); }
+void dbc_Utils::SetObj(dbc_Row& row, std::string_view field, long long object) const {
+  row.Set(field, object);
+}
 
-std::vector<std::pair<long long, long long>> dbc_Utils::GetAttributeMapFromInputDatabase(
-    const dbc_Row& row, std::string_view field) const {
+std::vector<std::pair<long long, long long>>
+dbc_Utils::GetAttributeMapFromInputDatabase(const dbc_Row& row, std::string_view field) const {
   std::vector<std::pair<long long, long long>> result;
   const cls_Cell* cell = row.Find(field);
   const auto* blob = cell ? std::get_if<cls_Blob>(cell) : nullptr;
@@ -27,7 +29,8 @@ void dbc_Utils::SetNewAttributeListInOutputDatabase(dbc_Row& row, std::string_vi
 }
 
 void dbc_Utils::SetNewAttributeArrayDoubleInOutputDatabase(dbc_Row& row, std::string_view field,
-                                                           std::span<const double> values, unsigned width) const {
+                                                           std::span<const double> values,
+                                                           unsigned width) const {
   row.SetDoubles(field, values, width);
 }
 

@@ -65,7 +65,9 @@ public:
   // make
   cls_xp2DArray() = default;
   /// Whole rows of `columns` numbers; throws nex_AssertionException when they are not.
-  cls_xp2DArray(std::size_t columns, cow_ArrayCOW<T> values) : values_(std::move(values)) { SetColumns(columns); }
+  cls_xp2DArray(std::size_t columns, cow_ArrayCOW<T> values) : values_(std::move(values)) {
+    SetColumns(columns);
+  }
   explicit cls_xp2DArray(const cls_ReadVisitor& visitor) {
     unsigned width = 0;
     values_ = visitor.GetArray<T>(&width);
@@ -119,7 +121,9 @@ public:
   void DBWrite(const cls_WriteVisitor& visitor) const {
     visitor.PutTexts(std::vector<cow_String>(texts_.begin(), texts_.end()));
   }
-  friend bool operator==(const cls_xpListString& a, const cls_xpListString& b) { return a.texts_ == b.texts_; }
+  friend bool operator==(const cls_xpListString& a, const cls_xpListString& b) {
+    return a.texts_ == b.texts_;
+  }
 
 private:
   cow_List<cow_String> texts_;

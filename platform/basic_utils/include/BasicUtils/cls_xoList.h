@@ -5,10 +5,12 @@
 
 /// A value of three floats in a row, stored as such.
 template<class T>
-concept cls_IsFloatTriple = std::is_trivially_copyable_v<T> && sizeof(T) == 3 * sizeof(float) && requires { typename T::FloatTriple; };
+concept cls_IsFloatTriple = std::is_trivially_copyable_v<T> && sizeof(T) == 3 * sizeof(float) && requires {
+  typename T::FloatTriple;
+};
 
-/// Stored list of objects with an identity of its own: made empty it has a fresh one, assignment takes over the
-/// source's. Persistent classes are embedded one by one; triples of floats are stored as one array.
+/// Stored list of objects with an identity of its own: made empty it has a fresh one, assignment takes over
+/// the source's. Persistent classes are embedded one by one; triples of floats are stored as one array.
 template<class T> class cls_xoList {
 public:
   static constexpr cls_AttributeType kStoredAs =

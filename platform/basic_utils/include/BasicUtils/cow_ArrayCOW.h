@@ -1,6 +1,7 @@
 // cow_ArrayCOW.h: flat shared array, copied when it is changed
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <memory>
@@ -40,6 +41,20 @@ public:
     buffer_->size = old + values.size();
     buffer_->stamp = {};
     std::copy(values.begin(), values.end(), buffer_->data.get() + old);
+  }
+  void Reserve(std::size_t) {}
+  void Resize(std::size_t n) {
+    const std::size_t old = Size();
+    if (!buffer_ || buffer_.use_count() > 1 || n > buffer_->capacity) Reallocate(n, n);
+    buffer_->size = n;
+    buffer_->stamp = {};
+    if (n > old) std::memset(buffer_->data.get() + old, 0, (n - old) * sizeof(T));
+  }
+  void Remove(std::size_t first, std::size_t count) {
+    auto all = Modify();
+    std::copy(all.begin() + static_cast<long>(first + count), all.end(),
+              all.begin() + static_cast<long>(first));
+    buffer_->size -= count;
   }
   const cow_ArrayStamp& Stamp() const {
     static const cow_ArrayStamp none;

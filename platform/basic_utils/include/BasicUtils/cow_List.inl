@@ -76,7 +76,7 @@ template<class T> auto cow_List<T>::OwnBlock(unsigned block) -> Block& {
   const auto [lo, hi] = Live(block);
   if (!slot) {
     slot = Block::Make(Mask() + 1, lo);
-  } else if (false) {
+  } else if (slot->IsShared()) {
     Block* const copy = Block::Copy(*slot, lo, hi);
     Block::Release(std::exchange(slot, copy));
   } else {

@@ -29,7 +29,8 @@ public:
   std::span<const float> Const() const noexcept { return xyz_.Const(); }
   const cow_ArrayCOW<float>& Values() const noexcept { return xyz_; }
   void DBWrite(const cls_WriteVisitor& visitor) const { visitor.PutArray(xyz_, 3); }
-  friend CORE_GEOMETRY_PLATFORM_API bool operator==(const uti_CoordCont3D& a, const uti_CoordCont3D& b) noexcept;
+  friend CORE_GEOMETRY_PLATFORM_API bool operator==(const uti_CoordCont3D& a,
+                                                    const uti_CoordCont3D& b) noexcept;
 
   // change
   bool SetCoord(std::size_t i, float x, float y, float z);

@@ -18,7 +18,8 @@ public:
   // make
   mdl_MapInt2ObjCow() : map_(new Map) {}
   explicit mdl_MapInt2ObjCow(const cls_ReadVisitor& visitor) : map_(new Map) {
-    for (auto& [key, object] : visitor.GetObjectMap<T>()) map_.Modify().emplace(key, cow_COW<T>(std::move(object)));
+    for (auto& [key, object] : visitor.GetObjectMap<T>())
+      map_.Modify().emplace(key, cow_COW<T>(std::move(object)));
   }
 
   // ask

@@ -40,6 +40,6 @@ class CORE_GEOMETRY_PLATFORM_API omu_ShortcutBase {
 public:
   virtual ~omu_ShortcutBase();
   virtual bool IsDefined() const = 0;
-  virtual cow_String Path() const = 0;          ///< empty when undefined
-  virtual unsigned TargetTypeId() const = 0;    ///< class that the path leads to, 0 when it is a container
+  virtual cow_String Path() const = 0;       ///< empty when undefined
+  virtual unsigned TargetTypeId() const = 0; ///< class that the path leads to, 0 when it is a container
 };

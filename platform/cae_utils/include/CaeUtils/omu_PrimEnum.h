@@ -14,7 +14,9 @@ struct omu_EnumEntry {
 template<class Enum> struct omu_EnumTable;
 
 template<class E>
-concept omu_HasTable = std::is_enum_v<E> && requires { omu_EnumTable<E>::entries; };
+concept omu_HasTable = std::is_enum_v<E> && requires {
+  omu_EnumTable<E>::entries;
+};
 
 /// A text or value outside an enumeration's table.
 class CORE_GEOMETRY_PLATFORM_API omu_ValueErrorException : public nex_Exception {
@@ -35,7 +37,8 @@ using omu_EnumEntries = std::span<const omu_EnumEntry>;
 /// Text of a value, null when it is outside the table.
 CORE_GEOMETRY_PLATFORM_API const char* omu_FindText(omu_EnumEntries table, int value) noexcept;
 /// First entry with exactly that text, null when there is none.
-CORE_GEOMETRY_PLATFORM_API const omu_EnumEntry* omu_FindValue(omu_EnumEntries table, std::string_view text) noexcept;
+CORE_GEOMETRY_PLATFORM_API const omu_EnumEntry* omu_FindValue(omu_EnumEntries table,
+                                                              std::string_view text) noexcept;
 
 /// Validating look-ups behind omu_PrimEnum; each throws omu_ValueErrorException with the message of its form.
 CORE_GEOMETRY_PLATFORM_API int omu_ReadValue(omu_EnumEntries table, const cls_ReadVisitor& visitor);
@@ -49,7 +52,8 @@ CORE_GEOMETRY_PLATFORM_API int omu_CheckedValue(omu_EnumEntries table, int value
 /// Stored as  the text
 template<class Enum, int = 1> class omu_PrimEnum : public omu_PrimEnumBase {
 public:
-  explicit omu_PrimEnum(const cls_ReadVisitor& visitor) : value_(static_cast<Enum>(omu_ReadValue(Table(), visitor))) {}
+  explicit omu_PrimEnum(const cls_ReadVisitor& visitor)
+      : value_(static_cast<Enum>(omu_ReadValue(Table(), visitor))) {}
   explicit omu_PrimEnum(const cow_String& text) : value_(static_cast<Enum>(omu_ValueOfText(Table(), text))) {}
   explicit omu_PrimEnum(const omu_PrimEnumBase& other)
       : value_(static_cast<Enum>(omu_ValueOfPrim(Table(), other))) {}

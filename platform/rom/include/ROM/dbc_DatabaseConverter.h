@@ -18,8 +18,8 @@ private:
   dbc_ConversionFunction function_ = nullptr;
 };
 
-/// Upgrades that were declared for one release. Name and release are kept as they were given: stored databases
-/// were converted under these keys.
+/// Upgrades that were declared for one release. Name and release are kept as they were given: stored
+/// databases were converted under these keys.
 class dbc_Converter {
 public:
   struct Key {

@@ -30,9 +30,9 @@ struct dbc_OldLayout {
   const char* className;
   unsigned typeId;
   int version;
-  int successor;             ///< version that it is converted into
-  int release;               ///< converter that declares the upgrade
-  const char* upgradeName;   ///< class name under which the upgrade is declared
+  int successor;           ///< version that it is converted into
+  int release;             ///< converter that declares the upgrade
+  const char* upgradeName; ///< class name under which the upgrade is declared
   std::span<const dbc_OldField> fields;
   dbc_ConversionFunction convert = nullptr;
 };

@@ -18,6 +18,6 @@ public:
                                            std::span<const long long> objects) const;
   void SetNewAttributeArrayDoubleInOutputDatabase(dbc_Row& row, std::string_view field,
                                                   std::span<const double> values, unsigned width = 1) const;
-  void SetNewAttributeArrayIntInOutputDatabase(dbc_Row& row, std::string_view field, std::span<const int> values,
-                                               unsigned width = 1) const;
+  void SetNewAttributeArrayIntInOutputDatabase(dbc_Row& row, std::string_view field,
+                                               std::span<const int> values, unsigned width = 1) const;
 };
