@@ -2,6 +2,7 @@
 #pragma once
 
 #include <BasicUtils/cls_ClassRegistrar.h>
+#include <BasicUtils/omi_Singleton.h>
 
 /// Describes one class to the registry.
 using cls_MetadataFunction = void (*)(cls_ClassRegistrar&);
