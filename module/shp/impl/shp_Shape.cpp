@@ -7,17 +7,17 @@
 #include <utility>
 
 namespace {
-std::string Flag(bool value) { return value ? "T" : "F"; }
+const char* Flag(bool value) { return value ? "T" : "F"; }
 
 /// Values as they stand on one line of the members' printout.
 atr_String Join(std::initializer_list<int> values) {
   atr_String text;
-  for (const int value : values) text += (text.empty() ? "" : ", ") + std::to_string(value);
+  for (const int value : values) text += atr_Format(text.empty() ? "%d" : ", %d", {value});
   return text;
 }
 atr_String JoinFlags(std::initializer_list<bool> flags) {
   atr_String text;
-  for (const bool flag : flags) text += (text.empty() ? "" : ", ") + Flag(flag);
+  for (const bool flag : flags) text.append(text.empty() ? "" : ", ").append(Flag(flag));
   return text;
 }
 
@@ -62,11 +62,12 @@ void shp_Shape::PrintMembersInTable(aio_ostream& stream) const {
   atr_String row = atr_Format("%d %d %2d %2d ", {NumGeomDims(), NumSpatialDims(), NumNodes(), NumIntPts()});
   for (const int count :
        {NumFaces(), MaxEdgesPerFace(), MaxNodesPerFace(), MaxNodesPerEdge(), MaxIntPtsPerFace()})
-    row += std::to_string(count) + " ";
+    row += atr_Format("%d ", {count});
   for (const bool flag : {IsAxiSymmetric(), IsInteraction(), IsInternal(), IsSurface(), IsRigid(),
                           HasResults(), IsSweepable(), IsExtrudable(), IsAnalyticalRigidSurface()})
-    row += Flag(flag) + " ";
-  row += std::to_string(InterpOrder()) + " ";
-  for (const bool flag : {IsTwistedElement(), IsCaxaElement(), HasFlag73()}) row += Flag(flag) + " ";
+    row.append(Flag(flag)).append(" ");
+  row += atr_Format("%d ", {InterpOrder()});
+  for (const bool flag : {IsTwistedElement(), IsCaxaElement(), HasFlag73()})
+    row.append(Flag(flag)).append(" ");
   shp_WriteLine(stream, row);
 }
