@@ -7,15 +7,15 @@
 #include <CoreUtils/aio_ostream.h>
 #include <CoreUtils/cow_String.h>
 #include <memory>
-#include <string_view>
-#include <unordered_map>
+
+class shp_LabelIndex;
 
 /// All element labels, and the shapes made of them so far.
 ///
 /// Use thr_ThreadSingleton<shp_ShapeDictionary>::Instance(): each thread has its own dictionary and its own
 /// shapes, destroyed with the thread or by the finaliser at kDestructLevel, whichever comes first.
-/// Cost       GetShape is one hash look-up; it allocates only when it makes a shape or a label has more than
-///            15 letters. Construction enters every label.
+/// Cost       GetShape is one hash look-up, and allocates only when it makes a shape.
+///            Construction enters every label.
 /// Threads    one thread only, questions included: they make shapes.
 class CORE_GEOMETRY_API shp_ShapeDictionary {
 public:
@@ -41,14 +41,10 @@ public:
   void PrintAllShapes(aio_ostream& stream) const;
 
 private:
-  struct Entry {
-    const LongKey* key;
-    const shp_Shape* shape; ///< null until asked for
-  };
   const shp_Shape& ShapeOf(const cow_String& registered) const { return *GetShape(registered); }
 
   omi_Btree<cow_String, LongKey> labelTable_;
   mutable omi_Btree<cow_String, std::unique_ptr<const shp_Shape>> shapeCache_;
-  mutable std::unordered_map<std::string_view, Entry> index_; ///< over the texts of labelTable_
+  std::unique_ptr<shp_LabelIndex> index_; ///< over labelTable_
   mutable int numShapes_ = 0;
 };

@@ -1,5 +1,6 @@
 #include <CoreGeometry/shp_ShapeDictionary.h>
 
+#include "shp_LabelIndex.h"
 #include "shp_LabelTable.h"
 #include "shp_Print.h"
 
@@ -66,23 +67,20 @@ constexpr const char* kScriptTail[] = {
 
 shp_ShapeDictionary::shp_ShapeDictionary() {
   shp_RegisterLabels(labelTable_);
-  index_.reserve(labelTable_.size());
-  for (const auto& [label, key] : labelTable_) index_.emplace(label, Entry{&key, nullptr});
+  index_ = std::make_unique<shp_LabelIndex>(labelTable_);
 }
 
 shp_ShapeDictionary::~shp_ShapeDictionary() = default;
 
 const shp_Shape* shp_ShapeDictionary::GetShape(const cow_String& label) const {
-  const cow_String upper = cow_ToUpper(label);
-  const auto found = index_.find(upper);
-  if (found == index_.end()) return nullptr;
-  Entry& entry = found->second;
-  if (!entry.shape) {
-    auto made = std::make_unique<const shp_Shape>(upper, *entry.key, numShapes_);
-    entry.shape = shapeCache_.emplace(upper, std::move(made)).first->second.get();
+  shp_LabelIndex::Entry* entry = index_->Find(label);
+  if (!entry) return nullptr;
+  if (!entry->shape) {
+    auto made = std::make_unique<const shp_Shape>(*entry->label, *entry->key, numShapes_);
+    entry->shape = shapeCache_.emplace(*entry->label, std::move(made)).first->second.get();
     ++numShapes_;
   }
-  return entry.shape;
+  return entry->shape;
 }
 
 void shp_ShapeDictionary::PrintShapeTable(aio_ostream& stream) const {
