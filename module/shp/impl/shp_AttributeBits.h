@@ -23,7 +23,6 @@ inline constexpr int kCaxa = 65;        // axisymmetric with rings of nodes
 inline constexpr int kCylindrical = 66; // cubic about the axis
 inline constexpr int kExtrusion = 67;
 inline constexpr int kNodalIntegration = 68; // leaves the listed number of integration points
-inline constexpr int kPenalty = 69;          // picks a node pattern, nothing else
 inline constexpr int kCohesive = 70;
 inline constexpr int kContinuumShell = 71;
 inline constexpr int kFlag73 = 73;
