@@ -18,7 +18,7 @@ template<class T> struct cow_Virtual {
 /// Cost       copy O(1); Const() never copies; Modify() copies the object when it is shared.
 template<class T, class Policy = cow_Direct<T>> class cow_COW {
 public:
-  cow_COW() = default;                           ///< null
+  cow_COW() = default;                             ///< null
   explicit cow_COW(T* object) : object_(object) {} ///< takes ownership
   explicit cow_COW(cow_CountedHld<T> object) : object_(std::move(object)) {}
 

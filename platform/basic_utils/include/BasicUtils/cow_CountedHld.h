@@ -15,8 +15,8 @@ public:
   explicit cow_CountedHld(std::shared_ptr<T> object) noexcept : object_(std::move(object)) {}
   /// A handle of a derived class is a handle of its base.
   template<class D>
-    requires std::is_convertible_v<D*, T*>
-  cow_CountedHld(const cow_CountedHld<D>& other) noexcept : object_(other.Shared()) {}
+  requires std::is_convertible_v<D*, T*> cow_CountedHld(const cow_CountedHld<D>& other)
+  noexcept : object_(other.Shared()) {}
 
   // ask
   bool IsNull() const noexcept { return !object_; }

@@ -34,8 +34,7 @@ private:
         ~Finalised() { omi_SingletonRegistry::Withdraw(ticket); }
       };
       auto made = std::make_shared<Finalised>();
-      made->ticket =
-          omi_SingletonRegistry::Register([&slot] { slot.object.reset(); }, T::kDestructLevel);
+      made->ticket = omi_SingletonRegistry::Register([&slot] { slot.object.reset(); }, T::kDestructLevel);
       slot.object = std::shared_ptr<T>(made, &made->object);
     } else {
       slot.object = std::make_shared<T>();

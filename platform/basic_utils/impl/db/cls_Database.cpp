@@ -1,0 +1,183 @@
+#include "db_Reader.h"
+#include "db_Writer.h"
+
+#include <BasicUtils/cls_WritePass.h>
+#include <algorithm>
+
+cls_Database::cls_Database(std::unique_ptr<db_File> file) noexcept : file_(std::move(file)) {}
+cls_Database::cls_Database(cls_Database&&) noexcept = default;
+cls_Database& cls_Database::operator=(cls_Database&&) noexcept = default;
+cls_Database::~cls_Database() = default;
+
+cls_Database cls_Database::Create(const cow_String& file, const Options& options) {
+  return cls_Database(db_File::Create(file, options));
+}
+
+cls_Database cls_Database::Open(const cow_String& file, Mode mode) {
+  return cls_Database(db_File::Open(file, mode));
+}
+
+const cow_String& cls_Database::File() const noexcept { return file_->Connection().File(); }
+
+cow_List<cow_String> cls_Database::Roots() const {
+  const db_Reader session(*file_);
+  cow_List<cow_String> names;
+  const db_Use roots(file_->Statement("SELECT name FROM root ORDER BY name"));
+  while (roots->Step()) names.Append(cow_String(roots->Text(0)));
+  return names;
+}
+
+bool cls_Database::Has(const cow_String& root) const { return file_->FindRoot(root).has_value(); }
+
+unsigned cls_Database::TypeId(const cow_String& root) const {
+  const db_Reader session(*file_);
+  return file_->Load(file_->Root(root)).type->typeId;
+}
+
+std::vector<cls_Database::StoredClass> cls_Database::Classes() const {
+  const db_Reader session(*file_);
+  file_->LoadClasses();
+  std::vector<StoredClass> result;
+  for (const auto& type : file_->Classes()) {
+    db_Statement count(file_->Connection(), "SELECT count(*) FROM " + type->table);
+    count.Step();
+    bool outdated = false;
+    try {
+      outdated = !file_->RecordOf(*type).IsCurrent();
+    } catch (
+        const nex_TextException&) { // NOLINT(bugprone-empty-catch): an unknown class is listed all the same
+    }
+    result.push_back({type->name, type->typeId, type->version, count.Int(0), outdated});
+  }
+  return result;
+}
+
+bool cls_Database::IsOutdated() const {
+  for (const StoredClass& type : Classes())
+    if (type.outdated && type.objects > 0) return true;
+  return false;
+}
+
+long long cls_Database::FileSize() const {
+  return file_->Connection().Number("SELECT page_count * page_size FROM pragma_page_count, pragma_page_size");
+}
+
+std::shared_ptr<void> cls_Database::ReadRoot(const cow_String& root, unsigned typeId) const {
+  db_Reader session(*file_);
+  const long long row = file_->Root(root);
+  session.Expect(row);
+  return session.Read(row, typeId);
+}
+
+std::shared_ptr<void> cls_Database::ReadObject(const cls_Location& location, unsigned typeId) const {
+  db_Reader session(*file_);
+  return session.Read(location.row, typeId);
+}
+
+cls_Location cls_Database::Resolve(const cow_String& path) const {
+  db_Reader session(*file_);
+  return session.Resolve(path);
+}
+
+cls_ReadVisitor cls_Database::FieldVisitor(const cls_Location& location) const {
+  auto session = std::make_shared<db_Reader>(*file_);
+  auto place = session->PlaceOf(location);
+  place->session = std::move(session);
+  return cls_ReadVisitor(std::move(place));
+}
+
+void cls_Database::ReadRange(const cow_String& path, cls_ArrayKind kind, std::size_t first,
+                             std::span<std::byte> target, std::size_t elementSize) const {
+  db_Reader session(*file_);
+  const auto place = session.PlaceOf(session.Resolve(path));
+  const cls_Cell& cell = place->Cell();
+  const auto check = [&](std::size_t count) {
+    const std::size_t wanted = target.size() / elementSize;
+    if (first > count || wanted > count - first)
+      place->Fail("has " + std::to_string(count) + " numbers, not " + std::to_string(first) + " to "
+                  + std::to_string(first + wanted));
+  };
+  if (const auto* blob = std::get_if<cls_Blob>(&cell)) {
+    const auto bytes = cls_DecodeArray(*blob, kind);
+    check(bytes.size() / elementSize);
+    std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(first * elementSize), target.size(),
+                target.begin());
+    return;
+  }
+  const auto* id = std::get_if<long long>(&cell);
+  if (!id) place->Fail("is not an array");
+  const db_Array array = file_->LoadArray(*id);
+  if (array.kind != kind) place->Fail("is an array of another kind");
+  check(static_cast<std::size_t>(array.count));
+  if (!target.empty()) file_->ReadPart(array, elementSize, first, target);
+}
+
+long long cls_Database::Upgrade() {
+  db_Writer writer(*file_);
+  std::vector<std::pair<long long, unsigned>> outdated;
+  for (const auto& type : file_->Classes()) {
+    const auto& record = file_->RecordOf(*type);
+    if (record.IsCurrent()) continue;
+    db_Statement rows(file_->Connection(), "SELECT \"$object\" FROM " + type->table);
+    while (rows.Step()) outdated.emplace_back(rows.Int(0), type->typeId);
+  }
+  for (const auto& [row, typeId] : outdated) writer.Rewrite(row, typeId);
+  writer.Commit();
+  return static_cast<long long>(outdated.size());
+}
+
+void cls_Database::Compact() {
+  db_Connection& connection = file_->Connection();
+  connection.Execute("BEGIN IMMEDIATE");
+  connection.Execute("CREATE TEMP TABLE live AS WITH RECURSIVE live(id) AS (SELECT object FROM root "
+                     "UNION SELECT child FROM ref JOIN live ON parent = live.id "
+                     "UNION SELECT o.id FROM object o JOIN live ON o.owner = live.id) SELECT id FROM live;"
+                     "CREATE UNIQUE INDEX temp.live_id ON live(id);"
+                     "DELETE FROM ref WHERE parent NOT IN (SELECT id FROM live);"
+                     "DELETE FROM object WHERE id NOT IN (SELECT id FROM live);"
+                     "DROP TABLE live");
+  connection.Execute("COMMIT");
+  connection.Execute("VACUUM");
+}
+
+void cls_Database::Backup(const cow_String& file) const {
+  db_Connection target(file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+  if (target.Number("SELECT count(*) FROM sqlite_master") != 0)
+    throw nex_TextException(file + ": exists already");
+  sqlite3_backup* backup = sqlite3_backup_init(target.Handle(), "main", file_->Connection().Handle(), "main");
+  if (!backup) target.Fail(sqlite3_extended_errcode(target.Handle()));
+  const int code = sqlite3_backup_step(backup, -1);
+  sqlite3_backup_finish(backup);
+  if (code != SQLITE_DONE) target.Fail(code);
+}
+
+void cls_Database::SetBusyTimeout(int milliseconds) {
+  sqlite3_busy_timeout(file_->Connection().Handle(), milliseconds);
+}
+
+void cls_Database::UseMemoryMap(bool on) {
+  file_->Connection().Execute(on ? "PRAGMA mmap_size=1099511627776" : "PRAGMA mmap_size=0");
+}
+
+cls_WritePass::cls_WritePass(cls_Database& database)
+    : writer_(std::make_unique<db_Writer>(*database.file_)) {}
+cls_WritePass::~cls_WritePass() = default;
+void cls_WritePass::Remove(const cow_String& root) { writer_->Remove(root); }
+void cls_WritePass::Commit() { writer_->Commit(); }
+
+long long cls_WritePass::PutRow(unsigned typeId, int version, const cls_Row& row) {
+  return writer_->PutRow(nullptr, typeId, version, row);
+}
+
+long long cls_WritePass::PutRow(const cow_String& root, unsigned typeId, int version, const cls_Row& row) {
+  return writer_->PutRow(&root, typeId, version, row);
+}
+
+void cls_WritePass::PutReference(const cow_String& root, const void* object, WriteFunction write) {
+  writer_->Put(root, object, write);
+}
+
+void cls_WritePass::PutShared(const cow_String& root, std::shared_ptr<const void> object,
+                              WriteFunction write) {
+  writer_->PutShared(root, std::move(object), write);
+}

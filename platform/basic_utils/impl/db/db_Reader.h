@@ -1,0 +1,74 @@
+// db_Reader.h: reading objects: sharing within one session, conversion of old layouts
+#pragma once
+
+#include "db_File.h"
+
+struct db_ReadPlace;
+
+/// A row as the current program sees it: old layouts are converted already.
+struct db_Object {
+  const cls_ClassMetadata* record = nullptr;
+  long long id = 0;
+  cls_Uid uid;
+  std::vector<cls_Cell> cells; ///< in the record's order
+};
+
+/// One read session: a consistent view of the file, in which what was shared when written is shared again.
+class db_Reader {
+public:
+  explicit db_Reader(db_File& file);
+  ~db_Reader();
+  db_Reader(const db_Reader&) = delete;
+  db_Reader& operator=(const db_Reader&) = delete;
+
+  db_File& File() noexcept { return file_; }
+
+  /// The object of a row as `typeId`, which its class must be or derive from.
+  std::shared_ptr<void> Read(long long row, unsigned typeId);
+  /// The row with its layout brought up to date. `owner` is the row it must be embedded in, 0 for none.
+  std::shared_ptr<db_Object> LoadObject(long long row, long long owner, const cls_Row* parent = nullptr);
+  /// Where a shortcut leads.
+  cls_Location Resolve(std::string_view path);
+  std::shared_ptr<db_ReadPlace> PlaceOf(std::shared_ptr<db_Object> object);
+  std::shared_ptr<db_ReadPlace> PlaceOf(const cls_Location& location);
+
+  /// Announces how much will be read, for the progress shown to the host.
+  void Expect(long long root);
+  void Done(std::size_t bytes);
+
+  /// Guards against objects nested without end.
+  void Enter(long long row);
+  void Leave() noexcept { --depth_; }
+
+  /// Row of an object that this session has read, 0 when it has not.
+  long long RowOf(const void* object) const noexcept;
+
+private:
+  db_File& file_;
+  bool ownTransaction_;
+  struct Known {
+    std::shared_ptr<void> object; ///< null while it is being read
+    unsigned typeId;
+  };
+  std::map<long long, Known> objects_;
+  std::map<const void*, long long> rows_;
+  int depth_ = 0;
+  double expected_ = 0, done_ = 0;
+};
+
+/// What a read visitor stands for: an object, or a cell of one, or an element of a list cell.
+struct db_ReadPlace {
+  db_Reader* reader = nullptr;
+  std::shared_ptr<db_Reader> session; ///< keeps the reader alive when nobody else does
+  std::shared_ptr<db_Object> holder;  ///< the object itself, or the one that holds the cell
+  int cell = -1;                      ///< -1: the object itself
+  long long element = -1;
+  std::shared_ptr<db_ReadPlace> embedded; ///< the embedded object that the cell names, once asked for
+
+  /// "file: object 12 of gsl_Dot, field _point: what".
+  [[noreturn]] void Fail(const cow_String& what) const;
+  const cls_Cell& Cell() const;
+  int FieldIndex(std::string_view name) const;
+  /// The object whose fields are asked for.
+  db_ReadPlace& Object();
+};

@@ -1,0 +1,139 @@
+#include "db_Sqlite.h"
+
+#include <BasicUtils/cls_Database.h>
+#include <cstring>
+
+cls_BusyException::~cls_BusyException() = default;
+
+db_Connection::db_Connection(cow_String file, int flags) : file_(std::move(file)) {
+  sqlite3* opened = nullptr;
+  const int code = sqlite3_open_v2(file_.c_str(), &opened, flags | SQLITE_OPEN_EXRESCODE, nullptr);
+  handle_.reset(opened);
+  if (code != SQLITE_OK) Fail(code);
+  sqlite3_busy_timeout(opened, 5000);
+  sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+  sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+  sqlite3_db_config(opened, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+  sqlite3_db_config(opened, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+  Execute("PRAGMA cell_size_check=ON; PRAGMA foreign_keys=ON; PRAGMA mmap_size=0; PRAGMA cache_size=-4000;"
+          "PRAGMA synchronous=EXTRA;");
+}
+
+void db_Connection::Execute(const char* sql) {
+  if (const int code = sqlite3_exec(handle_.get(), sql, nullptr, nullptr, nullptr); code != SQLITE_OK)
+    Fail(code);
+}
+
+long long db_Connection::Number(const char* sql) {
+  db_Statement statement(*this, sql);
+  return statement.Step() ? statement.Int(0) : 0;
+}
+
+void db_Connection::Fail(int code) const {
+  const cow_String detail = handle_ ? sqlite3_errmsg(handle_.get()) : sqlite3_errstr(code);
+  switch (code & 0xff) {
+  case SQLITE_BUSY:
+  case SQLITE_LOCKED:
+    throw cls_BusyException(file_ + ": in use by another program; try again when it is done");
+  case SQLITE_NOTADB: throw nex_TextException(file_ + ": not a model database");
+  case SQLITE_CORRUPT: Damaged(detail);
+  case SQLITE_FULL: throw nex_TextException(file_ + ": the disk is full");
+  case SQLITE_READONLY: throw nex_TextException(file_ + ": read-only (" + detail + ")");
+  case SQLITE_CANTOPEN: throw nex_TextException(file_ + ": cannot be opened (" + detail + ")");
+  case SQLITE_NOMEM: throw std::bad_alloc();
+  default: throw nex_TextException(file_ + ": database error " + std::to_string(code) + " (" + detail + ")");
+  }
+}
+
+void db_Connection::Damaged(const cow_String& what) const {
+  throw nex_TextException(file_ + ": damaged file: " + what);
+}
+
+db_Statement::db_Statement(db_Connection& connection, std::string_view sql) : connection_(&connection) {
+  sqlite3_stmt* prepared = nullptr;
+  const int code = sqlite3_prepare_v3(connection.Handle(), sql.data(), static_cast<int>(sql.size()),
+                                      SQLITE_PREPARE_PERSISTENT, &prepared, nullptr);
+  handle_.reset(prepared);
+  if (code != SQLITE_OK) connection.Fail(code);
+}
+
+db_Statement& db_Statement::Bind(int index, long long value) {
+  sqlite3_bind_int64(handle_.get(), index, value);
+  return *this;
+}
+
+db_Statement& db_Statement::Bind(int index, double value) {
+  // SQLite would store a NaN as NULL: its bits are kept as a blob of eight bytes
+  if (value != value)
+    sqlite3_bind_blob64(handle_.get(), index, &value, sizeof value, SQLITE_TRANSIENT);
+  else
+    sqlite3_bind_double(handle_.get(), index, value);
+  return *this;
+}
+
+db_Statement& db_Statement::Bind(int index, std::string_view text) {
+  sqlite3_bind_text64(handle_.get(), index, text.data() ? text.data() : "", text.size(), SQLITE_TRANSIENT,
+                      SQLITE_UTF8);
+  return *this;
+}
+
+db_Statement& db_Statement::Bind(int index, std::span<const std::byte> bytes) {
+  if (const int code = sqlite3_bind_blob64(handle_.get(), index,
+                                           bytes.empty() ? "" : static_cast<const void*>(bytes.data()),
+                                           bytes.size(), SQLITE_STATIC);
+      code != SQLITE_OK)
+    connection_->Fail(code);
+  return *this;
+}
+
+db_Statement& db_Statement::BindNull(int index) {
+  sqlite3_bind_null(handle_.get(), index);
+  return *this;
+}
+
+db_Statement& db_Statement::BindUid(int index, const cls_Uid& uid) {
+  const auto bytes = uid.Bytes();
+  sqlite3_bind_blob64(handle_.get(), index, bytes.data(), bytes.size(), SQLITE_TRANSIENT);
+  return *this;
+}
+
+bool db_Statement::Step() {
+  const int code = sqlite3_step(handle_.get());
+  if (code == SQLITE_ROW) return true;
+  if (code == SQLITE_DONE) return false;
+  try {
+    connection_->Fail(code);
+  } catch (...) {
+    Reset();
+    throw;
+  }
+}
+
+void db_Statement::Run() {
+  while (Step()) {
+  }
+  Reset();
+}
+
+void db_Statement::Reset() noexcept {
+  sqlite3_reset(handle_.get());
+  sqlite3_clear_bindings(handle_.get());
+}
+
+std::string_view db_Statement::Text(int column) const noexcept {
+  const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(handle_.get(), column));
+  return {text ? text : "", static_cast<std::size_t>(sqlite3_column_bytes(handle_.get(), column))};
+}
+
+std::span<const std::byte> db_Statement::Blob(int column) const noexcept {
+  const auto* bytes = static_cast<const std::byte*>(sqlite3_column_blob(handle_.get(), column));
+  return {bytes, bytes ? static_cast<std::size_t>(sqlite3_column_bytes(handle_.get(), column)) : 0};
+}
+
+cls_Uid db_Statement::Uid(int column) const {
+  cls_Uid::ByteArray bytes{};
+  const auto stored = Blob(column);
+  if (stored.size() != bytes.size()) return {};
+  std::memcpy(bytes.data(), stored.data(), bytes.size());
+  return cls_Uid(bytes);
+}

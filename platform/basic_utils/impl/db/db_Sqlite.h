@@ -1,0 +1,79 @@
+// db_Sqlite.h: thin owners of SQLite's connection and statements; every failure becomes an exception
+#pragma once
+
+#include <BasicUtils/cls_Row.h>
+#include <memory>
+#include <sqlite3.h>
+
+class db_Connection;
+
+/// One prepared statement.
+class db_Statement {
+public:
+  db_Statement(db_Connection& connection, std::string_view sql);
+
+  db_Statement& Bind(int index, long long value);
+  db_Statement& Bind(int index, double value);
+  db_Statement& Bind(int index, std::string_view text);            ///< copied
+  db_Statement& Bind(int index, std::span<const std::byte> bytes); ///< must live until the next Reset
+  db_Statement& BindNull(int index);
+  db_Statement& BindUid(int index, const cls_Uid& uid);
+  template<class... Values> db_Statement& BindAll(const Values&... values) {
+    int index = 0;
+    (Bind(++index, values), ...);
+    return *this;
+  }
+  bool Step(); ///< true when there is a row
+  void Run();  ///< to the end, then Reset
+  void Reset() noexcept;
+
+  int Type(int column) const noexcept { return sqlite3_column_type(handle_.get(), column); }
+  long long Int(int column) const noexcept { return sqlite3_column_int64(handle_.get(), column); }
+  double Real(int column) const noexcept { return sqlite3_column_double(handle_.get(), column); }
+  std::string_view Text(int column) const noexcept;
+  std::span<const std::byte> Blob(int column) const noexcept;
+  cls_Uid Uid(int column) const; ///< null when the column does not hold one
+
+private:
+  struct Finalize {
+    void operator()(sqlite3_stmt* statement) const noexcept { sqlite3_finalize(statement); }
+  };
+  db_Connection* connection_;
+  std::unique_ptr<sqlite3_stmt, Finalize> handle_;
+};
+
+/// Resets a statement at the end of a scope, so that an exception leaves no open cursor behind.
+class db_Use {
+public:
+  explicit db_Use(db_Statement& statement) noexcept : statement_(statement) {}
+  ~db_Use() { statement_.Reset(); }
+  db_Use(const db_Use&) = delete;
+  db_Use& operator=(const db_Use&) = delete;
+  db_Statement* operator->() const noexcept { return &statement_; }
+
+private:
+  db_Statement& statement_;
+};
+
+/// One connection to one file.
+class db_Connection {
+public:
+  db_Connection(cow_String file, int flags);
+
+  const cow_String& File() const noexcept { return file_; }
+  sqlite3* Handle() const noexcept { return handle_.get(); }
+  void Execute(const char* sql);
+  long long Number(const char* sql); ///< first column of the first row
+  bool InTransaction() const noexcept { return sqlite3_get_autocommit(handle_.get()) == 0; }
+
+  [[noreturn]] void Fail(int code) const;
+  /// Wrong data in the file: "file: what".
+  [[noreturn]] void Damaged(const cow_String& what) const;
+
+private:
+  struct Close {
+    void operator()(sqlite3* connection) const noexcept { sqlite3_close_v2(connection); }
+  };
+  cow_String file_;
+  std::unique_ptr<sqlite3, Close> handle_;
+};

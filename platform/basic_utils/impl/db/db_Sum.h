@@ -1,0 +1,48 @@
+// db_Sum.h: checksums of rows and chunks (XXH3, 64 bits)
+#pragma once
+
+#include <BasicUtils/cls_Row.h>
+#include <cstring>
+#include <xxhash.h>
+
+inline long long db_SumOf(std::span<const std::byte> bytes) {
+  return static_cast<long long>(XXH3_64bits(bytes.data(), bytes.size()));
+}
+
+/// Checksum of a row's values, each with its kind and length, so that values cannot change places unseen.
+class db_Sum {
+public:
+  db_Sum& Add(long long value) { return Put('i', &value, sizeof value); }
+  db_Sum& Add(double value) { return Put('d', &value, sizeof value); }
+  db_Sum& Add(std::string_view text) { return Put('t', text.data(), text.size()); }
+  db_Sum& Add(std::span<const std::byte> bytes) { return Put('b', bytes.data(), bytes.size()); }
+  db_Sum& Add(const cls_Uid& uid) {
+    const auto bytes = uid.Bytes();
+    return Put('u', bytes.data(), bytes.size());
+  }
+  db_Sum& AddNull() { return Put('n', nullptr, 0); }
+  db_Sum& Add(const cls_Cell& cell);
+  long long Value() const { return static_cast<long long>(XXH3_64bits(buffer_.data(), buffer_.size())); }
+
+private:
+  db_Sum& Put(char kind, const void* data, std::size_t size) {
+    buffer_ += kind;
+    buffer_.append(reinterpret_cast<const char*>(&size), sizeof size);
+    if (size != 0) buffer_.append(static_cast<const char*>(data), size);
+    return *this;
+  }
+  std::string buffer_;
+};
+
+inline db_Sum& db_Sum::Add(const cls_Cell& cell) {
+  if (const auto* number = std::get_if<long long>(&cell)) return Add(*number);
+  if (const auto* link = std::get_if<cls_RowLink>(&cell)) return Add(link->row);
+  if (const auto* text = std::get_if<cow_String>(&cell)) return Add(std::string_view(*text));
+  if (const auto* bytes = std::get_if<cls_Blob>(&cell)) return Add(std::span<const std::byte>(*bytes));
+  if (const auto* real = std::get_if<double>(&cell)) {
+    // a NaN is stored, and read back, as the blob of its bits
+    if (*real != *real) return Put('b', real, sizeof *real);
+    return Add(*real);
+  }
+  return AddNull();
+}

@@ -1,0 +1,111 @@
+// cls_Database.h: the object database: one SQLite file of named objects
+#pragma once
+
+#include <BasicUtils/cls_Visitors.h>
+#include <BasicUtils/cow_COW.h>
+#include <BasicUtils/cow_List.h>
+#include <memory>
+
+class db_File;
+class cls_Database;
+
+/// The file is in use by another process or connection; the call can be repeated.
+class CORE_GEOMETRY_PLATFORM_API cls_BusyException : public nex_TextException {
+public:
+  using nex_TextException::nex_TextException;
+  ~cls_BusyException() override;
+};
+
+/// Where a shortcut leads: a stored object, one of its fields, or one element of that field.
+struct cls_Location {
+  long long row = 0;
+  int field = -1;         ///< position in the class's stored fields, -1 for the whole object
+  long long element = -1; ///< position in a list, -1 for the whole field
+};
+
+/// An object database: named roots, each a stored object with everything it owns, in one file.
+///
+/// Old layouts are converted as they are read; the file stays as it is until Upgrade().
+///
+/// Errors     nex_TextException naming the file, and class, object and field where they are known: not a
+///            database, damaged, of a newer format, unknown class, no such root. cls_BusyException when
+///            another process holds the file longer than the timeout.
+/// Threads    one thread at a time; several databases may be used on several threads.
+/// Stored as  tables described in docs/file-format.md
+class CORE_GEOMETRY_PLATFORM_API cls_Database {
+public:
+  enum class Mode { ReadOnly, ReadWrite };
+  struct Options {
+    int pageSize = 16384; ///< bytes: 4096 for small files, 65536 for big models
+  };
+
+  // make
+  /// Makes a new file; fails when it exists (an empty file counts as not existing).
+  static cls_Database Create(const cow_String& file, const Options& options);
+  static cls_Database Create(const cow_String& file) { return Create(file, Options{}); }
+  /// Opens a file; a writer that was killed is recovered from first.
+  static cls_Database Open(const cow_String& file, Mode mode = Mode::ReadOnly);
+  cls_Database(cls_Database&&) noexcept;
+  cls_Database& operator=(cls_Database&&) noexcept;
+  ~cls_Database();
+
+  // ask
+  const cow_String& File() const noexcept;
+  cow_List<cow_String> Roots() const; ///< sorted
+  bool Has(const cow_String& root) const;
+  unsigned TypeId(const cow_String& root) const;
+  template<class T> cow_CountedHld<T> Get(const cow_String& root) const {
+    return cow_CountedHld<T>(std::static_pointer_cast<T>(ReadRoot(root, T::TypeId())));
+  }
+  /// Numbers first to first + count of an array field ("root.field"), without reading the rest. Elements
+  /// count single numbers.
+  template<class T>
+  std::vector<T> GetRange(const cow_String& path, std::size_t first, std::size_t count) const {
+    std::vector<T> values(count);
+    ReadRange(path, cls_kArrayKind<T>, first, std::as_writable_bytes(std::span(values)), sizeof(T));
+    return values;
+  }
+  /// Stored classes with their versions and object counts.
+  struct StoredClass {
+    cow_String name;
+    unsigned typeId;
+    int version;
+    long long objects;
+    bool outdated;
+  };
+  std::vector<StoredClass> Classes() const;
+  bool IsOutdated() const; ///< holds objects in superseded layouts
+  long long FileSize() const;
+
+  // shortcuts
+  /// path := root step*, step := '.' member | '[' index ']'.
+  cls_Location Resolve(const cow_String& path) const;
+  template<class T> cow_CountedHld<T> GetObject(const cls_Location& location) const {
+    return cow_CountedHld<T>(std::static_pointer_cast<T>(ReadObject(location, T::TypeId())));
+  }
+  /// A container that reads itself, at the field that the location names.
+  template<class T> T GetValue(const cls_Location& location) const { return T(FieldVisitor(location)); }
+
+  // change
+  /// Rewrites every object of a superseded layout, in one transaction. Returns how many.
+  long long Upgrade();
+  /// Deletes what no root reaches and gives the space back to the file system.
+  void Compact();
+  /// Copies the database as it is now into a new file.
+  void Backup(const cow_String& file) const;
+  void SetBusyTimeout(int milliseconds); ///< 5000 unless set
+  /// Lets SQLite map the file into memory: faster when warm, but a file that another program cuts short
+  /// then ends the process.
+  void UseMemoryMap(bool on);
+
+private:
+  explicit cls_Database(std::unique_ptr<db_File> file) noexcept;
+  std::shared_ptr<void> ReadRoot(const cow_String& root, unsigned typeId) const;
+  std::shared_ptr<void> ReadObject(const cls_Location& location, unsigned typeId) const;
+  void ReadRange(const cow_String& path, cls_ArrayKind kind, std::size_t first, std::span<std::byte> target,
+                 std::size_t elementSize) const;
+  cls_ReadVisitor FieldVisitor(const cls_Location& location) const;
+
+  std::unique_ptr<db_File> file_;
+  friend class cls_WritePass;
+};
