@@ -133,7 +133,8 @@ void cls_WriteFields(const cls_WriteVisitor& visitor, unsigned typeId, const cls
 /// True when every stored field of two objects is equal.
 template<class Class, class... Fields>
 bool cls_SameFields(const Class& a, const Class& b, const cls_Fields<Fields...>& list) {
-  return std::apply([&](const auto&... field) { return ((a.*field.member == b.*field.member) && ...); }, list.fields);
+  return std::apply([&](const auto&... field) { return ((a.*field.member == b.*field.member) && ...); },
+                    list.fields);
 }
 
 /// Describes the current layout of a class.

@@ -18,10 +18,11 @@ template<> struct omu_EnumTable<bme_OrientationFreqEnm> {
 
 /// Elements of one type: connectivity, control parameters, and user labels for all of them or none.
 ///
-/// A type label without a shape is kept: the class is then not supported, and the rows of its connectivity are
-/// as long as the stored numbers say.
+/// A type label without a shape is kept: the class is then not supported, and the rows of its connectivity
+/// are as long as the stored numbers say.
 ///
-/// Errors     wrong positions and lengths answer false and change nothing, except where a call says otherwise;
+/// Errors     wrong positions and lengths answer false and change nothing, except where a call says
+/// otherwise;
 ///            reading throws nex_TextException when the arrays do not fit the element count.
 /// Cost       copies share connectivity and labels; a change copies what is shared.
 /// Threads    a value.
@@ -40,9 +41,10 @@ public:
   bme_ElementClass(int numElements, const cow_String& elemType, int** connectivity);
   /// Rows of -1, to be filled through ConnectivityToModify().
   bme_ElementClass(int numElements, const cow_String& elemType, int meshIndex, int regionClassIndex,
-                   int regionIndex, const cow_String& category, int classIndex, bme_OrientationFreqEnm frequency);
-  bme_ElementClass(int numElements, const cow_String& elemType, const cow_2DArray<int>& connectivity, int meshIndex,
-                   int regionClassIndex, int regionIndex, const cow_String& category,
+                   int regionIndex, const cow_String& category, int classIndex,
+                   bme_OrientationFreqEnm frequency);
+  bme_ElementClass(int numElements, const cow_String& elemType, const cow_2DArray<int>& connectivity,
+                   int meshIndex, int regionClassIndex, int regionIndex, const cow_String& category,
                    bme_OrientationFreqEnm frequency);
   /// Takes over whole rows of the given length without copying them.
   bme_ElementClass(const cow_String& elemType, cls_xp2DArrayInt connectivity);
@@ -97,8 +99,8 @@ public:
   bool AppendElements(std::span<const int> connectivity, std::span<const int> labels);
   bool RemoveElement(int element);
   bool RemoveElements(int count, const int* elements);
-  /// Drops elements from the end, or adds rows of -1; a labelled class gives the new elements the labels above
-  /// its largest one. nex_TextException when those pass 2147483647.
+  /// Drops elements from the end, or adds rows of -1; a labelled class gives the new elements the labels
+  /// above its largest one. nex_TextException when those pass 2147483647.
   bool ResetConnectArraySz(int numElements);
   /// Distributes the elements: groups[i] is the position of the class that element i goes to. The new classes
   /// keep type, controls, labels, marks and region; the elements keep their order.

@@ -10,11 +10,12 @@
 /// elements but without user labels makes the labels of the whole mesh implicit: 1 to the element count. Of
 /// duplicate labels the last one wins.
 ///
-/// Errors     an index or label that is not known gives 4294967295; modifying calls with a wrong position answer
+/// Errors     an index or label that is not known gives 4294967295; modifying calls with a wrong position
+/// answer
 ///            false and change nothing; GetClass throws nex_OutOfRangeException.
 /// Cost       copies share the classes. The first label query after a change builds the label map.
-/// Threads    label queries build the label map on first use: not at the same time on two threads before that.
-/// Stored as  classes
+/// Threads    label queries build the label map on first use: not at the same time on two threads before
+/// that. Stored as  classes
 class CORE_GEOMETRY_API bme_ElementData {
 public:
   using Classes = mdl_MapInt2ObjCow<bme_ElementClass>;
@@ -52,8 +53,8 @@ public:
   /// Position of the first label that no table holds, or the length when all do. Implicit labels are in no
   /// table: any list that is not empty gives 0 then.
   int CheckUserElementLabels(const cow_List<int>& labels) const;
-  bool HasUserElementLabels() const; ///< false when the labels are implicit
-  int GetNextAvailableLabel() const; ///< nex_TextException when none is left
+  bool HasUserElementLabels() const;         ///< false when the labels are implicit
+  int GetNextAvailableLabel() const;         ///< nex_TextException when none is left
   int GetNextAvailableInternalLabel() const; ///< negative, below every label
   int GetMaximalUserLabel() const;           ///< the element count when labels are implicit
 
@@ -67,8 +68,8 @@ public:
   bool RemoveElementClass(unsigned classIndex);
   bool RemoveElementClassNoInit(unsigned classIndex); ///< leaves Init() to the caller
   bool AddElements(unsigned classIndex, const cow_List<int>& connectivity);
-  /// Labels for a class without labels are dropped; too few or too many are replaced by consecutive ones from the
-  /// next available label.
+  /// Labels for a class without labels are dropped; too few or too many are replaced by consecutive ones from
+  /// the next available label.
   bool AddElements(unsigned classIndex, const cow_List<int>& connectivity, const cow_List<int>& labels);
   void UpdateConnectivity(const int* newNodeIndex); ///< newNodeIndex[n] replaces node n
 

@@ -51,7 +51,9 @@ public:
   bool operator==(const bme_NodeData& other) const noexcept;
 
   // labels
-  bool HasUserNodeLabels() const noexcept { return !labels_.IsEmpty() && labels_.Size() == coordinates_.Size(); }
+  bool HasUserNodeLabels() const noexcept {
+    return !labels_.IsEmpty() && labels_.Size() == coordinates_.Size();
+  }
   const cls_xp1DArrayListInt& UserNodeLabels() const noexcept { return labels_; }
   void GetUserNodeLabels(cow_List<int>& labels) const { labels = labels_.AsList(); }
   int GetMaxUserNodeLabel() const;
@@ -67,15 +69,16 @@ public:
   virtual bool SetNodalCoord(unsigned node, float x, float y, float z);
   /// Flat x0 y0 z0 x1 ... of all nodes, private to this table from now on.
   std::span<float> CoordinatesToModify() { return coordinates_.Modify(); }
-  virtual void AppendNode(float x, float y, float z, int label); ///< the label is dropped when none are in use
+  virtual void AppendNode(float x, float y, float z,
+                          int label); ///< the label is dropped when none are in use
   virtual void AppendNode(float x, float y, float z);
-  /// Labels stay in use when both sides have them; unlabelled nodes appended to labelled ones get the next free
-  /// labels; anything appended to unlabelled nodes loses its labels.
+  /// Labels stay in use when both sides have them; unlabelled nodes appended to labelled ones get the next
+  /// free labels; anything appended to unlabelled nodes loses its labels.
   virtual void AppendNodes(const bme_NodeData& other);
   virtual void AppendNodes(const uti_CoordCont3D& coordinates);
   virtual bool DeleteNode(unsigned node);
-  /// One entry per node: its new index, or a negative value to delete it. The new indices of the kept nodes must
-  /// be exactly 0 to (kept - 1); nex_AssertionException otherwise.
+  /// One entry per node: its new index, or a negative value to delete it. The new indices of the kept nodes
+  /// must be exactly 0 to (kept - 1); nex_AssertionException otherwise.
   virtual void DeleteNodes(const int* newIndex);
   void SetUserNodeLabels(const int* labels); ///< one per node
   void SetUserNodeLabels(const cow_List<int>& labels);

@@ -60,16 +60,17 @@ bool IsNear(double value, double wanted) noexcept { return std::fabs(value - wan
 
 /// The reals that a section control may change.
 constexpr double (bme_ElemCtrlParams::*kSectionReals[])() const noexcept = {
-    &bme_ElemCtrlParams::WeightFactor,   &bme_ElemCtrlParams::DisplHrGls,
-    &bme_ElemCtrlParams::RotHrGls,       &bme_ElemCtrlParams::OOPDispHrGls,
-    &bme_ElemCtrlParams::LengthRatio,    &bme_ElemCtrlParams::MaxDegradation,
-    &bme_ElemCtrlParams::Viscosity,      &bme_ElemCtrlParams::LinearBulkVisk,
+    &bme_ElemCtrlParams::WeightFactor,     &bme_ElemCtrlParams::DisplHrGls,
+    &bme_ElemCtrlParams::RotHrGls,         &bme_ElemCtrlParams::OOPDispHrGls,
+    &bme_ElemCtrlParams::LengthRatio,      &bme_ElemCtrlParams::MaxDegradation,
+    &bme_ElemCtrlParams::Viscosity,        &bme_ElemCtrlParams::LinearBulkVisk,
     &bme_ElemCtrlParams::QuadraticBulkVisk};
 } // namespace
 
 bool bme_ElemCtrlParams::HasDefaultSectionControls(bme_ElemLibrary library) const noexcept {
   // explicit elements with controls of the standard library are judged as standard ones: the same test
-  if (library == bme_EXPLICIT && elemLib_ == bme_STANDARD && HasDefaultSectionControls(bme_STANDARD)) return true;
+  if (library == bme_EXPLICIT && elemLib_ == bme_STANDARD && HasDefaultSectionControls(bme_STANDARD))
+    return true;
   const bme_ElemCtrlParams& defaults = Defaults();
   if (kineSplit_ != defaults.kineSplit_ || stressRate_ != defaults.stressRate_
       || elemDeletion_ != defaults.elemDeletion_ || hrGlsControl_ != bme_DEFAULT_HOURGLASS)

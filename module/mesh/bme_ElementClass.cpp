@@ -68,14 +68,15 @@ bme_ElementClass::bme_ElementClass(int numElements, const cow_String& elemType, 
   const auto columns = static_cast<std::size_t>(shape->NumNodes());
   cow_ArrayCOW<int> rows;
   rows.Reserve(static_cast<std::size_t>(numElements) * columns);
-  for (int** row = connectivity; row != connectivity + numElements; ++row) rows.Append(std::span<const int>(*row, columns));
+  for (int** row = connectivity; row != connectivity + numElements; ++row)
+    rows.Append(std::span<const int>(*row, columns));
   connectivity_ = cls_xp2DArrayInt(columns, std::move(rows));
   FindShape();
 }
 
-bme_ElementClass::bme_ElementClass(int numElements, const cow_String& elemType, int meshIndex, int regionClassIndex,
-                                   int regionIndex, const cow_String& category, int classIndex,
-                                   bme_OrientationFreqEnm frequency)
+bme_ElementClass::bme_ElementClass(int numElements, const cow_String& elemType, int meshIndex,
+                                   int regionClassIndex, int regionIndex, const cow_String& category,
+                                   int classIndex, bme_OrientationFreqEnm frequency)
     : numElements_(numElements), elemTypeLabel_(elemType), meshIndex_(meshIndex), classIndex_(classIndex),
       regionClassIndex_(regionClassIndex), regionIndex_(regionIndex), categoryLabel_(category),
       orientationFreq_(frequency), uid_(cls_Uid::AllocateUid()) {
@@ -86,12 +87,14 @@ bme_ElementClass::bme_ElementClass(int numElements, const cow_String& elemType, 
   FindShape();
 }
 
-bme_ElementClass::bme_ElementClass(int numElements, const cow_String& elemType, const cow_2DArray<int>& connectivity,
-                                   int meshIndex, int regionClassIndex, int regionIndex, const cow_String& category,
+bme_ElementClass::bme_ElementClass(int numElements, const cow_String& elemType,
+                                   const cow_2DArray<int>& connectivity, int meshIndex, int regionClassIndex,
+                                   int regionIndex, const cow_String& category,
                                    bme_OrientationFreqEnm frequency)
-    : numElements_(numElements), elemTypeLabel_(elemType), meshIndex_(meshIndex), regionClassIndex_(regionClassIndex),
-      regionIndex_(regionIndex), categoryLabel_(category), orientationFreq_(frequency),
-      connectivity_(connectivity.NumColumns(), connectivity.Values()), uid_(cls_Uid::AllocateUid()) {
+    : numElements_(numElements), elemTypeLabel_(elemType), meshIndex_(meshIndex),
+      regionClassIndex_(regionClassIndex), regionIndex_(regionIndex), categoryLabel_(category),
+      orientationFreq_(frequency), connectivity_(connectivity.NumColumns(), connectivity.Values()),
+      uid_(cls_Uid::AllocateUid()) {
   FindShape();
 }
 
@@ -120,7 +123,8 @@ const shp_Shape* bme_ElementClass::Shape() const {
 void bme_ElementClass::FindShape() {
   const shp_Shape* shape = Shape();
   unsupported_ = shape == nullptr;
-  const std::size_t length = connectivity_.Values().Size(), count = static_cast<std::size_t>(std::max(numElements_, 0));
+  const std::size_t length = connectivity_.Values().Size(),
+                    count = static_cast<std::size_t>(std::max(numElements_, 0));
   std::size_t columns = 0;
   if (shape)
     columns = static_cast<std::size_t>(shape->NumNodes());
@@ -128,7 +132,8 @@ void bme_ElementClass::FindShape() {
     columns = length / count;
   if (numElements_ < 0 || (shape && length != count * columns))
     throw nex_TextException(Describe(*this) + ": " + std::to_string(length) + " node numbers do not make "
-                            + std::to_string(numElements_) + " elements of " + std::to_string(columns) + " nodes");
+                            + std::to_string(numElements_) + " elements of " + std::to_string(columns)
+                            + " nodes");
   if (!userLabels_.IsEmpty() && userLabels_.Size() != count)
     throw nex_TextException(Describe(*this) + ": " + std::to_string(userLabels_.Size()) + " labels for "
                             + std::to_string(count) + " elements");
@@ -142,19 +147,22 @@ void bme_ElementClass::CheckElement(int element) const {
 
 std::span<const int> bme_ElementClass::Connectivity(int element) const {
   CheckElement(element);
-  return connectivity_.NumColumns() == 0 ? std::span<const int>() : connectivity_.Row(static_cast<std::size_t>(element));
+  return connectivity_.NumColumns() == 0 ? std::span<const int>()
+                                         : connectivity_.Row(static_cast<std::size_t>(element));
 }
 
 int bme_ElementClass::GetStackDirection(int element) const {
   CheckElement(element);
   int direction = 0;
-  for (int bit = 0; bit < 3; ++bit) direction |= int{marks_[bit].Test(static_cast<std::size_t>(element))} << bit;
+  for (int bit = 0; bit < 3; ++bit)
+    direction |= int{marks_[bit].Test(static_cast<std::size_t>(element))} << bit;
   return direction;
 }
 
 bool bme_ElementClass::SetStackDirection(int element, int direction) {
   if (element < 0 || element >= numElements_ || direction < 0 || direction > 7) return false;
-  for (int bit = 0; bit < 3; ++bit) marks_[bit].Set(static_cast<std::size_t>(element), (direction >> bit & 1) != 0);
+  for (int bit = 0; bit < 3; ++bit)
+    marks_[bit].Set(static_cast<std::size_t>(element), (direction >> bit & 1) != 0);
   return true;
 }
 
@@ -242,7 +250,8 @@ bool bme_ElementClass::ResetConnectArraySz(int numElements) {
     const long long last = std::max(0, *std::ranges::max_element(userLabels_.Const()));
     if (last + static_cast<long long>(count - old) > std::numeric_limits<int>::max())
       throw nex_TextException(Describe(*this) + ": no element label is left above 2147483647");
-    for (std::size_t i = 0; i < count - old; ++i) userLabels_.Append(static_cast<int>(last + 1 + static_cast<long long>(i)));
+    for (std::size_t i = 0; i < count - old; ++i)
+      userLabels_.Append(static_cast<int>(last + 1 + static_cast<long long>(i)));
   }
   connectivity_.ValuesToModify().Append(Unfilled((count - old) * connectivity_.NumColumns()).Const());
   numElements_ = numElements;
@@ -250,7 +259,8 @@ bool bme_ElementClass::ResetConnectArraySz(int numElements) {
   return true;
 }
 
-bool bme_ElementClass::Split(const cow_List<int>& groups, mdl_MapInt2ObjCow<bme_ElementClass>& classes) const {
+bool bme_ElementClass::Split(const cow_List<int>& groups,
+                             mdl_MapInt2ObjCow<bme_ElementClass>& classes) const {
   if (groups.Size() != numElements_) return false;
   std::map<int, omi_BlkBitVect> members;
   std::size_t element = 0;

@@ -39,17 +39,20 @@ void bme_ElementData::DBWrite(const cls_WriteVisitor& visitor) const {
 void bme_ElementData::Init() {
   if (classes_.Count() != 0 && std::prev(classes_.end())->first != classes_.Count() - 1) {
     Classes renumbered;
-    for (const auto& [position, elements] : Classes(classes_)) renumbered.Insert(renumbered.Count(), elements);
+    for (const auto& [position, elements] : Classes(classes_))
+      renumbered.Insert(renumbered.Count(), elements);
     classes_ = renumbered;
   }
   firstOfClass_.assign(1, 0);
   for (int position = 0; position < classes_.Count(); ++position) {
     const bme_ElementClass& elements = classes_.Get(position);
     const unsigned first = firstOfClass_.back();
-    const unsigned long long total = static_cast<unsigned long long>(first) + static_cast<unsigned>(elements.NumElements());
+    const unsigned long long total =
+        static_cast<unsigned long long>(first) + static_cast<unsigned>(elements.NumElements());
     if (total > static_cast<unsigned>(std::numeric_limits<int>::max()))
       throw nex_TextException("element class " + std::to_string(position) + " (" + elements.ElemTypeLabel()
-                              + "): the mesh would have " + std::to_string(total) + " elements, more than 2147483647");
+                              + "): the mesh would have " + std::to_string(total)
+                              + " elements, more than 2147483647");
     // a class that is right already stays shared
     if (elements.ClassIndex() != position || elements.FirstElementIndex() != static_cast<int>(first)) {
       bme_ElementClass& changed = classes_.GetToModify(position);
@@ -81,7 +84,8 @@ unsigned bme_ElementData::GetClassElemIndex(unsigned element) const noexcept {
   return classIndex == kNotFound ? kNotFound : element - firstOfClass_[classIndex];
 }
 
-bool bme_ElementData::GetClassAndElemIndex(unsigned element, unsigned& classIndex, unsigned& inClass) const noexcept {
+bool bme_ElementData::GetClassAndElemIndex(unsigned element, unsigned& classIndex,
+                                           unsigned& inClass) const noexcept {
   classIndex = GetClassIndex(element);
   inClass = classIndex == kNotFound ? kNotFound : element - firstOfClass_[classIndex];
   return classIndex != kNotFound;
@@ -129,8 +133,9 @@ void bme_ElementData::GetMeshElemIndices(std::span<const int> labels, std::span<
   if (!map.table.IsEmpty())
     map.table.Find(labels, indices);
   else
-    std::ranges::transform(labels, indices.begin(),
-                           [&](int label) { return GetMeshElemIndexFromLabel(static_cast<unsigned>(label)); });
+    std::ranges::transform(labels, indices.begin(), [&](int label) {
+      return GetMeshElemIndexFromLabel(static_cast<unsigned>(label));
+    });
 }
 
 int bme_ElementData::CheckUserElementLabels(const cow_List<int>& labels) const {
@@ -176,7 +181,8 @@ bool bme_ElementData::AddElementClass(bme_ElementClass* elements) {
 }
 
 void bme_ElementData::AppendClasses(const bme_ElementData& other) {
-  for (const auto& [position, elements] : Classes(other.classes_)) classes_.Insert(classes_.Count(), elements);
+  for (const auto& [position, elements] : Classes(other.classes_))
+    classes_.Insert(classes_.Count(), elements);
   Init();
 }
 
@@ -204,7 +210,8 @@ bool bme_ElementData::AddElements(unsigned classIndex, const cow_List<int>& conn
   return AddElements(classIndex, connectivity, cow_List<int>());
 }
 
-bool bme_ElementData::AddElements(unsigned classIndex, const cow_List<int>& connectivity, const cow_List<int>& labels) {
+bool bme_ElementData::AddElements(unsigned classIndex, const cow_List<int>& connectivity,
+                                  const cow_List<int>& labels) {
   if (classIndex >= NumClasses()) return false;
   const bme_ElementClass& elements = classes_.Get(static_cast<int>(classIndex));
   const int columns = elements.NumNodesPerElem();

@@ -39,7 +39,9 @@ bool bme_NodeData::operator==(const bme_NodeData& other) const noexcept {
 bool bme_NodeData::GetNodalCoord(unsigned node, float& x, float& y, float& z) const {
   return coordinates_.GetCoord(node, x, y, z);
 }
-bool bme_NodeData::GetNodalCoord(unsigned node, float& x, float& y) const { return coordinates_.GetCoord(node, x, y); }
+bool bme_NodeData::GetNodalCoord(unsigned node, float& x, float& y) const {
+  return coordinates_.GetCoord(node, x, y);
+}
 
 uti_Coord3D bme_NodeData::operator[](unsigned node) const {
   uti_Coord3D point;
@@ -153,7 +155,8 @@ bool bme_NodeData::DeleteNode(unsigned node) {
 
 void bme_NodeData::DeleteNodes(const int* newIndex) {
   const std::span<const int> target(newIndex, NumNodes());
-  const auto kept = static_cast<std::size_t>(std::ranges::count_if(target, [](int index) { return index >= 0; }));
+  const auto kept =
+      static_cast<std::size_t>(std::ranges::count_if(target, [](int index) { return index >= 0; }));
   std::vector<bool> taken(kept);
   for (std::size_t node = 0; node < target.size(); ++node) {
     if (target[node] < 0) continue;

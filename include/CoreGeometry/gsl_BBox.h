@@ -1,0 +1,51 @@
+// gsl_BBox.h: axis-aligned bounding box
+#pragma once
+
+#include <CoreGeometry/CoreGeometryExport.h>
+#include <CoreGeometry/gsl_Point.h>
+#include <span>
+
+/// Axis-aligned box in model space.
+///
+/// Units      model length.
+/// Empty      minimum above maximum on some axis; a default box is empty, and adding an empty box changes
+///            nothing.
+/// Tolerance  none is ever added; == compares the corners as points.
+/// Errors     none. A NaN coordinate never widens a box; it stays when it comes from the first point.
+/// Cost       O(1); the span forms of Add run at memory speed.
+/// Threads    a value.
+class CORE_GEOMETRY_API gsl_BBox {
+public:
+  gsl_BBox() noexcept = default; ///< empty
+  gsl_BBox(const gsl_Point& min, const gsl_Point& max) noexcept;
+
+  // ask
+  const gsl_Point& Min() const noexcept { return min_; }
+  const gsl_Point& Max() const noexcept { return max_; }
+  const cls_Uid& Uid() const noexcept { return uid_; }
+  bool IsEmpty() const noexcept;
+  double XLen() const noexcept { return max_[0] - min_[0]; }
+  double YLen() const noexcept { return max_[1] - min_[1]; }
+  double ZLen() const noexcept { return max_[2] - min_[2]; }
+  double Size() const noexcept;                         ///< diagonal length, -1 when empty
+  gsl_Vector Diag() const noexcept;                     ///< from the minimum to the maximum corner
+  gsl_Point Center() const noexcept;                    ///< (-0.5, -0.5, -0.5) of a vacated box
+  bool Intersect(const gsl_BBox& other) const noexcept; ///< touching boxes intersect, empty ones never
+  bool operator==(const gsl_BBox& other) const noexcept;
+  void Print(aio_ostream& out, int indent) const; ///< minimum, then maximum corner
+
+  // change
+  void Vacate() noexcept; ///< (0, 0, 0) to (-1, -1, -1)
+  void Add(const gsl_Point& p) noexcept;
+  void Add(const gsl_BBox& box) noexcept;
+  void Add(std::span<const float> xyz) noexcept; ///< three coordinates a point, a rest is ignored
+  void Add(std::span<const double> xyz) noexcept;
+  void Transform(const gsl_Matrix& matrix) noexcept; ///< box of the eight moved corners
+
+private:
+  template<class T> void AddTriples(std::span<const T> xyz) noexcept;
+  void Set(const double (&min)[3], const double (&max)[3]) noexcept;
+
+  gsl_Point min_{0, 0, 0}, max_{-1, -1, -1};
+  cls_OwnUid uid_;
+};

@@ -1,0 +1,32 @@
+// gsl_LinearEqnLUDSolver.h: dense linear systems
+#pragma once
+
+#include <CoreGeometry/CoreGeometryExport.h>
+#include <vector>
+
+/// Solves A x = b by LU factorisation with partial pivoting.
+///
+/// Tolerance  singular: a pivot below 1e-14 times the largest element of its column in A, or not finite.
+/// Errors     none: Solve answers false for a singular matrix, and while no matrix is set.
+/// Cost       the first Solve after SetMatrix factorises, O(n cubed); each one substitutes, O(n squared).
+/// Threads    a value; the first Solve changes it.
+class CORE_GEOMETRY_API gsl_LinearEqnLUDSolver {
+public:
+  /// Copies the n x n matrix, given by pointers to its rows, and forgets the one before. A null pointer or
+  /// n = 0 leaves no matrix.
+  void SetMatrix(const double* const* a, unsigned n);
+
+  /// b is not changed; x may be b. x is untouched when the answer is false.
+  bool Solve(const double* b, double* x);
+
+private:
+  enum class State { NoMatrix, Matrix, Factorised, Singular };
+
+  bool Factorise();
+  double& At(unsigned row, unsigned column) { return lu_[std::size_t{row} * size_ + column]; }
+
+  std::vector<double> lu_;     ///< L below the diagonal (its own is 1), U on and above it
+  std::vector<unsigned> swap_; ///< row exchanged with row i at step i
+  unsigned size_ = 0;
+  State state_ = State::NoMatrix;
+};

@@ -1,0 +1,35 @@
+// gsl_PersistentVector.h: a vector with an identity, as objects store it
+#pragma once
+
+#include <BasicUtils/cls_Uid.h>
+#include <CoreGeometry/gsl_Vector.h>
+
+/// A vector that is stored: wraps a gsl_Vector and a uid.
+///
+/// Every constructor allocates a fresh uid; assignment from another persistent vector takes over its uid,
+/// assignment from a plain vector keeps this one's.
+///
+/// Threads    a value.
+class CORE_GEOMETRY_API gsl_PersistentVector {
+public:
+  gsl_PersistentVector() noexcept = default; ///< (0, 0, 1)
+  gsl_PersistentVector(const gsl_Vector& vector) noexcept : vector_(vector) {}
+  gsl_PersistentVector& operator=(const gsl_Vector& vector) noexcept {
+    vector_ = vector;
+    return *this;
+  }
+
+  static unsigned TypeId() noexcept { return 0x030A0003; }
+
+  // ask
+  const gsl_Vector& Vector() const noexcept { return vector_; }
+  operator const gsl_Vector&() const noexcept { return vector_; }
+  const cls_Uid& Uid() const noexcept { return uid_; }
+
+  // change
+  gsl_Vector& Vector() noexcept { return vector_; }
+
+private:
+  gsl_Vector vector_;
+  cls_OwnUid uid_;
+};
