@@ -2,6 +2,9 @@
 
 #ifdef __x86_64__
 #include <immintrin.h>
+#ifndef __clang__
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized" // g++ 12 finds it in its own intrinsics
+#endif
 #endif
 
 namespace {
