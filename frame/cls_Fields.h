@@ -130,6 +130,13 @@ void cls_WriteFields(const cls_WriteVisitor& visitor, unsigned typeId, const cls
   std::apply([&](const auto&... field) { (write(field), ...); }, list.fields);
 }
 
+/// True when every stored field of two objects is equal.
+template<class Class, class... Fields>
+bool cls_SameFields(const Class& a, const Class& b, const cls_Fields<Fields...>& list) {
+  return std::apply([&](const auto&... field) { return ((a.*field.member == b.*field.member) && ...); },
+                    list.fields);
+}
+
 /// Describes the current layout of a class.
 template<class Class, class... Fields>
 cls_ClassMetadata& cls_DescribeClass(cls_ClassRegistrar& registrar, const char* name, int version,

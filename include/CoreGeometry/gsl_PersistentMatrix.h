@@ -2,6 +2,7 @@
 #pragma once
 
 #include <BasicUtils/cls_Uid.h>
+#include <BasicUtils/cls_Visitors.h>
 #include <CoreGeometry/gsl_Matrix.h>
 #include <optional>
 
@@ -13,6 +14,7 @@
 ///
 /// Empty      a null transform stands for the identity.
 /// Threads    a value.
+/// Stored as  _matrix: 16 numbers row by row, none when null
 class CORE_GEOMETRY_API gsl_PersistentMatrix {
 public:
   gsl_PersistentMatrix() noexcept = default; ///< null
@@ -22,7 +24,15 @@ public:
     return *this;
   }
 
-  static unsigned TypeId() noexcept { return 0x030A0004; }
+  static unsigned TypeId() noexcept;
+  virtual unsigned DynTypeId() const noexcept;
+  static void* Ctor(cls_ReadVisitor& visitor);
+  static void InitializeMetadata(cls_ClassRegistrar& registrar);
+  explicit gsl_PersistentMatrix(const cls_ReadVisitor& visitor);
+  gsl_PersistentMatrix(const gsl_PersistentMatrix&) noexcept = default;
+  gsl_PersistentMatrix& operator=(const gsl_PersistentMatrix&) noexcept = default;
+  virtual ~gsl_PersistentMatrix();
+  virtual void DBWrite(const cls_WriteVisitor& visitor) const;
 
   // ask
   const gsl_Matrix* Matrix() const noexcept { return matrix_ ? &*matrix_ : nullptr; } ///< null when none

@@ -1,0 +1,92 @@
+// bme_ElementData.h: the element classes of a mesh and the user element labels
+#pragma once
+
+#include <CoreGeometry/bme_ElementClass.h>
+#include <CoreUtils/omi_LabelTable.h>
+
+/// The element classes of a mesh in order, with all elements numbered one after the other.
+///
+/// Class i has class index i, and its first element index is the number of elements before it. One class with
+/// elements but without user labels makes the labels of the whole mesh implicit: 1 to the element count. Of
+/// duplicate labels the last one wins.
+///
+/// Errors     an index or label that is not known gives 4294967295; modifying calls with a wrong position
+/// answer
+///            false and change nothing; GetClass throws nex_OutOfRangeException.
+/// Cost       copies share the classes. The first label query after a change builds the label map.
+/// Threads    label queries build the label map on first use: not at the same time on two threads before
+/// that. Stored as  classes
+class CORE_GEOMETRY_API bme_ElementData {
+public:
+  using Classes = mdl_MapInt2ObjCow<bme_ElementClass>;
+
+  static unsigned TypeId() noexcept;
+  virtual unsigned DynTypeId() const noexcept;
+  static void* Ctor(cls_ReadVisitor& visitor);
+  static void InitializeMetadata(cls_ClassRegistrar& registrar);
+
+  // make
+  bme_ElementData();
+  bme_ElementData(bme_ElementClass** classes, unsigned count); ///< takes ownership
+  explicit bme_ElementData(const cls_ReadVisitor& visitor);
+  bme_ElementData(const bme_ElementData&) = default;
+  bme_ElementData& operator=(const bme_ElementData&) = default;
+  virtual ~bme_ElementData();
+
+  // ask
+  virtual void DBWrite(const cls_WriteVisitor& visitor) const;
+  unsigned NumClasses() const noexcept { return static_cast<unsigned>(classes_.Count()); }
+  unsigned NumElements() const noexcept { return firstOfClass_.back(); }
+  const Classes& ElementClasses() const noexcept { return classes_; }
+  const bme_ElementClass& GetClass(unsigned classIndex) const;
+  const bme_ElementClass& GetElemClass(unsigned element) const;
+  unsigned GetClassIndex(unsigned element) const noexcept;
+  unsigned GetClassElemIndex(unsigned element) const noexcept; ///< position of the element within its class
+  bool GetClassAndElemIndex(unsigned element, unsigned& classIndex, unsigned& inClass) const noexcept;
+  unsigned GetMeshElemIndexFromClass(unsigned classIndex, unsigned inClass) const noexcept;
+
+  // labels
+  /// Negative labels arrive converted to unsigned.
+  unsigned GetMeshElemIndexFromLabel(unsigned label) const;
+  /// indices[i] of labels[i], with cache misses overlapped.
+  void GetMeshElemIndices(std::span<const int> labels, std::span<unsigned> indices) const;
+  /// Position of the first label that no table holds, or the length when all do. Implicit labels are in no
+  /// table: any list that is not empty gives 0 then.
+  int CheckUserElementLabels(const cow_List<int>& labels) const;
+  bool HasUserElementLabels() const;         ///< false when the labels are implicit
+  int GetNextAvailableLabel() const;         ///< nex_TextException when none is left
+  int GetNextAvailableInternalLabel() const; ///< negative, below every label
+  int GetMaximalUserLabel() const;           ///< the element count when labels are implicit
+
+  // change
+  void Init(); ///< renumbers classes and elements; to be called after changing a class
+  bme_ElementClass& GetClassToModify(unsigned classIndex);
+  bool AppendClass(bme_ElementClass* elements) { return AddElementClass(elements); }
+  bool AddElementClass(bme_ElementClass* elements); ///< takes ownership; false for null
+  void AppendClasses(const bme_ElementData& other);
+  void ReplaceElemClasses(const Classes& classes); ///< positions are renumbered from 0 in their order
+  bool RemoveElementClass(unsigned classIndex);
+  bool RemoveElementClassNoInit(unsigned classIndex); ///< leaves Init() to the caller
+  bool AddElements(unsigned classIndex, const cow_List<int>& connectivity);
+  /// Labels for a class without labels are dropped; too few or too many are replaced by consecutive ones from
+  /// the next available label.
+  bool AddElements(unsigned classIndex, const cow_List<int>& connectivity, const cow_List<int>& labels);
+  void UpdateConnectivity(const int* newNodeIndex); ///< newNodeIndex[n] replaces node n
+
+private:
+  static constexpr auto StoredFields();
+  struct LabelMap {
+    bool isValid = false;
+    omi_LabelTable table;
+    long long smallest = 0;
+    long long largest = 0;
+    long long nextAvailable = 1;
+  };
+  const LabelMap& Labels() const;
+  int CheckedLabel(long long label) const;
+
+  Classes classes_;
+  std::vector<unsigned> firstOfClass_{0}; ///< first element of each class, and the total
+  mutable LabelMap labels_;
+  cls_Uid uid_;
+};

@@ -1,0 +1,101 @@
+// bme_NodeData.h: node coordinates and user node labels
+#pragma once
+
+#include <BasicUtils/cls_Containers.h>
+#include <BasicUtils/uti_CoordCont3D.h>
+#include <CoreGeometry/CoreGeometryExport.h>
+#include <CoreUtils/omi_LabelTable.h>
+
+/// Index that stands for "not found" in every mesh query.
+inline constexpr unsigned bme_kNotFound = 4294967295U;
+
+/// Coordinates of the nodes of a mesh and, if wanted, one user label per node.
+///
+/// Labels are in use when the label list is not empty and as long as the node table; any other list counts as
+/// no labels. Without labels no look-up finds anything, although the largest label is the node count. Of
+/// duplicate labels the last one wins.
+///
+/// Units      model length, single precision.
+/// Tolerance  AreNodesEqual: absolute difference per axis.
+/// Errors     an unknown label gives bme_kNotFound; nex_TextException when no label is left above 2147483647.
+/// Cost       copies share coordinates and labels; a change copies what is shared. The first look-up after a
+///            change of labels builds the label map.
+/// Threads    look-ups build the label map on first use: not at the same time on two threads before that.
+/// Stored as  coordinates, userNodeLabels, numDim
+class CORE_GEOMETRY_API bme_NodeData {
+public:
+  static unsigned TypeId() noexcept;
+  virtual unsigned DynTypeId() const noexcept;
+  static void* Ctor(cls_ReadVisitor& visitor);
+  static void InitializeMetadata(cls_ClassRegistrar& registrar);
+
+  // make
+  bme_NodeData();
+  explicit bme_NodeData(uti_CoordCont3D coordinates, unsigned numDim = 3);
+  explicit bme_NodeData(const cls_ReadVisitor& visitor);
+  bme_NodeData(const bme_NodeData&) = default;
+  bme_NodeData& operator=(const bme_NodeData&) = default;
+  virtual ~bme_NodeData();
+  virtual bme_NodeData* Copy() const; ///< with the same uid
+
+  // ask
+  virtual void DBWrite(const cls_WriteVisitor& visitor) const;
+  unsigned NumNodes() const noexcept { return static_cast<unsigned>(coordinates_.Size()); }
+  unsigned Dimension() const noexcept { return numDim_; }
+  const uti_CoordCont3D& Coordinates() const noexcept { return coordinates_; }
+  virtual bool GetNodalCoord(unsigned node, float& x, float& y, float& z) const;
+  virtual bool GetNodalCoord(unsigned node, float& x, float& y) const;
+  virtual uti_Coord3D operator[](unsigned node) const; ///< throws nex_OutOfRangeException
+  virtual bool AreNodesEqual(unsigned a, unsigned b, float tolerance) const;
+  /// Same coordinates, labels and dimension.
+  bool operator==(const bme_NodeData& other) const noexcept;
+
+  // labels
+  bool HasUserNodeLabels() const noexcept {
+    return !labels_.IsEmpty() && labels_.Size() == coordinates_.Size();
+  }
+  const cls_xp1DArrayListInt& UserNodeLabels() const noexcept { return labels_; }
+  void GetUserNodeLabels(cow_List<int>& labels) const { labels = labels_.AsList(); }
+  int GetMaxUserNodeLabel() const;
+  virtual unsigned GetMeshNodeIndex(int label) const;
+  /// indices[i] of labels[i], with cache misses overlapped.
+  void GetMeshNodeIndices(std::span<const int> labels, std::span<unsigned> indices) const;
+  /// Position of the first label that is not known here, or the length when all are.
+  int CheckUserNodeLabels(const cow_List<int>& labels) const;
+  int NextFreeLabel() const; ///< above every label that was ever stored
+
+  // change
+  void SetDimension(unsigned numDim) noexcept { numDim_ = numDim; }
+  virtual bool SetNodalCoord(unsigned node, float x, float y, float z);
+  /// Flat x0 y0 z0 x1 ... of all nodes, private to this table from now on.
+  std::span<float> CoordinatesToModify() { return coordinates_.Modify(); }
+  virtual void AppendNode(float x, float y, float z,
+                          int label); ///< the label is dropped when none are in use
+  virtual void AppendNode(float x, float y, float z);
+  /// Labels stay in use when both sides have them; unlabelled nodes appended to labelled ones get the next
+  /// free labels; anything appended to unlabelled nodes loses its labels.
+  virtual void AppendNodes(const bme_NodeData& other);
+  virtual void AppendNodes(const uti_CoordCont3D& coordinates);
+  virtual bool DeleteNode(unsigned node);
+  /// One entry per node: its new index, or a negative value to delete it. The new indices of the kept nodes
+  /// must be exactly 0 to (kept - 1); nex_AssertionException otherwise.
+  virtual void DeleteNodes(const int* newIndex);
+  void SetUserNodeLabels(const int* labels); ///< one per node
+  void SetUserNodeLabels(const cow_List<int>& labels);
+  void SetUserNodeLabels(const bme_NodeData& other);
+
+private:
+  static constexpr auto StoredFields();
+  void RaiseNextFreeLabel();
+  int TakeFreeLabel();
+  const omi_LabelTable& LabelMap() const;
+
+  uti_CoordCont3D coordinates_;
+  cls_xp1DArrayListInt labels_;
+  unsigned numDim_ = 3;
+
+  long long nextFreeLabel_ = 1;
+  mutable bool mapIsValid_ = false;
+  mutable omi_LabelTable map_;
+  cls_Uid uid_;
+};

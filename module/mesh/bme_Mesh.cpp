@@ -1,0 +1,130 @@
+#include <CoreGeometry/bme_Mesh.h>
+
+#include "bme_Component.h"
+
+#include <CoreGeometry/gsl_Matrix.h>
+#include <CoreGeometry/shp_ShapeDictionary.h>
+#include <CoreUtils/omi_timers.h>
+#include <cls_Fields.h>
+#include <typeinfo>
+
+constexpr auto bme_Mesh::StoredFields() {
+  return cls_Fields{cls_Field{"id", &bme_Mesh::id_},
+                    cls_Field{"nodeData", &bme_Mesh::nodeData_},
+                    cls_Field{"elemData", &bme_Mesh::elemData_},
+                    cls_Field{"meshType", &bme_Mesh::meshType_},
+                    cls_Field{"timeStamp", &bme_Mesh::timeStamp_},
+                    cls_Field{"transform", &bme_Mesh::transform_}};
+}
+
+unsigned bme_Mesh::TypeId() noexcept { return bme_TypeId(1); }
+unsigned bme_Mesh::DynTypeId() const noexcept { return TypeId(); }
+void* bme_Mesh::Ctor(cls_ReadVisitor& visitor) {
+  if (bme_Traces(2)) aio_DebugStream() << "Reading bme_Mesh\n";
+  return new bme_Mesh(visitor);
+}
+void bme_Mesh::InitializeMetadata(cls_ClassRegistrar& registrar) {
+  cls_DescribeClass<bme_Mesh>(registrar, "bme_Mesh", 508, StoredFields());
+}
+
+bme_Mesh::bme_Mesh() : bme_Mesh(bme_ORPHAN_MESH) {}
+bme_Mesh::bme_Mesh(bme_MeshType type) : bme_Mesh(0, nullptr, nullptr, type, nullptr) {}
+
+bme_Mesh::bme_Mesh(unsigned id, bme_NodeData* nodes, bme_ElementData* elements, bme_MeshType type,
+                   const gsl_Matrix* transform)
+    : id_(static_cast<int>(id)), nodeData_(nodes ? nodes : new bme_NodeData),
+      elemData_(elements ? elements : new bme_ElementData), meshType_(type), timeStamp_(omi_gettimecounter()),
+      uid_(cls_Uid::AllocateUid()) {
+  if (transform) transform_ = *transform;
+  ComputeSphere();
+}
+
+bme_Mesh::bme_Mesh(unsigned id, unsigned /*numNodes*/, uti_CoordCont3D& coordinates, unsigned numClasses,
+                   bme_ElementClass** classes, bme_MeshType type, unsigned numDim,
+                   const gsl_Matrix* transform)
+    : bme_Mesh(id, new bme_NodeData(coordinates, numDim), new bme_ElementData(classes, numClasses), type,
+               transform) {}
+
+bme_Mesh::bme_Mesh(const bme_Mesh& other, unsigned newId) : bme_Mesh(other) {
+  id_ = static_cast<int>(newId);
+  nodeData_ = cow_COW<bme_NodeData, cow_Virtual<bme_NodeData>>(other.NodeData().Copy());
+  elemData_ = cow_COW<bme_ElementData>(new bme_ElementData(other.ElementData()));
+  changeCount_ = 1;
+}
+
+bme_Mesh::bme_Mesh(const cls_ReadVisitor& visitor) : uid_(visitor.GetUid()) {
+  cls_ReadFields(visitor, *this, StoredFields());
+  if (nodeData_.IsNull()) nodeData_ = cow_COW<bme_NodeData, cow_Virtual<bme_NodeData>>(new bme_NodeData);
+  if (elemData_.IsNull()) elemData_ = cow_COW<bme_ElementData>(new bme_ElementData);
+  ComputeSphere();
+}
+
+bme_Mesh::~bme_Mesh() = default;
+bme_Mesh* bme_Mesh::VirtualCopy() const { return new bme_Mesh(*this); }
+
+void bme_Mesh::DBWrite(const cls_WriteVisitor& visitor) const {
+  cls_WriteFields(visitor, TypeId(), uid_, *this, StoredFields());
+}
+
+gsl_BBox bme_Mesh::GetBBox() const {
+  gsl_BBox box;
+  const bme_NodeData& nodes = NodeData();
+  if (typeid(nodes) == typeid(bme_NodeData)) {
+    box.Add(nodes.Coordinates().Const());
+  } else {
+    float point[3];
+    for (unsigned node = 0; node < nodes.NumNodes(); ++node)
+      if (nodes.GetNodalCoord(node, point[0], point[1], point[2])) box.Add(std::span<const float>(point));
+  }
+  return box;
+}
+
+void bme_Mesh::ComputeSphere() {
+  const gsl_BBox box = GetBBox();
+  const gsl_Point centre = box.Center();
+  sphere_ = {centre[0], centre[1], centre[2], 0.5 * box.Size()};
+}
+
+unsigned bme_Mesh::GetMeshElemIndexFromLabel(int label) const {
+  return ElementData().GetMeshElemIndexFromLabel(static_cast<unsigned>(label));
+}
+
+bool bme_Mesh::GetClassAndElemIndexFromElementLabel(int label, unsigned& classIndex,
+                                                    unsigned& elemIndexInClass) const {
+  return ElementData().GetClassAndElemIndex(GetMeshElemIndexFromLabel(label), classIndex, elemIndexInClass);
+}
+
+void bme_Mesh::ApplyTransform(const gsl_Matrix& matrix) {
+  bme_NodeData& nodes = nodeData_.Modify();
+  if (typeid(nodes) == typeid(bme_NodeData)) {
+    matrix.Transform(nodes.CoordinatesToModify());
+  } else {
+    float point[3];
+    for (unsigned node = 0; node < nodes.NumNodes(); ++node) {
+      if (!nodes.GetNodalCoord(node, point[0], point[1], point[2])) continue;
+      matrix.Transform(std::span<float>(point));
+      nodes.SetNodalCoord(node, point[0], point[1], point[2]);
+    }
+  }
+  ComputeSphere();
+}
+
+void bme_Mesh::InvalidateMeshData() noexcept { ++changeCount_; }
+
+void bme_Mesh::Print(aio_ostream& out) const {
+  const bme_ElementData& elements = ElementData();
+  out << "Mesh ID : " << id_ << std::endl;
+  out << "  Number of nodes:           " << NodeData().NumNodes() << std::endl;
+  out << "  Number of element classes: " << elements.NumClasses() << std::endl;
+  for (unsigned i = 0; i < elements.NumClasses(); ++i) {
+    const bme_ElementClass& type = elements.GetClass(i);
+    out << "  Element class #: " << i << std::endl;
+    out << "    Number of elements :         " << type.NumElements() << std::endl;
+    out << "    Element type label:          " << type.ElemTypeLabel() << std::endl;
+    if (const shp_Shape* shape = type.Shape())
+      out << "    Number of nodes per element: " << shape->NumNodes() << std::endl;
+    else
+      out << "    Unsupported shape" << std::endl;
+  }
+  out << std::endl;
+}

@@ -1,0 +1,5 @@
+// AllocationCounter.h: counts what a test allocates
+#pragma once
+
+/// Number of calls of operator new on this thread so far, in this program.
+long NumAllocations();
