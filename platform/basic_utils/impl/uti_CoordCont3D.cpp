@@ -4,7 +4,9 @@
 #include <cmath>
 
 namespace {
-cow_String NoTriples(std::size_t numbers) { return std::to_string(numbers) + " numbers are no points of three coordinates"; }
+cow_String NoTriples(std::size_t numbers) {
+  return std::to_string(numbers) + " numbers are no points of three coordinates";
+}
 } // namespace
 
 uti_CoordCont3D::uti_CoordCont3D(cow_ArrayCOW<float> xyz) : xyz_(std::move(xyz)) {
