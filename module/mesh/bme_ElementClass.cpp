@@ -102,7 +102,11 @@ bme_ElementClass::bme_ElementClass(const cls_ReadVisitor& visitor) : uid_(visito
   const bool timed = std::getenv("TWL_TIMING") != nullptr;
   const omi_Stopwatch watch;
   cls_ReadFields(visitor, *this, StoredFields());
-  FindShape();
+  try {
+    FindShape();
+  } catch (const nex_TextException& failure) {
+    visitor.Refuse(failure.Message());
+  }
   if (timed) {
     theReadTime += watch.Seconds();
     aio_DebugStream() << "It took " << theReadTime << " to read DDB connectivity." << std::endl;

@@ -45,7 +45,8 @@ struct Spot : TestObject<Spot, 9001> {
   Spot(double x, double y) : x(x), y(y) {}
   explicit Spot(const cls_ReadVisitor& visitor) { Read(visitor); }
   static constexpr auto StoredFields() {
-    return cls_Fields{cls_Field{"_x", &Spot::x}, cls_Field{"_y", &Spot::y}, cls_Field{"colour", &Spot::colour}};
+    return cls_Fields{cls_Field{"_x", &Spot::x}, cls_Field{"_y", &Spot::y},
+                      cls_Field{"colour", &Spot::colour}};
   }
   bool operator==(const Spot& other) const { return x == other.x && y == other.y && colour == other.colour; }
 };
@@ -71,14 +72,13 @@ struct Bag : TestObject<Bag, 9002> {
   Bag() = default;
   explicit Bag(const cls_ReadVisitor& visitor) { Read(visitor); }
   static constexpr auto StoredFields() {
-    return cls_Fields{cls_Field{"id", &Bag::whole},       cls_Field{"count", &Bag::count},
-                      cls_Field{"flag", &Bag::flag},      cls_Field{"real", &Bag::real},
-                      cls_Field{"text", &Bag::text},      cls_Field{"colour", &Bag::colour},
-                      cls_Field{"spot", &Bag::spot},      cls_Field{"spots", &Bag::spots},
-                      cls_Field{"texts", &Bag::texts},    cls_Field{"labels", &Bag::labels},
-                      cls_Field{"words", &Bag::words},    cls_Field{"table", &Bag::table},
-                      cls_Field{"points", &Bag::points},  cls_Field{"inner", &Bag::inner},
-                      cls_Field{"other", &Bag::other},    cls_Field{"bags", &Bag::bags}};
+    return cls_Fields{
+        cls_Field{"id", &Bag::whole},      cls_Field{"count", &Bag::count}, cls_Field{"flag", &Bag::flag},
+        cls_Field{"real", &Bag::real},     cls_Field{"text", &Bag::text},   cls_Field{"colour", &Bag::colour},
+        cls_Field{"spot", &Bag::spot},     cls_Field{"spots", &Bag::spots}, cls_Field{"texts", &Bag::texts},
+        cls_Field{"labels", &Bag::labels}, cls_Field{"words", &Bag::words}, cls_Field{"table", &Bag::table},
+        cls_Field{"points", &Bag::points}, cls_Field{"inner", &Bag::inner}, cls_Field{"other", &Bag::other},
+        cls_Field{"bags", &Bag::bags}};
   }
 };
 
@@ -90,8 +90,8 @@ protected:
     metadata.initClassMetadata(&Spot::InitializeMetadata, 7);
     metadata.initClassMetadata(&Bag::InitializeMetadata, 7);
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    folder_ = std::filesystem::temp_directory_path()
-              / ("cgdb_" + std::to_string(getpid()) + "_" + info->name());
+    folder_ =
+        std::filesystem::temp_directory_path() / ("cgdb_" + std::to_string(getpid()) + "_" + info->name());
     std::filesystem::create_directories(folder_);
     file_ = (folder_ / "model.cgdb").string();
   }
@@ -99,7 +99,8 @@ protected:
 
   cls_Database Create() const { return cls_Database::Create(file_, {4096}); }
   template<class T> void Store(const cow_String& root, const T& object) const {
-    cls_Database db = std::filesystem::exists(file_) ? cls_Database::Open(file_, cls_Database::Mode::ReadWrite) : Create();
+    cls_Database db =
+        std::filesystem::exists(file_) ? cls_Database::Open(file_, cls_Database::Mode::ReadWrite) : Create();
     cls_WritePass pass(db);
     pass.Put(root, object);
     pass.Commit();

@@ -123,8 +123,9 @@ TEST_F(DatabaseTest, AFailedPutLeavesThePassAsItWas) {
   bad.inner = cow_COW<Bag>(new Bag);
   bad.inner.Modify().spot.colour = static_cast<Colour>(99);
   pass.Put("good", good);
-  EXPECT_NE(MessageOf([&] { pass.Put("good", bad); }).find("Enum value not allowed: 99  Permissible: RED, GREEN"),
-            cow_String::npos);
+  EXPECT_NE(
+      MessageOf([&] { pass.Put("good", bad); }).find("Enum value not allowed: 99  Permissible: RED, GREEN"),
+      cow_String::npos);
   const auto holder = cow_CountedHld<Bag>(new Bag);
   holder->inner = cow_COW<Bag>(holder);
   EXPECT_NE(MessageOf([&] { pass.Put("loop", holder); }).find("owns itself"), cow_String::npos);
@@ -206,17 +207,19 @@ TEST_F(DatabaseTest, PathsLeadToObjectsFieldsAndElements) {
   EXPECT_EQ(db.Resolve("parts/a.b[1].inner").row, db.Resolve("parts/a.b[1].bags[-4]").row);
   EXPECT_GE(db.Resolve("parts/a.b[1].spots").field, 0);
   EXPECT_EQ(db.GetValue<cls_xoList<Spot>>(db.Resolve("parts/a.b[1].inner.spots")), bag.spots);
-  for (const char* wrong : {"", "none", "parts/a.b[1].spots[2]", "parts/a.b[1].nothing", "parts/a.b[1].inner[0]",
-                            "parts/a.b[1].spots[x]", "parts/a.b[1].spots[", "parts/a.b[1].bags[0]"})
+  for (const char* wrong :
+       {"", "none", "parts/a.b[1].spots[2]", "parts/a.b[1].nothing", "parts/a.b[1].inner[0]",
+        "parts/a.b[1].spots[x]", "parts/a.b[1].spots[", "parts/a.b[1].bags[0]"})
     EXPECT_NE(MessageOf([&] { db.Resolve(wrong); }).find(wrong), cow_String::npos) << wrong;
 }
 
 namespace {
 constexpr dbc_OldField kSpot1Fields[] = {{"_x", cls_AttributeType::Double}, {"tint", cls_AttributeType::Int}};
-const dbc_OldLayout kSpot1{"Spot", 9001, 1, 2, 1, "Spot", kSpot1Fields, [](const dbc_Row& old, dbc_Row& now, int) -> void* {
-                             now.SetText("colour", old.GetInt("tint") == 0 ? "RED" : "GREEN");
-                             return nullptr;
-                           }};
+const dbc_OldLayout kSpot1{
+    "Spot", 9001, 1, 2, 1, "Spot", kSpot1Fields, [](const dbc_Row& old, dbc_Row& now, int) -> void* {
+      now.SetText("colour", old.GetInt("tint") == 0 ? "RED" : "GREEN");
+      return nullptr;
+    }};
 constexpr dbc_OldField kBag9Fields[] = {{"id", cls_AttributeType::Int},
                                         {"spot", cls_AttributeType::Object, 9001},
                                         {"words", cls_AttributeType::UintArray},
@@ -247,7 +250,8 @@ TEST_F(DatabaseTest, OldLayoutsAreConvertedWhileReadingAndByUpgrade) {
     outer.Set("words", cls_EncodeArray(cls_ArrayKind::Uint, 1, std::as_bytes(std::span(words))));
     pass.PutRow("old", 9002, 9, outer);
     pass.PutRow(9001, 1, cls_Row().SetDouble("_x", 6).SetInt("tint", 0)); // nothing reaches it
-    EXPECT_NE(MessageOf([&] { pass.PutRow(9001, 1, cls_Row().SetDouble("_x", 6)); }).find("tint"), cow_String::npos);
+    EXPECT_NE(MessageOf([&] { pass.PutRow(9001, 1, cls_Row().SetDouble("_x", 6)); }).find("tint"),
+              cow_String::npos);
     EXPECT_NE(MessageOf([&] { pass.PutRow(9001, 8, cls_Row()); }).find("version 8"), cow_String::npos);
     pass.Commit();
     EXPECT_EQ(Stored(db, "Spot"), 2);

@@ -20,7 +20,7 @@ gsl_PersistentMatrix::gsl_PersistentMatrix(const cls_ReadVisitor& visitor) : uid
   const auto numbers = field.GetArray<double>();
   if (numbers.IsEmpty()) return;
   if (numbers.Size() != 16)
-    throw nex_TextException("a transform has 16 numbers, not " + std::to_string(numbers.Size()));
+    field.Refuse("a transform has 16 numbers, not " + std::to_string(numbers.Size()));
   double rows[4][4];
   std::ranges::copy(numbers.Const(), &rows[0][0]);
   matrix_.emplace(rows);

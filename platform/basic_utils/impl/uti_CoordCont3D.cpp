@@ -4,18 +4,17 @@
 #include <cmath>
 
 namespace {
-void CheckTriples(std::size_t numbers) {
-  if (numbers % 3 != 0)
-    throw nex_AssertionException(std::to_string(numbers) + " numbers are no points of three coordinates");
+cow_String NoTriples(std::size_t numbers) {
+  return std::to_string(numbers) + " numbers are no points of three coordinates";
 }
 } // namespace
 
 uti_CoordCont3D::uti_CoordCont3D(cow_ArrayCOW<float> xyz) : xyz_(std::move(xyz)) {
-  CheckTriples(xyz_.Size());
+  if (xyz_.Size() % 3 != 0) throw nex_AssertionException(NoTriples(xyz_.Size()));
 }
 
 uti_CoordCont3D::uti_CoordCont3D(const cls_ReadVisitor& visitor) : xyz_(visitor.GetArray<float>()) {
-  CheckTriples(xyz_.Size());
+  if (xyz_.Size() % 3 != 0) visitor.Refuse(NoTriples(xyz_.Size()));
 }
 
 bool uti_CoordCont3D::GetCoord(std::size_t i, float& x, float& y, float& z) const noexcept {

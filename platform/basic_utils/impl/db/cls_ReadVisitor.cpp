@@ -159,6 +159,8 @@ std::shared_ptr<void> cls_ReadVisitor::GetObject(const cls_FieldHandle& field, u
   return place.reader->Read(Integer(place, 1, std::numeric_limits<long long>::max()), typeId);
 }
 
+void cls_ReadVisitor::Refuse(const cow_String& what) const { place_->Fail(what); }
+
 cls_Uid cls_ReadVisitor::GetUid() const { return place_->Object().holder->uid; }
 
 cow_String cls_ReadVisitor::GetText() const {

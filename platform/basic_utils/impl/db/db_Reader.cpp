@@ -85,10 +85,18 @@ std::shared_ptr<db_Object> db_Reader::LoadObject(long long id, long long owner, 
 }
 
 std::shared_ptr<void> db_Reader::Read(long long row, unsigned typeId) {
-  cls_ClassRegistrar& registry = Registry();
+  const cls_ClassRegistrar& registry = Registry();
+  const auto check = [&](unsigned stored) {
+    if (registry.IsA(stored, typeId)) return;
+    const auto* wanted = registry.Current(typeId);
+    throw nex_TextException(file_.Connection().File() + ": object " + std::to_string(row) + " is of class "
+                            + registry.Current(stored)->Name() + ", not "
+                            + (wanted ? wanted->Name() : "class " + std::to_string(typeId)));
+  };
   auto found = objects_.find(row);
   if (found == objects_.end()) {
     const auto object = LoadObject(row, 0);
+    check(object->record->TypeId());
     Enter(row);
     struct Forget { // a failed read leaves nothing behind
       db_Reader& reader;
@@ -109,15 +117,8 @@ std::shared_ptr<void> db_Reader::Read(long long row, unsigned typeId) {
   } else if (!found->second.object) {
     file_.Connection().Damaged("object " + std::to_string(row) + " owns itself");
   }
-  void* const asked = registry.Upcast(found->second.object.get(), found->second.typeId, typeId);
-  if (!asked) {
-    const auto* stored = registry.Current(found->second.typeId);
-    const auto* wanted = registry.Current(typeId);
-    throw nex_TextException(file_.Connection().File() + ": object " + std::to_string(row) + " is of class "
-                            + stored->Name() + ", not "
-                            + (wanted ? wanted->Name() : "class " + std::to_string(typeId)));
-  }
-  return {found->second.object, asked};
+  check(found->second.typeId);
+  return {found->second.object, registry.Upcast(found->second.object.get(), found->second.typeId, typeId)};
 }
 
 void db_Reader::Expect(long long root) {

@@ -44,6 +44,8 @@ public:
   }
   std::shared_ptr<void> GetObject(const cls_FieldHandle& field, unsigned typeId) const;
   cls_Uid GetUid() const;
+  /// For data that reads well but makes no sense: throws nex_TextException naming the place.
+  [[noreturn]] void Refuse(const cow_String& what) const;
 
   // the value that this visitor stands for
   cow_String GetText() const;

@@ -1,0 +1,312 @@
+#include <CoreGeometry/bme_Mesh.h>
+
+#include <BasicUtils/cls_WritePass.h>
+#include <BasicUtils/thr_ThreadSingleton.h>
+#include <BasicUtils/typ_ArchCompTable.h>
+#include <BasicUtils/wip_WIP.h>
+#include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/bme_Messages.h>
+#include <CoreGeometry/gsl_Matrix.h>
+#include <CoreGeometry/gsl_Vector.h>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <unistd.h>
+
+namespace {
+bme_NodeData* Cube() {
+  auto* nodes = new bme_NodeData;
+  for (int i = 0; i < 8; ++i) nodes->AppendNode(float(i & 1), float(i >> 1 & 1), float(i >> 2), 10 * (i + 1));
+  return nodes;
+}
+
+bme_ElementData* Elements() {
+  const int brick[] = {0, 1, 3, 2, 4, 5, 7, 6}, pyramid[] = {0, 1, 3, 2, 4};
+  cow_ArrayCOW<int> bricks, pyramids;
+  bricks.Append(brick);
+  pyramids.Append(pyramid);
+  bme_ElementClass* classes[] = {new bme_ElementClass("C3D8R", cls_xp2DArrayInt(8, bricks)),
+                                 new bme_ElementClass("PYRAMID5", cls_xp2DArrayInt(5, pyramids))};
+  classes[0]->SetUserElementLabels(std::vector<int>{100});
+  classes[1]->SetUserElementLabels(std::vector<int>{-3});
+  bme_ElemCtrlParams controls;
+  controls.SetStressRate(bme_SPIN);
+  classes[0]->SetElemControlParams(controls);
+  classes[0]->SetCategoryLabel("solid");
+  classes[0]->SetLocationLabels(cow_List<cow_String>().Append("top").Append("bottom"));
+  return new bme_ElementData(classes, 2);
+}
+
+gsl_Matrix Shift(double x, double y, double z) {
+  gsl_Matrix matrix;
+  matrix.SetTranslation(gsl_Vector(x, y, z));
+  return matrix;
+}
+
+class MeshFile : public ::testing::Test {
+protected:
+  MeshFile() {
+    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+    file_ = (std::filesystem::temp_directory_path() / ("mesh_" + std::to_string(getpid()) + info->name()))
+                .string();
+    std::filesystem::remove(file_);
+  }
+  ~MeshFile() override { std::filesystem::remove(file_); }
+
+  const DDB_CoreGeometry library_;
+  cow_String file_;
+};
+} // namespace
+
+TEST(bme_Mesh, AnEmptyMeshHasAnEmptyBoxAndSphere) {
+  const bme_Mesh mesh(bme_NATIVE_MESH);
+  EXPECT_TRUE(mesh.GetBBox().IsEmpty());
+  EXPECT_EQ(mesh.BoundingSphere().radius, -0.5);
+  EXPECT_EQ(mesh.BoundingSphere().x, -0.5);
+  EXPECT_TRUE(mesh.BoundingSphere().IsEmpty());
+  EXPECT_EQ(mesh.ChangeCount(), 1U);
+  EXPECT_EQ(mesh.Transform(), nullptr);
+}
+
+TEST(bme_Mesh, AnswersByUserLabel) {
+  const bme_Mesh mesh(7, Cube(), Elements(), bme_ORPHAN_MESH, nullptr);
+  unsigned c = 9, e = 9;
+  EXPECT_TRUE(mesh.GetClassAndElemIndexFromElementLabel(-3, c, e));
+  EXPECT_EQ(c, 1U);
+  EXPECT_EQ(e, 0U);
+  EXPECT_FALSE(mesh.GetClassAndElemIndexFromElementLabel(1, c, e));
+  EXPECT_EQ(c, bme_kNotFound);
+  EXPECT_EQ(mesh.GetMeshElemIndexFromLabel(100), 0U);
+  EXPECT_EQ(mesh.NodeData().GetMeshNodeIndex(80), 7U);
+}
+
+TEST(bme_Mesh, PrintsItsSummary) {
+  const bme_Mesh mesh(7, Cube(), Elements(), bme_ORPHAN_MESH, nullptr);
+  std::ostringstream out;
+  mesh.Print(out);
+  EXPECT_EQ(out.str(), "Mesh ID : 7\n"
+                       "  Number of nodes:           8\n"
+                       "  Number of element classes: 2\n"
+                       "  Element class #: 0\n"
+                       "    Number of elements :         1\n"
+                       "    Element type label:          C3D8R\n"
+                       "    Number of nodes per element: 8\n"
+                       "  Element class #: 1\n"
+                       "    Number of elements :         1\n"
+                       "    Element type label:          PYRAMID5\n"
+                       "    Unsupported shape\n"
+                       "\n");
+}
+
+TEST(bme_Mesh, ATransformMovesItsOwnNodesOnly) {
+  bme_Mesh mesh(1, Cube(), Elements(), bme_ORPHAN_MESH, nullptr);
+  const bme_Mesh other = mesh;
+  EXPECT_EQ(&other.NodeData(), &mesh.NodeData()) << "copies share";
+  const bme_Mesh deep(mesh, 5);
+  mesh.ApplyTransform(Shift(10, 0, 0));
+  EXPECT_EQ(mesh.GetBBox().Max()[0], 11);
+  EXPECT_EQ(mesh.BoundingSphere().x, 10.5);
+  EXPECT_EQ(other.GetBBox().Max()[0], 1);
+  EXPECT_EQ(deep.GetBBox().Max()[0], 1);
+  EXPECT_EQ(deep.Id(), 5);
+  EXPECT_EQ(deep.TimeStamp(), mesh.TimeStamp());
+  EXPECT_EQ(mesh.Transform(), nullptr) << "the placement is another thing";
+  EXPECT_EQ(mesh.ChangeCount(), 1U);
+  mesh.InvalidateMeshData();
+  EXPECT_EQ(mesh.ChangeCount(), 2U);
+  EXPECT_EQ(bme_Mesh(mesh, 6).ChangeCount(), 1U);
+}
+
+namespace {
+/// Node data that mirrors x on every access.
+class Mirrored : public bme_NodeData {
+public:
+  bool GetNodalCoord(unsigned node, float& x, float& y, float& z) const override {
+    const bool known = bme_NodeData::GetNodalCoord(node, x, y, z);
+    x = -x;
+    return known;
+  }
+  bool SetNodalCoord(unsigned node, float x, float y, float z) override {
+    return bme_NodeData::SetNodalCoord(node, -x, y, z);
+  }
+  bme_NodeData* Copy() const override { return new Mirrored(*this); }
+};
+} // namespace
+
+TEST(bme_Mesh, ATransformGoesThroughTheOperationsOfDerivedNodeData) {
+  auto* nodes = new Mirrored;
+  nodes->AppendNode(-3, 0, 0);
+  bme_Mesh mesh(1, nodes, nullptr, bme_ORPHAN_MESH, nullptr);
+  const bme_Mesh copy = mesh;
+  mesh.ApplyTransform(Shift(1, 2, 0));
+  EXPECT_EQ(mesh.GetBBox().Min()[0], 4);
+  EXPECT_EQ(mesh.NodeData().Coordinates().Const()[0], -4);
+  EXPECT_EQ(copy.GetBBox().Min()[0], 3) << "a detached copy keeps the dynamic class";
+}
+
+TEST_F(MeshFile, EverythingStoredComesBack) {
+  const gsl_Matrix place = Shift(1, 2, 3), identity;
+  {
+    cls_Database db = cls_Database::Create(file_);
+    cls_WritePass pass(db);
+    const bme_Mesh mesh(7, Cube(), Elements(), bme_NATIVE_MESH, &place), copy(mesh, 8);
+    const bme_Mesh given(9, nullptr, nullptr, bme_ODB_MESH, &identity);
+    pass.Put("meshes/mesh", mesh);
+    pass.Put("meshes/copy", copy);
+    pass.Put("meshes/given", given);
+    pass.Commit();
+  }
+  std::ostringstream trace;
+  aio_SetDebugStream(&trace);
+  typ_DebugFlags::SetDebugFlags(812, 2);
+  const cls_Database db = cls_Database::Open(file_);
+  const auto mesh = db.Get<bme_Mesh>("meshes/mesh");
+  typ_DebugFlags::SetDebugFlags(812, 0);
+  aio_SetDebugStream(nullptr);
+  EXPECT_EQ(trace.str(), "Reading bme_Mesh\nDone with bme_ElementClass\nDone with bme_ElementClass\n");
+  EXPECT_EQ(mesh->Id(), 7);
+  EXPECT_EQ(db.Get<bme_Mesh>("meshes/copy")->Id(), 8);
+  EXPECT_EQ(mesh->MeshType(), bme_NATIVE_MESH);
+  EXPECT_EQ(mesh->ChangeCount(), 1U);
+  ASSERT_NE(mesh->Transform(), nullptr);
+  EXPECT_TRUE(*mesh->Transform() == place);
+  EXPECT_NE(db.Get<bme_Mesh>("meshes/given")->Transform(), nullptr) << "a given identity is not none";
+  EXPECT_EQ(mesh->NodeData().GetMeshNodeIndex(30), 2U);
+  EXPECT_EQ(mesh->NodeData().NextFreeLabel(), 81);
+  EXPECT_EQ(mesh->BoundingSphere().x, 0.5);
+  const bme_ElementClass& bricks = mesh->ElementData().GetClass(0);
+  EXPECT_EQ(bricks.GetElemControlParams().StressRate(), bme_SPIN);
+  EXPECT_EQ(bricks.CategoryLabel(), "solid");
+  EXPECT_EQ(bricks.SectionPointLabel(0), "top");
+  EXPECT_EQ(bricks.Connectivity(0)[7], 6);
+  EXPECT_EQ(mesh->ElementData().GetClass(1).NumNodesPerElem(), 5);
+  EXPECT_EQ(mesh->GetMeshElemIndexFromLabel(-3), 1U);
+}
+
+TEST_F(MeshFile, MeshesThatShareNodesShareThemInTheFile) {
+  bme_Mesh first(1, Cube(), Elements(), bme_ORPHAN_MESH, nullptr);
+  const bme_Mesh second = first;
+  {
+    cls_Database db = cls_Database::Create(file_);
+    cls_WritePass pass(db);
+    pass.Put("first", first);
+    pass.Put("second", second);
+    pass.Commit();
+    for (const auto& type : db.Classes()) {
+      if (type.name == "bme_NodeData") {
+        EXPECT_EQ(type.objects, 1);
+      }
+    }
+  }
+  const cls_Database db = cls_Database::Open(file_);
+  const auto read = db.Get<bme_Mesh>("first");
+  bme_Mesh moved = *read;
+  moved.ApplyTransform(Shift(5, 0, 0));
+  EXPECT_EQ(read->GetBBox().Max()[0], 1);
+}
+
+TEST_F(MeshFile, OldControlParametersAreUpgradedInsideTheirElementClass) {
+  const auto text = [](cls_Row& row, std::initializer_list<std::pair<const char*, const char*>> fields) {
+    for (const auto& [name, value] : fields) row.SetText(name, value);
+  };
+  {
+    cls_Database db = cls_Database::Create(file_);
+    for (const int version : {203, 204, 508}) {
+      cls_WritePass pass(db);
+      cls_Row controls;
+      text(controls, {{"elemLib", "Standard"},
+                      {"kineSplit", "Centroid"},
+                      {"hrGlsControl", "Default Hourglass Control"},
+                      {"stressRate", "Polar"},
+                      {"soAccuracy", "Accuracy off"}});
+      for (const char* real : {"hrGlsStiffness", "bendingHrGls", "drillingHrGls"})
+        controls.SetDouble(real, 0);
+      for (const char* real : {"displHrGls", "rotHrGls", "OOPDispHrGls"}) controls.SetDouble(real, 1);
+      controls.SetDouble("weightFactor", 0.5);
+      if (version == 508)
+        controls.SetText("distortionCtrl", "Distortion Control ON").SetDouble("lengthRatio", 0.3);
+      cls_Row elements;
+      for (const char* index :
+           {"firstElementIndex", "meshIndex", "classIndex", "regionClassIndex", "regionIndex"})
+        elements.SetInt(index, 0);
+      elements.SetInt("numElements", 1).SetText("elemTypeLabel", "S4R").SetText("categoryLabel", "");
+      elements.SetEmbedded("elemCtrlParams", pass.PutRow(bme_ElemCtrlParams::TypeId(), version, controls));
+      elements.SetInts("DDBuserElementLabel", std::vector<int>{5})
+          .SetInts("DDBconnectivity", std::vector<int>{3, 2, 1, 0});
+      pass.PutRow("class" + std::to_string(version), bme_ElementClass::TypeId(), 203, elements);
+      pass.Commit();
+    }
+  }
+  const auto check = [](const cls_Database& db) {
+    for (const int version : {203, 204, 508}) {
+      const auto elements = db.Get<bme_ElementClass>("class" + std::to_string(version));
+      const bme_ElemCtrlParams& controls = elements->GetElemControlParams();
+      EXPECT_EQ(controls.KineSplit(), bme_CENTROID);
+      EXPECT_EQ(controls.DistortionCtrl(), version == 508 ? bme_DISTORTION_ON : bme_DISTORTION_DEFAULT);
+      EXPECT_EQ(controls.LengthRatio(), version == 508 ? 0.3 : 0.1);
+      EXPECT_EQ(controls.ElemDeletion(), bme_DELETION_DEFAULT);
+      EXPECT_EQ(elements->OrientationFreq(), bme_ORIENTATION_NONE);
+      EXPECT_EQ(elements->Connectivity(0)[0], 3);
+    }
+  };
+  check(cls_Database::Open(file_));
+  cls_Database db = cls_Database::Open(file_, cls_Database::Mode::ReadWrite);
+  EXPECT_EQ(db.Upgrade(), 6);
+  EXPECT_FALSE(db.IsOutdated());
+  check(db);
+}
+
+TEST_F(MeshFile, WrongStoredMeshesAreRefusedWithTheirPlace) {
+  cls_Database db = cls_Database::Create(file_);
+  const auto message = [&](const cow_String& root) {
+    try {
+      db.Get<bme_Mesh>(root);
+    } catch (const nex_Exception& failure) {
+      return failure.Message();
+    }
+    return cow_String("(nothing was thrown)");
+  };
+  {
+    cls_WritePass pass(db);
+    cls_Row matrix, mesh, nodes;
+    matrix.SetDoubles("_matrix", {}, 4);
+    mesh.SetInt("id", 1)
+        .Set("nodeData", {})
+        .Set("elemData", {})
+        .SetText("meshType", "Orphan Mesh")
+        .SetDouble("timeStamp", 0);
+    mesh.SetEmbedded("transform", pass.PutRow(gsl_PersistentMatrix::TypeId(), 203, matrix));
+    pass.PutRow("type", bme_Mesh::TypeId(), 508, mesh);
+    nodes.SetFloats("coordinates", std::vector<float>{1, 2, 3, 4})
+        .SetInts("userNodeLabels", {})
+        .SetInt("numDim", 3);
+    pass.PutRow("nodes", bme_NodeData::TypeId(), 203, nodes);
+    pass.Commit();
+  }
+  EXPECT_EQ(message("type"),
+            "omu_PrimEnum(const cls_ReadVisitor&) - str not allowed: Orphan Mesh  Permissible: Orphan "
+            "mesh, Odb mesh, Native mesh, Invalid mesh");
+  EXPECT_NE(message("nodes").find("is of class bme_NodeData, not bme_Mesh"), cow_String::npos);
+  try {
+    db.Get<bme_NodeData>("nodes");
+    ADD_FAILURE();
+  } catch (const nex_TextException& failure) {
+    EXPECT_NE(failure.Message().find("of bme_NodeData, field coordinates: 4 numbers"), cow_String::npos)
+        << failure.Message();
+  }
+}
+
+TEST(bme_Messages, GoToTheChannelOfTheThread) {
+  struct Sink : wip_WIPBase {
+    cow_String errors, statuses;
+    void Error(const cow_String& message) override { errors += message; }
+    void Status(const cow_String& message) override { statuses += message; }
+  } sink;
+  auto& channel = thr_ThreadSingleton<wip_WIP>::Instance();
+  channel.SetSink(&sink);
+  bme_Report(bme_COMPUTING_NORMALS);
+  bme_Report(bme_FACE_LIST_ERROR, "12");
+  channel.SetSink(nullptr);
+  EXPECT_EQ(sink.statuses, "Computing element face normals...");
+  EXPECT_EQ(sink.errors, "Face list computation error for node 12");
+}
