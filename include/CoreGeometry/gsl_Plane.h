@@ -1,31 +1,54 @@
 // gsl_Plane.h: infinite plane
 #pragma once
 
+#include <BasicUtils/cls_Containers.h>
+#include <CaeUtils/omu_PrimEnum.h>
 #include <CoreGeometry/gsl_PersistentVector.h>
 #include <CoreGeometry/gsl_Point.h>
 #include <span>
-#include <vector>
+
+class ftr_FeatureList;
 
 /// How a plane was obtained.
-enum class gsl_DirMethod : int {
-  FROM_POINT_VECTOR,
-  FROM_FACE,
-  FROM_DATUM_PLANE,
-  FROM_ELEM_FACE,
-  PLANE_INVALID
+enum gsl_DirMethod : int {
+  gsl_FROM_POINT_VECTOR = 0,
+  gsl_FROM_FACE = 1,
+  gsl_FROM_DATUM_PLANE = 2,
+  gsl_FROM_ELEM_FACE = 3,
+  gsl_PLANE_INVALID = 4
+};
+template<> struct omu_EnumTable<gsl_DirMethod> {
+  static constexpr const char* name = "gsl_DirMethod";
+  static constexpr omu_EnumEntry entries[] = {{gsl_FROM_POINT_VECTOR, "FROM_POINT_VECTOR"},
+                                              {gsl_FROM_FACE, "FROM_FACE"},
+                                              {gsl_FROM_DATUM_PLANE, "FROM_DATUM_PLANE"},
+                                              {gsl_FROM_ELEM_FACE, "FROM_ELEM_FACE"},
+                                              {gsl_PLANE_INVALID, "PLANE_INVALID"}};
 };
 
 /// Plane through a point with a normal, which is not normalised; with the record of how it was obtained.
 ///
 /// Units      model length.
-/// Empty      the default plane is z = 0 and is not ok (method PLANE_INVALID).
+/// Empty      the default plane is z = 0 and is not ok (method gsl_PLANE_INVALID).
 /// Tolerance  rtol, gsl_Util's relative tolerance, decides what is parallel.
 /// Errors     none. With a zero normal every distance is NaN.
 /// Threads    a value.
+/// Stored as  _ok, _point, _normal, _method, _flip, parent_ids, owner_feat_id
 class CORE_GEOMETRY_API gsl_Plane {
 public:
+  static unsigned TypeId() noexcept;
+  virtual unsigned DynTypeId() const noexcept;
+  static void* Ctor(cls_ReadVisitor& visitor);
+  static void InitializeMetadata(cls_ClassRegistrar& registrar);
+
+  // make
   gsl_Plane() noexcept = default;
   gsl_Plane(const gsl_Point& point, const gsl_Vector& normal) noexcept;
+  explicit gsl_Plane(const cls_ReadVisitor& visitor);
+  gsl_Plane(const gsl_Plane&) = default;
+  gsl_Plane& operator=(const gsl_Plane&) = default;
+  virtual ~gsl_Plane() = default;
+  virtual void DBWrite(const cls_WriteVisitor& visitor) const;
 
   // ask: geometry
   const gsl_Point& PointOn() const noexcept { return point_; }
@@ -41,7 +64,7 @@ public:
   gsl_DirMethod Method() const noexcept { return method_; }
   bool IsOk() const noexcept { return ok_; }
   bool IsFlipped() const noexcept { return flip_; }
-  const std::vector<int>& ParentIds() const noexcept { return parentIds_; }
+  std::span<const int> ParentIds() const noexcept { return parentIds_.Const(); } ///< what it was built from
   int OwnerFeatId() const noexcept { return ownerFeatId_; }
   const cls_Uid& Uid() const noexcept { return uid_; }
 
@@ -49,16 +72,20 @@ public:
   void SetMethod(gsl_DirMethod method) noexcept { method_ = method; }
   void SetOk(bool ok) noexcept { ok_ = ok; }
   void SetFlipped(bool flip) noexcept { flip_ = flip; }
-  void SetParentIds(std::vector<int> ids) noexcept { parentIds_ = std::move(ids); }
+  void SetParentIds(std::span<const int> ids) { parentIds_ = cls_xp1DArrayListInt(ids); }
   void SetOwnerFeatId(int id) noexcept { ownerFeatId_ = id; }
+  /// Rebuilding from parents is the business of whoever built it: true, and nothing changes.
+  virtual bool Regenerate(const ftr_FeatureList* features);
 
 private:
+  static constexpr auto StoredFields();
+
   bool ok_ = false;
   gsl_Point point_;
   gsl_PersistentVector normal_;
-  gsl_DirMethod method_ = gsl_DirMethod::PLANE_INVALID;
+  gsl_DirMethod method_ = gsl_PLANE_INVALID;
   bool flip_ = false;
-  std::vector<int> parentIds_;
+  cls_xp1DArrayListInt parentIds_;
   int ownerFeatId_ = 0;
   cls_OwnUid uid_;
 };

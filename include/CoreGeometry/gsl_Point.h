@@ -1,7 +1,7 @@
 // gsl_Point.h: position in model space
 #pragma once
 
-#include <BasicUtils/cls_Uid.h>
+#include <BasicUtils/cls_Visitors.h>
 #include <CoreGeometry/CoreGeometryExport.h>
 #include <CoreUtils/aio_ostream.h>
 
@@ -22,17 +22,23 @@ class gsl_Vector;
 /// Cost       constructing takes a few nanoseconds for the uid: whole arrays go through gsl_Matrix, gsl_BBox
 ///            and gsl_Plane as flat coordinates.
 /// Threads    a value.
+/// Stored as  _x, _y, _z
 class CORE_GEOMETRY_API gsl_Point final {
 public:
+  static unsigned TypeId() noexcept;
+  unsigned DynTypeId() const noexcept { return TypeId(); }
+  static void* Ctor(cls_ReadVisitor& visitor);
+  static void InitializeMetadata(cls_ClassRegistrar& registrar);
+
+  // make
   gsl_Point() noexcept = default; ///< (0, 0, 0)
   gsl_Point(double x, double y, double z) noexcept : x_(x), y_(y), z_(z) {}
   gsl_Point(const gsl_Point& p1, double w1, const gsl_Point& p2, double w2) noexcept; ///< w1 p1 + w2 p2
   gsl_Point(const gsl_Point& p1, const gsl_Point& p2) noexcept;                       ///< midpoint
-
-  static unsigned TypeId() noexcept { return 0x030A0001; }
+  explicit gsl_Point(const cls_ReadVisitor& visitor); ///< a missing coordinate is 0
+  virtual void DBWrite(const cls_WriteVisitor& visitor) const;
 
   // ask
-  unsigned DynTypeId() const noexcept { return TypeId(); }
   const cls_Uid& Uid() const noexcept { return uid_; }
   /// 0 gives x, 1 gives y, anything else z.
   double operator[](unsigned i) const noexcept { return i == 0 ? x_ : i == 1 ? y_ : z_; }
@@ -94,6 +100,8 @@ public:
   void Transform(const gsl_Matrix& matrix) noexcept; ///< keeps the uid
 
 private:
+  static constexpr auto StoredFields();
+
   double x_ = 0, y_ = 0, z_ = 0;
   cls_OwnUid uid_;
 };

@@ -10,10 +10,22 @@
 /// Tolerance  tol stands for gsl_Util's linear tolerance.
 /// Errors     none. A segment shorter than tol intersects nothing.
 /// Threads    a value.
+/// Stored as  _point1, _point2
 class CORE_GEOMETRY_API gsl_Segment {
 public:
+  static unsigned TypeId() noexcept;
+  virtual unsigned DynTypeId() const noexcept;
+  static void* Ctor(cls_ReadVisitor& visitor);
+  static void InitializeMetadata(cls_ClassRegistrar& registrar);
+
+  // make
   gsl_Segment() noexcept = default;
   gsl_Segment(const gsl_Point& point1, const gsl_Point& point2) noexcept;
+  explicit gsl_Segment(const cls_ReadVisitor& visitor);
+  gsl_Segment(const gsl_Segment&) noexcept = default;
+  gsl_Segment& operator=(const gsl_Segment&) noexcept = default;
+  virtual ~gsl_Segment() = default;
+  virtual void DBWrite(const cls_WriteVisitor& visitor) const;
 
   // ask
   const gsl_Point& Point1() const noexcept { return point1_; }
@@ -30,6 +42,7 @@ public:
   double GetDistance(const gsl_Segment& other, gsl_Segment& nearest) const noexcept;
 
 private:
+  static constexpr auto StoredFields();
   gsl_Point point1_, point2_;
   cls_OwnUid uid_;
 };

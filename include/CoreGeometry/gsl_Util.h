@@ -1,6 +1,7 @@
 // gsl_Util.h: the tolerances of the geometry module
 #pragma once
 
+#include <BasicUtils/omi_Singleton.h>
 #include <CoreGeometry/CoreGeometryExport.h>
 
 /// The process-wide tolerance record: omi_Singleton<gsl_Util>::Instance().

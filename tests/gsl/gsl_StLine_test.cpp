@@ -61,7 +61,7 @@ TEST(gsl_StLine, IntersectionLiesOnBothLines) {
 TEST(gsl_StLine, KnowsPlanesAndPlaces) {
   gsl_StLine line(gsl_Point(1, 1, 5), gsl_Point(1, 5, 5));
   EXPECT_EQ(line.Direction()[1], 4); // as given
-  EXPECT_EQ(line.Method(), gsl_LineMethod::FROM_PNT_PNT);
+  EXPECT_EQ(line.Method(), gsl_FROM_PNT_PNT);
   EXPECT_TRUE(line.IsOk());
   const gsl_Plane ground(gsl_Point(0, 0, 2), gsl_Vector(0, 0, -9)),
       wall(gsl_Point(0, 2, 0), gsl_Vector(0, 1, 0));
@@ -83,7 +83,7 @@ TEST(gsl_StLine, KnowsPlanesAndPlaces) {
   EXPECT_TRUE(out == gsl_Point(1, 3, 5));
   const gsl_StLine empty;
   EXPECT_EQ(empty.Direction()[2], 1);
-  EXPECT_EQ(empty.Method(), gsl_LineMethod::STLINE_INVALID);
+  EXPECT_EQ(empty.Method(), gsl_STLINE_INVALID);
   EXPECT_FALSE(empty.IsOk());
   EXPECT_TRUE(gsl_LinesAreParallel(&line, &line));
   EXPECT_FALSE(gsl_LinesAreSkew(&line, nullptr));
@@ -97,7 +97,7 @@ TEST(gsl_Plane, DistanceIsThatOfParallelPlanes) {
   EXPECT_EQ(a.GetDistance(c), 0);
   EXPECT_TRUE(gsl_PlanesAreParallel(&a, &b));
   EXPECT_FALSE(gsl_PlanesAreParallel(&a, &c));
-  EXPECT_EQ(gsl_Plane().Method(), gsl_DirMethod::PLANE_INVALID);
+  EXPECT_EQ(gsl_Plane().Method(), gsl_PLANE_INVALID);
 }
 
 TEST(gsl_Segment, MeetsLinesInclusiveOfItsEnds) {

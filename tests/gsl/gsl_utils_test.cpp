@@ -1,7 +1,6 @@
 #include <CoreGeometry/gsl_utils.h>
 
 #include <BasicUtils/nex_Exception.h>
-#include <BasicUtils/omi_Singleton.h>
 #include <CoreGeometry/gsl_Point.h>
 #include <CoreGeometry/gsl_Util.h>
 #include <cmath>

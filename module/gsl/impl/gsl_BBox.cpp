@@ -1,9 +1,30 @@
 #include <CoreGeometry/gsl_BBox.h>
 
+#include "gsl_Component.h"
 #include "gsl_FlatArrays.h"
 #include <CoreGeometry/gsl_Matrix.h>
 #include <CoreGeometry/gsl_Vector.h>
+#include <cls_Fields.h>
 #include <limits>
+
+constexpr auto gsl_BBox::StoredFields() {
+  return cls_Fields{cls_Field{"_min", &gsl_BBox::min_}, cls_Field{"_max", &gsl_BBox::max_}};
+}
+
+unsigned gsl_BBox::TypeId() noexcept { return gsl_kBBox; }
+unsigned gsl_BBox::DynTypeId() const noexcept { return TypeId(); }
+void* gsl_BBox::Ctor(cls_ReadVisitor& visitor) { return new gsl_BBox(visitor); }
+void gsl_BBox::InitializeMetadata(cls_ClassRegistrar& registrar) {
+  cls_DescribeClass<gsl_BBox>(registrar, "gsl_BBox", gsl_kVersion, StoredFields());
+}
+
+gsl_BBox::gsl_BBox(const cls_ReadVisitor& visitor) : uid_(visitor.GetUid()) {
+  cls_ReadFields(visitor, *this, StoredFields());
+}
+
+void gsl_BBox::DBWrite(const cls_WriteVisitor& visitor) const {
+  cls_WriteFields(visitor, TypeId(), uid_, *this, StoredFields());
+}
 
 gsl_BBox::gsl_BBox(const gsl_Point& min, const gsl_Point& max) noexcept {
   Set({min[0], min[1], min[2]}, {max[0], max[1], max[2]});
@@ -25,6 +46,11 @@ bool gsl_BBox::IsEmpty() const noexcept {
 double gsl_BBox::Size() const noexcept { return IsEmpty() ? -1.0 : Diag().Magnitude(); }
 gsl_Vector gsl_BBox::Diag() const noexcept { return {min_, max_}; }
 gsl_Point gsl_BBox::Center() const noexcept { return {min_, max_}; }
+
+g3d_Sphere gsl_BBox::GetExtent() const noexcept {
+  const gsl_Point centre = Center();
+  return {centre[0], centre[1], centre[2], 0.5 * Size()};
+}
 
 bool gsl_BBox::Intersect(const gsl_BBox& other) const noexcept {
   if (IsEmpty() || other.IsEmpty()) return false;

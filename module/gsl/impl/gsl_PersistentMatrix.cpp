@@ -1,17 +1,17 @@
 #include <CoreGeometry/gsl_PersistentMatrix.h>
 
+#include "gsl_Component.h"
 #include <cls_Fields.h>
-#include <ddb_Module.h>
 
 namespace {
 constexpr const char* kMatrix = "_matrix";
 }
 
-unsigned gsl_PersistentMatrix::TypeId() noexcept { return ddb_TypeId(778, 4); }
+unsigned gsl_PersistentMatrix::TypeId() noexcept { return gsl_kPersistentMatrix; }
 unsigned gsl_PersistentMatrix::DynTypeId() const noexcept { return TypeId(); }
 void* gsl_PersistentMatrix::Ctor(cls_ReadVisitor& visitor) { return new gsl_PersistentMatrix(visitor); }
 void gsl_PersistentMatrix::InitializeMetadata(cls_ClassRegistrar& registrar) {
-  cls_DescribeClass<gsl_PersistentMatrix>(registrar, "gsl_PersistentMatrix", 203, cls_Fields{})
+  cls_DescribeClass<gsl_PersistentMatrix>(registrar, "gsl_PersistentMatrix", gsl_kVersion, cls_Fields{})
       .AddAttribute(kMatrix, cls_AttributeType::DoubleArray, 1, cls_CollectionType::Single);
 }
 

@@ -1,5 +1,6 @@
 #include <CoreGeometry/gsl_Point.h>
 
+#include "gsl_Component.h"
 #include "gsl_Tolerances.h"
 #include <CoreGeometry/gsl_Matrix.h>
 #include <CoreGeometry/gsl_Plane.h>
@@ -8,7 +9,27 @@
 #include <CoreGeometry/gsl_Vector.h>
 #include <CoreUtils/omn_TWLdouble.h>
 #include <algorithm>
+#include <cls_Fields.h>
 #include <cmath>
+
+constexpr auto gsl_Point::StoredFields() {
+  return cls_Fields{cls_Field{"_x", &gsl_Point::x_}, cls_Field{"_y", &gsl_Point::y_},
+                    cls_Field{"_z", &gsl_Point::z_}};
+}
+
+unsigned gsl_Point::TypeId() noexcept { return gsl_kPoint; }
+void* gsl_Point::Ctor(cls_ReadVisitor& visitor) { return new gsl_Point(visitor); }
+void gsl_Point::InitializeMetadata(cls_ClassRegistrar& registrar) {
+  cls_DescribeClass<gsl_Point>(registrar, "gsl_Point", gsl_kVersion, StoredFields());
+}
+
+gsl_Point::gsl_Point(const cls_ReadVisitor& visitor) : uid_(visitor.GetUid()) {
+  cls_ReadFields(visitor, *this, StoredFields());
+}
+
+void gsl_Point::DBWrite(const cls_WriteVisitor& visitor) const {
+  cls_WriteFields(visitor, TypeId(), uid_, *this, StoredFields());
+}
 
 gsl_Point::gsl_Point(const gsl_Point& p1, double w1, const gsl_Point& p2, double w2) noexcept
     : gsl_Point(w1 * p1.x_ + w2 * p2.x_, w1 * p1.y_ + w2 * p2.y_, w1 * p1.z_ + w2 * p2.z_) {}

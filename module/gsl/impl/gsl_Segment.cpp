@@ -1,8 +1,29 @@
 #include <CoreGeometry/gsl_Segment.h>
 
+#include "gsl_Component.h"
 #include "gsl_Tolerances.h"
 #include <CoreGeometry/gsl_StLine.h>
 #include <algorithm>
+#include <cls_Fields.h>
+
+constexpr auto gsl_Segment::StoredFields() {
+  return cls_Fields{cls_Field{"_point1", &gsl_Segment::point1_}, cls_Field{"_point2", &gsl_Segment::point2_}};
+}
+
+unsigned gsl_Segment::TypeId() noexcept { return gsl_kSegment; }
+unsigned gsl_Segment::DynTypeId() const noexcept { return TypeId(); }
+void* gsl_Segment::Ctor(cls_ReadVisitor& visitor) { return new gsl_Segment(visitor); }
+void gsl_Segment::InitializeMetadata(cls_ClassRegistrar& registrar) {
+  cls_DescribeClass<gsl_Segment>(registrar, "gsl_Segment", gsl_kVersion, StoredFields());
+}
+
+gsl_Segment::gsl_Segment(const cls_ReadVisitor& visitor) : uid_(visitor.GetUid()) {
+  cls_ReadFields(visitor, *this, StoredFields());
+}
+
+void gsl_Segment::DBWrite(const cls_WriteVisitor& visitor) const {
+  cls_WriteFields(visitor, TypeId(), uid_, *this, StoredFields());
+}
 
 gsl_Segment::gsl_Segment(const gsl_Point& point1, const gsl_Point& point2) noexcept
     : point1_(point1), point2_(point2) {}

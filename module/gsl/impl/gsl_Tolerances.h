@@ -1,7 +1,6 @@
 // gsl_Tolerances.h: the tolerances in force, for the module's own tests
 #pragma once
 
-#include <BasicUtils/omi_Singleton.h>
 #include <CoreGeometry/gsl_Util.h>
 
 inline double gsl_Tol() { return omi_Singleton<gsl_Util>::Instance().Tolerance(); }
