@@ -1,5 +1,6 @@
 #include "TestObjects.h"
 
+#include <CaeUtils/mdl_PropAttr.h>
 #include <DiagnosticExtractor/ddr_Shortcut.h>
 
 using Spots = cls_xoList<Spot>;
@@ -18,6 +19,7 @@ template<> struct ddr_StoredClass<ddr_Shortcut<Spot>> : TestClass<'E'> {};
 template<> struct ddr_StoredClass<ddr_ShortcutImpl<Spot>> : TestClass<'F'> {};
 template<> struct ddr_StoredClass<SpotsOfBag> : TestClass<'G'> {};
 template<> struct ddr_StoredClass<SpotOfSpots> : TestClass<'H'> {};
+template<> struct mdl_StoredPropAttr<Spots> : TestClass<'I'> {};
 
 namespace {
 /// An object that refers to others by shortcuts.
@@ -43,7 +45,7 @@ protected:
           &ddr_ShortcutImpl<Bag>::InitializeMetadata, &ddr_Shortcut<Spots>::InitializeMetadata,
           &ddr_ShortcutImpl<Spots>::InitializeMetadata, &ddr_Shortcut<Spot>::InitializeMetadata,
           &ddr_ShortcutImpl<Spot>::InitializeMetadata, &SpotsOfBag::InitializeMetadata,
-          &SpotOfSpots::InitializeMetadata})
+          &SpotOfSpots::InitializeMetadata, &mdl_PropAttr<Spots>::InitializeMetadata})
       metadata.initClassMetadata(describe, 7);
   }
 };
@@ -74,4 +76,15 @@ TEST_F(ShortcutTest, LeadsToObjectsListsAndElementsAfterBeingStored) {
   EXPECT_NE(
       MessageOf([&] { ddr_Shortcut<Spot>(new SpotOfSpots(list, 2)).Resolve(); }).find("parts/bag.spots[2]"),
       cow_String::npos);
+}
+
+TEST_F(ShortcutTest, PropagatingAttributesKeepTheirListAndFlag) {
+  mdl_PropAttr<Spots> attribute;
+  attribute.value.ListToModify().Append(Spot(1, 2));
+  EXPECT_EQ(attribute.Propagated().value.Size(), 0);
+  attribute.propagate = true;
+  Store("attribute", attribute);
+  const auto read = cls_Database::Open(file_).Get<mdl_PropAttr<Spots>>("attribute");
+  EXPECT_TRUE(*read == attribute);
+  EXPECT_TRUE(read->Propagated() == attribute);
 }
