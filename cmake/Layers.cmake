@@ -61,5 +61,5 @@ function(cg_shared_library target)
     endif()
   endforeach()
   install(TARGETS ${target} EXPORT CoreGeometryTargets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/coregeometry)
 endfunction()

@@ -45,6 +45,11 @@ std::string_view cls_ClassMetadata::MemberField(std::string_view member) const n
 cls_ClassMetadata& cls_ClassRegistrar::CreateClassMD(const cow_String& name, unsigned typeId, int version,
                                                      cls_ClassMetadata::Factory factory, unsigned) {
   const auto key = std::pair(typeId, version);
+  for (const auto& [known, record] : records_)
+    if (known.second == version && known.first != typeId && record.Name() == name)
+      throw nex_AssertionException("class " + name + " version " + std::to_string(version)
+                                   + " has two type identifiers, " + std::to_string(known.first) + " and "
+                                   + std::to_string(typeId));
   if (const auto found = records_.find(key); found != records_.end() && found->second.Name() != name)
     throw nex_AssertionException("classes " + found->second.Name() + " and " + name
                                  + " have the same type identifier " + std::to_string(typeId)

@@ -65,7 +65,7 @@ void omi_BlkBitVect::Clear(std::size_t i) {
   if (i / kBits < words_.size()) words_[i / kBits] &= ~(std::uint64_t{1} << (i % kBits));
 }
 
-void omi_BlkBitVect::ClearAll() noexcept { words_ = {}; }
+void omi_BlkBitVect::ClearAll() noexcept { words_ = std::vector<std::uint64_t>(); }
 
 /// Appends the low n bits, n up to 64; the others must be zero.
 void omi_BlkBitVect::AppendBits(std::uint64_t bits, std::size_t n) {

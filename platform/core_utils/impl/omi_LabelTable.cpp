@@ -5,17 +5,29 @@
 #include <string>
 #include <vector>
 
+unsigned omi_LabelTable::FindNegative(int label) const noexcept { return bySign_[1].Find(Magnitude(label)); }
+
 void omi_LabelTable::Find(std::span<const int> labels, std::span<unsigned> out) const {
   if (labels.size() != out.size())
     throw std::invalid_argument("omi_LabelTable: room for " + std::to_string(out.size()) + " indices of "
                                 + std::to_string(labels.size()) + " labels");
-  constexpr std::size_t kAhead = 32;
-  for (std::size_t i = 0; i < labels.size(); ++i) {
-    if (i + kAhead < labels.size()) {
-      const int later = labels[i + kAhead];
-      bySign_[later < 0].Prefetch(Magnitude(later));
+  const std::size_t n = labels.size();
+  if (bySign_[1].IsEmpty()) // negative labels read as keys that are not there
+    return bySign_[0].Lookup(std::span(reinterpret_cast<const unsigned*>(labels.data()), n), out, kNotFound);
+  // Part a stretch of labels by sign, without a branch on it: it may come in any order.
+  constexpr std::size_t kStretch = 512;
+  unsigned keys[2][kStretch], places[2][kStretch], found[kStretch];
+  for (std::size_t i = 0; i < n; i += kStretch) {
+    std::size_t filled[2] = {0, 0};
+    for (std::size_t k = 0; k < std::min(kStretch, n - i); ++k) {
+      const bool sign = labels[i + k] < 0;
+      keys[sign][filled[sign]] = Magnitude(labels[i + k]);
+      places[sign][filled[sign]++] = static_cast<unsigned>(k);
     }
-    out[i] = Find(labels[i]);
+    for (const int sign : {0, 1}) {
+      bySign_[sign].Lookup({keys[sign], filled[sign]}, {found, filled[sign]}, kNotFound);
+      for (std::size_t k = 0; k < filled[sign]; ++k) out[i + places[sign][k]] = found[k];
+    }
   }
 }
 

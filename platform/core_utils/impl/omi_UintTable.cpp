@@ -18,17 +18,35 @@ constexpr std::size_t kBytesPerKey = 16;      ///< blocks may cost this much,
 constexpr std::size_t kBytesAnyway = 1 << 14; ///< plus this
 constexpr std::size_t kBytesToTurn = 12; ///< a table turns from buckets to blocks at less, so as not to swing
 
-void CheckKeys(std::span<const unsigned> keys) {
-  const auto largest = std::max_element(keys.begin(), keys.end());
-  if (largest != keys.end() && *largest > omi_UintTable::kMaxKey)
-    throw std::out_of_range("omi_UintTable: key " + std::to_string(*largest) + " is above "
+struct Extent {
+  unsigned least = omi_UintTable::kNotFound, largest = 0;
+};
+
+/// The least and the largest of the keys, which must be allowed ones.
+Extent CheckKeys(std::span<const unsigned> keys) {
+  Extent extent;
+  for (const unsigned key : keys) {
+    extent.least = std::min(extent.least, key);
+    extent.largest = std::max(extent.largest, key);
+  }
+  if (extent.largest > omi_UintTable::kMaxKey)
+    throw std::out_of_range("omi_UintTable: key " + std::to_string(extent.largest) + " is above "
                             + std::to_string(omi_UintTable::kMaxKey));
+  return extent;
 }
 
 void CheckLengths(std::size_t keys, std::size_t values) {
   if (keys != values)
     throw std::invalid_argument("omi_UintTable: " + std::to_string(keys) + " keys with "
                                 + std::to_string(values) + " values");
+}
+
+/// An odd factor that is not known in advance: nobody can prepare labels that all meet in one bucket.
+std::uint64_t NewMultiplier(const void* address) {
+  std::uint64_t x = reinterpret_cast<std::uintptr_t>(address) + 0x9e3779b97f4a7c15U;
+  x = (x ^ x >> 30) * 0xbf58476d1ce4e5b9U;
+  x = (x ^ x >> 27) * 0x94d049bb133111ebU;
+  return x | 1;
 }
 
 /// Bit i is set where slots[i] of eight is the wanted one.
@@ -52,17 +70,21 @@ unsigned Matches(const unsigned* slots, unsigned wanted) noexcept {
 
 void omi_KeySurvey::Add(std::span<const unsigned> keys) {
   if (keys.empty()) return;
-  CheckKeys(keys);
-  const auto [least, largest] = std::ranges::minmax(keys);
-  Cover(least >> omi_UintTable::kShift, largest >> omi_UintTable::kShift);
-  unsigned before = ~0U;
-  for (const unsigned key : keys) {
-    const unsigned block = key >> omi_UintTable::kShift;
-    if (block == before) continue;
+  const Extent extent = CheckKeys(keys);
+  const unsigned first = extent.least >> omi_UintTable::kShift,
+                 last = extent.largest >> omi_UintTable::kShift;
+  Cover(first, last);
+  const auto mark = [this](unsigned block) {
     words_[block / 64 - firstWord_] |= std::uint64_t{1} << block % 64;
-    before = block;
-  }
+  };
   count_ += keys.size();
+  if (std::size_t{last - first} << omi_UintTable::kShift <= 2 * keys.size()) { // no look at each key needed
+    for (unsigned block = first; block <= last; ++block) mark(block);
+    return;
+  }
+  unsigned before = ~0U;
+  for (const unsigned key : keys)
+    if (const unsigned block = key >> omi_UintTable::kShift; block != before) mark(before = block);
 }
 
 void omi_KeySurvey::Cover(unsigned firstBlock, unsigned lastBlock) {
@@ -83,6 +105,16 @@ template<class F> void omi_KeySurvey::ForEachBlock(F f) const {
 }
 
 // ---- choice of the form ----
+
+/// The value of a key that is searched from its home bucket on.
+inline const unsigned* omi_UintTable::FindSlot(unsigned key, const Bucket* from) const noexcept {
+  if (key > kMaxKey) return nullptr;
+  for (const Bucket* bucket = from;; bucket = Next(bucket)) {
+    const unsigned slots = Matches(bucket->keyPlusOne, key + 1);
+    if (slots != 0) return bucket->value + std::countr_zero(slots);
+    if (bucket->keyPlusOne[kSlots - 1] == 0) return nullptr;
+  }
+}
 
 /// What blocks for the surveyed keys, beside those that are there, would come to.
 auto omi_UintTable::PlanBlocks(const omi_KeySurvey& survey) const -> Plan {
@@ -110,8 +142,7 @@ void omi_UintTable::Reserve(const omi_KeySurvey& coming) {
   if (bucketCount_ == 0) {
     const Plan plan = PlanBlocks(coming);
     if (IsDense(plan, keys, kBytesPerKey)) return MakeBlocks(plan, coming);
-    // not known in advance: nobody can prepare labels that all meet in one bucket
-    made.MakeBuckets(keys, static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(&made) >> 4));
+    made.MakeBuckets(keys, NewMultiplier(&made));
   } else {
     if (keys <= KeyLimit()) return;
     omi_KeySurvey all = coming;
@@ -125,7 +156,7 @@ void omi_UintTable::Reserve(const omi_KeySurvey& coming) {
     if (made.IsDense(plan, keys, kBytesToTurn))
       made.MakeBlocks(plan, all);
     else
-      made.MakeBuckets(keys, seed_); // by the same seed the keys move in the order of the memory
+      made.MakeBuckets(keys, multiplier_); // by the same one the keys move in the order of the memory
   }
   ForEach([&made](unsigned key, unsigned value) { made.Insert(key, value); });
   Swap(made);
@@ -163,7 +194,7 @@ void omi_UintTable::MakeBlocks(const Plan& plan, const omi_KeySurvey& survey) {
 }
 
 /// Takes buckets for the keys, half of their slots in use in the end. The table must be empty.
-void omi_UintTable::MakeBuckets(std::size_t keys, unsigned seed) {
+void omi_UintTable::MakeBuckets(std::size_t keys, std::uint64_t multiplier) {
   const std::size_t buckets = 2 * std::max(keys, kFewKeys) / kSlots + 1;
   bucketMemory_.reset(std::calloc(buckets + 1, sizeof(Bucket)));
   if (!bucketMemory_) throw std::bad_alloc();
@@ -171,7 +202,7 @@ void omi_UintTable::MakeBuckets(std::size_t keys, unsigned seed) {
   std::size_t room = (buckets + 1) * sizeof(Bucket);
   buckets_ = static_cast<Bucket*>(std::align(sizeof(Bucket), buckets * sizeof(Bucket), at, room));
   bucketCount_ = buckets;
-  seed_ = seed;
+  multiplier_ = multiplier;
 }
 
 // ---- change ----
@@ -180,7 +211,7 @@ void omi_UintTable::Insert(unsigned key, unsigned value) {
   unsigned* cell = Cell(key);
   if (!cell) {
     CheckKeys({&key, 1});
-    if (bucketCount_ == 0 || (count_ >= KeyLimit() && !FindSlot(key))) {
+    if (bucketCount_ == 0 || (count_ >= KeyLimit() && !FindSlot(key, Home(key)))) {
       omi_KeySurvey survey;
       survey.Add(std::span(&key, 1));
       Reserve(survey);
@@ -206,7 +237,7 @@ void omi_UintTable::PutInCell(unsigned* cell, unsigned key, unsigned value) {
 }
 
 void omi_UintTable::PutInBucket(unsigned key, unsigned value) noexcept {
-  for (Bucket* bucket = buckets_ + Home(key);; bucket = const_cast<Bucket*>(Next(bucket))) {
+  for (Bucket* bucket = Home(key);; bucket = const_cast<Bucket*>(Next(bucket))) {
     unsigned slots = Matches(bucket->keyPlusOne, key + 1);
     if (slots == 0) {
       slots = Matches(bucket->keyPlusOne, 0);
@@ -225,20 +256,37 @@ void omi_UintTable::Insert(std::span<const unsigned> keys, unsigned firstValue) 
     omi_KeySurvey survey;
     survey.Add(keys);
     Reserve(survey);
+  } else {
+    CheckKeys(keys);
   }
   InsertAll(keys, [firstValue](std::size_t i) { return firstValue + static_cast<unsigned>(i); });
 }
 
 void omi_UintTable::Insert(std::span<const unsigned> keys, std::span<const unsigned> values) {
   CheckLengths(keys.size(), values.size());
+  CheckKeys(keys);
   InsertAll(keys, [values](std::size_t i) { return values[i]; });
 }
 
 template<class ValueOf> void omi_UintTable::InsertAll(std::span<const unsigned> keys, ValueOf valueOf) {
-  CheckKeys(keys);
   const std::size_t n = keys.size();
-  for (std::size_t i = 0; i < n; ++i) {
-    if (i + kAhead < n) Prefetch(keys[i + kAhead]);
+  std::size_t i = 0;
+  if (markValued_.empty()) { // as far as keys meet the flat run
+    unsigned* const flat = flat_;
+    const unsigned first = flatFirst_, size = flatSize_;
+    std::size_t added = 0;
+    for (; i < n && keys[i] - first < size; ++i) {
+      if (i + kAhead < n) __builtin_prefetch(flat + std::min(keys[i + kAhead] - first, size), 1);
+      const unsigned value = valueOf(i);
+      if (value == kNotFound) break;
+      unsigned& cell = flat[keys[i] - first];
+      added += cell == kNotFound;
+      cell = value;
+    }
+    count_ += added;
+  }
+  for (; i < n; ++i) {
+    if (i + kAhead < n && bucketCount_ != 0) __builtin_prefetch(Home(keys[i + kAhead]), 1);
     const unsigned value = valueOf(i);
     if (unsigned* const cell = Cell(keys[i]))
       PutInCell(cell, keys[i], value);
@@ -260,14 +308,14 @@ void omi_UintTable::Swap(omi_UintTable& other) noexcept {
   markValued_.swap(other.markValued_);
   std::swap(buckets_, other.buckets_);
   std::swap(bucketCount_, other.bucketCount_);
-  std::swap(seed_, other.seed_);
+  std::swap(multiplier_, other.multiplier_);
   bucketMemory_.swap(other.bucketMemory_);
   std::swap(count_, other.count_);
 }
 
 omi_UintTable::omi_UintTable(const omi_UintTable& other) {
   if (other.bucketCount_ != 0) {
-    MakeBuckets(other.count_, other.seed_);
+    MakeBuckets(other.count_, other.multiplier_);
   } else {
     omi_KeySurvey survey;
     for (std::size_t b = 0; b < other.directory_.size(); ++b)
@@ -282,36 +330,41 @@ omi_UintTable::omi_UintTable(const omi_UintTable& other) {
 /// The part of Find behind the flat run.
 unsigned omi_UintTable::FindFurther(unsigned key) const noexcept {
   if (bucketCount_ != 0) {
-    const unsigned* const value = FindSlot(key);
+    const unsigned* const value = FindSlot(key, Home(key));
     return value ? *value : kNotFound;
   }
   const unsigned* const cell = Cell(key);
   return cell ? *cell : kNotFound;
 }
 
-const unsigned* omi_UintTable::FindSlot(unsigned key) const noexcept {
-  if (key > kMaxKey) return nullptr;
-  for (const Bucket* bucket = buckets_ + Home(key);; bucket = Next(bucket)) {
-    const unsigned slots = Matches(bucket->keyPlusOne, key + 1);
-    if (slots != 0) return bucket->value + std::countr_zero(slots);
-    if (bucket->keyPlusOne[kSlots - 1] == 0) return nullptr;
-  }
-}
-
 /// True for a key that is there although Find says kNotFound.
 bool omi_UintTable::IsMarkValued(unsigned key) const noexcept {
-  if (bucketCount_ != 0) return FindSlot(key) != nullptr;
+  if (bucketCount_ != 0) return FindSlot(key, Home(key)) != nullptr;
   return !markValued_.empty() && markValued_.contains(key);
 }
 
 void omi_UintTable::Lookup(std::span<const unsigned> keys, std::span<unsigned> out, unsigned absent) const {
   CheckLengths(keys.size(), out.size());
   const std::size_t n = keys.size();
-  for (std::size_t i = 0; i < n; ++i) {
-    if (i + kAhead < n) Prefetch(keys[i + kAhead]);
-    const unsigned found = Find(keys[i]);
-    out[i] = found != kNotFound || IsMarkValued(keys[i]) ? found : absent;
+  if (bucketCount_ != 0) {
+    const Bucket* homes[kAhead];
+    for (std::size_t i = 0; i < n + kAhead; ++i) {
+      const Bucket*& home = homes[i % kAhead];
+      if (i >= kAhead) {
+        const unsigned* const value = FindSlot(keys[i - kAhead], home);
+        out[i - kAhead] = value ? *value : kNotFound;
+      }
+      if (i < n) __builtin_prefetch(home = Home(keys[i]));
+    }
+  } else { // copies of the members stay in registers: the output might alias them
+    const unsigned* const flat = flat_;
+    const unsigned first = flatFirst_, size = flatSize_;
+    for (std::size_t i = 0; i < n; ++i)
+      out[i] = keys[i] - first < size ? flat[keys[i] - first] : FindFurther(keys[i]);
   }
+  if (absent == kNotFound) return;
+  for (std::size_t i = 0; i < n; ++i)
+    if (out[i] == kNotFound && !IsMarkValued(keys[i])) out[i] = absent;
 }
 
 std::size_t omi_UintTable::StorageBytes() const noexcept {

@@ -71,7 +71,7 @@ std::shared_ptr<void> cls_Database::ReadRoot(const cow_String& root, unsigned ty
 
 std::shared_ptr<void> cls_Database::ReadObject(const cls_Location& location, unsigned typeId) const {
   db_Reader session(*file_);
-  return session.Read(location.row, typeId);
+  return session.Read(location.row, typeId, file_->Load(location.row).owner);
 }
 
 cls_Location cls_Database::Resolve(const cow_String& path) const {

@@ -84,7 +84,7 @@ std::shared_ptr<db_Object> db_Reader::LoadObject(long long id, long long owner, 
   return object;
 }
 
-std::shared_ptr<void> db_Reader::Read(long long row, unsigned typeId) {
+std::shared_ptr<void> db_Reader::Read(long long row, unsigned typeId, long long owner) {
   const cls_ClassRegistrar& registry = Registry();
   const auto check = [&](unsigned stored) {
     if (registry.IsA(stored, typeId)) return;
@@ -95,7 +95,7 @@ std::shared_ptr<void> db_Reader::Read(long long row, unsigned typeId) {
   };
   auto found = objects_.find(row);
   if (found == objects_.end()) {
-    const auto object = LoadObject(row, 0);
+    const auto object = LoadObject(row, owner);
     check(object->record->TypeId());
     Enter(row);
     struct Forget { // a failed read leaves nothing behind

@@ -23,8 +23,8 @@ public:
 
   db_File& File() noexcept { return file_; }
 
-  /// The object of a row as `typeId`, which its class must be or derive from.
-  std::shared_ptr<void> Read(long long row, unsigned typeId);
+  /// The object of a row as `typeId`, which its class must be or derive from. `owner` as in LoadObject.
+  std::shared_ptr<void> Read(long long row, unsigned typeId, long long owner = 0);
   /// The row with its layout brought up to date. `owner` is the row it must be embedded in, 0 for none.
   std::shared_ptr<db_Object> LoadObject(long long row, long long owner, const cls_Row* parent = nullptr);
   /// Where a shortcut leads.

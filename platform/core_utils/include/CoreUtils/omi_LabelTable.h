@@ -16,7 +16,7 @@ public:
   bool IsEmpty() const noexcept { return bySign_[0].IsEmpty() && bySign_[1].IsEmpty(); }
   std::size_t Count() const noexcept { return bySign_[0].Count() + bySign_[1].Count(); }
   unsigned Find(int label) const noexcept { ///< kNotFound for an unknown label
-    return bySign_[label < 0].Find(Magnitude(label));
+    return label >= 0 ? bySign_[0].Find(static_cast<unsigned>(label)) : FindNegative(label);
   }
   /// out[i] = index of labels[i] or kNotFound; the spans must be of one length.
   void Find(std::span<const int> labels, std::span<unsigned> out) const;
@@ -31,6 +31,7 @@ public:
               unsigned firstIndex); ///< labels[i] with firstIndex + i, in this order
 
 private:
+  [[gnu::pure]] unsigned FindNegative(int label) const noexcept;
   static unsigned Magnitude(int label) noexcept {
     const unsigned bits = static_cast<unsigned>(label);
     return label < 0 ? 0U - bits : bits; // holds for the smallest int, too

@@ -67,10 +67,6 @@ public:
   }
   /// out[i] = value of keys[i], or absent; the spans must be of one length.
   void Lookup(std::span<const unsigned> keys, std::span<unsigned> out, unsigned absent) const;
-  /// Starts loading what Find needs for a key, when that pays.
-  void Prefetch(unsigned key) const noexcept {
-    if (bucketCount_ != 0) __builtin_prefetch(buckets_ + Home(key));
-  }
   std::size_t StorageBytes() const noexcept;
 
   // change
@@ -100,13 +96,14 @@ private:
   };
 
   [[gnu::pure]] unsigned FindFurther(unsigned key) const noexcept;
-  [[gnu::pure]] const unsigned* FindSlot(unsigned key) const noexcept;
+  [[gnu::pure, gnu::visibility("hidden")]] const unsigned* FindSlot(unsigned key,
+                                                                    const Bucket* from) const noexcept;
   [[gnu::pure]] bool IsMarkValued(unsigned key) const noexcept;
-  std::size_t Home(unsigned key) const noexcept {
-    unsigned x = key ^ seed_;
-    x = (x ^ x >> 16) * 0x7feb352dU;
-    x = (x ^ x >> 15) * 0x846ca68bU;
-    return static_cast<std::size_t>(std::uint64_t{x ^ x >> 16} * bucketCount_ >> 32);
+  Bucket* Home(unsigned key) const noexcept {
+    __extension__ using Wide = unsigned __int128;
+    std::uint64_t x = key * multiplier_; // one product alone would let regular labels clump
+    x = (x ^ x >> 32) * 0x9e3779b97f4a7c15U;
+    return buckets_ + static_cast<std::size_t>(Wide{x} * bucketCount_ >> 64);
   }
   const Bucket* Next(const Bucket* bucket) const noexcept {
     return ++bucket == buckets_ + bucketCount_ ? buckets_ : bucket;
@@ -123,14 +120,14 @@ private:
   Plan PlanBlocks(const omi_KeySurvey& survey) const;
   bool IsDense(const Plan& plan, std::size_t keys, std::size_t bytesPerKey) const;
   void MakeBlocks(const Plan& plan, const omi_KeySurvey& survey);
-  void MakeBuckets(std::size_t keys, unsigned seed);
+  void MakeBuckets(std::size_t keys, std::uint64_t multiplier);
   void PutInCell(unsigned* cell, unsigned key, unsigned value);
   void PutInBucket(unsigned key, unsigned value) noexcept;
   template<class ValueOf> void InsertAll(std::span<const unsigned> keys, ValueOf valueOf);
   template<class F> void ForEach(F f) const;
 
   // the longest run of blocks that lie side by side, for a look-up without the directory
-  const unsigned* flat_ = nullptr;
+  unsigned* flat_ = nullptr;
   unsigned flatFirst_ = 0, flatSize_ = 0; ///< keys
   // blocks; the directory is empty in the other form
   unsigned firstBlock_ = 0;
@@ -141,7 +138,7 @@ private:
   // buckets
   Bucket* buckets_ = nullptr;
   std::size_t bucketCount_ = 0;
-  unsigned seed_ = 0;
+  std::uint64_t multiplier_ = 0;
   std::unique_ptr<void, Free> bucketMemory_;
 
   std::size_t count_ = 0;
