@@ -3,6 +3,9 @@
 // reading the points and writing the results. Read the counter "ratio": time of the traffic over time of the
 // work, each the best of the run, taken in turns; 1 is memory speed. The transform appears once for each body
 // that this processor can run.
+//
+// The float transform is bound by arithmetic where memory is fast: widening, 18 operations and narrowing of
+// four points are some 44 vector operations at best, and about three of them end in a cycle.
 #include "gsl_FlatArrays.h"
 
 #include <CoreGeometry/gsl_BBox.h>

@@ -64,7 +64,7 @@ TEST(gsl_Degenerate, NoInputRaisesOrGivesAnImpossibleAnswer) {
     EXPECT_FALSE(p.ProjectOn(segment, out, t) && std::isnan(t));
     EXPECT_FALSE(p.ProjectOn(a, b, c, out, weights) && std::isnan(weights[0] + weights[1] + weights[2]));
     p.RayIntersect(v, plane, out);
-    p.RayIntersect(a, b, v, out, weights);
+    EXPECT_FALSE(p.RayIntersect(a, b, v, out, weights) && std::isnan(weights[0] + weights[1]));
     line.Intersect(other, out, t);
     segment.Intersect(further, out);
     gsl_Segment nearest;

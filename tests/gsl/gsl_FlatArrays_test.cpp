@@ -118,6 +118,27 @@ TEST(gsl_FlatArrays, GiveTheBitsOfThePointForms) {
     }
 }
 
+// A float hides most of what another order of the operations does; where all cancels it shows.
+TEST(gsl_FlatArrays, AddInTheOrderOfThePointForms) {
+  RandomGeometry random(26);
+  for (int trial = 0; trial < 20; ++trial) {
+    double m[4][4] = {{}, {}, {}, {0, 0, 0, 1}};
+    const gsl_Point turned = random.Point();
+    float c[3];
+    for (unsigned i = 0; i < 3; ++i) c[i] = static_cast<float>(turned[i]);
+    for (int i = 0; i < 3; ++i) {
+      for (int j = 0; j < 3; ++j) m[i][j] = random.Real(-1, 1);
+      m[i][3] = -(m[i][0] * c[0] + m[i][1] * c[1] + m[i][2] * c[2]);
+    }
+    for (const gsl_Body body : Bodies()) {
+      float xyz[3 * 17];
+      for (int i = 0; i < 3 * 17; ++i) xyz[i] = c[i % 3];
+      gsl_MoveTriples(body, m, xyz, 17);
+      for (const float x : xyz) ASSERT_EQ(x, 0.0F);
+    }
+  }
+}
+
 TEST(gsl_FlatArrays, LeaveARestAloneAndSkipTheIdentity) {
   std::vector<float> xyz = {1, 2, 3, 4, 5};
   gsl_Matrix shift;

@@ -104,7 +104,7 @@ TEST(gsl_Matrix, AxisAndAngleComeBack) {
   RandomGeometry random(10);
   for (int i = 0; i < 500; ++i) {
     gsl_Vector axis = i < 3 ? gsl_Vector(i == 0, i == 1, i == 2) : random.Vector();
-    const double angle = i % 7 == 0 ? kPi : random.Real(0.01, 6.27);
+    const double angle = i < 3 || i % 7 == 0 ? kPi : random.Real(0.01, 6.27);
     gsl_Matrix m, back;
     m.AxisRotation(gsl_Point(), axis, angle);
     gsl_Point point;

@@ -127,6 +127,7 @@ TEST(gsl_Segment, WeightsSayWhereAPointLies) {
   EXPECT_FALSE(gsl_SegmentWeights(gsl_Point(4 + 1.1e-6, 0, 0), a, b, w));
   EXPECT_FALSE(gsl_SegmentWeights(gsl_Point(1, 0, 0), a, close, w)); // as short as the tolerance
   EXPECT_TRUE(gsl_SegmentWeights(gsl_Point(0, 1e-6, 0), a, close, w));
+  EXPECT_TRUE(gsl_SegmentWeights(close, a, close, w)); // the other end, but within the tolerance of this one
   EXPECT_EQ(w[0], 0);
   EXPECT_EQ(w[1], 1);
 }

@@ -71,7 +71,7 @@ gsl_Matrix gsl_Matrix::InverseRigidTransform() const noexcept {
   if (identity_ == kIdentity) return inverse;
   for (unsigned i = 0; i < 3; ++i) {
     for (unsigned j = 0; j < 3; ++j) inverse.m_[i][j] = m_[j][i];
-    inverse.m_[i][3] = -(m_[0][i] * m_[0][3] + m_[1][i] * m_[1][3] + m_[2][i] * m_[2][3]);
+    inverse.m_[i][3] = 0.0 - (m_[0][i] * m_[0][3] + m_[1][i] * m_[1][3] + m_[2][i] * m_[2][3]);
   }
   inverse.identity_ = kUnknown;
   return inverse;

@@ -19,8 +19,7 @@ gsl_PersistentMatrix::gsl_PersistentMatrix(const cls_ReadVisitor& visitor) : uid
   const cls_ReadVisitor field(visitor, kMatrix);
   const auto numbers = field.GetArray<double>();
   if (numbers.IsEmpty()) return;
-  if (numbers.Size() != 16)
-    field.Refuse("a transform has 16 numbers, not " + std::to_string(numbers.Size()));
+  if (numbers.Size() != 16) field.Refuse("a transform has 16 numbers, not " + std::to_string(numbers.Size()));
   double rows[4][4];
   std::ranges::copy(numbers.Const(), &rows[0][0]);
   matrix_.emplace(rows);

@@ -58,7 +58,7 @@ bool gsl_SegmentWeights(const gsl_Point& x, const gsl_Point& a, const gsl_Point&
   }
   weights[0] = gsl_Vector(a, x).DotProduct(ab) / (length * length);
   weights[1] = gsl_Vector(b, x).DotProduct(ba) / (length * length);
-  return !(length * weights[0] < -gsl_Tol() || length * weights[1] < -gsl_Tol());
+  return length * weights[0] >= -gsl_Tol() && length * weights[1] >= -gsl_Tol(); // not of a NaN
 }
 
 namespace {
