@@ -93,7 +93,7 @@ bme_ElementClass::bme_ElementClass(int numElements, const cow_String& elemType,
                                    bme_OrientationFreqEnm frequency)
     : numElements_(numElements), elemTypeLabel_(elemType), meshIndex_(meshIndex),
       regionClassIndex_(regionClassIndex), regionIndex_(regionIndex), categoryLabel_(category),
-      orientationFreq_(frequency), connectivity_(connectivity.NumColumns(), connectivity.Values()),
+      orientationFreq_(frequency), connectivity_(connectivity.Cols(), connectivity.Data()),
       uid_(cls_Uid::AllocateUid()) {
   FindShape();
 }
