@@ -83,6 +83,7 @@ public:
   void SetUserNodeLabels(const int* labels); ///< one per node
   void SetUserNodeLabels(const cow_List<int>& labels);
   void SetUserNodeLabels(const bme_NodeData& other);
+  void SetUserNodeLabels(cls_xp1DArrayListInt labels); ///< without copying
 
 private:
   static constexpr auto StoredFields();

@@ -203,8 +203,10 @@ void bme_NodeData::SetUserNodeLabels(const cow_List<int>& labels) {
   RaiseNextFreeLabel();
 }
 
-void bme_NodeData::SetUserNodeLabels(const bme_NodeData& other) {
-  labels_ = other.labels_;
+void bme_NodeData::SetUserNodeLabels(const bme_NodeData& other) { SetUserNodeLabels(other.labels_); }
+
+void bme_NodeData::SetUserNodeLabels(cls_xp1DArrayListInt labels) {
+  labels_ = std::move(labels);
   mapIsValid_ = false;
   RaiseNextFreeLabel();
 }

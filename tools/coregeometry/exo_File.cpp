@@ -1,0 +1,247 @@
+#include "exo_File.h"
+
+#include <BasicUtils/nex_Exception.h>
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+#include <exodusII.h>
+#include <filesystem>
+
+namespace {
+namespace fs = std::filesystem;
+
+cow_String Trimmed(std::string_view text) {
+  text = text.substr(0, text.find('\0'));
+  const auto isBlank = [](unsigned char c) { return std::isspace(c) != 0; };
+  while (!text.empty() && isBlank(static_cast<unsigned char>(text.back()))) text.remove_suffix(1);
+  while (!text.empty() && isBlank(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
+  return cow_String(text);
+}
+
+cow_String WhyExodusFailed() {
+  if (exerrval == EX_NULLENTITY) return "empty entity";
+  if (exerrval >= EX_MEMFAIL && exerrval <= EX_BADPARAM) return "Exodus II error " + std::to_string(exerrval);
+  return nc_strerror(exerrval);
+}
+
+unsigned long long RoundUp4(unsigned long long bytes) { return (bytes + 3) / 4 * 4; }
+
+unsigned long long SizeOf(nc_type type) {
+  switch (type) {
+  case NC_BYTE:
+  case NC_CHAR:
+  case NC_UBYTE: return 1;
+  case NC_SHORT:
+  case NC_USHORT: return 2;
+  case NC_INT:
+  case NC_UINT:
+  case NC_FLOAT: return 4;
+  default: return 8;
+  }
+}
+
+unsigned long long AttributeBytes(int file, int variable, int count) {
+  unsigned long long bytes = 8;
+  for (int i = 0; i < count; ++i) {
+    char name[NC_MAX_NAME + 1];
+    nc_type type = NC_CHAR;
+    std::size_t length = 0;
+    if (nc_inq_attname(file, variable, i, name) != NC_NOERR) continue;
+    if (nc_inq_att(file, variable, name, &type, &length) != NC_NOERR) continue;
+    bytes += 12 + RoundUp4(std::strlen(name)) + RoundUp4(length * SizeOf(type));
+  }
+  return bytes;
+}
+
+/// Least length of a NetCDF classic file with this header: the library reads zeros where the file ends early.
+unsigned long long LeastLength(int file) {
+  int dims = 0, variables = 0, attributes = 0, unlimited = -1;
+  nc_inq(file, &dims, &variables, &attributes, &unlimited);
+  unsigned long long header = 8 + 16 + AttributeBytes(file, NC_GLOBAL, attributes), fixed = 0;
+  std::vector<unsigned long long> records; ///< bytes of one record of each record variable
+  std::vector<unsigned long long> lengths(static_cast<std::size_t>(std::max(dims, 0)));
+  for (int i = 0; i < dims; ++i) {
+    char name[NC_MAX_NAME + 1];
+    std::size_t length = 0;
+    if (nc_inq_dim(file, i, name, &length) != NC_NOERR) continue;
+    lengths[static_cast<std::size_t>(i)] = length;
+    header += 8 + RoundUp4(std::strlen(name));
+  }
+  for (int i = 0; i < variables; ++i) {
+    char name[NC_MAX_NAME + 1];
+    nc_type type = NC_CHAR;
+    int rank = 0, own = 0;
+    int ids[NC_MAX_VAR_DIMS];
+    if (nc_inq_var(file, i, name, &type, &rank, ids, &own) != NC_NOERR) continue;
+    header +=
+        20 + RoundUp4(std::strlen(name)) + 4ULL * static_cast<unsigned>(rank) + AttributeBytes(file, i, own);
+    unsigned long long bytes = SizeOf(type);
+    const bool isRecord = rank > 0 && ids[0] == unlimited;
+    for (int d = isRecord ? 1 : 0; d < rank; ++d) bytes *= lengths[static_cast<std::size_t>(ids[d])];
+    if (isRecord)
+      records.push_back(bytes);
+    else
+      fixed += RoundUp4(bytes);
+  }
+  unsigned long long record = 0;
+  for (const unsigned long long bytes : records) record += records.size() == 1 ? bytes : RoundUp4(bytes);
+  const unsigned long long count = unlimited < 0 ? 0 : lengths[static_cast<std::size_t>(unlimited)];
+  const unsigned long long total = header + fixed + count * record;
+  return total - std::min(total, 3ULL); // the last value need not be padded
+}
+} // namespace
+
+exo_File::Handle::Handle(const char* name) {
+  ex_opts(EX_DEFAULT); // no messages of the library's own
+  int realSize = sizeof(double);
+  float version = 0;
+  exerrval = 0;
+  id = ex_open(name, EX_READ, &realSize, &storedRealSize, &version);
+}
+
+exo_File::Handle::~Handle() {
+  if (id >= 0) ex_close(id);
+}
+
+exo_File::exo_File(const cow_String& name) : name_(name), handle_(name.c_str()), id_(handle_.id) {
+  if (id_ < 0) {
+    std::error_code error;
+    if (!fs::exists(name, error)) Fail("no such file");
+    if (fs::is_directory(name, error)) Fail("is a folder");
+    if (fs::file_size(name, error) == 0) Fail("is empty");
+    Fail("not an Exodus II file (" + WhyExodusFailed() + ")");
+  }
+  CheckLength();
+  CheckTexts();
+  Check(ex_set_int64_status(id_, EX_MAPS_INT64_API | EX_IDS_INT64_API | EX_INQ_INT64_API
+                                     | (HasWideNumbers() ? EX_BULK_INT64_API : 0)),
+        "integer sizes");
+  hasDoubles_ = handle_.storedRealSize == sizeof(double);
+  const std::int64_t dims = Inquire(EX_INQ_DIM, "number of dimensions");
+  if (dims < 1 || dims > 3) Fail("a mesh of " + std::to_string(dims) + " dimensions, not 1 to 3");
+  numDims_ = static_cast<int>(dims);
+  numNodes_ = Inquire(EX_INQ_NODES, "number of nodes");
+  numElements_ = Inquire(EX_INQ_ELEM, "number of elements");
+  constexpr std::int64_t kMost = 2147483647;
+  if (numNodes_ > kMost) Fail(std::to_string(numNodes_) + " nodes, more than " + std::to_string(kMost));
+  if (numElements_ > kMost)
+    Fail(std::to_string(numElements_) + " elements, more than " + std::to_string(kMost));
+  ReadTitle();
+  ReadBlocks();
+}
+
+exo_File::~exo_File() = default;
+
+void exo_File::Fail(const cow_String& why) const { throw nex_TextException(name_ + ": " + why); }
+
+void exo_File::Check(int status, std::string_view what) const {
+  if (status < 0) Fail("reading " + cow_String(what) + ": " + WhyExodusFailed());
+}
+
+std::int64_t exo_File::Inquire(int what, std::string_view name) const {
+  const std::int64_t value = ex_inquire_int(id_, what);
+  if (value < 0) Fail("reading the " + cow_String(name) + ": " + WhyExodusFailed());
+  return value;
+}
+
+bool exo_File::HasWideNumbers() const noexcept { return (ex_int64_status(id_) & EX_BULK_INT64_DB) != 0; }
+
+void exo_File::CheckLength() const {
+  int format = 0;
+  if (nc_inq_format(id_, &format) != NC_NOERR || format == NC_FORMAT_NETCDF4
+      || format == NC_FORMAT_NETCDF4_CLASSIC)
+    return; // HDF5 notices by itself
+  const unsigned long long least = LeastLength(id_);
+  std::error_code error;
+  const unsigned long long length = fs::file_size(name_, error);
+  if (!error && length < least)
+    Fail("is cut short: " + std::to_string(length) + " bytes where its header asks for "
+         + std::to_string(least));
+}
+
+// The Exodus II library copies titles and type names into buffers of the longest length that the format
+// allows.
+void exo_File::CheckTexts() const {
+  std::size_t length = 0;
+  if (nc_inq_attlen(id_, NC_GLOBAL, "title", &length) == NC_NOERR && length > MAX_LINE_LENGTH + 1)
+    Fail("a title of " + std::to_string(length) + " characters, more than "
+         + std::to_string(MAX_LINE_LENGTH));
+  int variables = 0;
+  Check(nc_inq_nvars(id_, &variables), "number of variables");
+  for (int i = 0; i < variables; ++i)
+    if (nc_inq_attlen(id_, i, "elem_type", &length) == NC_NOERR && length > MAX_STR_LENGTH + 1)
+      Fail("an element type name of " + std::to_string(length) + " characters, more than "
+           + std::to_string(MAX_STR_LENGTH));
+}
+
+void exo_File::ReadTitle() {
+  char text[MAX_LINE_LENGTH + 2] = {};
+  if (nc_get_att_text(id_, NC_GLOBAL, "title", text) == NC_NOERR) title_ = Trimmed(text);
+}
+
+void exo_File::ReadBlocks() {
+  const std::int64_t count = Inquire(EX_INQ_ELEM_BLK, "number of element blocks");
+  if (count == 0) return;
+  std::vector<std::int64_t> ids(static_cast<std::size_t>(count));
+  Check(ex_get_ids(id_, EX_ELEM_BLOCK, ids.data()), "element block ids");
+  const std::int64_t longest =
+      std::max<std::int64_t>(ex_inquire_int(id_, EX_INQ_DB_MAX_USED_NAME_LENGTH), 32);
+  ex_set_max_name_length(id_, static_cast<int>(std::min<std::int64_t>(longest, NC_MAX_NAME)));
+  std::int64_t total = 0;
+  for (const std::int64_t id : ids) {
+    ex_block raw = {};
+    raw.id = id;
+    raw.type = EX_ELEM_BLOCK;
+    const cow_String where = "element block " + std::to_string(id);
+    Check(ex_get_block_param(id_, &raw), where);
+    exo_Block block;
+    block.id = id;
+    block.type = Trimmed(std::string_view(raw.topology, strnlen(raw.topology, sizeof raw.topology)));
+    block.numElements = raw.num_entry;
+    block.nodesPerElement = raw.num_nodes_per_entry;
+    block.numAttributes = raw.num_attribute;
+    const cow_String upper = cow_ToUpper(block.type);
+    block.isRagged = upper.starts_with("NSIDED") || upper.starts_with("NFACED");
+    std::vector<char> name(static_cast<std::size_t>(std::max<std::int64_t>(longest, NC_MAX_NAME)) + 1);
+    if (ex_get_name(id_, EX_ELEM_BLOCK, id, name.data()) >= 0) block.name = Trimmed(name.data());
+    if (block.numElements < 0 || block.nodesPerElement < 0) Fail(where + ": a negative count");
+    total += block.numElements;
+    blocks_.push_back(std::move(block));
+  }
+  if (total != numElements_)
+    Fail("its blocks have " + std::to_string(total) + " elements, its header says "
+         + std::to_string(numElements_));
+}
+
+void exo_File::ReadCoordinates(std::int64_t first, std::span<double> x, std::span<double> y,
+                               std::span<double> z) const {
+  Check(ex_get_partial_coord(id_, first + 1, static_cast<std::int64_t>(x.size()), x.data(),
+                             numDims_ > 1 ? y.data() : nullptr, numDims_ > 2 ? z.data() : nullptr),
+        "coordinates");
+}
+
+void exo_File::ReadConnectivity(const exo_Block& block, std::int64_t first, std::int64_t count,
+                                int* nodes) const {
+  Check(ex_get_partial_conn(id_, EX_ELEM_BLOCK, block.id, first + 1, count, nodes, nullptr, nullptr),
+        "connectivity of block " + std::to_string(block.id));
+}
+
+void exo_File::ReadConnectivity(const exo_Block& block, std::int64_t first, std::int64_t count,
+                                std::int64_t* nodes) const {
+  Check(ex_get_partial_conn(id_, EX_ELEM_BLOCK, block.id, first + 1, count, nodes, nullptr, nullptr),
+        "connectivity of block " + std::to_string(block.id));
+}
+
+void exo_File::ReadNodeLabels(std::int64_t first, std::span<std::int64_t> labels) const {
+  Check(ex_get_partial_id_map(id_, EX_NODE_MAP, first + 1, static_cast<std::int64_t>(labels.size()),
+                              labels.data()),
+        "node number map");
+}
+
+void exo_File::ReadElementLabels(std::int64_t first, std::span<std::int64_t> labels) const {
+  Check(ex_get_partial_id_map(id_, EX_ELEM_MAP, first + 1, static_cast<std::int64_t>(labels.size()),
+                              labels.data()),
+        "element number map");
+}
