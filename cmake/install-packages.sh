@@ -1,5 +1,6 @@
 #!/bin/bash
-# Installs the Debian packages that the project needs, where they are missing. The one list of them.
+# Installs the Debian packages that the project needs, where they are missing. The one list of them; arguments are
+# further packages.
 set -euo pipefail
 
 packages=(
@@ -7,6 +8,7 @@ packages=(
   libsqlite3-dev libxxhash-dev                  # database
   libcli11-dev nlohmann-json3-dev libexodusii-dev # program
   libgtest-dev librapidcheck-dev                # tests
+  "$@"
 )
 
 missing=()
