@@ -4,6 +4,7 @@
 #include <BasicUtils/cls_Containers.h>
 #include <BasicUtils/uti_CoordCont3D.h>
 #include <CoreGeometry/CoreGeometryExport.h>
+#include <CoreGeometry/bme_Cache.h>
 #include <CoreUtils/omi_LabelTable.h>
 
 /// Index that stands for "not found" in every mesh query.
@@ -96,7 +97,6 @@ private:
   unsigned numDim_ = 3;
 
   long long nextFreeLabel_ = 1;
-  mutable bool mapIsValid_ = false;
-  mutable omi_LabelTable map_;
+  mutable bme_Cache<omi_LabelTable> map_;
   cls_Uid uid_;
 };
