@@ -95,9 +95,15 @@ unsigned long long LeastLength(int file) {
 
 exo_File::Handle::Handle(const char* name) {
   ex_opts(EX_DEFAULT); // no messages of the library's own
+  // ex_open ends the process at some files that NetCDF cannot open
+  exerrval = nc_open(name, NC_NOWRITE, &id);
+  if (exerrval != NC_NOERR) {
+    id = -1;
+    return;
+  }
+  nc_close(id);
   int realSize = sizeof(double);
   float version = 0;
-  exerrval = 0;
   id = ex_open(name, EX_READ, &realSize, &storedRealSize, &version);
 }
 
