@@ -21,6 +21,7 @@ ToolRun RunProgram(const std::string& program, const std::vector<std::string>& a
   std::vector<std::string> words = {program};
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<char*> argv;
+  argv.reserve(words.size() + 1);
   for (std::string& word : words) argv.push_back(word.data());
   argv.push_back(nullptr);
   pid_t child = 0;
@@ -29,7 +30,6 @@ ToolRun RunProgram(const std::string& program, const std::vector<std::string>& a
   close(out[1]);
   close(err[1]);
   std::array<pollfd, 2> ends = {pollfd{out[0], POLLIN, 0}, pollfd{err[0], POLLIN, 0}};
-  std::string* const texts[] = {&run.out, &run.err};
   for (int open = failed == 0 ? 2 : 0; open > 0;) {
     poll(ends.data(), ends.size(), -1);
     for (std::size_t i = 0; i < ends.size(); ++i) {
@@ -37,7 +37,7 @@ ToolRun RunProgram(const std::string& program, const std::vector<std::string>& a
       char bytes[65536];
       const ssize_t count = read(ends[i].fd, bytes, sizeof bytes);
       if (count > 0) {
-        texts[i]->append(bytes, static_cast<std::size_t>(count));
+        (i == 0 ? run.out : run.err).append(bytes, static_cast<std::size_t>(count));
       } else {
         ends[i].fd = -1;
         --open;

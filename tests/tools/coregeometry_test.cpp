@@ -73,7 +73,7 @@ TEST_F(Program, ImportsTheSampleAndAnswersFromTheStoredModel) {
 TEST_F(Program, ReportsUnknownLabelsAndAnswersTheOthers) {
   OneHex().Write(folder_ / "cube.exo");
   ASSERT_EQ(RunTool({"import", folder_ / "cube.exo", "-o", model_}).exitCode, 0);
-  const ToolRun run = RunTool({"query", model_, "--node", "9,7,-4", "--element", "2"});
+  const ToolRun run = RunTool({"query", "--node", "9,7,-4", model_, "--element", "2"});
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_EQ(run.out, "node 7: (1.0, 1.0, 1.0)\n");
   const std::string where = "coregeometry: " + model_ + ", meshes/cube, ";
@@ -127,6 +127,21 @@ TEST_F(Program, LeavesNothingBehindWhenAnImportFails) {
   EXPECT_EQ(RunTool({"import", folder_ / "good.exo", "-o", folder_ / "good.exo"}).exitCode, 2);
 }
 
+TEST_F(Program, TakesAssignmentsOfLabelsBeforeAndAfterTheFile) {
+  const auto Labels = [&](std::vector<std::string> words) {
+    words.insert(words.begin(), "import");
+    words.insert(words.end(), {"-o", model_, "--force"});
+    std::string labels;
+    const json facts = Facts(words);
+    for (const json& type : facts["classes"]) labels += type["label"].get<std::string>() + " ";
+    return labels;
+  };
+  const std::string wanted = "C3D8R C3D6 C3D20R S4 B31 MASS ";
+  EXPECT_EQ(Labels({SAMPLE, "--map", "HEX8=C3D8R", "HEX20=C3D20R"}), wanted);
+  EXPECT_EQ(Labels({"--map", "HEX8=C3D8R", "HEX20=C3D20R", SAMPLE}), wanted);
+  EXPECT_EQ(Labels({"--map", "HEX8=C3D8R", SAMPLE, "--map", "HEX20=C3D20R"}), wanted);
+}
+
 TEST_F(Program, TellsWrongUsageFromWrongInput) {
   OneHex().Write(folder_ / "cube.exo");
   for (const std::vector<std::string>& wrong :
@@ -135,6 +150,8 @@ TEST_F(Program, TellsWrongUsageFromWrongInput) {
                                              {"import"},
                                              {"import", folder_ / "cube.exo", "--map", "HEX8=C3D20"},
                                              {"import", folder_ / "cube.exo", "--map", "HEX8=NOSUCH"},
+                                             {"import", folder_ / "cube.exo", folder_ / "cube.exo"},
+                                             {"import", "--map", "HEX8=C3D8R"},
                                              {"query", model_},
                                              {"query", model_, "--node", "seven"},
                                              {"query", model_, "--node", "99999999999"},
@@ -244,7 +261,9 @@ TEST_P(RealMesh, IsStoredWithItsKnownFacts) {
   EXPECT_EQ(facts["nodes"], real.nodes);
   EXPECT_EQ(facts["elements"], real.elements);
   EXPECT_EQ(facts["classes"].size(), real.classes);
-  for (const auto& [what, count] : real.ledger) {
+  for (const auto& entryWanted : real.ledger) {
+    const std::string what = entryWanted.first;
+    const int count = entryWanted.second;
     const auto at =
         std::ranges::find_if(facts["notCarried"], [&](const json& entry) { return entry["what"] == what; });
     ASSERT_NE(at, facts["notCarried"].end()) << what;

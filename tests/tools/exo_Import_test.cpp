@@ -28,7 +28,7 @@ protected:
     try {
       exo_ReadMesh(file_, types_);
     } catch (const nex_TextException& error) {
-      const std::string text = error.Message(), start = file_ + ": ";
+      const std::string &text = error.Message(), start = file_ + ": ";
       EXPECT_TRUE(text.starts_with(start)) << text;
       return text.substr(std::min(text.size(), start.size()));
     }

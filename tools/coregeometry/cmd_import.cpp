@@ -12,9 +12,24 @@ namespace fs = std::filesystem;
 
 struct Arguments {
   std::string file, model, name;
-  std::vector<std::string> maps;
+  std::vector<std::string> words, maps;
   bool force = false, json = false;
 };
+
+/// Words apart from options are the file, and assignments that follow the first one of --map.
+void SortWords(Arguments& arguments) {
+  std::error_code error;
+  for (const std::string& word : arguments.words) {
+    const bool isAssignment = word.find('=') != std::string::npos && !fs::exists(word, error);
+    if (isAssignment && !arguments.maps.empty())
+      arguments.maps.push_back(word);
+    else if (arguments.file.empty())
+      arguments.file = word;
+    else
+      throw cli_UsageError("import: one file at a time, not " + arguments.file + " and " + word);
+  }
+  if (arguments.file.empty()) throw cli_UsageError("import: FILE is required");
+}
 
 /// What the target is before the import.
 struct Target {
@@ -151,13 +166,17 @@ void Run(const Arguments& arguments) {
 void cli_AddImport(CLI::App& app) {
   CLI::App* command = app.add_subcommand("import", "Read an Exodus II file and store its mesh in a model");
   auto arguments = std::make_shared<Arguments>();
-  command->add_option("FILE", arguments->file, "Exodus II file")->required();
+  command->add_option("FILE", arguments->words, "Exodus II file")->required()->type_name("TEXT");
   command->add_option("-o,--output", arguments->model,
                       "Model file; FILE with the extension .cgdb by default");
   command->add_option("--name", arguments->name, "Name of the mesh in the model; the file name by default");
   command
-      ->add_option("--map", arguments->maps, "Element label for a type with that many nodes, as HEX8=C3D8R")
-      ->type_name("TYPE=LABEL");
+      ->add_option("--map", arguments->maps,
+                   "Element label for a type with that many nodes, as HEX8=C3D8R; several in a row, or again")
+      ->type_name("TYPE=LABEL")
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->take_all();
   command->add_flag("--force", arguments->force, "Replace a mesh of the same name");
   command->add_flag("--json", arguments->json, "Print the facts as JSON");
   command->footer(
@@ -166,5 +185,8 @@ void cli_AddImport(CLI::App& app) {
       "\n"
       "Example: hexahedra with reduced integration, in a model of its own\n"
       "  coregeometry import bracket.exo -o bracket.cgdb --map HEX8=C3D8R");
-  command->callback([arguments] { Run(*arguments); });
+  command->callback([arguments] {
+    SortWords(*arguments);
+    Run(*arguments);
+  });
 }

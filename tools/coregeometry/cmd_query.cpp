@@ -124,6 +124,7 @@ void cli_AddQuery(CLI::App& app) {
       ->delimiter(',')
       ->type_name("LABEL")
       ->expected(1)
+      ->allow_extra_args(false)
       ->take_all();
   command
       ->add_option("--element", arguments->elements,
@@ -131,12 +132,13 @@ void cli_AddQuery(CLI::App& app) {
       ->delimiter(',')
       ->type_name("LABEL")
       ->expected(1)
+      ->allow_extra_args(false)
       ->take_all();
   command->footer(
       "Prints the coordinates of nodes; class, type and node labels of elements. Labels that the mesh\n"
       "does not have are reported, and the exit code is 1.\n"
       "\n"
       "Example:\n"
-      "  coregeometry query bracket.cgdb --node 1205 --element 31,32");
+      "  coregeometry query bracket.cgdb --node 1010 --element 104,3001");
   command->callback([arguments] { Run(*arguments); });
 }

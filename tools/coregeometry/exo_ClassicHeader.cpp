@@ -29,7 +29,8 @@ public:
       : in_(name, std::ios::binary), length_(std::filesystem::file_size(name, error_)) {
     std::array<char, 4> magic{};
     in_.read(magic.data(), magic.size());
-    if (!error_ && in_ && magic[0] == 'C' && magic[1] == 'D' && magic[2] == 'F') version_ = magic[3];
+    if (!error_ && in_ && magic[0] == 'C' && magic[1] == 'D' && magic[2] == 'F')
+      version_ = static_cast<unsigned char>(magic[3]);
     left_ = length_ - 4;
   }
   bool IsClassic() const { return version_ == 1 || version_ == 2 || version_ == 5; }

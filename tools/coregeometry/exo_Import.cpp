@@ -79,6 +79,7 @@ exo_Import Importer::Run(unsigned meshId) {
     classes.back()->SetUserElementLabels(std::move(labelled.labels));
   }
   std::vector<bme_ElementClass*> handedOver;
+  handedOver.reserve(classes.size());
   for (auto& elements : classes) handedOver.push_back(elements.release());
   auto* elements = new bme_ElementData(handedOver.data(), static_cast<unsigned>(handedOver.size()));
   result_.mesh = std::make_unique<bme_Mesh>(meshId, nodes.release(), elements, bme_ORPHAN_MESH, nullptr);
@@ -187,6 +188,7 @@ std::vector<LabelledBlock> Importer::ReadElementLabels() {
     return blocks;
   }
   std::vector<std::span<const int>> all;
+  all.reserve(blocks.size());
   for (const LabelledBlock& block : blocks) all.push_back(block.labels.Const());
   if (const auto twice = exo_FindDuplicate(all)) {
     const auto Place = [&](std::size_t position) {

@@ -9,32 +9,32 @@
 
 namespace {
 struct Inquiry {
-  int code;
   const char* what;
+  int code;
   int without = 0; ///< entries that are carried, or that every file has
 };
 constexpr Inquiry kInquiries[] = {
-    {EX_INQ_NODE_SETS, "node sets"},
-    {EX_INQ_NS_DF_LEN, "distribution factors of node sets"},
-    {EX_INQ_SIDE_SETS, "side sets"},
-    {EX_INQ_SS_DF_LEN, "distribution factors of side sets"},
-    {EX_INQ_ELEM_SETS, "element sets"},
-    {EX_INQ_EDGE_SETS, "edge sets"},
-    {EX_INQ_FACE_SETS, "face sets"},
-    {EX_INQ_EDGE_BLK, "edge blocks"},
-    {EX_INQ_FACE_BLK, "face blocks"},
-    {EX_INQ_NODE_MAP, "further node number maps"},
-    {EX_INQ_ELEM_MAP, "further element number maps"},
-    {EX_INQ_EDGE_MAP, "edge number maps"},
-    {EX_INQ_FACE_MAP, "face number maps"},
-    {EX_INQ_COORD_FRAMES, "coordinate frames"},
-    {EX_INQ_EB_PROP, "element block properties", 1}, // the first property is the id
-    {EX_INQ_NS_PROP, "node set properties", 1},
-    {EX_INQ_SS_PROP, "side set properties", 1},
-    {EX_INQ_ELS_PROP, "element set properties", 1},
-    {EX_INQ_TIME, "time steps"},
-    {EX_INQ_QA, "QA records"},
-    {EX_INQ_INFO, "info records"},
+    {"node sets", EX_INQ_NODE_SETS},
+    {"distribution factors of node sets", EX_INQ_NS_DF_LEN},
+    {"side sets", EX_INQ_SIDE_SETS},
+    {"distribution factors of side sets", EX_INQ_SS_DF_LEN},
+    {"element sets", EX_INQ_ELEM_SETS},
+    {"edge sets", EX_INQ_EDGE_SETS},
+    {"face sets", EX_INQ_FACE_SETS},
+    {"edge blocks", EX_INQ_EDGE_BLK},
+    {"face blocks", EX_INQ_FACE_BLK},
+    {"further node number maps", EX_INQ_NODE_MAP},
+    {"further element number maps", EX_INQ_ELEM_MAP},
+    {"edge number maps", EX_INQ_EDGE_MAP},
+    {"face number maps", EX_INQ_FACE_MAP},
+    {"coordinate frames", EX_INQ_COORD_FRAMES},
+    {"element block properties", EX_INQ_EB_PROP, 1}, // the first property is the id
+    {"node set properties", EX_INQ_NS_PROP, 1},
+    {"side set properties", EX_INQ_SS_PROP, 1},
+    {"element set properties", EX_INQ_ELS_PROP, 1},
+    {"time steps", EX_INQ_TIME},
+    {"QA records", EX_INQ_QA},
+    {"info records", EX_INQ_INFO},
 };
 
 struct Variables {
