@@ -36,11 +36,11 @@ constexpr const char* kColumnTitles[] = {
 struct TableSection {
   const char* title;
   const char* labelFormat;
-  void (shp_Shape::*printTables)(aio_ostream&) const; ///< null while shapes have no such tables
+  void (shp_Shape::*printTables)(aio_ostream&) const;
 };
 constexpr TableSection kTableSections[] = {
     {"   Shape Connectivity Tables:", "---- %18s ----", &shp_Shape::PrintConnectivity},
-    {"   Shape Weight Tables:", "---- %18s ----", nullptr},
+    {"   Shape Weight Tables:", "---- %18s ----", &shp_Shape::PrintWeightsInTable},
     {"Shape Inverse Topology Tables:", "%18s", &shp_Shape::PrintInverseTable},
 };
 
@@ -103,7 +103,7 @@ void shp_ShapeDictionary::PrintShapeTable(aio_ostream& stream) const {
     shp_WriteLine(stream, mediumRuler);
     for (const auto& [label, key] : labelTable_) {
       shp_WriteLine(stream, atr_Format(section.labelFormat, {label}));
-      if (section.printTables) (ShapeOf(label).*section.printTables)(stream);
+      (ShapeOf(label).*section.printTables)(stream);
     }
   }
 }
