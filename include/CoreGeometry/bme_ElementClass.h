@@ -105,6 +105,9 @@ public:
   /// Distributes the elements: groups[i] is the position of the class that element i goes to. The new classes
   /// keep type, controls, labels, marks and region; the elements keep their order.
   bool Split(const cow_List<int>& groups, mdl_MapInt2ObjCow<bme_ElementClass>& classes) const;
+  /// Turns one element, or all, inside out by exchanging its nodes; false when the type has no shape.
+  bool InvertElementConnectivity(int element);
+  bool InvertElementsConnectivities();
   /// newNodeIndex[n] replaces node n; -1 stays.
   void UpdateConnectivity(const int* newNodeIndex);
 

@@ -72,6 +72,8 @@ public:
   /// Labels for a class without labels are dropped; too few or too many are replaced by consecutive ones from
   /// the next available label.
   bool AddElements(unsigned classIndex, const cow_List<int>& connectivity, const cow_List<int>& labels);
+  /// Turns every element inside out. False when a class has no shape: it stays as it is.
+  bool InvertElementsConnectivities();
   void UpdateConnectivity(const int* newNodeIndex); ///< newNodeIndex[n] replaces node n
 
 private:

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <CoreGeometry/CoreGeometryExport.h>
+#include <CoreGeometry/shp_InverseTopoTable.h>
 #include <CoreGeometry/shp_Topology.h>
 #include <CoreUtils/aio_ostream.h>
 #include <CoreUtils/cow_String.h>
@@ -10,12 +11,10 @@
 ///
 /// Shapes come from shp_ShapeDictionary::GetShape and are shared by pointer: ask once per element class.
 /// Threads    immutable; belongs to the dictionary, and so to the thread, that made it.
-class CORE_GEOMETRY_API shp_Shape : public shp_Topology {
+class CORE_GEOMETRY_API shp_Shape : public shp_Topology, public shp_InverseTopoTable {
 public:
   shp_Shape(cow_String label, const LongKey& key, int index);
   virtual ~shp_Shape();
-  shp_Shape(const shp_Shape&) = delete;
-  shp_Shape& operator=(const shp_Shape&) = delete;
 
   // ask
   const cow_String& Label() const noexcept { return label_; } ///< in upper case

@@ -292,6 +292,24 @@ bool bme_ElementClass::Split(const cow_List<int>& groups,
   return true;
 }
 
+bool bme_ElementClass::InvertElementConnectivity(int element) {
+  const shp_Shape* shape = Shape();
+  if (!shape || element < 0 || element >= numElements_) return false;
+  const auto columns = static_cast<std::size_t>(shape->NumNodes());
+  shape->ReverseElemConnectivity(
+      connectivity_.Modify().subspan(static_cast<std::size_t>(element) * columns, columns));
+  return true;
+}
+
+bool bme_ElementClass::InvertElementsConnectivities() {
+  const shp_Shape* shape = Shape();
+  if (!shape) return false;
+  const auto columns = static_cast<std::size_t>(shape->NumNodes());
+  for (std::span<int> rows = connectivity_.Modify(); !rows.empty(); rows = rows.subspan(columns))
+    shape->ReverseElemConnectivity(rows.first(columns));
+  return true;
+}
+
 void bme_ElementClass::UpdateConnectivity(const int* newNodeIndex) {
   for (int& node : connectivity_.Modify())
     if (node >= 0) node = newNodeIndex[node];

@@ -238,6 +238,16 @@ bool bme_ElementData::AddElements(unsigned classIndex, const cow_List<int>& conn
   return true;
 }
 
+bool bme_ElementData::InvertElementsConnectivities() {
+  bool all = true;
+  for (int position = 0; position < classes_.Count(); ++position)
+    if (classes_.Get(position).IsSupported())
+      classes_.GetToModify(position).InvertElementsConnectivities();
+    else
+      all = false;
+  return all;
+}
+
 void bme_ElementData::UpdateConnectivity(const int* newNodeIndex) {
   for (int position = 0; position < classes_.Count(); ++position)
     classes_.GetToModify(position).UpdateConnectivity(newNodeIndex);

@@ -168,3 +168,24 @@ TEST(bme_ElementClass, ResizingDropsFromTheEndOrAddsRowsToFill) {
   EXPECT_EQ(elements->SectionPointLabel(1), "bottom");
   EXPECT_THROW(elements->SectionPointLabel(2), nex_OutOfRangeException);
 }
+
+TEST(bme_ElementData, InvertedElementsAreSeenFromTheOtherSide) {
+  const auto row = [](const bme_ElementClass& elements, int element) {
+    const auto nodes = elements.Connectivity(element);
+    return std::vector<int>(nodes.begin(), nodes.end());
+  };
+  bme_ElementClass* classes[] = {Class("C3D8", 8, 2), Class("NOSHAPE", 3, 1), Class("CAXA41", 8, 1)};
+  bme_ElementData data(classes, 3);
+  const bme_ElementData before = data;
+  EXPECT_FALSE(data.InvertElementsConnectivities()) << "one class has no shape";
+  EXPECT_EQ(row(data.GetClass(0), 1), (std::vector<int>{8, 11, 10, 9, 12, 15, 14, 13}));
+  EXPECT_EQ(&data.GetClass(1), &before.GetClass(1));
+  EXPECT_EQ(row(data.GetClass(2), 0), (std::vector<int>{0, 3, 2, 1, 4, 7, 6, 5})) << "ring by ring";
+  EXPECT_EQ(row(before.GetClass(0), 1)[1], 9);
+
+  bme_ElementClass& hexahedra = data.GetClassToModify(0);
+  EXPECT_TRUE(hexahedra.InvertElementConnectivity(1));
+  EXPECT_FALSE(hexahedra.InvertElementConnectivity(2) || hexahedra.InvertElementConnectivity(-1));
+  EXPECT_EQ(row(hexahedra, 1), row(before.GetClass(0), 1));
+  EXPECT_EQ(row(hexahedra, 0)[1], 3);
+}

@@ -1,10 +1,10 @@
 #include "exo_File.h"
 
+#include "exo_ClassicHeader.h"
+
 #include <BasicUtils/nex_Exception.h>
 #include <algorithm>
-#include <array>
 #include <cctype>
-#include <cerrno>
 #include <cstring>
 #include <exodusII.h>
 #include <filesystem>
@@ -26,78 +26,21 @@ cow_String WhyExodusFailed() {
   return nc_strerror(exerrval);
 }
 
-unsigned long long RoundUp4(unsigned long long bytes) { return (bytes + 3) / 4 * 4; }
-
-unsigned long long SizeOf(nc_type type) {
-  switch (type) {
-  case NC_BYTE:
-  case NC_CHAR:
-  case NC_UBYTE: return 1;
-  case NC_SHORT:
-  case NC_USHORT: return 2;
-  case NC_INT:
-  case NC_UINT:
-  case NC_FLOAT: return 4;
-  default: return 8;
-  }
-}
-
-unsigned long long AttributeBytes(int file, int variable, int count) {
-  unsigned long long bytes = 8;
-  for (int i = 0; i < count; ++i) {
-    char name[NC_MAX_NAME + 1];
-    nc_type type = NC_CHAR;
-    std::size_t length = 0;
-    if (nc_inq_attname(file, variable, i, name) != NC_NOERR) continue;
-    if (nc_inq_att(file, variable, name, &type, &length) != NC_NOERR) continue;
-    bytes += 12 + RoundUp4(std::strlen(name)) + RoundUp4(length * SizeOf(type));
-  }
-  return bytes;
-}
-
-/// Least length of a NetCDF classic file with this header: the library reads zeros where the file ends early.
-unsigned long long LeastLength(int file) {
-  int dims = 0, variables = 0, attributes = 0, unlimited = -1;
-  nc_inq(file, &dims, &variables, &attributes, &unlimited);
-  unsigned long long header = 8 + 16 + AttributeBytes(file, NC_GLOBAL, attributes), fixed = 0;
-  std::vector<unsigned long long> records; ///< bytes of one record of each record variable
-  std::vector<unsigned long long> lengths(static_cast<std::size_t>(std::max(dims, 0)));
-  for (int i = 0; i < dims; ++i) {
-    char name[NC_MAX_NAME + 1];
-    std::size_t length = 0;
-    if (nc_inq_dim(file, i, name, &length) != NC_NOERR) continue;
-    lengths[static_cast<std::size_t>(i)] = length;
-    header += 8 + RoundUp4(std::strlen(name));
-  }
-  for (int i = 0; i < variables; ++i) {
-    char name[NC_MAX_NAME + 1];
-    nc_type type = NC_CHAR;
-    int rank = 0, own = 0;
-    int ids[NC_MAX_VAR_DIMS];
-    if (nc_inq_var(file, i, name, &type, &rank, ids, &own) != NC_NOERR) continue;
-    header +=
-        20 + RoundUp4(std::strlen(name)) + 4ULL * static_cast<unsigned>(rank) + AttributeBytes(file, i, own);
-    unsigned long long bytes = SizeOf(type);
-    const bool isRecord = rank > 0 && ids[0] == unlimited;
-    for (int d = isRecord ? 1 : 0; d < rank; ++d) bytes *= lengths[static_cast<std::size_t>(ids[d])];
-    if (isRecord)
-      records.push_back(bytes);
-    else
-      fixed += RoundUp4(bytes);
-  }
-  unsigned long long record = 0;
-  for (const unsigned long long bytes : records) record += records.size() == 1 ? bytes : RoundUp4(bytes);
-  const unsigned long long count = unlimited < 0 ? 0 : lengths[static_cast<std::size_t>(unlimited)];
-  const unsigned long long total = header + fixed + count * record;
-  return total - std::min(total, 3ULL); // the last value need not be padded
-}
 } // namespace
 
 exo_File::Handle::Handle(const char* name) {
+  damage = exo_CheckClassicHeader(name);
+  if (!damage.empty()) return;
   ex_opts(EX_DEFAULT); // no messages of the library's own
+  // ex_open ends the process at some files that NetCDF cannot open
+  exerrval = nc_open(name, NC_NOWRITE, &id);
+  if (exerrval != NC_NOERR) {
+    id = -1;
+    return;
+  }
+  nc_close(id);
   int realSize = sizeof(double);
   float version = 0;
-  exerrval = 0;
   id = ex_open(name, EX_READ, &realSize, &storedRealSize, &version);
 }
 
@@ -111,9 +54,9 @@ exo_File::exo_File(const cow_String& name) : name_(name), handle_(name.c_str()),
     if (!fs::exists(name, error)) Fail("no such file");
     if (fs::is_directory(name, error)) Fail("is a folder");
     if (fs::file_size(name, error) == 0) Fail("is empty");
+    if (!handle_.damage.empty()) Fail(handle_.damage);
     Fail("not an Exodus II file (" + WhyExodusFailed() + ")");
   }
-  CheckLength();
   CheckTexts();
   Check(ex_set_int64_status(id_, EX_MAPS_INT64_API | EX_IDS_INT64_API | EX_INQ_INT64_API
                                      | (HasWideNumbers() ? EX_BULK_INT64_API : 0)),
@@ -147,19 +90,6 @@ std::int64_t exo_File::Inquire(int what, std::string_view name) const {
 }
 
 bool exo_File::HasWideNumbers() const noexcept { return (ex_int64_status(id_) & EX_BULK_INT64_DB) != 0; }
-
-void exo_File::CheckLength() const {
-  int format = 0;
-  if (nc_inq_format(id_, &format) != NC_NOERR || format == NC_FORMAT_NETCDF4
-      || format == NC_FORMAT_NETCDF4_CLASSIC)
-    return; // HDF5 notices by itself
-  const unsigned long long least = LeastLength(id_);
-  std::error_code error;
-  const unsigned long long length = fs::file_size(name_, error);
-  if (!error && length < least)
-    Fail("is cut short: " + std::to_string(length) + " bytes where its header asks for "
-         + std::to_string(least));
-}
 
 // The Exodus II library copies titles and type names into buffers of the longest length that the format
 // allows.

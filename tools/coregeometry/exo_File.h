@@ -62,10 +62,10 @@ private:
     Handle& operator=(const Handle&) = delete;
     int id = -1;
     int storedRealSize = 0;
+    cow_String damage; ///< why the file was not even tried
   };
   void Check(int status, std::string_view what) const;
   [[noreturn]] void Fail(const cow_String& why) const;
-  void CheckLength() const;
   void CheckTexts() const;
   void ReadTitle();
   void ReadBlocks();

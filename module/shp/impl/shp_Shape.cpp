@@ -29,18 +29,23 @@ atr_String Address(const void* place) {
 } // namespace
 
 shp_Shape::shp_Shape(cow_String label, const LongKey& key, int index)
-    : shp_Topology(key), label_(std::move(label)), index_(index) {}
+    : shp_Topology(key), shp_InverseTopoTable(static_cast<const shp_Topology&>(*this)),
+      label_(std::move(label)), index_(index) {}
 
 shp_Shape::~shp_Shape() = default;
 
 void shp_Shape::PrintMembers(aio_ostream& stream) const {
   constexpr bool always = true;
-  const void* nodesPerEdgeTable = nullptr; // shapes have no edge tables yet
+  shp_WriteLine(stream, "-----------");
+  shp_WriteLine(stream,
+                "Geometry dimensions, Spatial dimensions: " + Join({NumGeomDims(), NumSpatialDims()}));
+  shp_WriteLine(stream, "Nodes, Integration points and faces per elem: "
+                            + Join({NumNodes(), NumIntPts(), NumFaces()}));
+  for (std::size_t face = 0; face < NodesPerFace().size(); ++face)
+    shp_WriteLine(stream, atr_Format("Nodes, edges on face %d: ", {static_cast<int>(face)})
+                              + Join({NodesPerFace()[face], EdgesPerFace()[face]}));
   const std::pair<const char*, atr_String> lines[] = {
-      {"-----------", ""},
-      {"Geometry dimensions, Spatial dimensions: ", Join({NumGeomDims(), NumSpatialDims()})},
-      {"Nodes, Integration points and faces per elem: ", Join({NumNodes(), NumIntPts(), NumFaces()})},
-      {"Nodes per edge: ", Address(nodesPerEdgeTable)},
+      {"Nodes per edge: ", Address(NodesPerEdge().data())}, // where the table is, not what it holds
       {"Max edges, nodes per face, max nodes per edge: ",
        Join({MaxEdgesPerFace(), MaxNodesPerFace(), MaxNodesPerEdge()})},
       {"Max integration points per face: ", Join({MaxIntPtsPerFace()})},

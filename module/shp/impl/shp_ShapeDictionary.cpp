@@ -39,9 +39,9 @@ struct TableSection {
   void (shp_Shape::*printTables)(aio_ostream&) const; ///< null while shapes have no such tables
 };
 constexpr TableSection kTableSections[] = {
-    {"   Shape Connectivity Tables:", "---- %18s ----", nullptr},
+    {"   Shape Connectivity Tables:", "---- %18s ----", &shp_Shape::PrintConnectivity},
     {"   Shape Weight Tables:", "---- %18s ----", nullptr},
-    {"Shape Inverse Topology Tables:", "%18s", nullptr},
+    {"Shape Inverse Topology Tables:", "%18s", &shp_Shape::PrintInverseTable},
 };
 
 // The script is made for hosts that look for exactly this text.

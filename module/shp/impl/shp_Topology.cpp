@@ -1,6 +1,7 @@
 #include <CoreGeometry/shp_Topology.h>
 
 #include "shp_AttributeBits.h"
+#include "shp_Connectivity.h"
 #include "shp_Facts.h"
 #include "shp_NodePattern.h"
 
@@ -44,13 +45,13 @@ shp_Topology::Counts shp_Topology::DeriveCounts(const shp_Options& options, cons
 }
 
 shp_Topology::shp_Topology(const LongKey& key)
-    : options_(key), pattern_(shp_FindNodePattern(options_)), counts_(DeriveCounts(options_, pattern_)),
-      numNodes_(NumBaseNodes()), numIntPts_(NumBaseIntPts()) {
+    : options_(key), pattern_(shp_FindNodePattern(options_)), connectivity_(shp_FindConnectivity(options_)),
+      counts_(DeriveCounts(options_, pattern_)), numNodes_(NumBaseNodes()), numIntPts_(NumBaseIntPts()) {
   if (IsCaxaElement()) {
-    const int numRings = options_.RingCount() + 1;
-    numNodes_ *= numRings;
-    numIntPts_ *= numRings * 2;
+    numNodes_ *= NumRings();
+    numIntPts_ *= NumRings() * 2;
   }
+  AttachTables();
 
   const bool swept = IsAnalyticalRigidSurface() ? !options_.HasBit(shp_Bit::kExtrusion)
                                                 : IsAxiSymmetric() || IsCaxaElement();
