@@ -10,6 +10,9 @@
 #include <unordered_map>
 #include <utility>
 #include <vector>
+#ifdef BENCH_HAS_ABSL
+#include <absl/container/flat_hash_map.h>
+#endif
 
 namespace {
 
@@ -70,9 +73,14 @@ template<bool batch> void Label_FindAgainstPlainReads(benchmark::State& state) {
   state.counters["bytes"] = static_cast<double>(data.table.StorageBytes()) / data.Items();
 }
 
-template<bool batch> void Label_FindAgainstHashMap(benchmark::State& state) {
+using StdMap = std::unordered_map<int, unsigned>;
+#ifdef BENCH_HAS_ABSL
+using SwissMap = absl::flat_hash_map<int, unsigned>;
+#endif
+
+template<class Map, bool batch> void Label_FindAgainst(benchmark::State& state) {
   const Data data(state);
-  std::unordered_map<int, unsigned> map;
+  Map map;
   map.reserve(data.n);
   for (std::size_t i = 0; i < data.n; ++i) map[data.labels[i]] = static_cast<unsigned>(i);
   SideBySide(
@@ -100,7 +108,7 @@ void Label_FindAgainstSortedVector(benchmark::State& state) {
 }
 
 /// Labels are inserted in the order of the queries.
-void Label_BuildAgainstHashMap(benchmark::State& state) {
+template<class Map> void Label_BuildAgainst(benchmark::State& state) {
   const Data data(state);
   SideBySide(
       state, data.Items(),
@@ -110,7 +118,7 @@ void Label_BuildAgainstHashMap(benchmark::State& state) {
         return table.Find(1);
       },
       [&] {
-        std::unordered_map<int, unsigned> map;
+        Map map;
         map.reserve(data.n);
         unsigned index = 0;
         for (const int label : data.queries) map[label] = index++;
@@ -147,8 +155,13 @@ void Sizes(benchmark::internal::Benchmark* b) {
 
 BENCHMARK(Label_FindAgainstPlainReads<false>)->Apply(Sizes);
 BENCHMARK(Label_FindAgainstPlainReads<true>)->Apply(Sizes);
-BENCHMARK(Label_FindAgainstHashMap<false>)->Apply(Sizes);
-BENCHMARK(Label_FindAgainstHashMap<true>)->Apply(Sizes);
+BENCHMARK(Label_FindAgainst<StdMap, false>)->Apply(Sizes);
+BENCHMARK(Label_FindAgainst<StdMap, true>)->Apply(Sizes);
+#ifdef BENCH_HAS_ABSL
+BENCHMARK(Label_FindAgainst<SwissMap, false>)->Apply(Sizes);
+BENCHMARK(Label_FindAgainst<SwissMap, true>)->Apply(Sizes);
+BENCHMARK(Label_BuildAgainst<SwissMap>)->Apply(Sizes);
+#endif
 BENCHMARK(Label_FindAgainstSortedVector)->Apply(Sizes);
-BENCHMARK(Label_BuildAgainstHashMap)->Apply(Sizes);
+BENCHMARK(Label_BuildAgainst<StdMap>)->Apply(Sizes);
 BENCHMARK(Label_BuildOneByOne)->Apply(Sizes);

@@ -1,6 +1,7 @@
 // bme_ElementData.h: the element classes of a mesh and the user element labels
 #pragma once
 
+#include <CoreGeometry/bme_Cache.h>
 #include <CoreGeometry/bme_ElementClass.h>
 #include <CoreUtils/omi_LabelTable.h>
 
@@ -78,17 +79,16 @@ public:
 private:
   static constexpr auto StoredFields();
   struct LabelMap {
-    bool isValid = false;
     omi_LabelTable table;
     long long smallest = 0;
     long long largest = 0;
-    long long nextAvailable = 1;
   };
   const LabelMap& Labels() const;
   int CheckedLabel(long long label) const;
 
   Classes classes_;
   std::vector<unsigned> firstOfClass_{0}; ///< first element of each class, and the total
-  mutable LabelMap labels_;
+  mutable bme_Cache<LabelMap> labels_;
+  mutable long long nextAvailableLabel_ = 1;
   cls_Uid uid_;
 };

@@ -4,6 +4,7 @@
 #include <BasicUtils/cls_Containers.h>
 #include <BasicUtils/uti_CoordCont3D.h>
 #include <CoreGeometry/CoreGeometryExport.h>
+#include <CoreGeometry/bme_Cache.h>
 #include <CoreUtils/omi_LabelTable.h>
 
 /// Index that stands for "not found" in every mesh query.
@@ -83,6 +84,7 @@ public:
   void SetUserNodeLabels(const int* labels); ///< one per node
   void SetUserNodeLabels(const cow_List<int>& labels);
   void SetUserNodeLabels(const bme_NodeData& other);
+  void SetUserNodeLabels(cls_xp1DArrayListInt labels); ///< without copying
 
 private:
   static constexpr auto StoredFields();
@@ -95,7 +97,6 @@ private:
   unsigned numDim_ = 3;
 
   long long nextFreeLabel_ = 1;
-  mutable bool mapIsValid_ = false;
-  mutable omi_LabelTable map_;
+  mutable bme_Cache<omi_LabelTable> map_;
   cls_Uid uid_;
 };

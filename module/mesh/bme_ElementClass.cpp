@@ -43,6 +43,13 @@ cow_String Describe(const bme_ElementClass& elements) {
   return "element class " + std::to_string(elements.ClassIndex()) + " (" + elements.ElemTypeLabel() + ")";
 }
 
+int CheckedCount(std::size_t elements) {
+  if (elements > static_cast<std::size_t>(std::numeric_limits<int>::max()))
+    throw nex_TextException("an element class of " + std::to_string(elements)
+                            + " elements is more than 2147483647");
+  return static_cast<int>(elements);
+}
+
 cow_ArrayCOW<int> Unfilled(std::size_t count) {
   cow_ArrayCOW<int> values;
   values.ResizeUninitialised(count);
@@ -54,7 +61,7 @@ cow_ArrayCOW<int> Unfilled(std::size_t count) {
 bme_ElementClass::bme_ElementClass() : uid_(cls_Uid::AllocateUid()) {}
 
 bme_ElementClass::bme_ElementClass(const cow_String& elemType, cls_xp2DArrayInt connectivity)
-    : numElements_(static_cast<int>(connectivity.NumRows())), elemTypeLabel_(elemType),
+    : numElements_(CheckedCount(connectivity.NumRows())), elemTypeLabel_(elemType),
       connectivity_(std::move(connectivity)), uid_(cls_Uid::AllocateUid()) {
   FindShape();
 }
@@ -93,7 +100,7 @@ bme_ElementClass::bme_ElementClass(int numElements, const cow_String& elemType,
                                    bme_OrientationFreqEnm frequency)
     : numElements_(numElements), elemTypeLabel_(elemType), meshIndex_(meshIndex),
       regionClassIndex_(regionClassIndex), regionIndex_(regionIndex), categoryLabel_(category),
-      orientationFreq_(frequency), connectivity_(connectivity.NumColumns(), connectivity.Values()),
+      orientationFreq_(frequency), connectivity_(connectivity.Cols(), connectivity.Data()),
       uid_(cls_Uid::AllocateUid()) {
   FindShape();
 }
@@ -199,9 +206,10 @@ bool bme_ElementClass::AppendElements(std::span<const int> connectivity, std::sp
   // a class without elements takes labels or not, as they come
   const bool labelled = numElements_ == 0 ? !labels.empty() : HasUserElementLabels();
   if (labels.size() != (labelled ? added : 0)) return false;
+  const int count = CheckedCount(static_cast<std::size_t>(numElements_) + added);
   connectivity_.ValuesToModify().Append(connectivity);
   userLabels_.Append(labels);
-  numElements_ += static_cast<int>(added);
+  numElements_ = count;
   for (omi_BlkBitVect& marks : marks_) marks.Resize(static_cast<std::size_t>(numElements_));
   return true;
 }

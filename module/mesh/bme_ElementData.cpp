@@ -98,28 +98,30 @@ unsigned bme_ElementData::GetMeshElemIndexFromClass(unsigned classIndex, unsigne
 }
 
 const bme_ElementData::LabelMap& bme_ElementData::Labels() const {
-  if (labels_.isValid) return labels_;
-  labels_.table.Clear();
-  labels_.largest = labels_.smallest = 0;
-  unsigned index = 0;
-  for (const auto& [position, elements] : classes_) {
-    const auto labels = elements->UserElementLabels();
-    if (elements->NumElements() > 0 && labels.empty()) {
-      labels_.table.Clear();
-      labels_.largest = -1;
-      labels_.smallest = 0;
-      break;
+  if (labels_.isValid) return labels_.content;
+  LabelMap map;
+  const bool implicit = std::any_of(classes_.begin(), classes_.end(), [](const auto& entry) {
+    return entry.second->NumElements() > 0 && !entry.second->HasUserElementLabels();
+  });
+  if (implicit) {
+    map.largest = -1;
+  } else {
+    omi_LabelSurvey survey; // the form of the table is chosen once, for all classes
+    for (const auto& [position, elements] : classes_) survey.Add(elements->UserElementLabels());
+    map.table.Reserve(survey);
+    for (const auto& [position, elements] : classes_) {
+      const auto labels = elements->UserElementLabels();
+      map.table.Insert(labels, firstOfClass_[static_cast<std::size_t>(position)]);
+      for (const int label : labels) {
+        map.largest = std::max<long long>(map.largest, label);
+        map.smallest = std::min<long long>(map.smallest, label);
+      }
     }
-    labels_.table.Insert(labels, index);
-    for (const int label : labels) {
-      labels_.largest = std::max<long long>(labels_.largest, label);
-      labels_.smallest = std::min<long long>(labels_.smallest, label);
-    }
-    index += static_cast<unsigned>(labels.size());
   }
-  labels_.nextAvailable = std::max(labels_.nextAvailable, labels_.largest + 1);
+  nextAvailableLabel_ = std::max(nextAvailableLabel_, map.largest + 1);
+  labels_.content = std::move(map);
   labels_.isValid = true;
-  return labels_;
+  return labels_.content;
 }
 
 unsigned bme_ElementData::GetMeshElemIndexFromLabel(unsigned label) const {
@@ -156,7 +158,10 @@ int bme_ElementData::CheckedLabel(long long label) const {
   return static_cast<int>(label);
 }
 
-int bme_ElementData::GetNextAvailableLabel() const { return CheckedLabel(Labels().nextAvailable); }
+int bme_ElementData::GetNextAvailableLabel() const {
+  Labels();
+  return CheckedLabel(nextAvailableLabel_);
+}
 
 int bme_ElementData::GetNextAvailableInternalLabel() const {
   return CheckedLabel(std::min(-1LL, Labels().smallest - 1));

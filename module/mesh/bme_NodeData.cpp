@@ -11,6 +11,14 @@ constexpr auto bme_NodeData::StoredFields() {
                     cls_Field{"numDim", &bme_NodeData::numDim_}};
 }
 
+namespace {
+/// Labels and node numbers in connectivity are 32-bit integers.
+void CheckCount(std::size_t nodes) {
+  if (nodes > static_cast<std::size_t>(std::numeric_limits<int>::max()))
+    throw nex_TextException("a mesh of " + std::to_string(nodes) + " nodes is more than 2147483647");
+}
+} // namespace
+
 unsigned bme_NodeData::TypeId() noexcept { return bme_TypeId(3); }
 unsigned bme_NodeData::DynTypeId() const noexcept { return TypeId(); }
 void* bme_NodeData::Ctor(cls_ReadVisitor& visitor) { return new bme_NodeData(visitor); }
@@ -20,9 +28,12 @@ void bme_NodeData::InitializeMetadata(cls_ClassRegistrar& registrar) {
 
 bme_NodeData::bme_NodeData() : uid_(cls_Uid::AllocateUid()) {}
 bme_NodeData::bme_NodeData(uti_CoordCont3D coordinates, unsigned numDim)
-    : coordinates_(std::move(coordinates)), numDim_(numDim), uid_(cls_Uid::AllocateUid()) {}
+    : coordinates_(std::move(coordinates)), numDim_(numDim), uid_(cls_Uid::AllocateUid()) {
+  CheckCount(coordinates_.Size());
+}
 bme_NodeData::bme_NodeData(const cls_ReadVisitor& visitor) : uid_(visitor.GetUid()) {
   cls_ReadFields(visitor, *this, StoredFields());
+  CheckCount(coordinates_.Size());
   if (HasUserNodeLabels()) RaiseNextFreeLabel();
 }
 bme_NodeData::~bme_NodeData() = default;
@@ -54,12 +65,12 @@ bool bme_NodeData::AreNodesEqual(unsigned a, unsigned b, float tolerance) const 
 }
 
 const omi_LabelTable& bme_NodeData::LabelMap() const {
-  if (!mapIsValid_) {
-    map_.Clear();
-    if (HasUserNodeLabels()) map_.Insert(labels_.Const(), 0);
-    mapIsValid_ = true;
+  if (!map_.isValid) {
+    map_.content.Clear();
+    if (HasUserNodeLabels()) map_.content.Insert(labels_.Const(), 0);
+    map_.isValid = true;
   }
-  return map_;
+  return map_.content;
 }
 
 int bme_NodeData::GetMaxUserNodeLabel() const {
@@ -110,13 +121,13 @@ void bme_NodeData::AppendNode(float x, float y, float z, int label) {
     nextFreeLabel_ = std::max(nextFreeLabel_, static_cast<long long>(label) + 1);
   }
   coordinates_.Append(x, y, z);
-  mapIsValid_ = false;
+  map_.isValid = false;
 }
 
 void bme_NodeData::AppendNode(float x, float y, float z) {
   if (HasUserNodeLabels()) labels_.Append(TakeFreeLabel());
   coordinates_.Append(x, y, z);
-  mapIsValid_ = false;
+  map_.isValid = false;
 }
 
 void bme_NodeData::AppendNodes(const uti_CoordCont3D& coordinates) {
@@ -128,8 +139,9 @@ void bme_NodeData::AppendNodes(const uti_CoordCont3D& coordinates) {
     labels_.Reserve(labels_.Size() + coordinates.Size());
     for (std::size_t i = 0; i < coordinates.Size(); ++i) labels_.Append(static_cast<int>(nextFreeLabel_++));
   }
+  CheckCount(coordinates_.Size() + coordinates.Size());
   coordinates_.Append(coordinates);
-  mapIsValid_ = false;
+  map_.isValid = false;
 }
 
 void bme_NodeData::AppendNodes(const bme_NodeData& other) {
@@ -141,14 +153,14 @@ void bme_NodeData::AppendNodes(const bme_NodeData& other) {
   const cls_xp1DArrayListInt labels = other.labels_; // a handle of its own: `other` may be this table
   labels_.Append(labels.Const());
   coordinates_.Append(uti_CoordCont3D(other.coordinates_));
-  mapIsValid_ = false;
+  map_.isValid = false;
   RaiseNextFreeLabel();
 }
 
 bool bme_NodeData::DeleteNode(unsigned node) {
   const bool labelled = HasUserNodeLabels();
   if (!coordinates_.Remove(node)) return false;
-  mapIsValid_ = false;
+  map_.isValid = false;
   if (labelled) labels_.Remove(node);
   return true;
 }
@@ -184,7 +196,7 @@ void bme_NodeData::DeleteNodes(const int* newIndex) {
     labels_.Clear();
     if (kept > 0) SetUserNodeLabels(labels.data());
   }
-  mapIsValid_ = false;
+  map_.isValid = false;
 }
 
 void bme_NodeData::SetUserNodeLabels(const int* labels) {
@@ -193,18 +205,20 @@ void bme_NodeData::SetUserNodeLabels(const int* labels) {
   stored.Reserve(count * 5 < 4 ? count : count * 5 / 4);
   stored.Append(std::span(labels, count));
   labels_ = std::move(stored);
-  mapIsValid_ = false;
+  map_.isValid = false;
   if (count > 0) RaiseNextFreeLabel();
 }
 
 void bme_NodeData::SetUserNodeLabels(const cow_List<int>& labels) {
   labels_ = cls_xp1DArrayListInt(labels);
-  mapIsValid_ = false;
+  map_.isValid = false;
   RaiseNextFreeLabel();
 }
 
-void bme_NodeData::SetUserNodeLabels(const bme_NodeData& other) {
-  labels_ = other.labels_;
-  mapIsValid_ = false;
+void bme_NodeData::SetUserNodeLabels(const bme_NodeData& other) { SetUserNodeLabels(other.labels_); }
+
+void bme_NodeData::SetUserNodeLabels(cls_xp1DArrayListInt labels) {
+  labels_ = std::move(labels);
+  map_.isValid = false;
   RaiseNextFreeLabel();
 }

@@ -156,6 +156,12 @@ RC_GTEST_PROP(omi_LabelTable, FindsTheLastIndexOfEveryLabel, ()) {
   std::map<int, unsigned> model;
   omi_LabelTable inBulk, oneByOne;
   const std::size_t half = labels.size() / 2;
+  if (*rc::gen::arbitrary<bool>()) {
+    omi_LabelSurvey survey;
+    survey.Add(std::span(labels).subspan(half));
+    survey.Add(std::span(labels).first(half));
+    inBulk.Reserve(survey);
+  }
   inBulk.Insert(std::span(labels).first(half), 10);
   inBulk.Insert(std::span(labels).subspan(half), 10 + static_cast<unsigned>(half));
   for (unsigned i = 0; i < labels.size(); ++i) {

@@ -9,7 +9,7 @@ nex_CommandException::~nex_CommandException() = default;
 nex_AssertionException::~nex_AssertionException() = default;
 nex_OutOfRangeException::~nex_OutOfRangeException() = default;
 
-nex_TextException::nex_TextException(cow_String format, std::initializer_list<cow_String> arguments)
+nex_TextException::nex_TextException(const cow_String& format, std::initializer_list<cow_String> arguments)
     : nex_Exception(atr_Format(format, std::vector<atr_Arg>(arguments.begin(), arguments.end()))) {}
 
 nex_OutOfRangeException::nex_OutOfRangeException(long long index, long long count)

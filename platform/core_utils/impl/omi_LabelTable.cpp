@@ -5,6 +5,55 @@
 #include <string>
 #include <vector>
 
+namespace {
+
+std::size_t CountNegative(std::span<const int> labels) {
+  return static_cast<std::size_t>(std::ranges::count_if(labels, [](int label) { return label < 0; }));
+}
+
+/// Labels from 0 on are their own keys; negative ones become keys that no table of such labels holds.
+std::span<const unsigned> AsKeys(std::span<const int> labels) {
+  return {reinterpret_cast<const unsigned*>(labels.data()), labels.size()};
+}
+
+} // namespace
+
+/// Labels by sign, in their order: the keys and the indices, which count up from the first one.
+struct omi_LabelTable::Parted {
+  std::vector<unsigned> keys[2], indices[2];
+
+  Parted(std::span<const int> labels, std::size_t negative, unsigned firstIndex) {
+    for (const int sign : {0, 1})
+      for (auto* part : {&keys[sign], &indices[sign]})
+        part->resize(sign ? negative : labels.size() - negative);
+    std::size_t filled[2] = {0, 0};
+    for (const int label : labels) { // no branch on the sign: it may come in any order
+      const bool sign = label < 0;
+      keys[sign][filled[sign]] = Magnitude(label);
+      indices[sign][filled[sign]++] = firstIndex++;
+    }
+  }
+};
+
+void omi_LabelSurvey::Add(std::span<const int> labels) {
+  const std::size_t negative = CountNegative(labels);
+  if (negative == 0) return bySign_[0].Add(AsKeys(labels));
+  const omi_LabelTable::Parted parted(labels, negative, 0);
+  for (const int sign : {0, 1}) bySign_[sign].Add(parted.keys[sign]);
+}
+
+void omi_LabelTable::Insert(std::span<const int> labels, unsigned firstIndex) {
+  const std::size_t negative = CountNegative(labels);
+  if (negative == 0) return bySign_[0].Insert(AsKeys(labels), firstIndex);
+  const Parted parted(labels, negative, firstIndex);
+  for (const int sign : {0, 1}) {
+    omi_KeySurvey survey;
+    survey.Add(parted.keys[sign]);
+    bySign_[sign].Reserve(survey);
+    bySign_[sign].Insert(parted.keys[sign], parted.indices[sign]);
+  }
+}
+
 unsigned omi_LabelTable::FindNegative(int label) const noexcept { return bySign_[1].Find(Magnitude(label)); }
 
 void omi_LabelTable::Find(std::span<const int> labels, std::span<unsigned> out) const {
@@ -12,50 +61,21 @@ void omi_LabelTable::Find(std::span<const int> labels, std::span<unsigned> out) 
     throw std::invalid_argument("omi_LabelTable: room for " + std::to_string(out.size()) + " indices of "
                                 + std::to_string(labels.size()) + " labels");
   const std::size_t n = labels.size();
-  if (bySign_[1].IsEmpty()) // negative labels read as keys that are not there
-    return bySign_[0].Lookup(std::span(reinterpret_cast<const unsigned*>(labels.data()), n), out, kNotFound);
-  // Part a stretch of labels by sign, without a branch on it: it may come in any order.
-  constexpr std::size_t kStretch = 512;
-  unsigned keys[2][kStretch], places[2][kStretch], found[kStretch];
-  for (std::size_t i = 0; i < n; i += kStretch) {
-    std::size_t filled[2] = {0, 0};
-    for (std::size_t k = 0; k < std::min(kStretch, n - i); ++k) {
-      const bool sign = labels[i + k] < 0;
-      keys[sign][filled[sign]] = Magnitude(labels[i + k]);
-      places[sign][filled[sign]++] = static_cast<unsigned>(k);
-    }
-    for (const int sign : {0, 1}) {
-      bySign_[sign].Lookup({keys[sign], filled[sign]}, {found, filled[sign]}, kNotFound);
-      for (std::size_t k = 0; k < filled[sign]; ++k) out[i + places[sign][k]] = found[k];
-    }
-  }
-}
-
-void omi_LabelTable::Insert(std::span<const int> labels, unsigned firstIndex) {
-  const auto negative = static_cast<std::size_t>(
-      std::count_if(labels.begin(), labels.end(), [](int label) { return label < 0; }));
-  if (negative == 0) { // labels from 0 on are their own keys
-    bySign_[0].Insert(std::span(reinterpret_cast<const unsigned*>(labels.data()), labels.size()), firstIndex);
+  if (bySign_[1].IsEmpty()) return bySign_[0].Lookup(AsKeys(labels), out, kNotFound);
+  // No branch on the sign: it may come in any order.
+  const auto table = [this](int label) -> const omi_UintTable& { return bySign_[label < 0]; };
+  if (bySign_[0].bucketCount_ == 0 || bySign_[1].bucketCount_ == 0) {
+    for (std::size_t i = 0; i < n; ++i) out[i] = table(labels[i]).Find(Magnitude(labels[i]));
     return;
   }
-  // Part the labels by sign, in order.
-  std::vector<unsigned> keys[2], indices[2];
-  for (const int sign : {0, 1}) {
-    const std::size_t n = sign ? negative : labels.size() - negative;
-    keys[sign].resize(n);
-    indices[sign].resize(n);
-  }
-  std::size_t filled[2] = {0, 0};
-  for (std::size_t i = 0; i < labels.size(); ++i) {
-    const bool sign = labels[i] < 0;
-    keys[sign][filled[sign]] = Magnitude(labels[i]);
-    indices[sign][filled[sign]++] = firstIndex + static_cast<unsigned>(i);
-  }
-  for (const int sign : {0, 1}) {
-    const std::span<const unsigned> itsKeys(keys[sign].data(), filled[sign]);
-    omi_KeySurvey survey;
-    survey.Add(itsKeys);
-    bySign_[sign].Reserve(survey);
-    bySign_[sign].Insert(itsKeys, std::span<const unsigned>(indices[sign].data(), filled[sign]));
+  constexpr std::size_t kAhead = omi_UintTable::kAhead;
+  const omi_UintTable::Bucket* homes[kAhead];
+  for (std::size_t i = 0; i < n + kAhead; ++i) {
+    const omi_UintTable::Bucket*& home = homes[i % kAhead];
+    if (i >= kAhead) {
+      const int label = labels[i - kAhead];
+      out[i - kAhead] = table(label).FindFrom(home, Magnitude(label));
+    }
+    if (i < n) __builtin_prefetch(home = table(labels[i]).Home(Magnitude(labels[i])));
   }
 }

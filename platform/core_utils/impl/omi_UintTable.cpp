@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr std::size_t kAhead = 32;            ///< keys between asking for memory and using it
 constexpr std::size_t kFewKeys = 32;          ///< not worth looking at in advance
 constexpr std::size_t kBytesPerKey = 16;      ///< blocks may cost this much,
 constexpr std::size_t kBytesAnyway = 1 << 14; ///< plus this
@@ -104,17 +103,24 @@ template<class F> void omi_KeySurvey::ForEachBlock(F f) const {
       f((firstWord_ + static_cast<unsigned>(w)) * 64 + static_cast<unsigned>(std::countr_zero(rest)));
 }
 
-// ---- choice of the form ----
+// ---- buckets ----
 
 /// The value of a key that is searched from its home bucket on.
-inline const unsigned* omi_UintTable::FindSlot(unsigned key, const Bucket* from) const noexcept {
+inline const unsigned* omi_UintTable::FindSlot(unsigned key, const Bucket* home) const noexcept {
   if (key > kMaxKey) return nullptr;
-  for (const Bucket* bucket = from;; bucket = Next(bucket)) {
+  for (const Bucket* bucket = home;; bucket = Next(bucket)) {
     const unsigned slots = Matches(bucket->keyPlusOne, key + 1);
     if (slots != 0) return bucket->value + std::countr_zero(slots);
     if (bucket->keyPlusOne[kSlots - 1] == 0) return nullptr;
   }
 }
+
+unsigned omi_UintTable::FindFrom(const Bucket* home, unsigned key) const noexcept {
+  const unsigned* const value = FindSlot(key, home);
+  return value ? *value : kNotFound;
+}
+
+// ---- choice of the form ----
 
 /// What blocks for the surveyed keys, beside those that are there, would come to.
 auto omi_UintTable::PlanBlocks(const omi_KeySurvey& survey) const -> Plan {
@@ -252,12 +258,12 @@ void omi_UintTable::PutInBucket(unsigned key, unsigned value) noexcept {
 }
 
 void omi_UintTable::Insert(std::span<const unsigned> keys, unsigned firstValue) {
-  if (keys.size() > kFewKeys) {
+  if (keys.size() <= kFewKeys || count_ + keys.size() <= KeyLimit()) {
+    CheckKeys(keys);
+  } else {
     omi_KeySurvey survey;
     survey.Add(keys);
     Reserve(survey);
-  } else {
-    CheckKeys(keys);
   }
   InsertAll(keys, [firstValue](std::size_t i) { return firstValue + static_cast<unsigned>(i); });
 }
@@ -329,10 +335,7 @@ omi_UintTable::omi_UintTable(const omi_UintTable& other) {
 
 /// The part of Find behind the flat run.
 unsigned omi_UintTable::FindFurther(unsigned key) const noexcept {
-  if (bucketCount_ != 0) {
-    const unsigned* const value = FindSlot(key, Home(key));
-    return value ? *value : kNotFound;
-  }
+  if (bucketCount_ != 0) return FindFrom(Home(key), key);
   const unsigned* const cell = Cell(key);
   return cell ? *cell : kNotFound;
 }
@@ -350,10 +353,7 @@ void omi_UintTable::Lookup(std::span<const unsigned> keys, std::span<unsigned> o
     const Bucket* homes[kAhead];
     for (std::size_t i = 0; i < n + kAhead; ++i) {
       const Bucket*& home = homes[i % kAhead];
-      if (i >= kAhead) {
-        const unsigned* const value = FindSlot(keys[i - kAhead], home);
-        out[i - kAhead] = value ? *value : kNotFound;
-      }
+      if (i >= kAhead) out[i - kAhead] = FindFrom(home, keys[i - kAhead]);
       if (i < n) __builtin_prefetch(home = Home(keys[i]));
     }
   } else { // copies of the members stay in registers: the output might alias them

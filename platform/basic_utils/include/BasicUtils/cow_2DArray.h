@@ -1,49 +1,80 @@
-// cow_2DArray.h: rows and columns of values, one flat shared block
+// cow_2DArray.h: rows x columns of plain values with shared, copy-on-write storage
 #pragma once
 
 #include <BasicUtils/cow_ArrayCOW.h>
-#include <BasicUtils/nex_Exception.h>
 
-/// Table of trivially copyable values, row after row, shared until it is changed.
+/// Table of plain values, row after row in one cow_ArrayCOW.
 ///
-/// Errors     nex_OutOfRangeException for a row outside the table, nex_AssertionException for values that do not
-///            fill it.
-/// Cost       copy O(1); Const access never copies, Modify access copies a shared block first.
+/// Errors     nex_OutOfRangeException for a row or column outside; std::invalid_argument for data that does
+///            not make whole rows; std::length_error for a size that cannot be addressed.
+/// Cost       copy O(1); row access is checked, so loops over all rows better walk Data().Const().
+/// Threads    as of cow_ArrayCOW.
 template<class T> class cow_2DArray {
 public:
-  // make
   cow_2DArray() = default;
-  cow_2DArray(std::size_t rows, std::size_t columns) : rows_(rows), columns_(columns) {
-    values_.Resize(rows * columns); // zeros
-  }
-  /// Takes over rows * columns values without copying them.
-  cow_2DArray(std::size_t rows, std::size_t columns, cow_ArrayCOW<T> values)
-      : rows_(rows), columns_(columns), values_(std::move(values)) {
-    if (values_.Size() != rows * columns)
-      throw nex_AssertionException(std::to_string(values_.Size()) + " values do not fill " + std::to_string(rows)
-                                   + " rows of " + std::to_string(columns));
+  cow_2DArray(std::size_t rows, std::size_t cols) : cols_(cols) { Resize(rows); } ///< zero bytes
+  cow_2DArray(std::size_t rows, std::size_t cols, cow_ArrayCOW<T> data)
+      : rows_(rows), cols_(cols), data_(std::move(data)) {
+    if (data_.Size() != Cells(rows)) RaiseBadLength(data_.Size());
   }
 
   // ask
-  std::size_t NumRows() const noexcept { return rows_; }
-  std::size_t NumColumns() const noexcept { return columns_; }
-  const cow_ArrayCOW<T>& Values() const noexcept { return values_; }
+  std::size_t Rows() const noexcept { return rows_; }
+  std::size_t Cols() const noexcept { return cols_; }
   std::span<const T> Row(std::size_t row) const {
-    CheckRow(row);
-    return values_.Const().subspan(row * columns_, columns_);
+    CheckIndex(row, rows_);
+    return data_.Const().subspan(row * cols_, cols_);
   }
+  const T& Get(std::size_t row, std::size_t col) const {
+    CheckIndex(col, cols_);
+    return Row(row)[col];
+  }
+  const cow_ArrayCOW<T>& Data() const noexcept { return data_; }
+  friend bool operator==(const cow_2DArray&, const cow_2DArray&) = default;
 
   // change
-  std::span<T> RowToModify(std::size_t row) {
-    CheckRow(row);
-    return values_.Modify().subspan(row * columns_, columns_);
+  std::span<T> Modify() { return data_.Modify(); } ///< all cells, row after row
+  std::span<T> ModifyRow(std::size_t row) {
+    CheckIndex(row, rows_);
+    return data_.Modify().subspan(row * cols_, cols_);
+  }
+  void Put(std::size_t row, std::size_t col, const T& value) {
+    CheckIndex(col, cols_);
+    ModifyRow(row)[col] = T(value);
+  }
+  void Resize(std::size_t rows) { ///< new rows are zero bytes
+    data_.Resize(Cells(rows));
+    rows_ = rows;
+  }
+  void AppendRows(std::span<const T> cells) { ///< whole rows
+    if (cells.empty()) return;
+    if (cols_ == 0 || cells.size() % cols_ != 0) RaiseBadLength(cells.size());
+    data_.Append(cells);
+    rows_ += cells.size() / cols_;
+  }
+  void RemoveRows(std::size_t first, std::size_t count) {
+    if (count == 0) return;
+    CheckIndex(first, rows_);
+    if (count > rows_ - first) CheckIndex(first + std::min(count, rows_), rows_);
+    data_.Remove(first * cols_, count * cols_);
+    rows_ -= count;
   }
 
 private:
-  void CheckRow(std::size_t row) const {
-    if (row >= rows_) throw nex_OutOfRangeException(static_cast<long long>(row), static_cast<long long>(rows_));
+  static void CheckIndex(std::size_t index, std::size_t count) {
+    if (index >= count)
+      throw nex_OutOfRangeException(static_cast<long long>(index), static_cast<long long>(count));
+  }
+  [[noreturn]] void RaiseBadLength(std::size_t cells) const {
+    throw std::invalid_argument("cow_2DArray: " + std::to_string(cells) + " cells do not make whole rows of "
+                                + std::to_string(cols_));
+  }
+  std::size_t Cells(std::size_t rows) const {
+    if (cols_ != 0 && rows > SIZE_MAX / cols_)
+      throw std::length_error("cow_2DArray: " + std::to_string(rows) + " rows of " + std::to_string(cols_));
+    return rows * cols_;
   }
 
-  std::size_t rows_ = 0, columns_ = 0;
-  cow_ArrayCOW<T> values_;
+  std::size_t rows_ = 0, cols_ = 0;
+  cow_ArrayCOW<T> data_;
 };

@@ -34,7 +34,7 @@ class CORE_GEOMETRY_PLATFORM_API nex_TextException : public nex_Exception {
 public:
   using nex_Exception::nex_Exception;
   /// Fills "%1$s", "%2$s" and so on with the arguments.
-  nex_TextException(cow_String format, std::initializer_list<cow_String> arguments);
+  nex_TextException(const cow_String& format, std::initializer_list<cow_String> arguments);
   ~nex_TextException() override;
 };
 

@@ -3,10 +3,24 @@
 
 #include <CoreUtils/omi_UintTable.h>
 
+class omi_LabelTable;
+
+/// Which labels a coming insertion brings: see omi_KeySurvey.
+class CORE_GEOMETRY_PLATFORM_API omi_LabelSurvey {
+public:
+  void Add(std::span<const int> labels);
+
+private:
+  friend class omi_LabelTable;
+  omi_KeySurvey bySign_[2];
+};
+
 /// Labels of any sign: one table for those from 0 on, one for the magnitudes of the negative ones.
 /// The last insertion of a label wins.
 ///
-/// Cost       as of omi_UintTable; building from a span takes one pass after a look at the labels.
+/// Cost       as of omi_UintTable; building from a span takes one pass after a look at the labels. Who
+/// inserts
+///            several spans does best to Reserve for all of them first.
 /// Threads    const access from several threads is safe.
 class CORE_GEOMETRY_PLATFORM_API omi_LabelTable {
 public:
@@ -26,16 +40,23 @@ public:
   void Clear() noexcept {
     for (omi_UintTable& table : bySign_) table.Clear();
   }
+  void Reserve(const omi_LabelSurvey& coming) {
+    for (const int sign : {0, 1}) bySign_[sign].Reserve(coming.bySign_[sign]);
+  }
   void Insert(int label, unsigned index) { bySign_[label < 0].Insert(Magnitude(label), index); }
   void Insert(std::span<const int> labels,
               unsigned firstIndex); ///< labels[i] with firstIndex + i, in this order
 
 private:
+  friend class omi_LabelSurvey;
+
   [[gnu::pure]] unsigned FindNegative(int label) const noexcept;
   static unsigned Magnitude(int label) noexcept {
     const unsigned bits = static_cast<unsigned>(label);
     return label < 0 ? 0U - bits : bits; // holds for the smallest int, too
   }
+
+  struct Parted;
 
   omi_UintTable bySign_[2];
 };

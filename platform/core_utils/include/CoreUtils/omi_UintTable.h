@@ -82,6 +82,8 @@ public:
 
 private:
   friend class omi_KeySurvey;
+  friend class omi_LabelTable;
+  static constexpr std::size_t kAhead = 32; ///< keys between asking for memory and using it
   static constexpr unsigned kShift = 10, kBlock = 1U << kShift, kMask = kBlock - 1;
   static constexpr unsigned kSlots = 8;
   struct Bucket { ///< one cache line; keys fill it from the front, 0: free
@@ -97,7 +99,8 @@ private:
 
   [[gnu::pure]] unsigned FindFurther(unsigned key) const noexcept;
   [[gnu::pure, gnu::visibility("hidden")]] const unsigned* FindSlot(unsigned key,
-                                                                    const Bucket* from) const noexcept;
+                                                                    const Bucket* home) const noexcept;
+  [[gnu::pure, gnu::visibility("hidden")]] unsigned FindFrom(const Bucket* home, unsigned key) const noexcept;
   [[gnu::pure]] bool IsMarkValued(unsigned key) const noexcept;
   Bucket* Home(unsigned key) const noexcept {
     __extension__ using Wide = unsigned __int128;

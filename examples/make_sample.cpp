@@ -1,0 +1,201 @@
+// make_sample.cpp: writes a small part as an Exodus II file
+//
+// The part is an angle bracket, 40 x 30 x 35 mm: a base plate and an upright (8-node hexahedra), two ribs in
+// the corner (hexahedra, and 6-node wedges along the slope), a boss (20-node hexahedra, which share their
+// corners with the plate), a skin on the back (shells), a stiffener along the top edge (beams) and a mass on
+// the boss.
+//
+//   make_sample bracket.exo
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <exodusII.h>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+/// Twice the position in cells, so that middles of edges are whole numbers too.
+using Position = std::array<int, 3>;
+
+struct Block {
+  int id;
+  const char* type;
+  const char* name;
+  int nodesPerElement;
+  int firstLabel; ///< of its elements, in steps of 3
+  std::vector<int> nodes{};
+  int NumElements() const { return static_cast<int>(nodes.size()) / nodesPerElement; }
+};
+
+void Check(int status, const char* what) {
+  if (status < 0) throw std::runtime_error(std::string("cannot write ") + what);
+}
+
+class Part {
+public:
+  Part() { Build(); }
+  void Write(const char* file) const;
+
+private:
+  static constexpr double kCell = 0.0025; ///< metres
+
+  /// Nodes get their labels, in steps of 2, where they are first used.
+  int Node(const Position& at) {
+    const auto [entry, isNew] = numberOf_.try_emplace(at, static_cast<int>(positions_.size()) + 1);
+    if (isNew) {
+      positions_.push_back(at);
+      labels_.push_back(nextLabel_);
+      nextLabel_ += 2;
+    }
+    return entry->second;
+  }
+  void Add(Block& block, const Position& cell, std::initializer_list<Position> corners) {
+    for (const Position& corner : corners)
+      block.nodes.push_back(
+          Node({2 * cell[0] + corner[0], 2 * cell[1] + corner[1], 2 * cell[2] + corner[2]}));
+  }
+  void AddHex8(Block& block, const Position& cell) {
+    Add(block, cell,
+        {{0, 0, 0}, {2, 0, 0}, {2, 2, 0}, {0, 2, 0}, {0, 0, 2}, {2, 0, 2}, {2, 2, 2}, {0, 2, 2}});
+  }
+  void AddHex20(Block& block, const Position& cell) {
+    AddHex8(block, cell);
+    Add(block, cell,
+        {{1, 0, 0},
+         {2, 1, 0},
+         {1, 2, 0},
+         {0, 1, 0},
+         {0, 0, 1},
+         {2, 0, 1},
+         {2, 2, 1},
+         {0, 2, 1},
+         {1, 0, 2},
+         {2, 1, 2},
+         {1, 2, 2},
+         {0, 1, 2}});
+  }
+  void Build();
+
+  Block plate_{10, "HEX8", "plate", 8, 101}, ribs_{20, "WEDGE6", "slope", 6, 2501},
+      boss_{30, "HEX20", "boss", 20, 3001}, skin_{40, "SHELL4", "skin", 4, 4001},
+      stiffener_{50, "BEAM2", "stiffener", 2, 5001}, mass_{60, "SPHERE", "mass", 1, 6001};
+  std::map<Position, int> numberOf_; ///< from 1
+  std::vector<Position> positions_;
+  std::vector<int> labels_;
+  int nextLabel_ = 1000;
+};
+
+void Part::Build() {
+  constexpr int kLength = 16, kWidth = 12, kThickness = 2, kHeight = 14, kRib = 6;
+  for (int x = 0; x < kLength; ++x)
+    for (int y = 0; y < kWidth; ++y)
+      for (int z = 0; z < kThickness; ++z) AddHex8(plate_, {x, y, z});
+  nextLabel_ = 4000;
+  for (int x = 0; x < kThickness; ++x)
+    for (int y = 0; y < kWidth; ++y)
+      for (int z = kThickness; z < kHeight; ++z) AddHex8(plate_, {x, y, z});
+  nextLabel_ = 7000;
+  for (const int y : {2, 3, 8, 9})
+    for (int i = 0; i < kRib; ++i)
+      for (int k = 0; i + k < kRib; ++k) {
+        const Position cell = {kThickness + i, y, kThickness + k};
+        if (i + k < kRib - 1)
+          AddHex8(plate_, cell);
+        else
+          Add(ribs_, cell, {{0, 0, 0}, {0, 0, 2}, {2, 0, 0}, {0, 2, 0}, {0, 2, 2}, {2, 2, 0}});
+      }
+  nextLabel_ = 9000;
+  for (int x = 10; x < 14; ++x)
+    for (int y = 4; y < 8; ++y)
+      for (int z = kThickness; z < 2 * kThickness; ++z) AddHex20(boss_, {x, y, z});
+  for (int y = 0; y < kWidth; ++y)
+    for (int z = kThickness; z < kHeight; ++z)
+      Add(skin_, {0, y, z}, {{0, 0, 0}, {0, 0, 2}, {0, 2, 2}, {0, 2, 0}});
+  for (int y = 0; y < kWidth; ++y) Add(stiffener_, {0, y, kHeight}, {{0, 0, 0}, {0, 2, 0}});
+  Add(mass_, {12, 6, 2 * kThickness}, {{0, 0, 0}});
+}
+
+void Part::Write(const char* fileName) const {
+  const Block* const blocks[] = {&plate_, &ribs_, &boss_, &skin_, &stiffener_, &mass_};
+  std::vector<int> elementLabels, fixedNodes, bossTop, backElements, backSides, seatElements, seatSides;
+  for (const Block* block : blocks)
+    for (int i = 0; i < block->NumElements(); ++i) elementLabels.push_back(block->firstLabel + 3 * i);
+  int top = 0;
+  for (const int node : boss_.nodes) top = std::max(top, positions_[static_cast<std::size_t>(node - 1)][2]);
+  for (std::size_t i = 0; i < positions_.size(); ++i) {
+    const int number = static_cast<int>(i) + 1;
+    if (positions_[i][2] == 0) fixedNodes.push_back(number);
+    if (positions_[i][2] == top && std::ranges::find(boss_.nodes, number) != boss_.nodes.end())
+      bossTop.push_back(number);
+  }
+  constexpr int kBackSide = 4, kSeatSide = 5; // of a hexahedron, -x and -z
+  for (int i = 0; i < plate_.NumElements(); ++i) {
+    const Position& corner =
+        positions_[static_cast<std::size_t>(plate_.nodes[8 * static_cast<std::size_t>(i)] - 1)];
+    if (corner[0] == 0) {
+      backElements.push_back(i + 1);
+      backSides.push_back(kBackSide);
+    }
+    if (corner[2] == 0) {
+      seatElements.push_back(i + 1);
+      seatSides.push_back(kSeatSide);
+    }
+  }
+
+  int realSize = sizeof(double), storedSize = sizeof(double);
+  const int file = ex_create(fileName, EX_CLOBBER | EX_LARGE_MODEL, &realSize, &storedSize);
+  Check(file, fileName);
+  const auto numNodes = static_cast<int>(positions_.size());
+  Check(ex_put_init(file, "Angle bracket", 3, numNodes, static_cast<int>(elementLabels.size()),
+                    std::size(blocks), 2, 2),
+        "sizes");
+  std::vector<double> coordinates[3];
+  for (const Position& at : positions_)
+    for (std::size_t axis = 0; axis < 3; ++axis) coordinates[axis].push_back(at[axis] * kCell / 2);
+  Check(ex_put_coord(file, coordinates[0].data(), coordinates[1].data(), coordinates[2].data()),
+        "coordinates");
+  Check(ex_put_id_map(file, EX_NODE_MAP, labels_.data()), "node labels");
+  Check(ex_put_id_map(file, EX_ELEM_MAP, elementLabels.data()), "element labels");
+  for (const Block* block : blocks) {
+    Check(ex_put_block(file, EX_ELEM_BLOCK, block->id, block->type, block->NumElements(),
+                       block->nodesPerElement, 0, 0, 0),
+          block->name);
+    Check(ex_put_name(file, EX_ELEM_BLOCK, block->id, block->name), block->name);
+    Check(ex_put_conn(file, EX_ELEM_BLOCK, block->id, block->nodes.data(), nullptr, nullptr), block->name);
+  }
+
+  const auto PutSet = [file](ex_entity_type type, int id, const char* name, const std::vector<int>& entries,
+                             const std::vector<int>& sides) {
+    Check(ex_put_set_param(file, type, id, static_cast<int>(entries.size()), 0), name);
+    Check(ex_put_set(file, type, id, entries.data(), sides.empty() ? nullptr : sides.data()), name);
+    Check(ex_put_name(file, type, id, name), name);
+  };
+  PutSet(EX_NODE_SET, 1, "fixed", fixedNodes, {});
+  PutSet(EX_NODE_SET, 2, "boss_top", bossTop, {});
+  PutSet(EX_SIDE_SET, 1, "back", backElements, backSides);
+  PutSet(EX_SIDE_SET, 2, "seat", seatElements, seatSides);
+
+  char program[] = "make_sample", version[] = "1", date[] = "2024/01/01", time[] = "00:00:00";
+  char* record[1][4] = {{program, version, date, time}};
+  Check(ex_put_qa(file, 1, record), "QA record");
+  Check(ex_close(file), fileName);
+  std::printf("%s: %d nodes, %zu elements\n", fileName, numNodes, elementLabels.size());
+}
+} // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2) {
+    std::fprintf(stderr, "usage: make_sample FILE\n");
+    return 2;
+  }
+  try {
+    Part().Write(argv[1]);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "make_sample: %s\n", error.what());
+    return 1;
+  }
+  return 0;
+}

@@ -1,0 +1,7 @@
+// cow_Btree.h: the ordered, shared tree of the library
+#pragma once
+
+#include <BasicUtils/cow_Map.h>
+
+/// Ordered and shared as cow_Map, which serves both.
+template<class Key, class Value, class Less = std::less<Key>> using cow_Btree = cow_Map<Key, Value, Less>;

@@ -1,0 +1,66 @@
+#include "ExodusWriter.h"
+
+#include <exodusII.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+TestFolder::TestFolder() {
+  const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+  std::string name =
+      std::string(test->test_suite_name()) + "." + test->name() + "." + std::to_string(getpid());
+  for (char& c : name)
+    if (c == '/') c = '_';
+  path_ = std::filesystem::temp_directory_path() / name;
+  std::filesystem::create_directories(path_);
+}
+
+TestFolder::~TestFolder() {
+  std::error_code error;
+  std::filesystem::remove_all(path_, error);
+}
+
+void ExodusMesh::Write(const std::string& fileName) const {
+  int realSize = sizeof(double), storedSize = singlePrecision ? sizeof(float) : sizeof(double);
+  const int file = ex_create(fileName.c_str(), EX_CLOBBER | mode, &realSize, &storedSize);
+  ASSERT_GE(file, 0) << fileName;
+  ex_set_int64_status(file, EX_ALL_INT64_API);
+  const auto numNodes = xyz.size() / static_cast<std::size_t>(dims);
+  std::int64_t numElements = 0;
+  for (const ExodusBlock& block : blocks)
+    numElements += static_cast<std::int64_t>(block.nodes.size()) / std::max(1, block.nodesPerElement);
+  ASSERT_EQ(ex_put_init(file, title.c_str(), dims, static_cast<std::int64_t>(numNodes), numElements,
+                        static_cast<std::int64_t>(blocks.size()), 0, 0),
+            0);
+  std::vector<double> axes[3];
+  for (std::size_t i = 0; i < xyz.size(); ++i) axes[i % static_cast<std::size_t>(dims)].push_back(xyz[i]);
+  if (numNodes > 0) {
+    ASSERT_EQ(ex_put_coord(file, axes[0].data(), dims > 1 ? axes[1].data() : nullptr,
+                           dims > 2 ? axes[2].data() : nullptr),
+              0);
+  }
+  for (const ExodusBlock& block : blocks) {
+    const auto count = static_cast<std::int64_t>(block.nodes.size()) / std::max(1, block.nodesPerElement);
+    ASSERT_EQ(ex_put_block(file, EX_ELEM_BLOCK, block.id, block.type.c_str(), count, block.nodesPerElement, 0,
+                           0, 0),
+              0);
+    if (!block.name.empty()) ex_put_name(file, EX_ELEM_BLOCK, block.id, block.name.c_str());
+    if (count > 0) {
+      ASSERT_EQ(ex_put_conn(file, EX_ELEM_BLOCK, block.id, block.nodes.data(), nullptr, nullptr), 0);
+    }
+  }
+  if (!nodeLabels.empty()) {
+    ASSERT_EQ(ex_put_id_map(file, EX_NODE_MAP, nodeLabels.data()), 0);
+  }
+  if (!elementLabels.empty()) {
+    ASSERT_EQ(ex_put_id_map(file, EX_ELEM_MAP, elementLabels.data()), 0);
+  }
+  if (more) more(file);
+  ASSERT_EQ(ex_close(file), 0);
+}
+
+ExodusMesh OneHex() {
+  ExodusMesh mesh;
+  mesh.xyz = {0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 0, 0, 1, 1, 0, 1, 1, 1, 1, 0, 1, 1};
+  mesh.blocks = {{7, "HEX8", 8, {1, 2, 3, 4, 5, 6, 7, 8}}};
+  return mesh;
+}

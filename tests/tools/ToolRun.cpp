@@ -1,0 +1,56 @@
+#include "ToolRun.h"
+
+#include <array>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+ToolRun RunProgram(const std::string& program, const std::vector<std::string>& arguments) {
+  ToolRun run;
+  int out[2], err[2];
+  if (pipe(out) != 0 || pipe(err) != 0) return run;
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, err[1], STDERR_FILENO);
+  for (const int end : {out[0], out[1], err[0], err[1]}) posix_spawn_file_actions_addclose(&actions, end);
+  std::vector<std::string> words = {program};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  std::vector<char*> argv;
+  for (std::string& word : words) argv.push_back(word.data());
+  argv.push_back(nullptr);
+  pid_t child = 0;
+  const int failed = posix_spawn(&child, program.c_str(), &actions, nullptr, argv.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  close(out[1]);
+  close(err[1]);
+  std::array<pollfd, 2> ends = {pollfd{out[0], POLLIN, 0}, pollfd{err[0], POLLIN, 0}};
+  std::string* const texts[] = {&run.out, &run.err};
+  for (int open = failed == 0 ? 2 : 0; open > 0;) {
+    poll(ends.data(), ends.size(), -1);
+    for (std::size_t i = 0; i < ends.size(); ++i) {
+      if (ends[i].fd < 0 || ends[i].revents == 0) continue;
+      char bytes[65536];
+      const ssize_t count = read(ends[i].fd, bytes, sizeof bytes);
+      if (count > 0) {
+        texts[i]->append(bytes, static_cast<std::size_t>(count));
+      } else {
+        ends[i].fd = -1;
+        --open;
+      }
+    }
+  }
+  close(out[0]);
+  close(err[0]);
+  if (failed != 0) return run;
+  int status = 0;
+  waitpid(child, &status, 0);
+  run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return run;
+}
+
+ToolRun RunTool(const std::vector<std::string>& arguments) { return RunProgram(TOOL, arguments); }

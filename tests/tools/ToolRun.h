@@ -1,0 +1,16 @@
+// ToolRun.h: runs a program as a user would
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct ToolRun {
+  int exitCode = -1;
+  std::string out, err;
+};
+
+/// Runs a program to its end; exit code 128 + signal when a signal ended it.
+ToolRun RunProgram(const std::string& program, const std::vector<std::string>& arguments);
+
+/// Runs the coregeometry program.
+ToolRun RunTool(const std::vector<std::string>& arguments);

@@ -1,0 +1,281 @@
+// The program as a user runs it: files in, text and exit codes out.
+#include "ExodusWriter.h"
+#include "ToolRun.h"
+
+#include <BasicUtils/cls_Database.h>
+#include <BasicUtils/thr_ThreadSingleton.h>
+#include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/shp_ShapeDictionary.h>
+#include <exo_Import.h>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+namespace {
+using nlohmann::json;
+namespace fs = std::filesystem;
+
+class Program : public testing::Test {
+protected:
+  /// Facts that a command prints, with --json added.
+  static json Facts(std::vector<std::string> arguments) {
+    arguments.emplace_back("--json");
+    const ToolRun run = RunTool(arguments);
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    return json::parse(run.out, nullptr, false);
+  }
+  const TestFolder folder_;
+  const std::string model_ = folder_ / "model.cgdb";
+};
+
+TEST_F(Program, ImportsTheSampleAndAnswersFromTheStoredModel) {
+  const std::string mesh = folder_ / "bracket.exo";
+  fs::copy_file(SAMPLE, mesh);
+  const ToolRun import = RunTool({"import", mesh});
+  ASSERT_EQ(import.exitCode, 0) << import.err;
+  EXPECT_EQ(import.err, ""); // no progress bar, this is no terminal
+  for (const char* text :
+       {"meshes/bracket", "1441 nodes, 945 elements in 6 classes", "node sets: 2", "side sets: 2",
+        "QA records: 1", "Largest change by rounding to single precision: 1.49012e-09"})
+    EXPECT_NE(import.out.find(text), std::string::npos) << text << '\n' << import.out;
+
+  const std::string model = folder_ / "bracket.cgdb";
+  const json info = Facts({"info", model});
+  const json& facts = info["meshes"][0];
+  EXPECT_EQ(facts["root"], "meshes/bracket");
+  EXPECT_EQ(facts["box"], json::parse(R"({"min": [0.0, 0.0, 0.0], "max": [0.04, 0.03, 0.035]})"));
+  EXPECT_EQ(facts["nodeLabels"], json::parse(R"({"count": 1441, "smallest": 1000, "largest": 9438})"));
+  EXPECT_EQ(facts["elementLabels"]["largest"], 6001);
+  std::string labels;
+  for (const json& type : facts["classes"]) labels += type["label"].get<std::string>() + " ";
+  EXPECT_EQ(labels, "C3D8 C3D6 C3D20 S4 B31 MASS ");
+  EXPECT_EQ(facts["classes"][4]["category"], "Angle bracket/stiffener");
+  EXPECT_EQ(info["bytes"], fs::file_size(model));
+  EXPECT_NE(RunTool({"info", model}).out.find("Mesh ID : 0\n  Number of nodes:           1441\n"),
+            std::string::npos);
+
+  const ToolRun query =
+      RunTool({"query", model, "--node", "1010,4020", "--element", "104", "--node", "1000"});
+  EXPECT_EQ(query.exitCode, 0) << query.err;
+  EXPECT_EQ(query.out,
+            "node 1010: (0.0025, 0.0, 0.0025)\n"
+            "node 4020: (0.0025, 0.0025, 0.0125)\n"
+            "node 1000: (0.0, 0.0, 0.0)\n"
+            "element 104: class 0, C3D8, category \"Angle bracket/plate\", nodes 1008 1010 1012 1014 1016 "
+            "1018 1020 1022\n");
+  const json element = Facts({"query", model, "--element", "5001"})["elements"][0];
+  EXPECT_EQ(element["type"], "B31");
+  EXPECT_EQ(element["class"], 4);
+}
+
+TEST_F(Program, ReportsUnknownLabelsAndAnswersTheOthers) {
+  OneHex().Write(folder_ / "cube.exo");
+  ASSERT_EQ(RunTool({"import", folder_ / "cube.exo", "-o", model_}).exitCode, 0);
+  const ToolRun run = RunTool({"query", model_, "--node", "9,7,-4", "--element", "2"});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_EQ(run.out, "node 7: (1.0, 1.0, 1.0)\n");
+  const std::string where = "coregeometry: " + model_ + ", meshes/cube, ";
+  EXPECT_EQ(run.err, where + "node 9: Invalid user node label.\n" + where
+                         + "node -4: Invalid user node label.\n" + where
+                         + "element 2: Invalid user element label.\n");
+}
+
+TEST_F(Program, KeepsWhatAModelHoldsUnlessToldOtherwise) {
+  OneHex().Write(folder_ / "cube.exo");
+  const std::vector<std::string> import = {"import", folder_ / "cube.exo", "-o", model_};
+  const auto With = [](std::vector<std::string> words, std::initializer_list<const char*> more) {
+    words.insert(words.end(), more.begin(), more.end());
+    return words;
+  };
+  ASSERT_EQ(RunTool(import).exitCode, 0);
+  const ToolRun again = RunTool(import);
+  EXPECT_EQ(again.exitCode, 1);
+  EXPECT_EQ(again.err,
+            "coregeometry: " + model_
+                + ": already holds meshes/cube; choose another --name, or replace it with --force\n");
+  ASSERT_EQ(RunTool(With(import, {"--name", "second", "--map", "HEX8=C3D8R"})).exitCode, 0);
+  ASSERT_EQ(RunTool(With(import, {"--force", "--map", "HEX8=C3D8I"})).exitCode, 0);
+  const json meshes = Facts({"info", model_})["meshes"];
+  ASSERT_EQ(meshes.size(), 2U);
+  EXPECT_EQ(meshes[0]["classes"][0]["label"], "C3D8I");
+  EXPECT_EQ(meshes[1]["classes"][0]["label"], "C3D8R");
+
+  const ToolRun unnamed = RunTool({"query", model_, "--node", "1"});
+  EXPECT_EQ(unnamed.exitCode, 1);
+  EXPECT_NE(unnamed.err.find("meshes/cube, meshes/second"), std::string::npos) << unnamed.err;
+  EXPECT_EQ(Facts({"query", model_, "--name", "second", "--element", "1"})["elements"][0]["type"], "C3D8R");
+}
+
+TEST_F(Program, LeavesNothingBehindWhenAnImportFails) {
+  ExodusMesh mesh = OneHex();
+  mesh.blocks[0].nodes[3] = 90210;
+  mesh.Write(folder_ / "bad.exo");
+  const ToolRun run = RunTool({"import", folder_ / "bad.exo", "-o", model_});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_EQ(run.err, "coregeometry: " + folder_ / "bad.exo"
+                         + ": block 7 (HEX8), element 1: node 90210 is outside 1..8\n");
+  EXPECT_FALSE(fs::exists(model_));
+
+  // a file that is no model stays as it is, even under --force
+  std::ofstream(model_) << "notes of mine";
+  OneHex().Write(folder_ / "good.exo");
+  EXPECT_EQ(RunTool({"import", folder_ / "good.exo", "-o", model_, "--force"}).exitCode, 1);
+  EXPECT_EQ(fs::file_size(model_), 13U);
+  // nor is the mesh file itself overwritten
+  EXPECT_EQ(RunTool({"import", folder_ / "good.exo", "-o", folder_ / "good.exo"}).exitCode, 2);
+}
+
+TEST_F(Program, TellsWrongUsageFromWrongInput) {
+  OneHex().Write(folder_ / "cube.exo");
+  for (const std::vector<std::string>& wrong :
+       std::vector<std::vector<std::string>>{{},
+                                             {"frobnicate"},
+                                             {"import"},
+                                             {"import", folder_ / "cube.exo", "--map", "HEX8=C3D20"},
+                                             {"import", folder_ / "cube.exo", "--map", "HEX8=NOSUCH"},
+                                             {"query", model_},
+                                             {"query", model_, "--node", "seven"},
+                                             {"query", model_, "--node", "99999999999"},
+                                             {"shapes"}}) {
+    const ToolRun run = RunTool(wrong);
+    EXPECT_EQ(run.exitCode, 2) << testing::PrintToString(wrong);
+    EXPECT_NE(run.err, "");
+    EXPECT_EQ(run.out, "");
+  }
+  for (const char* command : {"info", "upgrade", "compact", "import"}) {
+    const ToolRun run = RunTool({command, folder_ / "missing"});
+    EXPECT_EQ(run.exitCode, 1) << command;
+    EXPECT_NE(run.err.find(folder_ / "missing"), std::string::npos) << run.err;
+  }
+}
+
+TEST_F(Program, TeachesEveryCommandWithAnExample) {
+  EXPECT_NE(RunTool({"--help"}).out.find("coregeometry import part.exo"), std::string::npos);
+  for (const std::string command : {"import", "info", "query", "upgrade", "compact", "shapes"}) {
+    const ToolRun run = RunTool({command, "--help"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_NE(run.out.find("Example"), std::string::npos) << command;
+    EXPECT_NE(run.out.find("\n  coregeometry " + command), std::string::npos) << command;
+  }
+}
+
+TEST_F(Program, PrintsTheShapesAsTheLibraryDoes) {
+  const DDB_CoreGeometry library;
+  const auto& dictionary = thr_ThreadSingleton<shp_ShapeDictionary>::Instance();
+  std::ostringstream table, script;
+  dictionary.PrintShapeTable(table);
+  dictionary.PrintLabelToNodecountTable(script);
+  EXPECT_EQ(RunTool({"shapes", "--table"}).out, table.str());
+  EXPECT_EQ(RunTool({"shapes", "--node-counts"}).out, script.str());
+  EXPECT_EQ(Facts({"shapes"}).size(), 695U);
+}
+
+TEST_F(Program, UpgradesAndCompactsAModel) {
+  ASSERT_EQ(RunTool({"import", SAMPLE, "-o", model_}).exitCode, 0);
+  ASSERT_EQ(RunTool({"import", SAMPLE, "-o", model_, "--name", "second"}).exitCode, 0);
+  EXPECT_EQ(Facts({"upgrade", model_})["upgraded"], 0);
+  const json before = Facts({"info", model_})["meshes"];
+  const json compact = Facts({"compact", model_});
+  EXPECT_LE(compact["bytesAfter"], compact["bytesBefore"]);
+  EXPECT_EQ(compact["bytesAfter"], fs::file_size(model_));
+  EXPECT_EQ(Facts({"info", model_})["meshes"], before);
+}
+
+TEST_F(Program, MakesTheSampleThatIsShipped) {
+  const DDB_CoreGeometry library;
+  const std::string made = folder_ / "bracket.exo";
+  ASSERT_EQ(RunProgram(MAKE_SAMPLE, {made}).exitCode, 0);
+  const exo_Import a = exo_ReadMesh(made, {}), b = exo_ReadMesh(SAMPLE, {});
+  EXPECT_TRUE(a.mesh->NodeData() == b.mesh->NodeData());
+  ASSERT_EQ(a.mesh->ElementData().NumClasses(), b.mesh->ElementData().NumClasses());
+  for (unsigned i = 0; i < a.mesh->ElementData().NumClasses(); ++i) {
+    const bme_ElementClass &ours = a.mesh->ElementData().GetClass(i),
+                           &shipped = b.mesh->ElementData().GetClass(i);
+    EXPECT_EQ(ours.ElemTypeLabel(), shipped.ElemTypeLabel());
+    EXPECT_EQ(ours.CategoryLabel(), shipped.CategoryLabel());
+    EXPECT_EQ(ours.ElementConnectivity(), shipped.ElementConnectivity());
+    EXPECT_TRUE(std::ranges::equal(ours.UserElementLabels(), shipped.UserElementLabels()));
+  }
+  ASSERT_EQ(a.ledger.size(), b.ledger.size());
+  for (std::size_t i = 0; i < a.ledger.size(); ++i) EXPECT_EQ(a.ledger[i].count, b.ledger[i].count);
+  EXPECT_LT(fs::file_size(SAMPLE), 2U << 20);
+}
+
+/// Six times the volume of a hexahedron with plane faces: its corners are split into tetrahedra.
+double SixVolumes(const bme_Mesh& mesh, std::span<const int> hex) {
+  constexpr int kTets[6][4] = {{0, 1, 2, 6}, {0, 2, 3, 6}, {0, 3, 7, 6},
+                               {0, 7, 4, 6}, {0, 4, 5, 6}, {0, 5, 1, 6}};
+  double total = 0;
+  for (const auto& tet : kTets) {
+    double edge[3][3];
+    for (int k = 0; k < 3; ++k) {
+      const auto a = mesh.NodeData()[static_cast<unsigned>(hex[static_cast<std::size_t>(tet[0])])],
+                 b = mesh.NodeData()[static_cast<unsigned>(hex[static_cast<std::size_t>(tet[k + 1])])];
+      edge[k][0] = b.x - a.x, edge[k][1] = b.y - a.y, edge[k][2] = b.z - a.z;
+    }
+    total += edge[0][0] * (edge[1][1] * edge[2][2] - edge[1][2] * edge[2][1])
+             - edge[0][1] * (edge[1][0] * edge[2][2] - edge[1][2] * edge[2][0])
+             + edge[0][2] * (edge[1][0] * edge[2][1] - edge[1][1] * edge[2][0]);
+  }
+  return total;
+}
+
+struct RealFile {
+  const char* name;
+  unsigned nodes, elements;
+  std::size_t classes;
+  double volume;
+  std::vector<std::pair<const char*, int>> ledger;
+};
+
+class RealMesh : public testing::TestWithParam<RealFile> {};
+
+TEST_P(RealMesh, IsStoredWithItsKnownFacts) {
+  const RealFile& real = GetParam();
+  const std::string file = std::string(SHARED_DATA) + "/" + real.name;
+  if (!fs::exists(file)) GTEST_SKIP() << file << " is not here";
+  const TestFolder folder;
+  const std::string model = folder / "model.cgdb";
+  const ToolRun run = RunTool({"import", file, "-o", model, "--name", "real", "--json"});
+  ASSERT_EQ(run.exitCode, 0) << run.err;
+  const json facts = json::parse(run.out);
+  EXPECT_EQ(facts["nodes"], real.nodes);
+  EXPECT_EQ(facts["elements"], real.elements);
+  EXPECT_EQ(facts["classes"].size(), real.classes);
+  for (const auto& [what, count] : real.ledger) {
+    const auto at =
+        std::ranges::find_if(facts["notCarried"], [&](const json& entry) { return entry["what"] == what; });
+    ASSERT_NE(at, facts["notCarried"].end()) << what;
+    EXPECT_EQ((*at)["count"], count) << what;
+  }
+  const DDB_CoreGeometry library;
+  const cls_Database stored = cls_Database::Open(model);
+  const cow_CountedHld<bme_Mesh> mesh = stored.Get<bme_Mesh>("meshes/real");
+  double sixVolumes = 0;
+  for (unsigned i = 0; i < mesh->ElementData().NumClasses(); ++i) {
+    const bme_ElementClass& type = mesh->ElementData().GetClass(i);
+    for (int e = 0; type.NumNodesPerElem() == 8 && e < type.NumElements(); ++e)
+      sixVolumes += SixVolumes(*mesh, type.Connectivity(e));
+  }
+  EXPECT_NEAR(sixVolumes / 6, real.volume, 1e-5);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Shared, RealMesh,
+    testing::Values(RealFile{"results_hex8_5steps.e",
+                             2185,
+                             1300,
+                             5,
+                             1,
+                             {{"node sets", 12},
+                              {"side sets", 8},
+                              {"time steps", 5},
+                              {"global variables", 8},
+                              {"nodal variables", 8},
+                              {"element variables", 79},
+                              {"node set variables", 1}}},
+                    RealFile{"hex8_shell4_sets.g", 225, 192, 6, 2, {{"node sets", 10}, {"side sets", 4}}}),
+    [](const auto& info) { return std::string(info.param.name).substr(0, 4); });
+} // namespace

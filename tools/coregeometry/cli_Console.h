@@ -1,0 +1,28 @@
+// cli_Console.h: progress bar, messages and Ctrl-C of one run of the program
+#pragma once
+
+#include <BasicUtils/wip_WIP.h>
+
+/// The calling thread's work reports here while the console lives: messages go to stderr, progress to a bar
+/// on stderr when that is a terminal, and Ctrl-C asks the work to stop. A second Ctrl-C ends the process.
+class cli_Console : public wip_WIPBase {
+public:
+  cli_Console();
+  ~cli_Console() override;
+  cli_Console(const cli_Console&) = delete;
+  cli_Console& operator=(const cli_Console&) = delete;
+
+  /// Names the work that is to come; its bar starts at 0.
+  void Begin(const cow_String& work);
+  void End(); ///< removes the bar
+
+  void Error(const cow_String& message) override;
+  void Status(const cow_String& message) override;
+  void Progress(double fraction) override;
+  bool IsCancelled() override;
+
+private:
+  bool isTerminal_;
+  cow_String work_;
+  int percent_ = -1; ///< shown, -1 for no bar
+};

@@ -1,0 +1,66 @@
+#include "cli_Model.h"
+
+#include <algorithm>
+#include <charconv>
+#include <iostream>
+
+std::vector<cow_String> cli_MeshRoots(const cls_Database& model) {
+  std::vector<cow_String> meshes;
+  for (const cow_String& root : model.Roots())
+    if (model.TypeId(root) == bme_Mesh::TypeId()) meshes.push_back(root);
+  return meshes;
+}
+
+cow_String cli_ChooseMesh(const cls_Database& model, const cow_String& name) {
+  const std::vector<cow_String> meshes = cli_MeshRoots(model);
+  if (meshes.empty()) throw nex_TextException(model.File() + ": holds no mesh");
+  if (name.empty() && meshes.size() == 1) return meshes.front();
+  for (const cow_String& root : meshes)
+    if (!name.empty() && (root == name || root == cli_kMeshFolder + name)) return root;
+  cow_String list;
+  for (const cow_String& root : meshes) list += (list.empty() ? "" : ", ") + root;
+  if (name.empty())
+    throw nex_TextException(model.File() + ": holds several meshes (" + list + "), choose one with --name");
+  throw nex_TextException(model.File() + ": no mesh \"" + name + "\", it holds " + list);
+}
+
+void cli_LabelRange::Add(std::span<const int> labels) {
+  if (labels.empty()) return;
+  const auto [low, high] = std::ranges::minmax(labels);
+  smallest = count == 0 ? low : std::min<long long>(smallest, low);
+  largest = count == 0 ? high : std::max<long long>(largest, high);
+  count += static_cast<long long>(labels.size());
+}
+
+cli_LabelRange cli_NodeLabels(const bme_NodeData& nodes) {
+  cli_LabelRange range;
+  if (nodes.HasUserNodeLabels()) range.Add(nodes.UserNodeLabels().Const());
+  return range;
+}
+
+cli_LabelRange cli_ElementLabels(const bme_ElementData& elements) {
+  cli_LabelRange range;
+  if (!elements.HasUserElementLabels()) return {elements.NumElements(), 1, elements.NumElements()};
+  for (unsigned i = 0; i < elements.NumClasses(); ++i) range.Add(elements.GetClass(i).UserElementLabels());
+  return range;
+}
+
+cow_String cli_Text(float value) {
+  char text[40];
+  return {text, std::to_chars(text, text + sizeof text, value).ptr};
+}
+
+cli_Json cli_Number(float value) {
+  double shortest = 0;
+  const cow_String text = cli_Text(value);
+  std::from_chars(text.data(), text.data() + text.size(), shortest);
+  return shortest;
+}
+
+void cli_AddModelOptions(CLI::App& command, std::string& file, std::string& name, bool& json) {
+  command.add_option("MODEL", file, "Model file (.cgdb)")->required();
+  command.add_option("--name", name, "Name of the mesh; not needed when the model has one mesh");
+  command.add_flag("--json", json, "Print the facts as JSON");
+}
+
+void cli_PrintJson(const cli_Json& json) { std::cout << json.dump(2) << '\n'; }

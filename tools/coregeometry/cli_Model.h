@@ -1,0 +1,36 @@
+// cli_Model.h: meshes of a model file, as the sub-commands name and describe them
+#pragma once
+
+#include "cli_Command.h"
+
+#include <BasicUtils/cls_Database.h>
+#include <CoreGeometry/bme_Mesh.h>
+#include <string>
+#include <vector>
+
+inline constexpr const char* cli_kMeshFolder = "meshes/";
+
+/// Names of all roots that are meshes, sorted.
+std::vector<cow_String> cli_MeshRoots(const cls_Database& model);
+
+/// The root of the mesh that the user calls `name`; without a name the only mesh of the model. Throws
+/// nex_TextException naming the file and the meshes it has.
+cow_String cli_ChooseMesh(const cls_Database& model, const cow_String& name);
+
+/// Smallest and largest of some labels.
+struct cli_LabelRange {
+  long long count = 0, smallest = 0, largest = 0;
+  void Add(std::span<const int> labels);
+};
+cli_LabelRange cli_NodeLabels(const bme_NodeData& nodes); ///< count 0 when there are none
+cli_LabelRange
+cli_ElementLabels(const bme_ElementData& elements); ///< implicit labels: 1 to the element count
+
+/// Shortest text that gives back the same single-precision number.
+cow_String cli_Text(float value);
+cli_Json cli_Number(float value); ///< as JSON, without digits that single precision does not have
+
+/// Adds the options that every command on one mesh of a model has.
+void cli_AddModelOptions(CLI::App& command, std::string& file, std::string& name, bool& json);
+
+void cli_PrintJson(const cli_Json& json); ///< to stdout, indented

@@ -1,0 +1,170 @@
+// coregeometry import: an Exodus II file becomes a mesh of a model
+#include "cli_Console.h"
+#include "cli_Model.h"
+#include "exo_Import.h"
+
+#include <BasicUtils/cls_WritePass.h>
+#include <filesystem>
+#include <iostream>
+
+namespace {
+namespace fs = std::filesystem;
+
+struct Arguments {
+  std::string file, model, name;
+  std::vector<std::string> maps;
+  bool force = false, json = false;
+};
+
+/// What the target is before the import.
+struct Target {
+  fs::path file;
+  cow_String root;
+  bool exists = false;
+  unsigned numMeshes = 0;
+};
+
+Target ChooseTarget(const Arguments& arguments) {
+  Target target;
+  target.file = arguments.model.empty() ? fs::path(arguments.file).replace_extension(".cgdb")
+                                        : fs::path(arguments.model);
+  const std::string name = arguments.name.empty() ? fs::path(arguments.file).stem().string() : arguments.name;
+  target.root = cli_kMeshFolder + name;
+  std::error_code error;
+  if (fs::equivalent(target.file, arguments.file, error))
+    throw cli_UsageError("the model would overwrite the mesh file " + arguments.file + ", name it with -o");
+  target.exists = fs::exists(target.file, error)
+                  && !(fs::is_regular_file(target.file, error) && fs::file_size(target.file, error) == 0);
+  if (!target.exists) return target;
+  const cls_Database model = cls_Database::Open(target.file.string());
+  if (model.Has(target.root) && !arguments.force)
+    throw nex_TextException(target.file.string() + ": already holds " + target.root
+                            + "; choose another --name, or replace it with --force");
+  target.numMeshes = static_cast<unsigned>(cli_MeshRoots(model).size());
+  return target;
+}
+
+cls_Database::Options OptionsFor(const bme_Mesh& mesh) {
+  constexpr std::size_t kBigModel = std::size_t{64} << 20;
+  std::size_t bytes = mesh.NodeData().NumNodes() * (3 * sizeof(float) + sizeof(int));
+  for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i)
+    bytes += mesh.ElementData().GetClass(i).ElementConnectivity().Const().size_bytes();
+  return {.pageSize = bytes > kBigModel ? 65536 : 16384};
+}
+
+void Store(const Target& target, const bme_Mesh& mesh) {
+  try {
+    cls_Database model = target.exists
+                             ? cls_Database::Open(target.file.string(), cls_Database::Mode::ReadWrite)
+                             : cls_Database::Create(target.file.string(), OptionsFor(mesh));
+    cls_WritePass pass(model);
+    pass.Put(target.root, mesh);
+    pass.Commit();
+  } catch (...) {
+    std::error_code error;
+    if (!target.exists) fs::remove(target.file, error);
+    throw;
+  }
+}
+
+cli_Json AsJson(const Arguments& arguments, const Target& target, const exo_Import& import) {
+  const bme_Mesh& mesh = *import.mesh;
+  cli_Json classes = cli_Json::array(), notCarried = cli_Json::array();
+  for (const exo_ImportedBlock& block : import.blocks)
+    classes.push_back({{"block", block.id},
+                       {"type", block.type},
+                       {"label", block.label},
+                       {"supported", block.supported},
+                       {"elements", block.numElements}});
+  for (const exo_LedgerEntry& entry : import.ledger)
+    notCarried.push_back({{"what", entry.what},
+                          {"count", entry.count < 0 ? cli_Json() : cli_Json(entry.count)},
+                          {"detail", entry.detail}});
+  cli_Json rounding = {{"change", import.rounding.change}};
+  if (import.rounding.change > 0) {
+    rounding["node"] = import.rounding.nodeLabel;
+    rounding["axis"] = std::string(1, import.rounding.axis);
+  }
+  return {{"file", arguments.file},
+          {"model", target.file.string()},
+          {"mesh", target.root},
+          {"title", import.title},
+          {"dimensions", mesh.NodeData().Dimension()},
+          {"nodes", mesh.NodeData().NumNodes()},
+          {"elements", mesh.ElementData().NumElements()},
+          {"classes", classes},
+          {"rounding", rounding},
+          {"notCarried", notCarried}};
+}
+
+void Print(const Arguments& arguments, const Target& target, const exo_Import& import) {
+  const bme_Mesh& mesh = *import.mesh;
+  std::cout << arguments.file << " is stored in " << target.file.string() << " as " << target.root << ":\n";
+  std::cout << "  " << mesh.NodeData().NumNodes() << " nodes, " << mesh.ElementData().NumElements()
+            << " elements in " << import.blocks.size() << " classes\n";
+  std::size_t index = 0;
+  for (const exo_ImportedBlock& block : import.blocks)
+    std::cout << "  block " << block.id << " (" << block.type << "): class " << index++ << ", "
+              << block.numElements << " elements " << block.label
+              << (block.supported ? "" : ", a type without a shape") << '\n';
+  if (import.rounding.change > 0)
+    std::cout << "Largest change by rounding to single precision: " << import.rounding.change << " in "
+              << import.rounding.axis << " of node " << import.rounding.nodeLabel << '\n';
+  else
+    std::cout << "No coordinate changed by rounding to single precision.\n";
+  if (import.ledger.empty()) {
+    std::cout << "Everything in the file was carried over.\n";
+    return;
+  }
+  std::cout << "Not carried over, since a model has no place for it:\n";
+  for (const exo_LedgerEntry& entry : import.ledger) {
+    std::cout << "  " << entry.what << ": "
+              << (entry.count < 0 ? "unknown count" : std::to_string(entry.count));
+    if (!entry.detail.empty()) std::cout << " (" << entry.detail << ')';
+    std::cout << '\n';
+  }
+}
+
+void Run(const Arguments& arguments) {
+  exo_TypeMap types;
+  for (const std::string& assignment : arguments.maps) {
+    try {
+      types.Override(assignment);
+    } catch (const nex_TextException& error) {
+      throw cli_UsageError("--map " + error.Message());
+    }
+  }
+  cli_Console console;
+  const Target target = ChooseTarget(arguments);
+  console.Begin("reading " + arguments.file);
+  const exo_Import import = exo_ReadMesh(arguments.file, types, target.numMeshes);
+  console.Begin("storing " + target.file.string());
+  Store(target, *import.mesh);
+  console.End();
+  if (arguments.json)
+    cli_PrintJson(AsJson(arguments, target, import));
+  else
+    Print(arguments, target, import);
+}
+} // namespace
+
+void cli_AddImport(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("import", "Read an Exodus II file and store its mesh in a model");
+  auto arguments = std::make_shared<Arguments>();
+  command->add_option("FILE", arguments->file, "Exodus II file")->required();
+  command->add_option("-o,--output", arguments->model,
+                      "Model file; FILE with the extension .cgdb by default");
+  command->add_option("--name", arguments->name, "Name of the mesh in the model; the file name by default");
+  command
+      ->add_option("--map", arguments->maps, "Element label for a type with that many nodes, as HEX8=C3D8R")
+      ->type_name("TYPE=LABEL");
+  command->add_flag("--force", arguments->force, "Replace a mesh of the same name");
+  command->add_flag("--json", arguments->json, "Print the facts as JSON");
+  command->footer(
+      "A model that exists gets the mesh as one more. Element blocks become element classes in their\n"
+      "order, number maps become user labels. What a model cannot hold yet is listed at the end.\n"
+      "\n"
+      "Example: hexahedra with reduced integration, in a model of its own\n"
+      "  coregeometry import bracket.exo -o bracket.cgdb --map HEX8=C3D8R");
+  command->callback([arguments] { Run(*arguments); });
+}

@@ -1,0 +1,50 @@
+// coregeometry shapes: the element shapes that the library knows
+#include "cli_Model.h"
+
+#include <BasicUtils/thr_ThreadSingleton.h>
+#include <CoreGeometry/shp_ShapeDictionary.h>
+#include <iostream>
+
+namespace {
+struct Arguments {
+  bool table = false, nodeCounts = false, json = false;
+};
+
+cli_Json AsJson(const shp_ShapeDictionary& dictionary) {
+  cli_Json shapes = cli_Json::array();
+  for (const auto& [label, key] : dictionary.LabelTable()) {
+    const shp_Shape& shape = *dictionary.GetShape(label);
+    shapes.push_back({{"label", shape.Label()},
+                      {"nodes", shape.NumNodes()},
+                      {"integrationPoints", shape.NumIntPts()},
+                      {"faces", shape.NumFaces()},
+                      {"dimensions", shape.NumGeomDims()},
+                      {"spaceDimensions", shape.NumSpatialDims()},
+                      {"order", shape.InterpOrder()}});
+  }
+  return shapes;
+}
+
+void Run(const Arguments& arguments) {
+  if (int{arguments.table} + int{arguments.nodeCounts} + int{arguments.json} != 1)
+    throw cli_UsageError("shapes: give one of --table, --node-counts and --json");
+  const auto& dictionary = thr_ThreadSingleton<shp_ShapeDictionary>::Instance();
+  if (arguments.table)
+    dictionary.PrintShapeTable(std::cout);
+  else if (arguments.nodeCounts)
+    dictionary.PrintLabelToNodecountTable(std::cout);
+  else
+    cli_PrintJson(AsJson(dictionary));
+}
+} // namespace
+
+void cli_AddShapes(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("shapes", "Print the element shapes that the library knows");
+  auto arguments = std::make_shared<Arguments>();
+  command->add_flag("--table", arguments->table, "The table of all shapes");
+  command->add_flag("--node-counts", arguments->nodeCounts, "The script that maps labels to node counts");
+  command->add_flag("--json", arguments->json, "Labels with their main facts as JSON");
+  command->footer("Example: labels of elements with 20 nodes\n"
+                  "  coregeometry shapes --json | jq -r '.[] | select(.nodes == 20).label'");
+  command->callback([arguments] { Run(*arguments); });
+}

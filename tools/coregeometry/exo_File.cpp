@@ -1,0 +1,177 @@
+#include "exo_File.h"
+
+#include "exo_ClassicHeader.h"
+
+#include <BasicUtils/nex_Exception.h>
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <exodusII.h>
+#include <filesystem>
+
+namespace {
+namespace fs = std::filesystem;
+
+cow_String Trimmed(std::string_view text) {
+  text = text.substr(0, text.find('\0'));
+  const auto isBlank = [](unsigned char c) { return std::isspace(c) != 0; };
+  while (!text.empty() && isBlank(static_cast<unsigned char>(text.back()))) text.remove_suffix(1);
+  while (!text.empty() && isBlank(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
+  return cow_String(text);
+}
+
+cow_String WhyExodusFailed() {
+  if (exerrval == EX_NULLENTITY) return "empty entity";
+  if (exerrval >= EX_MEMFAIL && exerrval <= EX_BADPARAM) return "Exodus II error " + std::to_string(exerrval);
+  return nc_strerror(exerrval);
+}
+
+} // namespace
+
+exo_File::Handle::Handle(const char* name) {
+  damage = exo_CheckClassicHeader(name);
+  if (!damage.empty()) return;
+  ex_opts(EX_DEFAULT); // no messages of the library's own
+  // ex_open ends the process at some files that NetCDF cannot open
+  exerrval = nc_open(name, NC_NOWRITE, &id);
+  if (exerrval != NC_NOERR) {
+    id = -1;
+    return;
+  }
+  nc_close(id);
+  int realSize = sizeof(double);
+  float version = 0;
+  id = ex_open(name, EX_READ, &realSize, &storedRealSize, &version);
+}
+
+exo_File::Handle::~Handle() {
+  if (id >= 0) ex_close(id);
+}
+
+exo_File::exo_File(const cow_String& name) : name_(name), handle_(name.c_str()), id_(handle_.id) {
+  if (id_ < 0) {
+    std::error_code error;
+    if (!fs::exists(name, error)) Fail("no such file");
+    if (fs::is_directory(name, error)) Fail("is a folder");
+    if (fs::file_size(name, error) == 0) Fail("is empty");
+    if (!handle_.damage.empty()) Fail(handle_.damage);
+    Fail("not an Exodus II file (" + WhyExodusFailed() + ")");
+  }
+  CheckTexts();
+  Check(ex_set_int64_status(id_, EX_MAPS_INT64_API | EX_IDS_INT64_API | EX_INQ_INT64_API
+                                     | (HasWideNumbers() ? EX_BULK_INT64_API : 0)),
+        "integer sizes");
+  hasDoubles_ = handle_.storedRealSize == sizeof(double);
+  const std::int64_t dims = Inquire(EX_INQ_DIM, "number of dimensions");
+  if (dims < 1 || dims > 3) Fail("a mesh of " + std::to_string(dims) + " dimensions, not 1 to 3");
+  numDims_ = static_cast<int>(dims);
+  numNodes_ = Inquire(EX_INQ_NODES, "number of nodes");
+  numElements_ = Inquire(EX_INQ_ELEM, "number of elements");
+  constexpr std::int64_t kMost = 2147483647;
+  if (numNodes_ > kMost) Fail(std::to_string(numNodes_) + " nodes, more than " + std::to_string(kMost));
+  if (numElements_ > kMost)
+    Fail(std::to_string(numElements_) + " elements, more than " + std::to_string(kMost));
+  ReadTitle();
+  ReadBlocks();
+}
+
+exo_File::~exo_File() = default;
+
+void exo_File::Fail(const cow_String& why) const { throw nex_TextException(name_ + ": " + why); }
+
+void exo_File::Check(int status, std::string_view what) const {
+  if (status < 0) Fail("reading " + cow_String(what) + ": " + WhyExodusFailed());
+}
+
+std::int64_t exo_File::Inquire(int what, std::string_view name) const {
+  const std::int64_t value = ex_inquire_int(id_, what);
+  if (value < 0) Fail("reading the " + cow_String(name) + ": " + WhyExodusFailed());
+  return value;
+}
+
+bool exo_File::HasWideNumbers() const noexcept { return (ex_int64_status(id_) & EX_BULK_INT64_DB) != 0; }
+
+// The Exodus II library copies titles and type names into buffers of the longest length that the format
+// allows.
+void exo_File::CheckTexts() const {
+  std::size_t length = 0;
+  if (nc_inq_attlen(id_, NC_GLOBAL, "title", &length) == NC_NOERR && length > MAX_LINE_LENGTH + 1)
+    Fail("a title of " + std::to_string(length) + " characters, more than "
+         + std::to_string(MAX_LINE_LENGTH));
+  int variables = 0;
+  Check(nc_inq_nvars(id_, &variables), "number of variables");
+  for (int i = 0; i < variables; ++i)
+    if (nc_inq_attlen(id_, i, "elem_type", &length) == NC_NOERR && length > MAX_STR_LENGTH + 1)
+      Fail("an element type name of " + std::to_string(length) + " characters, more than "
+           + std::to_string(MAX_STR_LENGTH));
+}
+
+void exo_File::ReadTitle() {
+  char text[MAX_LINE_LENGTH + 2] = {};
+  if (nc_get_att_text(id_, NC_GLOBAL, "title", text) == NC_NOERR) title_ = Trimmed(text);
+}
+
+void exo_File::ReadBlocks() {
+  const std::int64_t count = Inquire(EX_INQ_ELEM_BLK, "number of element blocks");
+  if (count == 0) return;
+  std::vector<std::int64_t> ids(static_cast<std::size_t>(count));
+  Check(ex_get_ids(id_, EX_ELEM_BLOCK, ids.data()), "element block ids");
+  const std::int64_t longest =
+      std::max<std::int64_t>(ex_inquire_int(id_, EX_INQ_DB_MAX_USED_NAME_LENGTH), 32);
+  ex_set_max_name_length(id_, static_cast<int>(std::min<std::int64_t>(longest, NC_MAX_NAME)));
+  std::int64_t total = 0;
+  for (const std::int64_t id : ids) {
+    ex_block raw = {};
+    raw.id = id;
+    raw.type = EX_ELEM_BLOCK;
+    const cow_String where = "element block " + std::to_string(id);
+    Check(ex_get_block_param(id_, &raw), where);
+    exo_Block block;
+    block.id = id;
+    block.type = Trimmed(std::string_view(raw.topology, strnlen(raw.topology, sizeof raw.topology)));
+    block.numElements = raw.num_entry;
+    block.nodesPerElement = raw.num_nodes_per_entry;
+    block.numAttributes = raw.num_attribute;
+    const cow_String upper = cow_ToUpper(block.type);
+    block.isRagged = upper.starts_with("NSIDED") || upper.starts_with("NFACED");
+    std::vector<char> name(static_cast<std::size_t>(std::max<std::int64_t>(longest, NC_MAX_NAME)) + 1);
+    if (ex_get_name(id_, EX_ELEM_BLOCK, id, name.data()) >= 0) block.name = Trimmed(name.data());
+    if (block.numElements < 0 || block.nodesPerElement < 0) Fail(where + ": a negative count");
+    total += block.numElements;
+    blocks_.push_back(std::move(block));
+  }
+  if (total != numElements_)
+    Fail("its blocks have " + std::to_string(total) + " elements, its header says "
+         + std::to_string(numElements_));
+}
+
+void exo_File::ReadCoordinates(std::int64_t first, std::span<double> x, std::span<double> y,
+                               std::span<double> z) const {
+  Check(ex_get_partial_coord(id_, first + 1, static_cast<std::int64_t>(x.size()), x.data(),
+                             numDims_ > 1 ? y.data() : nullptr, numDims_ > 2 ? z.data() : nullptr),
+        "coordinates");
+}
+
+void exo_File::ReadConnectivity(const exo_Block& block, std::int64_t first, std::int64_t count,
+                                int* nodes) const {
+  Check(ex_get_partial_conn(id_, EX_ELEM_BLOCK, block.id, first + 1, count, nodes, nullptr, nullptr),
+        "connectivity of block " + std::to_string(block.id));
+}
+
+void exo_File::ReadConnectivity(const exo_Block& block, std::int64_t first, std::int64_t count,
+                                std::int64_t* nodes) const {
+  Check(ex_get_partial_conn(id_, EX_ELEM_BLOCK, block.id, first + 1, count, nodes, nullptr, nullptr),
+        "connectivity of block " + std::to_string(block.id));
+}
+
+void exo_File::ReadNodeLabels(std::int64_t first, std::span<std::int64_t> labels) const {
+  Check(ex_get_partial_id_map(id_, EX_NODE_MAP, first + 1, static_cast<std::int64_t>(labels.size()),
+                              labels.data()),
+        "node number map");
+}
+
+void exo_File::ReadElementLabels(std::int64_t first, std::span<std::int64_t> labels) const {
+  Check(ex_get_partial_id_map(id_, EX_ELEM_MAP, first + 1, static_cast<std::int64_t>(labels.size()),
+                              labels.data()),
+        "element number map");
+}

@@ -1,0 +1,100 @@
+#include "exo_NodeOrder.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string_view>
+
+namespace {
+using enum exo_Cell;
+
+constexpr exo_Cell kCells[] = {Point, Line, Triangle, Quadrilateral, Tetrahedron, Pyramid, Wedge, Hexahedron};
+
+constexpr shp_IsoPoint kPoint[] = {{0, 0, 0}};
+constexpr shp_IsoPoint kLine[] = {{-1, 0, 0}, {1, 0, 0}};
+constexpr shp_IsoPoint kTriangle[] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
+constexpr shp_IsoPoint kQuadrilateral[] = {{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}, {-1, 1, 0}};
+constexpr shp_IsoPoint kTetrahedron[] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+constexpr shp_IsoPoint kPyramid[] = {{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}, {-1, 1, 0}, {0, 0, 1}};
+constexpr shp_IsoPoint kWedge[] = {{0, 0, -1}, {1, 0, -1}, {0, 1, -1}, {0, 0, 1}, {1, 0, 1}, {0, 1, 1}};
+constexpr shp_IsoPoint kHexahedron[] = {{-1, -1, -1}, {1, -1, -1}, {1, 1, -1}, {-1, 1, -1},
+                                        {-1, -1, 1},  {1, -1, 1},  {1, 1, 1},  {-1, 1, 1}};
+
+/// Nodes after the corners, in the order of the Exodus II format. A word is one node: the mean of its
+/// corners.
+struct Row {
+  exo_Cell cell;
+  std::span<const shp_IsoPoint> corners;
+  std::string_view mids;
+};
+// clang-format off
+constexpr Row kRows[] = {
+    {Point,         kPoint,         ""},
+    {Line,          kLine,          ""},
+    {Line,          kLine,          "01"},
+    {Triangle,      kTriangle,      ""},
+    {Triangle,      kTriangle,      "01 12 20"},
+    {Quadrilateral, kQuadrilateral, ""},
+    {Quadrilateral, kQuadrilateral, "01 12 23 30"},
+    {Quadrilateral, kQuadrilateral, "01 12 23 30 0123"},
+    {Tetrahedron,   kTetrahedron,   ""},
+    {Tetrahedron,   kTetrahedron,   "01 12 20 03 13 23"},
+    {Pyramid,       kPyramid,       ""},
+    {Pyramid,       kPyramid,       "01 12 23 30 04 14 24 34"},
+    {Wedge,         kWedge,         ""},
+    {Wedge,         kWedge,         "01 12 20 03 14 25 34 45 53"},
+    {Wedge,         kWedge,         "01 12 20 03 14 25 34 45 53 0143 1254 2035"},
+    {Hexahedron,    kHexahedron,    ""},
+    {Hexahedron,    kHexahedron,    "01 12 23 30 04 15 26 37 45 56 67 74"},
+    {Hexahedron,    kHexahedron,    "01 12 23 30 04 15 26 37 45 56 67 74 01234567 0123 4567 0374 1265 0154 2376"},
+};
+// clang-format on
+
+std::vector<shp_IsoPoint> Nodes(const Row& row) {
+  std::vector<shp_IsoPoint> nodes(row.corners.begin(), row.corners.end());
+  for (std::string_view rest = row.mids; !rest.empty();) {
+    const std::string_view word = rest.substr(0, rest.find(' '));
+    shp_IsoPoint mean{};
+    for (const char corner : word)
+      for (std::size_t axis = 0; axis < 3; ++axis)
+        mean[axis] +=
+            row.corners[static_cast<std::size_t>(corner - '0')][axis] / static_cast<double>(word.size());
+    nodes.push_back(mean);
+    rest.remove_prefix(std::min(rest.size(), word.size() + 1));
+  }
+  return nodes;
+}
+
+bool Coincide(const shp_IsoPoint& a, const shp_IsoPoint& b) {
+  constexpr double kTolerance = 1e-6;
+  for (std::size_t axis = 0; axis < 3; ++axis)
+    if (std::abs(a[axis] - b[axis]) > kTolerance) return false;
+  return true;
+}
+} // namespace
+
+std::vector<shp_IsoPoint> exo_NodeCoordinates(exo_Cell cell, int numNodes) {
+  for (const Row& row : kRows) {
+    if (row.cell != cell) continue;
+    std::vector<shp_IsoPoint> nodes = Nodes(row);
+    if (nodes.size() == static_cast<std::size_t>(numNodes)) return nodes;
+  }
+  return {};
+}
+
+std::optional<std::vector<int>> exo_FindNodeOrder(exo_Cell cell, std::span<const shp_IsoPoint> ours) {
+  const std::vector<shp_IsoPoint> theirs = exo_NodeCoordinates(cell, static_cast<int>(ours.size()));
+  if (theirs.empty()) return std::nullopt;
+  std::vector<int> order;
+  for (const shp_IsoPoint& node : ours) {
+    const auto at = std::ranges::find_if(theirs, [&](const auto& other) { return Coincide(node, other); });
+    if (at == theirs.end()) return std::nullopt;
+    order.push_back(static_cast<int>(at - theirs.begin()));
+  }
+  return order;
+}
+
+exo_Cell exo_FindCell(std::span<const shp_IsoPoint> ours) {
+  const auto at =
+      std::ranges::find_if(kCells, [&](exo_Cell cell) { return exo_FindNodeOrder(cell, ours).has_value(); });
+  return at == std::end(kCells) ? None : *at;
+}

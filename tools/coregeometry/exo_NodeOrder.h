@@ -1,0 +1,21 @@
+// exo_NodeOrder.h: where the nodes of Exodus II elements stand, and how their order maps to ours
+#pragma once
+
+#include <CoreGeometry/shp_Topology.h>
+#include <optional>
+#include <span>
+#include <vector>
+
+/// Forms of Exodus II elements.
+enum class exo_Cell { None, Point, Line, Triangle, Quadrilateral, Tetrahedron, Pyramid, Wedge, Hexahedron };
+
+/// Iso coordinates of the nodes of an Exodus II element in the order of its file format, in the frames that
+/// shp_Topology::NodeCoordinates uses; empty when the format has no such element.
+std::vector<shp_IsoPoint> exo_NodeCoordinates(exo_Cell cell, int numNodes);
+
+/// Position in the Exodus II element of each node of a shape whose nodes stand at `ours`; nothing when the
+/// two sets of points differ. Found by comparing coordinates.
+std::optional<std::vector<int>> exo_FindNodeOrder(exo_Cell cell, std::span<const shp_IsoPoint> ours);
+
+/// The one cell that has its nodes where the shape has them; None when there is none.
+exo_Cell exo_FindCell(std::span<const shp_IsoPoint> ours);

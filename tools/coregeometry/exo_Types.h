@@ -1,0 +1,35 @@
+// exo_Types.h: Exodus II element types and the element labels they become
+#pragma once
+
+#include "exo_NodeOrder.h"
+
+#include <CoreUtils/cow_String.h>
+#include <string_view>
+
+/// What the elements of a block become.
+struct exo_ElementType {
+  cow_String label;       ///< element label, or the type name of the file when there is none
+  bool supported = false; ///< the label has a shape with these nodes
+  /// Position in the file's element of each of our nodes; empty when the two orders are the same.
+  std::vector<int> order;
+};
+
+/// From type names and node counts of Exodus II blocks to element labels.
+///
+/// Names are read in many spellings (hex8, HEX, Tetra, SHELL4); the node count of the block decides, whatever
+/// number the name carries.
+/// Errors     nex_TextException naming the type, the label and the counts.
+class exo_TypeMap {
+public:
+  /// "HEX8=C3D8R": the type with that many nodes gets another label than by default.
+  void Override(const cow_String& assignment);
+  exo_ElementType Find(const cow_String& typeName, int numNodes, int numDims) const;
+
+private:
+  struct Entry {
+    cow_String family;
+    int numNodes;
+    cow_String label;
+  };
+  std::vector<Entry> overrides_;
+};
