@@ -1,10 +1,20 @@
 #include <CoreGeometry/bdo_Module.h>
 
-#include <ddb_Module.h>
+#include "bdo_Component.h"
+#include <CoreGeometry/bdo_EOReference.h>
+#include <CoreGeometry/bdo_Theory.h>
 
 namespace {
 omi_CallCounter theCounter;
-constexpr ddb_Module kModule{775, "bdo", {}, {}, {}};
+
+constexpr cls_MetadataFunction kClasses[] = {&bdo_EOReference::InitializeMetadata,
+                                             &bdo_Theory::InitializeMetadata};
+
+constexpr omu_EnumRegistrar::Entry kEnumerations[] = {omu_EnumRegistrar::Of<bdo_Type>(),
+                                                      omu_EnumRegistrar::Of<bdo_Space>(),
+                                                      omu_EnumRegistrar::Of<bdo_Analysis>()};
+
+constexpr ddb_Module kModule{bdo_kComponent, "bdo", kClasses, {}, kEnumerations};
 } // namespace
 
 void bdo_initialize(int& tally) { ddb_Initialize(theCounter, kModule, tally); }

@@ -1,0 +1,37 @@
+// shp_ArsDataHolder.h: an analytic rigid surface in whichever form a model has it
+#pragma once
+
+#include <BasicUtils/cow_COW.h>
+#include <CoreGeometry/shp_AnalyticRigidSurfaceData.h>
+#include <CoreGeometry/shp_AnalyticSurface.h>
+
+/// The older record of a surface, the newer surface, both or neither.
+///
+/// Errors     nex_TextException when there is neither; nex_OutOfRangeException as each function states.
+/// Cost       copy O(1).
+/// Threads    a value.
+class CORE_GEOMETRY_API shp_ArsDataHolder {
+public:
+  using OldData = cow_COW<shp_AnalyticRigidSurfaceData, cow_Virtual<shp_AnalyticRigidSurfaceData>>;
+  using Surface = cow_COW<shp_AnalyticSurface, cow_Virtual<shp_AnalyticSurface>>;
+
+  // make
+  shp_ArsDataHolder() = default; ///< neither
+  shp_ArsDataHolder(OldData oldData, Surface surface);
+
+  // ask
+  bool hasValue() const noexcept { return !oldData_.IsNull() || !surface_.IsNull(); }
+  /// The flat list of typed points: those of the record, in the list's identity, then those of the surface's
+  /// profile. Raises nex_OutOfRangeException for a segment without its points.
+  shp_SuppDataPairList ConstGetDataPairList() const;
+  /// A local coordinate vector. With both, the index must be one of the record's and of the surface's, whose
+  /// vector it is. An index above the surface's count is a nex_TextException, one equal to it or outside the
+  /// record's a nex_OutOfRangeException.
+  g3d_Vector ConstGetLocalCoordDef(int index) const;
+
+private:
+  void Require(int line) const;
+
+  OldData oldData_;
+  Surface surface_;
+};

@@ -1,0 +1,52 @@
+#include <CoreGeometry/dtmC_DatumRef.h>
+#include <StoredTest.h>
+
+namespace {
+class dtmC_References : public StoredTest {};
+} // namespace
+
+TEST_F(dtmC_References, AreEqualByOwnersOrByInstance) {
+  const dtmC_DatumRef left(5, 1, "Left", 2), right(5, 1, "Right", 2), elsewhere(5, 7, "Left", 2);
+  EXPECT_TRUE(left == right);
+  EXPECT_TRUE(left == elsewhere);
+  EXPECT_TRUE(right != elsewhere) << "equality is not transitive";
+  EXPECT_TRUE(left != dtmC_DatumRef(5, 1, "Left", 3));
+  EXPECT_TRUE(left != dtmC_DatumRef(6, 1, "Left", 2));
+  EXPECT_TRUE(dtmC_DatumRef(5, 1, "", 0) == dtmC_DatumRef(5, 2, "", 0)) << "no owners are the same owners";
+}
+
+TEST_F(dtmC_References, AreNullWithoutADatum) {
+  EXPECT_TRUE(dtmC_DatumRef().IsNullRef());
+  EXPECT_TRUE(dtmC_DatumRef(0, 1, "Part", 2).IsNullRef());
+  EXPECT_FALSE(dtmC_DatumRef(-1, 0, "", 0).IsNullRef());
+}
+
+TEST_F(dtmC_References, ComeBackFromTheFile) {
+  const dtmC_DatumRef reference(5, 6, "Wing", 7);
+  const auto read = RoundTrip(reference);
+  EXPECT_EQ(read->Uid(), reference.Uid());
+  EXPECT_TRUE(read->OwnerNames() == cow_List<cow_String>{"Wing"});
+  EXPECT_EQ(read->DatumId(), 5);
+  EXPECT_EQ(read->InstanceId(), 6);
+  EXPECT_EQ(read->AxisId(), 7);
+  EXPECT_EQ(RoundTrip(dtmC_DatumRef(5, 6, "", 7))->OwnerNames().Size(), 0);
+}
+
+TEST_F(dtmC_References, OfOlderLayoutsAreReadAndUpgraded) {
+  cls_Row row;
+  row.SetInt("_datumId", 5).SetInt("_instanceId", 6);
+  StoreRow(dtmC_DatumRef::TypeId(), 203, row);
+  const auto first = cls_Database::Open(file_).Get<dtmC_DatumRef>("it");
+  EXPECT_EQ(first->DatumId(), 5);
+  EXPECT_EQ(first->InstanceId(), 6);
+  EXPECT_EQ(first->AxisId(), 0);
+  EXPECT_EQ(first->OwnerNames().Size(), 0);
+
+  row.SetInt("_axisId", 3);
+  StoreRow(dtmC_DatumRef::TypeId(), 209, row);
+  cls_Database db = cls_Database::Open(file_, cls_Database::Mode::ReadWrite);
+  EXPECT_EQ(db.Get<dtmC_DatumRef>("it")->AxisId(), 3);
+  EXPECT_EQ(db.Upgrade(), 1);
+  EXPECT_FALSE(db.IsOutdated());
+  EXPECT_EQ(db.Get<dtmC_DatumRef>("it")->AxisId(), 3);
+}
