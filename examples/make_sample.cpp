@@ -134,7 +134,7 @@ void Part::Write(const char* fileName) const {
   constexpr int kBackSide = 4, kSeatSide = 5; // of a hexahedron, -x and -z
   for (int i = 0; i < plate_.NumElements(); ++i) {
     const Position& corner =
-        positions_[static_cast<std::size_t>(plate_.nodes[static_cast<std::size_t>(8 * i)] - 1)];
+        positions_[static_cast<std::size_t>(plate_.nodes[8 * static_cast<std::size_t>(i)] - 1)];
     if (corner[0] == 0) {
       backElements.push_back(i + 1);
       backSides.push_back(kBackSide);

@@ -7,8 +7,8 @@
 /// really starts adds 1 to the tally: 15 when nothing was up. Further calls only count.
 CORE_GEOMETRY_API void DDB_CoreGeometry_initialize(int& tally);
 
-/// Undoes the last start-up in exactly the reverse order. An unbalanced call is not guarded against: it wraps the
-/// counter, and the start-up after it does nothing. A module that the host keeps up by itself loses its
+/// Undoes the last start-up in exactly the reverse order. An unbalanced call is not guarded against: it wraps
+/// the counter, and the start-up after it does nothing. A module that the host keeps up by itself loses its
 /// registrations here.
 CORE_GEOMETRY_API void DDB_CoreGeometry_finalize(int& tally);
 

@@ -2,17 +2,30 @@
 #pragma once
 
 #include <CoreGeometry/CoreGeometryExport.h>
+#include <CoreGeometry/res_OutputPosition.h>
 #include <CoreGeometry/shp_Options.h>
 #include <CoreUtils/aio_ostream.h>
 #include <array>
 #include <span>
 #include <vector>
 
+class gsl_Matrix;
+class gsl_Point;
+class shp_Basis;
 struct shp_Connectivity;
 struct shp_NodePattern;
+struct shp_WeightTables;
 
 /// Iso coordinates (xi, eta, zeta) of a point of an element; 0 in the directions the element does not have.
 using shp_IsoPoint = std::array<double, 3>;
+
+/// Where a point lies in an element.
+enum class shp_Location : int {
+  Outside,
+  Inside,
+  OnBoundary, ///< within the box tolerance of the rim, from either side
+  Degenerate  ///< the element has no volume, area or length there, or is inside out
+};
 
 /// Dimensions, counts, flags, faces and edges of an element shape, all derived from its attribute key.
 ///
@@ -89,6 +102,89 @@ public:
   int ComputeFaceNormal(std::span<const int> elementNodes, int face, std::span<const float> coordinates,
                         std::span<double, 3> normal) const;
 
+  // ask: the isoparametric map. Element nodes are the base nodes, in node order; iso coordinates are
+  // (xi, eta, zeta). Shapes of a single node have no map: answers are false, zero or no values.
+  void GetNodeIsoCoords(int node, std::span<float, 3> iso) const;
+  void IsoParCentroidLocation(std::span<float, 3> iso) const;
+  std::span<const shp_IsoPoint> IntPtCoordinates() const noexcept; ///< of the base points
+  std::span<const shp_IsoPoint> FaceCentreCoordinates() const noexcept;
+  void ShapeFunctions(const shp_IsoPoint& iso, std::span<double> values) const;
+  void ShapeDerivatives(const shp_IsoPoint& iso, std::span<shp_IsoPoint> derivatives) const;
+  void CalculateNodesShapeWeight(std::span<const float, 3> iso, std::span<float> weights) const;
+  void GetCenterNodeWeights(std::span<float> weights) const;
+  const float* GetFcCenterNodeWeights(int face) const noexcept; ///< of the face's nodes; null without map
+  gsl_Point InterpolatePointFromNodes(std::span<const gsl_Point> nodes, std::span<const float, 3> iso) const;
+  /// The last argument is the answer of a shape without a map.
+  float InterpolateResultFromNodes(std::span<const float> values, std::span<const float, 3> iso,
+                                   float otherwise = 0) const;
+  /// Rows x, y, z; columns xi, eta, zeta.
+  gsl_Matrix ShapeFunctionJacobian(std::span<const gsl_Point> nodes, std::span<const float, 3> iso) const;
+  /// Nine values, row by row, for each base integration point; coordinates are three a node.
+  void IntPtJacobians(std::span<const double> coordinates, std::span<double> jacobians) const;
+
+  // ask: real elements; element nodes are indices into the points or coordinates
+  gsl_Point GetFaceCentroid(int face, std::span<const gsl_Point> points,
+                            std::span<const int> elementNodes) const;
+  void Centroid(std::span<const int> elementNodes, std::span<const float> coordinates,
+                std::span<float, 3> centroid) const;
+  /// All NumIntPts() points, three values each; of rings both blocks of a ring are its points.
+  void IntPtCoord(std::span<const float> coordinates, std::span<const int> elementNodes,
+                  std::span<float> points, int& count) const;
+  /// Integral of each node's shape function over the element, by an exact rule: their sum is the volume.
+  /// Linear tetrahedra, hexahedra and wedges; nothing happens for other shapes.
+  void BodyOp(std::span<const gsl_Point> nodes, std::span<float> values) const;
+
+  // ask: from a point to its iso coordinates
+  /// Newton's iteration in single precision from the origin of the iso coordinates. A target that is a node
+  /// within 0.0005 on each axis is found there; simplices have the box of their nodes as bounds; the place on
+  /// lines and surfaces need not be the target. True for what may be taken as in the element.
+  bool FindIsoPointLocation(const gsl_Point& target, std::span<const gsl_Point> nodes,
+                            std::span<float, 3> iso) const;
+  /// True containment: Locate says Inside or OnBoundary.
+  bool FindPointInShape(const gsl_Point& target, std::span<const gsl_Point> nodes,
+                        std::span<float, 3> iso) const;
+  /// In double precision, for elements of any size: damped Newton steps from several starts. Inside includes
+  /// gsl_Util's linear tolerance in iso coordinates; on lines and surfaces the target must lie within a
+  /// millionth of the element's box. The iso coordinates are set when the answer is not Outside or
+  /// Degenerate.
+  shp_Location Locate(const std::array<double, 3>& target, std::span<const double> coordinates,
+                      shp_IsoPoint& iso) const;
+  /// Each target, three values, in its own element: a row of base nodes into the coordinates.
+  void LocateEach(std::span<const double> targets, std::span<const int> connectivity,
+                  std::span<const float> coordinates, std::span<shp_IsoPoint> isos,
+                  std::span<shp_Location> locations) const;
+  /// Where the line through two points enters and leaves the element: parameters are 0 and 1 at the points,
+  /// at most two, the smallest and the largest of all hits. The first hit's point, and the node coordinates
+  /// of its face, or of its edge for lines and for surfaces hit in their plane. True when there is a hit;
+  /// with onlySegment hits beyond the two points do not count.
+  bool LineShapeIntersection(const gsl_Point& from, const gsl_Point& to, std::span<const gsl_Point> nodes,
+                             std::span<double, 2> parameters, std::span<gsl_Point> faceNodes, int& count,
+                             bool onlySegment, gsl_Point& point) const;
+
+  // ask: carrying results. Arrays hold the components of one place after the other. What a shape has no
+  // values for becomes 0. Other positions than integration point, element node, whole element and centroid
+  // are reported as an error on the thread's channel, and give zeros.
+  std::span<const float> IntPtToNodeWeights() const noexcept; ///< a row of base points a base node
+  std::span<const float> IntPtToFaceWeights() const noexcept; ///< a row of base points a face
+  std::span<const float> NodeToFaceWeights() const noexcept;  ///< a row of base nodes a face
+  void ExtrapolateToNodes(std::span<const float> values, res_OutputPositionEnm position,
+                          std::span<float> nodeValues, int numComponents) const; ///< by the one that fits
+  void StdExtrapToNodes(std::span<const float> values, res_OutputPositionEnm position,
+                        std::span<float> nodeValues, int numComponents) const; ///< first ring
+  /// Ring k from the mean of the blocks 2k and 2k + 1 of integration points.
+  void CaxaExtrapToNodes(std::span<const float> values, res_OutputPositionEnm position,
+                         std::span<float> nodeValues, int numComponents) const;
+  /// As ExtrapolateToNodes for elements one after the other; an unknown position is reported once.
+  void ExtrapolateEachToNodes(int numElements, std::span<const float> values, res_OutputPositionEnm position,
+                              std::span<float> nodeValues, int numComponents) const;
+  void ExtrapolateToFaces(std::span<const float> values, res_OutputPositionEnm position,
+                          std::span<float> faceValues, int numComponents) const;
+  /// From MaxIntPtsPerFace() points to the nodes of a face; triangles beside quadrilaterals take the first of
+  /// them. For plane shapes the face is the edge of that number: first, interior, last node. -1: the first
+  /// face with most nodes.
+  void ExtrapolateFromFaceIntPtsToFaceNodes(std::span<const float> values, std::span<float> nodeValues,
+                                            int numComponents, int face = -1) const;
+
   // ask: flags
   bool IsAxiSymmetric() const noexcept;
   bool IsInteraction() const noexcept;
@@ -111,7 +207,8 @@ public:
   const shp_Options& Options() const noexcept { return options_; }
 
   // print
-  void PrintConnectivity(aio_ostream& stream) const; ///< the face and edge tables
+  void PrintConnectivity(aio_ostream& stream) const;   ///< the face and edge tables
+  void PrintWeightsInTable(aio_ostream& stream) const; ///< iso locations and weights
 
 protected:
   ~shp_Topology() = default;
@@ -129,11 +226,15 @@ private:
     int shapeCode = 0;
   };
   void AttachTables();
+  bool HasIntPtTables() const noexcept;
+  bool ExtrapolateOthers(std::span<const float> values, res_OutputPositionEnm position, std::size_t numPlaces,
+                         std::span<float> out, std::size_t numComponents, const char* method) const;
   static Counts DeriveCounts(const shp_Options& options, const shp_NodePattern* pattern);
 
   shp_Options options_;
   const shp_NodePattern* pattern_;       ///< null for points and analytic rigid surfaces
   const shp_Connectivity* connectivity_; ///< null without tables
+  const shp_Basis* basis_ = nullptr;     ///< null without pattern
   Counts counts_;
   int numNodes_ = 0;
   int numIntPts_ = 0;
@@ -141,4 +242,5 @@ private:
   bool isExtrudable_ = false;
   std::span<const int> faceNodes_, edgeNodes_, reversal_; ///< static, or in ringTables_
   std::vector<int> ringTables_;                           ///< of elements with rings
+  const shp_WeightTables* weights_ = nullptr;             ///< null without tables
 };

@@ -6,6 +6,9 @@
 #include <iterator>
 
 namespace {
+constexpr char kUnsupported[] = "This model contains an element type that is not yet supported:\n%s\nThe requested "
+                                "process requires that all element types in the model be supported.";
+
 constexpr const char* kTexts[] = {
     "Computing external element faces...",
     "Computing external element edges...",
@@ -14,9 +17,7 @@ constexpr const char* kTexts[] = {
     "Invalid user node label.",
     "Number of additional edges less than zero - asserting.",
     "Invalid user element label.",
-    "This model contains an element type that is not yet supported:\n%s\nThe requested process requires that "
-    "all "
-    "element types in the model be supported.",
+    kUnsupported,
     "Face list computation error for node %s",
     "Exceeded maximum number of elements.\nGiving up on computing face list.",
     "Edge list computation error for node %s",

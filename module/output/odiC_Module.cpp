@@ -1,10 +1,28 @@
 #include <CoreGeometry/odiC_Module.h>
 
-#include <ddb_Module.h>
+#include "odiC_Component.h"
+
+#include <CoreGeometry/odiC_Exception.h>
+#include <CoreGeometry/res_Component.h>
+#include <CoreGeometry/res_DataType.h>
+#include <CoreGeometry/res_Field.h>
+#include <CoreGeometry/res_Load.h>
+#include <CoreGeometry/res_OutputPosition.h>
+#include <CoreGeometry/res_SetType.h>
 
 namespace {
 omi_CallCounter theCounter;
-constexpr ddb_Module kModule{676, "odiC", {}, {}, {}};
+
+constexpr cls_MetadataFunction kClasses[] = {&odiC_Exception::InitializeMetadata};
+
+template<class... Enums> constexpr auto kListOf = std::array{omu_EnumRegistrar::Of<Enums>()...};
+constexpr auto kEnumerations =
+    kListOf<res_OutputPositionEnm, res_DataTypeEnm, res_MatrixTypeEnm, res_CoordSystemEnm, res_ComponentEnm,
+            res_InvariantEnm, res_FieldCompletenessEnm, res_ClampTypeEnm, res_StorageTypeEnm, res_PairEnm,
+            res_ComplexDisplayEnm, res_SectionResultsEnm, res_LoadBCTypeEnm, res_SetTypeEnm,
+            res_LoadDescriptorEnm>;
+
+constexpr ddb_Module kModule{odiC_kComponent, "odiC", kClasses, {}, kEnumerations};
 } // namespace
 
 void odiC_initialize(int& tally) { ddb_Initialize(theCounter, kModule, tally); }

@@ -131,7 +131,8 @@ TEST(NodeOrderOfTheFormat, AgreesWithTheSidesThatTheExodusLibraryLists) {
   const struct {
     exo_Cell cell;
     const char* type;
-    int numNodes, numSides; ///< of a wedge only the first three: the library miscounts the nodes of the others
+    int numNodes,
+        numSides; ///< of a wedge only the first three: the library miscounts the nodes of the others
   } kSolids[] = {{exo_Cell::Hexahedron, "HEX", 20, 6},
                  {exo_Cell::Hexahedron, "HEX", 27, 6},
                  {exo_Cell::Tetrahedron, "TETRA", 10, 4},

@@ -4,15 +4,20 @@
 #include "shp_AttributeBits.h"
 #include "shp_ConnectivityTable.h"
 
+#include <utility>
+
 using namespace shp_ConnectivityTable;
 
 namespace {
-constexpr bool AreSound(const Tables& all) {
-  for (std::size_t row = 0; row < all.size(); ++row)
-    if (!IsSound(all[row], shp_FindFacts(shp_PatternTable::kPatterns[row].family)->numDims)) return false;
-  return true;
+// each row is a constant of its own, so that none takes more steps than a compiler allows
+template<std::size_t Row>
+constexpr bool
+    kIsSound = IsSound(kClosed[Row], shp_FindFacts(shp_PatternTable::kPatterns[Row].family)->numDims)
+               && IsSound(kOpen[Row], shp_FindFacts(shp_PatternTable::kPatterns[Row].family)->numDims);
+template<std::size_t... Rows> constexpr bool AreSound(std::index_sequence<Rows...>) {
+  return (kIsSound<Rows> && ...);
 }
-static_assert(AreSound(kClosed) && AreSound(kOpen));
+static_assert(AreSound(std::make_index_sequence<kClosed.size()>()));
 
 constexpr const shp_Connectivity& Of(shp_Family family, int numNodes, bool isOpen = false) {
   for (std::size_t row = 0; row < kClosed.size(); ++row)

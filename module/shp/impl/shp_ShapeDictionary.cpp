@@ -36,12 +36,15 @@ constexpr const char* kColumnTitles[] = {
 struct TableSection {
   const char* title;
   const char* labelFormat;
-  void (shp_Shape::*printTables)(aio_ostream&) const; ///< null while shapes have no such tables
+  void (*printTables)(const shp_Shape&, aio_ostream&);
 };
 constexpr TableSection kTableSections[] = {
-    {"   Shape Connectivity Tables:", "---- %18s ----", &shp_Shape::PrintConnectivity},
-    {"   Shape Weight Tables:", "---- %18s ----", nullptr},
-    {"Shape Inverse Topology Tables:", "%18s", &shp_Shape::PrintInverseTable},
+    {"   Shape Connectivity Tables:", "---- %18s ----",
+     [](const shp_Shape& shape, aio_ostream& stream) { shape.PrintConnectivity(stream); }},
+    {"   Shape Weight Tables:", "---- %18s ----",
+     [](const shp_Shape& shape, aio_ostream& stream) { shape.PrintWeightsInTable(stream); }},
+    {"Shape Inverse Topology Tables:", "%18s",
+     [](const shp_Shape& shape, aio_ostream& stream) { shape.PrintInverseTable(stream); }},
 };
 
 // The script is made for hosts that look for exactly this text.
@@ -103,7 +106,7 @@ void shp_ShapeDictionary::PrintShapeTable(aio_ostream& stream) const {
     shp_WriteLine(stream, mediumRuler);
     for (const auto& [label, key] : labelTable_) {
       shp_WriteLine(stream, atr_Format(section.labelFormat, {label}));
-      if (section.printTables) (ShapeOf(label).*section.printTables)(stream);
+      section.printTables(ShapeOf(label), stream);
     }
   }
 }

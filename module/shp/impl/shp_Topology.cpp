@@ -1,9 +1,10 @@
 #include <CoreGeometry/shp_Topology.h>
 
 #include "shp_AttributeBits.h"
+#include "shp_Basis.h"
 #include "shp_Connectivity.h"
 #include "shp_Facts.h"
-#include "shp_NodePattern.h"
+#include "shp_WeightTables.h"
 
 #include <algorithm>
 
@@ -52,6 +53,8 @@ shp_Topology::shp_Topology(const LongKey& key)
     numIntPts_ *= NumRings() * 2;
   }
   AttachTables();
+  if (pattern_) basis_ = &shp_BasisOf(*pattern_);
+  weights_ = shp_FindWeightTables(options_, MaxIntPtsPerFace());
 
   const bool swept = IsAnalyticalRigidSurface() ? !options_.HasBit(shp_Bit::kExtrusion)
                                                 : IsAxiSymmetric() || IsCaxaElement();

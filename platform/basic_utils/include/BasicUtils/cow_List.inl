@@ -61,7 +61,8 @@ template<class T> void cow_List<T>::Rebuild(int slots, int offset) {
   const int first = std::max(0, -offset), end = std::min(TableSlots(), slots - offset);
   for (int i = first; i < end; ++i) {
     Block*& block = table_->Slot(static_cast<std::size_t>(i));
-    table->Slot(static_cast<std::size_t>(i + offset)) = block;
+    const int target = i + offset;
+    table->Slot(static_cast<std::size_t>(target)) = block;
     if (!shared)
       block = nullptr;
     else if (block)
