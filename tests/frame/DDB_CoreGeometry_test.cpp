@@ -56,7 +56,7 @@ TEST(DDB_CoreGeometry, RegistersEverythingOnceAfterEachStart) {
     auto& metadata = omi_Singleton<cls_MetadataRegistrar>::Instance();
     EXPECT_EQ(typ_ArchCompTable::Entries().size(), 8U);
     EXPECT_STREQ(typ_ArchCompTable::Entries().at(812).prefix, "bme");
-    ASSERT_EQ(registrar.Entries().size(), 8U);
+    ASSERT_EQ(registrar.Entries().size(), 16U);
     EXPECT_EQ(registrar.Entries().back().rank, 5U);
     EXPECT_EQ(registrar.Entries()[0].version.Count(), 1);
     const std::size_t functions = metadata.NumFunctions();

@@ -71,18 +71,12 @@ db_ReadPlace& db_ReadPlace::Object() {
   } else {
     row = Integer(*this, 1, std::numeric_limits<long long>::max());
   }
-  cls_Row parent; // conversions of embedded rows may look at their owner
-  parent.typeId = holder->record->TypeId();
-  parent.uid = holder->uid;
-  for (std::size_t i = 0; i < holder->cells.size(); ++i)
-    if (!std::holds_alternative<cls_Blob>(holder->cells[i]))
-      parent.Set(holder->record->Attributes()[i].name, holder->cells[i]);
   reader->Enter(row);
   struct Guard {
     db_Reader& reader;
     ~Guard() { reader.Leave(); }
   } guard{*reader};
-  auto place = reader->PlaceOf(reader->LoadObject(row, holder->id, &parent));
+  auto place = reader->PlaceOf(reader->LoadObject(row, holder->id, holder.get()));
   const unsigned wanted = holder->record->Attributes()[static_cast<std::size_t>(cell)].elemTypeId;
   const auto& registry = omi_Singleton<cls_MetadataRegistrar>::Instance().Registry();
   if (wanted > 1 && !registry.IsA(place->holder->record->TypeId(), wanted))
@@ -156,7 +150,8 @@ std::shared_ptr<void> cls_ReadVisitor::GetObject(const cls_FieldHandle& field, u
   const db_ReadPlace place = At(place_->Object(), field);
   const cls_Cell& cell = place.Cell();
   if (std::holds_alternative<std::monostate>(cell)) return nullptr;
-  return place.reader->Read(Integer(place, 1, std::numeric_limits<long long>::max()), typeId);
+  return place.reader->Read(Integer(place, 1, std::numeric_limits<long long>::max()), typeId, 0,
+                            place.holder.get());
 }
 
 void cls_ReadVisitor::Refuse(const cow_String& what) const { place_->Fail(what); }
@@ -225,7 +220,8 @@ std::vector<std::pair<int, std::shared_ptr<void>>> cls_ReadVisitor::GetObjectMap
     if (key < std::numeric_limits<int>::min() || key > std::numeric_limits<int>::max()
         || (i > 0 && key <= entries[i - 2]))
       place_->Fail("has key " + std::to_string(key) + " out of order or range");
-    result.emplace_back(static_cast<int>(key), place_->reader->Read(entries[i + 1], typeId));
+    result.emplace_back(static_cast<int>(key),
+                        place_->reader->Read(entries[i + 1], typeId, 0, place_->holder.get()));
   }
   return result;
 }

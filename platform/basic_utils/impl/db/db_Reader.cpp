@@ -35,6 +35,18 @@ cls_Row Upgraded(cls_Row row, const cls_ClassMetadata* record, const cow_String&
   }
   return row;
 }
+
+/// The cells of an object but for its arrays.
+cls_Row CellsOf(const db_Object& object) {
+  cls_Row row;
+  row.typeId = object.record->TypeId();
+  row.version = object.record->Version();
+  row.uid = object.uid;
+  for (std::size_t i = 0; i < object.cells.size(); ++i)
+    if (!std::holds_alternative<cls_Blob>(object.cells[i]))
+      row.Set(object.record->Attributes()[i].name, object.cells[i]);
+  return row;
+}
 } // namespace
 
 db_Reader::db_Reader(db_File& file) : file_(file), ownTransaction_(!file.Connection().InTransaction()) {
@@ -58,7 +70,7 @@ long long db_Reader::RowOf(const void* object) const noexcept {
   return found == rows_.end() ? 0 : found->second;
 }
 
-std::shared_ptr<db_Object> db_Reader::LoadObject(long long id, long long owner, const cls_Row* parent) {
+std::shared_ptr<db_Object> db_Reader::LoadObject(long long id, long long owner, const db_Object* parent) {
   db_StoredRow stored = file_.Load(id);
   if (stored.owner != owner)
     file_.Connection().Damaged(db_File::NameOf(stored) + " belongs to another object");
@@ -75,7 +87,8 @@ std::shared_ptr<db_Object> db_Reader::LoadObject(long long id, long long owner, 
   row.typeId = record->TypeId();
   row.version = record->Version();
   row.uid = stored.uid;
-  row.parent = parent;
+  const cls_Row parentRow = parent ? CellsOf(*parent) : cls_Row();
+  row.parent = parent ? &parentRow : nullptr;
   for (std::size_t i = 0; i < stored.cells.size(); ++i)
     row.Set(record->Attributes()[i].name, std::move(stored.cells[i]));
   row = Upgraded(std::move(row), record, file_.Connection().File());
@@ -84,7 +97,8 @@ std::shared_ptr<db_Object> db_Reader::LoadObject(long long id, long long owner, 
   return object;
 }
 
-std::shared_ptr<void> db_Reader::Read(long long row, unsigned typeId, long long owner) {
+std::shared_ptr<void> db_Reader::Read(long long row, unsigned typeId, long long owner,
+                                      const db_Object* parent) {
   const cls_ClassRegistrar& registry = Registry();
   const auto check = [&](unsigned stored) {
     if (registry.IsA(stored, typeId)) return;
@@ -95,7 +109,7 @@ std::shared_ptr<void> db_Reader::Read(long long row, unsigned typeId, long long 
   };
   auto found = objects_.find(row);
   if (found == objects_.end()) {
-    const auto object = LoadObject(row, owner);
+    const auto object = LoadObject(row, owner, parent);
     check(object->record->TypeId());
     Enter(row);
     struct Forget { // a failed read leaves nothing behind

@@ -23,10 +23,12 @@ public:
 
   db_File& File() noexcept { return file_; }
 
-  /// The object of a row as `typeId`, which its class must be or derive from. `owner` as in LoadObject.
-  std::shared_ptr<void> Read(long long row, unsigned typeId, long long owner = 0);
-  /// The row with its layout brought up to date. `owner` is the row it must be embedded in, 0 for none.
-  std::shared_ptr<db_Object> LoadObject(long long row, long long owner, const cls_Row* parent = nullptr);
+  /// The object of a row as `typeId`, which its class must be or derive from. The rest as in LoadObject.
+  std::shared_ptr<void> Read(long long row, unsigned typeId, long long owner = 0,
+                             const db_Object* parent = nullptr);
+  /// The row with its layout brought up to date. `owner` is the row it must be embedded in, 0 for none;
+  /// conversions may look at `parent`, the object that embeds it or refers to it.
+  std::shared_ptr<db_Object> LoadObject(long long row, long long owner, const db_Object* parent = nullptr);
   /// Where a shortcut leads.
   cls_Location Resolve(std::string_view path);
   std::shared_ptr<db_ReadPlace> PlaceOf(std::shared_ptr<db_Object> object);

@@ -321,7 +321,9 @@ void db_Writer::Rewrite(long long row, unsigned typeId) {
     const db_StoredRow old = file_.Load(row);
     db_Reader session(file_);
     const auto& record = CurrentRecord(typeId);
-    cls_ReadVisitor visitor(session.PlaceOf(session.LoadObject(row, old.owner)));
+    const long long parentRow = old.owner != 0 ? old.owner : ReferrerOf(row);
+    const auto parent = parentRow != 0 ? session.LoadObject(parentRow, file_.Load(parentRow).owner) : nullptr;
+    cls_ReadVisitor visitor(session.PlaceOf(session.LoadObject(row, old.owner, parent.get())));
     const std::shared_ptr<void> object(record.Create()(visitor), record.Destroy());
     std::vector<long long> embedded;
     {
@@ -345,6 +347,16 @@ void db_Writer::Rewrite(long long row, unsigned typeId) {
     for (const long long child : embedded)
       file_.Statement("DELETE FROM object WHERE id = ?1").BindAll(child).Run();
   });
+}
+
+long long db_Writer::ReferrerOf(long long row) {
+  if (!referrers_) { // upgrading changes none of these
+    auto& all = referrers_.emplace();
+    db_Statement refs(file_.Connection(), "SELECT child, parent FROM ref ORDER BY parent");
+    while (refs.Step()) all.emplace(refs.Int(0), refs.Int(1));
+  }
+  const auto found = referrers_->find(row);
+  return found == referrers_->end() ? 0 : found->second;
 }
 
 bool db_Writer::Exists(long long row) {

@@ -4,6 +4,7 @@
 #include "db_File.h"
 
 #include <functional>
+#include <optional>
 #include <set>
 
 /// An object that is being written: its cells, and the embedded objects below it.
@@ -69,6 +70,7 @@ private:
   /// Runs a change that leaves everything as it was when it throws.
   void Guarded(const std::function<void()>& change);
   bool Exists(long long row);
+  long long ReferrerOf(long long row); ///< an object that refers to it, 0 when none does
   void PutRoot(const cow_String& root, long long row);
   void AnnounceProgress(const void* object, WriteFunction write);
   void Advance(std::size_t bytes);
@@ -84,7 +86,8 @@ private:
   std::map<Identity, db_Written> written_;
   std::vector<Identity> undo_; ///< identities that the running change has added
   std::vector<std::shared_ptr<const void>> kept_;
-  std::vector<long long> candidates_; ///< rows that may have lost their last reference
+  std::optional<std::map<long long, long long>> referrers_; ///< child -> parent, once an upgrade asks for it
+  std::vector<long long> candidates_;                       ///< rows that may have lost their last reference
   bool collected_ = false;
 
   long long replacedRow_ = 0;         ///< row that the next owned object is written over

@@ -56,7 +56,7 @@ public:
   unsigned typeId = 0;
   int version = 0;
   cls_Uid uid;
-  const cls_Row* parent = nullptr; ///< row of the owner while an embedded row is converted
+  const cls_Row* parent = nullptr; ///< of what embeds or refers to a row while it is converted
 
   // ask
   bool Has(std::string_view name) const noexcept { return Find(name) != nullptr; }

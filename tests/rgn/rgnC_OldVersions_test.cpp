@@ -1,0 +1,107 @@
+#include <CoreGeometry/rgnC_Region.h>
+#include <StoredTest.h>
+
+namespace {
+class rgnC_OldVersions : public StoredTest {
+protected:
+  /// The fields that every layout of a region has; the shortcut leads to "sets/Skin".
+  static cls_Row Region(cls_WritePass& pass) {
+    cls_Row path, shortcut, row;
+    path.SetText("path", "sets/Skin");
+    shortcut.SetOwned("impl", pass.PutRow(rgnC_SetDataIMPLSC::TypeId(), 1, path));
+    row.SetText("name", "Skin").SetInt("internal", 1);
+    row.SetEmbedded("setData", pass.PutRow(rgnC_SetDataShortcut::TypeId(), 1, shortcut));
+    return row;
+  }
+  /// Checks what the root reads as: from the file as it is, and once more after an upgrade of it.
+  template<class T, class Check> void ReadAndUpgrade(const cow_String& root, Check check) {
+    check(*cls_Database::Open(file_).Get<T>(root));
+    cls_Database db = cls_Database::Open(file_, cls_Database::Mode::ReadWrite);
+    EXPECT_TRUE(db.IsOutdated());
+    EXPECT_GE(db.Upgrade(), 1);
+    EXPECT_FALSE(db.IsOutdated());
+    check(*db.Get<T>(root));
+  }
+};
+} // namespace
+
+TEST_F(rgnC_OldVersions, RegionsBecomeCurrentOnes) {
+  struct Case {
+    int version;
+    const char* typeField;
+    int type, bits;
+  };
+  for (const Case& c :
+       {Case{203, "_type", 4, 16}, Case{204, "_typeObsolete", 0, 1}, Case{204, "_typeObsolete", 32, 0},
+        Case{203, "_type", 31, -2147483647 - 1}, Case{203, "_type", -1, 0}, Case{331, "_typeObsolete", 4, 7},
+        Case{1004, nullptr, 0, 7}}) {
+    std::filesystem::remove(file_);
+    {
+      cls_Database db = Create();
+      cls_WritePass pass(db);
+      cls_Row row = Region(pass);
+      if (c.typeField) row.SetInt(c.typeField, c.type);
+      if (c.version > 300) {
+        const cow_String owners[] = {"rootAssembly", "Part-1"};
+        row.SetTexts("_ownerNames", owners).SetInt("_space", 3).SetInt("_setTypeBits", 7);
+      }
+      pass.PutRow("it", rgnC_Region::TypeId(), c.version, row);
+      pass.Commit();
+    }
+    ReadAndUpgrade<rgnC_Region>("it", [&](const rgnC_Region& region) {
+      EXPECT_EQ(region.Name(), "Skin");
+      EXPECT_TRUE(region.IsInternal());
+      EXPECT_EQ(region.GetSetTypeBits(), c.bits) << c.version << " " << c.type;
+      EXPECT_EQ(region.Space(), c.version > 300 ? 3 : 0);
+      EXPECT_TRUE(region.OwnerNames()
+                  == (c.version > 300 ? cow_List<cow_String>{"Assembly", "Part-1"} : cow_List<cow_String>{}));
+      EXPECT_EQ(region.GetSetData().Path(), "sets/Skin");
+    });
+  }
+}
+
+TEST_F(rgnC_OldVersions, SetsBecomeCurrentOnesAndSubsetsTakeTheirKind) {
+  {
+    cls_Database db = Create();
+    cls_WritePass pass(db);
+    const int ids[] = {5, 6}, facets[] = {1, 2};
+    cls_Row subset;
+    subset.SetInt("setIndex", 4).SetInt("subsetIndex", 1).SetInts("idArray", ids).SetInt("meshIndex", 2);
+    subset.SetInt("classIndex", 3).SetInt("constructionOk", 1);
+    cls_Row third = subset, second = subset;
+    subset.SetInt("numItems", 2);
+    second.SetInts("facetIdArray", facets).SetText("subsetType", "SURFACE_FACET");
+    third = second;
+    second.SetInt("numItems", 2);
+    const unsigned type = rgnC_SubsetData::TypeId();
+    const std::pair<long long, long long> subsets[] = {{0, pass.PutRow(type, 203, subset)},
+                                                       {1, pass.PutRow(type, 303, second)},
+                                                       {2, pass.PutRow(type, 316, third)}};
+    cls_Row set;
+    set.SetInt("setIndex", 4).SetText("setLabel", "Skin").SetInt("numSubset", 3);
+    set.SetText("setType", "ELEMENT_SET").SetInt("internalSet", 1).SetInt("constructionOk", 1);
+    set.SetOwnedMap("subsetList", subsets);
+    pass.PutRow("it", rgnC_SetData::TypeId(), 203, set);
+    pass.PutRow("alone", type, 203, subset);
+    pass.Commit();
+  }
+  EXPECT_EQ(cls_Database::Open(file_).Get<rgnC_SubsetData>("alone")->SubsetType(), res_NODE_SET);
+  ReadAndUpgrade<rgnC_SetData>("it", [](const rgnC_SetData& set) {
+    EXPECT_EQ(set.GetSetLabel(), "Skin");
+    EXPECT_EQ(set.GetSetType(), res_ELEMENT_SET);
+    EXPECT_TRUE(set.IsInternal() && set.IsConstructionOk());
+    EXPECT_FALSE(set.IsUnsorted());
+    const res_SetTypeEnm types[] = {res_ELEMENT_SET, res_SURFACE_FACET, res_SURFACE_FACET};
+    for (int i = 0; i < 3; ++i) {
+      const rgnC_SubsetData& subset = set.SubSet(i);
+      EXPECT_EQ(subset.SubsetType(), types[i]) << i;
+      EXPECT_EQ(subset.FacetIdArray().size(), i == 0 ? 0U : 2U);
+      EXPECT_EQ(subset.LookupIndex(6), 1);
+      EXPECT_EQ(subset.MeshIndex(), 2);
+      EXPECT_EQ(subset.ClassIndex(), 3);
+      EXPECT_TRUE(subset.IsConstructionOk());
+      EXPECT_FALSE(subset.IsUnsorted());
+    }
+  });
+  EXPECT_EQ(cls_Database::Open(file_).Get<rgnC_SubsetData>("alone")->SubsetType(), res_NODE_SET);
+}
