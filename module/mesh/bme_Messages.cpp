@@ -6,8 +6,9 @@
 #include <iterator>
 
 namespace {
-constexpr char kUnsupported[] = "This model contains an element type that is not yet supported:\n%s\nThe requested "
-                                "process requires that all element types in the model be supported.";
+constexpr char kUnsupported[] =
+    "This model contains an element type that is not yet supported:\n%s\nThe requested "
+    "process requires that all element types in the model be supported.";
 
 constexpr const char* kTexts[] = {
     "Computing external element faces...",
