@@ -181,7 +181,7 @@ void bme_ElementClass::SetElemType(const cow_String& elemType) {
   bme_ElementClass changed = *this;
   changed.elemTypeLabel_ = elemType;
   changed.FindShape();
-  *this = std::move(changed);
+  *this = changed;
 }
 
 void bme_ElementClass::SetRegion(int regionIndex, int regionClassIndex) noexcept {

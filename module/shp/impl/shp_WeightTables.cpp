@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <numeric>
 
 namespace {
 using Matrix = shp_WeightTables::Matrix;
@@ -30,6 +31,7 @@ public:
       for (std::size_t i = 0; i < size; ++i)
         for (std::size_t j = 0; j < size; ++j) normal[i][j] += row[i] * row[j];
     std::vector<const double*> rows;
+    rows.reserve(size);
     for (const auto& row : normal) rows.push_back(row.data());
     solver_.SetMatrix(rows.data(), static_cast<unsigned>(size));
   }
@@ -114,8 +116,8 @@ private:
   }
 
   void BuildCentres() {
-    std::vector<int> corners;
-    for (int k = 0; k < shp_FindFacts(pattern_.family)->NumCorners(); ++k) corners.push_back(k);
+    std::vector<int> corners(static_cast<std::size_t>(shp_FindFacts(pattern_.family)->NumCorners()));
+    std::iota(corners.begin(), corners.end(), 0);
     tables_->centroid = Mean(nodes_, corners);
     AppendRow(tables_->centre, NodeWeights(tables_->centroid));
     for (int face = 0; face < connectivity_.numFaces; ++face) {
