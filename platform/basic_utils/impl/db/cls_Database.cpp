@@ -129,14 +129,19 @@ long long cls_Database::Upgrade() {
 void cls_Database::Compact() {
   db_Connection& connection = file_->Connection();
   connection.Execute("BEGIN IMMEDIATE");
-  connection.Execute("CREATE TEMP TABLE live AS WITH RECURSIVE live(id) AS (SELECT object FROM root "
-                     "UNION SELECT child FROM ref JOIN live ON parent = live.id "
-                     "UNION SELECT o.id FROM object o JOIN live ON o.owner = live.id) SELECT id FROM live;"
-                     "CREATE UNIQUE INDEX temp.live_id ON live(id);"
-                     "DELETE FROM ref WHERE parent NOT IN (SELECT id FROM live);"
-                     "DELETE FROM object WHERE id NOT IN (SELECT id FROM live);"
-                     "DROP TABLE live");
-  connection.Execute("COMMIT");
+  try {
+    connection.Execute("CREATE TEMP TABLE live AS WITH RECURSIVE live(id) AS (SELECT object FROM root "
+                       "UNION SELECT child FROM ref JOIN live ON parent = live.id "
+                       "UNION SELECT o.id FROM object o JOIN live ON o.owner = live.id) SELECT id FROM live;"
+                       "CREATE UNIQUE INDEX temp.live_id ON live(id);"
+                       "DELETE FROM ref WHERE parent NOT IN (SELECT id FROM live);"
+                       "DELETE FROM object WHERE id NOT IN (SELECT id FROM live);"
+                       "DROP TABLE live");
+    connection.Execute("COMMIT");
+  } catch (...) {
+    sqlite3_exec(connection.Handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+    throw;
+  }
   connection.Execute("VACUUM");
 }
 
