@@ -24,7 +24,7 @@ void* bme_Mesh::Ctor(cls_ReadVisitor& visitor) {
   return new bme_Mesh(visitor);
 }
 void bme_Mesh::InitializeMetadata(cls_ClassRegistrar& registrar) {
-  cls_DescribeClass<bme_Mesh>(registrar, "bme_Mesh", 508, StoredFields());
+  cls_DescribeClass<bme_Mesh>(registrar, "bme_Mesh", 508, StoredFields()).AddTimeStamp("timeStamp");
 }
 
 bme_Mesh::bme_Mesh() : bme_Mesh(bme_ORPHAN_MESH) {}

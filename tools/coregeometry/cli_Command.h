@@ -26,3 +26,6 @@ void cli_AddQuery(CLI::App& app);
 void cli_AddUpgrade(CLI::App& app);
 void cli_AddCompact(CLI::App& app);
 void cli_AddShapes(CLI::App& app);
+void cli_AddCheck(CLI::App& app);
+void cli_AddDiff(CLI::App& app);
+void cli_AddDump(CLI::App& app);

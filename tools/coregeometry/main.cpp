@@ -23,6 +23,9 @@ int Run(int argc, char** argv) {
   cli_AddUpgrade(app);
   cli_AddCompact(app);
   cli_AddShapes(app);
+  cli_AddCheck(app);
+  cli_AddDiff(app);
+  cli_AddDump(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -30,6 +30,11 @@ cls_ClassMetadata& cls_ClassMetadata::AddAlias(const cls_FieldHandle& alias, con
   return *this;
 }
 
+cls_ClassMetadata& cls_ClassMetadata::AddTimeStamp(const cls_FieldHandle& field) {
+  timeStamp_ = field.Name();
+  return *this;
+}
+
 int cls_ClassMetadata::Find(std::string_view field) const noexcept {
   const auto found = std::find_if(attributes_.begin(), attributes_.end(),
                                   [&](const Attribute& attribute) { return attribute.name == field; });
@@ -114,4 +119,25 @@ void cls_MetadataRegistrar::Clear() {
   functions_.clear();
   next_ = 0;
   registry_.Clear();
+}
+
+cls_Row cls_ClassRegistrar::ConvertOnce(const cls_Row& row) const {
+  const cls_ClassMetadata* const record = Find(row.typeId, row.version);
+  const cls_ClassMetadata* const target =
+      record && record->Next() ? Find(row.typeId, record->Next()->version) : nullptr;
+  if (!target)
+    throw nex_TextException("objects of " + (record ? record->Name() : "class " + std::to_string(row.typeId))
+                            + " version " + std::to_string(row.version)
+                            + " cannot be converted: the layout names no known successor");
+  cls_Row converted;
+  converted.typeId = row.typeId;
+  converted.version = target->Version();
+  converted.uid = row.uid;
+  converted.parent = row.parent;
+  for (const auto& attribute : target->Attributes()) {
+    const cls_Cell* const same = row.Find(attribute.name);
+    converted.Set(attribute.name, same ? *same : cls_Cell(cls_DefaultValue{}));
+  }
+  if (const auto convert = record->Next()->convert) convert(row, converted, row.version);
+  return converted;
 }

@@ -149,11 +149,13 @@ void cls_Database::Backup(const cow_String& file) const {
   db_Connection target(file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
   if (target.Number("SELECT count(*) FROM sqlite_master") != 0)
     throw nex_TextException(file + ": exists already");
-  sqlite3_backup* backup = sqlite3_backup_init(target.Handle(), "main", file_->Connection().Handle(), "main");
-  if (!backup) target.Fail(sqlite3_extended_errcode(target.Handle()));
-  const int code = sqlite3_backup_step(backup, -1);
-  sqlite3_backup_finish(backup);
-  if (code != SQLITE_DONE) target.Fail(code);
+  file_->Connection().CopyTo(target);
+}
+
+cls_Database cls_Database::Converted() const {
+  cls_Database copy(db_File::CopyInMemory(*file_));
+  copy.Upgrade();
+  return copy;
 }
 
 void cls_Database::SetBusyTimeout(int milliseconds) {

@@ -7,11 +7,13 @@
 #include <limits>
 
 void db_ReadPlace::Fail(const cow_String& what) const {
-  cow_String where = reader->File().Connection().File() + ": object " + std::to_string(holder->id) + " of "
-                     + holder->record->Name();
-  if (cell >= 0) where += ", field " + holder->record->Attributes()[static_cast<std::size_t>(cell)].name;
-  if (element >= 0) where += "[" + std::to_string(element) + "]";
-  throw nex_TextException(where + ": " + what);
+  const cow_String& className = holder->record->Name();
+  cow_String field;
+  if (cell >= 0) field = holder->record->Attributes()[static_cast<std::size_t>(cell)].name;
+  if (element >= 0) field += "[" + std::to_string(element) + "]";
+  throw db_PlaceException(reader->File().Connection().File() + ": object " + std::to_string(holder->id)
+                              + " of " + className + (field.empty() ? "" : ", field " + field) + ": " + what,
+                          className, holder->id, field);
 }
 
 const cls_Cell& db_ReadPlace::Cell() const {

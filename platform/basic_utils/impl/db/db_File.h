@@ -41,6 +41,7 @@ class db_File {
 public:
   static std::unique_ptr<db_File> Create(const cow_String& file, const cls_Database::Options& options);
   static std::unique_ptr<db_File> Open(const cow_String& file, cls_Database::Mode mode);
+  static std::unique_ptr<db_File> CopyInMemory(db_File& file); ///< goes by the same name in messages
 
   db_Connection& Connection() noexcept { return connection_; }
   bool IsReadOnly() const noexcept { return readOnly_; }
@@ -74,7 +75,7 @@ public:
   static cow_String NameOf(const db_StoredRow& row);
 
 private:
-  db_File(const cow_String& file, int flags, bool readOnly);
+  db_File(const cow_String& file, const cow_String& path, int flags, bool readOnly);
   void CheckSchema();
   static std::string TableOf(const db_Class& type);
   std::string CreateTableSql(const db_Class& type) const;

@@ -12,27 +12,13 @@ constexpr int kDeepestNesting = 500;
 cls_ClassRegistrar& Registry() { return omi_Singleton<cls_MetadataRegistrar>::Instance().Registry(); }
 
 /// Brings a row of a superseded layout up to date, one named successor after the other.
-cls_Row Upgraded(cls_Row row, const cls_ClassMetadata* record, const cow_String& file) {
-  for (int steps = 0; !record->IsCurrent(); ++steps) {
-    const auto& next = record->Next();
-    const auto* target = next ? Registry().Find(record->TypeId(), next->version) : nullptr;
-    if (!target || steps > 100)
-      throw nex_TextException(file + ": objects of " + record->Name() + " version "
-                              + std::to_string(record->Version())
-                              + " cannot be converted: the layout names no known successor");
-    cls_Row converted;
-    converted.typeId = row.typeId;
-    converted.version = target->Version();
-    converted.uid = row.uid;
-    converted.parent = row.parent;
-    for (const auto& attribute : target->Attributes()) {
-      const cls_Cell* same = row.Find(attribute.name);
-      converted.Set(attribute.name, same ? *same : cls_Cell(cls_DefaultValue{}));
+cls_Row Upgraded(cls_Row row, const cow_String& file) {
+  for (int steps = 0; !Registry().Find(row.typeId, row.version)->IsCurrent(); ++steps) try {
+      if (steps > 100) throw nex_TextException("layouts name each other as successors without end");
+      row = Registry().ConvertOnce(row);
+    } catch (const nex_TextException& failure) {
+      throw nex_TextException(file + ": " + failure.Message());
     }
-    if (next->convert) next->convert(row, converted, record->Version());
-    row = std::move(converted);
-    record = target;
-  }
   return row;
 }
 
@@ -74,9 +60,21 @@ std::shared_ptr<db_Object> db_Reader::LoadObject(long long id, long long owner, 
   db_StoredRow stored = file_.Load(id);
   if (stored.owner != owner)
     file_.Connection().Damaged(db_File::NameOf(stored) + " belongs to another object");
+  return UpToDate(std::move(stored), parent);
+}
+
+std::shared_ptr<db_Object> db_Reader::LoadChild(long long id, const db_Object& parent) {
+  db_StoredRow stored = file_.Load(id);
+  if (stored.owner != 0 && stored.owner != parent.id)
+    file_.Connection().Damaged(db_File::NameOf(stored) + " belongs to another object");
+  return UpToDate(std::move(stored), &parent);
+}
+
+std::shared_ptr<db_Object> db_Reader::UpToDate(db_StoredRow stored, const db_Object* parent) {
   const cls_ClassMetadata* record = &file_.RecordOf(*stored.type);
   auto object = std::make_shared<db_Object>();
-  object->id = id;
+  object->id = stored.id;
+  object->owner = stored.owner;
   object->uid = stored.uid;
   object->record = record;
   if (record->IsCurrent()) {
@@ -91,7 +89,7 @@ std::shared_ptr<db_Object> db_Reader::LoadObject(long long id, long long owner, 
   row.parent = parent ? &parentRow : nullptr;
   for (std::size_t i = 0; i < stored.cells.size(); ++i)
     row.Set(record->Attributes()[i].name, std::move(stored.cells[i]));
-  row = Upgraded(std::move(row), record, file_.Connection().File());
+  row = Upgraded(std::move(row), file_.Connection().File());
   object->record = Registry().Current(record->TypeId());
   for (const auto& attribute : object->record->Attributes()) object->cells.push_back(row.Get(attribute.name));
   return object;

@@ -9,6 +9,7 @@ struct db_ReadPlace;
 struct db_Object {
   const cls_ClassMetadata* record = nullptr;
   long long id = 0;
+  long long owner = 0; ///< row that it is embedded in, 0 for none
   cls_Uid uid;
   std::vector<cls_Cell> cells; ///< in the record's order
 };
@@ -29,6 +30,8 @@ public:
   /// The row with its layout brought up to date. `owner` is the row it must be embedded in, 0 for none;
   /// conversions may look at `parent`, the object that embeds it or refers to it.
   std::shared_ptr<db_Object> LoadObject(long long row, long long owner, const db_Object* parent = nullptr);
+  /// The same for an object that `parent` either embeds or refers to.
+  std::shared_ptr<db_Object> LoadChild(long long row, const db_Object& parent);
   /// Where a shortcut leads.
   cls_Location Resolve(std::string_view path);
   std::shared_ptr<db_ReadPlace> PlaceOf(std::shared_ptr<db_Object> object);
@@ -46,6 +49,8 @@ public:
   long long RowOf(const void* object) const noexcept;
 
 private:
+  std::shared_ptr<db_Object> UpToDate(db_StoredRow stored, const db_Object* parent);
+
   db_File& file_;
   bool ownTransaction_;
   struct Known {
@@ -56,6 +61,18 @@ private:
   std::map<const void*, long long> rows_;
   int depth_ = 0;
   double expected_ = 0, done_ = 0;
+};
+
+/// Wrong data at a known place.
+class db_PlaceException : public nex_TextException {
+public:
+  db_PlaceException(const cow_String& message, cow_String objectClass, long long objectRow,
+                    cow_String fieldName)
+      : nex_TextException(message), className(std::move(objectClass)), object(objectRow),
+        field(std::move(fieldName)) {}
+  cow_String className;
+  long long object;
+  cow_String field;
 };
 
 /// What a read visitor stands for: an object, or a cell of one, or an element of a list cell.

@@ -82,7 +82,7 @@ std::unique_ptr<db_File> db_File::Create(const cow_String& file, const cls_Datab
     throw nex_TextException(file + ": page size " + std::to_string(size)
                             + " is not a power of two from 512 to 65536");
   std::unique_ptr<db_File> result(
-      new db_File(file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, /*readOnly=*/false));
+      new db_File(file, file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, /*readOnly=*/false));
   db_Connection& connection = result->connection_;
   connection.Execute(("PRAGMA page_size=" + std::to_string(size)).c_str());
   connection.Execute("PRAGMA journal_mode=DELETE");
@@ -104,13 +104,21 @@ std::unique_ptr<db_File> db_File::Open(const cow_String& file, cls_Database::Mod
   if (!HasContent(file)) throw nex_TextException(file + ": is empty, not a model database");
   const bool readOnly = mode == cls_Database::Mode::ReadOnly;
   std::unique_ptr<db_File> result(
-      new db_File(file, readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE, readOnly));
+      new db_File(file, file, readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE, readOnly));
   result->CheckSchema();
   return result;
 }
 
-db_File::db_File(const cow_String& file, int flags, bool readOnly)
-    : connection_(file, flags), readOnly_(readOnly) {}
+std::unique_ptr<db_File> db_File::CopyInMemory(db_File& file) {
+  std::unique_ptr<db_File> result(new db_File(
+      file.connection_.File(), ":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, /*readOnly=*/false));
+  file.connection_.CopyTo(result->connection_);
+  result->CheckSchema();
+  return result;
+}
+
+db_File::db_File(const cow_String& file, const cow_String& path, int flags, bool readOnly)
+    : connection_(file, path, flags), readOnly_(readOnly) {}
 
 void db_File::CheckSchema() {
   if (connection_.Number("PRAGMA application_id") != kApplicationId)

@@ -5,9 +5,9 @@
 
 cls_BusyException::~cls_BusyException() = default;
 
-db_Connection::db_Connection(cow_String file, int flags) : file_(std::move(file)) {
+db_Connection::db_Connection(cow_String file, const cow_String& path, int flags) : file_(std::move(file)) {
   sqlite3* opened = nullptr;
-  const int code = sqlite3_open_v2(file_.c_str(), &opened, flags | SQLITE_OPEN_EXRESCODE, nullptr);
+  const int code = sqlite3_open_v2(path.c_str(), &opened, flags | SQLITE_OPEN_EXRESCODE, nullptr);
   handle_.reset(opened);
   if (code != SQLITE_OK) Fail(code);
   sqlite3_busy_timeout(opened, 5000);
@@ -27,6 +27,14 @@ void db_Connection::Execute(const char* sql) {
 long long db_Connection::Number(const char* sql) {
   db_Statement statement(*this, sql);
   return statement.Step() ? statement.Int(0) : 0;
+}
+
+void db_Connection::CopyTo(db_Connection& target) {
+  sqlite3_backup* backup = sqlite3_backup_init(target.Handle(), "main", Handle(), "main");
+  if (!backup) target.Fail(sqlite3_extended_errcode(target.Handle()));
+  const int code = sqlite3_backup_step(backup, -1);
+  sqlite3_backup_finish(backup);
+  if (code != SQLITE_DONE) target.Fail(code);
 }
 
 void db_Connection::Fail(int code) const {

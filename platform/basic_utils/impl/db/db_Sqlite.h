@@ -58,12 +58,15 @@ private:
 /// One connection to one file.
 class db_Connection {
 public:
-  db_Connection(cow_String file, int flags);
+  db_Connection(cow_String file, int flags) : db_Connection(file, file, flags) {}
+  /// Opens `path` and calls it `file` in messages.
+  db_Connection(cow_String file, const cow_String& path, int flags);
 
   const cow_String& File() const noexcept { return file_; }
   sqlite3* Handle() const noexcept { return handle_.get(); }
   void Execute(const char* sql);
-  long long Number(const char* sql); ///< first column of the first row
+  long long Number(const char* sql);  ///< first column of the first row
+  void CopyTo(db_Connection& target); ///< everything; the target is overwritten
   bool InTransaction() const noexcept { return sqlite3_get_autocommit(handle_.get()) == 0; }
 
   [[noreturn]] void Fail(int code) const;

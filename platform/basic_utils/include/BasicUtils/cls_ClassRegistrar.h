@@ -77,6 +77,8 @@ public:
   cls_ClassMetadata& AddWriter(Writer writer);
   /// Another name by which shortcuts may call a field.
   cls_ClassMetadata& AddAlias(const cls_FieldHandle& alias, const cls_FieldHandle& field);
+  /// A field that says when and not what: dumps and comparisons leave it out.
+  cls_ClassMetadata& AddTimeStamp(const cls_FieldHandle& field);
   void SetSuccessor(int version, cls_RowConversion convert) { successor_ = Successor{version, convert}; }
 
   // ask
@@ -92,6 +94,7 @@ public:
   const std::optional<Successor>& Next() const noexcept { return successor_; }
   /// Position of a field, -1 when the layout has none of that name.
   int Find(std::string_view field) const noexcept;
+  bool IsTimeStamp(std::string_view field) const noexcept { return field == timeStamp_; }
   /// The field that a shortcut's member name means: an alias is replaced, other names stay.
   std::string_view MemberField(std::string_view member) const noexcept;
 
@@ -105,6 +108,7 @@ private:
   std::vector<Attribute> attributes_;
   std::vector<Base> bases_;
   std::vector<std::pair<cow_String, cow_String>> aliases_;
+  cow_String timeStamp_; ///< empty when there is none
   std::optional<Successor> successor_;
 };
 
@@ -125,6 +129,10 @@ public:
   bool IsA(unsigned typeId, unsigned baseTypeId) const noexcept;
   /// The object as its base class; null when it does not derive from it.
   void* Upcast(void* object, unsigned typeId, unsigned baseTypeId) const noexcept;
+  /// A row of a superseded layout in the layout that succeeds it: same-named fields are copied, new ones have
+  /// no value (cls_DefaultValue) unless the conversion gives them one. Throws nex_TextException when the
+  /// layout names no known successor.
+  cls_Row ConvertOnce(const cls_Row& row) const;
   const std::map<std::pair<unsigned, int>, cls_ClassMetadata>& Records() const noexcept { return records_; }
   void Clear() { records_.clear(); }
 

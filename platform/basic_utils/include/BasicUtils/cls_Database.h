@@ -7,6 +7,7 @@
 #include <memory>
 
 class db_File;
+struct db_Access;
 class cls_Database;
 
 /// The file is in use by another process or connection; the call can be repeated.
@@ -93,6 +94,8 @@ public:
   void Compact();
   /// Copies the database as it is now into a new file.
   void Backup(const cow_String& file) const;
+  /// A copy in memory with every object in its current layout; this file stays as it is.
+  cls_Database Converted() const;
   void SetBusyTimeout(int milliseconds); ///< 5000 unless set
   /// Lets SQLite map the file into memory: faster when warm, but a file that another program cuts short
   /// then ends the process.
@@ -108,4 +111,5 @@ private:
 
   std::unique_ptr<db_File> file_;
   friend class cls_WritePass;
+  friend struct db_Access;
 };

@@ -1,0 +1,33 @@
+// chk_Findings.h: what the checks of stored objects find
+#pragma once
+
+#include <BasicUtils/cls_Check.h>
+#include <span>
+
+class bme_Mesh;
+
+/// A finding about one root of a model, with the labels of the nodes or elements that it is about.
+struct chk_Finding : cls_Finding {
+  cow_String root;
+  std::vector<long long> labels; ///< the first kMostLabels of them
+  long long count = 0;           ///< of all of them
+  static constexpr std::size_t kMostLabels = 20;
+};
+
+/// Collects the findings about one root.
+class chk_Findings {
+public:
+  chk_Findings(cow_String root, std::vector<chk_Finding>& findings)
+      : root_(std::move(root)), findings_(findings) {}
+
+  void Add(cow_String className, cow_String field, cow_String what, cow_String advice,
+           std::span<const long long> labels = {}, cls_Finding::Weight weight = cls_Finding::Weight::Fault);
+
+private:
+  cow_String root_;
+  std::vector<chk_Finding>& findings_;
+};
+
+/// Consistency of a mesh: lengths, connectivity within the node table, unique labels, finite coordinates,
+/// known element types.
+void chk_Mesh(const bme_Mesh& mesh, chk_Findings& findings);
