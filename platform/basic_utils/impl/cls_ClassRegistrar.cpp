@@ -141,3 +141,14 @@ cls_Row cls_ClassRegistrar::ConvertOnce(const cls_Row& row) const {
   if (const auto convert = record->Next()->convert) convert(row, converted, row.version);
   return converted;
 }
+
+const cow_String& cls_ClassRegistrar::PresentName(const cow_String& stored) const noexcept {
+  for (const auto& renaming : changes_.renamedClasses)
+    if (renaming.from == stored) return renaming.to;
+  return stored;
+}
+
+void cls_ClassRegistrar::Clear() {
+  records_.clear();
+  changes_ = {};
+}

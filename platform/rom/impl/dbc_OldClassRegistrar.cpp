@@ -43,7 +43,11 @@ void dbc_OldClassRegistrar::Describe(cls_ClassRegistrar& registrar) {
   for (const Entry& entry : fresh) {
     entry.version->InitializeMetadata(registrar);
     entry.version->SchemaChanges(converter_);
+    entry.version->ClassesToDelete(converter_);
+    entry.version->ClassesToRename(converter_);
+    entry.version->TablesToRename(converter_);
   }
+  if (!fresh.empty()) registrar.SetChanges(converter_.Changes());
 }
 
 void dbc_OldClassRegistrar::Clear() {

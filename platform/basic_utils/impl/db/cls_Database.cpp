@@ -1,6 +1,7 @@
 #include "db_Reader.h"
 #include "db_Writer.h"
 
+#include <BasicUtils/cls_MetadataRegistrar.h>
 #include <BasicUtils/cls_WritePass.h>
 #include <algorithm>
 
@@ -43,7 +44,8 @@ std::vector<cls_Database::StoredClass> cls_Database::Classes() const {
     count.Step();
     bool outdated = false;
     try {
-      outdated = !file_->RecordOf(*type).IsCurrent();
+      const auto& record = file_->RecordOf(*type);
+      outdated = !record.IsCurrent() || record.Name() != type->name;
     } catch (
         const nex_TextException&) { // NOLINT(bugprone-empty-catch): an unknown class is listed all the same
     }
@@ -114,14 +116,19 @@ void cls_Database::ReadRange(const cow_String& path, cls_ArrayKind kind, std::si
 
 long long cls_Database::Upgrade() {
   db_Writer writer(*file_);
+  const cls_SchemaChanges changes = omi_Singleton<cls_MetadataRegistrar>::Instance().Registry().Changes();
+  for (const auto& [from, to] : changes.renamedClasses) writer.RenameClass(from, to);
   std::vector<std::pair<long long, unsigned>> outdated;
   for (const auto& type : file_->Classes()) {
+    if (std::ranges::count(changes.deletedClasses, type->typeId) > 0) continue;
     const auto& record = file_->RecordOf(*type);
     if (record.IsCurrent()) continue;
     db_Statement rows(file_->Connection(), "SELECT \"$object\" FROM " + type->table);
     while (rows.Step()) outdated.emplace_back(rows.Int(0), type->typeId);
   }
   for (const auto& [row, typeId] : outdated) writer.Rewrite(row, typeId);
+  for (const unsigned typeId : changes.deletedClasses) writer.DeleteClass(typeId);
+  for (const auto& [from, to] : changes.renamedTables) writer.RenameFolder(from, to);
   writer.Commit();
   return static_cast<long long>(outdated.size());
 }

@@ -71,6 +71,8 @@ public:
   void ReadPart(const db_Array& array, std::size_t elementSize, std::size_t first,
                 std::span<std::byte> target);
 
+  static std::string QuotedTableOf(const db_Class& type);
+
   /// "object 12 of gsl_Dot", for messages.
   static cow_String NameOf(const db_StoredRow& row);
 

@@ -188,12 +188,14 @@ void db_File::LoadClasses() {
         connection_.Damaged("description of field " + attribute.name + " of class " + type->name);
     }
     fields.Reset();
-    type->table = Quoted(TableOf(*type));
+    type->table = QuotedTableOf(*type);
     classes_.push_back(std::move(type));
   }
 }
 
 std::string db_File::TableOf(const db_Class& type) { return type.name + "#" + std::to_string(type.version); }
+
+std::string db_File::QuotedTableOf(const db_Class& type) { return Quoted(TableOf(type)); }
 
 std::string db_File::CreateTableSql(const db_Class& type) const {
   std::string sql = "CREATE TABLE " + Quoted(TableOf(type))
@@ -229,7 +231,7 @@ const cls_ClassMetadata& db_File::RecordOf(const db_Class& type) const {
   if (!record)
     throw nex_TextException(connection_.File() + ": holds objects of " + layout
                             + ", which this program does not know (is its module initialised?)");
-  if (record->Name() != type.name || record->Attributes() != type.attributes)
+  if (record->Name() != registry.PresentName(type.name) || record->Attributes() != type.attributes)
     throw nex_TextException(connection_.File() + ": describes " + layout
                             + " otherwise than this program does");
   return *record;
@@ -246,7 +248,7 @@ db_Class& db_File::EnsureClass(const cls_ClassMetadata& record) {
   type->version = record.Version();
   type->name = record.Name();
   type->attributes = record.Attributes();
-  type->table = Quoted(TableOf(*type));
+  type->table = QuotedTableOf(*type);
   const long long typeId = type->typeId, version = type->version;
   db_Statement(connection_, "INSERT INTO class VALUES(?1, ?2, ?3, ?4, ?5)")
       .BindAll(type->id, typeId, version, std::string_view(type->name),

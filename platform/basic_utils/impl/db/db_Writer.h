@@ -46,6 +46,10 @@ public:
   long long PutRow(const cow_String* root, unsigned typeId, int version, const cls_Row& row);
   /// Reads a row of a superseded layout and writes it over itself in the current one; it keeps its id.
   void Rewrite(long long row, unsigned typeId);
+  void RenameClass(const cow_String& from, const cow_String& to);
+  /// Removes the objects of a class and its layouts; fields and roots that named them name nothing.
+  void DeleteClass(unsigned typeId);
+  void RenameFolder(const cow_String& from, const cow_String& to); ///< of roots
   void CollectGarbage();
   void Commit();
 
@@ -75,6 +79,7 @@ private:
   void AnnounceProgress(const void* object, WriteFunction write);
   void Advance(std::size_t bytes);
   long long Insert(const cls_Uid& uid, const db_Class* type, long long owner);
+  void Forget(long long row, long long child); ///< empties the cells of a row that name a child
   void InsertCells(long long row, db_Class& type, const cls_Uid& uid, std::span<const cls_Cell> cells);
   const cls_ClassMetadata& CurrentRecord(unsigned typeId) const;
   void DeleteIfUnreached(long long row, std::vector<long long>& candidates);

@@ -112,6 +112,16 @@ private:
   std::optional<Successor> successor_;
 };
 
+/// What an upgrade of a whole database does besides converting layouts.
+struct cls_SchemaChanges {
+  struct Renaming {
+    cow_String from, to;
+  };
+  std::vector<unsigned> deletedClasses; ///< their objects go, and whatever named them names nothing
+  std::vector<Renaming> renamedClasses; ///< same class identifier and layout under another name
+  std::vector<Renaming> renamedTables;  ///< folders of roots: "from/x" becomes "to/x"
+};
+
 /// The known layouts. Nothing here compares version numbers: the current layout is the one with a factory.
 class CORE_GEOMETRY_PLATFORM_API cls_ClassRegistrar {
 public:
@@ -134,8 +144,13 @@ public:
   /// layout names no known successor.
   cls_Row ConvertOnce(const cls_Row& row) const;
   const std::map<std::pair<unsigned, int>, cls_ClassMetadata>& Records() const noexcept { return records_; }
-  void Clear() { records_.clear(); }
+  const cls_SchemaChanges& Changes() const noexcept { return changes_; }
+  void SetChanges(cls_SchemaChanges changes) { changes_ = std::move(changes); }
+  /// The present name of a class that is stored under that name.
+  const cow_String& PresentName(const cow_String& stored) const noexcept;
+  void Clear();
 
 private:
   std::map<std::pair<unsigned, int>, cls_ClassMetadata> records_;
+  cls_SchemaChanges changes_;
 };

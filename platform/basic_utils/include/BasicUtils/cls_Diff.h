@@ -8,8 +8,8 @@ struct cls_Difference {
   cow_String place;         ///< root and fields, such as "meshes/Wing.nodeData.coordinates"
   cow_String first, second; ///< what stands there, "absent" where there is nothing; of an array its length,
                             ///< or the first numbers that differ
-  long long numbers = 0; ///< of an array: how many numbers differ
-  double largest = 0;    ///< of those: the largest absolute difference
+  long long numbers = 0;    ///< of an array: how many numbers differ
+  double largest = 0;       ///< of those: the largest absolute difference
 };
 
 /// Where the contents of two databases differ, root by root, field by field, in the order of cls_Dump. Real

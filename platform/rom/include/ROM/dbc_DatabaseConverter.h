@@ -51,6 +51,18 @@ public:
     return nullptr;
   }
 
+  // what an upgrade of a whole database does besides; reading ignores deletions
+  void DeleteClass(unsigned typeId) { changes_.deletedClasses.push_back(typeId); }
+  void RenameClass(const cow_String& from, const cow_String& to) {
+    changes_.renamedClasses.push_back({from, to});
+  }
+  /// A table is a folder of roots: "from/x" becomes "to/x".
+  void RenameTable(const cow_String& from, const cow_String& to) {
+    changes_.renamedTables.push_back({from, to});
+  }
+  const cls_SchemaChanges& Changes() const noexcept { return changes_; }
+
 private:
   std::map<int, dbc_Converter> converters_;
+  cls_SchemaChanges changes_;
 };
