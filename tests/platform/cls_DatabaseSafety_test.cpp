@@ -1,11 +1,9 @@
 // What strangers, accidents and other programs do to a file.
 #include "TestObjects.h"
 
-#include <csignal>
 #include <fstream>
 #include <iterator>
 #include <sqlite3.h>
-#include <sys/wait.h>
 
 namespace {
 Bag Sample(int mark) {
@@ -158,102 +156,6 @@ TEST_F(DatabaseTest, AnUnknownClassIsNamed) {
   const cow_String message = MessageOf([&] { cls_Database::Open(file_).Get<Bag>("bag"); });
   EXPECT_NE(message.find("Bag version 5"), cow_String::npos) << message;
   EXPECT_THROW(Store("again", Bag()), nex_TextException);
-}
-
-namespace {
-int theCallsLeft = 0;
-const sqlite3_vfs* theDisk = nullptr;
-
-/// Ends the process at once, as a power cut would, before the n-th write, truncation, sync or deletion.
-void CountDown() {
-  if (--theCallsLeft < 0) _exit(9);
-}
-
-/// A disk that dies at the n-th change; runs in a child process only.
-class DyingDisk {
-public:
-  explicit DyingDisk(int calls) {
-    theCallsLeft = calls;
-    theDisk = sqlite3_vfs_find(nullptr);
-    vfs_ = *theDisk;
-    vfs_.zName = "dying";
-    vfs_.xOpen = [](sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* out) {
-      const int code = theDisk->xOpen(const_cast<sqlite3_vfs*>(theDisk), name, file, flags, out);
-      if (file->pMethods) {
-        theMethods = *file->pMethods;
-        theReal = file->pMethods;
-        theMethods.xWrite = [](sqlite3_file* f, const void* data, int n, sqlite3_int64 at) {
-          CountDown();
-          return theReal->xWrite(f, data, n, at);
-        };
-        theMethods.xTruncate = [](sqlite3_file* f, sqlite3_int64 size) {
-          CountDown();
-          return theReal->xTruncate(f, size);
-        };
-        theMethods.xSync = [](sqlite3_file* f, int syncFlags) {
-          CountDown();
-          return theReal->xSync(f, syncFlags);
-        };
-        file->pMethods = &theMethods;
-      }
-      return code;
-    };
-    vfs_.xDelete = [](sqlite3_vfs*, const char* name, int sync) {
-      CountDown();
-      return theDisk->xDelete(const_cast<sqlite3_vfs*>(theDisk), name, sync);
-    };
-    sqlite3_vfs_register(&vfs_, 1);
-  }
-
-private:
-  sqlite3_vfs vfs_{};
-  static inline sqlite3_io_methods theMethods{};
-  static inline const sqlite3_io_methods* theReal = nullptr;
-};
-} // namespace
-
-TEST_F(DatabaseTest, AKillAtAnyWriteLeavesTheOldModelOrTheNewOne) {
-  const auto run = [&](int calls, const std::function<void()>& work) {
-    const pid_t child = fork();
-    if (child == 0) {
-      const DyingDisk disk(calls);
-      work();
-      _exit(0);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status));
-    return WEXITSTATUS(status);
-  };
-  const Bag before = Sample(1), after = Sample(2);
-  int cuts = 0;
-  // creating a file: whatever is left, a new one can be made
-  for (int calls = 0, code = 9; code == 9; ++calls, ++cuts) {
-    code = run(calls, [&] { Create(); });
-    const std::string left = ReadAll(file_);
-    if (left.starts_with("error")) {
-      EXPECT_NO_THROW(Create()) << left;
-    }
-    std::filesystem::remove(file_);
-    std::filesystem::remove(file_ + "-journal");
-  }
-  // replacing an object
-  Store("bag", before);
-  const std::string old = Bytes(file_), oldText = ReadAll(file_);
-  int oldOnes = 0, newOnes = 0;
-  for (int calls = 0, code = 9; code == 9; ++calls, ++cuts) {
-    SetBytes(file_, old);
-    code = run(calls, [&] { Store("bag", after); });
-    const std::string left = ReadAll(file_);
-    EXPECT_EQ(left.starts_with("error"), false) << left.substr(0, 200);
-    (left == oldText ? oldOnes : newOnes) += 1;
-    if (left != oldText) {
-      EXPECT_EQ(left, "bag=" + Everything(after) + "\n");
-    }
-  }
-  EXPECT_GT(oldOnes, 10);
-  EXPECT_GE(newOnes, 1);
-  RecordProperty("cuts", cuts);
 }
 
 TEST_F(DatabaseTest, AFileInUseGivesABusyErrorAndTheCommitCanBeRepeated) {
