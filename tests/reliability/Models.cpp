@@ -7,7 +7,11 @@
 #include <stored/OldModels.h>
 
 namespace {
-cow_CountedHld<bme_Mesh> Row(int cells) {
+/// Made once for each length, so that no memory is needed for it while memory runs out.
+const cow_CountedHld<bme_Mesh>& Row(int cells) {
+  static std::map<int, cow_CountedHld<bme_Mesh>> made;
+  cow_CountedHld<bme_Mesh>& mesh = made[cells];
+  if (!mesh.IsNull()) return mesh;
   std::vector<float> coordinates;
   std::vector<int> connectivity;
   for (int layer = 0; layer <= cells; ++layer)
@@ -16,9 +20,10 @@ cow_CountedHld<bme_Mesh> Row(int cells) {
   for (int i = 0; i < 8 * cells; ++i) connectivity.push_back(i / 8 * 4 + i % 8);
   bme_ElementClass* classes[] = {
       new bme_ElementClass("C3D8", cls_xp2DArrayInt(8, cow_ArrayCOW<int>(connectivity)))};
-  return cow_CountedHld<bme_Mesh>(
+  mesh = cow_CountedHld<bme_Mesh>(
       new bme_Mesh(0, new bme_NodeData(uti_CoordCont3D(cow_ArrayCOW<float>(coordinates))),
                    new bme_ElementData(classes, 1), bme_NATIVE_MESH, nullptr));
+  return mesh;
 }
 
 cls_Database Writable(const cow_String& file) {

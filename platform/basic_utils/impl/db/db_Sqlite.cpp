@@ -65,44 +65,38 @@ db_Statement::db_Statement(db_Connection& connection, std::string_view sql) : co
   if (code != SQLITE_OK) connection.Fail(code);
 }
 
-db_Statement& db_Statement::Bind(int index, long long value) {
-  sqlite3_bind_int64(handle_.get(), index, value);
+db_Statement& db_Statement::Bound(int code) {
+  if (code != SQLITE_OK) connection_->Fail(code);
   return *this;
+}
+
+db_Statement& db_Statement::Bind(int index, long long value) {
+  return Bound(sqlite3_bind_int64(handle_.get(), index, value));
 }
 
 db_Statement& db_Statement::Bind(int index, double value) {
   // SQLite would store a NaN as NULL: its bits are kept as a blob of eight bytes
   if (value != value)
-    sqlite3_bind_blob64(handle_.get(), index, &value, sizeof value, SQLITE_TRANSIENT);
-  else
-    sqlite3_bind_double(handle_.get(), index, value);
-  return *this;
+    return Bound(sqlite3_bind_blob64(handle_.get(), index, &value, sizeof value, SQLITE_TRANSIENT));
+  return Bound(sqlite3_bind_double(handle_.get(), index, value));
 }
 
 db_Statement& db_Statement::Bind(int index, std::string_view text) {
-  sqlite3_bind_text64(handle_.get(), index, text.data() ? text.data() : "", text.size(), SQLITE_TRANSIENT,
-                      SQLITE_UTF8);
-  return *this;
+  return Bound(sqlite3_bind_text64(handle_.get(), index, text.data() ? text.data() : "", text.size(),
+                                   SQLITE_TRANSIENT, SQLITE_UTF8));
 }
 
 db_Statement& db_Statement::Bind(int index, std::span<const std::byte> bytes) {
-  if (const int code = sqlite3_bind_blob64(handle_.get(), index,
-                                           bytes.empty() ? "" : static_cast<const void*>(bytes.data()),
-                                           bytes.size(), SQLITE_STATIC);
-      code != SQLITE_OK)
-    connection_->Fail(code);
-  return *this;
+  return Bound(sqlite3_bind_blob64(handle_.get(), index,
+                                   bytes.empty() ? "" : static_cast<const void*>(bytes.data()), bytes.size(),
+                                   SQLITE_STATIC));
 }
 
-db_Statement& db_Statement::BindNull(int index) {
-  sqlite3_bind_null(handle_.get(), index);
-  return *this;
-}
+db_Statement& db_Statement::BindNull(int index) { return Bound(sqlite3_bind_null(handle_.get(), index)); }
 
 db_Statement& db_Statement::BindUid(int index, const cls_Uid& uid) {
   const auto bytes = uid.Bytes();
-  sqlite3_bind_blob64(handle_.get(), index, bytes.data(), bytes.size(), SQLITE_TRANSIENT);
-  return *this;
+  return Bound(sqlite3_bind_blob64(handle_.get(), index, bytes.data(), bytes.size(), SQLITE_TRANSIENT));
 }
 
 bool db_Statement::Step() {
@@ -128,14 +122,17 @@ void db_Statement::Reset() noexcept {
   sqlite3_clear_bindings(handle_.get());
 }
 
-std::string_view db_Statement::Text(int column) const noexcept {
+std::string_view db_Statement::Text(int column) const {
   const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(handle_.get(), column));
+  if (!text && Type(column) != SQLITE_NULL) throw std::bad_alloc();
   return {text ? text : "", static_cast<std::size_t>(sqlite3_column_bytes(handle_.get(), column))};
 }
 
-std::span<const std::byte> db_Statement::Blob(int column) const noexcept {
+std::span<const std::byte> db_Statement::Blob(int column) const {
   const auto* bytes = static_cast<const std::byte*>(sqlite3_column_blob(handle_.get(), column));
-  return {bytes, bytes ? static_cast<std::size_t>(sqlite3_column_bytes(handle_.get(), column)) : 0};
+  const auto size = static_cast<std::size_t>(sqlite3_column_bytes(handle_.get(), column));
+  if (!bytes && size > 0) throw std::bad_alloc();
+  return {bytes, bytes ? size : 0};
 }
 
 cls_Uid db_Statement::Uid(int column) const {

@@ -30,11 +30,12 @@ public:
   int Type(int column) const noexcept { return sqlite3_column_type(handle_.get(), column); }
   long long Int(int column) const noexcept { return sqlite3_column_int64(handle_.get(), column); }
   double Real(int column) const noexcept { return sqlite3_column_double(handle_.get(), column); }
-  std::string_view Text(int column) const noexcept;
-  std::span<const std::byte> Blob(int column) const noexcept;
+  std::string_view Text(int column) const;
+  std::span<const std::byte> Blob(int column) const;
   cls_Uid Uid(int column) const; ///< null when the column does not hold one
 
 private:
+  db_Statement& Bound(int code); ///< throws unless it is SQLITE_OK
   struct Finalize {
     void operator()(sqlite3_stmt* statement) const noexcept { sqlite3_finalize(statement); }
   };
