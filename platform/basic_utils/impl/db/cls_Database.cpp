@@ -129,6 +129,7 @@ long long cls_Database::Upgrade() {
   for (const auto& [row, typeId] : outdated) writer.Rewrite(row, typeId);
   for (const unsigned typeId : changes.deletedClasses) writer.DeleteClass(typeId);
   for (const auto& [from, to] : changes.renamedTables) writer.RenameFolder(from, to);
+  if (IsOutdated()) file_->Connection().Damaged("rows of superseded layouts belong to no object");
   writer.Commit();
   return static_cast<long long>(outdated.size());
 }

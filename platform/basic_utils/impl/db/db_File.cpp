@@ -32,7 +32,7 @@ std::optional<long long> db_File::FindRoot(std::string_view name) {
   found->Bind(1, name);
   if (!found->Step()) return {};
   const long long object = found->Int(0);
-  if (db_Sum().Add(name).Add(object).Value() != found->Int(1))
+  if (db_IsWrong(db_Sum().Add(name).Add(object).Value(), found->Int(1)))
     connection_.Damaged("root \"" + cow_String(name) + "\"");
   return object;
 }
@@ -78,7 +78,7 @@ db_StoredRow db_File::Load(long long id) {
     }
     sum.Add(row.cells.back());
   }
-  if (sum.Value() != fields->Int(1)) connection_.Damaged("fields of " + NameOf(row));
+  if (db_IsWrong(sum.Value(), fields->Int(1))) connection_.Damaged("fields of " + NameOf(row));
   return row;
 }
 
@@ -96,7 +96,7 @@ db_Array db_File::LoadArray(long long id) {
   db_Sum sum;
   sum.Add(id).Add(array.uid);
   for (int column = 1; column < 5; ++column) sum.Add(found->Int(column));
-  if (sum.Value() != found->Int(5)) connection_.Damaged("description of " + name);
+  if (db_IsWrong(sum.Value(), found->Int(5))) connection_.Damaged("description of " + name);
   array.kind = static_cast<cls_ArrayKind>(found->Int(1));
   array.width = static_cast<unsigned>(found->Int(2));
   array.count = found->Int(3);
@@ -154,7 +154,7 @@ void db_File::ReadPart(const db_Array& array, std::size_t elementSize, std::size
     std::byte* place = whole ? target.data() + (at - begin) : part.data();
     if (const int read = sqlite3_blob_read(blob.get(), place, static_cast<int>(size), 0); read != SQLITE_OK)
       connection_.Fail(read);
-    if (db_SumOf(std::span(place, size)) != chunks->Int(2)) connection_.Damaged(name());
+    if (db_IsWrong(db_SumOf(std::span(place, size)), chunks->Int(2))) connection_.Damaged(name());
     if (!whole) {
       const std::size_t from = std::max(at, begin), to = std::min(at + size, end);
       std::copy(part.begin() + static_cast<std::ptrdiff_t>(from - at),

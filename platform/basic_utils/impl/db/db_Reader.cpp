@@ -157,12 +157,15 @@ cls_Location db_Reader::Resolve(std::string_view path) {
   };
   // a root name may itself contain dots and brackets: the longest known one wins
   std::size_t end = path.size();
+  if (const auto longest = static_cast<std::size_t>(
+          file_.Connection().Number("SELECT coalesce(max(length(CAST(name AS BLOB))), 0) FROM root"));
+      longest < end)
+    end = path.find_last_of(".[", longest);
   std::optional<long long> row;
-  for (;;) {
+  while (end != std::string_view::npos) {
     row = file_.FindRoot(path.substr(0, end));
     if (row || end == 0) break;
     end = path.find_last_of(".[", end - 1);
-    if (end == std::string_view::npos) end = 0;
   }
   if (!row) fail("no such root");
   cls_Location location{*row, -1, -1};

@@ -169,7 +169,8 @@ void db_File::LoadClasses() {
     type->typeId = static_cast<unsigned>(types.Int(1));
     type->version = static_cast<int>(types.Int(2));
     type->name = types.Text(3);
-    if (db_Sum().Add(type->id).Add(types.Int(1)).Add(types.Int(2)).Add(types.Text(3)).Value() != types.Int(4))
+    if (db_IsWrong(db_Sum().Add(type->id).Add(types.Int(1)).Add(types.Int(2)).Add(types.Text(3)).Value(),
+                   types.Int(4)))
       connection_.Damaged("description of class " + type->name);
     fields.Bind(1, type->id);
     while (fields.Step()) {
@@ -184,7 +185,7 @@ void db_File::LoadClasses() {
           .Add(fields.Int(2))
           .Add(fields.Int(3))
           .Add(fields.Int(4));
-      if (fields.Int(0) != position || sum.Value() != fields.Int(5))
+      if (fields.Int(0) != position || db_IsWrong(sum.Value(), fields.Int(5)))
         connection_.Damaged("description of field " + attribute.name + " of class " + type->name);
     }
     fields.Reset();

@@ -1,0 +1,29 @@
+#!/bin/bash
+# Runs every fuzz target for some seconds each: tests/fuzz/run.sh SECONDS [TARGET...]. They start from the stored
+# files of the tests; what they find stands in build/fuzz/found and fails the run.
+set -euo pipefail
+cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/../.."
+seconds=${1:?seconds}
+shift
+targets=("$@")
+((${#targets[@]})) || targets=(database_fuzz path_fuzz exodus_fuzz format_fuzz)
+
+found=build/fuzz/found
+mkdir -p "$found"
+for target in "${targets[@]}"; do
+  seeds=build/fuzz/seeds/$target corpus=build/fuzz/corpus/$target
+  rm -rf "$seeds"
+  mkdir -p "$seeds" "$corpus"
+  case $target in
+    database_fuzz)
+      for model in tests/files/*/model.cgdb; do cp "$model" "$seeds/$(basename "$(dirname "$model")")"; done ;;
+    exodus_fuzz) cp examples/*.exo "$seeds" ;;
+    path_fuzz) printf 'm.elemData.classes[0].elemCtrlParams' > "$seeds/path"; printf 's.subsetList[0]' > "$seeds/map" ;;
+    format_fuzz) printf '\x6c%%s %%d %%u %%lf %%08x %%2$s %%%%' > "$seeds/text" ;;
+  esac
+  for bad in tests/files/bad_"${target%_fuzz}"/*; do [ -e "$bad" ] && cp "$bad" "$seeds"; done
+  echo "$corpus $seeds $target"
+done | ASAN_OPTIONS=detect_leaks=0 xargs -P "$(nproc)" -L 1 bash -c '
+  build/fuzz/tests/fuzz/"$2" "$0" "$1" -max_total_time='"$seconds"' -timeout=20 -rss_limit_mb=2048 -max_len=65536 \
+    -artifact_prefix='"$found"'/"$2"- -print_final_stats=1 -print_funcs=0 -verbosity=0 2>&1 | grep -E "ERROR|SUMMARY|stat::|^ *#[0-9]|terminate|what" \
+    | sed "s/^/$2: /"; exit "${PIPESTATUS[0]}"'
