@@ -8,6 +8,9 @@
 
 /// Items of one kind in one element class of one mesh: ids, and for facets which side of each.
 ///
+/// Ids are mesh indices of nodes or elements, counted from 0 over the whole mesh; what a facet id means says
+/// rgnC_Facet.h. Meshes are known by their identifier.
+///
 /// Empty      the default is a node set without items, not constructed.
 /// Errors     nex_TextException as stated.
 /// Cost       copy O(1): ids are shared, the look-up table as well.
@@ -19,6 +22,7 @@ class CORE_GEOMETRY_API rgnC_SubsetData {
 public:
   using Ids = cls_xp1DArrayListInt;
   static constexpr int kNotFound = 2147483647;
+  static constexpr int kNoClass = -1; ///< class index of node sets: nodes belong to no element class
 
   static unsigned TypeId() noexcept;
   virtual unsigned DynTypeId() const noexcept;
