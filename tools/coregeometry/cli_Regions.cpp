@@ -5,8 +5,7 @@
 std::vector<cli_RegionRoot> cli_Regions(const cls_Database& model) {
   std::vector<cli_RegionRoot> regions;
   for (const cow_String& root : model.Roots())
-    if (model.TypeId(root) == rgnC_Region::TypeId())
-      regions.push_back({root, *model.Get<rgnC_Region>(root)});
+    if (model.TypeId(root) == rgnC_Region::TypeId()) regions.push_back({root, *model.Get<rgnC_Region>(root)});
   return regions;
 }
 

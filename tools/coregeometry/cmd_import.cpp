@@ -174,8 +174,9 @@ void Print(const Arguments& arguments, const Target& target, const exo_Import& i
               << block.numElements << " elements " << block.label
               << (block.supported ? "" : ", a type without a shape") << '\n';
   for (const char* kind : {"node set", "element set", "surface"}) {
-    const auto count = std::ranges::count_if(
-        import.sets, [&](const exo_ImportedSet& set) { return cli_KindText(1 << set.kind) == cow_String(kind); });
+    const auto count = std::ranges::count_if(import.sets, [&](const exo_ImportedSet& set) {
+      return cli_KindText(1 << set.kind) == cow_String(kind);
+    });
     if (count > 0) std::cout << "  " << count << ' ' << kind << (count == 1 ? "" : "s") << '\n';
   }
   if (import.rounding.change > 0)
@@ -220,7 +221,8 @@ void Run(const Arguments& arguments) {
 } // namespace
 
 void cli_AddImport(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("import", "Read an Exodus II file and store its mesh and sets in a model");
+  CLI::App* command =
+      app.add_subcommand("import", "Read an Exodus II file and store its mesh and sets in a model");
   auto arguments = std::make_shared<Arguments>();
   command->add_option("FILE", arguments->words, "Exodus II file")->required()->type_name("TEXT");
   command->add_option("-o,--output", arguments->model,

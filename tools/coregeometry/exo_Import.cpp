@@ -228,8 +228,7 @@ std::vector<exo_BlockPlace> Importer::Places() const {
 
 bme_ElementClass* Importer::ReadBlock(const exo_Block& block, unsigned meshId, std::vector<exo_Side>& sides) {
   const std::int64_t columns = block.numElements > 0 ? block.nodesPerElement : 0;
-  exo_ElementType type =
-      types_.Find(block.type, static_cast<int>(block.nodesPerElement), file_.NumDims());
+  exo_ElementType type = types_.Find(block.type, static_cast<int>(block.nodesPerElement), file_.NumDims());
   cow_ArrayCOW<int> rows;
   rows.ResizeUninitialised(static_cast<std::size_t>(block.numElements * columns));
   if (file_.HasWideNumbers())

@@ -32,9 +32,9 @@ struct exo_Import {
   exo_Ledger ledger;
 };
 
-/// Reads nodes, element blocks and sets. Blocks become element classes in their order, number maps user labels:
-/// nodes always have labels, elements only when theirs are not 1, 2, 3, ... . The category label of a class
-/// is "title/block name"; a block without a name is called "block <id>".
+/// Reads nodes, element blocks and sets. Blocks become element classes in their order, number maps user
+/// labels: nodes always have labels, elements only when theirs are not 1, 2, 3, ... . The category label of a
+/// class is "title/block name"; a block without a name is called "block <id>".
 ///
 /// Errors     nex_TextException naming file, block, element and node; wip_Cancelled when the host asks to
 /// stop. Cost       one pass; coordinates and connectivity go straight into their final arrays.

@@ -52,13 +52,11 @@ exo_Side Match(std::span<const int> corners, const shp_Topology& shape) {
     const auto loop = shape.FaceNodes(face).first(
         static_cast<std::size_t>(shape.CornersPerFace()[static_cast<std::size_t>(face)]));
     if (shape.NumGeomDims() != 1 && HasCorners(loop, corners))
-      return {res_SURFACE_FACET,
-              rgnC_FacetId(shape, {face, isSurface && !GoesAlong(loop, corners)})};
+      return {res_SURFACE_FACET, rgnC_FacetId(shape, {face, isSurface && !GoesAlong(loop, corners)})};
     for (int edge = 0; edge < shape.EdgesPerFace()[static_cast<std::size_t>(face)]; ++edge) {
       const auto nodes = shape.EdgeNodes(face, edge);
       const int ends[] = {nodes.front(), nodes.back()};
-      if (HasCorners(ends, corners))
-        return {res_SURFACE_EDGE, rgnC_EdgeFacetId({face, edge})};
+      if (HasCorners(ends, corners)) return {res_SURFACE_EDGE, rgnC_EdgeFacetId({face, edge})};
     }
   }
   return {};
