@@ -1,5 +1,9 @@
 #include "cli_Regions.h"
 
+#include <CoreGeometry/dtu_6dofNodeDatumCsys.h>
+#include <CoreGeometry/dtu_DatumAxis.h>
+#include <CoreGeometry/dtu_DatumPlane.h>
+#include <CoreGeometry/dtu_DatumPoint.h>
 #include <algorithm>
 
 std::vector<cli_RegionRoot> cli_Regions(const cls_Database& model) {
@@ -47,4 +51,18 @@ cow_String cli_MeshOfRegion(const cls_Database& model, const rgnC_Region& region
   for (const cow_String& root : meshes)
     if (cli_MeshId(model, root) == meshId) return root;
   return {};
+}
+
+std::vector<cow_String> cli_DatumRoots(const cls_Database& model) {
+  const unsigned classes[] = {dtu_Datum::TypeId(),
+                              dtu_DatumPoint::TypeId(),
+                              dtu_DatumAxis::TypeId(),
+                              dtu_DatumPlane::TypeId(),
+                              dtu_DatumCsys::TypeId(),
+                              dtu_DynamicDatumCsys::TypeId(),
+                              dtu_6dofNodeDatumCsys::TypeId()};
+  std::vector<cow_String> datums;
+  for (const cow_String& root : model.Roots())
+    if (std::ranges::find(classes, model.TypeId(root)) != std::end(classes)) datums.push_back(root);
+  return datums;
 }

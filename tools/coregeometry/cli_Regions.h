@@ -1,11 +1,12 @@
-// cli_Regions.h: regions of a model file, and the meshes that they are regions of
+// cli_Regions.h: regions of a model file with the meshes that they are regions of, and datums
 #pragma once
 
 #include "cli_Model.h"
 
 #include <CoreGeometry/rgnC_Region.h>
 
-inline constexpr const char *cli_kRegionFolder = "regions/", *cli_kSetFolder = "sets/";
+inline constexpr const char *cli_kRegionFolder = "regions/", *cli_kSetFolder = "sets/",
+                            *cli_kDatumFolder = "datums/";
 
 struct cli_RegionRoot {
   cow_String root;
@@ -23,3 +24,6 @@ int cli_MeshId(const cls_Database& model, const cow_String& root); ///< without 
 /// Root of the mesh with that identifier: the region's owner if it is one, else the first; empty when none
 /// is.
 cow_String cli_MeshOfRegion(const cls_Database& model, const rgnC_Region& region, int meshId);
+
+/// Names of all roots that are datums of any class, sorted.
+std::vector<cow_String> cli_DatumRoots(const cls_Database& model);

@@ -31,10 +31,12 @@ struct KindOfSet {
   ex_entity_type type;
   ex_inquiry count;
   const char* name;
+  const char *entries, *sides; ///< stems of the file's variables
 };
-constexpr KindOfSet kKinds[] = {{exo_SetKind::Nodes, EX_NODE_SET, EX_INQ_NODE_SETS, "node set"},
-                                {exo_SetKind::Sides, EX_SIDE_SET, EX_INQ_SIDE_SETS, "side set"},
-                                {exo_SetKind::Elements, EX_ELEM_SET, EX_INQ_ELEM_SETS, "element set"}};
+constexpr KindOfSet kKinds[] = {
+    {exo_SetKind::Nodes, EX_NODE_SET, EX_INQ_NODE_SETS, "node set", "node_ns", nullptr},
+    {exo_SetKind::Sides, EX_SIDE_SET, EX_INQ_SIDE_SETS, "side set", "elem_ss", "side_ss"},
+    {exo_SetKind::Elements, EX_ELEM_SET, EX_INQ_ELEM_SETS, "element set", "elem_els", nullptr}};
 } // namespace
 
 exo_File::Handle::Handle(const char* name) {
@@ -129,9 +131,8 @@ void exo_File::ReadTitle() {
 
 void exo_File::ReadBlocks() {
   const std::int64_t count = Inquire(EX_INQ_ELEM_BLK, "number of element blocks");
-  if (count == 0) return;
   std::vector<std::int64_t> ids(static_cast<std::size_t>(count));
-  Check(ex_get_ids(id_, EX_ELEM_BLOCK, ids.data()), "element block ids");
+  if (count > 0) Check(ex_get_ids(id_, EX_ELEM_BLOCK, ids.data()), "element block ids");
   std::int64_t total = 0;
   for (const std::int64_t id : ids) {
     ex_block raw = {};
@@ -170,27 +171,38 @@ void exo_File::ReadSets() {
     if (count == 0) continue;
     std::vector<std::int64_t> ids(static_cast<std::size_t>(count));
     Check(ex_get_ids(id_, kind.type, ids.data()), cow_String(kind.name) + " ids");
+    std::int64_t position = 0;
     for (const std::int64_t id : ids) {
       const cow_String where = cow_String(kind.name) + " " + std::to_string(id);
       std::int64_t numEntries = 0, numFactors = 0;
       Check(ex_get_set_param(id_, kind.type, id, &numEntries, &numFactors), where);
       if (numEntries < 0) Fail(where + ": a negative count");
-      sets_.push_back({kind.kind, id, NameOf(kind.type, id), numEntries});
+      sets_.push_back({kind.kind, id, NameOf(kind.type, id), numEntries, ++position});
     }
   }
   UseWideNumbers(HasWideNumbers());
 }
 
-void exo_File::ReadSet(const exo_Set& set, std::vector<std::int64_t>& entries,
-                       std::vector<std::int64_t>& sides) const {
+void exo_File::ReadSet(const exo_Set& set, std::vector<long long>& entries,
+                       std::vector<long long>& sides) const {
   const KindOfSet& kind = *std::ranges::find(kKinds, set.kind, &KindOfSet::kind);
   entries.resize(static_cast<std::size_t>(set.numEntries));
-  sides.resize(set.kind == exo_SetKind::Sides ? entries.size() : 0);
+  sides.resize(kind.sides ? entries.size() : 0);
   if (entries.empty()) return;
-  UseWideNumbers(true);
-  Check(ex_get_set(id_, kind.type, set.id, entries.data(), sides.empty() ? nullptr : sides.data()),
-        cow_String(kind.name) + " " + std::to_string(set.id));
-  UseWideNumbers(HasWideNumbers());
+  const cow_String position = std::to_string(set.position);
+  ReadNumbers(kind.entries + position, entries);
+  if (kind.sides) ReadNumbers(kind.sides + position, sides);
+}
+
+// The Exodus II library reads the whole variable, however long it is.
+void exo_File::ReadNumbers(const cow_String& variable, std::span<long long> numbers) const {
+  int number = 0, numDims = 0;
+  exerrval = nc_inq_varid(id_, variable.c_str(), &number);
+  if (exerrval == NC_NOERR) exerrval = nc_inq_varndims(id_, number, &numDims);
+  if (exerrval == NC_NOERR && numDims != 1) exerrval = NC_EBADDIM;
+  const std::size_t first = 0, count = numbers.size();
+  if (exerrval == NC_NOERR) exerrval = nc_get_vara_longlong(id_, number, &first, &count, numbers.data());
+  Check(exerrval == NC_NOERR ? 0 : -1, variable);
 }
 
 void exo_File::ReadCoordinates(std::int64_t first, std::span<double> x, std::span<double> y,

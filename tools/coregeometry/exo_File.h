@@ -27,6 +27,7 @@ struct exo_Set {
   std::int64_t id = 0;
   cow_String name; ///< empty when the file gives none
   std::int64_t numEntries = 0;
+  std::int64_t position = 0; ///< among those of its kind, from 1
 };
 
 /// Thin reader over the Exodus II library: counts, texts and ranges of arrays, every failure an exception.
@@ -65,8 +66,7 @@ public:
   void ReadNodeLabels(std::int64_t first, std::span<std::int64_t> labels) const;
   void ReadElementLabels(std::int64_t first, std::span<std::int64_t> labels) const;
   /// Numbers of nodes or elements; the sides of a side set, as many, beside them.
-  void ReadSet(const exo_Set& set, std::vector<std::int64_t>& entries,
-               std::vector<std::int64_t>& sides) const;
+  void ReadSet(const exo_Set& set, std::vector<long long>& entries, std::vector<long long>& sides) const;
 
 private:
   class Handle {
@@ -86,6 +86,7 @@ private:
   void ReadBlocks();
   void ReadSets();
   void UseWideNumbers(bool wide) const;
+  void ReadNumbers(const cow_String& variable, std::span<long long> numbers) const;
   cow_String NameOf(int type, std::int64_t id) const;
   std::int64_t Inquire(int what, std::string_view name) const;
 

@@ -62,10 +62,10 @@ private:
     file_.ReadSet(set, entries_, sides_);
     const std::int64_t most = set.kind == exo_SetKind::Nodes ? file_.NumNodes() : file_.NumElements();
     bool isInside = true;
-    for (const std::int64_t number : entries_) isInside &= number >= 1 && number <= most;
+    for (const long long number : entries_) isInside &= number >= 1 && number <= most;
     if (!isInside) {
       const auto at =
-          std::ranges::find_if(entries_, [&](std::int64_t number) { return number < 1 || number > most; });
+          std::ranges::find_if(entries_, [&](long long number) { return number < 1 || number > most; });
       throw nex_TextException(file_.Name() + ": " + kind.name + " " + std::to_string(set.id) + ", entry "
                               + std::to_string(at - entries_.begin() + 1) + ": " + kind.entry + " "
                               + std::to_string(*at) + " is outside 1.." + std::to_string(most));
@@ -82,7 +82,7 @@ private:
     std::vector<Group> groups(1, {rgnC_SubsetData::kNoClass, res_NODE_SET});
     groups[0].ids.resize(entries_.size());
     std::ranges::transform(entries_, groups[0].ids.begin(),
-                           [](std::int64_t number) { return static_cast<int>(number - 1); });
+                           [](long long number) { return static_cast<int>(number - 1); });
     return groups;
   }
 
@@ -148,7 +148,7 @@ private:
   const exo_File& file_;
   std::span<const exo_BlockPlace> blocks_;
   int meshId_;
-  std::vector<std::int64_t> entries_, sides_;
+  std::vector<long long> entries_, sides_;
   std::vector<exo_ImportedSet> sets_;
   std::set<cow_String> names_;
   long long numUnknownSides_ = 0, numDropped_ = 0, numWideIds_ = 0;

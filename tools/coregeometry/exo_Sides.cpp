@@ -51,7 +51,7 @@ exo_Side Match(std::span<const int> corners, const shp_Topology& shape) {
   for (int face = 0; face < shape.NumFaces(); ++face) {
     const auto loop = shape.FaceNodes(face).first(
         static_cast<std::size_t>(shape.CornersPerFace()[static_cast<std::size_t>(face)]));
-    if (shape.NumGeomDims() != 1 && HasCorners(loop, corners))
+    if (corners.size() != 2 && HasCorners(loop, corners)) // a line is its edge
       return {res_SURFACE_FACET, rgnC_FacetId(shape, {face, isSurface && !GoesAlong(loop, corners)})};
     for (int edge = 0; edge < shape.EdgesPerFace()[static_cast<std::size_t>(face)]; ++edge) {
       const auto nodes = shape.EdgeNodes(face, edge);
