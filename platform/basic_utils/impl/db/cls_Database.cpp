@@ -1,6 +1,7 @@
 #include "db_Reader.h"
 #include "db_Writer.h"
 
+#include <BasicUtils/cls_RunningUpgrade.h>
 #include <BasicUtils/cls_WritePass.h>
 #include <algorithm>
 
@@ -114,6 +115,7 @@ void cls_Database::ReadRange(const cow_String& path, cls_ArrayKind kind, std::si
 
 long long cls_Database::Upgrade() {
   db_Writer writer(*file_);
+  const cls_RunningUpgrade running(*this, writer);
   std::vector<std::pair<long long, unsigned>> outdated;
   for (const auto& type : file_->Classes()) {
     const auto& record = file_->RecordOf(*type);
