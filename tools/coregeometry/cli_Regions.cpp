@@ -47,7 +47,7 @@ int cli_MeshId(const cls_Database& model, const cow_String& root) {
 cow_String cli_MeshOfRegion(const cls_Database& model, const rgnC_Region& region, int meshId) {
   std::vector<cow_String> meshes = cli_MeshRoots(model);
   const cow_String owner = cli_kMeshFolder + cli_OwnerText(region);
-  std::ranges::stable_partition(meshes, [&](const cow_String& root) { return root == owner; });
+  std::stable_partition(meshes.begin(), meshes.end(), [&](const cow_String& root) { return root == owner; });
   for (const cow_String& root : meshes)
     if (cli_MeshId(model, root) == meshId) return root;
   return {};

@@ -177,7 +177,7 @@ void AddBareSets(const cls_Database& model, std::vector<cli_RegionRoot>& regions
                                 : type == res_ELEMENT_SET ? rgnC_ELEMENT_SET
                                                           : rgnC_MESH_SURFACE));
     region.SetSetData(rgnC_SetDataShortcut(root));
-    regions.push_back({root, std::move(region)});
+    regions.push_back({root, region});
   }
 }
 

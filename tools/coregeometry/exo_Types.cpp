@@ -150,7 +150,9 @@ exo_ElementType exo_TypeMap::Find(const cow_String& typeName, int numNodes, int 
   if (const shp_Shape* shape = label.empty() ? nullptr : FindShape(label))
     if (auto order = OrderFor(*shape, cell, numNodes)) {
       const exo_Cell found = cell == None ? exo_FindCell(shape->NodeCoordinates()) : cell;
-      auto sides = exo_FindSides(found, SideFormOf(family, numDims), *order, *shape);
+      std::vector<exo_Side> sides;
+      if (row || shape->NumGeomDims() == 3) // who knows how the sides of other surfaces count
+        sides = exo_FindSides(found, SideFormOf(family, numDims), *order, *shape);
       return {shape->Label(), true, std::move(*order), std::move(sides)};
     }
   if (isOverridden)

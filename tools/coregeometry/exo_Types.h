@@ -12,7 +12,7 @@ struct exo_ElementType {
   bool supported = false; ///< the label has a shape with these nodes
   /// Position in the file's element of each of our nodes; empty when the two orders are the same.
   std::vector<int> order;
-  std::vector<exo_Side> sides; ///< side 1 first; empty without a shape
+  std::vector<exo_Side> sides; ///< side 1 first; empty when nobody knows them
 };
 
 /// From type names and node counts of Exodus II blocks to element labels.
