@@ -12,7 +12,8 @@
 /// rgnC_Facet.h. Meshes are known by their identifier.
 ///
 /// Empty      the default is a node set without items, not constructed.
-/// Errors     nex_TextException as stated.
+/// Errors     nex_TextException as stated; a stored subset with another number of facet ids than ids is
+///            refused.
 /// Cost       copy O(1): ids are shared, the look-up table as well.
 /// Threads    a value; the first LookupIndex of an object builds its table, so it must not be called from two
 ///            threads at once.

@@ -39,6 +39,16 @@ TEST_F(rgnC_Sets, FacetIdsAreNoneOrOneForEachId) {
   EXPECT_EQ(made({}, {1}), wrong);
   EXPECT_EQ(made({1, 2, 3}, {}), fine);
   EXPECT_EQ(made({1, 2, 3}, {4, 5, 6}), fine);
+
+  cls_Row row;
+  row.SetInt("setIndex", 0).SetInt("subsetIndex", 0).SetInt("unsorted", 0).SetInt("meshIndex", 0);
+  row.SetInt("classIndex", 0).SetInt("constructionOk", 1).SetText("subsetType", "SURFACE_FACET");
+  row.SetInts("idArray", std::vector{1, 2, 3}).SetInts("facetIdArray", std::vector{1, 2});
+  StoreRow(rgnC_SubsetData::TypeId(), 405, row);
+  EXPECT_NE(ThrownBy([&] {
+              cls_Database::Open(file_).Get<rgnC_SubsetData>("it");
+            }).find("has 2 facet ids for 3 ids"),
+            cow_String::npos);
 }
 
 TEST_F(rgnC_Sets, IdsAreFoundByTheirFirstPosition) {

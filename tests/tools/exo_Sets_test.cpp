@@ -176,8 +176,8 @@ ExodusMesh Mixed() {
 
 TEST_F(Sets, KeepNodesElementsAndFacetsByClassInTheirOrder) {
   ExodusMesh mesh = Mixed();
-  mesh.sets = {{EX_NODE_SET, 3, "fixed", {8, 1, 2}},
-               {EX_NODE_SET, 5, "", {}},
+  mesh.sets = {{EX_NODE_SET, 5, "", {}},
+               {EX_NODE_SET, 3, "fixed", {8, 1, 2}},
                {EX_SIDE_SET, 3, "wet", {4, 2, 3, 1, 4, 3, 1}, {1, 5, 1, 6, 4, 9, 99}},
                {EX_ELEM_SET, 6, "some", {1, 3, 4, 2}},
                {EX_SIDE_SET, 9, "fixed", {4}, {2}}};
@@ -186,7 +186,7 @@ TEST_F(Sets, KeepNodesElementsAndFacetsByClassInTheirOrder) {
     const exo_Import import = Import(mesh, 12);
     std::vector<std::string> names;
     for (const exo_ImportedSet& set : import.sets) names.push_back(set.name);
-    EXPECT_EQ(names, (std::vector<std::string>{"block 7", "roof", "skin", "fixed", "node set 5", "wet",
+    EXPECT_EQ(names, (std::vector<std::string>{"block 7", "roof", "skin", "node set 5", "fixed", "wet",
                                                "fixed (side set 9)", "some"}));
     const rgnC_SetData& fixed = Named(import, "fixed").data;
     EXPECT_EQ(Ids(fixed.SubSet(12, rgnC_SubsetData::kNoClass, res_NODE_SET)), (Nodes{7, 0, 1}));

@@ -79,7 +79,7 @@ private:
     for (int& item : items) {
       if (static_cast<unsigned>(item) >= count)
         throw nex_TextException(place_ + ": " + (areNodes ? "node" : "element") + " index "
-                                + std::to_string(item) + " is outside 0.." + std::to_string(count - 1));
+                                + std::to_string(item) + " in a mesh of " + std::to_string(count));
     }
     if (!areNodes) return ToElementLabels(items);
     if (!mesh_->NodeData().HasUserNodeLabels()) return;
