@@ -3,11 +3,12 @@
 // The part is an angle bracket, 40 x 30 x 35 mm: a base plate and an upright (8-node hexahedra), two ribs in
 // the corner (hexahedra, and 6-node wedges along the slope), a boss (20-node hexahedra, which share their
 // corners with the plate), a skin on the back (shells), a stiffener along the top edge (beams) and a mass on
-// the boss.
+// the boss. Node sets, surfaces and an element set name places of it.
 //
 //   make_sample bracket.exo
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <exodusII.h>
@@ -120,7 +121,8 @@ void Part::Build() {
 
 void Part::Write(const char* fileName) const {
   const Block* const blocks[] = {&plate_, &ribs_, &boss_, &skin_, &stiffener_, &mass_};
-  std::vector<int> elementLabels, fixedNodes, bossTop, backElements, backSides, seatElements, seatSides;
+  std::vector<int> elementLabels, fixedNodes, bossTop, backElements, backSides, seatElements, seatSides,
+      skinElements, skinSides, underBoss;
   for (const Block* block : blocks)
     for (int i = 0; i < block->NumElements(); ++i) elementLabels.push_back(block->firstLabel + 3 * i);
   int top = 0;
@@ -143,15 +145,34 @@ void Part::Write(const char* fileName) const {
       seatElements.push_back(i + 1);
       seatSides.push_back(kSeatSide);
     }
+    const bool isUnder = corner[0] >= 20 && corner[0] < 28 && corner[1] >= 8 && corner[1] < 16;
+    if (isUnder && corner[2] < 4) underBoss.push_back(i + 1);
+  }
+  constexpr int kSkinOutside = 1, kSkinTopEdge = 4; // of a shell, the side its normal points to, and +z
+  const int firstShell = plate_.NumElements() + ribs_.NumElements() + boss_.NumElements();
+  for (int i = 0; i < skin_.NumElements(); ++i) {
+    skinElements.push_back(firstShell + i + 1);
+    skinSides.push_back(kSkinOutside);
+    const int secondNode = skin_.nodes[std::size_t{4} * static_cast<std::size_t>(i) + 1];
+    if (positions_[static_cast<std::size_t>(secondNode - 1)][2] < 28) continue;
+    skinElements.push_back(firstShell + i + 1);
+    skinSides.push_back(kSkinTopEdge);
   }
 
   int realSize = sizeof(double), storedSize = sizeof(double);
   const int file = ex_create(fileName, EX_CLOBBER | EX_LARGE_MODEL, &realSize, &storedSize);
   Check(file, fileName);
   const auto numNodes = static_cast<int>(positions_.size());
-  Check(ex_put_init(file, "Angle bracket", 3, numNodes, static_cast<int>(elementLabels.size()),
-                    std::size(blocks), 2, 2),
-        "sizes");
+  ex_init_params sizes = {};
+  std::strcpy(sizes.title, "Angle bracket");
+  sizes.num_dim = 3;
+  sizes.num_nodes = numNodes;
+  sizes.num_elem = static_cast<std::int64_t>(elementLabels.size());
+  sizes.num_elem_blk = std::size(blocks);
+  sizes.num_node_sets = 2;
+  sizes.num_side_sets = 3;
+  sizes.num_elem_sets = 1;
+  Check(ex_put_init_ext(file, &sizes), "sizes");
   std::vector<double> coordinates[3];
   for (const Position& at : positions_)
     for (std::size_t axis = 0; axis < 3; ++axis) coordinates[axis].push_back(at[axis] * kCell / 2);
@@ -177,6 +198,8 @@ void Part::Write(const char* fileName) const {
   PutSet(EX_NODE_SET, 2, "boss_top", bossTop, {});
   PutSet(EX_SIDE_SET, 1, "back", backElements, backSides);
   PutSet(EX_SIDE_SET, 2, "seat", seatElements, seatSides);
+  PutSet(EX_SIDE_SET, 3, "skin_outside", skinElements, skinSides);
+  PutSet(EX_ELEM_SET, 1, "under_boss", underBoss, {});
 
   char program[] = "make_sample", version[] = "1", date[] = "2024/01/01", time[] = "00:00:00";
   char* record[1][4] = {{program, version, date, time}};

@@ -43,7 +43,8 @@ public:
 
   // ask
   virtual void Print(aio_ostream& out) const;
-  /// Fits what is drawn of the datum to the box of the model.
+  /// Fits what is drawn of the datum to the box of the model: an axis and a plane replace their outlines, the
+  /// others keep nothing of the box.
   virtual void UpdateOutline(const gsl_BBox& box);
   virtual gsl_Point Point() const; ///< a point of the datum
   virtual unsigned DynTypeId() const noexcept;

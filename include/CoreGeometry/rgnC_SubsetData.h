@@ -8,8 +8,12 @@
 
 /// Items of one kind in one element class of one mesh: ids, and for facets which side of each.
 ///
+/// Ids are mesh indices of nodes or elements, counted from 0 over the whole mesh; what a facet id means says
+/// rgnC_Facet.h. Meshes are known by their identifier.
+///
 /// Empty      the default is a node set without items, not constructed.
-/// Errors     nex_TextException as stated.
+/// Errors     nex_TextException as stated; a stored subset with another number of facet ids than ids is
+///            refused.
 /// Cost       copy O(1): ids are shared, the look-up table as well.
 /// Threads    a value; the first LookupIndex of an object builds its table, so it must not be called from two
 ///            threads at once.
@@ -19,6 +23,7 @@ class CORE_GEOMETRY_API rgnC_SubsetData {
 public:
   using Ids = cls_xp1DArrayListInt;
   static constexpr int kNotFound = 2147483647;
+  static constexpr int kNoClass = -1; ///< class index of node sets: nodes belong to no element class
 
   static unsigned TypeId() noexcept;
   virtual unsigned DynTypeId() const noexcept;

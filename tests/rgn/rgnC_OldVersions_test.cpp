@@ -1,4 +1,7 @@
+#include <BasicUtils/cls_MetadataRegistrar.h>
 #include <CoreGeometry/rgnC_Region.h>
+#include <CoreGeometry/rgnC_RegionTable.h>
+#include <ROM/dbc_OldClassVersion.h>
 #include <StoredTest.h>
 
 namespace {
@@ -23,7 +26,72 @@ protected:
     check(*db.Get<T>(root));
   }
 };
+
+/// A load, which named its set by itself in its first version.
+struct Load {
+  static unsigned TypeId() { return 9302; }
+  static void* Ctor(cls_ReadVisitor& visitor) { return new Load(visitor); }
+  static void InitializeMetadata(cls_ClassRegistrar& registrar) {
+    registrar.CreateClassMD("Load", TypeId(), 2, &Ctor, 1)
+        .AddDtor([](void* load) { delete static_cast<Load*>(load); })
+        .AddWriter([](const void* load, const cls_WriteVisitor& visitor) {
+          static_cast<const Load*>(load)->DBWrite(visitor);
+        })
+        .AddAttribute("size", cls_AttributeType::Int, 1, cls_CollectionType::Single);
+  }
+  explicit Load(const cls_ReadVisitor& visitor) : size(visitor.GetInt("size")), uid(visitor.GetUid()) {}
+  void DBWrite(const cls_WriteVisitor& visitor) const {
+    if (visitor.StartWrite(TypeId(), uid) != 0) visitor.PutInt("size", size);
+  }
+  int size;
+  cls_Uid uid;
+};
+constexpr dbc_OldField kLoad1[] = {{"size", cls_AttributeType::Int},
+                                   {"setName", cls_AttributeType::String},
+                                   {"setData", cls_AttributeType::Shortcut, 39059466}};
+const dbc_OldLayout kLoadLayout1{
+    "Load", 9302, 1, 2, 2, "Load", kLoad1, [](const dbc_Row& old, dbc_Row& row, int) -> void* {
+      const bool added = rgnC_RegionTable::AddNewRegion(old, old.GetText("setName"));
+      row.SetInt("size", row.GetInt("size") + (added ? 100 : 0));
+      return nullptr;
+    }};
 } // namespace
+
+TEST_F(rgnC_OldVersions, ConversionsAddRegionsInAnUpgradeAlone) {
+  omi_Singleton<cls_MetadataRegistrar>::Instance().initClassMetadata(&Load::InitializeMetadata, 7);
+  omi_Singleton<dbc_OldClassRegistrar>::Instance().Register(
+      new cow_CountedHld<dbc_OldClassVersion>(new dbc_TabledOldVersion(kLoadLayout1)), 4);
+  {
+    cls_Database db = Create();
+    cls_WritePass pass(db);
+    for (const char* name : {"Skin", "Core"}) {
+      cls_Row path, shortcut, row;
+      path.SetText("path", cow_String("sets/") + name);
+      shortcut.SetOwned("impl", pass.PutRow(rgnC_SetDataIMPLSC::TypeId(), 1, path));
+      row.SetInt("size", 1).SetText("setName", name);
+      row.SetEmbedded("setData", pass.PutRow(rgnC_SetDataShortcut::TypeId(), 1, shortcut));
+      pass.PutRow(cow_String("loads/") + name, 9302, 1, row);
+    }
+    rgnC_Region there;
+    there.SetSpace(7);
+    pass.Put("regions/Core", there);
+    pass.Commit();
+  }
+  cls_Database db = cls_Database::Open(file_, cls_Database::Mode::ReadWrite);
+  EXPECT_EQ(db.Get<Load>("loads/Skin")->size, 1) << "reading adds nothing";
+  EXPECT_FALSE(db.Has("regions/Skin"));
+  EXPECT_EQ(db.Upgrade(), 2);
+  EXPECT_FALSE(rgnC_RegionTable::AddNewRegion({}, "Late")) << "the upgrade is over";
+  db.Compact();
+  EXPECT_EQ(db.Get<Load>("loads/Skin")->size, 101);
+  const auto region = db.Get<rgnC_Region>("regions/Skin");
+  EXPECT_EQ(region->Name(), "Skin");
+  EXPECT_EQ(region->GetSetData().Path(), "sets/Skin");
+  EXPECT_FALSE(region->IsInternal());
+  EXPECT_TRUE(region->OwnerNames().Size() == 0 && region->Space() == 0 && region->GetSetTypeBits() == 0);
+  EXPECT_EQ(db.Get<rgnC_Region>("regions/Core")->Space(), 7) << "a region that is there stays";
+  EXPECT_EQ(db.Roots().Size(), 4);
+}
 
 TEST_F(rgnC_OldVersions, RegionsBecomeCurrentOnes) {
   struct Case {

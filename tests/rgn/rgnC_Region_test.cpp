@@ -162,10 +162,3 @@ TEST_F(rgnC_Regions, ArePackedForTheInterface) {
   EXPECT_TRUE(pair[0] == omu_ReturnPrim(region));
   EXPECT_TRUE(pair[2] == omu_ReturnPrim(false) && pair[3] == omu_ReturnPrim(true));
 }
-
-TEST_F(rgnC_Regions, ArePropagatedAsAList) {
-  rgnC_RegionListPropAttr attribute;
-  attribute.value.ListToModify().Append(Region({"A"})).Append(Region({"B"}));
-  attribute.propagate = true;
-  EXPECT_TRUE(*RoundTrip(attribute) == attribute);
-}

@@ -46,20 +46,6 @@ std::vector<int> Types(const shp_SuppDataPairList& pairs) {
 }
 } // namespace
 
-TEST_F(shp_Analytic, SurfacesComeBackInBothForms) {
-  const shp_AnalyticSurface surface = Surface();
-  const auto read = RoundTrip(surface);
-  EXPECT_TRUE(*read == surface);
-  EXPECT_EQ(read->Uid(), surface.Uid());
-  const shp_AnalyticRigidSurfaceData data = OldData();
-  const auto readData = RoundTrip(data);
-  EXPECT_TRUE(*readData == data);
-  EXPECT_EQ(readData->Uid(), data.Uid());
-  const shp_SuppDataPair pair(At(3), shp_PARAB);
-  EXPECT_TRUE(*RoundTrip(pair) == pair);
-  EXPECT_TRUE(*RoundTrip(Segment(Segment::LINE, {At(4)})) == Segment(Segment::LINE, {At(4)}));
-}
-
 TEST_F(shp_Analytic, APairNeedsThreeCoordinates) {
   cls_Row row;
   row.SetFloats("value", std::vector<float>{1, 2}, 1).SetText("dataType", "Line");

@@ -1,5 +1,6 @@
 #include "ExodusWriter.h"
 
+#include <algorithm>
 #include <exodusII.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -28,9 +29,17 @@ void ExodusMesh::Write(const std::string& fileName) const {
   std::int64_t numElements = 0;
   for (const ExodusBlock& block : blocks)
     numElements += static_cast<std::int64_t>(block.nodes.size()) / std::max(1, block.nodesPerElement);
-  ASSERT_EQ(ex_put_init(file, title.c_str(), dims, static_cast<std::int64_t>(numNodes), numElements,
-                        static_cast<std::int64_t>(blocks.size()), 0, 0),
-            0);
+  const auto count = [&](int type) { return std::ranges::count(sets, type, &ExodusSet::type); };
+  ex_init_params sizes = {};
+  title.copy(sizes.title, MAX_LINE_LENGTH);
+  sizes.num_dim = dims;
+  sizes.num_nodes = static_cast<std::int64_t>(numNodes);
+  sizes.num_elem = numElements;
+  sizes.num_elem_blk = static_cast<std::int64_t>(blocks.size());
+  sizes.num_node_sets = count(EX_NODE_SET);
+  sizes.num_side_sets = count(EX_SIDE_SET);
+  sizes.num_elem_sets = count(EX_ELEM_SET);
+  ASSERT_EQ(ex_put_init_ext(file, &sizes), 0);
   std::vector<double> axes[3];
   for (std::size_t i = 0; i < xyz.size(); ++i) axes[i % static_cast<std::size_t>(dims)].push_back(xyz[i]);
   if (numNodes > 0) {
@@ -47,6 +56,15 @@ void ExodusMesh::Write(const std::string& fileName) const {
     if (count > 0) {
       ASSERT_EQ(ex_put_conn(file, EX_ELEM_BLOCK, block.id, block.nodes.data(), nullptr, nullptr), 0);
     }
+  }
+  for (const ExodusSet& set : sets) {
+    const auto type = static_cast<ex_entity_type>(set.type);
+    ASSERT_EQ(ex_put_set_param(file, type, set.id, static_cast<std::int64_t>(set.entries.size()), 0), 0);
+    if (!set.name.empty()) ex_put_name(file, type, set.id, set.name.c_str());
+    if (set.entries.empty()) continue;
+    ASSERT_EQ(
+        ex_put_set(file, type, set.id, set.entries.data(), set.sides.empty() ? nullptr : set.sides.data()),
+        0);
   }
   if (!nodeLabels.empty()) {
     ASSERT_EQ(ex_put_id_map(file, EX_NODE_MAP, nodeLabels.data()), 0);

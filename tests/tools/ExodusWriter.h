@@ -28,12 +28,20 @@ struct ExodusBlock {
   std::string name{};
 };
 
+struct ExodusSet {
+  int type; ///< EX_NODE_SET, EX_SIDE_SET, EX_ELEM_SET
+  std::int64_t id;
+  std::string name;
+  std::vector<std::int64_t> entries, sides{};
+};
+
 /// What a file is to hold. Maps and names that are empty are not written.
 struct ExodusMesh {
   int dims = 3;
   std::vector<double> xyz; ///< dims numbers a node
   std::vector<ExodusBlock> blocks{};
   std::vector<std::int64_t> nodeLabels{}, elementLabels{};
+  std::vector<ExodusSet> sets{};
   std::string title{};
   int mode = 0; ///< flags of ex_create, such as EX_NETCDF4 | EX_ALL_INT64_DB
   bool singlePrecision = false;

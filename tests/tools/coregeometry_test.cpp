@@ -6,6 +6,7 @@
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
+#include <cstdio>
 #include <exo_Import.h>
 #include <filesystem>
 #include <fstream>
@@ -36,9 +37,9 @@ TEST_F(Program, ImportsTheSampleAndAnswersFromTheStoredModel) {
   const ToolRun import = RunTool({"import", mesh});
   ASSERT_EQ(import.exitCode, 0) << import.err;
   EXPECT_EQ(import.err, ""); // no progress bar, this is no terminal
-  for (const char* text :
-       {"meshes/bracket", "1441 nodes, 945 elements in 6 classes", "node sets: 2", "side sets: 2",
-        "QA records: 1", "Largest change by rounding to single precision: 1.49012e-09"})
+  for (const char* text : {"meshes/bracket", "1441 nodes, 945 elements in 6 classes",
+                           "  2 node sets\n  7 element sets\n  3 surfaces\n", "QA records: 1",
+                           "Largest change by rounding to single precision: 1.49012e-09"})
     EXPECT_NE(import.out.find(text), std::string::npos) << text << '\n' << import.out;
 
   const std::string model = folder_ / "bracket.cgdb";
@@ -68,6 +69,56 @@ TEST_F(Program, ImportsTheSampleAndAnswersFromTheStoredModel) {
   const json element = Facts({"query", model, "--element", "5001"})["elements"][0];
   EXPECT_EQ(element["type"], "B31");
   EXPECT_EQ(element["class"], 4);
+}
+
+TEST_F(Program, PrintsSetsByUserLabelInCompactRanges) {
+  ASSERT_EQ(RunTool({"import", SAMPLE, "-o", model_, "--name", "bracket"}).exitCode, 0);
+  const std::string list = RunTool({"sets", model_}).out;
+  for (const char* line : {"bracket/back: surface, 168 facets\n", "bracket/mass: element set, 1 element\n",
+                           "bracket/fixed: node set, 221 nodes\n"})
+    EXPECT_NE(list.find(line), std::string::npos) << list;
+  EXPECT_EQ(RunTool({"sets", model_, "back"}).out,
+            "regions/bracket/back: surface of meshes/bracket, 168 facets\n"
+            "  class 0, C3D8, face 5: 101:170:3,1253:1682:3\n");
+  EXPECT_EQ(RunTool({"sets", model_, "bracket/skin_outside"}).out,
+            "regions/bracket/skin_outside: surface of meshes/bracket, 156 facets\n"
+            "  class 3, S4, face 0: 4001:4430:3\n"
+            "  class 3, S4, edge 1 of face 0: 4034:4430:36\n");
+  EXPECT_EQ(RunTool({"sets", model_, "nope"}).exitCode, 1);
+
+  // labels in ranges stand for the same labels one by one
+  const std::string text = RunTool({"sets", model_, "regions/bracket/boss_top"}).out;
+  std::vector<int> labels;
+  std::istringstream ranges(text.substr(text.rfind(": ") + 2));
+  for (std::string range; std::getline(ranges, range, ',');) {
+    int first = 0, last = 0, step = 1;
+    const int read = std::sscanf(range.c_str(), "%d:%d:%d", &first, &last, &step);
+    for (int label = first; label <= (read == 1 ? first : last); label += step) labels.push_back(label);
+  }
+  const json facts = Facts({"sets", model_, "boss_top"});
+  EXPECT_EQ(facts["parts"][0]["labels"], json(labels));
+  EXPECT_EQ(facts["items"], 65);
+  EXPECT_EQ(facts["index"], 2);
+  EXPECT_EQ(Facts({"info", model_})["regions"],
+            json::parse(R"({"element set": 7, "node set": 2, "surface": 3})"));
+}
+
+TEST_F(Program, MapsPointsThroughCoordinateSystems) {
+  ASSERT_EQ(RunTool({"import", SAMPLE, "-o", model_}).exitCode, 0);
+  EXPECT_EQ(Facts({"csys", model_})["datums"], json::array());
+  EXPECT_EQ(RunTool({"csys", model_, "--to-local", "1,2,3"}).exitCode, 1) << "there is none yet";
+  const json added = Facts({"csys", model_, "--add", "hole", "--kind", "cylindrical", "--origin", "1,2,3",
+                            "--x", "0,2,0", "--y", "0,1,5"});
+  EXPECT_EQ(added["datums"][0], json::parse(R"({"datum": "datums/hole", "kind": "cylindrical system",
+    "origin": [1.0, 2.0, 3.0], "x": [0.0, 1.0, 0.0], "y": [0.0, 0.0, 1.0], "z": [1.0, 0.0, 0.0]})"));
+  EXPECT_EQ(RunTool({"csys", model_, "--add", "hole"}).exitCode, 1) << "not without --force";
+  EXPECT_EQ(RunTool({"csys", model_, "--degrees", "--to-local", "5,2,5", "--to-local", "5,-1,3"}).out,
+            "global (5.0, 2.0, 5.0) is local (2.0, 90.0, 4.0)\n"
+            "global (5.0, -1.0, 3.0) is local (3.0, 180.0, 4.0)\n");
+  const json back = Facts({"csys", model_, "hole", "--to-global", "2,90,4"})["points"][0]["global"];
+  EXPECT_NEAR(back[1].get<double>(), 2, 1e-12);
+  EXPECT_NEAR(back[2].get<double>(), 5, 1e-12);
+  EXPECT_EQ(Facts({"info", model_})["datums"], 1);
 }
 
 TEST_F(Program, ReportsUnknownLabelsAndAnswersTheOthers) {
@@ -101,6 +152,23 @@ TEST_F(Program, KeepsWhatAModelHoldsUnlessToldOtherwise) {
   ASSERT_EQ(meshes.size(), 2U);
   EXPECT_EQ(meshes[0]["classes"][0]["label"], "C3D8I");
   EXPECT_EQ(meshes[1]["classes"][0]["label"], "C3D8R");
+
+  // a replaced mesh keeps its number, which no other has, and only its own regions go
+  EXPECT_EQ(meshes[0]["id"], 0);
+  EXPECT_EQ(meshes[1]["id"], 1);
+  ExodusMesh other = OneHex();
+  other.blocks[0].name = "other";
+  other.Write(folder_ / "cube.exo");
+  ASSERT_EQ(RunTool(With(import, {"--force"})).exitCode, 0);
+  ASSERT_EQ(RunTool(With(import, {"--name", "third"})).exitCode, 0);
+  const json info = Facts({"info", model_});
+  EXPECT_EQ(info["meshes"][0]["id"], 0);
+  EXPECT_EQ(info["meshes"][2]["id"], 2);
+  EXPECT_EQ(info["roots"],
+            json::parse(R"(["meshes/cube", "meshes/second", "meshes/third", "regions/cube/other",
+    "regions/second/block 7", "regions/third/other", "sets/cube/other", "sets/second/block 7", "sets/third/other"])"));
+  EXPECT_EQ(RunTool({"sets", model_, "third/other"}).out,
+            "regions/third/other: element set of meshes/third, 1 element\n  class 0, C3D8: 1\n");
 
   const ToolRun unnamed = RunTool({"query", model_, "--node", "1"});
   EXPECT_EQ(unnamed.exitCode, 1);
@@ -154,6 +222,8 @@ TEST_F(Program, TellsWrongUsageFromWrongInput) {
                                              {"import", "--map", "HEX8=C3D8R"},
                                              {"query", model_},
                                              {"query", model_, "--node", "seven"},
+                                             {"csys", model_, "--to-local", "1,2"},
+                                             {"csys", model_, "--add", "a", "--y", "-3,0,0"},
                                              {"query", model_, "--node", "99999999999"},
                                              {"shapes"}}) {
     const ToolRun run = RunTool(wrong);
@@ -161,7 +231,7 @@ TEST_F(Program, TellsWrongUsageFromWrongInput) {
     EXPECT_NE(run.err, "");
     EXPECT_EQ(run.out, "");
   }
-  for (const char* command : {"info", "upgrade", "compact", "import"}) {
+  for (const char* command : {"info", "sets", "csys", "upgrade", "compact", "import"}) {
     const ToolRun run = RunTool({command, folder_ / "missing"});
     EXPECT_EQ(run.exitCode, 1) << command;
     EXPECT_NE(run.err.find(folder_ / "missing"), std::string::npos) << run.err;
@@ -170,7 +240,8 @@ TEST_F(Program, TellsWrongUsageFromWrongInput) {
 
 TEST_F(Program, TeachesEveryCommandWithAnExample) {
   EXPECT_NE(RunTool({"--help"}).out.find("coregeometry import part.exo"), std::string::npos);
-  for (const std::string command : {"import", "info", "query", "upgrade", "compact", "shapes"}) {
+  for (const std::string command :
+       {"import", "info", "query", "sets", "csys", "upgrade", "compact", "shapes"}) {
     const ToolRun run = RunTool({command, "--help"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_NE(run.out.find("Example"), std::string::npos) << command;
@@ -215,6 +286,9 @@ TEST_F(Program, MakesTheSampleThatIsShipped) {
     EXPECT_EQ(ours.ElementConnectivity(), shipped.ElementConnectivity());
     EXPECT_TRUE(std::ranges::equal(ours.UserElementLabels(), shipped.UserElementLabels()));
   }
+  ASSERT_EQ(a.sets.size(), b.sets.size());
+  for (std::size_t i = 0; i < a.sets.size(); ++i)
+    EXPECT_TRUE(a.sets[i].name == b.sets[i].name && a.sets[i].data == b.sets[i].data) << a.sets[i].name;
   ASSERT_EQ(a.ledger.size(), b.ledger.size());
   for (std::size_t i = 0; i < a.ledger.size(); ++i) EXPECT_EQ(a.ledger[i].count, b.ledger[i].count);
   EXPECT_LT(fs::file_size(SAMPLE), 2U << 20);
@@ -281,20 +355,24 @@ TEST_P(RealMesh, IsStoredWithItsKnownFacts) {
   EXPECT_NEAR(sixVolumes / 6, real.volume, 1e-5);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Shared, RealMesh,
-    testing::Values(RealFile{"results_hex8_5steps.e",
-                             2185,
-                             1300,
-                             5,
-                             1,
-                             {{"node sets", 12},
-                              {"side sets", 8},
-                              {"time steps", 5},
-                              {"global variables", 8},
-                              {"nodal variables", 8},
-                              {"element variables", 79},
-                              {"node set variables", 1}}},
-                    RealFile{"hex8_shell4_sets.g", 225, 192, 6, 2, {{"node sets", 10}, {"side sets", 4}}}),
-    [](const auto& info) { return std::string(info.param.name).substr(0, 4); });
+INSTANTIATE_TEST_SUITE_P(Shared, RealMesh,
+                         testing::Values(RealFile{"results_hex8_5steps.e",
+                                                  2185,
+                                                  1300,
+                                                  5,
+                                                  1,
+                                                  {{"distribution factors of node sets", 1220},
+                                                   {"time steps", 5},
+                                                   {"global variables", 8},
+                                                   {"nodal variables", 8},
+                                                   {"element variables", 79},
+                                                   {"node set variables", 1}}},
+                                         RealFile{"hex8_shell4_sets.g",
+                                                  225,
+                                                  192,
+                                                  6,
+                                                  2,
+                                                  {{"distribution factors of node sets", 250},
+                                                   {"side set variables", 4}}}),
+                         [](const auto& info) { return std::string(info.param.name).substr(0, 4); });
 } // namespace

@@ -23,6 +23,8 @@ struct cli_Incomplete {};
 void cli_AddImport(CLI::App& app);
 void cli_AddInfo(CLI::App& app);
 void cli_AddQuery(CLI::App& app);
+void cli_AddSets(CLI::App& app);
+void cli_AddCsys(CLI::App& app);
 void cli_AddUpgrade(CLI::App& app);
 void cli_AddCompact(CLI::App& app);
 void cli_AddShapes(CLI::App& app);

@@ -1,6 +1,6 @@
 // coregeometry import: an Exodus II file becomes a mesh of a model
 #include "cli_Console.h"
-#include "cli_Model.h"
+#include "cli_Regions.h"
 #include "exo_Import.h"
 
 #include <BasicUtils/cls_WritePass.h>
@@ -34,17 +34,41 @@ void SortWords(Arguments& arguments) {
 /// What the target is before the import.
 struct Target {
   fs::path file;
-  cow_String root;
+  cow_String name, root;
   bool exists = false;
-  unsigned numMeshes = 0;
+  int meshId = 0;
+  std::vector<cow_String> obsolete; ///< regions and sets of the mesh that is replaced
+
+  cow_String RegionRoot(const cow_String& set) const { return cli_kRegionFolder + name + "/" + set; }
+  cow_String SetRoot(const cow_String& set) const { return cli_kSetFolder + name + "/" + set; }
 };
+
+/// What belongs to the mesh alone: regions that have it as their owner, and their contents.
+std::vector<cow_String> RegionsOf(const cls_Database& model, const Target& target) {
+  std::vector<cow_String> roots;
+  for (const auto& [root, region] : cli_Regions(model)) {
+    if (region.OwnerNames() != cow_List<cow_String>{target.name}) continue;
+    roots.push_back(root);
+    const cow_String contents = region.GetSetData().Path();
+    if (contents.starts_with(target.SetRoot("")) && model.Has(contents)) roots.push_back(contents);
+  }
+  return roots;
+}
+
+/// A replaced mesh keeps its identifier; a new one gets the next.
+int ChooseMeshId(const cls_Database& model, const Target& target) {
+  if (model.Has(target.root)) return cli_MeshId(model, target.root);
+  int next = 0;
+  for (const cow_String& mesh : cli_MeshRoots(model)) next = std::max(next, cli_MeshId(model, mesh) + 1);
+  return next;
+}
 
 Target ChooseTarget(const Arguments& arguments) {
   Target target;
   target.file = arguments.model.empty() ? fs::path(arguments.file).replace_extension(".cgdb")
                                         : fs::path(arguments.model);
-  const std::string name = arguments.name.empty() ? fs::path(arguments.file).stem().string() : arguments.name;
-  target.root = cli_kMeshFolder + name;
+  target.name = arguments.name.empty() ? fs::path(arguments.file).stem().string() : arguments.name;
+  target.root = cli_kMeshFolder + target.name;
   std::error_code error;
   if (fs::equivalent(target.file, arguments.file, error))
     throw cli_UsageError("the model would overwrite the mesh file " + arguments.file + ", name it with -o");
@@ -55,7 +79,8 @@ Target ChooseTarget(const Arguments& arguments) {
   if (model.Has(target.root) && !arguments.force)
     throw nex_TextException(target.file.string() + ": already holds " + target.root
                             + "; choose another --name, or replace it with --force");
-  target.numMeshes = static_cast<unsigned>(cli_MeshRoots(model).size());
+  target.meshId = ChooseMeshId(model, target);
+  if (model.Has(target.root)) target.obsolete = RegionsOf(model, target);
   return target;
 }
 
@@ -67,13 +92,34 @@ cls_Database::Options OptionsFor(const bme_Mesh& mesh) {
   return {.pageSize = bytes > kBigModel ? 65536 : 16384};
 }
 
-void Store(const Target& target, const bme_Mesh& mesh) {
+/// A region and its contents for every set.
+void PutSets(const cls_Database& model, cls_WritePass& pass, const Target& target,
+             std::span<const exo_ImportedSet> sets) {
+  for (const exo_ImportedSet& set : sets) {
+    const cow_String regionRoot = target.RegionRoot(set.name), setRoot = target.SetRoot(set.name);
+    for (const cow_String& root : {regionRoot, setRoot})
+      if (model.Has(root))
+        throw nex_TextException(model.File() + ": already holds " + root
+                                + ", which is not of the mesh; choose another --name");
+    rgnC_Region region;
+    region.SetName(set.name);
+    region.SetOwnerNames({target.name});
+    region.SetSetTypeBits(1 << set.kind);
+    region.SetSetData(rgnC_SetDataShortcut(setRoot));
+    pass.Put(setRoot, set.data);
+    pass.Put(regionRoot, region);
+  }
+}
+
+void Store(const Target& target, const exo_Import& import) {
   try {
     cls_Database model = target.exists
                              ? cls_Database::Open(target.file.string(), cls_Database::Mode::ReadWrite)
-                             : cls_Database::Create(target.file.string(), OptionsFor(mesh));
+                             : cls_Database::Create(target.file.string(), OptionsFor(*import.mesh));
     cls_WritePass pass(model);
-    pass.Put(target.root, mesh);
+    for (const cow_String& root : target.obsolete) pass.Remove(root);
+    pass.Put(target.root, *import.mesh);
+    PutSets(model, pass, target, import.sets);
     pass.Commit();
   } catch (...) {
     std::error_code error;
@@ -84,13 +130,17 @@ void Store(const Target& target, const bme_Mesh& mesh) {
 
 cli_Json AsJson(const Arguments& arguments, const Target& target, const exo_Import& import) {
   const bme_Mesh& mesh = *import.mesh;
-  cli_Json classes = cli_Json::array(), notCarried = cli_Json::array();
+  cli_Json classes = cli_Json::array(), sets = cli_Json::array(), notCarried = cli_Json::array();
   for (const exo_ImportedBlock& block : import.blocks)
     classes.push_back({{"block", block.id},
                        {"type", block.type},
                        {"label", block.label},
                        {"supported", block.supported},
                        {"elements", block.numElements}});
+  for (const exo_ImportedSet& set : import.sets)
+    sets.push_back({{"region", target.RegionRoot(set.name)},
+                    {"kind", cli_KindText(1 << set.kind)},
+                    {"items", cli_NumItems(set.data)}});
   for (const exo_LedgerEntry& entry : import.ledger)
     notCarried.push_back({{"what", entry.what},
                           {"count", entry.count < 0 ? cli_Json() : cli_Json(entry.count)},
@@ -108,6 +158,7 @@ cli_Json AsJson(const Arguments& arguments, const Target& target, const exo_Impo
           {"nodes", mesh.NodeData().NumNodes()},
           {"elements", mesh.ElementData().NumElements()},
           {"classes", classes},
+          {"sets", sets},
           {"rounding", rounding},
           {"notCarried", notCarried}};
 }
@@ -122,6 +173,12 @@ void Print(const Arguments& arguments, const Target& target, const exo_Import& i
     std::cout << "  block " << block.id << " (" << block.type << "): class " << index++ << ", "
               << block.numElements << " elements " << block.label
               << (block.supported ? "" : ", a type without a shape") << '\n';
+  for (const char* kind : {"node set", "element set", "surface"}) {
+    const auto count = std::ranges::count_if(import.sets, [&](const exo_ImportedSet& set) {
+      return cli_KindText(1 << set.kind) == cow_String(kind);
+    });
+    if (count > 0) std::cout << "  " << count << ' ' << kind << (count == 1 ? "" : "s") << '\n';
+  }
   if (import.rounding.change > 0)
     std::cout << "Largest change by rounding to single precision: " << import.rounding.change << " in "
               << import.rounding.axis << " of node " << import.rounding.nodeLabel << '\n';
@@ -152,9 +209,9 @@ void Run(const Arguments& arguments) {
   cli_Console console;
   const Target target = ChooseTarget(arguments);
   console.Begin("reading " + arguments.file);
-  const exo_Import import = exo_ReadMesh(arguments.file, types, target.numMeshes);
+  const exo_Import import = exo_ReadMesh(arguments.file, types, static_cast<unsigned>(target.meshId));
   console.Begin("storing " + target.file.string());
-  Store(target, *import.mesh);
+  Store(target, import);
   console.End();
   if (arguments.json)
     cli_PrintJson(AsJson(arguments, target, import));
@@ -164,7 +221,8 @@ void Run(const Arguments& arguments) {
 } // namespace
 
 void cli_AddImport(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("import", "Read an Exodus II file and store its mesh in a model");
+  CLI::App* command =
+      app.add_subcommand("import", "Read an Exodus II file and store its mesh and sets in a model");
   auto arguments = std::make_shared<Arguments>();
   command->add_option("FILE", arguments->words, "Exodus II file")->required()->type_name("TEXT");
   command->add_option("-o,--output", arguments->model,
@@ -177,11 +235,12 @@ void cli_AddImport(CLI::App& app) {
       ->expected(1)
       ->allow_extra_args(false)
       ->take_all();
-  command->add_flag("--force", arguments->force, "Replace a mesh of the same name");
+  command->add_flag("--force", arguments->force, "Replace a mesh of the same name, and its regions");
   command->add_flag("--json", arguments->json, "Print the facts as JSON");
   command->footer(
       "A model that exists gets the mesh as one more. Element blocks become element classes in their\n"
-      "order, number maps become user labels. What a model cannot hold yet is listed at the end.\n"
+      "order, number maps become user labels. Node sets, side sets, element sets and blocks become regions\n"
+      "of the mesh (see \"coregeometry sets\"). What a model cannot hold yet is listed at the end.\n"
       "\n"
       "Example: hexahedra with reduced integration, in a model of its own\n"
       "  coregeometry import bracket.exo -o bracket.cgdb --map HEX8=C3D8R");

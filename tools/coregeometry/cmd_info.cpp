@@ -1,9 +1,10 @@
 // coregeometry info: what a model file holds
 #include "cli_Console.h"
-#include "cli_Model.h"
+#include "cli_Regions.h"
 
 #include <CoreGeometry/shp_Shape.h>
 #include <iostream>
+#include <map>
 
 namespace {
 struct Arguments {
@@ -40,6 +41,10 @@ cli_LabelRange LabelsOf(const bme_ElementData& elements, const bme_ElementClass&
     range = {type.NumElements(), type.FirstElementIndex() + 1LL,
              static_cast<long long>(type.FirstElementIndex()) + type.NumElements()};
   return range;
+}
+
+cow_String Plural(std::size_t count, const cow_String& what) {
+  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
 void PrintMesh(const cow_String& root, const bme_Mesh& mesh) {
@@ -105,6 +110,18 @@ void Run(const Arguments& arguments) {
     json["roots"].push_back(root);
     if (!arguments.json) std::cout << "  " << root << '\n';
   }
+  std::map<cow_String, std::size_t> kinds;
+  for (const cli_RegionRoot& one : cli_Regions(model)) ++kinds[cli_KindText(one.region.GetSetTypeBits())];
+  const std::size_t numDatums = cli_DatumRoots(model).size();
+  json["regions"] = cli_Json::object();
+  for (const auto& [kind, count] : kinds) {
+    json["regions"][kind] = count;
+    if (!arguments.json) std::cout << Plural(count, kind) << " (see \"coregeometry sets\")\n";
+  }
+  json["datums"] = numDatums;
+  if (!arguments.json && numDatums > 0)
+    std::cout << Plural(numDatums, "datum") << " (see \"coregeometry csys\")\n";
+
   json["stored"] = cli_Json::array();
   if (!arguments.json) std::cout << "Stored classes:\n";
   for (const auto& stored : model.Classes()) {

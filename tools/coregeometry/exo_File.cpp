@@ -26,6 +26,17 @@ cow_String WhyExodusFailed() {
   return nc_strerror(exerrval);
 }
 
+struct KindOfSet {
+  exo_SetKind kind;
+  ex_entity_type type;
+  ex_inquiry count;
+  const char* name;
+  const char *entries, *sides; ///< stems of the file's variables
+};
+constexpr KindOfSet kKinds[] = {
+    {exo_SetKind::Nodes, EX_NODE_SET, EX_INQ_NODE_SETS, "node set", "node_ns", nullptr},
+    {exo_SetKind::Sides, EX_SIDE_SET, EX_INQ_SIDE_SETS, "side set", "elem_ss", "side_ss"},
+    {exo_SetKind::Elements, EX_ELEM_SET, EX_INQ_ELEM_SETS, "element set", "elem_els", nullptr}};
 } // namespace
 
 exo_File::Handle::Handle(const char* name) {
@@ -58,9 +69,7 @@ exo_File::exo_File(const cow_String& name) : name_(name), handle_(name.c_str()),
     Fail("not an Exodus II file (" + WhyExodusFailed() + ")");
   }
   CheckTexts();
-  Check(ex_set_int64_status(id_, EX_MAPS_INT64_API | EX_IDS_INT64_API | EX_INQ_INT64_API
-                                     | (HasWideNumbers() ? EX_BULK_INT64_API : 0)),
-        "integer sizes");
+  UseWideNumbers(HasWideNumbers());
   hasDoubles_ = handle_.storedRealSize == sizeof(double);
   const std::int64_t dims = Inquire(EX_INQ_DIM, "number of dimensions");
   if (dims < 1 || dims > 3) Fail("a mesh of " + std::to_string(dims) + " dimensions, not 1 to 3");
@@ -72,7 +81,10 @@ exo_File::exo_File(const cow_String& name) : name_(name), handle_(name.c_str()),
   if (numElements_ > kMost)
     Fail(std::to_string(numElements_) + " elements, more than " + std::to_string(kMost));
   ReadTitle();
+  longestName_ = std::max<std::int64_t>(ex_inquire_int(id_, EX_INQ_DB_MAX_USED_NAME_LENGTH), 32);
+  ex_set_max_name_length(id_, static_cast<int>(std::min<std::int64_t>(longestName_, NC_MAX_NAME)));
   ReadBlocks();
+  ReadSets();
 }
 
 exo_File::~exo_File() = default;
@@ -90,6 +102,12 @@ std::int64_t exo_File::Inquire(int what, std::string_view name) const {
 }
 
 bool exo_File::HasWideNumbers() const noexcept { return (ex_int64_status(id_) & EX_BULK_INT64_DB) != 0; }
+
+/// Whether numbers of nodes and elements are handed over with 64 bits.
+void exo_File::UseWideNumbers(bool wide) const {
+  constexpr int kAlways = EX_MAPS_INT64_API | EX_IDS_INT64_API | EX_INQ_INT64_API;
+  Check(ex_set_int64_status(id_, kAlways | (wide ? EX_BULK_INT64_API : 0)), "integer sizes");
+}
 
 // The Exodus II library copies titles and type names into buffers of the longest length that the format
 // allows.
@@ -113,12 +131,8 @@ void exo_File::ReadTitle() {
 
 void exo_File::ReadBlocks() {
   const std::int64_t count = Inquire(EX_INQ_ELEM_BLK, "number of element blocks");
-  if (count == 0) return;
   std::vector<std::int64_t> ids(static_cast<std::size_t>(count));
-  Check(ex_get_ids(id_, EX_ELEM_BLOCK, ids.data()), "element block ids");
-  const std::int64_t longest =
-      std::max<std::int64_t>(ex_inquire_int(id_, EX_INQ_DB_MAX_USED_NAME_LENGTH), 32);
-  ex_set_max_name_length(id_, static_cast<int>(std::min<std::int64_t>(longest, NC_MAX_NAME)));
+  if (count > 0) Check(ex_get_ids(id_, EX_ELEM_BLOCK, ids.data()), "element block ids");
   std::int64_t total = 0;
   for (const std::int64_t id : ids) {
     ex_block raw = {};
@@ -134,8 +148,7 @@ void exo_File::ReadBlocks() {
     block.numAttributes = raw.num_attribute;
     const cow_String upper = cow_ToUpper(block.type);
     block.isRagged = upper.starts_with("NSIDED") || upper.starts_with("NFACED");
-    std::vector<char> name(static_cast<std::size_t>(std::max<std::int64_t>(longest, NC_MAX_NAME)) + 1);
-    if (ex_get_name(id_, EX_ELEM_BLOCK, id, name.data()) >= 0) block.name = Trimmed(name.data());
+    block.name = NameOf(EX_ELEM_BLOCK, id);
     if (block.numElements < 0 || block.nodesPerElement < 0) Fail(where + ": a negative count");
     total += block.numElements;
     blocks_.push_back(std::move(block));
@@ -143,6 +156,53 @@ void exo_File::ReadBlocks() {
   if (total != numElements_)
     Fail("its blocks have " + std::to_string(total) + " elements, its header says "
          + std::to_string(numElements_));
+}
+
+cow_String exo_File::NameOf(int type, std::int64_t id) const {
+  std::vector<char> name(static_cast<std::size_t>(std::max<std::int64_t>(longestName_, NC_MAX_NAME)) + 1);
+  if (ex_get_name(id_, static_cast<ex_entity_type>(type), id, name.data()) < 0) return {};
+  return Trimmed(name.data());
+}
+
+void exo_File::ReadSets() {
+  UseWideNumbers(true);
+  for (const KindOfSet& kind : kKinds) {
+    const std::int64_t count = Inquire(kind.count, "number of " + cow_String(kind.name) + "s");
+    if (count == 0) continue;
+    std::vector<std::int64_t> ids(static_cast<std::size_t>(count));
+    Check(ex_get_ids(id_, kind.type, ids.data()), cow_String(kind.name) + " ids");
+    std::int64_t position = 0;
+    for (const std::int64_t id : ids) {
+      const cow_String where = cow_String(kind.name) + " " + std::to_string(id);
+      std::int64_t numEntries = 0, numFactors = 0;
+      Check(ex_get_set_param(id_, kind.type, id, &numEntries, &numFactors), where);
+      if (numEntries < 0) Fail(where + ": a negative count");
+      sets_.push_back({kind.kind, id, NameOf(kind.type, id), numEntries, ++position});
+    }
+  }
+  UseWideNumbers(HasWideNumbers());
+}
+
+void exo_File::ReadSet(const exo_Set& set, std::vector<long long>& entries,
+                       std::vector<long long>& sides) const {
+  const KindOfSet& kind = *std::ranges::find(kKinds, set.kind, &KindOfSet::kind);
+  entries.resize(static_cast<std::size_t>(set.numEntries));
+  sides.resize(kind.sides ? entries.size() : 0);
+  if (entries.empty()) return;
+  const cow_String position = std::to_string(set.position);
+  ReadNumbers(kind.entries + position, entries);
+  if (kind.sides) ReadNumbers(kind.sides + position, sides);
+}
+
+// The Exodus II library reads the whole variable, however long it is.
+void exo_File::ReadNumbers(const cow_String& variable, std::span<long long> numbers) const {
+  int number = 0, numDims = 0;
+  exerrval = nc_inq_varid(id_, variable.c_str(), &number);
+  if (exerrval == NC_NOERR) exerrval = nc_inq_varndims(id_, number, &numDims);
+  if (exerrval == NC_NOERR && numDims != 1) exerrval = NC_EBADDIM;
+  const std::size_t first = 0, count = numbers.size();
+  if (exerrval == NC_NOERR) exerrval = nc_get_vara_longlong(id_, number, &first, &count, numbers.data());
+  Check(exerrval == NC_NOERR ? 0 : -1, variable);
 }
 
 void exo_File::ReadCoordinates(std::int64_t first, std::span<double> x, std::span<double> y,

@@ -18,6 +18,18 @@ struct exo_Block {
   bool isRagged = false; ///< polygons or polyhedra: rows of different length
 };
 
+/// What the entries of a set are.
+enum class exo_SetKind { Nodes, Sides, Elements };
+
+/// One set as the file describes it.
+struct exo_Set {
+  exo_SetKind kind = exo_SetKind::Nodes;
+  std::int64_t id = 0;
+  cow_String name; ///< empty when the file gives none
+  std::int64_t numEntries = 0;
+  std::int64_t position = 0; ///< among those of its kind, from 1
+};
+
 /// Thin reader over the Exodus II library: counts, texts and ranges of arrays, every failure an exception.
 ///
 /// Numbering  starts are positions from 0; the numbers in the file count from 1.
@@ -38,6 +50,7 @@ public:
   std::int64_t NumNodes() const noexcept { return numNodes_; }
   std::int64_t NumElements() const noexcept { return numElements_; }
   const std::vector<exo_Block>& Blocks() const noexcept { return blocks_; }
+  const std::vector<exo_Set>& Sets() const noexcept { return sets_; } ///< node, side, element sets
   bool HasWideNumbers() const noexcept; ///< node numbers of elements are stored with 64 bits
   bool HasDoubleCoordinates() const noexcept { return hasDoubles_; }
   int Id() const noexcept { return id_; } ///< handle of the Exodus II and NetCDF libraries
@@ -52,6 +65,8 @@ public:
                         std::int64_t* nodes) const;
   void ReadNodeLabels(std::int64_t first, std::span<std::int64_t> labels) const;
   void ReadElementLabels(std::int64_t first, std::span<std::int64_t> labels) const;
+  /// Numbers of nodes or elements; the sides of a side set, as many, beside them.
+  void ReadSet(const exo_Set& set, std::vector<long long>& entries, std::vector<long long>& sides) const;
 
 private:
   class Handle {
@@ -69,6 +84,10 @@ private:
   void CheckTexts() const;
   void ReadTitle();
   void ReadBlocks();
+  void ReadSets();
+  void UseWideNumbers(bool wide) const;
+  void ReadNumbers(const cow_String& variable, std::span<long long> numbers) const;
+  cow_String NameOf(int type, std::int64_t id) const;
   std::int64_t Inquire(int what, std::string_view name) const;
 
   cow_String name_;
@@ -79,4 +98,6 @@ private:
   std::int64_t numNodes_ = 0, numElements_ = 0;
   bool hasDoubles_ = true;
   std::vector<exo_Block> blocks_;
+  std::vector<exo_Set> sets_;
+  std::int64_t longestName_ = 32;
 };

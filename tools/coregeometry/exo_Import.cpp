@@ -51,7 +51,8 @@ private:
                                      std::size_t axis);
   cls_xp1DArrayListInt ReadNodeLabels();
   std::vector<LabelledBlock> ReadElementLabels();
-  bme_ElementClass* ReadBlock(const exo_Block& block, unsigned meshId);
+  bme_ElementClass* ReadBlock(const exo_Block& block, unsigned meshId, std::vector<exo_Side>& sides);
+  std::vector<exo_BlockPlace> Places() const;
   template<class Int> void ReadRows(const exo_Block& block, std::span<const int> order, std::span<int> nodes);
   [[noreturn]] void FailAtNode(const exo_Block& block, std::int64_t element, long long node) const;
   static cow_String Describe(const exo_Block& block) {
@@ -73,9 +74,12 @@ exo_Import Importer::Run(unsigned meshId) {
   if (!nodeLabels.IsEmpty()) nodes->SetUserNodeLabels(std::move(nodeLabels));
 
   std::vector<LabelledBlock> blocks = ReadElementLabels();
+  std::vector<exo_BlockPlace> places = Places();
   std::vector<std::unique_ptr<bme_ElementClass>> classes;
-  for (LabelledBlock& labelled : blocks) {
-    classes.emplace_back(ReadBlock(*labelled.block, meshId));
+  for (exo_BlockPlace& place : places) {
+    if (place.classIndex < 0) continue;
+    LabelledBlock& labelled = blocks[static_cast<std::size_t>(place.classIndex)];
+    classes.emplace_back(ReadBlock(*labelled.block, meshId, place.sides));
     classes.back()->SetUserElementLabels(std::move(labelled.labels));
   }
   std::vector<bme_ElementClass*> handedOver;
@@ -85,6 +89,7 @@ exo_Import Importer::Run(unsigned meshId) {
   result_.mesh = std::make_unique<bme_Mesh>(meshId, nodes.release(), elements, bme_ORPHAN_MESH, nullptr);
   result_.title = file_.Title();
   result_.ledger = exo_ListNotCarried(file_);
+  result_.sets = exo_ReadSets(file_, places, static_cast<int>(meshId), result_.ledger);
   return std::move(result_);
 }
 
@@ -207,10 +212,23 @@ cow_String Importer::CategoryOf(const exo_Block& block) const {
   return file_.Title().empty() ? name : file_.Title() + "/" + name;
 }
 
-bme_ElementClass* Importer::ReadBlock(const exo_Block& block, unsigned meshId) {
+std::vector<exo_BlockPlace> Importer::Places() const {
+  std::vector<exo_BlockPlace> places;
+  std::int64_t inFile = 0;
+  int inMesh = 0, numClasses = 0;
+  for (const exo_Block& block : file_.Blocks()) {
+    places.push_back({&block, inFile, inMesh, block.isRagged ? -1 : numClasses, {}});
+    inFile += block.numElements;
+    if (block.isRagged) continue;
+    inMesh += static_cast<int>(block.numElements);
+    ++numClasses;
+  }
+  return places;
+}
+
+bme_ElementClass* Importer::ReadBlock(const exo_Block& block, unsigned meshId, std::vector<exo_Side>& sides) {
   const std::int64_t columns = block.numElements > 0 ? block.nodesPerElement : 0;
-  const exo_ElementType type =
-      types_.Find(block.type, static_cast<int>(block.nodesPerElement), file_.NumDims());
+  exo_ElementType type = types_.Find(block.type, static_cast<int>(block.nodesPerElement), file_.NumDims());
   cow_ArrayCOW<int> rows;
   rows.ResizeUninitialised(static_cast<std::size_t>(block.numElements * columns));
   if (file_.HasWideNumbers())
@@ -219,6 +237,7 @@ bme_ElementClass* Importer::ReadBlock(const exo_Block& block, unsigned meshId) {
     ReadRows<int>(block, type.order, rows.Modify());
   auto made = std::make_unique<bme_ElementClass>(
       type.label, cls_xp2DArrayInt(static_cast<std::size_t>(columns), std::move(rows)));
+  sides = std::move(type.sides);
   made->SetMeshIndex(static_cast<int>(meshId));
   made->SetCategoryLabel(CategoryOf(block));
   result_.blocks.push_back({block.id, block.type, type.label, type.supported, block.numElements});

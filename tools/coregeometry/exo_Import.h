@@ -1,7 +1,7 @@
 // exo_Import.h: a mesh from an Exodus II file
 #pragma once
 
-#include "exo_Ledger.h"
+#include "exo_Sets.h"
 #include "exo_Types.h"
 
 #include <CoreGeometry/bme_Mesh.h>
@@ -27,13 +27,14 @@ struct exo_Import {
   std::unique_ptr<bme_Mesh> mesh;
   cow_String title;
   std::vector<exo_ImportedBlock> blocks; ///< in class order
+  std::vector<exo_ImportedSet> sets;     ///< element blocks, node sets, side sets, element sets
   exo_Rounding rounding;
   exo_Ledger ledger;
 };
 
-/// Reads nodes and element blocks. Blocks become element classes in their order, number maps user labels:
-/// nodes always have labels, elements only when theirs are not 1, 2, 3, ... . The category label of a class
-/// is "title/block name"; a block without a name is called "block <id>".
+/// Reads nodes, element blocks and sets. Blocks become element classes in their order, number maps user
+/// labels: nodes always have labels, elements only when theirs are not 1, 2, 3, ... . The category label of a
+/// class is "title/block name"; a block without a name is called "block <id>".
 ///
 /// Errors     nex_TextException naming file, block, element and node; wip_Cancelled when the host asks to
 /// stop. Cost       one pass; coordinates and connectivity go straight into their final arrays.

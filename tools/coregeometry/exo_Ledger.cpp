@@ -14,11 +14,9 @@ struct Inquiry {
   int without = 0; ///< entries that are carried, or that every file has
 };
 constexpr Inquiry kInquiries[] = {
-    {"node sets", EX_INQ_NODE_SETS},
     {"distribution factors of node sets", EX_INQ_NS_DF_LEN},
-    {"side sets", EX_INQ_SIDE_SETS},
     {"distribution factors of side sets", EX_INQ_SS_DF_LEN},
-    {"element sets", EX_INQ_ELEM_SETS},
+    {"distribution factors of element sets", EX_INQ_ELS_DF_LEN},
     {"edge sets", EX_INQ_EDGE_SETS},
     {"face sets", EX_INQ_FACE_SETS},
     {"edge blocks", EX_INQ_EDGE_BLK},
@@ -199,16 +197,14 @@ exo_Ledger exo_ListNotCarried(const exo_File& file) {
   nc_inq_format(file.Id(), &format);
   if (format == NC_FORMAT_NETCDF4) Note(ledger, "groups", ex_inquire_int(file.Id(), EX_INQ_NUM_CHILD_GROUPS));
 
-  long long attributes = 0, renumbered = 0;
+  long long attributes = 0;
   for (const exo_Block& block : file.Blocks()) {
     attributes += block.numElements > 0 ? block.numAttributes : 0;
-    renumbered += block.name.empty() ? 0 : 1;
     if (block.isRagged)
       Note(ledger, "elements with a varying number of nodes", block.numElements,
            "block " + std::to_string(block.id) + " (" + block.type + ")");
   }
   Note(ledger, "element attributes", attributes, "per element, summed over the blocks");
-  Note(ledger, "element block ids", renumbered, "of blocks that have a name");
 
   long long assemblies = 0, blobs = 0, orderMaps = 0, unknown = 0;
   cow_String unknownNames;

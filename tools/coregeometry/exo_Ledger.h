@@ -13,6 +13,6 @@ struct exo_LedgerEntry {
 };
 using exo_Ledger = std::vector<exo_LedgerEntry>;
 
-/// Everything in the file but nodes, element blocks, their names and their number maps. Variables of the file
-/// that the Exodus II format does not know are listed by name.
+/// Everything in the file but nodes, element blocks, their number maps, node, side and element sets.
+/// Variables of the file that the Exodus II format does not know are listed by name.
 exo_Ledger exo_ListNotCarried(const exo_File& file);

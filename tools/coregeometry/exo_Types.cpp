@@ -98,6 +98,11 @@ std::optional<std::vector<int>> OrderFor(const shp_Shape& shape, exo_Cell cell, 
   if (order && std::ranges::is_sorted(*order)) order->clear();
   return order;
 }
+/// Sides of a quadrilateral are its edges everywhere; those of a triangle only in a plane.
+exo_SideForm SideFormOf(std::string_view family, int numDims) {
+  const bool hasFaces = family == "SHELL" || (family == "TRI" && numDims == 3);
+  return hasFaces ? exo_SideForm::FacesThenEdges : exo_SideForm::Edges;
+}
 } // namespace
 
 void exo_TypeMap::Override(const cow_String& assignment) {
@@ -143,7 +148,13 @@ exo_ElementType exo_TypeMap::Find(const cow_String& typeName, int numNodes, int 
     isOverridden = true;
   }
   if (const shp_Shape* shape = label.empty() ? nullptr : FindShape(label))
-    if (auto order = OrderFor(*shape, cell, numNodes)) return {shape->Label(), true, std::move(*order)};
+    if (auto order = OrderFor(*shape, cell, numNodes)) {
+      const exo_Cell found = cell == None ? exo_FindCell(shape->NodeCoordinates()) : cell;
+      std::vector<exo_Side> sides;
+      if (row || shape->NumGeomDims() == 3) // who knows how the sides of other surfaces count
+        sides = exo_FindSides(found, SideFormOf(family, numDims), *order, *shape);
+      return {shape->Label(), true, std::move(*order), std::move(sides)};
+    }
   if (isOverridden)
     throw nex_TextException("the nodes of " + typeName + " with " + std::to_string(numNodes)
                             + " nodes do not stand where label " + label + " has its nodes");

@@ -1,7 +1,7 @@
 // exo_Types.h: Exodus II element types and the element labels they become
 #pragma once
 
-#include "exo_NodeOrder.h"
+#include "exo_Sides.h"
 
 #include <CoreUtils/cow_String.h>
 #include <string_view>
@@ -12,6 +12,7 @@ struct exo_ElementType {
   bool supported = false; ///< the label has a shape with these nodes
   /// Position in the file's element of each of our nodes; empty when the two orders are the same.
   std::vector<int> order;
+  std::vector<exo_Side> sides; ///< side 1 first; empty when nobody knows them
 };
 
 /// From type names and node counts of Exodus II blocks to element labels.

@@ -20,6 +20,8 @@ int Run(int argc, char** argv) {
   cli_AddImport(app);
   cli_AddInfo(app);
   cli_AddQuery(app);
+  cli_AddSets(app);
+  cli_AddCsys(app);
   cli_AddUpgrade(app);
   cli_AddCompact(app);
   cli_AddShapes(app);

@@ -49,6 +49,9 @@ rgnC_SubsetData::rgnC_SubsetData(int meshIndex, int classIndex, int subsetIndex,
 
 rgnC_SubsetData::rgnC_SubsetData(const cls_ReadVisitor& visitor) : uid_(visitor.GetUid()) {
   cls_ReadFields(visitor, *this, StoredFields());
+  if (!facetIdArray_.IsEmpty() && facetIdArray_.Size() != idArray_.Size())
+    visitor.Refuse("has " + std::to_string(facetIdArray_.Size()) + " facet ids for "
+                   + std::to_string(idArray_.Size()) + " ids");
 }
 
 rgnC_SubsetData* rgnC_SubsetData::Copy() const { return new rgnC_SubsetData(*this); }

@@ -2,6 +2,7 @@
 #include "db_Writer.h"
 
 #include <BasicUtils/cls_MetadataRegistrar.h>
+#include <BasicUtils/cls_RunningUpgrade.h>
 #include <BasicUtils/cls_WritePass.h>
 #include <algorithm>
 
@@ -118,6 +119,7 @@ long long cls_Database::Upgrade() {
   db_Writer writer(*file_);
   const cls_SchemaChanges changes = omi_Singleton<cls_MetadataRegistrar>::Instance().Registry().Changes();
   for (const auto& [from, to] : changes.renamedClasses) writer.RenameClass(from, to);
+  const cls_RunningUpgrade running(*this, writer);
   std::vector<std::pair<long long, unsigned>> outdated;
   for (const auto& type : file_->Classes()) {
     if (std::ranges::count(changes.deletedClasses, type->typeId) > 0) continue;

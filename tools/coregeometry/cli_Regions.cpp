@@ -1,0 +1,68 @@
+#include "cli_Regions.h"
+
+#include <CoreGeometry/dtu_6dofNodeDatumCsys.h>
+#include <CoreGeometry/dtu_DatumAxis.h>
+#include <CoreGeometry/dtu_DatumPlane.h>
+#include <CoreGeometry/dtu_DatumPoint.h>
+#include <algorithm>
+
+std::vector<cli_RegionRoot> cli_Regions(const cls_Database& model) {
+  std::vector<cli_RegionRoot> regions;
+  for (const cow_String& root : model.Roots())
+    if (model.TypeId(root) == rgnC_Region::TypeId()) regions.push_back({root, *model.Get<rgnC_Region>(root)});
+  return regions;
+}
+
+cow_String cli_OwnerText(const rgnC_Region& region) {
+  cow_String text;
+  for (const cow_String& owner : region.OwnerNames()) text += (text.empty() ? "" : "/") + owner;
+  return text;
+}
+
+const char* cli_KindText(int setTypeBits) {
+  switch (setTypeBits) {
+  case 1 << rgnC_GEOMETRY_SET: return "geometry set";
+  case 1 << rgnC_NODE_SET: return "node set";
+  case 1 << rgnC_ELEMENT_SET: return "element set";
+  case 1 << rgnC_GEOMETRY_SURFACE: return "geometry surface";
+  case 1 << rgnC_MESH_SURFACE: return "surface";
+  default: return "set";
+  }
+}
+
+long long cli_NumItems(const rgnC_SetData& set) {
+  long long count = 0;
+  for (int i = 0; i < set.NumSubset(); ++i) count += set.SubSet(i).NumItems();
+  return count;
+}
+
+int cli_MeshId(const cls_Database& model, const cow_String& root) {
+  struct Id {
+    explicit Id(const cls_ReadVisitor& mesh) : value(mesh.GetInt("id")) {}
+    int value;
+  };
+  return model.GetValue<Id>(model.Resolve(root)).value;
+}
+
+cow_String cli_MeshOfRegion(const cls_Database& model, const rgnC_Region& region, int meshId) {
+  std::vector<cow_String> meshes = cli_MeshRoots(model);
+  const cow_String owner = cli_kMeshFolder + cli_OwnerText(region);
+  std::stable_partition(meshes.begin(), meshes.end(), [&](const cow_String& root) { return root == owner; });
+  for (const cow_String& root : meshes)
+    if (cli_MeshId(model, root) == meshId) return root;
+  return {};
+}
+
+std::vector<cow_String> cli_DatumRoots(const cls_Database& model) {
+  const unsigned classes[] = {dtu_Datum::TypeId(),
+                              dtu_DatumPoint::TypeId(),
+                              dtu_DatumAxis::TypeId(),
+                              dtu_DatumPlane::TypeId(),
+                              dtu_DatumCsys::TypeId(),
+                              dtu_DynamicDatumCsys::TypeId(),
+                              dtu_6dofNodeDatumCsys::TypeId()};
+  std::vector<cow_String> datums;
+  for (const cow_String& root : model.Roots())
+    if (std::ranges::find(classes, model.TypeId(root)) != std::end(classes)) datums.push_back(root);
+  return datums;
+}

@@ -1,0 +1,29 @@
+// cli_Regions.h: regions of a model file with the meshes that they are regions of, and datums
+#pragma once
+
+#include "cli_Model.h"
+
+#include <CoreGeometry/rgnC_Region.h>
+
+inline constexpr const char *cli_kRegionFolder = "regions/", *cli_kSetFolder = "sets/",
+                            *cli_kDatumFolder = "datums/";
+
+struct cli_RegionRoot {
+  cow_String root;
+  rgnC_Region region;
+};
+
+/// Every root that is a region, sorted by root.
+std::vector<cli_RegionRoot> cli_Regions(const cls_Database& model);
+
+cow_String cli_OwnerText(const rgnC_Region& region); ///< its owners, outermost first, "a/b"
+const char* cli_KindText(int setTypeBits);           ///< "node set", "surface", "set" when it is not one kind
+long long cli_NumItems(const rgnC_SetData& set);     ///< of all its subsets
+int cli_MeshId(const cls_Database& model, const cow_String& root); ///< without reading the mesh
+
+/// Root of the mesh with that identifier: the region's owner if it is one, else the first; empty when none
+/// is.
+cow_String cli_MeshOfRegion(const cls_Database& model, const rgnC_Region& region, int meshId);
+
+/// Names of all roots that are datums of any class, sorted.
+std::vector<cow_String> cli_DatumRoots(const cls_Database& model);
