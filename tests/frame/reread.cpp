@@ -189,7 +189,7 @@ std::vector<std::string> Rows(const std::string& file) {
 
 void Write(const std::string& file) {
   std::filesystem::remove(file);
-  cls_Database db = cls_Database::Create(file, {4096});
+  cls_Database db = cls_Database::Create(file, {512}); // small, one is kept for each release
   StoreEach(db, Cases(), [](const Case& one, cls_WritePass& pass) { one.write(pass); });
 }
 

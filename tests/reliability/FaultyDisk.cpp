@@ -56,6 +56,7 @@ struct FaultyDisk::Methods {
   static int Open(sqlite3_vfs*, const char* path, sqlite3_file* file, int flags, int* outFlags) {
     OpenFile* const opened = At(file);
     opened->base.pMethods = nullptr;
+    if (theDisk->fault_ == Fault::ReadOnlyFolder && path && !fs::exists(path)) return SQLITE_CANTOPEN;
     const int code = theReal->xOpen(theReal, path, opened->Real(), flags, outFlags);
     if (code != SQLITE_OK) return code;
     std::snprintf(opened->path, sizeof opened->path, "%s", path ? path : "");
@@ -123,7 +124,8 @@ int FaultyDisk::Count(Change change) {
                              SQLITE_IOERR_DELETE};
   const int error = kErrors[static_cast<int>(change)];
   switch (fault_) {
-  case Fault::None: return SQLITE_OK;
+  case Fault::None:
+  case Fault::ReadOnlyFolder: return SQLITE_OK;
   case Fault::Fail: return isNow ? error : SQLITE_OK;
   case Fault::Full: return isOver && change == Change::Write ? SQLITE_FULL : SQLITE_OK;
   case Fault::Die: return isOver ? error : SQLITE_OK;

@@ -10,11 +10,12 @@
 class FaultyDisk {
 public:
   enum class Fault {
-    None, ///< counts only
-    Fail, ///< the n-th change fails, later ones work
-    Full, ///< every write from the n-th change on fails for want of space
-    Die,  ///< the n-th change and every later one fails, then LosePower() is to be called
-    Kill  ///< the process ends before the n-th change
+    None,           ///< counts only
+    Fail,           ///< the n-th change fails, later ones work
+    ReadOnlyFolder, ///< no file can be made
+    Full,           ///< every write from the n-th change on fails for want of space
+    Die,            ///< the n-th change and every later one fails, then LosePower() is to be called
+    Kill            ///< the process ends before the n-th change
   };
   FaultyDisk(Fault fault, int nth);
   ~FaultyDisk();

@@ -1,28 +1,43 @@
-// Writes the stored models of tests/files: make_stored_models FOLDER [NAME...]. Each is written once, by the
-// program of its time; run this for new ones only, old files are never replaced.
+// Writes the stored models of tests/files: make_stored_models FOLDER VERSION. Each is written once, by the
+// program of its time: folders that exist stay as they are.
+//
+//   FOLDER/<class>_<version>   one for each superseded layout
+//   FOLDER/present_<VERSION>   geometry and mesh in the layouts of that version of the program
+//
+// The other classes of a version: reread write FOLDER/datums_<VERSION>/model.cgdb, then coregeometry dump.
 #include "OldModels.h"
+#include "PresentModel.h"
 
 #include <BasicUtils/cls_Dump.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
 
+namespace {
+void Make(const std::filesystem::path& folder, const std::function<void(cls_Database&)>& write) {
+  if (!std::filesystem::create_directories(folder)) return;
+  cls_Database db = cls_Database::Create((folder / "model.cgdb").string(), {512});
+  write(db);
+  std::ofstream dump(folder / "dump.txt");
+  cls_Dump(db, dump);
+  std::cout << folder.string() << '\n';
+}
+} // namespace
+
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::cerr << "usage: make_stored_models FOLDER\n";
+  if (argc != 3) {
+    std::cerr << "usage: make_stored_models FOLDER VERSION\n";
     return 2;
   }
   const DDB_CoreGeometry library;
-  for (const OldModel& model : OldModels()) {
-    const std::filesystem::path folder = std::filesystem::path(argv[1]) / model.name;
-    if (!std::filesystem::create_directories(folder)) continue;
-    cls_Database db = cls_Database::Create((folder / "model.cgdb").string(), {512});
-    cls_WritePass pass(db);
-    model.write(pass, 0);
-    pass.Commit();
-    std::ofstream dump(folder / "dump.txt");
-    cls_Dump(db, dump);
-    std::cout << model.name << '\n';
-  }
+  const std::filesystem::path folder = argv[1];
+  for (const OldModel& model : OldModels())
+    Make(folder / model.name, [&](cls_Database& db) {
+      cls_WritePass pass(db);
+      model.write(pass, 0);
+      pass.Commit();
+    });
+  Make(folder / ("present_" + std::string(argv[2])), WritePresentModel);
 }

@@ -10,6 +10,7 @@ db_Connection::db_Connection(cow_String file, const cow_String& path, int flags)
   const int code = sqlite3_open_v2(path.c_str(), &opened, flags | SQLITE_OPEN_EXRESCODE, nullptr);
   handle_.reset(opened);
   if (code != SQLITE_OK) Fail(code);
+  isOpen_ = true;
   sqlite3_busy_timeout(opened, 5000);
   sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
@@ -37,8 +38,20 @@ void db_Connection::CopyTo(db_Connection& target) {
   if (code != SQLITE_DONE) target.Fail(code);
 }
 
+void db_Connection::ExpectInPlace() const {
+  int isMoved = 0;
+  sqlite3_file_control(handle_.get(), "main", SQLITE_FCNTL_HAS_MOVED, &isMoved);
+  if (isMoved) Moved();
+}
+
+void db_Connection::Moved() const {
+  throw nex_TextException(file_
+                          + ": was moved or deleted by another program; nothing can be changed any more");
+}
+
 void db_Connection::Fail(int code) const {
   const cow_String detail = handle_ ? sqlite3_errmsg(handle_.get()) : sqlite3_errstr(code);
+  if (code == SQLITE_READONLY_DBMOVED) Moved();
   switch (code & 0xff) {
   case SQLITE_BUSY:
   case SQLITE_LOCKED:
@@ -47,7 +60,11 @@ void db_Connection::Fail(int code) const {
   case SQLITE_CORRUPT: Damaged(detail);
   case SQLITE_FULL: throw nex_TextException(file_ + ": the disk is full");
   case SQLITE_READONLY: throw nex_TextException(file_ + ": read-only (" + detail + ")");
-  case SQLITE_CANTOPEN: throw nex_TextException(file_ + ": cannot be opened (" + detail + ")");
+  case SQLITE_CANTOPEN:
+    if (isOpen_)
+      throw nex_TextException(file_ + ": the journal of a change cannot be made beside it (" + detail
+                              + "); is its folder read-only?");
+    throw nex_TextException(file_ + ": cannot be opened (" + detail + ")");
   case SQLITE_NOMEM: throw std::bad_alloc();
   default: throw nex_TextException(file_ + ": database error " + std::to_string(code) + " (" + detail + ")");
   }

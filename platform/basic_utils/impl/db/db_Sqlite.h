@@ -68,6 +68,7 @@ public:
   void Execute(const char* sql);
   long long Number(const char* sql);  ///< first column of the first row
   void CopyTo(db_Connection& target); ///< everything; the target is overwritten
+  void ExpectInPlace() const;         ///< throws when the file was moved or deleted since it was opened
   bool InTransaction() const noexcept { return sqlite3_get_autocommit(handle_.get()) == 0; }
 
   [[noreturn]] void Fail(int code) const;
@@ -75,9 +76,11 @@ public:
   [[noreturn]] void Damaged(const cow_String& what) const;
 
 private:
+  [[noreturn]] void Moved() const;
   struct Close {
     void operator()(sqlite3* connection) const noexcept { sqlite3_close_v2(connection); }
   };
   cow_String file_;
   std::unique_ptr<sqlite3, Close> handle_;
+  bool isOpen_ = false; ///< the file itself could be opened
 };

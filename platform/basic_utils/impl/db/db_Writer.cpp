@@ -399,6 +399,7 @@ void db_Writer::Commit() {
   if (!connection.InTransaction()) throw nex_TextException(connection.File() + ": the write pass has ended");
   if (!collected_) CollectGarbage();
   collected_ = true;
+  connection.ExpectInPlace();
   connection.Execute("COMMIT");
   kept_.clear();
   written_.clear();

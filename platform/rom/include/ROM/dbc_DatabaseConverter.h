@@ -1,6 +1,7 @@
 // dbc_DatabaseConverter.h: how superseded layouts are brought up to date
 #pragma once
 
+#include <BasicUtils/cls_ClassRegistrar.h>
 #include <ROM/dbc_Row.h>
 #include <map>
 
