@@ -1,0 +1,209 @@
+#include <CoreGeometry/gsl_Travel.h>
+
+#include "gsl_TravelKernel.h"
+#include <BasicUtils/nex_Exception.h>
+#include <CoreGeometry/gsl_Vector.h>
+#include <cmath>
+
+/// One descent of two trees as pairs of nodes, nearest first, cut by the travel at which one box enters the
+/// other.
+class gsl_TravelSearch {
+public:
+  gsl_TravelSearch(const gsl_TriangleTree& fixed, const gsl_TriangleTree& movable, const gsl_Vector& unit);
+  bool Find(double limit, gsl_Travel& travel);
+
+private:
+  using Box = gsl_TriangleTree::Box;
+  struct Pair {
+    double enter;
+    std::size_t fixed, movable;
+  };
+  /// The triangles of the leaf that was looked at last.
+  struct Leaf {
+    std::size_t node = 0, start = 0, count = 0;
+    std::vector<gsl_TravelTriangle> triangles;
+  };
+
+  double Enter(const Box& fixed, const Box& movable) const;
+  void Push(std::size_t fixed, std::size_t movable);
+  void Descend(const Pair& pair);
+  void MeetLeaves(const Pair& pair);
+  void Load(const gsl_TriangleTree& tree, std::size_t node, Leaf& leaf) const;
+  std::array<double, 3> FromFrame(const double* p) const;
+
+  const gsl_TriangleTree &fixed_, &movable_;
+  gsl_TravelFrame frame_; ///< along the direction of this search
+  double along_[3];       ///< the direction in the trees' frame
+  bool aligned_;          ///< forwards or backwards along the trees' direction
+  double offset_[2];      ///< between the trees' origins
+  double tolerance_, slack_;
+  double bound_ = 0; ///< boxes that enter later hold nothing new
+  std::vector<Pair> pairs_; ///< the nearest of those that came together last
+  Leaf fixedLeaf_, movableLeaf_;
+  gsl_TravelContact contact_;
+  int fixedTriangle_ = -1, movableTriangle_ = -1;
+};
+
+namespace {
+constexpr double kNever = std::numeric_limits<double>::infinity();
+constexpr double kTolerance = 1e-12;                                      ///< of the extent of both sets
+constexpr double kRounding = 32 * std::numeric_limits<double>::epsilon(); ///< of the largest coordinate
+constexpr double kAcross = 1e-15; ///< component of a unit direction that counts as none
+} // namespace
+
+gsl_TravelSearch::gsl_TravelSearch(const gsl_TriangleTree& fixed, const gsl_TriangleTree& movable,
+                                   const gsl_Vector& unit)
+    : fixed_(fixed), movable_(movable) {
+  if (fixed.frame_ != movable.frame_)
+    throw nex_AssertionException("the trees of a search stand along different directions");
+  const double u[3] = {unit[0], unit[1], unit[2]};
+  gsl_ToFrame(fixed.frame_, u, along_);
+  aligned_ = std::fabs(along_[0]) <= kAcross && std::fabs(along_[1]) <= kAcross;
+  frame_ = aligned_ ? fixed.frame_ : gsl_FrameAlong(unit);
+  if (aligned_ && along_[2] < 0)
+    for (double& component : frame_[2]) component = -component;
+  double extent = 0, largest = 0;
+  for (int axis = 0; axis < 3; ++axis) {
+    const double low = std::min(fixed.low_[axis], movable.low_[axis]);
+    const double high = std::max(fixed.high_[axis], movable.high_[axis]);
+    extent = std::hypot(extent, high - low);
+    largest = std::max({largest, std::fabs(low), std::fabs(high)});
+  }
+  tolerance_ = std::max(kTolerance * extent, kRounding * largest);
+  slack_ = 8 * tolerance_;
+  for (int axis = 0; axis < 2; ++axis) offset_[axis] = fixed.origin_[axis] - movable.origin_[axis];
+}
+
+// The travel after which the movable box enters the fixed one, never more than that of what they hold.
+double gsl_TravelSearch::Enter(const Box& f, const Box& m) const {
+  const double ahead[3] = {f.low[0] - double{m.high[0]} + offset_[0],
+                           f.low[1] - double{m.high[1]} + offset_[1], f.near - m.far};
+  const double behind[3] = {f.high[0] - double{m.low[0]} + offset_[0],
+                            f.high[1] - double{m.low[1]} + offset_[1], f.far - m.near};
+  if (aligned_) {
+    if (ahead[0] > slack_ || ahead[1] > slack_ || behind[0] < -slack_ || behind[1] < -slack_) return kNever;
+    const bool forwards = along_[2] > 0;
+    if ((forwards ? behind[2] : -ahead[2]) < -slack_) return kNever;
+    return std::max(forwards ? ahead[2] : -behind[2], 0.0);
+  }
+  double enter = 0, leave = kNever;
+  for (int axis = 0; axis < 3; ++axis) {
+    const double speed = std::fabs(along_[axis]);
+    if (speed <= kAcross) {
+      if (ahead[axis] > slack_ || behind[axis] < -slack_) return kNever;
+      continue;
+    }
+    const bool forwards = along_[axis] > 0;
+    enter = std::max(enter, ((forwards ? ahead[axis] : -behind[axis]) - slack_) / speed);
+    leave = std::min(leave, ((forwards ? behind[axis] : -ahead[axis]) + slack_) / speed);
+  }
+  return enter <= leave ? enter : kNever;
+}
+
+void gsl_TravelSearch::Push(std::size_t fixed, std::size_t movable) {
+  const double enter = Enter(fixed_.Node(fixed), movable_.Node(movable));
+  if (enter < bound_) pairs_.push_back({enter, fixed, movable});
+}
+
+bool gsl_TravelSearch::Find(double limit, gsl_Travel& travel) {
+  contact_.distance = bound_ = limit;
+  pairs_.reserve(128);
+  Push(1, 1);
+  while (!pairs_.empty()) {
+    const Pair pair = pairs_.back();
+    pairs_.pop_back();
+    if (!(pair.enter < bound_)) continue;
+    if (pair.fixed >= fixed_.leaves_ && pair.movable >= movable_.leaves_)
+      MeetLeaves(pair);
+    else
+      Descend(pair);
+  }
+  if (fixedTriangle_ < 0) return false;
+  travel = {contact_.distance, FromFrame(contact_.fixed), FromFrame(contact_.movable), fixedTriangle_,
+            movableTriangle_};
+  return true;
+}
+
+void gsl_TravelSearch::Descend(const Pair& pair) {
+  const auto size = [](const Box& box) {
+    return double{box.high[0]} - box.low[0] + box.high[1] - box.low[1] + (box.far - box.near);
+  };
+  // both nodes unless one is much smaller
+  const double fixedSize = size(fixed_.Node(pair.fixed)), movableSize = size(movable_.Node(pair.movable));
+  const bool fixedIsLeaf = pair.fixed >= fixed_.leaves_, movableIsLeaf = pair.movable >= movable_.leaves_;
+  const bool splitFixed = !fixedIsLeaf && (movableIsLeaf || 2 * fixedSize >= movableSize);
+  const bool splitMovable = !movableIsLeaf && (fixedIsLeaf || 2 * movableSize >= fixedSize);
+  const std::size_t first = pairs_.size();
+  for (std::size_t i = 0; i <= (splitFixed ? 1U : 0U); ++i)
+    for (std::size_t k = 0; k <= (splitMovable ? 1U : 0U); ++k)
+      Push(splitFixed ? 2 * pair.fixed + i : pair.fixed, splitMovable ? 2 * pair.movable + k : pair.movable);
+  std::sort(pairs_.begin() + static_cast<std::ptrdiff_t>(first), pairs_.end(),
+            [](const Pair& a, const Pair& b) { return a.enter > b.enter; });
+}
+
+void gsl_TravelSearch::Load(const gsl_TriangleTree& tree, std::size_t node, Leaf& leaf) const {
+  if (leaf.node == node) return;
+  leaf.node = node;
+  leaf.start = tree.LeafStart(node - tree.leaves_);
+  leaf.count = tree.LeafStart(node - tree.leaves_ + 1) - leaf.start;
+  leaf.triangles.resize(leaf.count);
+  for (std::size_t i = 0; i < leaf.count; ++i) {
+    const int* corners = tree.triangles_ + 3 * static_cast<std::size_t>(tree.order_[leaf.start + i]);
+    for (int k = 0; k < 3; ++k) {
+      const std::size_t at = 3 * static_cast<std::size_t>(corners[k]);
+      if (tree.doubles_)
+        gsl_ToFrame(frame_, tree.doubles_ + at, leaf.triangles[i].p[k]);
+      else
+        gsl_ToFrame(frame_, tree.floats_ + at, leaf.triangles[i].p[k]);
+    }
+    leaf.triangles[i].FindBox();
+  }
+}
+
+void gsl_TravelSearch::MeetLeaves(const Pair& pair) {
+  Load(fixed_, pair.fixed, fixedLeaf_);
+  Load(movable_, pair.movable, movableLeaf_);
+  for (std::size_t i = 0; i < fixedLeaf_.count; ++i)
+    for (std::size_t k = 0; k < movableLeaf_.count; ++k)
+      if (gsl_MeetTriangles(fixedLeaf_.triangles[i], movableLeaf_.triangles[k], tolerance_, contact_)) {
+        fixedTriangle_ = fixed_.order_[fixedLeaf_.start + i];
+        bound_ = contact_.distance - slack_;
+        movableTriangle_ = movable_.order_[movableLeaf_.start + k];
+      }
+}
+
+std::array<double, 3> gsl_TravelSearch::FromFrame(const double* p) const {
+  std::array<double, 3> xyz;
+  for (int axis = 0; axis < 3; ++axis)
+    xyz[axis] = frame_[0][axis] * p[0] + frame_[1][axis] * p[1] + frame_[2][axis] * p[2];
+  return xyz;
+}
+
+bool gsl_FindTravel(const gsl_TriangleTree& fixed, const gsl_TriangleTree& movable,
+                    const gsl_Vector& direction, gsl_Travel& travel, double limit) {
+  const gsl_Vector unit = direction.UnitCopy();
+  if (unit.Magnitude() == 0 || !std::isfinite(direction.Magnitude())) return false;
+  if (fixed.NumTriangles() == 0 || movable.NumTriangles() == 0) return false;
+  return gsl_TravelSearch(fixed, movable, unit).Find(limit, travel);
+}
+
+namespace {
+template<class T>
+bool FindOnce(std::span<const T> fixedXyz, std::span<const int> fixedTriangles, std::span<const T> movableXyz,
+              std::span<const int> movableTriangles, const gsl_Vector& direction, gsl_Travel& travel) {
+  return gsl_FindTravel(gsl_TriangleTree(fixedXyz, fixedTriangles, direction),
+                        gsl_TriangleTree(movableXyz, movableTriangles, direction), direction, travel);
+}
+} // namespace
+
+bool gsl_FindTravel(std::span<const double> fixedXyz, std::span<const int> fixedTriangles,
+                    std::span<const double> movableXyz, std::span<const int> movableTriangles,
+                    const gsl_Vector& direction, gsl_Travel& travel) {
+  return FindOnce(fixedXyz, fixedTriangles, movableXyz, movableTriangles, direction, travel);
+}
+
+bool gsl_FindTravel(std::span<const float> fixedXyz, std::span<const int> fixedTriangles,
+                    std::span<const float> movableXyz, std::span<const int> movableTriangles,
+                    const gsl_Vector& direction, gsl_Travel& travel) {
+  return FindOnce(fixedXyz, fixedTriangles, movableXyz, movableTriangles, direction, travel);
+}

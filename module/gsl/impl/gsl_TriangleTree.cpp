@@ -1,0 +1,161 @@
+#include "gsl_TravelKernel.h"
+#include "gsl_TriangleArrays.h"
+#include <CoreGeometry/gsl_Travel.h>
+#include <CoreGeometry/gsl_Vector.h>
+#include <bit>
+#include <cmath>
+#include <utility>
+
+namespace {
+constexpr std::size_t kTrianglesPerLeaf = 6; ///< at most; at least half of that unless there are fewer
+constexpr unsigned kAxisBits = 11;           ///< cells of the order along each axis
+constexpr unsigned kIndexBits = 31;          ///< of a triangle, below the cell's number in a sort key
+
+/// Puts two zero bits between the bits of x.
+std::uint64_t Spread(std::uint64_t x) {
+  x = (x | x << 16) & 0x00ff0000ff0000ff;
+  x = (x | x << 8) & 0x100f00f00f00f00f;
+  x = (x | x << 4) & 0x10c30c30c30c30c3;
+  return (x | x << 2) & 0x1249249249249249;
+}
+
+/// Sorts by the cell's number; keys of one cell keep their order.
+void SortByCell(std::vector<std::uint64_t>& keys) {
+  std::vector<std::uint64_t> sorted(keys.size());
+  constexpr std::uint64_t kDigits = std::uint64_t{1} << kAxisBits;
+  for (unsigned shift = kIndexBits; shift < 64; shift += kAxisBits) {
+    std::array<std::uint32_t, kDigits> start{};
+    for (const std::uint64_t key : keys) ++start[key >> shift & (kDigits - 1)];
+    std::uint32_t sum = 0;
+    for (std::uint32_t& count : start) sum += std::exchange(count, sum);
+    for (const std::uint64_t key : keys) sorted[start[key >> shift & (kDigits - 1)]++] = key;
+    keys.swap(sorted);
+  }
+}
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+float RoundDown(double value) {
+  const auto rounded = static_cast<float>(value);
+  return rounded > value ? std::nextafter(rounded, -kInfinity) : rounded;
+}
+float RoundUp(double value) { return -RoundDown(-value); }
+} // namespace
+
+gsl_TriangleTree::gsl_TriangleTree(std::span<const float> xyz, std::span<const int> triangles)
+    : gsl_TriangleTree(xyz, triangles, gsl_Vector()) {}
+
+gsl_TriangleTree::gsl_TriangleTree(std::span<const double> xyz, std::span<const int> triangles)
+    : gsl_TriangleTree(xyz, triangles, gsl_Vector()) {}
+
+gsl_TriangleTree::gsl_TriangleTree(std::span<const float> xyz, std::span<const int> triangles,
+                                   const gsl_Vector& direction)
+    : floats_(xyz.data()), frame_(gsl_FrameAlong(direction.UnitCopy())) {
+  Build(xyz, triangles);
+}
+
+gsl_TriangleTree::gsl_TriangleTree(std::span<const double> xyz, std::span<const int> triangles,
+                                   const gsl_Vector& direction)
+    : doubles_(xyz.data()), frame_(gsl_FrameAlong(direction.UnitCopy())) {
+  Build(xyz, triangles);
+}
+
+std::size_t gsl_TriangleTree::Memory() const noexcept {
+  return sizeof *this + order_.capacity() * sizeof order_[0] + siblings_.capacity() * sizeof siblings_[0];
+}
+
+namespace {
+template<class T>
+void FindBox(const gsl_TravelFrame& frame, const T* xyz, const int* corners, gsl_TravelTriangle& triangle) {
+  for (int i = 0; i < 3; ++i)
+    gsl_ToFrame(frame, xyz + 3 * static_cast<std::size_t>(corners[i]), triangle.p[i]);
+  triangle.FindBox();
+}
+} // namespace
+
+// Along the curve of Morton ("A computer oriented geodetic data base", 1966) through the middles of the
+// boxes.
+template<class T> void gsl_TriangleTree::SortByPlace(const T* xyz, std::size_t numTriangles) {
+  std::fill_n(low_, 3, std::numeric_limits<double>::infinity());
+  std::fill_n(high_, 3, -std::numeric_limits<double>::infinity());
+  std::vector<std::array<float, 3>> middles(numTriangles);
+  double base[3] = {0, 0, 0}; // single precision is enough near the set
+  bool first = true;
+  for (std::size_t i = 0; i < numTriangles; ++i) {
+    gsl_TravelTriangle triangle;
+    FindBox(frame_, xyz, triangles_ + 3 * i, triangle);
+    double sum = 0;
+    for (const auto& p : triangle.p) sum += p[0] + p[1] + p[2];
+    if (!std::isfinite(sum)) {
+      middles[i][0] = std::numeric_limits<float>::quiet_NaN();
+      continue;
+    }
+    if (std::exchange(first, false)) std::copy_n(triangle.p[0], 3, base);
+    for (int axis = 0; axis < 3; ++axis) {
+      low_[axis] = std::min(low_[axis], triangle.low[axis]);
+      high_[axis] = std::max(high_[axis], triangle.high[axis]);
+      middles[i][axis] = static_cast<float>((triangle.low[axis] + triangle.high[axis]) * 0.5 - base[axis]);
+    }
+  }
+  double extent = 0;
+  float start[3];
+  for (int axis = 0; axis < 3; ++axis) {
+    extent = std::max(extent, high_[axis] - low_[axis]);
+    start[axis] = static_cast<float>(low_[axis] - base[axis]);
+  }
+  constexpr auto kLast = static_cast<float>((1U << kAxisBits) - 1);
+  const float scale = extent > 0 && extent < kInfinity ? static_cast<float>(kLast / extent) : 0;
+  std::vector<std::uint64_t> keys;
+  keys.reserve(numTriangles);
+  for (std::size_t i = 0; i < numTriangles; ++i) {
+    if (middles[i][0] != middles[i][0]) continue;
+    std::uint64_t cell = 0;
+    for (int axis = 0; axis < 3; ++axis) {
+      const float place = std::clamp((middles[i][axis] - start[axis]) * scale, 0.0F, kLast);
+      cell |= Spread(static_cast<std::uint64_t>(place)) << axis;
+    }
+    keys.push_back(cell << kIndexBits | i);
+  }
+  middles = {};
+  SortByCell(keys);
+  order_.resize(keys.size());
+  for (std::size_t i = 0; i < keys.size(); ++i)
+    order_[i] = static_cast<std::int32_t>(keys[i] & ((std::uint64_t{1} << kIndexBits) - 1));
+}
+
+template<class T> void gsl_TriangleTree::Build(std::span<const T> xyz, std::span<const int> triangles) {
+  gsl_CheckTriangles(triangles, xyz.size() / 3);
+  triangles_ = triangles.data();
+  SortByPlace(xyz.data(), triangles.size() / 3);
+  if (order_.empty()) return;
+  leaves_ = std::bit_ceil((order_.size() + kTrianglesPerLeaf - 1) / kTrianglesPerLeaf);
+  siblings_.resize(leaves_);
+  for (int axis = 0; axis < 2; ++axis) origin_[axis] = (low_[axis] + high_[axis]) * 0.5;
+  for (std::size_t leaf = 0; leaf < leaves_; ++leaf) {
+    gsl_TravelTriangle first;
+    const std::size_t start = LeafStart(leaf), end = LeafStart(leaf + 1);
+    FindBox(frame_, xyz.data(), triangles_ + 3 * static_cast<std::size_t>(order_[start]), first);
+    for (std::size_t i = start + 1; i < end; ++i) {
+      gsl_TravelTriangle next;
+      FindBox(frame_, xyz.data(), triangles_ + 3 * static_cast<std::size_t>(order_[i]), next);
+      for (int axis = 0; axis < 3; ++axis) {
+        first.low[axis] = std::min(first.low[axis], next.low[axis]);
+        first.high[axis] = std::max(first.high[axis], next.high[axis]);
+      }
+    }
+    Box& box = Node(leaves_ + leaf);
+    for (int axis = 0; axis < 2; ++axis) {
+      box.low[axis] = RoundDown(first.low[axis] - origin_[axis]);
+      box.high[axis] = RoundUp(first.high[axis] - origin_[axis]);
+    }
+    box.near = first.low[2];
+    box.far = first.high[2];
+  }
+  for (std::size_t i = leaves_ - 1; i > 0; --i) {
+    const Box &a = Node(2 * i), &b = Node(2 * i + 1);
+    Node(i) = {{std::min(a.low[0], b.low[0]), std::min(a.low[1], b.low[1])},
+               {std::max(a.high[0], b.high[0]), std::max(a.high[1], b.high[1])},
+               std::min(a.near, b.near),
+               std::max(a.far, b.far)};
+  }
+}
