@@ -10,6 +10,7 @@
 #include <vector>
 
 class gsl_Vector;
+struct gsl_TravelTriangle;
 
 /// Triangles of flat arrays, three coordinates a point, three points a triangle, in a tree of boxes for
 /// gsl_FindTravel. It is built once and serves any number of searches.
@@ -38,31 +39,31 @@ public:
 private:
   friend class gsl_TravelSearch;
 
-  /// Box in the tree's frame: two coordinates across the direction, relative to the tree's origin and rounded
-  /// outwards, and the depth along it, exact, because large plane faces are often equally deep.
-  struct Box {
+  /// What holds a node's triangles: a box in the tree's frame, its sides across the direction relative to the
+  /// tree's origin and rounded outwards, and a slab oblique to the direction. Of a smooth surface the slab is
+  /// thinner than the box by the order of its size, so that few nodes near the place of contact are in doubt.
+  struct Node {
     float low[2], high[2];
-    double near, far;
-  };
-  struct alignas(64) Siblings {
-    Box box[2];
+    double near, far; ///< depths: exact, because large plane faces are often equally deep
+    double slope[2];
+    double slabNear, slabFar; ///< depths at the origin
   };
 
   template<class T> void Build(std::span<const T> xyz, std::span<const int> triangles);
   template<class T> void SortByPlace(const T* xyz, std::size_t numTriangles);
   std::size_t LeafStart(std::size_t leaf) const noexcept { return leaf * order_.size() / leaves_; }
-  Box& Node(std::size_t i) noexcept { return siblings_[i / 2].box[i % 2]; }
-  const Box& Node(std::size_t i) const noexcept { return siblings_[i / 2].box[i % 2]; }
+  Node MakeLeaf(std::span<const gsl_TravelTriangle> triangles) const noexcept;
+  static Node Join(const Node& a, const Node& b) noexcept;
 
   const float* floats_ = nullptr; ///< the coordinates are floats or doubles
   const double* doubles_ = nullptr;
   const int* triangles_ = nullptr;
   std::array<std::array<double, 3>, 3> frame_; ///< two axes across the direction, and the direction
   double low_[3], high_[3];                    ///< of the whole set, in the frame
-  double origin_[2] = {0, 0};                  ///< of the coordinates across the direction
+  double origin_[2] = {0, 0};                  ///< of the rectangles
   std::vector<std::int32_t> order_;            ///< triangles, leaf after leaf
   std::size_t leaves_ = 0;                     ///< a power of two, 0 when empty
-  std::vector<Siblings> siblings_;             ///< node i has children 2i and 2i + 1; the root is node 1
+  std::vector<Node> nodes_;                    ///< node i has children 2i and 2i + 1; the root is node 1
 };
 
 /// Where and when two sets meet.

@@ -4,8 +4,9 @@
 #include <BasicUtils/nex_Exception.h>
 #include <CoreGeometry/gsl_Vector.h>
 #include <cmath>
+#include <utility>
 
-/// One descent of two trees as pairs of nodes, nearest first, cut by the travel at which one box enters the
+/// One descent of two trees as pairs of nodes, nearest first, cut by the travel at which one node enters the
 /// other.
 class gsl_TravelSearch {
 public:
@@ -13,7 +14,7 @@ public:
   bool Find(double limit, gsl_Travel& travel);
 
 private:
-  using Box = gsl_TriangleTree::Box;
+  using Node = gsl_TriangleTree::Node;
   struct Pair {
     double enter;
     std::size_t fixed, movable;
@@ -24,7 +25,8 @@ private:
     std::vector<gsl_TravelTriangle> triangles;
   };
 
-  double Enter(const Box& fixed, const Box& movable) const;
+  double Enter(const Node& fixed, const Node& movable) const;
+  double EnterBox(const Node& fixed, const Node& movable) const;
   void Push(std::size_t fixed, std::size_t movable);
   void Descend(const Pair& pair);
   void MeetLeaves(const Pair& pair);
@@ -37,7 +39,7 @@ private:
   bool aligned_;          ///< forwards or backwards along the trees' direction
   double offset_[2];      ///< between the trees' origins
   double tolerance_, slack_;
-  double bound_ = 0; ///< boxes that enter later hold nothing new
+  double bound_ = 0;        ///< boxes that enter later hold nothing new
   std::vector<Pair> pairs_; ///< the nearest of those that came together last
   Leaf fixedLeaf_, movableLeaf_;
   gsl_TravelContact contact_;
@@ -70,22 +72,34 @@ gsl_TravelSearch::gsl_TravelSearch(const gsl_TriangleTree& fixed, const gsl_Tria
     largest = std::max({largest, std::fabs(low), std::fabs(high)});
   }
   tolerance_ = std::max(kTolerance * extent, kRounding * largest);
-  slack_ = 8 * tolerance_;
+  slack_ = 32 * tolerance_;
   for (int axis = 0; axis < 2; ++axis) offset_[axis] = fixed.origin_[axis] - movable.origin_[axis];
 }
 
-// The travel after which the movable box enters the fixed one, never more than that of what they hold.
-double gsl_TravelSearch::Enter(const Box& f, const Box& m) const {
+// The travel after which the movable node enters the fixed one, never more than that of what they hold.
+double gsl_TravelSearch::Enter(const Node& f, const Node& m) const {
+  if (!aligned_) return EnterBox(f, m);
+  double low = f.slabNear - m.slabFar, high = f.slabFar - m.slabNear; // the ways between them where both are
+  for (int axis = 0; axis < 2; ++axis) {
+    const double from = std::max(f.low[axis] + offset_[axis], double{m.low[axis]});
+    const double to = std::min(f.high[axis] + offset_[axis], double{m.high[axis]});
+    if (from > to + slack_) return kNever;
+    const double slope = f.slope[axis] - m.slope[axis], shift = f.slope[axis] * offset_[axis];
+    low += slope * (slope > 0 ? from : to) - shift;
+    high += slope * (slope > 0 ? to : from) - shift;
+  }
+  low = std::max(low, f.near - m.far);
+  high = std::min(high, f.far - m.near);
+  if (along_[2] < 0) low = -std::exchange(high, -low);
+  return high < -slack_ ? kNever : std::max(low, 0.0);
+}
+
+// The same by the boxes of the nodes, in any direction.
+double gsl_TravelSearch::EnterBox(const Node& f, const Node& m) const {
   const double ahead[3] = {f.low[0] - double{m.high[0]} + offset_[0],
                            f.low[1] - double{m.high[1]} + offset_[1], f.near - m.far};
   const double behind[3] = {f.high[0] - double{m.low[0]} + offset_[0],
                             f.high[1] - double{m.low[1]} + offset_[1], f.far - m.near};
-  if (aligned_) {
-    if (ahead[0] > slack_ || ahead[1] > slack_ || behind[0] < -slack_ || behind[1] < -slack_) return kNever;
-    const bool forwards = along_[2] > 0;
-    if ((forwards ? behind[2] : -ahead[2]) < -slack_) return kNever;
-    return std::max(forwards ? ahead[2] : -behind[2], 0.0);
-  }
   double enter = 0, leave = kNever;
   for (int axis = 0; axis < 3; ++axis) {
     const double speed = std::fabs(along_[axis]);
@@ -101,7 +115,7 @@ double gsl_TravelSearch::Enter(const Box& f, const Box& m) const {
 }
 
 void gsl_TravelSearch::Push(std::size_t fixed, std::size_t movable) {
-  const double enter = Enter(fixed_.Node(fixed), movable_.Node(movable));
+  const double enter = Enter(fixed_.nodes_[fixed], movable_.nodes_[movable]);
   if (enter < bound_) pairs_.push_back({enter, fixed, movable});
 }
 
@@ -125,11 +139,11 @@ bool gsl_TravelSearch::Find(double limit, gsl_Travel& travel) {
 }
 
 void gsl_TravelSearch::Descend(const Pair& pair) {
-  const auto size = [](const Box& box) {
-    return double{box.high[0]} - box.low[0] + box.high[1] - box.low[1] + (box.far - box.near);
+  const auto size = [](const Node& node) {
+    return double{node.high[0]} - node.low[0] + node.high[1] - node.low[1] + (node.far - node.near);
   };
   // both nodes unless one is much smaller
-  const double fixedSize = size(fixed_.Node(pair.fixed)), movableSize = size(movable_.Node(pair.movable));
+  const double fixedSize = size(fixed_.nodes_[pair.fixed]), movableSize = size(movable_.nodes_[pair.movable]);
   const bool fixedIsLeaf = pair.fixed >= fixed_.leaves_, movableIsLeaf = pair.movable >= movable_.leaves_;
   const bool splitFixed = !fixedIsLeaf && (movableIsLeaf || 2 * fixedSize >= movableSize);
   const bool splitMovable = !movableIsLeaf && (fixedIsLeaf || 2 * movableSize >= fixedSize);

@@ -7,7 +7,8 @@
 #include <utility>
 
 namespace {
-constexpr std::size_t kTrianglesPerLeaf = 6; ///< at most; at least half of that unless there are fewer
+constexpr std::size_t kTrianglesPerLeaf = 8; ///< at most; at least half of that unless there are fewer
+constexpr double kSteepest = 16;             ///< slope of a slab: beyond it rounding would show
 constexpr unsigned kAxisBits = 11;           ///< cells of the order along each axis
 constexpr unsigned kIndexBits = 31;          ///< of a triangle, below the cell's number in a sort key
 
@@ -61,15 +62,14 @@ gsl_TriangleTree::gsl_TriangleTree(std::span<const double> xyz, std::span<const 
 }
 
 std::size_t gsl_TriangleTree::Memory() const noexcept {
-  return sizeof *this + order_.capacity() * sizeof order_[0] + siblings_.capacity() * sizeof siblings_[0];
+  return sizeof *this + order_.capacity() * sizeof order_[0] + nodes_.capacity() * sizeof nodes_[0];
 }
 
 namespace {
 template<class T>
-void FindBox(const gsl_TravelFrame& frame, const T* xyz, const int* corners, gsl_TravelTriangle& triangle) {
+void ToFrame(const gsl_TravelFrame& frame, const T* xyz, const int* corners, gsl_TravelTriangle& triangle) {
   for (int i = 0; i < 3; ++i)
     gsl_ToFrame(frame, xyz + 3 * static_cast<std::size_t>(corners[i]), triangle.p[i]);
-  triangle.FindBox();
 }
 } // namespace
 
@@ -83,7 +83,8 @@ template<class T> void gsl_TriangleTree::SortByPlace(const T* xyz, std::size_t n
   bool first = true;
   for (std::size_t i = 0; i < numTriangles; ++i) {
     gsl_TravelTriangle triangle;
-    FindBox(frame_, xyz, triangles_ + 3 * i, triangle);
+    ToFrame(frame_, xyz, triangles_ + 3 * i, triangle);
+    triangle.FindBox();
     double sum = 0;
     for (const auto& p : triangle.p) sum += p[0] + p[1] + p[2];
     if (!std::isfinite(sum)) {
@@ -123,39 +124,98 @@ template<class T> void gsl_TriangleTree::SortByPlace(const T* xyz, std::size_t n
     order_[i] = static_cast<std::int32_t>(keys[i] & ((std::uint64_t{1} << kIndexBits) - 1));
 }
 
+namespace {
+/// Slopes of the plane that fits points best in depth (least squares); none where that is badly determined or
+/// steep.
+void FitPlane(std::span<const gsl_TravelTriangle> triangles, double (&slope)[2]) {
+  double mean[3] = {0, 0, 0};
+  for (const gsl_TravelTriangle& triangle : triangles)
+    for (const auto& p : triangle.p)
+      for (int axis = 0; axis < 3; ++axis) mean[axis] += p[axis];
+  for (double& value : mean) value /= 3.0 * static_cast<double>(triangles.size());
+  double xx = 0, xy = 0, yy = 0, xz = 0, yz = 0;
+  for (const gsl_TravelTriangle& triangle : triangles)
+    for (const auto& p : triangle.p) {
+      const double x = p[0] - mean[0], y = p[1] - mean[1], z = p[2] - mean[2];
+      xx += x * x;
+      xy += x * y;
+      yy += y * y;
+      xz += x * z;
+      yz += y * z;
+    }
+  const double determinant = xx * yy - xy * xy;
+  const double x = (xz * yy - yz * xy) / determinant, y = (yz * xx - xz * xy) / determinant;
+  const bool isGood = determinant > 1e-6 * (xx + yy) * (xx + yy) && std::fabs(x) + std::fabs(y) < kSteepest;
+  slope[0] = isGood ? x : 0;
+  slope[1] = isGood ? y : 0;
+}
+} // namespace
+
+gsl_TriangleTree::Node
+gsl_TriangleTree::MakeLeaf(std::span<const gsl_TravelTriangle> triangles) const noexcept {
+  constexpr double kHuge = std::numeric_limits<double>::infinity();
+  double low[3] = {kHuge, kHuge, kHuge}, high[3] = {-kHuge, -kHuge, -kHuge};
+  Node node;
+  FitPlane(triangles, node.slope);
+  node.slabNear = kHuge;
+  node.slabFar = -kHuge;
+  for (const gsl_TravelTriangle& triangle : triangles)
+    for (const auto& p : triangle.p) {
+      const double depth = p[2] - node.slope[0] * (p[0] - origin_[0]) - node.slope[1] * (p[1] - origin_[1]);
+      node.slabNear = std::min(node.slabNear, depth);
+      node.slabFar = std::max(node.slabFar, depth);
+      for (int axis = 0; axis < 3; ++axis) {
+        low[axis] = std::min(low[axis], p[axis]);
+        high[axis] = std::max(high[axis], p[axis]);
+      }
+    }
+  for (int axis = 0; axis < 2; ++axis) {
+    node.low[axis] = RoundDown(low[axis] - origin_[axis]);
+    node.high[axis] = RoundUp(high[axis] - origin_[axis]);
+  }
+  node.near = low[2];
+  node.far = high[2];
+  return node;
+}
+
+gsl_TriangleTree::Node gsl_TriangleTree::Join(const Node& a, const Node& b) noexcept {
+  Node joint;
+  for (int axis = 0; axis < 2; ++axis) {
+    joint.low[axis] = std::min(a.low[axis], b.low[axis]);
+    joint.high[axis] = std::max(a.high[axis], b.high[axis]);
+    joint.slope[axis] = (a.slope[axis] + b.slope[axis]) * 0.5;
+  }
+  joint.near = std::min(a.near, b.near);
+  joint.far = std::max(a.far, b.far);
+  joint.slabNear = std::numeric_limits<double>::infinity();
+  joint.slabFar = -joint.slabNear;
+  for (const Node* part : {&a, &b}) {
+    double near = part->slabNear, far = part->slabFar;
+    for (int axis = 0; axis < 2; ++axis) {
+      const double change = part->slope[axis] - joint.slope[axis];
+      near += change * (change > 0 ? part->low : part->high)[axis];
+      far += change * (change > 0 ? part->high : part->low)[axis];
+    }
+    joint.slabNear = std::min(joint.slabNear, near);
+    joint.slabFar = std::max(joint.slabFar, far);
+  }
+  return joint;
+}
+
 template<class T> void gsl_TriangleTree::Build(std::span<const T> xyz, std::span<const int> triangles) {
   gsl_CheckTriangles(triangles, xyz.size() / 3);
   triangles_ = triangles.data();
   SortByPlace(xyz.data(), triangles.size() / 3);
   if (order_.empty()) return;
   leaves_ = std::bit_ceil((order_.size() + kTrianglesPerLeaf - 1) / kTrianglesPerLeaf);
-  siblings_.resize(leaves_);
+  nodes_.resize(2 * leaves_);
   for (int axis = 0; axis < 2; ++axis) origin_[axis] = (low_[axis] + high_[axis]) * 0.5;
   for (std::size_t leaf = 0; leaf < leaves_; ++leaf) {
-    gsl_TravelTriangle first;
-    const std::size_t start = LeafStart(leaf), end = LeafStart(leaf + 1);
-    FindBox(frame_, xyz.data(), triangles_ + 3 * static_cast<std::size_t>(order_[start]), first);
-    for (std::size_t i = start + 1; i < end; ++i) {
-      gsl_TravelTriangle next;
-      FindBox(frame_, xyz.data(), triangles_ + 3 * static_cast<std::size_t>(order_[i]), next);
-      for (int axis = 0; axis < 3; ++axis) {
-        first.low[axis] = std::min(first.low[axis], next.low[axis]);
-        first.high[axis] = std::max(first.high[axis], next.high[axis]);
-      }
-    }
-    Box& box = Node(leaves_ + leaf);
-    for (int axis = 0; axis < 2; ++axis) {
-      box.low[axis] = RoundDown(first.low[axis] - origin_[axis]);
-      box.high[axis] = RoundUp(first.high[axis] - origin_[axis]);
-    }
-    box.near = first.low[2];
-    box.far = first.high[2];
+    gsl_TravelTriangle held[kTrianglesPerLeaf];
+    const std::size_t start = LeafStart(leaf), count = LeafStart(leaf + 1) - start;
+    for (std::size_t i = 0; i < count; ++i)
+      ToFrame(frame_, xyz.data(), triangles_ + 3 * static_cast<std::size_t>(order_[start + i]), held[i]);
+    nodes_[leaves_ + leaf] = MakeLeaf({held, count});
   }
-  for (std::size_t i = leaves_ - 1; i > 0; --i) {
-    const Box &a = Node(2 * i), &b = Node(2 * i + 1);
-    Node(i) = {{std::min(a.low[0], b.low[0]), std::min(a.low[1], b.low[1])},
-               {std::max(a.high[0], b.high[0]), std::max(a.high[1], b.high[1])},
-               std::min(a.near, b.near),
-               std::max(a.far, b.far)};
-  }
+  for (std::size_t i = leaves_ - 1; i > 0; --i) nodes_[i] = Join(nodes_[2 * i], nodes_[2 * i + 1]);
 }
