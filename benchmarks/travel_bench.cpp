@@ -120,7 +120,7 @@ struct Scene {
       place.AxisRotation(gsl_Point(15, 5, 0), gsl_Vector(0, 1, 0), kTurn / 2); // teeth down
       place.Concatenate([] {
         gsl_Matrix shift;
-        shift.SetTranslation(gsl_Vector(-0.5, 0, 11));
+        shift.SetTranslation(gsl_Vector(-0.5, 0.05, 11));
         return shift;
       }());
       direction = gsl_Vector(0, 0, -1);
@@ -181,7 +181,7 @@ double AllPairs(const Scene& scene) {
     std::vector<gsl_TravelTriangle> all(set.NumTriangles());
     for (std::size_t i = 0; i < set.triangles.size(); ++i)
       gsl_ToFrame(frame, &set.xyz[3 * static_cast<std::size_t>(set.triangles[i])], all[i / 3].p[i % 3]);
-    for (gsl_TravelTriangle& triangle : all) triangle.FindBox();
+    for (gsl_TravelTriangle& triangle : all) triangle.FindBoxAndPlane();
     return all;
   };
   const std::vector<gsl_TravelTriangle> fixed = inFrame(scene.fixed), movable = inFrame(scene.movable);

@@ -38,6 +38,8 @@ public:
 
 private:
   friend class gsl_TravelSearch;
+  /// At most; at least half of them unless there are fewer.
+  static constexpr std::size_t kTrianglesPerLeaf = 8;
 
   /// What holds a node's triangles: a box in the tree's frame, its sides across the direction relative to the
   /// tree's origin and rounded outwards, and a slab oblique to the direction. Of a smooth surface the slab is
@@ -49,8 +51,14 @@ private:
     double slabNear, slabFar; ///< depths at the origin
   };
 
+  struct Item {
+    float middle[3];
+    std::int32_t triangle;
+  };
+
   template<class T> void Build(std::span<const T> xyz, std::span<const int> triangles);
-  template<class T> void SortByPlace(const T* xyz, std::size_t numTriangles);
+  template<class T> std::vector<Item> FindMiddles(const T* xyz, std::size_t numTriangles);
+  void Halve(std::span<Item> items, std::size_t firstLeaf, std::size_t leaves) const;
   std::size_t LeafStart(std::size_t leaf) const noexcept { return leaf * order_.size() / leaves_; }
   Node MakeLeaf(std::span<const gsl_TravelTriangle> triangles) const noexcept;
   static Node Join(const Node& a, const Node& b) noexcept;

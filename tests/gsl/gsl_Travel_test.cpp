@@ -65,7 +65,7 @@ gsl_TravelTriangle RandomTriangle(RandomGeometry& random, bool onGrid) {
   gsl_TravelTriangle t;
   for (auto& p : t.p)
     for (double& x : p) x = onGrid ? std::floor(random.Real(0, 4)) : random.Real(0, 4);
-  t.FindBox();
+  t.FindBoxAndPlane();
   return t;
 }
 TEST(gsl_Travel, OnePairAgreesWithAllCornersOfItsPairsOfPoints) {
@@ -90,7 +90,7 @@ std::vector<gsl_TravelTriangle> InFrame(const TriangleSet& set, const gsl_Travel
   std::vector<gsl_TravelTriangle> all(set.triangles.size() / 3);
   for (std::size_t i = 0; i < set.triangles.size(); ++i)
     gsl_ToFrame(frame, &set.xyz[3 * static_cast<std::size_t>(set.triangles[i])], all[i / 3].p[i % 3]);
-  for (gsl_TravelTriangle& triangle : all) triangle.FindBox();
+  for (gsl_TravelTriangle& triangle : all) triangle.FindBoxAndPlane();
   return all;
 }
 

@@ -6,6 +6,14 @@
 #include <cmath>
 #include <utility>
 
+namespace {
+constexpr double kNever = std::numeric_limits<double>::infinity();
+constexpr double kTolerance = 1e-12;                                      ///< of the extent of both sets
+constexpr double kRounding = 32 * std::numeric_limits<double>::epsilon(); ///< of the largest coordinate
+constexpr double kAcross = 1e-15; ///< component of a unit direction that counts as none
+constexpr std::size_t kLeavesKept = 64;
+} // namespace
+
 /// One descent of two trees as pairs of nodes, nearest first, cut by the travel at which one node enters the
 /// other.
 class gsl_TravelSearch {
@@ -19,18 +27,22 @@ private:
     double enter;
     std::size_t fixed, movable;
   };
-  /// The triangles of the leaf that was looked at last.
+  /// The triangles of a leaf in the frame of the search, and their box.
   struct Leaf {
     std::size_t node = 0, start = 0, count = 0;
-    std::vector<gsl_TravelTriangle> triangles;
+    double low[3], high[3];
+    gsl_TravelTriangle triangles[gsl_TriangleTree::kTrianglesPerLeaf];
   };
+  /// The leaves that were looked at lately, by the last bits of their numbers.
+  using Leaves = std::vector<Leaf>;
 
   double Enter(const Node& fixed, const Node& movable) const;
   double EnterBox(const Node& fixed, const Node& movable) const;
   void Push(std::size_t fixed, std::size_t movable);
   void Descend(const Pair& pair);
   void MeetLeaves(const Pair& pair);
-  void Load(const gsl_TriangleTree& tree, std::size_t node, Leaf& leaf) const;
+  template<class A, class B> bool MayMeet(const A& fixed, const B& movable) const;
+  const Leaf& Load(const gsl_TriangleTree& tree, std::size_t node, Leaves& leaves) const;
   std::array<double, 3> FromFrame(const double* p) const;
 
   const gsl_TriangleTree &fixed_, &movable_;
@@ -41,17 +53,10 @@ private:
   double tolerance_, slack_;
   double bound_ = 0;        ///< boxes that enter later hold nothing new
   std::vector<Pair> pairs_; ///< the nearest of those that came together last
-  Leaf fixedLeaf_, movableLeaf_;
+  Leaves fixedLeaves_{kLeavesKept}, movableLeaves_{kLeavesKept};
   gsl_TravelContact contact_;
   int fixedTriangle_ = -1, movableTriangle_ = -1;
 };
-
-namespace {
-constexpr double kNever = std::numeric_limits<double>::infinity();
-constexpr double kTolerance = 1e-12;                                      ///< of the extent of both sets
-constexpr double kRounding = 32 * std::numeric_limits<double>::epsilon(); ///< of the largest coordinate
-constexpr double kAcross = 1e-15; ///< component of a unit direction that counts as none
-} // namespace
 
 gsl_TravelSearch::gsl_TravelSearch(const gsl_TriangleTree& fixed, const gsl_TriangleTree& movable,
                                    const gsl_Vector& unit)
@@ -79,17 +84,17 @@ gsl_TravelSearch::gsl_TravelSearch(const gsl_TriangleTree& fixed, const gsl_Tria
 // The travel after which the movable node enters the fixed one, never more than that of what they hold.
 double gsl_TravelSearch::Enter(const Node& f, const Node& m) const {
   if (!aligned_) return EnterBox(f, m);
-  double low = f.slabNear - m.slabFar, high = f.slabFar - m.slabNear; // the ways between them where both are
+  gsl_Ways ways{f.slabNear - m.slabFar, f.slabFar - m.slabNear};
   for (int axis = 0; axis < 2; ++axis) {
     const double from = std::max(f.low[axis] + offset_[axis], double{m.low[axis]});
     const double to = std::min(f.high[axis] + offset_[axis], double{m.high[axis]});
     if (from > to + slack_) return kNever;
-    const double slope = f.slope[axis] - m.slope[axis], shift = f.slope[axis] * offset_[axis];
-    low += slope * (slope > 0 ? from : to) - shift;
-    high += slope * (slope > 0 ? to : from) - shift;
+    const double shift = f.slope[axis] * offset_[axis]; // the fixed slab's origin is elsewhere
+    ways.low -= shift;
+    ways.high -= shift;
+    ways.Widen(f.slope[axis] - m.slope[axis], from, to);
   }
-  low = std::max(low, f.near - m.far);
-  high = std::min(high, f.far - m.near);
+  double low = std::max(ways.low, f.near - m.far), high = std::min(ways.high, f.far - m.near);
   if (along_[2] < 0) low = -std::exchange(high, -low);
   return high < -slack_ ? kNever : std::max(low, 0.0);
 }
@@ -155,35 +160,59 @@ void gsl_TravelSearch::Descend(const Pair& pair) {
             [](const Pair& a, const Pair& b) { return a.enter > b.enter; });
 }
 
-void gsl_TravelSearch::Load(const gsl_TriangleTree& tree, std::size_t node, Leaf& leaf) const {
-  if (leaf.node == node) return;
+const gsl_TravelSearch::Leaf& gsl_TravelSearch::Load(const gsl_TriangleTree& tree, std::size_t node,
+                                                     Leaves& leaves) const {
+  Leaf& leaf = leaves[node % kLeavesKept];
+  if (leaf.node == node) return leaf;
   leaf.node = node;
   leaf.start = tree.LeafStart(node - tree.leaves_);
   leaf.count = tree.LeafStart(node - tree.leaves_ + 1) - leaf.start;
-  leaf.triangles.resize(leaf.count);
+  std::fill_n(leaf.low, 3, kNever);
+  std::fill_n(leaf.high, 3, -kNever);
   for (std::size_t i = 0; i < leaf.count; ++i) {
+    gsl_TravelTriangle& triangle = leaf.triangles[i];
     const int* corners = tree.triangles_ + 3 * static_cast<std::size_t>(tree.order_[leaf.start + i]);
     for (int k = 0; k < 3; ++k) {
       const std::size_t at = 3 * static_cast<std::size_t>(corners[k]);
       if (tree.doubles_)
-        gsl_ToFrame(frame_, tree.doubles_ + at, leaf.triangles[i].p[k]);
+        gsl_ToFrame(frame_, tree.doubles_ + at, triangle.p[k]);
       else
-        gsl_ToFrame(frame_, tree.floats_ + at, leaf.triangles[i].p[k]);
+        gsl_ToFrame(frame_, tree.floats_ + at, triangle.p[k]);
     }
-    leaf.triangles[i].FindBox();
+    triangle.FindBoxAndPlane();
+    for (int axis = 0; axis < 3; ++axis) {
+      leaf.low[axis] = std::min(leaf.low[axis], triangle.low[axis]);
+      leaf.high[axis] = std::max(leaf.high[axis], triangle.high[axis]);
+    }
   }
+  return leaf;
+}
+
+// False when nothing in the two boxes can meet below the bound.
+template<class A, class B> bool gsl_TravelSearch::MayMeet(const A& fixed, const B& movable) const {
+  for (int axis = 0; axis < 2; ++axis)
+    if (fixed.low[axis] > movable.high[axis] + tolerance_
+        || movable.low[axis] > fixed.high[axis] + tolerance_)
+      return false;
+  return fixed.high[2] >= movable.low[2] - tolerance_ && fixed.low[2] - movable.high[2] < bound_;
 }
 
 void gsl_TravelSearch::MeetLeaves(const Pair& pair) {
-  Load(fixed_, pair.fixed, fixedLeaf_);
-  Load(movable_, pair.movable, movableLeaf_);
-  for (std::size_t i = 0; i < fixedLeaf_.count; ++i)
-    for (std::size_t k = 0; k < movableLeaf_.count; ++k)
-      if (gsl_MeetTriangles(fixedLeaf_.triangles[i], movableLeaf_.triangles[k], tolerance_, contact_)) {
-        fixedTriangle_ = fixed_.order_[fixedLeaf_.start + i];
-        bound_ = contact_.distance - slack_;
-        movableTriangle_ = movable_.order_[movableLeaf_.start + k];
-      }
+  const Leaf& fixed = Load(fixed_, pair.fixed, fixedLeaves_);
+  const Leaf& movable = Load(movable_, pair.movable, movableLeaves_);
+  std::size_t candidates[gsl_TriangleTree::kTrianglesPerLeaf], numCandidates = 0;
+  for (std::size_t k = 0; k < movable.count; ++k)
+    if (MayMeet(fixed, movable.triangles[k])) candidates[numCandidates++] = k;
+  if (numCandidates == 0) return;
+  for (std::size_t i = 0; i < fixed.count; ++i) {
+    if (!MayMeet(fixed.triangles[i], movable)) continue;
+    for (const std::size_t k : std::span(candidates, numCandidates)) {
+      if (!gsl_MeetTriangles(fixed.triangles[i], movable.triangles[k], tolerance_, contact_)) continue;
+      bound_ = contact_.distance - slack_;
+      fixedTriangle_ = fixed_.order_[fixed.start + i];
+      movableTriangle_ = movable_.order_[movable.start + k];
+    }
+  }
 }
 
 std::array<double, 3> gsl_TravelSearch::FromFrame(const double* p) const {

@@ -105,13 +105,37 @@ gsl_TravelFrame gsl_FrameAlong(const gsl_Vector& direction) noexcept {
   return {{{1 + sign * x * x * a, sign * b, -sign * x}, {b, sign + y * y * a, -y}, {x, y, z}}};
 }
 
+void gsl_TravelTriangle::FindBoxAndPlane() noexcept {
+  FindBox();
+  const double ax = p[1][0] - p[0][0], ay = p[1][1] - p[0][1], az = p[1][2] - p[0][2];
+  const double bx = p[2][0] - p[0][0], by = p[2][1] - p[0][1], bz = p[2][2] - p[0][2];
+  const double area = ax * by - ay * bx;
+  slope[0] = (az * by - ay * bz) / area;
+  slope[1] = (ax * bz - az * bx) / area;
+  // thin in the view: the plane would be noise
+  const bool isFlat = area * area > 1e-8 * (ax * ax + ay * ay) * (bx * bx + by * by)
+                      && std::fabs(slope[0]) + std::fabs(slope[1]) < gsl_kSteepest;
+  if (isFlat) {
+    near = far = p[0][2] - slope[0] * p[0][0] - slope[1] * p[0][1];
+  } else {
+    slope[0] = slope[1] = 0;
+    near = low[2];
+    far = high[2];
+  }
+}
+
 bool gsl_MeetTriangles(const gsl_TravelTriangle& fixed, const gsl_TravelTriangle& movable, double tolerance,
                        gsl_TravelContact& contact) noexcept {
   if (fixed.low[2] - movable.high[2] >= contact.distance || fixed.high[2] - movable.low[2] < -tolerance)
     return false;
-  for (int axis = 0; axis < 2; ++axis)
-    if (fixed.low[axis] - movable.high[axis] > tolerance || movable.low[axis] - fixed.high[axis] > tolerance)
-      return false;
+  gsl_Ways ways{fixed.near - movable.far, fixed.far - movable.near};
+  for (int axis = 0; axis < 2; ++axis) {
+    const double from = std::max(fixed.low[axis], movable.low[axis]),
+                 to = std::min(fixed.high[axis], movable.high[axis]);
+    if (from - to > tolerance) return false;
+    ways.Widen(fixed.slope[axis] - movable.slope[axis], from - tolerance, to + tolerance);
+  }
+  if (ways.low >= contact.distance || ways.high < -kMismatch * tolerance) return false;
   const Side f(fixed, movable);
   if (f.Separates(tolerance)) return false;
   const Side m(movable, fixed);

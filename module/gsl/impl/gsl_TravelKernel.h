@@ -20,10 +20,12 @@ template<class T> void gsl_ToFrame(const gsl_TravelFrame& frame, const T* xyz, d
   for (int i = 0; i < 3; ++i) out[i] = frame[i][0] * x + frame[i][1] * y + frame[i][2] * z;
 }
 
-/// A triangle in a frame whose third axis is the direction of travel, with its box.
+/// A triangle in a frame whose third axis is the direction of travel, with its box and its plane.
 struct gsl_TravelTriangle {
   double p[3][3];
   double low[3], high[3];
+  double slope[2], near,
+      far; ///< the depths above the origin of a slab that holds it: its plane, unless steep
 
   void FindBox() noexcept {
     for (int axis = 0; axis < 3; ++axis) {
@@ -31,15 +33,28 @@ struct gsl_TravelTriangle {
       high[axis] = std::max({p[0][axis], p[1][axis], p[2][axis]});
     }
   }
+  void FindBoxAndPlane() noexcept;
 };
+
+/// Slope beyond which rounding would show in the depths of a plane.
+inline constexpr double gsl_kSteepest = 16;
 
 struct gsl_TravelContact {
   double distance = std::numeric_limits<double>::infinity(); ///< the bound before
   double fixed[3], movable[3];
 };
 
+/// The ways along the third axis from a movable slab to a fixed one lie in [low, high] above a rectangle.
+struct gsl_Ways {
+  double low, high;
+  void Widen(double slope, double from, double to) noexcept {
+    low += slope * (slope > 0 ? from : to);
+    high += slope * (slope > 0 ? to : from);
+  }
+};
+
 /// Replaces the contact by that of the two triangles when they meet after a travel of 0 or more below its
-/// distance. What passes within the tolerance meets.
+/// distance. What passes within the tolerance meets. The triangles have their boxes and planes.
 ///
 /// The pairs of points, one of each triangle, that the direction joins are a convex polytope, and the way
 /// between the two is linear on it, so its range is that of the corners: a vertex over a face, a vertex over

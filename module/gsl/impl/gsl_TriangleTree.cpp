@@ -7,32 +7,6 @@
 #include <utility>
 
 namespace {
-constexpr std::size_t kTrianglesPerLeaf = 8; ///< at most; at least half of that unless there are fewer
-constexpr double kSteepest = 16;             ///< slope of a slab: beyond it rounding would show
-constexpr unsigned kAxisBits = 11;           ///< cells of the order along each axis
-constexpr unsigned kIndexBits = 31;          ///< of a triangle, below the cell's number in a sort key
-
-/// Puts two zero bits between the bits of x.
-std::uint64_t Spread(std::uint64_t x) {
-  x = (x | x << 16) & 0x00ff0000ff0000ff;
-  x = (x | x << 8) & 0x100f00f00f00f00f;
-  x = (x | x << 4) & 0x10c30c30c30c30c3;
-  return (x | x << 2) & 0x1249249249249249;
-}
-
-/// Sorts by the cell's number; keys of one cell keep their order.
-void SortByCell(std::vector<std::uint64_t>& keys) {
-  std::vector<std::uint64_t> sorted(keys.size());
-  constexpr std::uint64_t kDigits = std::uint64_t{1} << kAxisBits;
-  for (unsigned shift = kIndexBits; shift < 64; shift += kAxisBits) {
-    std::array<std::uint32_t, kDigits> start{};
-    for (const std::uint64_t key : keys) ++start[key >> shift & (kDigits - 1)];
-    std::uint32_t sum = 0;
-    for (std::uint32_t& count : start) sum += std::exchange(count, sum);
-    for (const std::uint64_t key : keys) sorted[start[key >> shift & (kDigits - 1)]++] = key;
-    keys.swap(sorted);
-  }
-}
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
@@ -73,55 +47,56 @@ void ToFrame(const gsl_TravelFrame& frame, const T* xyz, const int* corners, gsl
 }
 } // namespace
 
-// Along the curve of Morton ("A computer oriented geodetic data base", 1966) through the middles of the
-// boxes.
-template<class T> void gsl_TriangleTree::SortByPlace(const T* xyz, std::size_t numTriangles) {
+// The middles of the triangles, and the box of the whole set.
+template<class T>
+std::vector<gsl_TriangleTree::Item> gsl_TriangleTree::FindMiddles(const T* xyz, std::size_t numTriangles) {
   std::fill_n(low_, 3, std::numeric_limits<double>::infinity());
   std::fill_n(high_, 3, -std::numeric_limits<double>::infinity());
-  std::vector<std::array<float, 3>> middles(numTriangles);
+  std::vector<Item> items;
+  items.reserve(numTriangles);
   double base[3] = {0, 0, 0}; // single precision is enough near the set
-  bool first = true;
   for (std::size_t i = 0; i < numTriangles; ++i) {
     gsl_TravelTriangle triangle;
     ToFrame(frame_, xyz, triangles_ + 3 * i, triangle);
     triangle.FindBox();
     double sum = 0;
     for (const auto& p : triangle.p) sum += p[0] + p[1] + p[2];
-    if (!std::isfinite(sum)) {
-      middles[i][0] = std::numeric_limits<float>::quiet_NaN();
-      continue;
-    }
-    if (std::exchange(first, false)) std::copy_n(triangle.p[0], 3, base);
+    if (!std::isfinite(sum)) continue;
+    if (items.empty()) std::copy_n(triangle.p[0], 3, base);
+    Item item{{}, static_cast<std::int32_t>(i)};
     for (int axis = 0; axis < 3; ++axis) {
       low_[axis] = std::min(low_[axis], triangle.low[axis]);
       high_[axis] = std::max(high_[axis], triangle.high[axis]);
-      middles[i][axis] = static_cast<float>((triangle.low[axis] + triangle.high[axis]) * 0.5 - base[axis]);
+      item.middle[axis] = static_cast<float>((triangle.low[axis] + triangle.high[axis]) * 0.5 - base[axis]);
     }
+    items.push_back(item);
   }
-  double extent = 0;
-  float start[3];
-  for (int axis = 0; axis < 3; ++axis) {
-    extent = std::max(extent, high_[axis] - low_[axis]);
-    start[axis] = static_cast<float>(low_[axis] - base[axis]);
-  }
-  constexpr auto kLast = static_cast<float>((1U << kAxisBits) - 1);
-  const float scale = extent > 0 && extent < kInfinity ? static_cast<float>(kLast / extent) : 0;
-  std::vector<std::uint64_t> keys;
-  keys.reserve(numTriangles);
-  for (std::size_t i = 0; i < numTriangles; ++i) {
-    if (middles[i][0] != middles[i][0]) continue;
-    std::uint64_t cell = 0;
+  return items;
+}
+
+// Halves the triangles of a range of leaves along the longest axis of their middles, and the halves again.
+void gsl_TriangleTree::Halve(std::span<Item> items, std::size_t firstLeaf, std::size_t leaves) const {
+  if (leaves == 1) // one order, whatever way the library halves
+    return static_cast<void>(std::ranges::sort(items, {}, &Item::triangle));
+  float low[3], high[3];
+  std::copy_n(items[0].middle, 3, low);
+  std::copy_n(items[0].middle, 3, high);
+  for (const Item& item : items)
     for (int axis = 0; axis < 3; ++axis) {
-      const float place = std::clamp((middles[i][axis] - start[axis]) * scale, 0.0F, kLast);
-      cell |= Spread(static_cast<std::uint64_t>(place)) << axis;
+      low[axis] = std::min(low[axis], item.middle[axis]);
+      high[axis] = std::max(high[axis], item.middle[axis]);
     }
-    keys.push_back(cell << kIndexBits | i);
-  }
-  middles = {};
-  SortByCell(keys);
-  order_.resize(keys.size());
-  for (std::size_t i = 0; i < keys.size(); ++i)
-    order_[i] = static_cast<std::int32_t>(keys[i] & ((std::uint64_t{1} << kIndexBits) - 1));
+  int longest = 0;
+  for (int axis = 1; axis < 3; ++axis)
+    if (high[axis] - low[axis] > high[longest] - low[longest]) longest = axis;
+  const std::size_t half = LeafStart(firstLeaf + leaves / 2) - LeafStart(firstLeaf);
+  std::nth_element(items.begin(), items.begin() + static_cast<std::ptrdiff_t>(half), items.end(),
+                   [longest](const Item& a, const Item& b) {
+                     return a.middle[longest] < b.middle[longest]
+                            || (a.middle[longest] == b.middle[longest] && a.triangle < b.triangle);
+                   });
+  Halve(items.first(half), firstLeaf, leaves / 2);
+  Halve(items.subspan(half), firstLeaf + leaves / 2, leaves / 2);
 }
 
 namespace {
@@ -145,7 +120,8 @@ void FitPlane(std::span<const gsl_TravelTriangle> triangles, double (&slope)[2])
     }
   const double determinant = xx * yy - xy * xy;
   const double x = (xz * yy - yz * xy) / determinant, y = (yz * xx - xz * xy) / determinant;
-  const bool isGood = determinant > 1e-6 * (xx + yy) * (xx + yy) && std::fabs(x) + std::fabs(y) < kSteepest;
+  const bool isGood =
+      determinant > 1e-6 * (xx + yy) * (xx + yy) && std::fabs(x) + std::fabs(y) < gsl_kSteepest;
   slope[0] = isGood ? x : 0;
   slope[1] = isGood ? y : 0;
 }
@@ -205,9 +181,13 @@ gsl_TriangleTree::Node gsl_TriangleTree::Join(const Node& a, const Node& b) noex
 template<class T> void gsl_TriangleTree::Build(std::span<const T> xyz, std::span<const int> triangles) {
   gsl_CheckTriangles(triangles, xyz.size() / 3);
   triangles_ = triangles.data();
-  SortByPlace(xyz.data(), triangles.size() / 3);
-  if (order_.empty()) return;
-  leaves_ = std::bit_ceil((order_.size() + kTrianglesPerLeaf - 1) / kTrianglesPerLeaf);
+  std::vector<Item> items = FindMiddles(xyz.data(), triangles.size() / 3);
+  if (items.empty()) return;
+  order_.resize(items.size());
+  leaves_ = std::bit_ceil((items.size() + kTrianglesPerLeaf - 1) / kTrianglesPerLeaf);
+  Halve(items, 0, leaves_);
+  for (std::size_t i = 0; i < items.size(); ++i) order_[i] = items[i].triangle;
+  items = {};
   nodes_.resize(2 * leaves_);
   for (int axis = 0; axis < 2; ++axis) origin_[axis] = (low_[axis] + high_[axis]) * 0.5;
   for (std::size_t leaf = 0; leaf < leaves_; ++leaf) {
