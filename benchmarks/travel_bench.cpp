@@ -181,7 +181,10 @@ double AllPairs(const Scene& scene) {
     std::vector<gsl_TravelTriangle> all(set.NumTriangles());
     for (std::size_t i = 0; i < set.triangles.size(); ++i)
       gsl_ToFrame(frame, &set.xyz[3 * static_cast<std::size_t>(set.triangles[i])], all[i / 3].p[i % 3]);
-    for (gsl_TravelTriangle& triangle : all) triangle.FindBoxAndPlane();
+    for (gsl_TravelTriangle& triangle : all) {
+      triangle.FindBox();
+      triangle.FindPlane();
+    }
     return all;
   };
   const std::vector<gsl_TravelTriangle> fixed = inFrame(scene.fixed), movable = inFrame(scene.movable);

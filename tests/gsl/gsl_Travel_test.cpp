@@ -65,7 +65,8 @@ gsl_TravelTriangle RandomTriangle(RandomGeometry& random, bool onGrid) {
   gsl_TravelTriangle t;
   for (auto& p : t.p)
     for (double& x : p) x = onGrid ? std::floor(random.Real(0, 4)) : random.Real(0, 4);
-  t.FindBoxAndPlane();
+  t.FindBox();
+  t.FindPlane();
   return t;
 }
 TEST(gsl_Travel, OnePairAgreesWithAllCornersOfItsPairsOfPoints) {
@@ -90,7 +91,10 @@ std::vector<gsl_TravelTriangle> InFrame(const TriangleSet& set, const gsl_Travel
   std::vector<gsl_TravelTriangle> all(set.triangles.size() / 3);
   for (std::size_t i = 0; i < set.triangles.size(); ++i)
     gsl_ToFrame(frame, &set.xyz[3 * static_cast<std::size_t>(set.triangles[i])], all[i / 3].p[i % 3]);
-  for (gsl_TravelTriangle& triangle : all) triangle.FindBoxAndPlane();
+  for (gsl_TravelTriangle& triangle : all) {
+    triangle.FindBox();
+    triangle.FindPlane();
+  }
   return all;
 }
 

@@ -4,6 +4,7 @@
 #include <BasicUtils/nex_Exception.h>
 #include <CoreGeometry/gsl_Vector.h>
 #include <cmath>
+#include <memory>
 #include <utility>
 
 namespace {
@@ -29,20 +30,25 @@ private:
   };
   /// The triangles of a leaf in the frame of the search, and their box.
   struct Leaf {
-    std::size_t node = 0, start = 0, count = 0;
+    std::size_t start, count;
     double low[3], high[3];
+    std::uint32_t planes; ///< bits of the triangles whose planes are known
     gsl_TravelTriangle triangles[gsl_TriangleTree::kTrianglesPerLeaf];
   };
-  /// The leaves that were looked at lately, by the last bits of their numbers.
-  using Leaves = std::vector<Leaf>;
+  /// The leaves that were looked at lately, by the last bits of their numbers; memory is touched when used.
+  struct Leaves {
+    std::array<std::size_t, kLeavesKept> node{};
+    std::unique_ptr<Leaf[]> leaf = std::make_unique_for_overwrite<Leaf[]>(kLeavesKept);
+  };
 
   double Enter(const Node& fixed, const Node& movable) const;
   double EnterBox(const Node& fixed, const Node& movable) const;
   void Push(std::size_t fixed, std::size_t movable);
   void Descend(const Pair& pair);
   void MeetLeaves(const Pair& pair);
+  static const gsl_TravelTriangle& Complete(Leaf& leaf, std::size_t i);
   template<class A, class B> bool MayMeet(const A& fixed, const B& movable) const;
-  const Leaf& Load(const gsl_TriangleTree& tree, std::size_t node, Leaves& leaves) const;
+  Leaf& Load(const gsl_TriangleTree& tree, std::size_t node, Leaves& leaves) const;
   std::array<double, 3> FromFrame(const double* p) const;
 
   const gsl_TriangleTree &fixed_, &movable_;
@@ -52,8 +58,8 @@ private:
   double offset_[2];      ///< between the trees' origins
   double tolerance_, slack_;
   double bound_ = 0;        ///< boxes that enter later hold nothing new
-  std::vector<Pair> pairs_; ///< the nearest of those that came together last
-  Leaves fixedLeaves_{kLeavesKept}, movableLeaves_{kLeavesKept};
+  std::vector<Pair> pairs_; ///< the nearest of those that came together is last
+  Leaves fixedLeaves_, movableLeaves_;
   gsl_TravelContact contact_;
   int fixedTriangle_ = -1, movableTriangle_ = -1;
 };
@@ -156,15 +162,16 @@ void gsl_TravelSearch::Descend(const Pair& pair) {
   for (std::size_t i = 0; i <= (splitFixed ? 1U : 0U); ++i)
     for (std::size_t k = 0; k <= (splitMovable ? 1U : 0U); ++k)
       Push(splitFixed ? 2 * pair.fixed + i : pair.fixed, splitMovable ? 2 * pair.movable + k : pair.movable);
-  std::sort(pairs_.begin() + static_cast<std::ptrdiff_t>(first), pairs_.end(),
-            [](const Pair& a, const Pair& b) { return a.enter > b.enter; });
+  for (std::size_t i = first + 1; i < pairs_.size(); ++i) // at most four
+    for (std::size_t k = i; k > first && pairs_[k].enter > pairs_[k - 1].enter; --k)
+      std::swap(pairs_[k], pairs_[k - 1]);
 }
 
-const gsl_TravelSearch::Leaf& gsl_TravelSearch::Load(const gsl_TriangleTree& tree, std::size_t node,
-                                                     Leaves& leaves) const {
-  Leaf& leaf = leaves[node % kLeavesKept];
-  if (leaf.node == node) return leaf;
-  leaf.node = node;
+gsl_TravelSearch::Leaf& gsl_TravelSearch::Load(const gsl_TriangleTree& tree, std::size_t node,
+                                               Leaves& leaves) const {
+  Leaf& leaf = leaves.leaf[node % kLeavesKept];
+  if (std::exchange(leaves.node[node % kLeavesKept], node) == node) return leaf;
+  leaf.planes = 0;
   leaf.start = tree.LeafStart(node - tree.leaves_);
   leaf.count = tree.LeafStart(node - tree.leaves_ + 1) - leaf.start;
   std::fill_n(leaf.low, 3, kNever);
@@ -179,7 +186,7 @@ const gsl_TravelSearch::Leaf& gsl_TravelSearch::Load(const gsl_TriangleTree& tre
       else
         gsl_ToFrame(frame_, tree.floats_ + at, triangle.p[k]);
     }
-    triangle.FindBoxAndPlane();
+    triangle.FindBox();
     for (int axis = 0; axis < 3; ++axis) {
       leaf.low[axis] = std::min(leaf.low[axis], triangle.low[axis]);
       leaf.high[axis] = std::max(leaf.high[axis], triangle.high[axis]);
@@ -197,17 +204,25 @@ template<class A, class B> bool gsl_TravelSearch::MayMeet(const A& fixed, const 
   return fixed.high[2] >= movable.low[2] - tolerance_ && fixed.low[2] - movable.high[2] < bound_;
 }
 
+// The triangle with its plane.
+const gsl_TravelTriangle& gsl_TravelSearch::Complete(Leaf& leaf, std::size_t i) {
+  if (!(leaf.planes >> i & 1U)) leaf.triangles[i].FindPlane();
+  leaf.planes |= 1U << i;
+  return leaf.triangles[i];
+}
+
 void gsl_TravelSearch::MeetLeaves(const Pair& pair) {
-  const Leaf& fixed = Load(fixed_, pair.fixed, fixedLeaves_);
-  const Leaf& movable = Load(movable_, pair.movable, movableLeaves_);
+  Leaf& fixed = Load(fixed_, pair.fixed, fixedLeaves_);
+  Leaf& movable = Load(movable_, pair.movable, movableLeaves_);
   std::size_t candidates[gsl_TriangleTree::kTrianglesPerLeaf], numCandidates = 0;
   for (std::size_t k = 0; k < movable.count; ++k)
     if (MayMeet(fixed, movable.triangles[k])) candidates[numCandidates++] = k;
-  if (numCandidates == 0) return;
-  for (std::size_t i = 0; i < fixed.count; ++i) {
+  for (std::size_t i = 0; i < fixed.count && numCandidates > 0; ++i) {
     if (!MayMeet(fixed.triangles[i], movable)) continue;
     for (const std::size_t k : std::span(candidates, numCandidates)) {
-      if (!gsl_MeetTriangles(fixed.triangles[i], movable.triangles[k], tolerance_, contact_)) continue;
+      if (!MayMeet(fixed.triangles[i], movable.triangles[k])
+          || !gsl_MeetTriangles(Complete(fixed, i), Complete(movable, k), tolerance_, contact_))
+        continue;
       bound_ = contact_.distance - slack_;
       fixedTriangle_ = fixed_.order_[fixed.start + i];
       movableTriangle_ = movable_.order_[movable.start + k];

@@ -105,8 +105,7 @@ gsl_TravelFrame gsl_FrameAlong(const gsl_Vector& direction) noexcept {
   return {{{1 + sign * x * x * a, sign * b, -sign * x}, {b, sign + y * y * a, -y}, {x, y, z}}};
 }
 
-void gsl_TravelTriangle::FindBoxAndPlane() noexcept {
-  FindBox();
+void gsl_TravelTriangle::FindPlane() noexcept {
   const double ax = p[1][0] - p[0][0], ay = p[1][1] - p[0][1], az = p[1][2] - p[0][2];
   const double bx = p[2][0] - p[0][0], by = p[2][1] - p[0][1], bz = p[2][2] - p[0][2];
   const double area = ax * by - ay * bx;

@@ -33,7 +33,7 @@ struct gsl_TravelTriangle {
       high[axis] = std::max({p[0][axis], p[1][axis], p[2][axis]});
     }
   }
-  void FindBoxAndPlane() noexcept;
+  void FindPlane() noexcept; ///< after the box
 };
 
 /// Slope beyond which rounding would show in the depths of a plane.
