@@ -23,6 +23,7 @@ int Run(int argc, char** argv) {
   cli_AddUpgrade(app);
   cli_AddCompact(app);
   cli_AddShapes(app);
+  cli_AddTravel(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
