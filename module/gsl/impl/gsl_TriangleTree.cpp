@@ -7,7 +7,6 @@
 #include <utility>
 
 namespace {
-
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 float RoundDown(double value) {
@@ -74,6 +73,34 @@ std::vector<gsl_TriangleTree::Item> gsl_TriangleTree::FindMiddles(const T* xyz, 
   return items;
 }
 
+namespace {
+/// Puts the items with the smallest keys first, as many as asked for. Half of all comparisons go the other
+/// way, so that a loop without branches is twice as fast as the library's.
+template<class Item, class Key> void Select(std::span<Item> items, std::size_t first, Key key) {
+  constexpr std::size_t kFew = 16;
+  for (int round = 0; items.size() > kFew && round < 64; ++round) {
+    std::uint64_t sample[5];
+    for (std::size_t i = 0; i < 5; ++i) sample[i] = key(items[i * (items.size() - 1) / 4]);
+    std::ranges::sort(sample);
+    const std::uint64_t pivot = sample[2];
+    std::size_t below = 0;
+    for (Item& item : items) {
+      const Item moved = item;
+      item = items[below];
+      items[below] = moved;
+      below += key(moved) < pivot ? 1 : 0;
+    }
+    if (first < below) {
+      items = items.first(below);
+    } else {
+      items = items.subspan(below);
+      first -= below;
+    }
+  }
+  std::ranges::nth_element(items, items.begin() + static_cast<std::ptrdiff_t>(first), {}, key);
+}
+} // namespace
+
 // Halves the triangles of a range of leaves along the longest axis of their middles, and the halves again.
 void gsl_TriangleTree::Halve(std::span<Item> items, std::size_t firstLeaf, std::size_t leaves) const {
   if (leaves == 1) // one order, whatever way the library halves
@@ -90,11 +117,12 @@ void gsl_TriangleTree::Halve(std::span<Item> items, std::size_t firstLeaf, std::
   for (int axis = 1; axis < 3; ++axis)
     if (high[axis] - low[axis] > high[longest] - low[longest]) longest = axis;
   const std::size_t half = LeafStart(firstLeaf + leaves / 2) - LeafStart(firstLeaf);
-  std::nth_element(items.begin(), items.begin() + static_cast<std::ptrdiff_t>(half), items.end(),
-                   [longest](const Item& a, const Item& b) {
-                     return a.middle[longest] < b.middle[longest]
-                            || (a.middle[longest] == b.middle[longest] && a.triangle < b.triangle);
-                   });
+  Select(items, half, [longest](const Item& item) {
+    const auto bits = std::bit_cast<std::uint32_t>(item.middle[longest]);
+    // as unsigned numbers in the order of the middles; no two triangles are equal
+    const std::uint32_t order = bits ^ (bits >> 31 ? ~0U : 1U << 31);
+    return std::uint64_t{order} << 32 | static_cast<std::uint32_t>(item.triangle);
+  });
   Halve(items.first(half), firstLeaf, leaves / 2);
   Halve(items.subspan(half), firstLeaf + leaves / 2, leaves / 2);
 }
