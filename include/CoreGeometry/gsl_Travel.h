@@ -38,16 +38,16 @@ public:
 
 private:
   friend class gsl_TravelSearch;
-  /// At most; at least half of them unless there are fewer.
-  static constexpr std::size_t kTrianglesPerLeaf = 8;
+  static constexpr std::size_t kTrianglesPerLeaf = 8; ///< of the fullest tree, on average
+  static constexpr std::size_t kMostPerLeaf = 12;
 
   /// What holds a node's triangles: a box in the tree's frame, its sides across the direction relative to the
   /// tree's origin and rounded outwards, and a slab oblique to the direction. Of a smooth surface the slab is
   /// thinner than the box by the order of its size, so that few nodes near the place of contact are in doubt.
   struct Node {
     float low[2], high[2];
-    double near, far; ///< depths: exact, because large plane faces are often equally deep
-    double slope[2];
+    float slope[2];           ///< of the slab
+    double near, far;         ///< depths: exact, because large plane faces are often equally deep
     double slabNear, slabFar; ///< depths at the origin
   };
 
@@ -58,8 +58,7 @@ private:
 
   template<class T> void Build(std::span<const T> xyz, std::span<const int> triangles);
   template<class T> std::vector<Item> FindMiddles(const T* xyz, std::size_t numTriangles);
-  void Halve(std::span<Item> items, std::size_t firstLeaf, std::size_t leaves) const;
-  std::size_t LeafStart(std::size_t leaf) const noexcept { return leaf * order_.size() / leaves_; }
+  void Halve(std::span<Item> items, std::size_t leaves);
   Node MakeLeaf(std::span<const gsl_TravelTriangle> triangles) const noexcept;
   static Node Join(const Node& a, const Node& b) noexcept;
 
@@ -71,6 +70,7 @@ private:
   double origin_[2] = {0, 0};                  ///< of the rectangles
   std::vector<std::int32_t> order_;            ///< triangles, leaf after leaf
   std::size_t leaves_ = 0;                     ///< a power of two, 0 when empty
+  std::vector<std::uint32_t> leafStart_;       ///< of each leaf in the order, and the end
   std::vector<Node> nodes_;                    ///< node i has children 2i and 2i + 1; the root is node 1
 };
 

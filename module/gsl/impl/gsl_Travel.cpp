@@ -33,7 +33,7 @@ private:
     std::size_t start, count;
     double low[3], high[3];
     std::uint32_t planes; ///< bits of the triangles whose planes are known
-    gsl_TravelTriangle triangles[gsl_TriangleTree::kTrianglesPerLeaf];
+    gsl_TravelTriangle triangles[gsl_TriangleTree::kMostPerLeaf];
   };
   /// The leaves that were looked at lately, by the last bits of their numbers; memory is touched when used.
   struct Leaves {
@@ -98,7 +98,7 @@ double gsl_TravelSearch::Enter(const Node& f, const Node& m) const {
     const double shift = f.slope[axis] * offset_[axis]; // the fixed slab's origin is elsewhere
     ways.low -= shift;
     ways.high -= shift;
-    ways.Widen(f.slope[axis] - m.slope[axis], from, to);
+    ways.Widen(double{f.slope[axis]} - m.slope[axis], from, to);
   }
   double low = std::max(ways.low, f.near - m.far), high = std::min(ways.high, f.far - m.near);
   if (along_[2] < 0) low = -std::exchange(high, -low);
@@ -172,8 +172,8 @@ gsl_TravelSearch::Leaf& gsl_TravelSearch::Load(const gsl_TriangleTree& tree, std
   Leaf& leaf = leaves.leaf[node % kLeavesKept];
   if (std::exchange(leaves.node[node % kLeavesKept], node) == node) return leaf;
   leaf.planes = 0;
-  leaf.start = tree.LeafStart(node - tree.leaves_);
-  leaf.count = tree.LeafStart(node - tree.leaves_ + 1) - leaf.start;
+  leaf.start = tree.leafStart_[node - tree.leaves_];
+  leaf.count = tree.leafStart_[node - tree.leaves_ + 1] - leaf.start;
   std::fill_n(leaf.low, 3, kNever);
   std::fill_n(leaf.high, 3, -kNever);
   for (std::size_t i = 0; i < leaf.count; ++i) {
@@ -214,7 +214,7 @@ const gsl_TravelTriangle& gsl_TravelSearch::Complete(Leaf& leaf, std::size_t i) 
 void gsl_TravelSearch::MeetLeaves(const Pair& pair) {
   Leaf& fixed = Load(fixed_, pair.fixed, fixedLeaves_);
   Leaf& movable = Load(movable_, pair.movable, movableLeaves_);
-  std::size_t candidates[gsl_TriangleTree::kTrianglesPerLeaf], numCandidates = 0;
+  std::size_t candidates[gsl_TriangleTree::kMostPerLeaf], numCandidates = 0;
   for (std::size_t k = 0; k < movable.count; ++k)
     if (MayMeet(fixed, movable.triangles[k])) candidates[numCandidates++] = k;
   for (std::size_t i = 0; i < fixed.count && numCandidates > 0; ++i) {

@@ -35,7 +35,8 @@ gsl_TriangleTree::gsl_TriangleTree(std::span<const double> xyz, std::span<const 
 }
 
 std::size_t gsl_TriangleTree::Memory() const noexcept {
-  return sizeof *this + order_.capacity() * sizeof order_[0] + nodes_.capacity() * sizeof nodes_[0];
+  return sizeof *this + order_.capacity() * sizeof order_[0] + leafStart_.capacity() * sizeof leafStart_[0]
+         + nodes_.capacity() * sizeof nodes_[0];
 }
 
 namespace {
@@ -99,12 +100,42 @@ template<class Item, class Key> void Select(std::span<Item> items, std::size_t f
   }
   std::ranges::nth_element(items, items.begin() + static_cast<std::ptrdiff_t>(first), {}, key);
 }
+/// How many of the items go into the first half: as many as lie before the widest gap along the axis, where
+/// that is wide and leaves each half between least and most; half of them otherwise.
+template<class Item>
+std::size_t FindCut(std::span<const Item> items, int axis, float low, float high, std::size_t least,
+                    std::size_t most) {
+  constexpr int kBins = 32, kWide = 3;
+  std::size_t count[kBins] = {};
+  const float scale = kBins / (high - low);
+  for (const Item& item : items)
+    ++count[std::min(static_cast<int>((item.middle[axis] - low) * scale), kBins - 1)];
+  std::size_t before = 0, cut = items.size() / 2;
+  int widest = kWide - 1, gap = 0;
+  for (const std::size_t inBin : count) {
+    if (inBin == 0) {
+      ++gap;
+      continue;
+    }
+    if (gap > widest && before >= least && before <= most) {
+      widest = gap;
+      cut = before;
+    }
+    gap = 0;
+    before += inBin;
+  }
+  return cut;
+}
 } // namespace
 
-// Halves the triangles of a range of leaves along the longest axis of their middles, and the halves again.
-void gsl_TriangleTree::Halve(std::span<Item> items, std::size_t firstLeaf, std::size_t leaves) const {
-  if (leaves == 1) // one order, whatever way the library halves
-    return static_cast<void>(std::ranges::sort(items, {}, &Item::triangle));
+// Parts the triangles of some leaves along the longest axis of their middles, and the parts again. Walls that
+// face each other go into different parts: what holds both would overlap whatever stands between them.
+void gsl_TriangleTree::Halve(std::span<Item> items, std::size_t leaves) {
+  if (leaves == 1) {
+    leafStart_.push_back(leafStart_.back() + static_cast<std::uint32_t>(items.size()));
+    std::ranges::sort(items, {}, &Item::triangle); // one order, whatever way the library selects
+    return;
+  }
   float low[3], high[3];
   std::copy_n(items[0].middle, 3, low);
   std::copy_n(items[0].middle, 3, high);
@@ -116,21 +147,27 @@ void gsl_TriangleTree::Halve(std::span<Item> items, std::size_t firstLeaf, std::
   int longest = 0;
   for (int axis = 1; axis < 3; ++axis)
     if (high[axis] - low[axis] > high[longest] - low[longest]) longest = axis;
-  const std::size_t half = LeafStart(firstLeaf + leaves / 2) - LeafStart(firstLeaf);
-  Select(items, half, [longest](const Item& item) {
+  const std::size_t half = leaves / 2, full = kMostPerLeaf * half, all = items.size();
+  const float extent = high[longest] - low[longest];
+  const std::size_t cut =
+      extent > 0 && extent < kInfinity
+          ? FindCut<Item>(items, longest, low[longest], high[longest],
+                          std::max(half, all > full ? all - full : 0), std::min(full, all - half))
+          : all / 2;
+  Select(items, cut, [longest](const Item& item) {
     const auto bits = std::bit_cast<std::uint32_t>(item.middle[longest]);
     // as unsigned numbers in the order of the middles; no two triangles are equal
     const std::uint32_t order = bits ^ (bits >> 31 ? ~0U : 1U << 31);
     return std::uint64_t{order} << 32 | static_cast<std::uint32_t>(item.triangle);
   });
-  Halve(items.first(half), firstLeaf, leaves / 2);
-  Halve(items.subspan(half), firstLeaf + leaves / 2, leaves / 2);
+  Halve(items.first(cut), half);
+  Halve(items.subspan(cut), half);
 }
 
 namespace {
 /// Slopes of the plane that fits points best in depth (least squares); none where that is badly determined or
 /// steep.
-void FitPlane(std::span<const gsl_TravelTriangle> triangles, double (&slope)[2]) {
+void FitPlane(std::span<const gsl_TravelTriangle> triangles, float (&slope)[2]) {
   double mean[3] = {0, 0, 0};
   for (const gsl_TravelTriangle& triangle : triangles)
     for (const auto& p : triangle.p)
@@ -150,8 +187,8 @@ void FitPlane(std::span<const gsl_TravelTriangle> triangles, double (&slope)[2])
   const double x = (xz * yy - yz * xy) / determinant, y = (yz * xx - xz * xy) / determinant;
   const bool isGood =
       determinant > 1e-6 * (xx + yy) * (xx + yy) && std::fabs(x) + std::fabs(y) < gsl_kSteepest;
-  slope[0] = isGood ? x : 0;
-  slope[1] = isGood ? y : 0;
+  slope[0] = isGood ? static_cast<float>(x) : 0;
+  slope[1] = isGood ? static_cast<float>(y) : 0;
 }
 } // namespace
 
@@ -187,7 +224,7 @@ gsl_TriangleTree::Node gsl_TriangleTree::Join(const Node& a, const Node& b) noex
   for (int axis = 0; axis < 2; ++axis) {
     joint.low[axis] = std::min(a.low[axis], b.low[axis]);
     joint.high[axis] = std::max(a.high[axis], b.high[axis]);
-    joint.slope[axis] = (a.slope[axis] + b.slope[axis]) * 0.5;
+    joint.slope[axis] = (a.slope[axis] + b.slope[axis]) * 0.5F;
   }
   joint.near = std::min(a.near, b.near);
   joint.far = std::max(a.far, b.far);
@@ -196,7 +233,7 @@ gsl_TriangleTree::Node gsl_TriangleTree::Join(const Node& a, const Node& b) noex
   for (const Node* part : {&a, &b}) {
     double near = part->slabNear, far = part->slabFar;
     for (int axis = 0; axis < 2; ++axis) {
-      const double change = part->slope[axis] - joint.slope[axis];
+      const double change = double{part->slope[axis]} - joint.slope[axis];
       near += change * (change > 0 ? part->low : part->high)[axis];
       far += change * (change > 0 ? part->high : part->low)[axis];
     }
@@ -213,14 +250,16 @@ template<class T> void gsl_TriangleTree::Build(std::span<const T> xyz, std::span
   if (items.empty()) return;
   order_.resize(items.size());
   leaves_ = std::bit_ceil((items.size() + kTrianglesPerLeaf - 1) / kTrianglesPerLeaf);
-  Halve(items, 0, leaves_);
+  leafStart_.reserve(leaves_ + 1);
+  leafStart_.push_back(0);
+  Halve(items, leaves_);
   for (std::size_t i = 0; i < items.size(); ++i) order_[i] = items[i].triangle;
   items = {};
   nodes_.resize(2 * leaves_);
   for (int axis = 0; axis < 2; ++axis) origin_[axis] = (low_[axis] + high_[axis]) * 0.5;
   for (std::size_t leaf = 0; leaf < leaves_; ++leaf) {
-    gsl_TravelTriangle held[kTrianglesPerLeaf];
-    const std::size_t start = LeafStart(leaf), count = LeafStart(leaf + 1) - start;
+    gsl_TravelTriangle held[kMostPerLeaf];
+    const std::size_t start = leafStart_[leaf], count = leafStart_[leaf + 1] - start;
     for (std::size_t i = 0; i < count; ++i)
       ToFrame(frame_, xyz.data(), triangles_ + 3 * static_cast<std::size_t>(order_[start + i]), held[i]);
     nodes_[leaves_ + leaf] = MakeLeaf({held, count});
