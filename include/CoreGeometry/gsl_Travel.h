@@ -19,13 +19,12 @@ struct gsl_TravelTriangle;
 ///            other direction is right as well. Trees that are searched together have the same.
 /// Units      model length.
 /// Arrays     are referred to, not copied: they must outlive the tree and not change.
-/// Empty      a triangle with a coordinate that is not finite is left out. Colinear and coincident points
-/// make
+/// Empty      a triangle with a coordinate that is not finite is left out. Colinear or coincident points make
 ///            a triangle that is the segment or point they cover.
 /// Errors     nex_TextException for a point that is not there. A rest of one or two indices, or coordinates,
 ///            is ignored.
-/// Cost       20 to 30 bytes a triangle, and 16 more while it is built; time grows as the number of
-/// triangles. Threads    searched from any thread.
+/// Cost       20 to 35 bytes a triangle, and 16 more while it is built; building takes n log n steps.
+/// Threads    searched from any thread.
 class CORE_GEOMETRY_API gsl_TriangleTree {
 public:
   gsl_TriangleTree(std::span<const float> xyz, std::span<const int> triangles); ///< along z
@@ -87,11 +86,10 @@ struct gsl_Travel {
 ///
 /// Tolerance  triangles that pass each other closer than 1e-12 of the extent of both sets meet.
 /// Empty      false, and travel is untouched, when the sets never meet, one is empty, or the direction is
-/// zero
-///            or not finite.
+///            zero or not finite.
 /// Errors     nex_AssertionException when the trees stand along different directions.
-/// Cost       of separated sets little more than the depth of the trees; at worst, of parallel surfaces
-///            oblique to the direction, a few steps for each triangle.
+/// Cost       of smooth separated sets little more than the depth of the trees; at worst, of large plane
+///            faces that are equally far but for the last digits, a few steps for each triangle.
 CORE_GEOMETRY_API bool gsl_FindTravel(const gsl_TriangleTree& fixed, const gsl_TriangleTree& movable,
                                       const gsl_Vector& direction, gsl_Travel& travel,
                                       double limit = std::numeric_limits<double>::infinity());

@@ -166,6 +166,45 @@ TEST(gsl_Travel, SetsAgreeWithAllPairsHoweverTheyStand) {
   EXPECT_GT(meetings, 1'000);
 }
 
+/// A bumpy sheet of n x n squares 10 wide, with a wall on every fourth line.
+TriangleSet Sheet(RandomGeometry& random, int n, double height, double wall) {
+  TriangleSet set;
+  std::vector<gsl_Point> points;
+  for (int i = 0; i <= n; ++i)
+    for (int k = 0; k <= n; ++k)
+      points.emplace_back(10.0 * i / n, 10.0 * k / n, height + 0.02 * (i - k) + random.Real(0, 0.1));
+  const auto at = [&](int i, int k) -> const gsl_Point& {
+    return points[static_cast<std::size_t>(i * (n + 1) + k)];
+  };
+  for (int i = 0; i < n; ++i)
+    for (int k = 0; k < n; ++k) {
+      set.Add(at(i, k), at(i + 1, k), at(i, k + 1));
+      set.Add(at(i + 1, k + 1), at(i + 1, k), at(i, k + 1));
+      if (i % 4 == 0) set.Add(at(i, k), at(i, k + 1), at(i, k) + gsl_Vector(0, 0, wall));
+    }
+  return set;
+}
+
+TEST(gsl_Travel, DeepTreesAgreeWithAllPairs) {
+  RandomGeometry random(8);
+  for (const double wall : {0.0, 0.7})
+    for (const double far : {0.0, 1e6}) {
+      TriangleSet fixed = Sheet(random, 18, 0, wall), movable = Sheet(random, 21, 3, -wall);
+      movable.Shift(far + 0.3, 0.2, 0);
+      fixed.Shift(far, 0, 0);
+      for (const gsl_Vector& direction :
+           {gsl_Vector(0, 0, -1), gsl_Vector(0.4, 0.3, -1), gsl_Vector(1, 0, -0.5)}) {
+        const double expected = AllPairs(fixed, movable, direction);
+        EXPECT_GT(expected, 1);
+        EXPECT_NEAR(Travel(fixed, movable, direction), expected, 1e-9 * (1 + far));
+        gsl_Travel across;
+        ASSERT_TRUE(gsl_FindTravel(gsl_TriangleTree(fixed.xyz, fixed.triangles),
+                                   gsl_TriangleTree(movable.xyz, movable.triangles), direction, across));
+        EXPECT_NEAR(across.distance, expected, 1e-9 * (1 + far));
+      }
+    }
+}
+
 TEST(gsl_Travel, KnowsEveryKindOfContact) {
   const TriangleSet cube = BoxSet(1, 1, 1);
   struct Case {
