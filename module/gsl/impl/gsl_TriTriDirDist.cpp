@@ -9,7 +9,8 @@
 struct gsl_TriTriDirDist::Facet {
   gsl_Triangle triangle;
   int index;
-  double low, high; ///< interval of its depths along the direction
+  double low[3], high[3]; ///< intervals along the direction and along two axes across it
+  double margin;          ///< how far beyond its rim the kernel may find a place on it
 };
 
 gsl_TriTriDirDist::gsl_TriTriDirDist(int levels)
@@ -87,6 +88,8 @@ bool gsl_TriTriDirDist::BoxesMayMeet(const gsl_TriOctreeNode& fixed, const gsl_T
 // Of the triangles at a node those that can take part: neither degenerate nor facing away.
 void gsl_TriTriDirDist::Collect(const gsl_TriOctreeNode& node, bool isFixed, const gsl_Vector& travel,
                                 std::vector<Facet>& facets) const {
+  const gsl_Vector across = travel.AnyOrthogonalUnit(),
+                   axes[3] = {travel, across, travel.CrossProduct(across)};
   for (const int index : node.Triangles()) {
     gsl_Point p[3];
     GetTriangle(index, p);
@@ -100,12 +103,18 @@ void gsl_TriTriDirDist::Collect(const gsl_TriOctreeNode& node, bool isFixed, con
       if (!(isFixed ? reverseFixed_ : reverseMovable_)) continue;
       triangle.Reverse();
     }
-    Facet facet{triangle, index, std::numeric_limits<double>::max(), -std::numeric_limits<double>::max()};
-    for (const gsl_Point& vertex : p) {
-      const double depth = gsl_Vector(reference_, vertex).DotProduct(travel);
-      facet.low = std::min(facet.low, depth);
-      facet.high = std::max(facet.high, depth);
-    }
+    constexpr double kMax = std::numeric_limits<double>::max();
+    Facet facet{triangle, index, {kMax, kMax, kMax}, {-kMax, -kMax, -kMax}, 0};
+    for (const gsl_Vector& edge : {gsl_Vector(p[0], p[1]), gsl_Vector(p[1], p[2]), gsl_Vector(p[2], p[0])})
+      facet.margin = std::max(facet.margin, edge.Magnitude());
+    // a weight of -(tolerance / size)^2 is inside for the kernel
+    facet.margin = tolerance_ + 3 * facet.margin * (tolerance_ / size) * (tolerance_ / size);
+    for (const gsl_Point& vertex : p)
+      for (unsigned axis = 0; axis < 3; ++axis) {
+        const double place = gsl_Vector(reference_, vertex).DotProduct(axes[axis]);
+        facet.low[axis] = std::min(facet.low[axis], place);
+        facet.high[axis] = std::max(facet.high[axis], place);
+      }
     facets.push_back(facet);
   }
 }
@@ -126,7 +135,11 @@ bool gsl_TriTriDirDist::SearchTriangles(const gsl_TriOctreeNode& fixed, const gs
   bool found = false;
   for (const Facet& f : fixedFacets)
     for (const Facet& m : movableFacets) {
-      if (m.low > f.high || f.low - m.high > tolerance_ + d) continue;
+      if (m.low[0] > f.high[0] || f.low[0] - m.high[0] > tolerance_ + d) continue;
+      const double margin = f.margin + m.margin;
+      if (m.low[1] > f.high[1] + margin || f.low[1] > m.high[1] + margin || m.low[2] > f.high[2] + margin
+          || f.low[2] > m.high[2] + margin)
+        continue;
       ++numTriangleTests_;
       gsl_Point contact[2];
       if (!gsl_TriTriMinDirectionalDist(back, f.triangle.Vertex(0), f.triangle.Vertex(1),
