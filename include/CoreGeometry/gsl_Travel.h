@@ -84,7 +84,8 @@ struct gsl_Travel {
 /// fixed set; sets that touch or overlap have a travel of 0. Exact: vertices against faces, edges against
 /// edges, faces edge-on; the winding of triangles does not matter, nor does the length of the direction.
 ///
-/// Tolerance  triangles that pass each other closer than 1e-12 of the extent of both sets meet.
+/// Tolerance  triangles that pass each other closer than 1e-12 of the extent of both sets meet; far from the
+///            origin, closer than some 1e-14 of the coordinates.
 /// Empty      false, and travel is untouched, when the sets never meet, one is empty, or the direction is
 ///            zero or not finite.
 /// Errors     nex_AssertionException when the trees stand along different directions.
