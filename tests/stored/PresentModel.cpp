@@ -4,6 +4,7 @@
 
 #include <CoreGeometry/gsl_BBox.h>
 #include <CoreGeometry/gsl_ModelSegment.h>
+#include <CoreGeometry/gsl_ObjectArray.h>
 #include <CoreGeometry/gsl_PersistentMatrix.h>
 #include <CoreGeometry/gsl_PersistentVector.h>
 #include <CoreGeometry/gsl_Plane.h>
@@ -33,7 +34,16 @@ void WritePresentModel(cls_Database& database) {
   const gsl_Dot dot(4, 99);
   const gsl_ModelSegment modelSegment(gsl_Dot(0, 0, 0), gsl_Dot(1e-300, 1e300, 0.1));
   const odiC_Exception failure("frame 3: no field \"S\"");
+  gsl_DotArray dots;
+  gsl_LineArray lines;
+  gsl_PlaneArray planes;
+  dots.Append(dot);
+  lines.Append(line);
+  planes.Append(plane);
   cls_WritePass pass(database);
+  pass.Put("geometry/dots", dots);
+  pass.Put("geometry/lines", lines);
+  pass.Put("geometry/planes", planes);
   pass.Put("geometry/point", point);
   pass.Put("geometry/vector", vector);
   pass.Put("geometry/matrix", matrix);

@@ -31,3 +31,4 @@ void cli_AddShapes(CLI::App& app);
 void cli_AddCheck(CLI::App& app);
 void cli_AddDiff(CLI::App& app);
 void cli_AddDump(CLI::App& app);
+void cli_AddTravel(CLI::App& app);

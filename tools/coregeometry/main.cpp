@@ -28,6 +28,7 @@ int Run(int argc, char** argv) {
   cli_AddCheck(app);
   cli_AddDiff(app);
   cli_AddDump(app);
+  cli_AddTravel(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
