@@ -50,7 +50,7 @@ cli_Json Describe(const dtu_Datum& datum) {
     plane->Geometry(point, direction);
     return {{"kind", "plane"}, {"point", Numbers(point)}, {"normal", Numbers(direction)}};
   }
-  if (datum.DynTypeId() == dtu_Datum::TypeId()) return {{"kind", "datum without geometry"}};
+  if (datum.DynTypeId() == dtu_Datum::TypeId()) return cli_Json::object({{"kind", "datum without geometry"}});
   return {{"kind", "point"}, {"point", Numbers(datum.Point())}};
 }
 
