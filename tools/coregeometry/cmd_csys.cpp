@@ -34,27 +34,24 @@ const char* KindText(dtu_DatumCsysType kind) {
 
 /// What is printed of a datum: its kind and named triples.
 cli_Json Describe(const dtu_Datum& datum) {
-  cli_Json facts;
   gsl_Point point;
   gsl_Vector direction;
-  if (const auto* csys = dynamic_cast<const dtu_DatumCsys*>(&datum)) {
-    facts = {{"kind", KindText(csys->GetCsysType()) + std::string(" system")},
-             {"origin", Numbers(csys->Origin())},
-             {"x", Numbers(csys->Xaxis())},
-             {"y", Numbers(csys->Yaxis())},
-             {"z", Numbers(csys->Zaxis())}};
-  } else if (const auto* axis = dynamic_cast<const dtu_DatumAxis*>(&datum)) {
+  if (const auto* csys = dynamic_cast<const dtu_DatumCsys*>(&datum))
+    return {{"kind", KindText(csys->GetCsysType()) + std::string(" system")},
+            {"origin", Numbers(csys->Origin())},
+            {"x", Numbers(csys->Xaxis())},
+            {"y", Numbers(csys->Yaxis())},
+            {"z", Numbers(csys->Zaxis())}};
+  if (const auto* axis = dynamic_cast<const dtu_DatumAxis*>(&datum)) {
     axis->Geometry(point, direction);
-    facts = {{"kind", "axis"}, {"point", Numbers(point)}, {"direction", Numbers(direction)}};
-  } else if (const auto* plane = dynamic_cast<const dtu_DatumPlane*>(&datum)) {
-    plane->Geometry(point, direction);
-    facts = {{"kind", "plane"}, {"point", Numbers(point)}, {"normal", Numbers(direction)}};
-  } else if (datum.DynTypeId() != dtu_Datum::TypeId()) {
-    facts = {{"kind", "point"}, {"point", Numbers(datum.Point())}};
-  } else {
-    facts = {{"kind", "datum without geometry"}};
+    return {{"kind", "axis"}, {"point", Numbers(point)}, {"direction", Numbers(direction)}};
   }
-  return facts;
+  if (const auto* plane = dynamic_cast<const dtu_DatumPlane*>(&datum)) {
+    plane->Geometry(point, direction);
+    return {{"kind", "plane"}, {"point", Numbers(point)}, {"normal", Numbers(direction)}};
+  }
+  if (datum.DynTypeId() == dtu_Datum::TypeId()) return cli_Json::object({{"kind", "datum without geometry"}});
+  return {{"kind", "point"}, {"point", Numbers(datum.Point())}};
 }
 
 void List(const Arguments& arguments, const cls_Database& model) {
