@@ -1,0 +1,272 @@
+// shp_MappedElement.h: one element's map, set up once and evaluated often
+#pragma once
+
+#include "shp_MapTable.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+/// Four numbers that are worked on together, by one instruction where the processor can. Operations are those
+/// of each number by itself, so the results are the same everywhere.
+using shp_Lanes [[gnu::vector_size(4 * sizeof(double))]] = double;
+using shp_Vector = std::array<double, 3>;
+
+namespace shp_Map {
+[[gnu::always_inline]] inline double Dot(const shp_Vector& a, const shp_Vector& b) {
+  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+[[gnu::always_inline]] inline shp_Vector Cross(const shp_Vector& a, const shp_Vector& b) {
+  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+[[gnu::always_inline]] inline shp_Vector Minus(const shp_Vector& a, const shp_Vector& b) {
+  return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
+}
+inline double Length(const shp_Vector& a) { return std::sqrt(Dot(a, a)); }
+
+/// How far outside its bounds a point is in iso coordinates; negative inside.
+[[gnu::always_inline]] inline double Excess(const shp_MapTable& table, const shp_IsoPoint& iso) {
+  double excess = -1;
+  if (table.numSimplexCorners == 0) {
+    for (std::size_t axis = 0; axis < table.numDims; ++axis)
+      excess = std::max(excess, std::abs(iso[axis]) - 1);
+    return excess;
+  }
+  double sum = 0;
+  for (std::size_t axis = 0; axis + 1 < table.numSimplexCorners; ++axis) {
+    excess = std::max(excess, -iso[axis]);
+    sum += iso[axis];
+  }
+  excess = std::max(excess, sum - 1);
+  return table.family == shp_Family::Wedge ? std::max(excess, std::abs(iso[2]) - 1) : excess;
+}
+} // namespace shp_Map
+
+/// An element moved and scaled so that its box is centred at the origin and one wide.
+///
+/// The calls of the hot path are always inlined, so that they are compiled for the processor that their
+/// caller is compiled for.
+class shp_MappedElement {
+public:
+  /// Position and the derivatives by xi, eta, zeta.
+  struct State {
+    shp_Vector position;
+    std::array<shp_Vector, 3> columns;
+  };
+  static constexpr double kResidual = 1e-6; ///< of the element's box
+
+  /// nodeAt(k) points to the coordinates of node k.
+  template<class NodeAt>
+  [[gnu::always_inline]] inline shp_MappedElement(const shp_MapTable& table, const NodeAt& nodeAt)
+      : table_(table) {
+    const auto gather = [&](std::size_t k) __attribute__((always_inline)) {
+      const auto* x = nodeAt(k);
+      nodes_[k] = shp_Lanes{static_cast<double>(x[0]), static_cast<double>(x[1]), static_cast<double>(x[2])};
+    };
+    gather(0);
+    shp_Lanes lowest = nodes_[0], highest = nodes_[0];
+    for (std::size_t k = 1; k < table.numNodes; ++k) {
+      gather(k);
+      lowest = nodes_[k] < lowest ? nodes_[k] : lowest;
+      highest = nodes_[k] > highest ? nodes_[k] : highest;
+    }
+    const shp_Lanes extent = highest - lowest, half = extent / 2;
+    origin_ = lowest + half;
+    size_ = std::max(extent[0], std::max(extent[1], extent[2]));
+    const double perSize = 1 / size_;
+    for (std::size_t axis = 0; axis < 3; ++axis) half_[axis] = half[axis] * perSize;
+    shp_Lanes undefined = shp_Lanes{};
+    for (std::size_t k = 0; k < table.numNodes; ++k) {
+      nodes_[k] = (nodes_[k] - origin_) * perSize;
+      undefined += nodes_[k] * 0;
+    }
+    isSound_ = size_ > 0 && size_ <= std::numeric_limits<double>::max()
+               && undefined[0] + undefined[1] + undefined[2] == 0;
+    Arrange();
+  }
+
+  const shp_MapTable& Table() const { return table_; }
+  double Size() const { return size_; }
+  bool IsSound() const { return isSound_; } ///< has a size, and no coordinate that is not a number
+  [[gnu::always_inline]] inline shp_Vector Normalised(const shp_Vector& point) const {
+    const double perSize = 1 / size_;
+    return {(point[0] - origin_[0]) * perSize, (point[1] - origin_[1]) * perSize,
+            (point[2] - origin_[2]) * perSize};
+  }
+  /// False when the target is clearly outside. Linear elements lie in their box; the functions of others have
+  /// a sum of absolute values of at most five, so these reach no further than five times from the centre.
+  [[gnu::always_inline]] inline bool MayContain(const shp_Vector& target) const {
+    const double margin = table_.numNodes == table_.numCorners ? kResidual : 2.0;
+    return std::abs(target[0]) <= half_[0] + margin && std::abs(target[1]) <= half_[1] + margin
+           && std::abs(target[2]) <= half_[2] + margin;
+  }
+
+  [[gnu::always_inline]] inline void Evaluate(const shp_IsoPoint& iso, State& state) const {
+    if (table_.form == shp_MapTable::Form::Trilinear)
+      EvaluateTrilinear(iso, state);
+    else
+      EvaluateProducts(iso, state);
+  }
+
+  /// Volume, area or length of the directions over the product of their lengths, negative when inside out.
+  double Quality(const State& state) const {
+    const auto& [a, b, c] = state.columns;
+    if (table_.numDims == 1) return shp_Map::Length(a) > kFlat ? 1 : 0;
+    const shp_Vector normal = shp_Map::Cross(a, b);
+    double product = shp_Map::Length(a) * shp_Map::Length(b);
+    if (table_.numDims == 3) product *= shp_Map::Length(c);
+    if (!(product > kFlat * kFlat * kFlat)) return 0;
+    return (table_.numDims == 2 ? shp_Map::Length(normal) : shp_Map::Dot(normal, c)) / product;
+  }
+
+  /// Newton's step, or that of least squares on lines and surfaces; false when the directions are flat.
+  [[gnu::always_inline]] inline bool Step(const State& state, const shp_Vector& residual,
+                                          shp_Vector& step) const {
+    const auto& [a, b, c] = state.columns;
+    const shp_Vector& r = residual;
+    if (table_.numDims == 3) {
+      const shp_Vector bc = shp_Map::Cross(b, c);
+      const double determinant = shp_Map::Dot(a, bc);
+      if (!(std::abs(determinant) > 1e-30)) return false;
+      const double inverse = 1 / determinant;
+      step = {shp_Map::Dot(r, bc) * inverse, shp_Map::Dot(r, shp_Map::Cross(c, a)) * inverse,
+              shp_Map::Dot(r, shp_Map::Cross(a, b)) * inverse};
+      return true;
+    }
+    const double aa = shp_Map::Dot(a, a), ra = shp_Map::Dot(r, a);
+    if (table_.numDims == 1) {
+      if (!(aa > 1e-30)) return false;
+      step = {ra / aa, 0, 0};
+      return true;
+    }
+    const double ab = shp_Map::Dot(a, b), bb = shp_Map::Dot(b, b), rb = shp_Map::Dot(r, b);
+    const double determinant = aa * bb - ab * ab;
+    if (!(determinant > 1e-30)) return false;
+    step = {(ra * bb - rb * ab) / determinant, (rb * aa - ra * ab) / determinant, 0};
+    return true;
+  }
+
+private:
+  static constexpr double kFlat = 1e-9;
+
+  /// Brings the coordinates into the form in which they are multiplied.
+  [[gnu::always_inline]] inline void Arrange() {
+    for (const auto& [node, by, weight] : table_.corrections) nodes_[by] -= weight * nodes_[node];
+    if (table_.form != shp_MapTable::Form::Trilinear) return;
+    // to factors of 1, xi, eta, xi eta, and these by 1 and zeta
+    shp_Lanes* x = nodes_;
+    const auto combine = [](const shp_Lanes* n, shp_Lanes* out) __attribute__((always_inline)) {
+      const shp_Lanes s01 = n[0] + n[1], d01 = n[1] - n[0], s32 = n[3] + n[2], d32 = n[2] - n[3];
+      out[0] = s01 + s32;
+      out[1] = d01 + d32;
+      out[2] = s32 - s01;
+      out[3] = d32 - d01;
+    };
+    shp_Lanes low[4], high[4];
+    combine(x, low);
+    combine(x + 4, high);
+    for (int k = 0; k < 4; ++k) {
+      x[k] = (low[k] + high[k]) * 0.125;
+      x[4 + k] = (high[k] - low[k]) * 0.125;
+    }
+  }
+
+  [[gnu::always_inline]] inline void EvaluateTrilinear(const shp_IsoPoint& iso, State& state) const {
+    const shp_Lanes* c = nodes_;
+    const double x = iso[0], y = iso[1], z = iso[2];
+    const shp_Lanes c37 = c[3] + z * c[7];
+    const shp_Lanes byX = c[1] + z * c[5] + y * c37;
+    const shp_Lanes atY = c[2] + z * c[6];
+    const shp_Lanes byY = atY + x * c37;
+    const shp_Lanes byZ = c[4] + y * c[6] + x * (c[5] + y * c[7]);
+    const shp_Lanes at = c[0] + z * c[4] + y * atY + x * byX;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      state.position[axis] = at[axis];
+      state.columns[0][axis] = byX[axis];
+      state.columns[1][axis] = byY[axis];
+      state.columns[2][axis] = byZ[axis];
+    }
+  }
+
+  /// Values and slopes of the factors of one direction: lower end, middle, upper end.
+  struct Factors {
+    double value[3], slope[3];
+  };
+  [[gnu::always_inline]] static inline Factors FactorsAt(double x, bool isParabolic, bool isAbsent) {
+    if (isAbsent) return {{1, 0, 0}, {0, 0, 0}};
+    if (isParabolic) return {{x * (x - 1) / 2, 1 - x * x, x * (x + 1) / 2}, {x - 0.5, -2 * x, x + 0.5}};
+    return {{(1 - x) / 2, 1 - x * x, (1 + x) / 2}, {-0.5, -2 * x, 0.5}};
+  }
+
+  /// Lanes of the plane functions: value, derivatives by xi and eta, and what the layer function makes the
+  /// derivative by zeta from.
+  [[gnu::always_inline]] inline void PlaneFunctions(const shp_IsoPoint& iso, shp_Lanes* plane) const {
+    const std::size_t numCorners = table_.numSimplexCorners;
+    if (numCorners == 0) {
+      const Factors a = FactorsAt(iso[0], table_.isParabolic[0], table_.isAbsent[0]);
+      const Factors b = FactorsAt(iso[1], table_.isParabolic[1], table_.isAbsent[1]);
+      const shp_Lanes b0 = {b.value[0], b.value[0], b.slope[0], b.value[0]};
+      const shp_Lanes b1 = {b.value[1], b.value[1], b.slope[1], b.value[1]};
+      const shp_Lanes b2 = {b.value[2], b.value[2], b.slope[2], b.value[2]};
+      for (int k = 0; k < 3; ++k) {
+        const shp_Lanes wide = {a.value[k], a.slope[k], a.value[k], a.value[k]};
+        plane[3 * k] = wide * b0;
+        plane[3 * k + 1] = wide * b1;
+        plane[3 * k + 2] = wide * b2;
+      }
+      return;
+    }
+    const bool isSolid = numCorners == 4;
+    const double rest = isSolid ? 1 - iso[0] - iso[1] - iso[2] : 1 - iso[0] - iso[1];
+    const double values[4] = {rest, iso[0], iso[1], iso[2]};
+    shp_Lanes corner[4] = {{rest, -1, -1, isSolid ? -1 : rest},
+                           {iso[0], 1, 0, isSolid ? 0 : iso[0]},
+                           {iso[1], 0, 1, isSolid ? 0 : iso[1]},
+                           {iso[2], 0, 0, 1}};
+    const shp_Lanes square = {1, 0, 0, isSolid ? 0.0 : 1.0}; // where products are no derivatives
+    constexpr int kEdges[6][2] = {{0, 1}, {1, 2}, {2, 0}, {0, 3}, {1, 3}, {2, 3}};
+    for (std::size_t k = 0; k < (isSolid ? 6U : 3U); ++k) {
+      const int a = kEdges[k][0], b = kEdges[k][1];
+      plane[numCorners + k] =
+          4 * values[a] * corner[b] + 4 * values[b] * corner[a] - 4 * values[a] * values[b] * square;
+    }
+    for (std::size_t k = 0; k < numCorners; ++k)
+      plane[k] = table_.isParabolic[0] ? corner[k] * (4 * values[k] - 1) - 2 * values[k] * values[k] * square
+                                       : corner[k];
+  }
+
+  [[gnu::always_inline]] inline void EvaluateProducts(const shp_IsoPoint& iso, State& state) const {
+    shp_Lanes plane[10], layer[3];
+    PlaneFunctions(iso, plane);
+    if (table_.numSimplexCorners == 4) {
+      layer[0] = shp_Lanes{1, 1, 1, 1};
+    } else {
+      const Factors c = FactorsAt(iso[2], table_.isParabolic[2], table_.isAbsent[2]);
+      for (int k = 0; k < 3; ++k) layer[k] = shp_Lanes{c.value[k], c.value[k], c.value[k], c.slope[k]};
+    }
+    // two sums of each coordinate, so that one addition need not wait for the other
+    shp_Lanes sums[2][3] = {};
+    const auto add = [&](std::size_t node, shp_Lanes * sum) __attribute__((always_inline)) {
+      const shp_Lanes function = plane[table_.plane[node]] * layer[table_.layer[node]];
+      for (int axis = 0; axis < 3; ++axis) sum[axis] += function * nodes_[node][axis];
+    };
+    std::size_t node = 0;
+    for (; node + 1 < table_.numNodes; node += 2) {
+      add(node, sums[0]);
+      add(node + 1, sums[1]);
+    }
+    if (node < table_.numNodes) add(node, sums[0]);
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      const shp_Lanes row = sums[0][axis] + sums[1][axis];
+      state.position[axis] = row[0];
+      for (std::size_t k = 0; k < 3; ++k) state.columns[k][axis] = row[static_cast<int>(k) + 1];
+    }
+  }
+
+  const shp_MapTable& table_;
+  shp_Lanes nodes_[shp_Basis::kMaxNodes];
+  shp_Lanes origin_;
+  shp_Vector half_;
+  double size_;
+  bool isSound_;
+};
