@@ -163,6 +163,10 @@ public:
   /// element is. Element nodes are indices into the coordinates, three values a node.
   shp_Location FindInElement(const std::array<double, 3>& target, std::span<const int> elementNodes,
                              std::span<const float> coordinates, shp_IsoPoint& iso) const;
+  /// Distance to the closest place of the element, by descent on each face and edge from several starts, and
+  /// that place; 0 where FindInElement finds the target, infinite when there is nothing to be close to.
+  double FindClosestPoint(const std::array<double, 3>& target, std::span<const int> elementNodes,
+                          std::span<const float> coordinates, shp_IsoPoint& iso) const;
   /// Flat or inside out at the centre or at a corner, or without size, or with a coordinate that is no
   /// number.
   bool IsDegenerate(std::span<const int> elementNodes, std::span<const float> coordinates) const;
