@@ -26,3 +26,4 @@ void cli_AddQuery(CLI::App& app);
 void cli_AddUpgrade(CLI::App& app);
 void cli_AddCompact(CLI::App& app);
 void cli_AddShapes(CLI::App& app);
+void cli_AddLocate(CLI::App& app);

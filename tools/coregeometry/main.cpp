@@ -20,6 +20,7 @@ int Run(int argc, char** argv) {
   cli_AddImport(app);
   cli_AddInfo(app);
   cli_AddQuery(app);
+  cli_AddLocate(app);
   cli_AddUpgrade(app);
   cli_AddCompact(app);
   cli_AddShapes(app);
