@@ -20,23 +20,65 @@ struct Answer {
   return {!isSound ? Degenerate : excess >= -tolerance ? OnBoundary : Inside, iso};
 }
 
-/// Full Newton steps from the centre, one for affine maps; where they do not arrive inside, the search by
-/// halves. Degenerate elements in which the target is not found count as Outside unless the reason is wanted.
+constexpr double kResidual = shp_MappedElement::kResidual * shp_MappedElement::kResidual;
+
+/// The closed form of lines, triangles and tetrahedra without middles.
+template<class NodeAt>
+[[gnu::always_inline]] inline Answer LocateInAffine(const shp_MapTable& table, const NodeAt& nodeAt,
+                                                    const shp_Vector& target, double tolerance,
+                                                    bool wantReason) {
+  const auto wide = [&](std::size_t node) __attribute__((always_inline)) {
+    const auto* x = nodeAt(node);
+    return shp_Vector{static_cast<double>(x[0]), static_cast<double>(x[1]), static_cast<double>(x[2])};
+  };
+  const shp_Vector origin = wide(0);
+  shp_Map::Columns columns{};
+  shp_Vector low{}, high{};
+  for (std::size_t k = 0; k < table.numDims; ++k) {
+    columns[k] = shp_Map::Minus(wide(k + 1), origin);
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      low[axis] = std::min(low[axis], columns[k][axis]);
+      high[axis] = std::max(high[axis], columns[k][axis]);
+    }
+  }
+  const double size = std::max({high[0] - low[0], high[1] - low[1], high[2] - low[2]}), perSize = 1 / size;
+  shp_Vector residual = shp_Map::Minus(target, origin), iso;
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    residual[axis] *= perSize;
+    for (shp_Vector& column : columns) column[axis] *= perSize;
+  }
+  const bool isSound = shp_Map::IsSoundAt(table.numDims, columns);
+  if (shp_Map::Step(table.numDims, columns, residual, iso)
+      && (table.numDims == 3 || shp_Map::Rest(columns, residual, iso) <= kResidual)) {
+    if (table.numDims == 1) iso[0] = 2 * iso[0] - 1;
+    const double excess = shp_Map::Excess(table, iso);
+    if (excess <= tolerance) return Verdict(iso, excess, isSound, tolerance);
+  }
+  if (isSound || !wantReason) return {};
+  constexpr double kMargin = shp_MappedElement::kResidual;
+  for (std::size_t axis = 0; axis < 3; ++axis)
+    if (residual[axis] < low[axis] * perSize - kMargin || residual[axis] > high[axis] * perSize + kMargin)
+      return {};
+  return {shp_Location::Degenerate, {}};
+}
+
+/// Full Newton steps from the centre; where they do not arrive inside, the search by halves. Degenerate
+/// elements in which the target is not found count as Outside unless the reason is wanted.
 template<class NodeAt>
 [[gnu::always_inline]] inline Answer LocateIn(const shp_MapTable& table, const NodeAt& nodeAt,
                                               const shp_Vector& target, double tolerance, bool wantReason) {
-  using shp_LocateSearch::kWorstQuality;
+  if (table.form == shp_MapTable::Form::Affine)
+    return LocateInAffine(table, nodeAt, target, tolerance, wantReason);
   const shp_MappedElement element(table, nodeAt);
-  if (!element.IsSound()) return {shp_Location::Degenerate, {}};
+  if (!element.HasSize()) return {shp_Location::Degenerate, {}};
   const shp_Vector wanted = element.Normalised(target);
   if (!element.MayContain(wanted)) return {};
 
   constexpr int kMaxRounds = 10;
-  constexpr double kShortestStep = 1e-7,
-                   kLongestStep = 8; // convergence is quadratic: the error is its square
-  const bool isAffine = table.form == shp_MapTable::Form::Affine;
+  constexpr double kLongestStep = 8, kShortStep = 1e-3, kError = 1e-11;
   shp_IsoPoint iso = table.centre;
   bool hasArrived = false;
+  double previous = 1;
   for (int round = 0; round < kMaxRounds; ++round) {
     shp_MappedElement::State state;
     element.Evaluate(iso, state);
@@ -45,27 +87,22 @@ template<class NodeAt>
     if (!element.Step(state, residual, step)) break;
     for (std::size_t axis = 0; axis < 3; ++axis) iso[axis] += step[axis];
     const double longest = std::max({std::abs(step[0]), std::abs(step[1]), std::abs(step[2])});
-    if (!(longest < kShortestStep) && !isAffine) {
-      if (longest < kLongestStep) continue;
-      break;
+    // convergence is quadratic: the next step would be about longest * (longest / previous)^2
+    const bool isAtRest = longest < kShortStep && longest * longest * longest < kError * previous * previous;
+    if (!isAtRest) {
+      if (!(longest < kLongestStep)) break;
+      previous = longest;
+      continue;
     }
-    double squared = 0; // what the step leaves of the residual: how far the target is off a line or surface
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      const double rest = residual[axis] - step[0] * state.columns[0][axis] - step[1] * state.columns[1][axis]
-                          - step[2] * state.columns[2][axis];
-      squared += rest * rest;
-    }
-    hasArrived = squared <= shp_MappedElement::kResidual * shp_MappedElement::kResidual;
+    hasArrived = shp_Map::Rest(state.columns, residual, step) <= kResidual;
     const double excess = shp_Map::Excess(table, iso);
-    if (hasArrived && excess <= tolerance)
-      return Verdict(iso, excess, element.Quality(state) > kWorstQuality, tolerance);
+    if (hasArrived && excess <= tolerance) return Verdict(iso, excess, element.IsSoundAt(state), tolerance);
     break;
   }
-  if (!isAffine) {
-    const auto hit =
-        shp_LocateSearch::Find(element, wanted, tolerance, hasArrived ? std::optional(iso) : std::nullopt);
-    if (hit) return Verdict(hit->iso, hit->excess, hit->isSound, tolerance);
-  }
+  if (!element.IsSound()) return {shp_Location::Degenerate, {}};
+  const auto hit =
+      shp_LocateSearch::Find(element, wanted, tolerance, hasArrived ? std::optional(iso) : std::nullopt);
+  if (hit) return Verdict(hit->iso, hit->excess, hit->isSound, tolerance);
   return {wantReason && shp_LocateSearch::IsDegenerate(element) ? shp_Location::Degenerate
                                                                 : shp_Location::Outside,
           {}};

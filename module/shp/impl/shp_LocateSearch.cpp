@@ -52,7 +52,7 @@ public:
         found = Converge(iso, state);
       if (found && !isKnown) {
         const double excess = shp_Map::Excess(table_, iso);
-        if (excess <= tolerance_) return Hit{iso, excess, element_.Quality(state) > kWorstQuality};
+        if (excess <= tolerance_) return Hit{iso, excess, element_.IsSoundAt(state)};
       }
       const shp_IsoPoint local = part.Local(iso);
       if (IsSeparate(part, local)) continue;
@@ -272,11 +272,11 @@ bool IsDegenerate(const shp_MappedElement& element) {
   const shp_MapTable& table = element.Table();
   State state;
   element.Evaluate(table.centre, state);
-  if (!(element.Quality(state) > kWorstQuality)) return true;
+  if (!element.IsSoundAt(state)) return true;
   if (table.form == shp_MapTable::Form::Affine) return false;
   for (const shp_IsoPoint& corner : shp_FindFacts(table.family)->corners) {
     element.Evaluate(corner, state);
-    if (!(element.Quality(state) > kWorstQuality)) return true;
+    if (!element.IsSoundAt(state)) return true;
   }
   return false;
 }

@@ -13,8 +13,6 @@ struct Hit {
   bool isSound; ///< the map has a volume, area or length there, and a positive one
 };
 
-inline constexpr double kWorstQuality = 1e-9;
-
 /// Halves the element until each part is shown not to contain the target, or an iteration from its middle
 /// finds it. A part does not contain the target when this lies outside the hull of the part's control
 /// points, or when the iteration finds it elsewhere and the derivatives show that the map takes no point

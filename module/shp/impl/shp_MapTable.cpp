@@ -71,8 +71,10 @@ shp_MapTable Make(const shp_NodePattern& pattern) {
     for (std::size_t axis = 0; axis < 3; ++axis) table.centre[axis] += corner[axis] / facts.NumCorners();
   if (table.numNodes == table.numDims + 1)
     table.form = shp_MapTable::Form::Affine;
-  else if (pattern.family == shp_Family::Hexahedron && pattern.numNodes == 8)
-    table.form = shp_MapTable::Form::Trilinear;
+  else if (table.numNodes == table.numCorners)
+    table.form = shp_MapTable::Form::Multilinear;
+  else if (pattern.family == shp_Family::Tetrahedron || pattern.family == shp_Family::Triangle)
+    table.form = shp_MapTable::Form::Quadratic;
 
   const bool hasSimplex = table.numSimplexCorners > 0;
   std::array<std::set<int>, 3> places;

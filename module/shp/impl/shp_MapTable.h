@@ -10,7 +10,9 @@
 /// the corrections of shp_Basis are applied to the node coordinates, once an element, instead of to the
 /// functions.
 struct shp_MapTable {
-  enum class Form { Affine, Trilinear, Products };
+  /// Multilinear maps have the powers 1, xi, eta, xi eta and these times zeta, or some of them; quadratic
+  /// ones are those of simplices with all middles.
+  enum class Form { Affine, Multilinear, Quadratic, Products };
 
   shp_Family family = shp_Family::None;
   std::size_t numDims = 0, numNodes = 0, numCorners = 0, numSimplexCorners = 0;

@@ -40,6 +40,60 @@ inline double Length(const shp_Vector& a) { return std::sqrt(Dot(a, a)); }
   excess = std::max(excess, sum - 1);
   return table.family == shp_Family::Wedge ? std::max(excess, std::abs(iso[2]) - 1) : excess;
 }
+
+using Columns = std::array<shp_Vector, 3>; ///< directions of the coordinates that there are, about one long
+
+/// True when the directions are neither flat, by the product of their lengths, nor inside out.
+[[gnu::always_inline]] inline bool IsSoundAt(std::size_t numDims, const Columns& columns) {
+  constexpr double kWorst = 1e-18; // squared
+  const auto& [a, b, c] = columns;
+  const double aa = Dot(a, a);
+  if (numDims == 1) return aa > kWorst;
+  const shp_Vector normal = Cross(a, b);
+  const double bb = Dot(b, b);
+  if (numDims == 2) return Dot(normal, normal) > kWorst * aa * bb;
+  const double volume = Dot(normal, c);
+  return volume > 0 && volume * volume > kWorst * aa * bb * Dot(c, c);
+}
+
+/// Newton's step, or that of least squares on lines and surfaces; false when the directions are flat.
+[[gnu::always_inline]] inline bool Step(std::size_t numDims, const Columns& columns,
+                                        const shp_Vector& residual, shp_Vector& step) {
+  constexpr double kFlat = 1e-30;
+  const auto& [a, b, c] = columns;
+  const shp_Vector& r = residual;
+  if (numDims == 3) {
+    const shp_Vector bc = Cross(b, c);
+    const double determinant = Dot(a, bc);
+    if (!(std::abs(determinant) > kFlat)) return false;
+    const double inverse = 1 / determinant;
+    step = {Dot(r, bc) * inverse, Dot(r, Cross(c, a)) * inverse, Dot(r, Cross(a, b)) * inverse};
+    return true;
+  }
+  const double aa = Dot(a, a), ra = Dot(r, a);
+  if (numDims == 1) {
+    if (!(aa > kFlat)) return false;
+    step = {ra / aa, 0, 0};
+    return true;
+  }
+  const double ab = Dot(a, b), bb = Dot(b, b), rb = Dot(r, b);
+  const double determinant = aa * bb - ab * ab;
+  if (!(determinant > kFlat)) return false;
+  step = {(ra * bb - rb * ab) / determinant, (rb * aa - ra * ab) / determinant, 0};
+  return true;
+}
+
+/// What a step leaves of the residual, squared: how far the target is off a line or surface.
+[[gnu::always_inline]] inline double Rest(const Columns& columns, const shp_Vector& residual,
+                                          const shp_Vector& step) {
+  double squared = 0;
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    const double rest =
+        residual[axis] - step[0] * columns[0][axis] - step[1] * columns[1][axis] - step[2] * columns[2][axis];
+    squared += rest * rest;
+  }
+  return squared;
+}
 } // namespace shp_Map
 
 /// An element moved and scaled so that its box is centred at the origin and one wide.
@@ -51,7 +105,7 @@ public:
   /// Position and the derivatives by xi, eta, zeta.
   struct State {
     shp_Vector position;
-    std::array<shp_Vector, 3> columns;
+    shp_Map::Columns columns;
   };
   static constexpr double kResidual = 1e-6; ///< of the element's box
 
@@ -75,19 +129,22 @@ public:
     size_ = std::max(extent[0], std::max(extent[1], extent[2]));
     const double perSize = 1 / size_;
     for (std::size_t axis = 0; axis < 3; ++axis) half_[axis] = half[axis] * perSize;
-    shp_Lanes undefined = shp_Lanes{};
-    for (std::size_t k = 0; k < table.numNodes; ++k) {
-      nodes_[k] = (nodes_[k] - origin_) * perSize;
-      undefined += nodes_[k] * 0;
-    }
-    isSound_ = size_ > 0 && size_ <= std::numeric_limits<double>::max()
-               && undefined[0] + undefined[1] + undefined[2] == 0;
+    for (std::size_t k = 0; k < table.numNodes; ++k) nodes_[k] = (nodes_[k] - origin_) * perSize;
     Arrange();
   }
 
   const shp_MapTable& Table() const { return table_; }
   double Size() const { return size_; }
-  bool IsSound() const { return isSound_; } ///< has a size, and no coordinate that is not a number
+  [[gnu::always_inline]] inline bool HasSize() const {
+    return size_ > 0 && size_ <= std::numeric_limits<double>::max();
+  }
+  bool IsSound() const { ///< has a size, and no coordinate that is not a number
+    State state;
+    Evaluate(table_.centre, state);
+    double undefined = 0;
+    for (const shp_Vector& column : state.columns) undefined += 0 * (column[0] + column[1] + column[2]);
+    return HasSize() && undefined == 0;
+  }
   [[gnu::always_inline]] inline shp_Vector Normalised(const shp_Vector& point) const {
     const double perSize = 1 / size_;
     return {(point[0] - origin_[0]) * perSize, (point[1] - origin_[1]) * perSize,
@@ -102,76 +159,86 @@ public:
   }
 
   [[gnu::always_inline]] inline void Evaluate(const shp_IsoPoint& iso, State& state) const {
-    if (table_.form == shp_MapTable::Form::Trilinear)
-      EvaluateTrilinear(iso, state);
+    if (table_.form == shp_MapTable::Form::Multilinear)
+      EvaluateMultilinear(iso, state);
+    else if (table_.form == shp_MapTable::Form::Quadratic)
+      EvaluateQuadratic(iso, state);
     else
       EvaluateProducts(iso, state);
   }
 
-  /// Volume, area or length of the directions over the product of their lengths, negative when inside out.
-  double Quality(const State& state) const {
-    const auto& [a, b, c] = state.columns;
-    if (table_.numDims == 1) return shp_Map::Length(a) > kFlat ? 1 : 0;
-    const shp_Vector normal = shp_Map::Cross(a, b);
-    double product = shp_Map::Length(a) * shp_Map::Length(b);
-    if (table_.numDims == 3) product *= shp_Map::Length(c);
-    if (!(product > kFlat * kFlat * kFlat)) return 0;
-    return (table_.numDims == 2 ? shp_Map::Length(normal) : shp_Map::Dot(normal, c)) / product;
+  [[gnu::always_inline]] inline bool IsSoundAt(const State& state) const {
+    return shp_Map::IsSoundAt(table_.numDims, state.columns);
   }
-
-  /// Newton's step, or that of least squares on lines and surfaces; false when the directions are flat.
   [[gnu::always_inline]] inline bool Step(const State& state, const shp_Vector& residual,
                                           shp_Vector& step) const {
-    const auto& [a, b, c] = state.columns;
-    const shp_Vector& r = residual;
-    if (table_.numDims == 3) {
-      const shp_Vector bc = shp_Map::Cross(b, c);
-      const double determinant = shp_Map::Dot(a, bc);
-      if (!(std::abs(determinant) > 1e-30)) return false;
-      const double inverse = 1 / determinant;
-      step = {shp_Map::Dot(r, bc) * inverse, shp_Map::Dot(r, shp_Map::Cross(c, a)) * inverse,
-              shp_Map::Dot(r, shp_Map::Cross(a, b)) * inverse};
-      return true;
-    }
-    const double aa = shp_Map::Dot(a, a), ra = shp_Map::Dot(r, a);
-    if (table_.numDims == 1) {
-      if (!(aa > 1e-30)) return false;
-      step = {ra / aa, 0, 0};
-      return true;
-    }
-    const double ab = shp_Map::Dot(a, b), bb = shp_Map::Dot(b, b), rb = shp_Map::Dot(r, b);
-    const double determinant = aa * bb - ab * ab;
-    if (!(determinant > 1e-30)) return false;
-    step = {(ra * bb - rb * ab) / determinant, (rb * aa - ra * ab) / determinant, 0};
-    return true;
+    return shp_Map::Step(table_.numDims, state.columns, residual, step);
   }
 
 private:
-  static constexpr double kFlat = 1e-9;
-
   /// Brings the coordinates into the form in which they are multiplied.
   [[gnu::always_inline]] inline void Arrange() {
     for (const auto& [node, by, weight] : table_.corrections) nodes_[by] -= weight * nodes_[node];
-    if (table_.form != shp_MapTable::Form::Trilinear) return;
-    // to factors of 1, xi, eta, xi eta, and these by 1 and zeta
-    shp_Lanes* x = nodes_;
-    const auto combine = [](const shp_Lanes* n, shp_Lanes* out) __attribute__((always_inline)) {
-      const shp_Lanes s01 = n[0] + n[1], d01 = n[1] - n[0], s32 = n[3] + n[2], d32 = n[2] - n[3];
-      out[0] = s01 + s32;
-      out[1] = d01 + d32;
-      out[2] = s32 - s01;
-      out[3] = d32 - d01;
-    };
+    if (table_.form == shp_MapTable::Form::Multilinear)
+      ToPowers();
+    else if (table_.form == shp_MapTable::Form::Quadratic)
+      ToSquares();
+  }
+  /// Corners of a square to factors of 1, xi, eta, xi eta, times four.
+  [[gnu::always_inline]] static inline void SquareToPowers(const shp_Lanes* n, shp_Lanes* out) {
+    const shp_Lanes s01 = n[0] + n[1], d01 = n[1] - n[0], s32 = n[3] + n[2], d32 = n[2] - n[3];
+    out[0] = s01 + s32;
+    out[1] = d01 + d32;
+    out[2] = s32 - s01;
+    out[3] = d32 - d01;
+  }
+  /// The same times four of a triangle, which has no product.
+  [[gnu::always_inline]] static inline void TriangleToPowers(const shp_Lanes* n, shp_Lanes* out) {
+    out[0] = 4 * n[0];
+    out[1] = 4 * (n[1] - n[0]);
+    out[2] = 4 * (n[2] - n[0]);
+    out[3] = shp_Lanes{};
+  }
+  [[gnu::always_inline]] inline void ToPowers() {
     shp_Lanes low[4], high[4];
-    combine(x, low);
-    combine(x + 4, high);
+    if (table_.numSimplexCorners > 0) {
+      TriangleToPowers(nodes_, low);
+      TriangleToPowers(nodes_ + 3, high);
+    } else {
+      SquareToPowers(nodes_, low);
+      if (table_.numDims == 2)
+        for (int k = 0; k < 4; ++k) high[k] = low[k];
+      else
+        SquareToPowers(nodes_ + 4, high);
+    }
     for (int k = 0; k < 4; ++k) {
-      x[k] = (low[k] + high[k]) * 0.125;
-      x[4 + k] = (high[k] - low[k]) * 0.125;
+      nodes_[k] = (low[k] + high[k]) * 0.125;
+      nodes_[4 + k] = (high[k] - low[k]) * 0.125;
     }
   }
+  /// Nodes of a simplex to the value and derivatives at node 0 and twice the factors of the squares: xi xi,
+  /// eta eta, xi eta, and of solids zeta zeta, xi zeta, eta zeta.
+  [[gnu::always_inline]] inline void ToSquares() {
+    const bool isSolid = table_.numSimplexCorners == 4;
+    const int firstMiddle = isSolid ? 4 : 3;
+    const shp_Lanes x0 = nodes_[0], m01 = nodes_[firstMiddle], m12 = nodes_[firstMiddle + 1],
+                    m20 = nodes_[firstMiddle + 2];
+    const shp_Lanes x1 = nodes_[1], x2 = nodes_[2];
+    shp_Lanes* out = nodes_;
+    const shp_Lanes x3 = isSolid ? nodes_[3] : x0, m03 = isSolid ? nodes_[7] : x0,
+                    m13 = isSolid ? nodes_[8] : m01, m23 = isSolid ? nodes_[9] : m20;
+    out[1] = 4 * m01 - 3 * x0 - x1;
+    out[2] = 4 * m20 - 3 * x0 - x2;
+    out[3] = 4 * m03 - 3 * x0 - x3;
+    out[4] = 4 * (x0 + x1 - 2 * m01);
+    out[5] = 4 * (x0 + x2 - 2 * m20);
+    out[6] = 4 * (x0 + m12 - m01 - m20);
+    out[7] = 4 * (x0 + x3 - 2 * m03);
+    out[8] = 4 * (x0 + m13 - m01 - m03);
+    out[9] = 4 * (x0 + m23 - m20 - m03);
+  }
 
-  [[gnu::always_inline]] inline void EvaluateTrilinear(const shp_IsoPoint& iso, State& state) const {
+  [[gnu::always_inline]] inline void EvaluateMultilinear(const shp_IsoPoint& iso, State& state) const {
     const shp_Lanes* c = nodes_;
     const double x = iso[0], y = iso[1], z = iso[2];
     const shp_Lanes c37 = c[3] + z * c[7];
@@ -180,6 +247,21 @@ private:
     const shp_Lanes byY = atY + x * c37;
     const shp_Lanes byZ = c[4] + y * c[6] + x * (c[5] + y * c[7]);
     const shp_Lanes at = c[0] + z * c[4] + y * atY + x * byX;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      state.position[axis] = at[axis];
+      state.columns[0][axis] = byX[axis];
+      state.columns[1][axis] = byY[axis];
+      state.columns[2][axis] = byZ[axis];
+    }
+  }
+
+  [[gnu::always_inline]] inline void EvaluateQuadratic(const shp_IsoPoint& iso, State& state) const {
+    const shp_Lanes* c = nodes_;
+    const double x = iso[0], y = iso[1], z = iso[2];
+    const shp_Lanes byX = c[1] + x * c[4] + y * c[6] + z * c[8];
+    const shp_Lanes byY = c[2] + x * c[6] + y * c[5] + z * c[9];
+    const shp_Lanes byZ = c[3] + x * c[8] + y * c[9] + z * c[7];
+    const shp_Lanes at = c[0] + 0.5 * (x * (c[1] + byX) + y * (c[2] + byY) + z * (c[3] + byZ));
     for (std::size_t axis = 0; axis < 3; ++axis) {
       state.position[axis] = at[axis];
       state.columns[0][axis] = byX[axis];
@@ -268,5 +350,4 @@ private:
   shp_Lanes origin_;
   shp_Vector half_;
   double size_;
-  bool isSound_;
 };
