@@ -137,9 +137,11 @@ double shp_Topology::FindClosestPoint(const std::array<double, 3>& target, std::
   if (!basis_) return kNone;
   const shp_Location location = FindInElement(target, elementNodes, coordinates, iso);
   if (location == shp_Location::Inside || location == shp_Location::OnBoundary) return 0;
-  const shp_MappedElement element(*map_, [&](std::size_t node) {
+  const auto nodeAt = [&](std::size_t node) {
     return coordinates.data() + 3 * static_cast<std::size_t>(elementNodes[node]);
-  });
-  if (!element.IsSound()) return kNone;
-  return std::sqrt(Search(element, element.Normalised(target)).Run(iso)) * element.Size();
+  };
+  const shp_Frame frame(*map_, nodeAt);
+  if (!frame.IsSound()) return kNone;
+  const shp_MappedElement element(*map_, nodeAt, frame);
+  return std::sqrt(Search(element, frame.Normalised(target)).Run(iso)) * frame.size;
 }

@@ -20,120 +20,133 @@ struct Answer {
   return {!isSound ? Degenerate : excess >= -tolerance ? OnBoundary : Inside, iso};
 }
 
-constexpr double kResidual = shp_MappedElement::kResidual * shp_MappedElement::kResidual;
-
-/// The closed form of lines, triangles and tetrahedra without middles.
-template<class NodeAt>
-[[gnu::always_inline]] inline Answer LocateInAffine(const shp_MapTable& table, const NodeAt& nodeAt,
-                                                    const shp_Vector& target, double tolerance,
-                                                    bool wantReason) {
-  const auto wide = [&](std::size_t node) __attribute__((always_inline)) {
-    const auto* x = nodeAt(node);
-    return shp_Vector{static_cast<double>(x[0]), static_cast<double>(x[1]), static_cast<double>(x[2])};
-  };
-  const shp_Vector origin = wide(0);
-  shp_Map::Columns columns{};
-  shp_Vector low{}, high{};
-  for (std::size_t k = 0; k < table.numDims; ++k) {
-    columns[k] = shp_Map::Minus(wide(k + 1), origin);
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      low[axis] = std::min(low[axis], columns[k][axis]);
-      high[axis] = std::max(high[axis], columns[k][axis]);
-    }
-  }
-  const double size = std::max({high[0] - low[0], high[1] - low[1], high[2] - low[2]}), perSize = 1 / size;
-  shp_Vector residual = shp_Map::Minus(target, origin), iso;
-  for (std::size_t axis = 0; axis < 3; ++axis) {
-    residual[axis] *= perSize;
-    for (shp_Vector& column : columns) column[axis] *= perSize;
-  }
-  const bool isSound = shp_Map::IsSoundAt(table.numDims, columns);
-  if (shp_Map::Step(table.numDims, columns, residual, iso)
-      && (table.numDims == 3 || shp_Map::Rest(columns, residual, iso) <= kResidual)) {
-    if (table.numDims == 1) iso[0] = 2 * iso[0] - 1;
-    const double excess = shp_Map::Excess(table, iso);
-    if (excess <= tolerance) return Verdict(iso, excess, isSound, tolerance);
-  }
-  if (isSound || !wantReason) return {};
-  constexpr double kMargin = shp_MappedElement::kResidual;
+/// False when the target is clearly outside. Linear elements lie in the box of their nodes; the functions of
+/// others have a sum of absolute values of at most five, so these reach no further than five times from the
+/// centre.
+bool MayContain(const shp_MapTable& table, const shp_Frame& frame, const shp_Vector& target) {
+  const double factor = table.numNodes == table.numCorners ? 1 : 5;
   for (std::size_t axis = 0; axis < 3; ++axis)
-    if (residual[axis] < low[axis] * perSize - kMargin || residual[axis] > high[axis] * perSize + kMargin)
-      return {};
-  return {shp_Location::Degenerate, {}};
+    if (!(std::abs(target[axis] - frame.centre[axis])
+          <= factor * frame.half[axis] + shp_MappedElement::kResidual * frame.size))
+      return false;
+  return true;
 }
 
-/// Full Newton steps from the centre; where they do not arrive inside, the search by halves. Degenerate
-/// elements in which the target is not found count as Outside unless the reason is wanted.
+/// For what the iteration did not find inside: the search by halves, and whether the element is degenerate
+/// where the reason is wanted. `elsewhere` is a place outside the bounds that maps to the target.
 template<class NodeAt>
+[[gnu::noinline]] Answer LocateThoroughly(const shp_MapTable& table, const NodeAt& nodeAt,
+                                          const shp_Vector& target, double tolerance, bool wantReason,
+                                          const std::optional<shp_IsoPoint>& elsewhere) {
+  const bool isAffine = table.form == shp_MapTable::Form::Affine;
+  if (isAffine && !wantReason) return {};
+  const shp_Frame frame(table, nodeAt);
+  if (!frame.IsSound()) return {shp_Location::Degenerate, {}};
+  if (!MayContain(table, frame, target)) return {};
+  const shp_MappedElement element(table, nodeAt, frame);
+  if (!isAffine)
+    if (const auto hit = shp_LocateSearch::Find(element, frame.Normalised(target), tolerance, elsewhere))
+      return Verdict(hit->iso, hit->excess, hit->isSound, tolerance);
+  const bool isDegenerate = wantReason && shp_LocateSearch::IsDegenerate(element);
+  return {isDegenerate ? shp_Location::Degenerate : shp_Location::Outside, {}};
+}
+
+/// True unless the target is off a line or surface by more than the tolerance.
+template<std::size_t kNumDims, class NodeAt>
+[[gnu::always_inline]] inline bool IsOn(const shp_MapTable& table, const NodeAt& nodeAt,
+                                        const shp_Map::Columns& columns, const shp_Vector& residual,
+                                        const shp_Vector& step) {
+  if constexpr (kNumDims == 3) return true;
+  constexpr double kMost = shp_MappedElement::kResidual * shp_MappedElement::kResidual;
+  const double rest = shp_Map::Rest(columns, residual, step);
+  if (rest <= kMost / 64 * shp_Map::Dot(columns[0], columns[0]))
+    return true; // no derivative is eight sizes long
+  const double size = shp_Frame(table, nodeAt).size;
+  return rest <= kMost * size * size;
+}
+
+/// Full Newton steps from the centre, one closed form for affine maps, with the target as origin.
+template<std::size_t kNumDims, class NodeAt>
 [[gnu::always_inline]] inline Answer LocateIn(const shp_MapTable& table, const NodeAt& nodeAt,
                                               const shp_Vector& target, double tolerance, bool wantReason) {
-  if (table.form == shp_MapTable::Form::Affine)
-    return LocateInAffine(table, nodeAt, target, tolerance, wantReason);
-  const shp_MappedElement element(table, nodeAt);
-  if (!element.HasSize()) return {shp_Location::Degenerate, {}};
-  const shp_Vector wanted = element.Normalised(target);
-  if (!element.MayContain(wanted)) return {};
-
   constexpr int kMaxRounds = 10;
-  constexpr double kLongestStep = 8, kShortStep = 1e-3, kError = 1e-11;
-  shp_IsoPoint iso = table.centre;
-  bool hasArrived = false;
-  double previous = 1;
-  for (int round = 0; round < kMaxRounds; ++round) {
-    shp_MappedElement::State state;
-    element.Evaluate(iso, state);
-    const shp_Vector residual = shp_Map::Minus(wanted, state.position);
-    shp_Vector step;
-    if (!element.Step(state, residual, step)) break;
-    for (std::size_t axis = 0; axis < 3; ++axis) iso[axis] += step[axis];
-    const double longest = std::max({std::abs(step[0]), std::abs(step[1]), std::abs(step[2])});
-    // convergence is quadratic: the next step would be about longest * (longest / previous)^2
-    const bool isAtRest = longest < kShortStep && longest * longest * longest < kError * previous * previous;
-    if (!isAtRest) {
+  constexpr double kLongestStep = 8, kShortStep = 1e-3, kError = 1e-14;
+  shp_MappedElement::State state{};
+  shp_Vector residual, step;
+  shp_IsoPoint iso;
+  bool isAtRest = false;
+  if (table.form == shp_MapTable::Form::Affine) {
+    const auto relative = [&](std::size_t node) __attribute__((always_inline)) {
+      const auto* x = nodeAt(node);
+      return shp_Vector{static_cast<double>(x[0]) - target[0], static_cast<double>(x[1]) - target[1],
+                        static_cast<double>(x[2]) - target[2]};
+    };
+    const shp_Vector first = relative(0);
+    for (std::size_t k = 0; k < kNumDims; ++k) state.columns[k] = shp_Map::Minus(relative(k + 1), first);
+    residual = {-first[0], -first[1], -first[2]};
+    shp_Map::Step(kNumDims, state.columns, residual, step);
+    iso = step;
+    if (kNumDims == 1) iso[0] = 2 * iso[0] - 1;
+    isAtRest = true;
+  } else {
+    const shp_MappedElement element(table, nodeAt, target);
+    iso = table.centre;
+    double previous = 1;
+    for (int round = 0; round < kMaxRounds && !isAtRest; ++round) {
+      element.Evaluate(iso, state);
+      residual = {-state.position[0], -state.position[1], -state.position[2]};
+      shp_Map::Step(kNumDims, state.columns, residual, step);
+      for (std::size_t axis = 0; axis < 3; ++axis) iso[axis] += step[axis];
+      const double longest = std::max({std::abs(step[0]), std::abs(step[1]), std::abs(step[2])});
       if (!(longest < kLongestStep)) break;
+      // convergence is quadratic: the next step would be about longest * (longest / previous)^2
+      isAtRest = longest < kShortStep && longest * longest * longest < kError * previous * previous;
       previous = longest;
-      continue;
     }
-    hasArrived = shp_Map::Rest(state.columns, residual, step) <= kResidual;
-    const double excess = shp_Map::Excess(table, iso);
-    if (hasArrived && excess <= tolerance) return Verdict(iso, excess, element.IsSoundAt(state), tolerance);
-    break;
   }
-  if (!element.IsSound()) return {shp_Location::Degenerate, {}};
-  const auto hit =
-      shp_LocateSearch::Find(element, wanted, tolerance, hasArrived ? std::optional(iso) : std::nullopt);
-  if (hit) return Verdict(hit->iso, hit->excess, hit->isSound, tolerance);
-  return {wantReason && shp_LocateSearch::IsDegenerate(element) ? shp_Location::Degenerate
-                                                                : shp_Location::Outside,
-          {}};
+  std::optional<shp_IsoPoint> elsewhere;
+  if (isAtRest && IsOn<kNumDims>(table, nodeAt, state.columns, residual, step)) {
+    const double excess = shp_Map::Excess(table, kNumDims, iso);
+    if (excess <= tolerance)
+      return Verdict(iso, excess, shp_Map::IsSoundAt(kNumDims, state.columns), tolerance);
+    elsewhere = iso;
+  }
+  return LocateThoroughly(table, nodeAt, target, tolerance, wantReason, elsewhere);
 }
 
-/// The same compiled for two kinds of processors.
-template<class NodeAt>
+/// The same compiled for each number of dimensions and for two kinds of processors; maps that are affine gain
+/// nothing from wide instructions.
+template<std::size_t kNumDims, class NodeAt>
 Answer LocatePlain(const shp_MapTable& table, const NodeAt& nodeAt, const shp_Vector& target,
                    double tolerance, bool wantReason) {
-  return LocateIn(table, nodeAt, target, tolerance, wantReason);
+  return LocateIn<kNumDims>(table, nodeAt, target, tolerance, wantReason);
 }
 #ifdef __x86_64__
-template<class NodeAt>
+template<std::size_t kNumDims, class NodeAt>
 [[gnu::target("avx2")]] Answer LocateAvx2(const shp_MapTable& table, const NodeAt& nodeAt,
                                           const shp_Vector& target, double tolerance, bool wantReason) {
-  return LocateIn(table, nodeAt, target, tolerance, wantReason);
-}
-bool HasAvx2() {
-  static const bool has = __builtin_cpu_supports("avx2");
-  return has;
+  return LocateIn<kNumDims>(table, nodeAt, target, tolerance, wantReason);
 }
 #endif
+
+template<std::size_t kNumDims, class NodeAt>
+Answer LocateOn(const shp_MapTable& table, const NodeAt& nodeAt, const shp_Vector& target, double tolerance,
+                bool wantReason) {
+#ifdef __x86_64__
+  if (table.isWide) return LocateAvx2<kNumDims>(table, nodeAt, target, tolerance, wantReason);
+#endif
+  return LocatePlain<kNumDims>(table, nodeAt, target, tolerance, wantReason);
+}
 
 template<class NodeAt>
 Answer LocateAnyhow(const shp_MapTable& table, const NodeAt& nodeAt, const shp_Vector& target,
                     bool wantReason) {
   const double tolerance = omi_Singleton<gsl_Util>::Instance().Tolerance();
-#ifdef __x86_64__
-  if (HasAvx2()) return LocateAvx2(table, nodeAt, target, tolerance, wantReason);
-#endif
-  return LocatePlain(table, nodeAt, target, tolerance, wantReason);
+  switch (table.numDims) {
+  case 1: return LocateOn<1>(table, nodeAt, target, tolerance, wantReason);
+  case 2: return LocateOn<2>(table, nodeAt, target, tolerance, wantReason);
+  default: return LocateOn<3>(table, nodeAt, target, tolerance, wantReason);
+  }
 }
 
 /// Coordinates of the nodes of an element, one after the other or by index.
@@ -169,8 +182,9 @@ shp_Location shp_Topology::FindInElement(const std::array<double, 3>& target,
 
 bool shp_Topology::IsDegenerate(std::span<const int> elementNodes, std::span<const float> coordinates) const {
   if (!basis_) return false;
-  const shp_MappedElement element(*map_, ByIndex{coordinates.data(), elementNodes.data()});
-  return !element.IsSound() || shp_LocateSearch::IsDegenerate(element);
+  const ByIndex nodeAt{coordinates.data(), elementNodes.data()};
+  const shp_Frame frame(*map_, nodeAt);
+  return !frame.IsSound() || shp_LocateSearch::IsDegenerate({*map_, nodeAt, frame});
 }
 
 void shp_Topology::LocateEach(std::span<const double> targets, std::span<const int> connectivity,

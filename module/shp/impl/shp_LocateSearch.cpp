@@ -51,7 +51,7 @@ public:
       else
         found = Converge(iso, state);
       if (found && !isKnown) {
-        const double excess = shp_Map::Excess(table_, iso);
+        const double excess = shp_Map::Excess(table_, table_.numDims, iso);
         if (excess <= tolerance_) return Hit{iso, excess, element_.IsSoundAt(state)};
       }
       const shp_IsoPoint local = part.Local(iso);
@@ -150,7 +150,7 @@ private:
     for (const auto& [axis, from, to, perLength] : table_.neighbours) {
       shp_Vector slope = Minus(controls_[to], controls_[from]), seen;
       for (double& value : slope) value *= perLength / scale;
-      if (!element_.Step(ofPart, slope, seen)) return false;
+      element_.Step(ofPart, slope, seen);
       seen[axis] -= 1;
       if (!(std::abs(seen[0]) + std::abs(seen[1]) + std::abs(seen[2]) < 1)) return false;
     }
@@ -167,7 +167,7 @@ private:
     constexpr double kEnough = shp_MappedElement::kResidual * shp_MappedElement::kResidual;
     for (int round = 0; round < kMaxRounds; ++round) {
       shp_Vector step;
-      if (!element_.Step(state, residual, step)) return false;
+      element_.Step(state, residual, step);
       double longest = std::max({std::abs(step[0]), std::abs(step[1]), std::abs(step[2])});
       if (!std::isfinite(longest)) return false;
       double factor = longest > kLongestStep ? kLongestStep / longest : 1;

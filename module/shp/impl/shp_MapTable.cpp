@@ -75,6 +75,9 @@ shp_MapTable Make(const shp_NodePattern& pattern) {
     table.form = shp_MapTable::Form::Multilinear;
   else if (pattern.family == shp_Family::Tetrahedron || pattern.family == shp_Family::Triangle)
     table.form = shp_MapTable::Form::Quadratic;
+#ifdef __x86_64__
+  table.isWide = table.form != shp_MapTable::Form::Affine && __builtin_cpu_supports("avx2");
+#endif
 
   const bool hasSimplex = table.numSimplexCorners > 0;
   std::array<std::set<int>, 3> places;

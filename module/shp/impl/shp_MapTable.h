@@ -17,6 +17,7 @@ struct shp_MapTable {
   shp_Family family = shp_Family::None;
   std::size_t numDims = 0, numNodes = 0, numCorners = 0, numSimplexCorners = 0;
   Form form = Form::Products;
+  bool isWide = false;               ///< evaluated with AVX2, which this processor has
   shp_IsoPoint centre{};             ///< mean of the corners
   std::array<bool, 3> isParabolic{}; ///< direction, or simplex, with quadratic Lagrange factors
   std::array<bool, 3> isAbsent{};    ///< direction without factor

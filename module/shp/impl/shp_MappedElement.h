@@ -25,20 +25,17 @@ namespace shp_Map {
 inline double Length(const shp_Vector& a) { return std::sqrt(Dot(a, a)); }
 
 /// How far outside its bounds a point is in iso coordinates; negative inside.
-[[gnu::always_inline]] inline double Excess(const shp_MapTable& table, const shp_IsoPoint& iso) {
+[[gnu::always_inline]] inline double Excess(const shp_MapTable& table, std::size_t numDims,
+                                            const shp_IsoPoint& iso) {
   double excess = -1;
   if (table.numSimplexCorners == 0) {
-    for (std::size_t axis = 0; axis < table.numDims; ++axis)
-      excess = std::max(excess, std::abs(iso[axis]) - 1);
+    for (std::size_t axis = 0; axis < numDims; ++axis) excess = std::max(excess, std::abs(iso[axis]) - 1);
     return excess;
   }
-  double sum = 0;
-  for (std::size_t axis = 0; axis + 1 < table.numSimplexCorners; ++axis) {
-    excess = std::max(excess, -iso[axis]);
-    sum += iso[axis];
-  }
-  excess = std::max(excess, sum - 1);
-  return table.family == shp_Family::Wedge ? std::max(excess, std::abs(iso[2]) - 1) : excess;
+  excess = std::max(-iso[0], -iso[1]);
+  if (table.numSimplexCorners == 4) return std::max(excess, std::max(-iso[2], iso[0] + iso[1] + iso[2] - 1));
+  excess = std::max(excess, iso[0] + iso[1] - 1);
+  return numDims == 3 ? std::max(excess, std::abs(iso[2]) - 1) : excess;
 }
 
 using Columns = std::array<shp_Vector, 3>; ///< directions of the coordinates that there are, about one long
@@ -56,31 +53,25 @@ using Columns = std::array<shp_Vector, 3>; ///< directions of the coordinates th
   return volume > 0 && volume * volume > kWorst * aa * bb * Dot(c, c);
 }
 
-/// Newton's step, or that of least squares on lines and surfaces; false when the directions are flat.
-[[gnu::always_inline]] inline bool Step(std::size_t numDims, const Columns& columns,
+/// Newton's step, or that of least squares on lines and surfaces; not finite when the directions are flat.
+[[gnu::always_inline]] inline void Step(std::size_t numDims, const Columns& columns,
                                         const shp_Vector& residual, shp_Vector& step) {
-  constexpr double kFlat = 1e-30;
   const auto& [a, b, c] = columns;
   const shp_Vector& r = residual;
   if (numDims == 3) {
     const shp_Vector bc = Cross(b, c);
-    const double determinant = Dot(a, bc);
-    if (!(std::abs(determinant) > kFlat)) return false;
-    const double inverse = 1 / determinant;
+    const double inverse = 1 / Dot(a, bc);
     step = {Dot(r, bc) * inverse, Dot(r, Cross(c, a)) * inverse, Dot(r, Cross(a, b)) * inverse};
-    return true;
+    return;
   }
   const double aa = Dot(a, a), ra = Dot(r, a);
   if (numDims == 1) {
-    if (!(aa > kFlat)) return false;
     step = {ra / aa, 0, 0};
-    return true;
+    return;
   }
   const double ab = Dot(a, b), bb = Dot(b, b), rb = Dot(r, b);
   const double determinant = aa * bb - ab * ab;
-  if (!(determinant > kFlat)) return false;
   step = {(ra * bb - rb * ab) / determinant, (rb * aa - ra * ab) / determinant, 0};
-  return true;
 }
 
 /// What a step leaves of the residual, squared: how far the target is off a line or surface.
@@ -96,7 +87,40 @@ using Columns = std::array<shp_Vector, 3>; ///< directions of the coordinates th
 }
 } // namespace shp_Map
 
-/// An element moved and scaled so that its box is centred at the origin and one wide.
+/// Box of the nodes of an element, as its centre and lengths.
+struct shp_Frame {
+  template<class NodeAt>
+  [[gnu::always_inline]] inline shp_Frame(const shp_MapTable& table, const NodeAt& nodeAt) {
+    const auto* first = nodeAt(0);
+    shp_Vector low, high;
+    for (std::size_t axis = 0; axis < 3; ++axis) low[axis] = high[axis] = static_cast<double>(first[axis]);
+    for (std::size_t k = 0; k < table.numNodes; ++k) {
+      const auto* x = nodeAt(k);
+      for (std::size_t axis = 0; axis < 3; ++axis) {
+        const auto value = static_cast<double>(x[axis]);
+        low[axis] = std::min(low[axis], value);
+        high[axis] = std::max(high[axis], value);
+        undefined += 0 * value;
+      }
+    }
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      half[axis] = (high[axis] - low[axis]) / 2;
+      centre[axis] = low[axis] + half[axis];
+    }
+    size = 2 * std::max(half[0], std::max(half[1], half[2]));
+  }
+  /// Has a size, and no coordinate that is not a number.
+  bool IsSound() const { return size > 0 && size <= std::numeric_limits<double>::max() && undefined == 0; }
+  /// A point with the centre as origin and the size as unit.
+  shp_Vector Normalised(const shp_Vector& point) const {
+    return {(point[0] - centre[0]) / size, (point[1] - centre[1]) / size, (point[2] - centre[2]) / size};
+  }
+
+  shp_Vector centre, half;
+  double size, undefined = 0;
+};
+
+/// An element relative to an origin, in some unit.
 ///
 /// The calls of the hot path are always inlined, so that they are compiled for the processor that their
 /// caller is compiled for.
@@ -107,56 +131,30 @@ public:
     shp_Vector position;
     shp_Map::Columns columns;
   };
-  static constexpr double kResidual = 1e-6; ///< of the element's box
+  static constexpr double kResidual = 1e-6; ///< of the element's size
 
   /// nodeAt(k) points to the coordinates of node k.
   template<class NodeAt>
-  [[gnu::always_inline]] inline shp_MappedElement(const shp_MapTable& table, const NodeAt& nodeAt)
+  [[gnu::always_inline]] inline shp_MappedElement(const shp_MapTable& table, const NodeAt& nodeAt,
+                                                  const shp_Vector& origin, double unit = 1)
       : table_(table) {
-    const auto gather = [&](std::size_t k) __attribute__((always_inline)) {
+    const shp_Lanes from = {origin[0], origin[1], origin[2]};
+    const double perUnit = 1 / unit;
+    for (std::size_t k = 0; k < table.numNodes; ++k) {
       const auto* x = nodeAt(k);
-      nodes_[k] = shp_Lanes{static_cast<double>(x[0]), static_cast<double>(x[1]), static_cast<double>(x[2])};
-    };
-    gather(0);
-    shp_Lanes lowest = nodes_[0], highest = nodes_[0];
-    for (std::size_t k = 1; k < table.numNodes; ++k) {
-      gather(k);
-      lowest = nodes_[k] < lowest ? nodes_[k] : lowest;
-      highest = nodes_[k] > highest ? nodes_[k] : highest;
+      const shp_Lanes wide = {static_cast<double>(x[0]), static_cast<double>(x[1]),
+                              static_cast<double>(x[2])};
+      nodes_[k] = (wide - from) * perUnit;
     }
-    const shp_Lanes extent = highest - lowest, half = extent / 2;
-    origin_ = lowest + half;
-    size_ = std::max(extent[0], std::max(extent[1], extent[2]));
-    const double perSize = 1 / size_;
-    for (std::size_t axis = 0; axis < 3; ++axis) half_[axis] = half[axis] * perSize;
-    for (std::size_t k = 0; k < table.numNodes; ++k) nodes_[k] = (nodes_[k] - origin_) * perSize;
     Arrange();
   }
+  /// The box centred at the origin and one wide.
+  template<class NodeAt>
+  [[gnu::always_inline]] inline shp_MappedElement(const shp_MapTable& table, const NodeAt& nodeAt,
+                                                  const shp_Frame& frame)
+      : shp_MappedElement(table, nodeAt, frame.centre, frame.size) {}
 
   const shp_MapTable& Table() const { return table_; }
-  double Size() const { return size_; }
-  [[gnu::always_inline]] inline bool HasSize() const {
-    return size_ > 0 && size_ <= std::numeric_limits<double>::max();
-  }
-  bool IsSound() const { ///< has a size, and no coordinate that is not a number
-    State state;
-    Evaluate(table_.centre, state);
-    double undefined = 0;
-    for (const shp_Vector& column : state.columns) undefined += 0 * (column[0] + column[1] + column[2]);
-    return HasSize() && undefined == 0;
-  }
-  [[gnu::always_inline]] inline shp_Vector Normalised(const shp_Vector& point) const {
-    const double perSize = 1 / size_;
-    return {(point[0] - origin_[0]) * perSize, (point[1] - origin_[1]) * perSize,
-            (point[2] - origin_[2]) * perSize};
-  }
-  /// False when the target is clearly outside. Linear elements lie in their box; the functions of others have
-  /// a sum of absolute values of at most five, so these reach no further than five times from the centre.
-  [[gnu::always_inline]] inline bool MayContain(const shp_Vector& target) const {
-    const double margin = table_.numNodes == table_.numCorners ? kResidual : 2.0;
-    return std::abs(target[0]) <= half_[0] + margin && std::abs(target[1]) <= half_[1] + margin
-           && std::abs(target[2]) <= half_[2] + margin;
-  }
 
   [[gnu::always_inline]] inline void Evaluate(const shp_IsoPoint& iso, State& state) const {
     if (table_.form == shp_MapTable::Form::Multilinear)
@@ -170,9 +168,9 @@ public:
   [[gnu::always_inline]] inline bool IsSoundAt(const State& state) const {
     return shp_Map::IsSoundAt(table_.numDims, state.columns);
   }
-  [[gnu::always_inline]] inline bool Step(const State& state, const shp_Vector& residual,
+  [[gnu::always_inline]] inline void Step(const State& state, const shp_Vector& residual,
                                           shp_Vector& step) const {
-    return shp_Map::Step(table_.numDims, state.columns, residual, step);
+    shp_Map::Step(table_.numDims, state.columns, residual, step);
   }
 
 private:
@@ -347,7 +345,4 @@ private:
 
   const shp_MapTable& table_;
   shp_Lanes nodes_[shp_Basis::kMaxNodes];
-  shp_Lanes origin_;
-  shp_Vector half_;
-  double size_;
 };
