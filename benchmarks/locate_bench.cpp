@@ -177,7 +177,7 @@ void LocatePoints(benchmark::State& state) {
                  + (what == Build   ? " build"
                     : what == Batch ? " batch"
                                     : " one by one"));
-  constexpr std::size_t kPoints = 200'000;
+  constexpr std::size_t kPoints = 100'000;
   std::mt19937 random(3);
   std::vector<double> points(3 * kPoints);
   for (double& x : points) x = Between(random, 0.2, n - 0.2);
@@ -248,4 +248,4 @@ BENCHMARK(LocatePoints)
     ->ArgsProduct({{0, 1, 3, 4}, {0, 1, 2}})
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond)
-    ->Iterations(4);
+    ->Iterations(3);

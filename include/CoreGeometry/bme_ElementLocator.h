@@ -35,9 +35,9 @@ struct bme_NearestElement {
 /// Units      model length; points are x y z.
 /// Tolerance  that of shp_Topology::Locate: gsl_Util's linear tolerance in iso coordinates, and off lines and
 ///            surfaces a millionth of the element's box.
-/// Order      of several owners of a point the one with the smallest mesh element index comes first. When
-///            no element holds the point, but it lies in the box of one that is flat or inside out, the
-///            answer is that element, Degenerate.
+/// Order      of several owners of a place on boundaries the one with the smallest mesh element index comes
+///            first; of elements that overlap, one that holds the point. When no element holds the point, but
+///            it lies in the box of one that is flat or inside out, the answer is that element, Degenerate.
 /// Cost       made in one pass over the elements; about 50 bytes an element. FindEach visits the points bin
 /// by
 ///            bin and is the faster form for many. Queries allocate nothing, but FindEach two
@@ -72,7 +72,7 @@ private:
 
   void AddClass(const bme_Mesh& mesh, unsigned classIndex);
   void ChooseGrid();
-  void FillBins();
+  bool FillBins();
   int BinAlong(std::size_t axis, double x) const noexcept;
   Bin BinOf(const Point& point) const noexcept;
   bool IsOnGrid(const Point& point) const noexcept;

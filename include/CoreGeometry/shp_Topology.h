@@ -160,9 +160,11 @@ public:
                   std::span<const float> coordinates, std::span<shp_IsoPoint> isos,
                   std::span<shp_Location> locations) const;
   /// For many candidates: as Locate, but where the target is not found the answer is Outside whatever the
-  /// element is. Element nodes are indices into the coordinates, three values a node.
+  /// element is. Without `thorough` only the Newton steps are made, which find nearly all points. Element
+  /// nodes are indices into the coordinates, three values a node.
   shp_Location FindInElement(const std::array<double, 3>& target, std::span<const int> elementNodes,
-                             std::span<const float> coordinates, shp_IsoPoint& iso) const;
+                             std::span<const float> coordinates, shp_IsoPoint& iso,
+                             bool thorough = true) const;
   /// Distance to the closest place of the element, by descent on each face and edge from several starts, and
   /// that place; 0 where FindInElement finds the target, infinite when there is nothing to be close to.
   double FindClosestPoint(const std::array<double, 3>& target, std::span<const int> elementNodes,

@@ -47,7 +47,6 @@ bool IsHeld(shp_Location location) {
 bme_ElementLocator::bme_ElementLocator(const bme_Mesh& mesh) : coordinates_(mesh.NodeData().Coordinates()) {
   for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i) AddClass(mesh, i);
   ChooseGrid();
-  FillBins();
 }
 
 bme_ElementLocator::bme_ElementLocator(const bme_Mesh& mesh, std::span<const unsigned> classIndices)
@@ -55,7 +54,6 @@ bme_ElementLocator::bme_ElementLocator(const bme_Mesh& mesh, std::span<const uns
   for (const unsigned index : classIndices) AddClass(mesh, index);
   std::ranges::sort(classes_, {}, &Class::firstElement);
   ChooseGrid();
-  FillBins();
 }
 
 void bme_ElementLocator::AddClass(const bme_Mesh& mesh, unsigned classIndex) {
@@ -102,29 +100,22 @@ void bme_ElementLocator::ChooseGrid() {
     }
   }
   numBins_ = {1, 1, 1};
-  if (numElements_ == 0) return;
+  if (numElements_ == 0) {
+    FillBins();
+    return;
+  }
+  for (std::size_t axis = 0; axis < 3; ++axis) lengths[axis] /= numElements_;
   const double maxBins = 2.0 * numElements_ + 8;
   for (double coarser = kElementsPerBin;; coarser *= 1.1) {
     double product = 1;
     for (std::size_t axis = 0; axis < 3; ++axis) {
-      const double extent = high_[axis] - low_[axis], length = coarser * lengths[axis] / numElements_;
+      const double extent = high_[axis] - low_[axis], length = coarser * lengths[axis];
       const double count = extent > 0 && length > 0 ? std::clamp(std::floor(extent / length), 1.0, 1e6) : 1;
       numBins_[axis] = static_cast<int>(count);
       binsPerLength_[axis] = extent > 0 ? count / extent : 0;
       product *= count;
     }
-    if (product > maxBins) continue;
-    // elements much longer than the mean must not fill the grid
-    double numEntries = 0;
-    for (const shp_FloatBox& box : boxes_) {
-      if (IsEmpty(box)) continue;
-      double bins = 1;
-      for (std::size_t axis = 0; axis < 3; ++axis)
-        bins *= 1 + BinAlong(axis, static_cast<double>(box.high[axis]))
-                - BinAlong(axis, static_cast<double>(box.low[axis]));
-      numEntries += bins;
-    }
-    if (product == 1 || numEntries <= 24.0 * numElements_) return;
+    if (product <= maxBins && (FillBins() || product == 1)) return;
   }
 }
 
@@ -148,8 +139,9 @@ std::size_t bme_ElementLocator::Row(const Bin& bin) const noexcept {
   return at(bin[0]) + at(numBins_[0]) * (at(bin[1]) + at(numBins_[1]) * at(bin[2]));
 }
 
-/// Counting sort of the slots by bin: each row comes out in ascending order.
-void bme_ElementLocator::FillBins() {
+/// Counting sort of the slots by bin: each row comes out in ascending order. False when elements much longer
+/// than the mean would fill too many bins of this grid, unless it has but one.
+bool bme_ElementLocator::FillBins() {
   const auto forEachRow = [this](const shp_FloatBox& box, const auto& visit) {
     if (IsEmpty(box)) return;
     Bin first, last;
@@ -164,7 +156,15 @@ void bme_ElementLocator::FillBins() {
       }
   };
   rowStarts_.assign(Row({0, 0, numBins_[2]}) + 1, 0);
-  for (const shp_FloatBox& box : boxes_) forEachRow(box, [this](std::size_t row) { ++rowStarts_[row + 1]; });
+  const std::size_t mostEntries = 24 * std::size_t{numElements_};
+  std::size_t numEntries = 0;
+  for (const shp_FloatBox& box : boxes_) {
+    forEachRow(box, [&](std::size_t row) {
+      ++rowStarts_[row + 1];
+      ++numEntries;
+    });
+    if (numEntries > mostEntries && rowStarts_.size() > 2) return false;
+  }
   std::partial_sum(rowStarts_.begin(), rowStarts_.end(), rowStarts_.begin());
   slots_.resize(rowStarts_.back());
   // each start moves to the end of its row while this fills, and back afterwards
@@ -172,6 +172,7 @@ void bme_ElementLocator::FillBins() {
     forEachRow(boxes_[slot], [&](std::size_t row) { slots_[rowStarts_[row]++] = slot; });
   std::copy_backward(rowStarts_.begin(), rowStarts_.end() - 1, rowStarts_.end());
   rowStarts_.front() = 0;
+  return true;
 }
 
 const bme_ElementLocator::Class& bme_ElementLocator::ClassOf(unsigned slot) const noexcept {
@@ -199,12 +200,19 @@ void bme_ElementLocator::ForEachCandidate(std::size_t row, const Point& point, c
 
 bme_ElementHit bme_ElementLocator::FindInRow(std::size_t row, const Point& point) const {
   bme_ElementHit found;
-  ForEachCandidate(row, point, [&](bme_ElementHit& hit, const Class& elements, unsigned slot) {
-    hit.location = elements.shape->FindInElement(point, Nodes(elements, slot), coordinates_.Const(), hit.iso);
-    if (!IsHeld(hit.location)) return false;
-    found = hit;
-    return true;
-  });
+  const auto search = [&](bool thorough) {
+    ForEachCandidate(row, point, [&](bme_ElementHit& hit, const Class& elements, unsigned slot) {
+      if (hit.element >= found.element) return true; // found before
+      hit.location = elements.shape->FindInElement(point, Nodes(elements, slot), coordinates_.Const(),
+                                                   hit.iso, thorough);
+      if (IsHeld(hit.location)) found = hit;
+      return IsHeld(hit.location);
+    });
+  };
+  // few points need more than the quick form; one inside an element is in no other
+  search(false);
+  if (found.location == shp_Location::Inside) return found;
+  search(true);
   if (IsHeld(found.location)) return found;
   ForEachCandidate(row, point, [&](bme_ElementHit& hit, const Class& elements, unsigned slot) {
     if (!elements.shape->IsDegenerate(Nodes(elements, slot), coordinates_.Const())) return false;

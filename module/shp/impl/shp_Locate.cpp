@@ -9,6 +9,9 @@
 namespace {
 constexpr std::size_t At(int index) { return static_cast<std::size_t>(index); }
 
+/// What is done for a target that the Newton steps do not find inside.
+enum class Effort { Steps, Search, Reason };
+
 struct Answer {
   shp_Location location = shp_Location::Outside;
   shp_IsoPoint iso{};
@@ -36,10 +39,10 @@ bool MayContain(const shp_MapTable& table, const shp_Frame& frame, const shp_Vec
 /// where the reason is wanted. `elsewhere` is a place outside the bounds that maps to the target.
 template<class NodeAt>
 [[gnu::noinline]] Answer LocateThoroughly(const shp_MapTable& table, const NodeAt& nodeAt,
-                                          const shp_Vector& target, double tolerance, bool wantReason,
+                                          const shp_Vector& target, double tolerance, Effort effort,
                                           const std::optional<shp_IsoPoint>& elsewhere) {
   const bool isAffine = table.form == shp_MapTable::Form::Affine;
-  if (isAffine && !wantReason) return {};
+  if (effort == Effort::Steps || (isAffine && effort == Effort::Search)) return {};
   const shp_Frame frame(table, nodeAt);
   if (!frame.IsSound()) return {shp_Location::Degenerate, {}};
   if (!MayContain(table, frame, target)) return {};
@@ -47,7 +50,7 @@ template<class NodeAt>
   if (!isAffine)
     if (const auto hit = shp_LocateSearch::Find(element, frame.Normalised(target), tolerance, elsewhere))
       return Verdict(hit->iso, hit->excess, hit->isSound, tolerance);
-  const bool isDegenerate = wantReason && shp_LocateSearch::IsDegenerate(element);
+  const bool isDegenerate = effort == Effort::Reason && shp_LocateSearch::IsDegenerate(element);
   return {isDegenerate ? shp_Location::Degenerate : shp_Location::Outside, {}};
 }
 
@@ -68,7 +71,7 @@ template<std::size_t kNumDims, class NodeAt>
 /// Full Newton steps from the centre, one closed form for affine maps, with the target as origin.
 template<std::size_t kNumDims, class NodeAt>
 [[gnu::always_inline]] inline Answer LocateIn(const shp_MapTable& table, const NodeAt& nodeAt,
-                                              const shp_Vector& target, double tolerance, bool wantReason) {
+                                              const shp_Vector& target, double tolerance, Effort effort) {
   constexpr int kMaxRounds = 10;
   constexpr double kLongestStep = 8, kShortStep = 1e-3, kError = 1e-14;
   shp_MappedElement::State state{};
@@ -111,41 +114,41 @@ template<std::size_t kNumDims, class NodeAt>
       return Verdict(iso, excess, shp_Map::IsSoundAt(kNumDims, state.columns), tolerance);
     elsewhere = iso;
   }
-  return LocateThoroughly(table, nodeAt, target, tolerance, wantReason, elsewhere);
+  return LocateThoroughly(table, nodeAt, target, tolerance, effort, elsewhere);
 }
 
 /// The same compiled for each number of dimensions and for two kinds of processors; maps that are affine gain
 /// nothing from wide instructions.
 template<std::size_t kNumDims, class NodeAt>
 Answer LocatePlain(const shp_MapTable& table, const NodeAt& nodeAt, const shp_Vector& target,
-                   double tolerance, bool wantReason) {
-  return LocateIn<kNumDims>(table, nodeAt, target, tolerance, wantReason);
+                   double tolerance, Effort effort) {
+  return LocateIn<kNumDims>(table, nodeAt, target, tolerance, effort);
 }
 #ifdef __x86_64__
 template<std::size_t kNumDims, class NodeAt>
 [[gnu::target("avx2")]] Answer LocateAvx2(const shp_MapTable& table, const NodeAt& nodeAt,
-                                          const shp_Vector& target, double tolerance, bool wantReason) {
-  return LocateIn<kNumDims>(table, nodeAt, target, tolerance, wantReason);
+                                          const shp_Vector& target, double tolerance, Effort effort) {
+  return LocateIn<kNumDims>(table, nodeAt, target, tolerance, effort);
 }
 #endif
 
 template<std::size_t kNumDims, class NodeAt>
 Answer LocateOn(const shp_MapTable& table, const NodeAt& nodeAt, const shp_Vector& target, double tolerance,
-                bool wantReason) {
+                Effort effort) {
 #ifdef __x86_64__
-  if (table.isWide) return LocateAvx2<kNumDims>(table, nodeAt, target, tolerance, wantReason);
+  if (table.isWide) return LocateAvx2<kNumDims>(table, nodeAt, target, tolerance, effort);
 #endif
-  return LocatePlain<kNumDims>(table, nodeAt, target, tolerance, wantReason);
+  return LocatePlain<kNumDims>(table, nodeAt, target, tolerance, effort);
 }
 
 template<class NodeAt>
 Answer LocateAnyhow(const shp_MapTable& table, const NodeAt& nodeAt, const shp_Vector& target,
-                    bool wantReason) {
+                    Effort effort) {
   const double tolerance = omi_Singleton<gsl_Util>::Instance().Tolerance();
   switch (table.numDims) {
-  case 1: return LocateOn<1>(table, nodeAt, target, tolerance, wantReason);
-  case 2: return LocateOn<2>(table, nodeAt, target, tolerance, wantReason);
-  default: return LocateOn<3>(table, nodeAt, target, tolerance, wantReason);
+  case 1: return LocateOn<1>(table, nodeAt, target, tolerance, effort);
+  case 2: return LocateOn<2>(table, nodeAt, target, tolerance, effort);
+  default: return LocateOn<3>(table, nodeAt, target, tolerance, effort);
   }
 }
 
@@ -164,7 +167,7 @@ struct ByIndex {
 shp_Location shp_Topology::Locate(const std::array<double, 3>& target, std::span<const double> coordinates,
                                   shp_IsoPoint& iso) const {
   if (!basis_) return shp_Location::Outside;
-  const Answer answer = LocateAnyhow(*map_, InOrder{coordinates.data()}, target, true);
+  const Answer answer = LocateAnyhow(*map_, InOrder{coordinates.data()}, target, Effort::Reason);
   if (answer.location == shp_Location::Inside || answer.location == shp_Location::OnBoundary)
     iso = answer.iso;
   return answer.location;
@@ -172,9 +175,11 @@ shp_Location shp_Topology::Locate(const std::array<double, 3>& target, std::span
 
 shp_Location shp_Topology::FindInElement(const std::array<double, 3>& target,
                                          std::span<const int> elementNodes,
-                                         std::span<const float> coordinates, shp_IsoPoint& iso) const {
+                                         std::span<const float> coordinates, shp_IsoPoint& iso,
+                                         bool thorough) const {
   if (!basis_) return shp_Location::Outside;
-  const Answer answer = LocateAnyhow(*map_, ByIndex{coordinates.data(), elementNodes.data()}, target, false);
+  const Answer answer = LocateAnyhow(*map_, ByIndex{coordinates.data(), elementNodes.data()}, target,
+                                     thorough ? Effort::Search : Effort::Steps);
   if (answer.location == shp_Location::Inside || answer.location == shp_Location::OnBoundary)
     iso = answer.iso;
   return answer.location;
@@ -195,51 +200,10 @@ void shp_Topology::LocateEach(std::span<const double> targets, std::span<const i
     Answer answer;
     if (basis_)
       answer = LocateAnyhow(*map_, ByIndex{coordinates.data(), connectivity.data() + k * numNodes},
-                            {targets[3 * k], targets[3 * k + 1], targets[3 * k + 2]}, true);
+                            {targets[3 * k], targets[3 * k + 1], targets[3 * k + 2]}, Effort::Reason);
     locations[k] = answer.location;
     if (answer.location == shp_Location::Inside || answer.location == shp_Location::OnBoundary)
       isos[k] = answer.iso;
-  }
-}
-
-void shp_Topology::BoundEach(std::span<const int> connectivity, std::size_t nodesPerRow,
-                             std::span<const float> coordinates, std::span<shp_FloatBox> boxes) const {
-  constexpr float kInfinity = std::numeric_limits<float>::infinity();
-  for (std::size_t k = 0; k < boxes.size(); ++k) {
-    shp_FloatBox& box = boxes[k] = {{kInfinity, kInfinity, kInfinity}, {-kInfinity, -kInfinity, -kInfinity}};
-    if (!basis_) continue;
-    const ByIndex nodeAt{coordinates.data(), connectivity.data() + k * nodesPerRow};
-    double low[3], high[3], size = 0;
-    bool isSound = true;
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      std::array<double, shp_Basis::kMaxNodes> controls{};
-      double least = static_cast<double>(nodeAt(0)[axis]), most = least, undefined = 0;
-      for (std::size_t node = 0; node < map_->numNodes; ++node) {
-        const auto x = static_cast<double>(nodeAt(node)[axis]);
-        least = std::min(least, x);
-        most = std::max(most, x);
-        undefined += x * 0;
-      }
-      if (map_->numNodes > map_->numCorners) {
-        for (const auto& [control, source, weight] : map_->controlsFromNodes)
-          controls[control] += weight * static_cast<double>(nodeAt(source)[axis]);
-        least = *std::min_element(controls.begin(),
-                                  controls.begin() + static_cast<std::ptrdiff_t>(map_->controlPlaces.size()));
-        most = *std::max_element(controls.begin(),
-                                 controls.begin() + static_cast<std::ptrdiff_t>(map_->controlPlaces.size()));
-      }
-      low[axis] = least;
-      high[axis] = most;
-      size = std::max(size, most - least);
-      isSound &= undefined == 0;
-    }
-    if (!isSound) continue;
-    // the tolerances of Locate, and the rounding to float
-    const double margin = 4 * shp_MappedElement::kResidual * size;
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      box.low[axis] = std::nextafterf(static_cast<float>(low[axis] - margin), -kInfinity);
-      box.high[axis] = std::nextafterf(static_cast<float>(high[axis] + margin), kInfinity);
-    }
   }
 }
 
