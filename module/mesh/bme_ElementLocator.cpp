@@ -190,6 +190,8 @@ template<class Take>
 void bme_ElementLocator::ForEachCandidate(std::size_t row, const Point& point, const Take& take) const {
   const WidePoint wide(point);
   const unsigned* const end = slots_.data() + rowStarts_[row + 1];
+  for (const unsigned* slot = slots_.data() + rowStarts_[row]; slot != end; ++slot)
+    __builtin_prefetch(&boxes_[*slot]);
   for (const unsigned* slot = slots_.data() + rowStarts_[row]; slot != end; ++slot) {
     if (!wide.MayBeIn(boxes_[*slot])) continue;
     const Class& elements = ClassOf(*slot);
@@ -259,8 +261,20 @@ void bme_ElementLocator::FindEach(std::span<const double> points, std::span<bme_
     for (const Entry& entry : entries) sorted[starts[(entry.row >> shift) % kDigits]++] = entry;
     entries.swap(sorted);
   }
-  for (const auto& [row, point] : entries)
+  // what the points that follow need is on its way while one is searched
+  constexpr std::size_t kAhead = 4;
+  const auto rowAhead = [&](std::size_t k) {
+    return k < entries.size() ? std::size_t{entries[k].row} : numRows;
+  };
+  for (std::size_t k = 0; k < entries.size(); ++k) {
+    if (const std::size_t row = rowAhead(k + 3 * kAhead); row < numRows) __builtin_prefetch(&rowStarts_[row]);
+    if (const std::size_t row = rowAhead(k + 2 * kAhead); row < numRows)
+      __builtin_prefetch(slots_.data() + rowStarts_[row]);
+    if (const std::size_t row = rowAhead(k + kAhead); row < numRows)
+      for (unsigned i = rowStarts_[row]; i < rowStarts_[row + 1]; ++i) __builtin_prefetch(&boxes_[slots_[i]]);
+    const auto& [row, point] = entries[k];
     hits[point] = row == kOffGrid ? bme_ElementHit() : FindInRow(row, pointAt(point));
+  }
 }
 
 /// Measures the elements of a bin, unless a bin nearer to the start has them too.
