@@ -1,15 +1,13 @@
 // shp_MappedElement.h: one element's map, set up once and evaluated often
 #pragma once
 
+#include "shp_Lanes.h"
 #include "shp_MapTable.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
-/// Four numbers that are worked on together, by one instruction where the processor can. Operations are those
-/// of each number by itself, so the results are the same everywhere.
-using shp_Lanes [[gnu::vector_size(4 * sizeof(double))]] = double;
 using shp_Vector = std::array<double, 3>;
 
 namespace shp_Map {
