@@ -49,7 +49,58 @@ template<std::size_t kRows, std::size_t kBatch>
   }
 }
 
+/// The same of pairs of rows with six components: the last two of both rows share lanes, so that none is
+/// idle.
+template<std::size_t kPairs>
+[[gnu::always_inline]] inline void SumPairs(const Job& job, std::size_t row, const shp_Lanes* pairWeights,
+                                            const shp_Lanes (*wide)[2], float* out) {
+  shp_Lanes low[2 * kPairs] = {}, shared[kPairs] = {};
+  const double* weights = job.weights + row * job.numColumns;
+  pairWeights += row / 2 * job.numColumns;
+  for (std::size_t column = 0; column < job.numColumns; ++column)
+    for (std::size_t k = 0; k < kPairs; ++k) {
+      low[2 * k] += weights[2 * k * job.numColumns + column] * wide[column][0];
+      shared[k] += pairWeights[k * job.numColumns + column] * wide[column][1];
+      low[2 * k + 1] += weights[(2 * k + 1) * job.numColumns + column] * wide[column][0];
+    }
+  for (std::size_t k = 0; k < kPairs; ++k, out += 12) {
+    float ends[4];
+    Store<4>(shared[k], ends);
+    Store<4>(low[2 * k], out);
+    std::memcpy(out + 4, ends, 2 * sizeof(float));
+    Store<4>(low[2 * k + 1], out + 6);
+    std::memcpy(out + 10, ends + 2, 2 * sizeof(float));
+  }
+}
+
+/// Elements with six components and no others between them.
+[[gnu::always_inline]] inline void ApplySix(const Job& job) {
+  shp_Lanes pairWeights[kMaxColumns / 2 * kMaxColumns];
+  for (std::size_t row = 0; row + 2 <= job.numRows; row += 2)
+    for (std::size_t column = 0; column < job.numColumns; ++column) {
+      const double first = job.weights[row * job.numColumns + column];
+      const double second = job.weights[(row + 1) * job.numColumns + column];
+      pairWeights[row / 2 * job.numColumns + column] = shp_Lanes{first, first, second, second};
+    }
+  const float* values = job.values;
+  float* out = job.out;
+  for (std::size_t element = 0; element < job.numElements; ++element, out += 6 * job.numRows) {
+    shp_Lanes wide[kMaxColumns][2];
+    for (std::size_t column = 0; column < job.numColumns; ++column, values += 6) {
+      Load<4>(values, wide[column][0]);
+      const auto fifth = static_cast<double>(values[4]), sixth = static_cast<double>(values[5]);
+      wide[column][1] = shp_Lanes{fifth, sixth, fifth, sixth};
+    }
+    std::size_t row = 0;
+    for (; row + 4 <= job.numRows; row += 4) SumPairs<2>(job, row, pairWeights, wide, out + 6 * row);
+    for (; row + 2 <= job.numRows; row += 2) SumPairs<1>(job, row, pairWeights, wide, out + 6 * row);
+    if (row < job.numRows) SumRows<1, 6>(job, row, wide, out + 6 * row);
+  }
+}
+
 template<std::size_t kBatch> [[gnu::always_inline]] inline void ApplyBatch(const Job& job) {
+  if constexpr (kBatch == 6)
+    if (job.numComponents == 6) return ApplySix(job);
   const float* values = job.values;
   float* out = job.out;
   for (std::size_t element = 0; element < job.numElements; ++element) {
@@ -61,7 +112,9 @@ template<std::size_t kBatch> [[gnu::always_inline]] inline void ApplyBatch(const
     std::size_t row = 0;
     for (; row + 4 <= job.numRows; row += 4)
       SumRows<4, kBatch>(job, row, wide, out + row * job.numComponents);
-    for (; row < job.numRows; ++row) SumRows<1, kBatch>(job, row, wide, out + row * job.numComponents);
+    for (; row + 2 <= job.numRows; row += 2)
+      SumRows<2, kBatch>(job, row, wide, out + row * job.numComponents);
+    if (row < job.numRows) SumRows<1, kBatch>(job, row, wide, out + row * job.numComponents);
     out += job.numRows * job.numComponents;
   }
 }
