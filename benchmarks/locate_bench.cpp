@@ -62,6 +62,7 @@ void InverseMapping(benchmark::State& state) {
   const shp_Shape& shape = *dictionary.GetShape(type.label);
   const std::size_t numNodes = shape.NodeCoordinates().size(), size = 3 * numNodes;
   constexpr std::size_t kElements = 200, kPoints = 20;
+  const double edge = shape.NodeCoordinates()[1][0] - shape.NodeCoordinates()[0][0];
   std::mt19937 random(1);
   std::vector<double> xyz, targets;
   std::vector<shp_IsoPoint> isos;
@@ -69,8 +70,9 @@ void InverseMapping(benchmark::State& state) {
   for (std::size_t element = 0; element < kElements; ++element) {
     for (const shp_IsoPoint& node : shape.NodeCoordinates())
       for (std::size_t axis = 0; axis < 3; ++axis)
-        xyz.push_back(3 + node[axis]
-                      + (static_cast<int>(axis) < shape.NumGeomDims() ? Between(random, -0.12, 0.12) : 0));
+        xyz.push_back(
+            3 + node[axis]
+            + (static_cast<int>(axis) < shape.NumGeomDims() ? edge * Between(random, -0.06, 0.06) : 0));
     for (std::size_t k = 0; k < kPoints; ++k) {
       isos.push_back(InsideOf(shape, random));
       shape.ShapeFunctions(isos.back(), weights);
@@ -177,7 +179,7 @@ void LocatePoints(benchmark::State& state) {
                  + (what == Build   ? " build"
                     : what == Batch ? " batch"
                                     : " one by one"));
-  constexpr std::size_t kPoints = 100'000;
+  constexpr std::size_t kPoints = 200'000;
   std::mt19937 random(3);
   std::vector<double> points(3 * kPoints);
   for (double& x : points) x = Between(random, 0.2, n - 0.2);

@@ -27,7 +27,8 @@ struct Rows {
     }
     const shp_Lanes* hull = points;
     if (!isLinear) {
-      for (std::size_t control = 0; control < table.controlPlaces.size(); ++control) controls[control] = shp_Lanes{};
+      for (std::size_t control = 0; control < table.controlPlaces.size(); ++control)
+        controls[control] = shp_Lanes{};
       for (const auto& [control, source, weight] : table.controlsFromNodes)
         controls[control] += weight * points[source];
       hull = controls;
