@@ -23,8 +23,10 @@ struct WidePoint {
     }
   }
   [[gnu::always_inline]] inline bool MayBeIn(const shp_FloatBox& box) const {
-    return (box.low[0] <= most[0]) & (box.low[1] <= most[1]) & (box.low[2] <= most[2])
-           & (box.high[0] >= least[0]) & (box.high[1] >= least[1]) & (box.high[2] >= least[2]);
+    int count = 0; // without branches: they would be hard to foresee
+    for (std::size_t axis = 0; axis < 3; ++axis)
+      count += int{box.low[axis] <= most[axis]} + int{box.high[axis] >= least[axis]};
+    return count == 6;
   }
   std::array<float, 3> least, most;
 };

@@ -119,6 +119,7 @@ shp_MapTable Make(const shp_NodePattern& pattern) {
 const shp_MapTable& shp_MapTableOf(const shp_NodePattern& pattern) {
   static const std::vector<shp_MapTable> tables = [] {
     std::vector<shp_MapTable> all;
+    all.reserve(kPatterns.size());
     for (const shp_NodePattern& each : kPatterns) all.push_back(Make(each));
     return all;
   }();
