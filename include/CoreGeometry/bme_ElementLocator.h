@@ -38,10 +38,9 @@ struct bme_NearestElement {
 /// Order      of several owners of a place on boundaries the one with the smallest mesh element index comes
 ///            first; of elements that overlap, one that holds the point. When no element holds the point, but
 ///            it lies in the box of one that is flat or inside out, the answer is that element, Degenerate.
-/// Cost       made in one pass over the elements; about 50 bytes an element. FindEach visits the points bin
-/// by
-///            bin and is the faster form for many. Queries allocate nothing, but FindEach two
-///            numbers a point.
+/// Cost       made in a few passes over the elements; about 60 bytes an element, up to twice that where boxes
+///            overlap much. FindEach visits the points bin by bin and is the faster form for many. Queries
+///            allocate nothing, but FindEach 16 bytes a point.
 /// Threads    questions from several threads at once are safe, while the thread that made it lives.
 class CORE_GEOMETRY_API bme_ElementLocator {
 public:
