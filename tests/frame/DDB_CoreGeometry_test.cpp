@@ -57,7 +57,10 @@ TEST(DDB_CoreGeometry, RegistersEverythingOnceAfterEachStart) {
     EXPECT_EQ(typ_ArchCompTable::Entries().size(), 8U);
     EXPECT_STREQ(typ_ArchCompTable::Entries().at(812).prefix, "bme");
     ASSERT_EQ(registrar.Entries().size(), 16U);
-    EXPECT_EQ(registrar.Entries().back().rank, 5U);
+    EXPECT_EQ(std::ranges::count(registrar.Entries(), 4U, &dbc_OldClassRegistrar::Entry::rank), 12);
+    EXPECT_EQ(std::ranges::count(registrar.Entries(), 5U, &dbc_OldClassRegistrar::Entry::rank), 4);
+    EXPECT_EQ(omu_EnumRegistrar::Entries().size(), 38U);
+    EXPECT_EQ(metadata.NumFunctions(), 49U);
     EXPECT_EQ(registrar.Entries()[0].version.Count(), 1);
     const std::size_t functions = metadata.NumFunctions();
     const cls_ClassRegistrar& registry = metadata.Registry();

@@ -4,6 +4,7 @@
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/rgnC_Region.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -106,6 +107,36 @@ TEST_F(Models, AreCheckedForWhatMakesNoSense) {
   std::string fields;
   for (const json& finding : facts["findings"]) fields += finding["field"].get<std::string>() + " ";
   EXPECT_EQ(fields, "coordinates userNodeLabels DDBconnectivity userLabels ");
+}
+
+TEST_F(Models, AreCheckedForSetsThatDoNotFitTheirMesh) {
+  const std::string file = Write("sets.cgdb", Nothing);
+  {
+    const auto ids = [](std::vector<int> values) { return rgnC_SubsetData::Ids(values); };
+    rgnC_SetData set;
+    set.AppendSubset(rgnC_SubsetData(0, -1, 0, 0, res_NODE_SET, false, ids({0, 11, 12}), {}));
+    set.AppendSubset(rgnC_SubsetData(0, 0, 1, 0, res_ELEMENT_SET, false, ids({1, 2}), {}));
+    set.AppendSubset(rgnC_SubsetData(0, 0, 2, 0, res_SURFACE_FACET, false, ids({0, 1}), ids({5, 6})));
+    set.AppendSubset(rgnC_SubsetData(0, 0, 3, 0, res_SURFACE_EDGE, false, ids({0, 1}), ids({23, 24})));
+    set.AppendSubset(rgnC_SubsetData(9, 0, 4, 0, res_ELEMENT_SET, false, ids({0}), {}));
+    rgnC_Region region;
+    region.SetSetData(rgnC_SetDataShortcut("sets/none"));
+    cls_Database db = cls_Database::Open(file, cls_Database::Mode::ReadWrite);
+    cls_WritePass pass(db);
+    pass.Put("sets/wrong", set);
+    pass.Put("regions/dangling", region);
+    pass.Commit();
+  }
+  const ToolRun check = RunTool({"check", file});
+  EXPECT_EQ(check.exitCode, 1);
+  for (const char* text :
+       {"regions/dangling, rgnC_Region, field setData: ", "path \"sets/none\": no such root",
+        "subset 0: 1 entries are nodes outside the mesh (listed by mesh index)\n  labels: 12\n",
+        "subset 1: 1 entries are elements outside the mesh (listed by mesh index)\n  labels: 2\n",
+        "subset 2: 1 entries are facets that the element does not have (listed by mesh index)\n  labels: 1\n",
+        "subset 3: 1 entries are facets that the element does not have (listed by mesh index)\n  labels: 1\n",
+        "subset 4: no mesh has the identifier 9", ": 6 faults\n"})
+    EXPECT_NE(check.out.find(text), std::string::npos) << text << check.out;
 }
 
 TEST_F(Models, AreCheckedForDamage) {

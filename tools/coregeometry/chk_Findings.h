@@ -31,3 +31,6 @@ private:
 /// Consistency of a mesh: lengths, connectivity within the node table, unique labels, finite coordinates,
 /// known element types.
 void chk_Mesh(const bme_Mesh& mesh, chk_Findings& findings);
+
+/// Contents of sets against the meshes that they name, and references of regions to their sets.
+void chk_Sets(cls_Database& model, std::vector<chk_Finding>& findings);

@@ -82,7 +82,7 @@ void CheckSet(const rgnC_SetData& set, const Meshes& meshes, chk_Findings& findi
 }
 } // namespace
 
-void chk_Sets(const cls_Database& model, std::vector<chk_Finding>& all) {
+void chk_Sets(cls_Database& model, std::vector<chk_Finding>& all) {
   const Meshes meshes(model);
   const ddr_DatabaseRoot::Scope here(model);
   for (const cow_String& root : model.Roots()) {

@@ -15,7 +15,7 @@ std::vector<chk_Finding> FindingsOf(const std::string& file, cli_Console& consol
   std::vector<chk_Finding> findings;
   try {
     console.Begin("checking " + file);
-    const cls_Database model = cls_Database::Open(file);
+    cls_Database model = cls_Database::Open(file);
     for (cls_Finding& stored : cls_Check(model)) findings.push_back({std::move(stored), {}, {}, 0});
     for (const chk_Finding& finding : findings)
       if (finding.weight == cls_Finding::Weight::Fault) return findings;
@@ -23,6 +23,7 @@ std::vector<chk_Finding> FindingsOf(const std::string& file, cli_Console& consol
       chk_Findings here(root, findings);
       chk_Mesh(*model.Get<bme_Mesh>(root), here);
     }
+    chk_Sets(model, findings);
   } catch (const cls_BusyException&) {
     throw;
   } catch (const nex_TextException& failure) {

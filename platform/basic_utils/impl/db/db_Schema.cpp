@@ -103,10 +103,22 @@ std::unique_ptr<db_File> db_File::Open(const cow_String& file, cls_Database::Mod
   Recover(file);
   if (!HasContent(file)) throw nex_TextException(file + ": is empty, not a model database");
   const bool readOnly = mode == cls_Database::Mode::ReadOnly;
-  std::unique_ptr<db_File> result(
-      new db_File(file, file, readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE, readOnly));
-  result->CheckSchema();
-  return result;
+  const auto open = [&] {
+    std::unique_ptr<db_File> result(
+        new db_File(file, file, readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE, readOnly));
+    result->CheckSchema();
+    return result;
+  };
+  try {
+    return open();
+  } catch (const std::bad_alloc&) { // SQLite says so of some damaged schemas, too
+  }
+  const auto thereIsMemory = std::make_unique<std::byte[]>(std::size_t{1} << 20);
+  try {
+    return open();
+  } catch (const std::bad_alloc&) {
+    throw nex_TextException(file + ": damaged file: reading its schema takes more memory than there is");
+  }
 }
 
 std::unique_ptr<db_File> db_File::CopyInMemory(db_File& file) {
