@@ -205,57 +205,6 @@ TEST_F(MeshFile, MeshesThatShareNodesShareThemInTheFile) {
   EXPECT_EQ(read->GetBBox().Max()[0], 1);
 }
 
-TEST_F(MeshFile, OldControlParametersAreUpgradedInsideTheirElementClass) {
-  const auto text = [](cls_Row& row, std::initializer_list<std::pair<const char*, const char*>> fields) {
-    for (const auto& [name, value] : fields) row.SetText(name, value);
-  };
-  {
-    cls_Database db = cls_Database::Create(file_);
-    for (const int version : {203, 204, 508}) {
-      cls_WritePass pass(db);
-      cls_Row controls;
-      text(controls, {{"elemLib", "Standard"},
-                      {"kineSplit", "Centroid"},
-                      {"hrGlsControl", "Default Hourglass Control"},
-                      {"stressRate", "Polar"},
-                      {"soAccuracy", "Accuracy off"}});
-      for (const char* real : {"hrGlsStiffness", "bendingHrGls", "drillingHrGls"})
-        controls.SetDouble(real, 0);
-      for (const char* real : {"displHrGls", "rotHrGls", "OOPDispHrGls"}) controls.SetDouble(real, 1);
-      controls.SetDouble("weightFactor", 0.5);
-      if (version == 508)
-        controls.SetText("distortionCtrl", "Distortion Control ON").SetDouble("lengthRatio", 0.3);
-      cls_Row elements;
-      for (const char* index :
-           {"firstElementIndex", "meshIndex", "classIndex", "regionClassIndex", "regionIndex"})
-        elements.SetInt(index, 0);
-      elements.SetInt("numElements", 1).SetText("elemTypeLabel", "S4R").SetText("categoryLabel", "");
-      elements.SetEmbedded("elemCtrlParams", pass.PutRow(bme_ElemCtrlParams::TypeId(), version, controls));
-      elements.SetInts("DDBuserElementLabel", std::vector<int>{5})
-          .SetInts("DDBconnectivity", std::vector<int>{3, 2, 1, 0});
-      pass.PutRow("class" + std::to_string(version), bme_ElementClass::TypeId(), 203, elements);
-      pass.Commit();
-    }
-  }
-  const auto check = [](const cls_Database& db) {
-    for (const int version : {203, 204, 508}) {
-      const auto elements = db.Get<bme_ElementClass>("class" + std::to_string(version));
-      const bme_ElemCtrlParams& controls = elements->GetElemControlParams();
-      EXPECT_EQ(controls.KineSplit(), bme_CENTROID);
-      EXPECT_EQ(controls.DistortionCtrl(), version == 508 ? bme_DISTORTION_ON : bme_DISTORTION_DEFAULT);
-      EXPECT_EQ(controls.LengthRatio(), version == 508 ? 0.3 : 0.1);
-      EXPECT_EQ(controls.ElemDeletion(), bme_DELETION_DEFAULT);
-      EXPECT_EQ(elements->OrientationFreq(), bme_ORIENTATION_NONE);
-      EXPECT_EQ(elements->Connectivity(0)[0], 3);
-    }
-  };
-  check(cls_Database::Open(file_));
-  cls_Database db = cls_Database::Open(file_, cls_Database::Mode::ReadWrite);
-  EXPECT_EQ(db.Upgrade(), 6);
-  EXPECT_FALSE(db.IsOutdated());
-  check(db);
-}
-
 TEST_F(MeshFile, WrongStoredMeshesAreRefusedWithTheirPlace) {
   cls_Database db = cls_Database::Create(file_);
   const auto message = [&](const cow_String& root) {

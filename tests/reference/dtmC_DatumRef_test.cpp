@@ -25,22 +25,3 @@ TEST_F(dtmC_References, AnEmptyOwnerNameIsNoOwner) {
   EXPECT_TRUE(dtmC_DatumRef(5, 6, "Wing", 7).OwnerNames() == cow_List<cow_String>{"Wing"});
   EXPECT_EQ(dtmC_DatumRef(5, 6, "", 7).OwnerNames().Size(), 0);
 }
-
-TEST_F(dtmC_References, OfOlderLayoutsAreReadAndUpgraded) {
-  cls_Row row;
-  row.SetInt("_datumId", 5).SetInt("_instanceId", 6);
-  StoreRow(dtmC_DatumRef::TypeId(), 203, row);
-  const auto first = cls_Database::Open(file_).Get<dtmC_DatumRef>("it");
-  EXPECT_EQ(first->DatumId(), 5);
-  EXPECT_EQ(first->InstanceId(), 6);
-  EXPECT_EQ(first->AxisId(), 0);
-  EXPECT_EQ(first->OwnerNames().Size(), 0);
-
-  row.SetInt("_axisId", 3);
-  StoreRow(dtmC_DatumRef::TypeId(), 209, row);
-  cls_Database db = cls_Database::Open(file_, cls_Database::Mode::ReadWrite);
-  EXPECT_EQ(db.Get<dtmC_DatumRef>("it")->AxisId(), 3);
-  EXPECT_EQ(db.Upgrade(), 1);
-  EXPECT_FALSE(db.IsOutdated());
-  EXPECT_EQ(db.Get<dtmC_DatumRef>("it")->AxisId(), 3);
-}
