@@ -68,9 +68,15 @@ private:
   }
 
   void Pages() {
-    const db_Use pages(file_.Statement("PRAGMA integrity_check(100)"));
-    while (pages->Step())
-      if (pages->Text(0) != "ok") Add({}, "database pages: " + cow_String(pages->Text(0)), kRestore);
+    std::vector<cow_String> wrong;
+    // a lack of memory looks like damage here: only what is found twice is damage
+    for (int attempt = 0; attempt < 2 && (attempt == 0 || !wrong.empty()); ++attempt) {
+      wrong.clear();
+      const db_Use pages(file_.Statement("PRAGMA integrity_check(100)"));
+      while (pages->Step())
+        if (pages->Text(0) != "ok") wrong.emplace_back(pages->Text(0));
+    }
+    for (const cow_String& what : wrong) Add({}, "database pages: " + what, kRestore);
     const db_Use keys(file_.Statement("PRAGMA foreign_key_check"));
     while (keys->Step())
       Add({},
