@@ -14,8 +14,10 @@ struct bme_LocalNodes {
   std::array<int, 16> nodes{};
   unsigned count = 0, corners = 0;
 
-  std::span<const int> Nodes() const noexcept { return std::span(nodes).first(count); }
-  std::span<const int> Corners() const noexcept { return std::span(nodes).first(corners); } ///< of a face
+  std::span<const int> Nodes() const& noexcept { return std::span(nodes).first(count); }
+  std::span<const int> Nodes() && = delete;
+  std::span<const int> Corners() const& noexcept { return std::span(nodes).first(corners); } ///< of a face
+  std::span<const int> Corners() && = delete;
 };
 
 /// Faces of elements as words: bme_FaceWord. A surface element has one face with two sides.
