@@ -6,7 +6,7 @@
 
 struct bme_EdgeOptions {
   double featureAngle = 0.5235987755982988; ///< radians between normals from which on an edge is a feature
-  bme_EntityLimits limits;
+  bme_EntityLimits limits = {};
 };
 
 /// The edges of some faces, each once, by the word that comes first in mesh order. Edges are the same when

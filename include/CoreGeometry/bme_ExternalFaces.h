@@ -29,7 +29,7 @@ struct bme_FaceOptions {
   bool bothSides = false;         ///< list the back of surface elements, too
   bool shellsCoverSolids = false; ///< a surface element on a face of a solid hides it
   bool wantInterior = false;
-  bme_EntityLimits limits;
+  bme_EntityLimits limits = {};
 };
 
 /// The faces of a list of elements. Faces of solids with the same corners meet, whatever their order; a
