@@ -66,6 +66,10 @@ public:
   /// False, and both outputs bme_kNotFound, when the label is not known.
   bool GetClassAndElemIndexFromElementLabel(int label, unsigned& classIndex,
                                             unsigned& elemIndexInClass) const;
+  /// Unit normal of a face of an element of one of the mesh's classes, seen from the side of the face. False,
+  /// and a zero normal, when there is no such face, a corner is not in the mesh, or the face has no area.
+  bool ComputeFaceNorml(const bme_ElementClass& elements, unsigned elemIndexInClass, unsigned face,
+                        g3d_Vector& normal) const;
   void Print(aio_ostream& out) const; ///< a summary, flushed after each line
 
   // change

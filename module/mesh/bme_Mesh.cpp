@@ -1,5 +1,6 @@
 #include <CoreGeometry/bme_Mesh.h>
 
+#include "bme_ClassWalk.h"
 #include "bme_Component.h"
 
 #include <CoreGeometry/gsl_Matrix.h>
@@ -110,6 +111,23 @@ void bme_Mesh::ApplyTransform(const gsl_Matrix& matrix) {
 }
 
 void bme_Mesh::InvalidateMeshData() noexcept { ++changeCount_; }
+
+bool bme_Mesh::ComputeFaceNorml(const bme_ElementClass& elements, unsigned elemIndexInClass, unsigned face,
+                                g3d_Vector& normal) const {
+  normal = {};
+  const shp_Shape* shape = elements.Shape();
+  if (!shape || elemIndexInClass >= static_cast<unsigned>(elements.NumElements())
+      || face >= bme_NumListedFaces(*shape))
+    return false;
+  const std::span<const int> row = elements.Connectivity(static_cast<int>(elemIndexInClass));
+  for (const int corner : bme_Corners(*shape, face))
+    if (static_cast<unsigned>(row[static_cast<std::size_t>(corner)]) >= NodeData().NumNodes()) return false;
+  std::array<double, 3> found{};
+  const bool hasArea =
+      shape->ComputeFaceNormal(row, static_cast<int>(face), NodeData().Coordinates().Const(), found) != 0;
+  for (unsigned axis = 0; axis < 3; ++axis) normal[axis] = static_cast<float>(found[axis]);
+  return hasArea;
+}
 
 void bme_Mesh::Print(aio_ostream& out) const {
   const bme_ElementData& elements = ElementData();
