@@ -33,3 +33,4 @@ void cli_AddDiff(CLI::App& app);
 void cli_AddDump(CLI::App& app);
 void cli_AddTravel(CLI::App& app);
 void cli_AddLocate(CLI::App& app);
+void cli_AddExport(CLI::App& app);
