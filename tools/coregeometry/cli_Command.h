@@ -33,3 +33,6 @@ void cli_AddDiff(CLI::App& app);
 void cli_AddDump(CLI::App& app);
 void cli_AddTravel(CLI::App& app);
 void cli_AddLocate(CLI::App& app);
+void cli_AddExport(CLI::App& app);
+void cli_AddRender(CLI::App& app);
+void cli_AddSkin(CLI::App& app);

@@ -5,6 +5,7 @@
 #include <CoreGeometry/dtu_DatumPlane.h>
 #include <CoreGeometry/dtu_DatumPoint.h>
 #include <algorithm>
+#include <set>
 
 std::vector<cli_RegionRoot> cli_Regions(const cls_Database& model) {
   std::vector<cli_RegionRoot> regions;
@@ -65,4 +66,46 @@ std::vector<cow_String> cli_DatumRoots(const cls_Database& model) {
   for (const cow_String& root : model.Roots())
     if (std::ranges::find(classes, model.TypeId(root)) != std::end(classes)) datums.push_back(root);
   return datums;
+}
+
+void cli_AddBareSets(const cls_Database& model, std::vector<cli_RegionRoot>& regions) {
+  std::set<cow_String> named;
+  for (const cli_RegionRoot& one : regions) named.insert(one.region.GetSetData().Path());
+  for (const cow_String& root : model.Roots()) {
+    if (named.contains(root) || model.TypeId(root) != rgnC_SetData::TypeId()) continue;
+    const auto contents = model.Get<rgnC_SetData>(root);
+    rgnC_Region region;
+    region.SetName(contents->GetSetLabel());
+    const res_SetTypeEnm type = contents->GetSetType();
+    region.SetSetTypeBits(1 << (type == res_NODE_SET      ? rgnC_NODE_SET
+                                : type == res_ELEMENT_SET ? rgnC_ELEMENT_SET
+                                                          : rgnC_MESH_SURFACE));
+    region.SetSetData(rgnC_SetDataShortcut(root));
+    regions.push_back({root, region});
+  }
+}
+
+rgnC_SetData cli_ContentsOf(const cls_Database& model, const rgnC_Region& region) {
+  return region.GetSetData().IsDefined() ? *region.GetSetData().Resolve(model) : rgnC_SetData();
+}
+
+std::vector<exo_ImportedSet> cli_SetsOfMesh(const cls_Database& model, const cow_String& root) {
+  std::vector<cli_RegionRoot> regions = cli_Regions(model);
+  cli_AddBareSets(model, regions);
+  std::vector<exo_ImportedSet> sets;
+  for (const auto& [regionRoot, region] : regions) {
+    const rgnC_SetData contents = cli_ContentsOf(model, region);
+    bool isOfMesh = contents.NumSubset() == 0 && cli_kMeshFolder + cli_OwnerText(region) == root;
+    for (int i = 0; i < contents.NumSubset() && !isOfMesh; ++i)
+      isOfMesh = cli_MeshOfRegion(model, region, contents.SubSet(i).MeshIndex()) == root;
+    if (!isOfMesh) continue;
+    const res_SetTypeEnm type = contents.GetSetType();
+    sets.push_back({region.Name(),
+                    type == res_NODE_SET      ? rgnC_NODE_SET
+                    : type == res_ELEMENT_SET ? rgnC_ELEMENT_SET
+                                              : rgnC_MESH_SURFACE,
+                    contents});
+  }
+  std::ranges::stable_sort(sets, {}, [](const exo_ImportedSet& set) { return set.data.GetSetIndex(); });
+  return sets;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli_Model.h"
+#include "exo_Sets.h"
 
 #include <CoreGeometry/rgnC_Region.h>
 
@@ -27,3 +28,11 @@ cow_String cli_MeshOfRegion(const cls_Database& model, const rgnC_Region& region
 
 /// Names of all roots that are datums of any class, sorted.
 std::vector<cow_String> cli_DatumRoots(const cls_Database& model);
+
+/// Adds contents that no region refers to, as regions without an owner.
+void cli_AddBareSets(const cls_Database& model, std::vector<cli_RegionRoot>& regions);
+rgnC_SetData cli_ContentsOf(const cls_Database& model,
+                            const rgnC_Region& region); ///< nothing for a region that refers to nothing
+
+/// Every set and surface with something of that mesh in it, or nothing and the mesh as its owner, by index.
+std::vector<exo_ImportedSet> cli_SetsOfMesh(const cls_Database& model, const cow_String& root);

@@ -1,5 +1,6 @@
 // coregeometry import: an Exodus II file becomes a mesh of a model
 #include "cli_Console.h"
+#include "cli_Ledger.h"
 #include "cli_Regions.h"
 #include "exo_Import.h"
 
@@ -130,7 +131,7 @@ void Store(const Target& target, const exo_Import& import) {
 
 cli_Json AsJson(const Arguments& arguments, const Target& target, const exo_Import& import) {
   const bme_Mesh& mesh = *import.mesh;
-  cli_Json classes = cli_Json::array(), sets = cli_Json::array(), notCarried = cli_Json::array();
+  cli_Json classes = cli_Json::array(), sets = cli_Json::array();
   for (const exo_ImportedBlock& block : import.blocks)
     classes.push_back({{"block", block.id},
                        {"type", block.type},
@@ -141,10 +142,6 @@ cli_Json AsJson(const Arguments& arguments, const Target& target, const exo_Impo
     sets.push_back({{"region", target.RegionRoot(set.name)},
                     {"kind", cli_KindText(1 << set.kind)},
                     {"items", cli_NumItems(set.data)}});
-  for (const exo_LedgerEntry& entry : import.ledger)
-    notCarried.push_back({{"what", entry.what},
-                          {"count", entry.count < 0 ? cli_Json() : cli_Json(entry.count)},
-                          {"detail", entry.detail}});
   cli_Json rounding = {{"change", import.rounding.change}};
   if (import.rounding.change > 0) {
     rounding["node"] = import.rounding.nodeLabel;
@@ -160,7 +157,7 @@ cli_Json AsJson(const Arguments& arguments, const Target& target, const exo_Impo
           {"classes", classes},
           {"sets", sets},
           {"rounding", rounding},
-          {"notCarried", notCarried}};
+          {"notCarried", cli_LedgerJson(import.ledger)}};
 }
 
 void Print(const Arguments& arguments, const Target& target, const exo_Import& import) {
@@ -184,17 +181,8 @@ void Print(const Arguments& arguments, const Target& target, const exo_Import& i
               << import.rounding.axis << " of node " << import.rounding.nodeLabel << '\n';
   else
     std::cout << "No coordinate changed by rounding to single precision.\n";
-  if (import.ledger.empty()) {
-    std::cout << "Everything in the file was carried over.\n";
-    return;
-  }
-  std::cout << "Not carried over, since a model has no place for it:\n";
-  for (const exo_LedgerEntry& entry : import.ledger) {
-    std::cout << "  " << entry.what << ": "
-              << (entry.count < 0 ? "unknown count" : std::to_string(entry.count));
-    if (!entry.detail.empty()) std::cout << " (" << entry.detail << ')';
-    std::cout << '\n';
-  }
+  cli_PrintLedger(import.ledger, "Everything in the file was carried over.",
+                  "Not carried over, since a model has no place for it:");
 }
 
 void Run(const Arguments& arguments) {

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <iostream>
 #include <map>
-#include <set>
 
 namespace {
 struct Arguments {
@@ -163,34 +162,11 @@ const cli_RegionRoot& Choose(const cls_Database& model, const std::vector<cli_Re
   throw nex_TextException(model.File() + ": several sets \"" + name + "\": " + list);
 }
 
-/// Contents that no region refers to, as regions without an owner.
-void AddBareSets(const cls_Database& model, std::vector<cli_RegionRoot>& regions) {
-  std::set<cow_String> named;
-  for (const cli_RegionRoot& one : regions) named.insert(one.region.GetSetData().Path());
-  for (const cow_String& root : model.Roots()) {
-    if (named.contains(root) || model.TypeId(root) != rgnC_SetData::TypeId()) continue;
-    const auto contents = model.Get<rgnC_SetData>(root);
-    rgnC_Region region;
-    region.SetName(contents->GetSetLabel());
-    const res_SetTypeEnm type = contents->GetSetType();
-    region.SetSetTypeBits(1 << (type == res_NODE_SET      ? rgnC_NODE_SET
-                                : type == res_ELEMENT_SET ? rgnC_ELEMENT_SET
-                                                          : rgnC_MESH_SURFACE));
-    region.SetSetData(rgnC_SetDataShortcut(root));
-    regions.push_back({root, region});
-  }
-}
-
-/// Nothing for a region that refers to nothing.
-rgnC_SetData ContentsOf(const cls_Database& model, const rgnC_Region& region) {
-  return region.GetSetData().IsDefined() ? *region.GetSetData().Resolve(model) : rgnC_SetData();
-}
-
 void List(const Arguments& arguments, const cls_Database& model, const std::vector<cli_RegionRoot>& regions) {
   cli_Json json = cli_Json::array();
   if (!arguments.json && regions.empty()) std::cout << arguments.file << ": no regions\n";
   for (const auto& [root, region] : regions) {
-    const rgnC_SetData contents = ContentsOf(model, region);
+    const rgnC_SetData contents = cli_ContentsOf(model, region);
     const long long count = cli_NumItems(contents);
     if (arguments.json)
       json.push_back({{"region", root},
@@ -207,7 +183,7 @@ void List(const Arguments& arguments, const cls_Database& model, const std::vect
 }
 
 void PrintOne(const Arguments& arguments, const cls_Database& model, const cli_RegionRoot& one) {
-  const rgnC_SetData contents = ContentsOf(model, one.region);
+  const rgnC_SetData contents = cli_ContentsOf(model, one.region);
   const cow_String place = model.File() + ", " + one.root;
   std::map<int, cow_CountedHld<bme_Mesh>> meshes; // by identifier
   std::map<int, Contents> byMesh;
@@ -255,7 +231,7 @@ void Run(const Arguments& arguments) {
   console.Begin("reading " + arguments.file);
   const cls_Database model = cls_Database::Open(arguments.file);
   std::vector<cli_RegionRoot> regions = cli_Regions(model);
-  AddBareSets(model, regions);
+  cli_AddBareSets(model, regions);
   console.End();
   if (arguments.name.empty())
     List(arguments, model, regions);

@@ -20,12 +20,6 @@ cow_String Trimmed(std::string_view text) {
   return cow_String(text);
 }
 
-cow_String WhyExodusFailed() {
-  if (exerrval == EX_NULLENTITY) return "empty entity";
-  if (exerrval >= EX_MEMFAIL && exerrval <= EX_BADPARAM) return "Exodus II error " + std::to_string(exerrval);
-  return nc_strerror(exerrval);
-}
-
 struct KindOfSet {
   exo_SetKind kind;
   ex_entity_type type;
@@ -38,6 +32,12 @@ constexpr KindOfSet kKinds[] = {
     {exo_SetKind::Sides, EX_SIDE_SET, EX_INQ_SIDE_SETS, "side set", "elem_ss", "side_ss"},
     {exo_SetKind::Elements, EX_ELEM_SET, EX_INQ_ELEM_SETS, "element set", "elem_els", nullptr}};
 } // namespace
+
+cow_String exo_WhyFailed() {
+  if (exerrval == EX_NULLENTITY) return "empty entity";
+  if (exerrval >= EX_MEMFAIL && exerrval <= EX_BADPARAM) return "Exodus II error " + std::to_string(exerrval);
+  return nc_strerror(exerrval);
+}
 
 exo_File::Handle::Handle(const char* name) {
   damage = exo_CheckClassicHeader(name);
@@ -66,7 +66,7 @@ exo_File::exo_File(const cow_String& name) : name_(name), handle_(name.c_str()),
     if (fs::is_directory(name, error)) Fail("is a folder");
     if (fs::file_size(name, error) == 0) Fail("is empty");
     if (!handle_.damage.empty()) Fail(handle_.damage);
-    Fail("not an Exodus II file (" + WhyExodusFailed() + ")");
+    Fail("not an Exodus II file (" + exo_WhyFailed() + ")");
   }
   CheckTexts();
   UseWideNumbers(HasWideNumbers());
@@ -92,12 +92,12 @@ exo_File::~exo_File() = default;
 void exo_File::Fail(const cow_String& why) const { throw nex_TextException(name_ + ": " + why); }
 
 void exo_File::Check(int status, std::string_view what) const {
-  if (status < 0) Fail("reading " + cow_String(what) + ": " + WhyExodusFailed());
+  if (status < 0) Fail("reading " + cow_String(what) + ": " + exo_WhyFailed());
 }
 
 std::int64_t exo_File::Inquire(int what, std::string_view name) const {
   const std::int64_t value = ex_inquire_int(id_, what);
-  if (value < 0) Fail("reading the " + cow_String(name) + ": " + WhyExodusFailed());
+  if (value < 0) Fail("reading the " + cow_String(name) + ": " + exo_WhyFailed());
   return value;
 }
 

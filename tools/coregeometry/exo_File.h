@@ -101,3 +101,5 @@ private:
   std::vector<exo_Set> sets_;
   std::int64_t longestName_ = 32;
 };
+
+cow_String exo_WhyFailed(); ///< the last failure of the Exodus II library

@@ -164,3 +164,34 @@ exo_ElementType exo_TypeMap::Find(const cow_String& typeName, int numNodes, int 
   if (FindShape(kept.label)) kept.label += " (" + std::to_string(numNodes) + " nodes)";
   return kept;
 }
+
+std::optional<exo_TypeName> exo_NameType(const shp_Shape& shape, int numDims) {
+  static constexpr shp_IsoPoint kOrigin[] = {{0, 0, 0}};
+  std::span<const shp_IsoPoint> nodes = shape.NodeCoordinates();
+  if (nodes.empty() && shape.NumNodes() == 1) nodes = kOrigin;
+  exo_Cell cell = None;
+  while (!nodes.empty() && (cell = exo_FindCell(nodes)) == None) nodes = nodes.first(nodes.size() - 1);
+  if (cell == None) return std::nullopt;
+  const int numNodes = static_cast<int>(nodes.size());
+  const bool isShell = shape.NumGeomDims() == 2 && numDims == 3;
+  const Row* best = nullptr;
+  int bestWorth = -1;
+  for (const Row& row : kRows) {
+    const bool isInSpace = numDims == 3;
+    if (row.numNodes != numNodes || (isInSpace ? row.inSpace : row.inPlane) != cell) continue;
+    if (row.inPlane != row.inSpace && !isInSpace) continue; // a name that means two things
+    const char* label = isInSpace ? row.labelInSpace : row.labelInPlane;
+    const bool hasSides = !isShell || SideFormOf(row.family, numDims) == exo_SideForm::FacesThenEdges;
+    const int worth = 2 * (label && label == shape.Label()) + (hasSides ? 1 : 0);
+    if (worth <= bestWorth) continue;
+    best = &row;
+    bestWorth = worth;
+  }
+  exo_TypeName made;
+  made.name = best ? cow_String(best->family) : cow_String(exo_CellName(cell));
+  if (best && best->family == "TET") made.name = exo_CellName(cell); // the name that every reader knows
+  made.order = *exo_FindNodeOrder(cell, nodes);
+  made.sides = exo_FindSides(cell, SideFormOf(made.name, numDims), made.order, shape);
+  made.label = exo_TypeMap().Find(made.name, numNodes, numDims).label;
+  return made;
+}

@@ -3,7 +3,9 @@
 
 #include "exo_Sides.h"
 
+#include <CoreGeometry/shp_Shape.h>
 #include <CoreUtils/cow_String.h>
+#include <optional>
 #include <string_view>
 
 /// What the elements of a block become.
@@ -34,3 +36,15 @@ private:
   };
   std::vector<Entry> overrides_;
 };
+
+/// How elements of a shape are written.
+struct exo_TypeName {
+  cow_String name;        ///< the format's name of their type
+  std::vector<int> order; ///< position in the file's element of each of our first nodes; the rest is left out
+  std::vector<exo_Side> sides; ///< side 1 first
+  cow_String label;            ///< of the element type that a reader makes of it
+};
+
+/// The format's element with its nodes where the shape has them, or else where the first nodes of the shape
+/// are; nothing when there is none.
+std::optional<exo_TypeName> exo_NameType(const shp_Shape& shape, int numDims);

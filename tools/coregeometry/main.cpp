@@ -30,6 +30,9 @@ int Run(int argc, char** argv) {
   cli_AddDiff(app);
   cli_AddDump(app);
   cli_AddTravel(app);
+  cli_AddExport(app);
+  cli_AddRender(app);
+  cli_AddSkin(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

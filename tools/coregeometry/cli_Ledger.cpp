@@ -1,0 +1,22 @@
+#include "cli_Ledger.h"
+
+#include <iostream>
+
+cli_Json cli_LedgerJson(const exo_Ledger& ledger) {
+  cli_Json list = cli_Json::array();
+  for (const exo_LedgerEntry& entry : ledger)
+    list.push_back({{"what", entry.what},
+                    {"count", entry.count < 0 ? cli_Json() : cli_Json(entry.count)},
+                    {"detail", entry.detail}});
+  return list;
+}
+
+void cli_PrintLedger(const exo_Ledger& ledger, const char* nothing, const cow_String& heading) {
+  std::cout << (ledger.empty() ? cow_String(nothing) : heading) << '\n';
+  for (const exo_LedgerEntry& entry : ledger) {
+    std::cout << "  " << entry.what << ": "
+              << (entry.count < 0 ? "unknown count" : std::to_string(entry.count));
+    if (!entry.detail.empty()) std::cout << " (" << entry.detail << ')';
+    std::cout << '\n';
+  }
+}

@@ -1,0 +1,48 @@
+// cli_Outside.h: what is seen of a mesh from outside
+#pragma once
+
+#include "exo_Sets.h"
+
+#include <CoreGeometry/bme_FEMFaceList.h>
+#include <CoreGeometry/bme_Mesh.h>
+#include <array>
+#include <string>
+
+/// A face of an element that is seen.
+struct cli_OuterFace {
+  unsigned word = 0; ///< see bme_EntityWord.h
+  int group = 0;
+  bme_LocalNodes nodes;
+  std::array<double, 3> normal{}; ///< as long as the area; from the corners
+
+  bool HasMidNodes() const noexcept { return nodes.corners > 2 && nodes.count >= 2 * nodes.corners; }
+};
+
+/// An edge of outer faces: its ends, and the node in the middle or -1.
+struct cli_OuterEdge {
+  std::array<int, 2> ends{};
+  int middle = -1;
+  unsigned face = 0;      ///< position of the first face that has it
+  bool isFeature = false; ///< no other face has it, or several have, or one of another group or direction
+};
+
+/// A line element.
+struct cli_OuterLine {
+  unsigned element = 0;
+  int group = 0;
+  bme_LocalNodes nodes; ///< first, interior, last
+};
+
+struct cli_Outside {
+  std::vector<cow_String> groups; ///< the set, or the element type and category of the class
+  std::vector<cli_OuterFace> faces;
+  std::vector<cli_OuterEdge> edges; ///< in order of their ends
+  std::vector<cli_OuterLine> lines;
+};
+
+/// Of the whole mesh, a group for each element class; with names of sets, of these alone: external faces of
+/// element sets, the faces of surfaces. Types without a shape are left out. Faces meet at a feature when
+/// their normals are more than 30 degrees apart. Throws nex_TextException, beginning with `place`, when there
+/// is no such set, or nothing to see.
+cli_Outside cli_FindOutside(const bme_Mesh& mesh, std::span<const exo_ImportedSet> sets,
+                            std::span<const std::string> names, const cow_String& place);

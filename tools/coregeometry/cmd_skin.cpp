@@ -1,0 +1,69 @@
+// coregeometry skin: the outside of a mesh as shells of a file of its own
+#include "cli_Console.h"
+#include "cli_Ledger.h"
+#include "cli_Outside.h"
+#include "cli_Regions.h"
+#include "exo_Skin.h"
+
+#include <iostream>
+
+namespace {
+struct Arguments {
+  std::string file, name, output;
+  std::vector<std::string> sets;
+  bool json = false, edges = false;
+};
+
+void Run(const Arguments& arguments) {
+  cli_Console console;
+  console.Begin("reading " + arguments.file);
+  const cls_Database model = cls_Database::Open(arguments.file);
+  const cow_String root = cli_ChooseMesh(model, arguments.name);
+  const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
+  const std::vector<exo_ImportedSet> sets =
+      arguments.sets.empty() ? std::vector<exo_ImportedSet>() : cli_SetsOfMesh(model, root);
+  console.Begin("writing " + arguments.output);
+  const cli_Outside outside = cli_FindOutside(*mesh, sets, arguments.sets, arguments.file + ", " + root);
+  const exo_SkinSummary summary = exo_WriteSkin(arguments.output, *mesh, outside, arguments.edges);
+  console.End();
+  if (arguments.json) {
+    cli_PrintJson({{"file", arguments.file},
+                   {"mesh", root},
+                   {"output", arguments.output},
+                   {"nodes", summary.nodes},
+                   {"faces", summary.faces},
+                   {"shells", summary.shells},
+                   {"edges", summary.edges},
+                   {"notCarried", cli_LedgerJson(summary.ledger)}});
+    return;
+  }
+  std::cout << "The outside of " << root << " of " << arguments.file << " is written to " << arguments.output
+            << ":\n  " << summary.nodes << " nodes, " << summary.faces << " faces as " << summary.shells
+            << " shells";
+  if (arguments.edges) std::cout << ", " << summary.edges << " feature edges as beams";
+  std::cout << '\n';
+  cli_PrintLedger(summary.ledger, "Every face was carried over whole.",
+                  "Not carried over, since an Exodus II file has no place for it:");
+}
+} // namespace
+
+void cli_AddSkin(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("skin", "Write the outside of a mesh as shells (Exodus II)");
+  auto arguments = std::make_shared<Arguments>();
+  cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
+  command->add_option("-o,--output", arguments->output, "File to write; one of that name is replaced")
+      ->required();
+  command->add_option("--sets", arguments->sets, "The outside of these sets, and these surfaces, alone")
+      ->delimiter(',')
+      ->allow_extra_args(false);
+  command->add_flag("--edges", arguments->edges, "Write feature edges as beams, too");
+  command->footer(
+      "Shells and faces of solids that no other solid has; a block for each number of nodes in each element\n"
+      "class or set. Nodes keep their labels. Two element maps, source_element and source_face, tell the\n"
+      "label of the element that a shell was a face of, and which face, from 1; of a beam, one of its "
+      "faces.\n"
+      "\n"
+      "Example:\n"
+      "  coregeometry skin bracket.cgdb -o bracket-skin.exo --edges");
+  command->callback([arguments] { Run(*arguments); });
+}

@@ -1,0 +1,142 @@
+#include "exo_Write.h"
+
+#include <BasicUtils/nex_Exception.h>
+#include <BasicUtils/thr_ThreadSingleton.h>
+#include <BasicUtils/wip_WIP.h>
+#include <algorithm>
+#include <exodusII.h>
+#include <filesystem>
+
+namespace {
+namespace fs = std::filesystem;
+
+ex_entity_type TypeOf(exo_SetKind kind) {
+  return kind == exo_SetKind::Nodes ? EX_NODE_SET : kind == exo_SetKind::Sides ? EX_SIDE_SET : EX_ELEM_SET;
+}
+
+/// Classic files end at 4 GiB a variable; larger ones become HDF5.
+int FormatFor(const exo_OutMesh& mesh) {
+  constexpr std::size_t kMostNumbers = std::size_t{1} << 29;
+  std::size_t most = mesh.xyz.size() / 3;
+  for (const exo_OutBlock& block : mesh.blocks) most = std::max(most, block.nodes.size());
+  return most > kMostNumbers ? EX_NETCDF4 : EX_LARGE_MODEL;
+}
+
+class Writer {
+public:
+  Writer(const cow_String& name, const cow_String& shownName, int format) : shownName_(shownName) {
+    ex_opts(EX_DEFAULT);
+    int given = sizeof(float), stored = sizeof(float);
+    id_ = ex_create(name.c_str(), EX_CLOBBER | format, &given, &stored);
+    Check(id_, "the file");
+  }
+  ~Writer() {
+    if (id_ >= 0) ex_close(id_);
+  }
+  Writer(const Writer&) = delete;
+  Writer& operator=(const Writer&) = delete;
+
+  void Write(const exo_OutMesh& mesh) {
+    WriteHeader(mesh);
+    WriteCoordinates(mesh);
+    for (const exo_OutBlock& block : mesh.blocks) WriteBlock(block);
+    if (!mesh.nodeLabels.empty())
+      Check(ex_put_id_map(id_, EX_NODE_MAP, mesh.nodeLabels.data()), "node number map");
+    if (!mesh.elementLabels.empty())
+      Check(ex_put_id_map(id_, EX_ELEM_MAP, mesh.elementLabels.data()), "element number map");
+    for (const exo_OutSet& set : mesh.sets) WriteSet(set);
+    WriteMaps(mesh.elementMaps);
+    const int status = ex_close(id_);
+    id_ = -1;
+    Check(status, "the end of the file");
+  }
+
+private:
+  void Check(int status, const cow_String& what) const {
+    thr_ThreadSingleton<wip_WIP>::Instance().CheckCancelled();
+    if (status < 0) throw nex_TextException(shownName_ + ": writing " + what + ": " + exo_WhyFailed());
+  }
+
+  void WriteHeader(const exo_OutMesh& mesh) {
+    const auto count = [&](exo_SetKind kind) {
+      return std::ranges::count(mesh.sets, kind, &exo_OutSet::kind);
+    };
+    std::size_t longest = 32;
+    for (const exo_OutBlock& block : mesh.blocks) longest = std::max(longest, block.name.size());
+    for (const exo_OutSet& set : mesh.sets) longest = std::max(longest, set.name.size());
+    Check(ex_set_max_name_length(id_, static_cast<int>(std::min(longest, exo_kLongestName))), "names");
+    ex_init_params sizes = {};
+    mesh.title.copy(sizes.title, exo_kLongestTitle);
+    sizes.num_dim = mesh.numDims;
+    sizes.num_nodes = static_cast<std::int64_t>(mesh.xyz.size() / 3);
+    for (const exo_OutBlock& block : mesh.blocks) sizes.num_elem += block.numElements;
+    sizes.num_elem_blk = static_cast<std::int64_t>(mesh.blocks.size());
+    sizes.num_node_sets = count(exo_SetKind::Nodes);
+    sizes.num_side_sets = count(exo_SetKind::Sides);
+    sizes.num_elem_sets = count(exo_SetKind::Elements);
+    sizes.num_elem_maps = static_cast<std::int64_t>(mesh.elementMaps.size());
+    Check(ex_put_init_ext(id_, &sizes), "the counts");
+  }
+
+  void WriteCoordinates(const exo_OutMesh& mesh) {
+    const std::size_t numNodes = mesh.xyz.size() / 3;
+    if (numNodes == 0) return;
+    std::vector<float> axes[3];
+    for (std::size_t axis = 0; axis < static_cast<std::size_t>(mesh.numDims); ++axis) {
+      axes[axis].resize(numNodes);
+      for (std::size_t i = 0; i < numNodes; ++i) axes[axis][i] = mesh.xyz[3 * i + axis];
+    }
+    const auto data = [&](int axis) { return axis < mesh.numDims ? axes[axis].data() : nullptr; };
+    Check(ex_put_coord(id_, data(0), data(1), data(2)), "coordinates");
+  }
+
+  void WriteBlock(const exo_OutBlock& block) {
+    const cow_String what = "block " + std::to_string(block.id);
+    const cow_String type = block.type.substr(0, exo_kLongestType);
+    Check(ex_put_block(id_, EX_ELEM_BLOCK, block.id, type.c_str(), block.numElements, block.nodesPerElement,
+                       0, 0, 0),
+          what);
+    WriteName(EX_ELEM_BLOCK, block.id, block.name);
+    if (!block.nodes.empty())
+      Check(ex_put_conn(id_, EX_ELEM_BLOCK, block.id, block.nodes.data(), nullptr, nullptr), what);
+  }
+
+  void WriteSet(const exo_OutSet& set) {
+    const ex_entity_type type = TypeOf(set.kind);
+    const cow_String what = "set " + std::to_string(set.id);
+    Check(ex_put_set_param(id_, type, set.id, static_cast<std::int64_t>(set.entries.size()), 0), what);
+    WriteName(type, set.id, set.name);
+    if (set.entries.empty()) return;
+    Check(ex_put_set(id_, type, set.id, set.entries.data(), set.sides.empty() ? nullptr : set.sides.data()),
+          what);
+  }
+
+  void WriteMaps(std::span<const exo_OutMap> maps) {
+    for (std::size_t i = 0; i < maps.size(); ++i) {
+      const auto id = static_cast<std::int64_t>(i) + 1;
+      Check(ex_put_num_map(id_, EX_ELEM_MAP, id, maps[i].numbers.data()), "map " + maps[i].name);
+      WriteName(EX_ELEM_MAP, id, maps[i].name);
+    }
+  }
+
+  void WriteName(ex_entity_type type, std::int64_t id, const cow_String& name) {
+    if (!name.empty())
+      Check(ex_put_name(id_, type, id, name.substr(0, exo_kLongestName).c_str()), "name \"" + name + '"');
+  }
+
+  cow_String shownName_;
+  int id_ = -1;
+};
+} // namespace
+
+void exo_WriteFile(const cow_String& fileName, const exo_OutMesh& mesh) {
+  const cow_String unfinished = fileName + ".part";
+  try {
+    Writer(unfinished, fileName, FormatFor(mesh)).Write(mesh);
+    fs::rename(unfinished, fileName);
+  } catch (...) {
+    std::error_code error;
+    fs::remove(unfinished, error);
+    throw;
+  }
+}

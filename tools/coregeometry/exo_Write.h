@@ -1,0 +1,44 @@
+// exo_Write.h: an Exodus II file written at once
+#pragma once
+
+#include "exo_File.h"
+
+/// One element block as it is to stand in the file.
+struct exo_OutBlock {
+  std::int64_t id = 0;
+  cow_String type, name;
+  int nodesPerElement = 0;
+  std::int64_t numElements = 0;
+  std::vector<int> nodes; ///< whole rows in the order of the format, counted from 1
+};
+
+struct exo_OutSet {
+  exo_SetKind kind = exo_SetKind::Nodes;
+  std::int64_t id = 0;
+  cow_String name;
+  std::vector<int> entries, sides; ///< counted from 1; sides in side sets only
+};
+
+/// One more number for every element.
+struct exo_OutMap {
+  cow_String name;
+  std::vector<int> numbers;
+};
+
+/// Everything that is to stand in a file. Labels that are empty are not written.
+struct exo_OutMesh {
+  cow_String title;
+  int numDims = 3;
+  std::span<const float> xyz; ///< three a node, whatever the dimensions
+  std::span<const int> nodeLabels;
+  std::vector<int> elementLabels;
+  std::vector<exo_OutBlock> blocks;
+  std::vector<exo_OutSet> sets;
+  std::vector<exo_OutMap> elementMaps;
+};
+
+inline constexpr std::size_t exo_kLongestTitle = 80, exo_kLongestType = 32, exo_kLongestName = 255;
+
+/// Under another name first, which takes the place of the file when all is written.
+/// Errors     nex_TextException naming the file and what was written; then the file is as it was.
+void exo_WriteFile(const cow_String& fileName, const exo_OutMesh& mesh);

@@ -1,0 +1,17 @@
+// pic_Scene.h: a picture of the outside of a mesh
+#pragma once
+
+#include "cli_Outside.h"
+#include "pic_Canvas.h"
+
+struct pic_View {
+  pic_Vector direction{1, -1.5, 1}; ///< from the model to the viewer, of any length but 0
+  int width = 1200, height = 900;
+  bool hasMeshEdges = false; ///< edges of all faces, not only feature edges
+};
+
+pic_Colour pic_GroupColour(int group); ///< the same ten again and again
+cow_String pic_ColourName(int group);
+
+/// Parallel projection that shows everything, z upwards where it can; axes in the lower left corner.
+pic_Canvas pic_Draw(const cli_Outside& outside, std::span<const float> coordinates, const pic_View& view);

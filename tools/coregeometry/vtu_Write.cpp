@@ -1,0 +1,217 @@
+#include "vtu_Write.h"
+
+#include "exo_Export.h"
+
+#include <BasicUtils/nex_Exception.h>
+#include <BasicUtils/thr_ThreadSingleton.h>
+#include <BasicUtils/wip_WIP.h>
+#include <CoreGeometry/shp_Shape.h>
+#include <algorithm>
+#include <bit>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <numeric>
+#include <zlib.h>
+
+namespace {
+namespace fs = std::filesystem;
+
+void AppendBase64(std::span<const unsigned char> bytes, cow_String& text) {
+  static constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  for (std::size_t i = 0; i < bytes.size(); i += 3) {
+    const auto byte = [&](std::size_t k) { return k < bytes.size() ? unsigned{bytes[k]} : 0U; };
+    const unsigned word = byte(i) << 16U | byte(i + 1) << 8U | byte(i + 2);
+    for (unsigned k = 0; k < 4; ++k)
+      text += i + k > bytes.size() ? '=' : kDigits[word >> (18U - 6U * k) & 63U];
+  }
+}
+
+cow_String Escaped(const cow_String& text) {
+  cow_String escaped;
+  for (const char c : text) switch (c) {
+    case '&': escaped += "&amp;"; break;
+    case '<': escaped += "&lt;"; break;
+    case '>': escaped += "&gt;"; break;
+    case '"': escaped += "&quot;"; break;
+    default: escaped += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
+    }
+  return escaped;
+}
+
+/// The text of the file: elements that point into one appended block.
+class Document {
+public:
+  void Text(const cow_String& line) { xml_ += line; }
+
+  template<class T>
+  void Array(const cow_String& name, const char* type, int components, std::span<const T> all) {
+    thr_ThreadSingleton<wip_WIP>::Instance().CheckCancelled();
+    xml_ += "<DataArray type=\"" + cow_String(type) + "\" Name=\"" + Escaped(name) + "\"";
+    if (components > 1) xml_ += " NumberOfComponents=\"" + std::to_string(components) + "\"";
+    xml_ += " format=\"appended\" offset=\"" + std::to_string(appended_.size()) + "\"/>\n";
+    Compress({reinterpret_cast<const unsigned char*>(all.data()), all.size_bytes()});
+  }
+
+  void Write(const cow_String& fileName) const {
+    const cow_String unfinished = fileName + ".part";
+    std::ofstream out(unfinished, std::ios::binary);
+    const char* order = std::endian::native == std::endian::little ? "LittleEndian" : "BigEndian";
+    out << "<?xml version=\"1.0\"?>\n<VTKFile type=\"UnstructuredGrid\" version=\"1.0\" byte_order=\""
+        << order << "\" header_type=\"UInt64\" compressor=\"vtkZLibDataCompressor\">\n"
+        << xml_ << "<AppendedData encoding=\"base64\">\n_" << appended_ << "\n</AppendedData>\n</VTKFile>\n";
+    out.close();
+    std::error_code error;
+    if (out) fs::rename(unfinished, fileName, error);
+    if (out && !error) return;
+    fs::remove(unfinished, error);
+    throw nex_TextException(fileName + ": cannot be written");
+  }
+
+private:
+  /// Blocks of one length but for the last; their count, that length, the last one's when it is shorter, and
+  /// the compressed lengths come first.
+  void Compress(std::span<const unsigned char> bytes) {
+    constexpr std::size_t kBlock = std::size_t{1} << 18;
+    const std::size_t count = (bytes.size() + kBlock - 1) / kBlock;
+    std::vector<std::uint64_t> header{count, kBlock, bytes.size() % kBlock};
+    std::vector<unsigned char> packed;
+    for (std::size_t i = 0; i < count; ++i) {
+      const auto block = bytes.subspan(i * kBlock, std::min(kBlock, bytes.size() - i * kBlock));
+      uLongf length = compressBound(block.size());
+      const std::size_t start = packed.size();
+      packed.resize(start + length);
+      if (compress2(packed.data() + start, &length, block.data(), block.size(), Z_DEFAULT_COMPRESSION)
+          != Z_OK)
+        throw nex_TextException("zlib cannot compress " + std::to_string(block.size()) + " bytes");
+      packed.resize(start + length);
+      header.push_back(length);
+    }
+    AppendBase64({reinterpret_cast<const unsigned char*>(header.data()), header.size() * 8}, appended_);
+    AppendBase64(packed, appended_);
+  }
+
+  cow_String xml_, appended_;
+};
+
+/// The cell of a class and the positions of its nodes in the element.
+struct Cell {
+  int type = 2; ///< a cloud of points
+  std::vector<std::size_t> nodes;
+};
+
+Cell CellOf(const bme_ElementClass& elements) {
+  Cell cell;
+  const shp_Shape* shape = elements.Shape();
+  std::span<const shp_IsoPoint> nodes = shape ? shape->NodeCoordinates() : std::span<const shp_IsoPoint>();
+  for (; !nodes.empty(); nodes = nodes.first(nodes.size() - 1)) {
+    const std::optional<exo_VtkCell> found = exo_FindVtkCell(nodes);
+    if (!found) continue;
+    cell.type = found->type;
+    cell.nodes.resize(nodes.size());
+    for (std::size_t i = 0; i < nodes.size(); ++i) cell.nodes[static_cast<std::size_t>(found->order[i])] = i;
+    return cell;
+  }
+  if (elements.NumNodesPerElem() == 1) cell.type = 1;
+  cell.nodes.resize(static_cast<std::size_t>(elements.NumNodesPerElem()));
+  std::iota(cell.nodes.begin(), cell.nodes.end(), std::size_t{0});
+  return cell;
+}
+
+class Exporter {
+public:
+  Exporter(const bme_Mesh& mesh, std::span<const exo_ImportedSet> sets) : mesh_(mesh), sets_(sets) {}
+
+  exo_Ledger Run(const cow_String& fileName) {
+    AddCells(fileName);
+    const bme_NodeData& nodes = mesh_.NodeData();
+    out_.Text("<UnstructuredGrid>\n<Piece NumberOfPoints=\"" + std::to_string(nodes.NumNodes())
+              + "\" NumberOfCells=\"" + std::to_string(types_.size()) + "\">\n<Points>\n");
+    out_.Array<float>("Points", "Float32", 3, nodes.Coordinates().Const());
+    out_.Text("</Points>\n<Cells>\n");
+    out_.Array<int>("connectivity", "Int32", 1, connectivity_);
+    out_.Array<std::int64_t>("offsets", "Int64", 1, offsets_);
+    out_.Array<unsigned char>("types", "UInt8", 1, types_);
+    out_.Text("</Cells>\n<PointData>\n");
+    if (nodes.HasUserNodeLabels()) out_.Array<int>("NodeLabel", "Int32", 1, nodes.UserNodeLabels().Const());
+    AddMarks(res_NODE_SET, nodes.NumNodes());
+    out_.Text("</PointData>\n<CellData>\n");
+    if (!labels_.empty()) out_.Array<int>("ElementLabel", "Int32", 1, labels_);
+    out_.Array<int>("ElementClass", "Int32", 1, classes_);
+    AddMarks(res_ELEMENT_SET, types_.size());
+    out_.Text("</CellData>\n</Piece>\n</UnstructuredGrid>\n");
+    out_.Write(fileName);
+    exo_Ledger ledger;
+    for (const auto& [what, count] : counts_)
+      if (count > 0) ledger.push_back({what, count, {}});
+    exo_ListNotMesh(mesh_, ledger);
+    return ledger;
+  }
+
+private:
+  void AddCells(const cow_String& fileName) {
+    const bme_ElementData& elements = mesh_.ElementData();
+    const bool hasLabels = elements.HasUserElementLabels();
+    std::int64_t end = 0;
+    for (unsigned i = 0; i < elements.NumClasses(); ++i) {
+      const bme_ElementClass& type = elements.GetClass(i);
+      exo_CheckNodes(mesh_, type, fileName);
+      const Cell cell = CellOf(type);
+      const auto count = static_cast<std::size_t>(type.NumElements());
+      const auto columns = static_cast<std::size_t>(type.NumNodesPerElem());
+      const std::span<const int> all = type.ElementConnectivity().Const();
+      for (std::size_t row = 0; row < count; ++row) {
+        for (const std::size_t node : cell.nodes) connectivity_.push_back(all[row * columns + node]);
+        offsets_.push_back(end += static_cast<std::int64_t>(cell.nodes.size()));
+      }
+      types_.insert(types_.end(), count, static_cast<unsigned char>(cell.type));
+      classes_.insert(classes_.end(), count, static_cast<int>(i));
+      const std::span<const int> labels = type.UserElementLabels();
+      if (hasLabels) labels_.insert(labels_.end(), labels.begin(), labels.end());
+      counts_["element types and categories of classes"] += 1;
+      if (cell.type == 2) counts_["elements as clouds of points"] += type.NumElements();
+      if (cell.nodes.size() < columns) counts_["elements without their last nodes"] += type.NumElements();
+    }
+  }
+
+  /// One array for each set with items of that kind: 1 for these, 0 for the others.
+  void AddMarks(res_SetTypeEnm kind, std::size_t most) {
+    std::vector<signed char> marks;
+    for (const exo_ImportedSet& set : sets_) {
+      bool isOfKind = false;
+      marks.assign(most, 0);
+      for (int i = 0; i < set.data.NumSubset(); ++i) {
+        const rgnC_SubsetData& subset = set.data.SubSet(i);
+        const bool isMark = subset.SubsetType() == kind && subset.MeshIndex() == mesh_.Id();
+        if (!isMark) {
+          const bool isNeither =
+              subset.SubsetType() != res_NODE_SET && subset.SubsetType() != res_ELEMENT_SET;
+          if (isNeither && kind == res_NODE_SET) counts_["entries of surfaces"] += subset.NumItems();
+          continue;
+        }
+        isOfKind = true;
+        for (const int id : subset.IdArray()) {
+          if (static_cast<unsigned>(id) >= most)
+            throw nex_TextException("set \"" + set.name + "\": index " + std::to_string(id)
+                                    + " is outside the " + std::to_string(most) + " of the mesh");
+          marks[static_cast<std::size_t>(id)] = 1;
+        }
+      }
+      if (isOfKind) out_.Array<signed char>(set.name, "Int8", 1, marks);
+    }
+  }
+
+  const bme_Mesh& mesh_;
+  std::span<const exo_ImportedSet> sets_;
+  Document out_;
+  std::vector<int> connectivity_, labels_, classes_;
+  std::vector<std::int64_t> offsets_;
+  std::vector<unsigned char> types_;
+  std::map<cow_String, long long> counts_;
+};
+} // namespace
+
+exo_Ledger vtu_WriteMesh(const cow_String& fileName, const bme_Mesh& mesh,
+                         std::span<const exo_ImportedSet> sets) {
+  return Exporter(mesh, sets).Run(fileName);
+}
