@@ -2,6 +2,8 @@
 #include "ExodusWriter.h"
 #include "ToolRun.h"
 
+#include <exodusII.h>
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -23,6 +25,7 @@ ExodusMesh Press() {
   mesh.blocks = {solid, {2, "SHELL4", 4, {28, 29, 31, 30}, "lid"}, {3, "SPHERE", 1, {1}, "mass"}};
   mesh.elementLabels = {11, 12, 13, 14, 15, 16, 17, 18, 500, 900};
   mesh.title = "press";
+  mesh.sets = {{EX_SIDE_SET, 8, "top", {5, 6, 7, 8}, {6, 6, 6, 6}}, {EX_ELEM_SET, 7, "upper", {5, 6, 7, 8}}};
   return mesh;
 }
 
@@ -51,6 +54,11 @@ TEST(Travel, FindsWherePartsAndModelsMeet) {
   EXPECT_GE(parts["fixed"]["element"], 15);
   EXPECT_EQ(parts["fixed"]["point"][2], 2.0);
   EXPECT_EQ(parts["moving"]["point"][2], 5.0);
+  for (const auto& [part, triangles] : {std::pair{"top", 8}, {"upper", 32}}) {
+    const json sets = travel({model, "--direction", "0", "0", "-2", "--part", "lid", part});
+    EXPECT_EQ(sets["distance"], 3.0);
+    EXPECT_EQ(sets["fixed"]["triangles"], triangles) << part;
+  }
   const json never = travel({model, "--direction", "0", "0", "1", "--part", "lid", "C3D8"});
   EXPECT_EQ(never["meets"], false);
   EXPECT_FALSE(never.contains("distance"));

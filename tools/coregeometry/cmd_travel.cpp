@@ -20,7 +20,7 @@ struct Arguments {
 struct Side {
   cow_String file, root, part;
   cow_CountedHld<bme_Mesh> mesh;
-  cli_Skin skin;
+  bme_FaceTriangles skin;
 
   Side(const Arguments& arguments, std::size_t i) {
     const auto choose = [i](const std::vector<std::string>& given) {
@@ -31,10 +31,10 @@ struct Side {
     const cls_Database model = cls_Database::Open(file);
     root = cli_ChooseMesh(model, arguments.names.size() == 1 ? arguments.names[0] : choose(arguments.names));
     mesh = model.Get<bme_Mesh>(root);
-    skin = cli_MakeSkin(*mesh, part, file + ", " + root);
+    skin = cli_MakeSkin(model, root, *mesh, part);
   }
   int ElementLabel(int triangle) const {
-    const unsigned element = skin.element[static_cast<std::size_t>(triangle)];
+    const unsigned element = bme_ElementOf(skin.words[static_cast<std::size_t>(triangle)]);
     unsigned classIndex = 0, inClass = 0;
     const bme_ElementData& elements = mesh->ElementData();
     if (elements.HasUserElementLabels() && elements.GetClassAndElemIndex(element, classIndex, inClass))
@@ -42,10 +42,10 @@ struct Side {
     return static_cast<int>(element) + 1;
   }
   gsl_TriangleTree Tree(const gsl_Vector& direction) const {
-    return {mesh->NodeData().Coordinates().Const(), skin.triangles, direction};
+    return {mesh->NodeData().Coordinates().Const(), skin.nodes, direction};
   }
   cli_Json Facts() const {
-    cli_Json facts = {{"file", file}, {"mesh", root}, {"triangles", skin.element.size()}};
+    cli_Json facts = {{"file", file}, {"mesh", root}, {"triangles", skin.words.size()}};
     if (!part.empty()) facts["part"] = part;
     return facts;
   }
@@ -116,7 +116,7 @@ void cli_AddTravel(CLI::App& app) {
       ->add_option(
           "--part", arguments->parts,
           "Part of the first model, then of the second: an element type, a category of elements or its "
-          "last piece. With one model both parts are of it")
+          "last piece, a set or a surface. With one model both parts are of it")
       ->type_name("NAME")
       ->expected(1, 2);
   command
