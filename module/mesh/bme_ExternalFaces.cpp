@@ -31,9 +31,9 @@ std::optional<Listed> Choose(const bme_FEMElemList& elements, const bme_FaceOpti
 
 /// What is known of the faces of solids after the first pass.
 struct FirstPass {
-  std::vector<unsigned> pairs;     ///< words, two each
-  std::vector<unsigned> collapsed; ///< words
-  std::vector<std::pair<bme_FaceKey, unsigned>> suspects;
+  std::vector<unsigned> pairs;                            ///< words, two each
+  std::vector<unsigned> collapsed;                        ///< words
+  std::vector<std::pair<bme_FaceKey, unsigned>> suspects; ///< faces to be counted
 };
 
 struct Pending {
@@ -189,7 +189,6 @@ std::optional<bme_FaceSets> bme_ComputeFaces(const bme_FEMElemList& elements,
   if (!HaveNodes(listed->surfaces, numNodes)) return std::nullopt;
   bme_WorkProgress progress(bme_COMPUTING_FACES, 2 * listed->numSolids);
   FirstPass found;
-  bme_FaceGroups groups(numNodes, listed->solids);
   {
     std::size_t numFaces = 0;
     for (const bme_SolidClass& solids : listed->solids.classes)
@@ -199,8 +198,10 @@ std::optional<bme_FaceSets> bme_ComputeFaces(const bme_FEMElemList& elements,
     for (const bme_SolidClass& solids : listed->solids.classes)
       if (!match(listed->solids, solids, numNodes, options.wantInterior, table, found, progress))
         return std::nullopt;
-    table.ForEachWaiting([&](const bme_FaceKey& key, unsigned word) { groups.Add(key, word); });
+    table.ForEachWaiting(
+        [&](const bme_FaceKey& key, unsigned word) { found.suspects.emplace_back(key, word); });
   }
+  bme_FaceGroups groups(numNodes, listed->solids);
   for (const auto& [key, word] : found.suspects) groups.Add(key, word);
   const std::vector<Hit> hits = CountGroups(*listed, groups, progress);
   if (options.shellsCoverSolids) Cover(*listed, groups);

@@ -16,5 +16,4 @@ bool cli_IsPart(const bme_ElementClass& type, const cow_String& part);
 
 /// Of the classes that the part names, or of all when it is empty. Throws nex_TextException, beginning with
 /// `place`, when there is no such class, none of them has faces, or an element has a node that is not there.
-/// For the time being: to be replaced by the entity lists' external faces.
 cli_Skin cli_MakeSkin(const bme_Mesh& mesh, const cow_String& part, const cow_String& place);
