@@ -85,7 +85,8 @@ bool MatchClass(const bme_Solids& all, const bme_SolidClass& solids, unsigned nu
     }
     for (std::size_t i = 0; i < count; ++i) table.PrefetchChain(pending[i].key);
     for (std::size_t i = 0; i < count; ++i) {
-      const auto& [key, word] = pending[i];
+      const bme_FaceKey& key = pending[i].key;
+      const unsigned word = pending[i].word;
       const unsigned partner = table.Match(
           key, word, [&](unsigned other) { return !kMatchAllNodes || all.HaveSameNodes(word, other); });
       if (partner == bme_kNone) continue;
