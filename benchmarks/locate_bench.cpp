@@ -1,6 +1,7 @@
 // From points to elements and iso coordinates. Counter "speed": time of the yardstick over time of the work.
 // Yardsticks are VTK's cells and its static cell locator where VTK is installed, else one pass over the
 // coordinates; "worst" is the largest error of an iso coordinate.
+#include "BlockMesh.h"
 #include "SideBySide.h"
 
 #include <CoreGeometry/bme_ElementLocator.h>
@@ -40,9 +41,6 @@ const Type kTypes[] = {{"C3D8", 12},
                        {"S8R", 23},
                        {"STRI65", 22}};
 
-double Between(std::mt19937& random, double low, double high) {
-  return std::uniform_real_distribution(low, high)(random);
-}
 shp_IsoPoint InsideOf(const shp_Shape& shape, std::mt19937& random) {
   shp_IsoPoint iso{};
   double sum = 0;
@@ -124,45 +122,6 @@ void InverseMapping(benchmark::State& state) {
   SideBySide(state, static_cast<double>(isos.size()), locateAll, yardstick);
   state.counters["speed"] = 1 / state.counters["ratio"];
   state.counters["worst"] = worst;
-}
-
-/// n x n x n cubes of one type with shared nodes, each moved a little.
-bme_Mesh* Block(const shp_Shape& shape, int n) {
-  const bool isTetrahedron = shape.Options().Family() == shp_Family::Tetrahedron;
-  const int perCube = shape.NumBaseNodes() == shape.NumCorners() ? 1 : 2, width = n * perCube + 1;
-  std::mt19937 random(2);
-  cow_ArrayCOW<float> xyz;
-  xyz.ResizeUninitialised(3 * static_cast<std::size_t>(width) * width * width);
-  auto* at = xyz.Modify().data();
-  for (int k = 0; k < width * width * width; ++k)
-    for (const int step : {k % width, k / width % width, k / width / width})
-      *at++ = static_cast<float>((step + Between(random, -0.12, 0.12)) / perCube);
-  std::vector<std::vector<int>> cells = {{0, 1, 3, 2, 4, 5, 7, 6}}; // corners by bits: x 1, y 2, z 4
-  if (isTetrahedron)
-    cells = {{0, 1, 3, 7}, {0, 3, 2, 7}, {0, 2, 6, 7}, {0, 6, 4, 7}, {0, 4, 5, 7}, {0, 5, 1, 7}};
-  const shp_ShapeDictionary dictionary;
-  const shp_Shape& corners = *dictionary.GetShape(isTetrahedron ? "C3D4" : "C3D8");
-  std::vector<int> pattern; // lattice offsets of the nodes of a cube's elements
-  for (const auto& cell : cells)
-    for (const shp_IsoPoint& iso : shape.NodeCoordinates()) {
-      std::vector<double> weights(cell.size());
-      corners.ShapeFunctions(iso, weights);
-      Point p{};
-      for (std::size_t k = 0; k < cell.size(); ++k)
-        for (std::size_t axis = 0; axis < 3; ++axis) p[axis] += weights[k] * (cell[k] >> axis & 1) * perCube;
-      pattern.push_back(
-          static_cast<int>(std::lround(p[0]) + width * (std::lround(p[1]) + width * std::lround(p[2]))));
-    }
-  cow_ArrayCOW<int> nodes;
-  nodes.ResizeUninitialised(static_cast<std::size_t>(n) * n * n * pattern.size());
-  int* node = nodes.Modify().data();
-  for (int k = 0; k < n * n * n; ++k)
-    for (const int offset : pattern)
-      *node++ = offset + perCube * (k % n + width * (k / n % n + width * (k / n / n)));
-  bme_ElementClass* classes[] = {
-      new bme_ElementClass(shape.Label(), cls_xp2DArrayInt(shape.NodeCoordinates().size(), nodes))};
-  return new bme_Mesh(1, new bme_NodeData(uti_CoordCont3D(xyz)), new bme_ElementData(classes, 1),
-                      bme_NATIVE_MESH, nullptr);
 }
 
 /// Random points in a block of elements: build, one by one, and a batch, against VTK's static cell locator.

@@ -5,6 +5,7 @@
 #include <CoreGeometry/bme_EntityWord.h>
 #include <CoreUtils/cow_String.h>
 #include <algorithm>
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -77,7 +78,7 @@ protected:
       arrange(bme_MeshOrder);
     else
       arrange(std::identity());
-    words_.erase(std::ranges::unique(words_).begin(), words_.end());
+    words_.erase(std::unique(words_.begin(), words_.end()), words_.end());
   }
 
 private:

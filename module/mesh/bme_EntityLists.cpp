@@ -66,7 +66,7 @@ std::vector<int> bme_CornersOfElement(const shp_Shape& shape) {
     std::iota(corners.begin(), corners.end(), 0);
   }
   std::ranges::sort(corners);
-  corners.erase(std::ranges::unique(corners).begin(), corners.end());
+  corners.erase(std::unique(corners.begin(), corners.end()), corners.end());
   return corners;
 }
 

@@ -31,9 +31,9 @@ std::optional<Listed> Choose(const bme_FEMElemList& elements, const bme_FaceOpti
 
 /// What is known of the faces of solids after the first pass.
 struct FirstPass {
-  std::vector<unsigned> pairs;     ///< words, two each
-  std::vector<unsigned> collapsed; ///< words
-  std::vector<std::pair<bme_FaceKey, unsigned>> suspects;
+  std::vector<unsigned> pairs;                            ///< words, two each
+  std::vector<unsigned> collapsed;                        ///< words
+  std::vector<std::pair<bme_FaceKey, unsigned>> suspects; ///< faces to be counted
 };
 
 struct Pending {
@@ -85,7 +85,8 @@ bool MatchClass(const bme_Solids& all, const bme_SolidClass& solids, unsigned nu
     }
     for (std::size_t i = 0; i < count; ++i) table.PrefetchChain(pending[i].key);
     for (std::size_t i = 0; i < count; ++i) {
-      const auto& [key, word] = pending[i];
+      const bme_FaceKey& key = pending[i].key;
+      const unsigned word = pending[i].word;
       const unsigned partner = table.Match(
           key, word, [&](unsigned other) { return !kMatchAllNodes || all.HaveSameNodes(word, other); });
       if (partner == bme_kNone) continue;
@@ -189,7 +190,6 @@ std::optional<bme_FaceSets> bme_ComputeFaces(const bme_FEMElemList& elements,
   if (!HaveNodes(listed->surfaces, numNodes)) return std::nullopt;
   bme_WorkProgress progress(bme_COMPUTING_FACES, 2 * listed->numSolids);
   FirstPass found;
-  bme_FaceGroups groups(numNodes, listed->solids);
   {
     std::size_t numFaces = 0;
     for (const bme_SolidClass& solids : listed->solids.classes)
@@ -199,8 +199,10 @@ std::optional<bme_FaceSets> bme_ComputeFaces(const bme_FEMElemList& elements,
     for (const bme_SolidClass& solids : listed->solids.classes)
       if (!match(listed->solids, solids, numNodes, options.wantInterior, table, found, progress))
         return std::nullopt;
-    table.ForEachWaiting([&](const bme_FaceKey& key, unsigned word) { groups.Add(key, word); });
+    table.ForEachWaiting(
+        [&](const bme_FaceKey& key, unsigned word) { found.suspects.emplace_back(key, word); });
   }
+  bme_FaceGroups groups(numNodes, listed->solids);
   for (const auto& [key, word] : found.suspects) groups.Add(key, word);
   const std::vector<Hit> hits = CountGroups(*listed, groups, progress);
   if (options.shellsCoverSolids) Cover(*listed, groups);

@@ -27,9 +27,12 @@ bool bme_Solids::HaveSameNodes(unsigned wordA, unsigned wordB) const {
   return nodesOf(wordA) == nodesOf(wordB);
 }
 
-bme_FaceTable::bme_FaceTable(std::size_t numNodes, std::size_t numFaces) : heads_(numNodes, bme_kNone) {
-  constexpr std::size_t kFacesPerWord = 8;
-  while (seenShift_ < 3 && numFaces > kFacesPerWord * (numNodes << seenShift_)) ++seenShift_;
+bme_FaceTable::bme_FaceTable(std::size_t numNodes, std::size_t numFaces) {
+  constexpr std::size_t kFacesPerWord = 8, kFacesPerChain = 7;
+  while (chainShift_ < 3 && numFaces > kFacesPerChain * (numNodes << chainShift_)) ++chainShift_;
+  while (seenShift_ < 4 && numFaces > kFacesPerWord * (numNodes << seenShift_)) ++seenShift_;
+  chainMask_ = (1U << chainShift_) - 1;
+  heads_.assign(numNodes << chainShift_, bme_kNone);
   seen_.assign(numNodes << seenShift_, 0);
 }
 

@@ -88,9 +88,9 @@ private:
   std::vector<std::uint64_t> bits_;
 };
 
-/// Faces that wait for the other element that has them: chains of records by smallest corner. A face that
-/// finds its like takes it out, and its record is used again, so the table holds little more than the front
-/// that moves through the mesh.
+/// Faces that wait for the other element that has them: chains of records by smallest corner, several chains
+/// a corner where many faces have the same one. A face that finds its like takes it out, and its record is
+/// used again, so the table holds little more than the front that moves through the mesh.
 ///
 /// A face that comes a third time finds nothing. Its like leaves a trace, though: bits by hashed key, so that
 /// the second pair of the same four faces is noticed (and now and then a pair that was the only one).
@@ -100,16 +100,16 @@ public:
   bme_FaceTable(std::size_t numNodes, std::size_t numFaces);
 
   void Prefetch(const bme_FaceKey& key) const noexcept {
-    __builtin_prefetch(&heads_[key[0]], 1);
+    __builtin_prefetch(&heads_[ChainOf(key)], 1);
     __builtin_prefetch(&seen_[static_cast<std::size_t>(key[0]) << seenShift_], 1);
   }
   void PrefetchChain(const bme_FaceKey& key) const noexcept {
-    if (const unsigned head = heads_[key[0]]; head != bme_kNone) __builtin_prefetch(&records_[head], 1);
+    if (const unsigned head = heads_[ChainOf(key)]; head != bme_kNone) __builtin_prefetch(&records_[head], 1);
   }
   /// Word of the same face of another element, which leaves the table; bme_kNone when there is none, and the
   /// face waits.
   template<class IsSame> unsigned Match(const bme_FaceKey& key, unsigned word, IsSame isSame) {
-    for (unsigned* link = &heads_[key[0]]; *link != bme_kNone;) {
+    for (unsigned* link = &heads_[ChainOf(key)]; *link != bme_kNone;) {
       Record& record = records_[*link];
       if (record.rest[0] == key[1] && record.rest[1] == key[2] && record.rest[2] == key[3]
           && bme_ElementOf(record.word) != bme_ElementOf(word) && isSame(record.word)) {
@@ -129,10 +129,11 @@ public:
 
   /// visit(key, word) for every face that still waits.
   template<class Visit> void ForEachWaiting(Visit visit) const {
-    for (std::size_t node = 0; node < heads_.size(); ++node)
-      for (unsigned at = heads_[node]; at != bme_kNone; at = records_[at].next) {
+    for (std::size_t chain = 0; chain < heads_.size(); ++chain)
+      for (unsigned at = heads_[chain]; at != bme_kNone; at = records_[at].next) {
         const Record& record = records_[at];
-        visit(bme_FaceKey{static_cast<unsigned>(node), record.rest[0], record.rest[1], record.rest[2]},
+        visit(bme_FaceKey{static_cast<unsigned>(chain >> chainShift_), record.rest[0], record.rest[1],
+                          record.rest[2]},
               record.word);
       }
   }
@@ -144,12 +145,17 @@ private:
     unsigned word;
   };
   void Insert(const bme_FaceKey& key, unsigned word);
+  std::size_t ChainOf(const bme_FaceKey& key) const noexcept {
+    const unsigned others = key[1] ^ key[2] ^ key[3];
+    return static_cast<std::size_t>(key[0]) << chainShift_ | ((others ^ others >> 3) & chainMask_);
+  }
 
-  std::vector<unsigned> heads_; ///< by smallest corner
+  unsigned chainShift_ = 0, chainMask_ = 0; ///< chains a corner, as a power of 2
+  std::vector<unsigned> heads_;
   std::vector<Record> records_;
   unsigned free_ = bme_kNone;
   unsigned seenShift_ = 0; ///< words of bits a node, as a power of 2
-  std::vector<std::uint64_t> seen_;
+  std::vector<std::uint32_t> seen_;
 };
 
 inline void bme_FaceTable::Insert(const bme_FaceKey& key, unsigned word) {
@@ -160,15 +166,16 @@ inline void bme_FaceTable::Insert(const bme_FaceKey& key, unsigned word) {
     at = static_cast<unsigned>(records_.size());
     records_.emplace_back();
   }
-  records_[at] = {heads_[key[0]], {key[1], key[2], key[3]}, word};
-  heads_[key[0]] = at;
+  unsigned& head = heads_[ChainOf(key)];
+  records_[at] = {head, {key[1], key[2], key[3]}, word};
+  head = at;
 }
 
 inline bool bme_FaceTable::WasSeen(const bme_FaceKey& key) noexcept {
   std::uint64_t hash = (key[1] | std::uint64_t{key[2]} << 32) * 0x9E3779B97F4A7C15U;
   hash = (hash ^ hash >> 29 ^ key[3]) * 0xBF58476D1CE4E5B9U;
-  const std::uint64_t bits = std::uint64_t{1} << (hash >> 58) | std::uint64_t{1} << (hash >> 52 & 63);
-  std::uint64_t& seen = seen_[(static_cast<std::size_t>(key[0]) << seenShift_)
+  const std::uint32_t bits = std::uint32_t{1} << (hash >> 59) | std::uint32_t{1} << (hash >> 54 & 31);
+  std::uint32_t& seen = seen_[(static_cast<std::size_t>(key[0]) << seenShift_)
                               + (hash >> 40 & ((std::uint64_t{1} << seenShift_) - 1))];
   const bool was = (seen & bits) == bits;
   seen |= bits;

@@ -3,13 +3,13 @@
 #include <CoreGeometry/bme_ExternalFaces.h>
 #include <algorithm>
 
-namespace {
-bool IsNamed(const bme_ElementClass& type, const cow_String& part) {
+bool cli_IsPart(const bme_ElementClass& type, const cow_String& part) {
   const cow_String& category = type.CategoryLabel();
   return part.empty() || part == type.ElemTypeLabel() || part == category
          || part == category.substr(category.rfind('/') + 1);
 }
 
+namespace {
 cow_String PartNames(const bme_ElementData& elements, std::span<const exo_ImportedSet> sets) {
   cow_String names;
   const auto add = [&](const cow_String& name) { names += (names.empty() ? "" : ", ") + name; };
@@ -35,7 +35,7 @@ bme_FEMFaceList FacesOf(const cls_Database& model, const cow_String& root, const
   bme_FEMElemList chosen(mesh);
   bool isThere = part.empty();
   for (unsigned i = 0; i < elements.NumClasses(); ++i) {
-    if (!IsNamed(elements.GetClass(i), part)) continue;
+    if (!cli_IsPart(elements.GetClass(i), part)) continue;
     isThere = true;
     chosen = chosen.Union(bme_FEMElemList::OfClass(mesh, i));
   }

@@ -5,6 +5,9 @@
 
 #include <CoreGeometry/bme_FaceTriangles.h>
 
+/// Whether a part is named by the class: by its element type, its category or the last piece of that.
+bool cli_IsPart(const bme_ElementClass& type, const cow_String& part);
+
 /// The outside of a part of a mesh, cut into triangles between the corners of the faces: surface elements as
 /// they are, of solids the faces that no other solid of the part has; of a surface its own faces. A part is
 /// an element type, the category of an element class or its last piece, or a set or surface of the mesh; an

@@ -2,6 +2,7 @@
 #include "cli_Console.h"
 #include "cli_Regions.h"
 
+#include <CoreGeometry/bme_EntityList.h>
 #include <CoreGeometry/rgnC_Facet.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
@@ -21,28 +22,6 @@ const char* ItemName(const rgnC_SetData& set, long long count) {
   case res_ELEMENT_SET: return isOne ? "element" : "elements";
   default: return isOne ? "facet" : "facets";
   }
-}
-
-/// "1:100:2,205": runs of at least three with one step become first:last, or first:last:step.
-cow_String Compact(std::span<const int> labels) {
-  constexpr std::size_t kShortest = 3;
-  cow_String text;
-  for (std::size_t i = 0; i < labels.size();) {
-    const long long step = i + 1 < labels.size() ? static_cast<long long>(labels[i + 1]) - labels[i] : 0;
-    std::size_t end = i + 1;
-    while (step != 0 && end < labels.size() && static_cast<long long>(labels[end]) - labels[end - 1] == step)
-      ++end;
-    if (!text.empty()) text += ",";
-    text += std::to_string(labels[i]);
-    if (end - i < kShortest) {
-      ++i;
-      continue;
-    }
-    text += ":" + std::to_string(labels[end - 1]);
-    if (step != 1) text += ":" + std::to_string(step);
-    i = end;
-  }
-  return text;
 }
 
 /// Items of one subset with the same facet.
@@ -216,7 +195,7 @@ void PrintOne(const Arguments& arguments, const cls_Database& model, const cli_R
   for (const auto& [id, all] : byMesh)
     for (const Part& part : all.Parts()) {
       if (!arguments.json) {
-        std::cout << "  " << part.what << ": " << Compact(part.labels) << '\n';
+        std::cout << "  " << part.what << ": " << bme_CompactLabels(part.labels) << '\n';
         continue;
       }
       cli_Json facts = part.facts;
