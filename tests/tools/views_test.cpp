@@ -116,8 +116,7 @@ TEST_F(Views, ExportListsEveryElementTypeThatIsNotTheSameAfterwards) {
     if (numNodes < 1) continue;
     std::vector<int> nodes(static_cast<std::size_t>(numNodes));
     std::iota(nodes.begin(), nodes.end(), 0);
-    classes.push_back(
-        new bme_ElementClass(label, cls_xp2DArrayInt(nodes.size(), cow_ArrayCOW<int>(nodes))));
+    classes.push_back(new bme_ElementClass(label, cls_xp2DArrayInt(nodes.size(), cow_ArrayCOW<int>(nodes))));
     most = std::max(most, numNodes);
   }
   const auto count = classes.size();
@@ -129,6 +128,7 @@ TEST_F(Views, ExportListsEveryElementTypeThatIsNotTheSameAfterwards) {
   std::string told;
   for (const exo_LedgerEntry& entry : exo_WriteMesh(folder_ / "all.exo", mesh, {}))
     told += entry.what + ": " + entry.detail + "; ";
+  const std::size_t unknown = told.find("element types unknown to the format");
   const exo_Import again = exo_ReadMesh(folder_ / "all.exo", exo_TypeMap());
   std::size_t same = 0;
   for (unsigned i = 0; i < count; ++i) {
@@ -138,6 +138,9 @@ TEST_F(Views, ExportListsEveryElementTypeThatIsNotTheSameAfterwards) {
                         && std::ranges::equal(before.Connectivity(0), after.Connectivity(0));
     const bool isTold = told.find(" " + before.ElemTypeLabel() + ", as ") != std::string::npos;
     EXPECT_NE(isSame, isTold) << before.ElemTypeLabel() << " -> " << after.ElemTypeLabel();
+    EXPECT_TRUE(after.IsSupported()
+                || told.find(" " + before.ElemTypeLabel() + ", as ", unknown) != std::string::npos)
+        << before.ElemTypeLabel() << " -> " << after.ElemTypeLabel();
     // whole elements have each node where the shape of the new label has it
     if (after.IsSupported() && after.NumNodesPerElem() == before.NumNodesPerElem()) {
       const auto ours = before.Shape()->NodeCoordinates(), theirs = after.Shape()->NodeCoordinates();
@@ -299,7 +302,7 @@ TEST_F(Views, SkinsHaveTheFacesThatNoOtherElementHasWithTheirSources) {
   const json facts = Facts({"skin", model, "-o", skin, "--edges"});
   EXPECT_EQ(facts["faces"], 14);
   EXPECT_EQ(facts["shells"], 14);
-  EXPECT_EQ(facts["edges"], 20); // of the whole box 12, and where its colours meet 4, ... none in between
+  EXPECT_EQ(facts["edges"], 24); // upright 3 on each of 4 lines, above and below 4 each, between blocks 4
   const exo_Import import = exo_ReadMesh(skin, exo_TypeMap());
   EXPECT_EQ(import.mesh->NodeData().GetMeshNodeIndex(500), 0U);
   EXPECT_EQ(import.mesh->ElementData().GetClass(0).ElemTypeLabel(), "S4");
@@ -329,9 +332,12 @@ struct Picture {
   std::string At(int x, int y) const {
     const unsigned char* p = &rgb[3 * static_cast<std::size_t>(y * width + x)];
     const auto [low, high] = std::minmax({p[0], p[1], p[2]});
-    if (high < 90) return "dark";
     if (high - low < 30) return "light";
     return p[2] == high ? "blue" : p[0] == high ? "orange" : "other";
+  }
+  int Sum(int x, int y) const {
+    const unsigned char* p = &rgb[3 * static_cast<std::size_t>(y * width + x)];
+    return p[0] + p[1] + p[2];
   }
   int width = 0, height = 0;
   std::vector<unsigned char> rgb;
@@ -352,7 +358,7 @@ TEST_F(Views, PicturesShowWhatIsInFrontInItsColour) {
   EXPECT_EQ(above.At(100, 50), "orange");
   EXPECT_EQ(above.At(140, 50), "orange"); // the square is 86 wide
   EXPECT_EQ(above.At(150, 50), "light");
-  EXPECT_EQ(above.At(143, 50), "dark"); // its edge
+  EXPECT_LT(above.Sum(142, 50) + 60, above.Sum(140, 50)); // its edge
   EXPECT_EQ(draw({"--view", "0,0,-1"}).At(100, 50), "blue");
   const Picture side = draw({"--view", "0,-5,0"});
   EXPECT_EQ(side.At(100, 21), "orange");

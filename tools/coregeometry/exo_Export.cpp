@@ -169,9 +169,12 @@ private:
         block.nodes[row * order.size() + static_cast<std::size_t>(order[k])] = all[row * columns + k] + 1;
   }
 
+  /// Adds one more to the details, unless it is there.
   cow_String Joined(const cow_String& what, const cow_String& more) {
     const cow_String& before = details_[what];
-    return before.empty() ? more : before.find(more) != cow_String::npos ? before : before + "; " + more;
+    if (before.empty()) return more;
+    const bool isThere = ("; " + before + ";").find("; " + more + ";") != cow_String::npos;
+    return isThere ? before : before + "; " + more;
   }
 
   void AddLabels() {
