@@ -380,4 +380,44 @@ TEST_F(Views, PicturesAreRefusedForWrongViewsSizesAndSets) {
   EXPECT_EQ(code("--sets", "nothing"), 1);
   EXPECT_FALSE(std::filesystem::exists(file));
 }
+/// Each fault once, by labels: a cube twice, once inside out; a flat tetrahedron; a hexahedron with a corner
+/// pushed through, one that is a wedge; two triangles that go the same way along their edge; a node of
+/// nobody.
+TEST_F(Views, ChecksFindElementsAndNodesThatMakeNoSense) {
+  ExodusMesh mesh = OneHex();
+  const auto add = [&](const std::vector<double>& more) {
+    mesh.xyz.insert(mesh.xyz.end(), more.begin(), more.end());
+  };
+  add({0, 0, 5, 1, 0, 5, 1, 1, 5, 0, 1, 5, 0, 0, 6, 1, 0, 6, -2, -2, 3, 0, 1, 6}); // 9 to 16
+  add({0, 0, 8, 1, 0, 8, 1, 1, 8, 0, 0, 9, 1, 0, 9, 1, 1, 9});                     // 17 to 22
+  add({0, 0, 8, 5, 0, 0, 6, 0, 0, 5, 1, 0, 5, -1, 0});                             // 23 to 27
+  mesh.blocks = {{1, "HEX", 8, {5, 6,  7,  8,  1,  2,  3,  4,  1,  2,  3,  4,  5,  6,  7,  8,
+                                9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 19, 20, 21, 22, 22}},
+                 {2, "TET", 4, {1, 2, 3, 4}},
+                 {3, "TRI", 3, {24, 25, 26, 24, 25, 27}}};
+  mesh.elementLabels = {10, 11, 13, 14, 12, 15, 16};
+  const ToolRun run = RunTool({"check", Import(mesh, "bad"), "--json"});
+  EXPECT_EQ(run.exitCode, 1);
+  const json facts = json::parse(run.out, nullptr, false);
+  EXPECT_EQ(facts["faults"], 3);
+  const std::pair<const char*, std::vector<int>> expected[] = {
+      {"inside out; the worst is 10, with -0.", {10}},
+      {"folded", {13}},
+      {"not positive at a node; the worst is 14, with 0 of", {14}},
+      {"without length, area or volume", {12}},
+      {"same nodes as another", {10, 11}},
+      {"belong to no element", {23}},
+      {"where another node is", {23}},
+      {"edge that no other shell has", {15, 16}},
+      {"normal points the other way", {15, 16}}};
+  EXPECT_EQ(facts["findings"].size(), std::size(expected)) << facts["findings"].dump(1);
+  for (const auto& [text, labels] : expected) {
+    const auto found = std::ranges::find_if(facts["findings"], [&, t = text](const json& finding) {
+      return finding["what"].get<std::string>().find(t) != std::string::npos;
+    });
+    ASSERT_NE(found, facts["findings"].end()) << text << '\n' << facts["findings"].dump(1);
+    EXPECT_EQ((*found)["labels"], json(labels)) << text;
+    EXPECT_NE((*found)["advice"], "");
+  }
+}
 } // namespace

@@ -21,7 +21,7 @@ long long ElementLabel(const bme_ElementData& elements, unsigned element) {
 void Add(chk_Findings& findings, const char* className, const char* field, const char* what,
          const char* advice, std::vector<long long> labels) {
   std::ranges::sort(labels);
-  labels.erase(std::ranges::unique(labels).begin(), labels.end());
+  labels.erase(std::unique(labels.begin(), labels.end()), labels.end());
   if (!labels.empty())
     findings.Add(className, field, std::to_string(labels.size()) + " " + what, advice, labels, kNote);
 }

@@ -124,7 +124,7 @@ std::vector<unsigned char> pic_Canvas::Pixels() const {
         for (std::size_t k = 0; k < n * n; ++k)
           sum += static_cast<double>(samples_[(y * n + k / n) * columns + x * n + k % n].light[channel]);
         const double shown = std::sqrt(sum / static_cast<double>(n * n));
-        pixels.push_back(static_cast<unsigned char>(shown * 255 + 0.5));
+        pixels.push_back(static_cast<unsigned char>(std::lround(shown * 255)));
       }
   return pixels;
 }
