@@ -29,7 +29,7 @@ protected:
     std::vector<float> nodes;
     std::vector<int> rows, labels;
     for (int i = 0; i < 12; ++i) {
-      nodes.insert(nodes.end(), {static_cast<float>(i / 4), static_cast<float>(i % 4 / 2),
+      nodes.insert(nodes.end(), {static_cast<float>(-(i / 4)), static_cast<float>(i % 4 / 2),
                                  static_cast<float>((i % 4 + 1) / 2 % 2)});
       labels.push_back(100 + i);
     }

@@ -28,6 +28,14 @@ private:
   std::vector<chk_Finding>& findings_;
 };
 
+/// Elements inside out, without size, or with a Jacobian that is not positive at integration points or nodes.
+/// Every node of an element must be there.
+void chk_Elements(const bme_Mesh& mesh, chk_Findings& findings);
+
+/// Duplicated elements, nodes without elements or at the same place, and of shells open edges, edges of more
+/// than two, and neighbours with opposite normals; all of them notes. Every node of an element must be there.
+void chk_Topology(const bme_Mesh& mesh, chk_Findings& findings);
+
 /// Consistency of a mesh: lengths, connectivity within the node table, unique labels, finite coordinates,
 /// known element types.
 void chk_Mesh(const bme_Mesh& mesh, chk_Findings& findings);

@@ -117,11 +117,14 @@ private:
 
   /// Of the set that stands for the class, or the number given.
   std::int64_t BlockId(const bme_ElementClass& type, const cow_String& name, std::int64_t otherwise) {
+    cow_String longName = name;
     for (std::size_t i = 0; i < sets_.size(); ++i) {
       const exo_ImportedSet& set = sets_[i];
       if (isBlock_[i] || set.kind != rgnC_ELEMENT_SET) continue;
       const cow_String id = "block " + std::to_string(set.data.GetSetIndex());
-      if (set.name != name && set.name != id && set.name != name + " (" + id + ")") continue;
+      if (set.name != name && set.name != id
+          && set.name != longName.assign(name).append(" (").append(id).append(")"))
+        continue;
       if (set.name == id && !name.empty() && name != id) continue;
       if (!HoldsAll(set.data, type)) continue;
       isBlock_[i] = true;
@@ -151,7 +154,7 @@ private:
     else
       std::iota(order.begin(), order.end(), 0);
     sides_.push_back(name ? name->sides : std::vector<exo_Side>());
-    const cow_String label = type.ElemTypeLabel();
+    const cow_String& label = type.ElemTypeLabel();
     block.type = name ? name->name : label;
     const cow_String what = label + ", as " + block.type + std::to_string(order.size());
     if (name && name->label != label)
@@ -169,9 +172,12 @@ private:
         block.nodes[row * order.size() + static_cast<std::size_t>(order[k])] = all[row * columns + k] + 1;
   }
 
+  /// Adds one more to the details, unless it is there.
   cow_String Joined(const cow_String& what, const cow_String& more) {
     const cow_String& before = details_[what];
-    return before.empty() ? more : before.find(more) != cow_String::npos ? before : before + "; " + more;
+    if (before.empty()) return more;
+    const bool isThere = ("; " + before + ";").find("; " + more + ";") != cow_String::npos;
+    return isThere ? before : before + "; " + more;
   }
 
   void AddLabels() {

@@ -182,7 +182,7 @@ std::optional<exo_TypeName> exo_NameType(const shp_Shape& shape, int numDims) {
     if (row.inPlane != row.inSpace && !isInSpace) continue; // a name that means two things
     const char* label = isInSpace ? row.labelInSpace : row.labelInPlane;
     const bool hasSides = !isShell || SideFormOf(row.family, numDims) == exo_SideForm::FacesThenEdges;
-    const int worth = 2 * (label && label == shape.Label()) + (hasSides ? 1 : 0);
+    const int worth = (label && label == shape.Label() ? 4 : 0) + (hasSides ? 2 : 0) + (label ? 1 : 0);
     if (worth <= bestWorth) continue;
     best = &row;
     bestWorth = worth;

@@ -48,8 +48,8 @@ pic_Canvas::Sample pic_Canvas::Shaded(double depth, const pic_Vector& normal, co
   const double diffuse = std::max(0.0, Dot(facing, kToLight));
   double gloss = std::max(0.0, Dot(facing, kHalfway));
   for (int i = 0; i < 5; ++i) gloss *= gloss; // to the power of 32
-  const double shade = 0.42 + 0.12 * facing[2] + 0.48 * diffuse;
-  const auto lit = [&](double part) { return Light(part * shade + 0.12 * gloss); };
+  const double shade = 0.60 + 0.10 * facing[2] + 0.40 * diffuse;
+  const auto lit = [&](double part) { return Light(part * shade + 0.08 * gloss); };
   return {static_cast<float>(depth), {lit(colour.red), lit(colour.green), lit(colour.blue)}};
 }
 
@@ -124,7 +124,7 @@ std::vector<unsigned char> pic_Canvas::Pixels() const {
         for (std::size_t k = 0; k < n * n; ++k)
           sum += static_cast<double>(samples_[(y * n + k / n) * columns + x * n + k % n].light[channel]);
         const double shown = std::sqrt(sum / static_cast<double>(n * n));
-        pixels.push_back(static_cast<unsigned char>(shown * 255 + 0.5));
+        pixels.push_back(static_cast<unsigned char>(std::lround(shown * 255)));
       }
   return pixels;
 }

@@ -1,0 +1,423 @@
+// What leaves a model: files for other programs, outsides, pictures.
+#include "ExodusWriter.h"
+#include "ToolRun.h"
+
+#include <BasicUtils/thr_ThreadSingleton.h>
+#include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/shp_ShapeDictionary.h>
+#include <algorithm>
+#include <cstring>
+#include <exo_Export.h>
+#include <exo_Import.h>
+#include <exodusII.h>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <numeric>
+#include <png.h>
+#include <zlib.h>
+
+namespace {
+using nlohmann::json;
+using Numbers = std::vector<std::int64_t>;
+
+class Views : public testing::Test {
+protected:
+  static json Facts(std::vector<std::string> arguments) {
+    arguments.emplace_back("--json");
+    const ToolRun run = RunTool(arguments);
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    return json::parse(run.out, nullptr, false);
+  }
+  std::string Import(const ExodusMesh& mesh, const std::string& name) const {
+    mesh.Write(folder_ / (name + ".exo"));
+    return ImportFile(folder_ / (name + ".exo"), name);
+  }
+  std::string ImportFile(const std::string& file, const std::string& name) const {
+    const std::string model = folder_ / (name + ".cgdb");
+    const ToolRun run = RunTool({"import", file, "-o", model, "--name", "m"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    return model;
+  }
+  /// Exported, imported again and compared.
+  void ExpectSameAfterRoundTrip(const std::string& model) const {
+    const json out = Facts({"export", model, "-o", folder_ / "again.exo"});
+    EXPECT_TRUE(out["notCarried"].empty()) << out["notCarried"];
+    const std::string again = ImportFile(folder_ / "again.exo", "again");
+    EXPECT_EQ(RunTool({"diff", model, again}).out, "no differences\n");
+    std::filesystem::remove(again);
+  }
+
+  const TestFolder folder_;
+};
+
+struct Type {
+  const char* name;
+  int numNodes;
+  int numSides;
+};
+constexpr Type kInSpace[] = {{"HEX", 8, 6},    {"HEX", 20, 6},   {"HEX27", 27, 6}, {"TET4", 4, 4},
+                             {"TETRA", 10, 4}, {"WEDGE", 6, 5},  {"WEDGE", 15, 5}, {"WEDGE", 18, 5},
+                             {"SHELL", 4, 6},  {"SHELL8", 8, 6}, {"SHELL", 9, 6},  {"TRI", 3, 5},
+                             {"TRI", 6, 5},    {"QUAD", 4, 4},   {"BEAM", 2, 1},   {"BEAM", 3, 1},
+                             {"TRUSS", 2, 1},  {"BAR", 3, 1},    {"SPHERE", 1, 0}, {"PYRAMID", 5, 2}};
+constexpr Type kInPlane[] = {{"QUAD", 4, 4}, {"QUAD", 8, 4}, {"TRI", 3, 3},   {"TRI", 6, 3},
+                             {"BEAM", 2, 1}, {"BEAM", 3, 1}, {"TRUSS", 3, 1}, {"QUAD", 9, 2}};
+
+/// Two elements of each type, a surface of all their sides, labels that are neither dense nor sorted.
+ExodusMesh OneOfEach(int dims, std::span<const Type> types) {
+  ExodusMesh mesh;
+  mesh.dims = dims;
+  mesh.title = "one / of each";
+  constexpr int kNumNodes = 60;
+  for (int i = 0; i < dims * kNumNodes; ++i) mesh.xyz.push_back(i * i % 97 / 8.0);
+  for (int i = 0; i < kNumNodes; ++i) mesh.nodeLabels.push_back(1000 - 7 * i);
+  ExodusSet sides{EX_SIDE_SET, 31, "all sides", {}, {}}, elements{EX_ELEM_SET, 4, "some", {}, {}};
+  std::int64_t id = 70, element = 0;
+  for (const Type& type : types) {
+    ExodusBlock block{id -= 3, type.name, type.numNodes, {}, id % 2 ? "" : "part " + std::to_string(id)};
+    for (int e = 0; e < 2; ++e) {
+      ++element;
+      for (int k = 0; k < type.numNodes; ++k) block.nodes.push_back((k * 7 + 29 * e) % kNumNodes + 1);
+      for (int side = 1; side <= type.numSides; ++side) {
+        sides.entries.push_back(element);
+        sides.sides.push_back(side);
+      }
+      mesh.elementLabels.push_back(5 * element % 1000 + 300);
+    }
+    elements.entries.push_back(element);
+    mesh.blocks.push_back(block);
+  }
+  mesh.blocks.push_back({900, types[0].name, types[0].numNodes, {}, "empty"});
+  mesh.sets = {{EX_NODE_SET, 12, "corner", {9, 2, 5}}, {EX_NODE_SET, 3, "", {1}},
+               {EX_NODE_SET, 5, "none", {}},           sides,
+               {EX_SIDE_SET, 8, "corner", {1}, {1}},   elements};
+  return mesh;
+}
+
+TEST_F(Views, ExportedFilesBecomeTheSameModelAgain) {
+  ExpectSameAfterRoundTrip(ImportFile(SAMPLE, "sample"));
+  ExpectSameAfterRoundTrip(Import(OneOfEach(3, kInSpace), "space"));
+  ExpectSameAfterRoundTrip(Import(OneOfEach(2, kInPlane), "plane"));
+  for (const char* file : {"hex8_shell4_sets.g", "results_hex8_5steps.e"})
+    if (const std::string path = std::string(SHARED_DATA) + "/" + file; std::filesystem::exists(path))
+      ExpectSameAfterRoundTrip(ImportFile(path, file));
+}
+
+/// Every label of the dictionary: what a reader makes of the file is the same element, or the ledger tells.
+TEST_F(Views, ExportListsEveryElementTypeThatIsNotTheSameAfterwards) {
+  const DDB_CoreGeometry library;
+  auto& dictionary = thr_ThreadSingleton<shp_ShapeDictionary>::Instance();
+  std::vector<bme_ElementClass*> classes;
+  int most = 1;
+  for (const auto& [label, key] : dictionary.LabelTable()) {
+    const int numNodes = dictionary.GetShape(label)->NumNodes();
+    if (numNodes < 1) continue;
+    std::vector<int> nodes(static_cast<std::size_t>(numNodes));
+    std::iota(nodes.begin(), nodes.end(), 0);
+    classes.push_back(new bme_ElementClass(label, cls_xp2DArrayInt(nodes.size(), cow_ArrayCOW<int>(nodes))));
+    most = std::max(most, numNodes);
+  }
+  const auto count = classes.size();
+  ASSERT_GT(count, 600U);
+  const std::vector<float> xyz(static_cast<std::size_t>(3 * most));
+  const bme_Mesh mesh(0, new bme_NodeData(uti_CoordCont3D(cow_ArrayCOW<float>(xyz))),
+                      new bme_ElementData(classes.data(), static_cast<unsigned>(count)), bme_NATIVE_MESH,
+                      nullptr);
+  std::string told;
+  for (const exo_LedgerEntry& entry : exo_WriteMesh(folder_ / "all.exo", mesh, {}))
+    told += entry.what + ": " + entry.detail + "; ";
+  const std::size_t unknown = told.find("element types unknown to the format");
+  const exo_Import again = exo_ReadMesh(folder_ / "all.exo", exo_TypeMap());
+  std::size_t same = 0;
+  for (unsigned i = 0; i < count; ++i) {
+    const bme_ElementClass &before = mesh.ElementData().GetClass(i),
+                           &after = again.mesh->ElementData().GetClass(i);
+    const bool isSame = before.ElemTypeLabel() == after.ElemTypeLabel()
+                        && std::ranges::equal(before.Connectivity(0), after.Connectivity(0));
+    const bool isTold = told.find(" " + before.ElemTypeLabel() + ", as ") != std::string::npos;
+    EXPECT_NE(isSame, isTold) << before.ElemTypeLabel() << " -> " << after.ElemTypeLabel();
+    EXPECT_TRUE(after.IsSupported()
+                || told.find(" " + before.ElemTypeLabel() + ", as ", unknown) != std::string::npos)
+        << before.ElemTypeLabel() << " -> " << after.ElemTypeLabel();
+    // whole elements have each node where the shape of the new label has it
+    if (after.IsSupported() && after.NumNodesPerElem() == before.NumNodesPerElem()) {
+      const auto ours = before.Shape()->NodeCoordinates(), theirs = after.Shape()->NodeCoordinates();
+      for (std::size_t k = 0; k < std::min(ours.size(), theirs.size()); ++k) {
+        const auto node = static_cast<std::size_t>(after.Connectivity(0)[k]);
+        EXPECT_EQ(theirs[k], node < ours.size() ? ours[node] : shp_IsoPoint())
+            << before.ElemTypeLabel() << ' ' << k;
+      }
+    }
+    same += isSame;
+  }
+  EXPECT_GT(same, 15U);
+}
+
+TEST_F(Views, ExportRefusesWhatItCannotWriteAndLeavesNothingBehind) {
+  const std::string model = Import(OneHex(), "hex");
+  EXPECT_EQ(RunTool({"export", model, "-o", folder_ / "hex.stl"}).exitCode, 2);
+  for (const std::string name : {"no folder/hex.exo", "no folder/hex.vtu"}) {
+    const ToolRun run = RunTool({"export", model, "-o", folder_ / name});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find(name), std::string::npos) << run.err;
+  }
+}
+
+/// The arrays of a VTU file by name.
+class Vtu {
+public:
+  explicit Vtu(const std::string& file) {
+    std::ifstream in(file, std::ios::binary);
+    text_.assign(std::istreambuf_iterator<char>(in), {});
+    appended_ = text_.find("\n_") + 2;
+  }
+  template<class T> std::vector<T> Array(const std::string& name) const {
+    const std::size_t at = text_.find("Name=\"" + name + "\"");
+    if (at == std::string::npos || at > appended_) return {};
+    const std::size_t offset = text_.find("offset=\"", at) + 8;
+    std::size_t position = appended_ + std::stoul(text_.substr(offset, 20));
+    std::uint64_t counts[3];
+    const std::string head = Decode(position, 24);
+    std::memcpy(counts, head.data(), 24);
+    const std::string whole = Decode(position, 24 + 8 * counts[0]);
+    std::vector<std::uint64_t> lengths(counts[0]);
+    std::memcpy(lengths.data(), whole.data() + 24, 8 * counts[0]);
+    position += (whole.size() + 2) / 3 * 4;
+    const std::string packed =
+        Decode(position, std::accumulate(lengths.begin(), lengths.end(), std::uint64_t{0}));
+    std::string bytes;
+    std::size_t start = 0;
+    for (std::size_t i = 0; i < counts[0]; ++i) {
+      uLongf length = i + 1 == counts[0] && counts[2] ? counts[2] : counts[1];
+      std::string block(length, 0);
+      EXPECT_EQ(uncompress(reinterpret_cast<Bytef*>(block.data()), &length,
+                           reinterpret_cast<const Bytef*>(packed.data()) + start, lengths[i]),
+                Z_OK);
+      bytes += block;
+      start += lengths[i];
+    }
+    std::vector<T> values(bytes.size() / sizeof(T));
+    std::memcpy(values.data(), bytes.data(), values.size() * sizeof(T));
+    return values;
+  }
+  const std::string& Text() const { return text_; }
+
+private:
+  std::string Decode(std::size_t position, std::size_t count) const {
+    static const std::string kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string bytes;
+    unsigned word = 0, bits = 0;
+    for (; bytes.size() < count; ++position) {
+      word = word << 6 | static_cast<unsigned>(kDigits.find(text_.at(position)));
+      bits += 6;
+      if (bits >= 8) bytes += static_cast<char>(word >> (bits -= 8) & 255);
+    }
+    return bytes;
+  }
+  std::string text_;
+  std::size_t appended_ = 0;
+};
+
+TEST_F(Views, VtuFilesHoldPointsCellsLabelsAndSets) {
+  const std::string model = ImportFile(SAMPLE, "sample");
+  Facts({"export", model, "-o", folder_ / "sample.vtu"});
+  const exo_Import import = exo_ReadMesh(SAMPLE, exo_TypeMap());
+  const Vtu vtu(folder_ / "sample.vtu");
+  const bme_NodeData& nodes = import.mesh->NodeData();
+  EXPECT_NE(vtu.Text().find("NumberOfPoints=\"1441\" NumberOfCells=\"945\""), std::string::npos);
+  EXPECT_TRUE(std::ranges::equal(vtu.Array<float>("Points"), nodes.Coordinates().Const()));
+  EXPECT_TRUE(std::ranges::equal(vtu.Array<int>("NodeLabel"), nodes.UserNodeLabels().Const()));
+  const auto offsets = vtu.Array<std::int64_t>("offsets");
+  const auto connectivity = vtu.Array<int>("connectivity"), labels = vtu.Array<int>("ElementLabel");
+  const auto types = vtu.Array<unsigned char>("types");
+  ASSERT_EQ(offsets.size(), 945U);
+  for (unsigned i = 0; i < 945; ++i) {
+    const bme_ElementClass& type = import.mesh->ElementData().GetElemClass(i);
+    const int inClass = static_cast<int>(i) - type.FirstElementIndex();
+    EXPECT_EQ(labels[i], type.UserElementLabels()[static_cast<std::size_t>(inClass)]);
+    const auto start = static_cast<std::size_t>(i ? offsets[i - 1] : 0);
+    ASSERT_EQ(static_cast<std::size_t>(offsets[i]) - start, type.Connectivity(inClass).size());
+    EXPECT_TRUE(std::is_permutation(type.Connectivity(inClass).begin(), type.Connectivity(inClass).end(),
+                                    connectivity.begin() + static_cast<std::ptrdiff_t>(start)));
+    EXPECT_NE(types[i], 2) << "a cloud of points";
+  }
+  const auto fixed = vtu.Array<signed char>("fixed");
+  const auto set = std::ranges::find(import.sets, "fixed", &exo_ImportedSet::name);
+  ASSERT_EQ(fixed.size(), 1441U);
+  EXPECT_EQ(std::accumulate(fixed.begin(), fixed.end(), 0), set->data.SubSet(0).NumItems());
+}
+
+TEST_F(Views, VtuCellsHaveTheirMiddleNodesBelowAboveThenUpright) {
+  ExodusMesh mesh;
+  for (const shp_IsoPoint& node : exo_NodeCoordinates(exo_Cell::Hexahedron, 20))
+    mesh.xyz.insert(mesh.xyz.end(), node.begin(), node.end());
+  mesh.blocks = {{1, "HEX", 20, Numbers(20)}};
+  std::iota(mesh.blocks[0].nodes.begin(), mesh.blocks[0].nodes.end(), 1);
+  Facts({"export", Import(mesh, "hex20"), "-o", folder_ / "hex20.vtu"});
+  const Vtu vtu(folder_ / "hex20.vtu");
+  const auto points = vtu.Array<float>("Points");
+  const auto cell = vtu.Array<int>("connectivity");
+  EXPECT_EQ(vtu.Array<unsigned char>("types"), std::vector<unsigned char>{25});
+  constexpr int kEnds[][2] = {{0, 1}, {1, 2}, {2, 3}, {3, 0}, {4, 5}, {5, 6},
+                              {6, 7}, {7, 4}, {0, 4}, {1, 5}, {2, 6}, {3, 7}};
+  for (std::size_t k = 0; k < 12; ++k)
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      const auto at = [&](std::size_t i) { return points[3 * static_cast<std::size_t>(cell[i]) + axis]; };
+      EXPECT_EQ(2 * at(8 + k),
+                at(static_cast<std::size_t>(kEnds[k][0])) + at(static_cast<std::size_t>(kEnds[k][1])))
+          << k;
+    }
+}
+
+/// Two cubes that share nothing, one above the other: different blocks. Around it a row of two that share a
+/// face.
+ExodusMesh Cubes() {
+  ExodusMesh mesh;
+  for (int k = 0; k < 4; ++k)
+    for (int i = 0; i < 4; ++i)
+      mesh.xyz.insert(mesh.xyz.end(), {double((i + 1) / 2 % 2), double(i / 2), double(k)});
+  mesh.blocks = {{1, "HEX", 8, {1, 2, 3, 4, 5, 6, 7, 8, 5, 6, 7, 8, 9, 10, 11, 12}, "low"},
+                 {2, "HEX", 8, {9, 10, 11, 12, 13, 14, 15, 16}, "high"}};
+  mesh.elementLabels = {40, 50, 60};
+  for (int i = 0; i < 16; ++i) mesh.nodeLabels.push_back(500 - i);
+  mesh.sets = {{EX_SIDE_SET, 1, "top", {3}, {6}}, {EX_NODE_SET, 1, "nodes", {1}}};
+  return mesh;
+}
+
+Numbers MapOf(const std::string& name, int id, std::size_t count) {
+  int real = 8, stored = 0;
+  float version = 0;
+  const int file = ex_open(name.c_str(), EX_READ, &real, &stored, &version);
+  ex_set_int64_status(file, EX_ALL_INT64_API);
+  Numbers map(count);
+  EXPECT_EQ(ex_get_num_map(file, EX_ELEM_MAP, id, map.data()), 0);
+  ex_close(file);
+  return map;
+}
+
+TEST_F(Views, SkinsHaveTheFacesThatNoOtherElementHasWithTheirSources) {
+  const std::string model = Import(Cubes(), "cubes"), skin = folder_ / "skin.exo";
+  const json facts = Facts({"skin", model, "-o", skin, "--edges"});
+  EXPECT_EQ(facts["faces"], 14);
+  EXPECT_EQ(facts["shells"], 14);
+  EXPECT_EQ(facts["edges"], 24); // upright 3 on each of 4 lines, above and below 4 each, between blocks 4
+  const exo_Import import = exo_ReadMesh(skin, exo_TypeMap());
+  EXPECT_EQ(import.mesh->NodeData().GetMeshNodeIndex(500), 0U);
+  EXPECT_EQ(import.mesh->ElementData().GetClass(0).ElemTypeLabel(), "S4");
+  std::map<std::int64_t, int> facesOf;
+  const Numbers elements = MapOf(skin, 1, 14 + facts["edges"].get<std::size_t>());
+  for (std::size_t i = 0; i < 14; ++i) ++facesOf[elements[i]];
+  EXPECT_EQ(facesOf, (std::map<std::int64_t, int>{{40, 5}, {50, 4}, {60, 5}}));
+  EXPECT_EQ(Facts({"skin", model, "-o", skin, "--sets", "top"})["faces"], 1);
+  EXPECT_EQ(Facts({"skin", model, "-o", skin, "--sets", "low"})["faces"], 10);
+  const ToolRun run = RunTool({"skin", model, "-o", skin, "--sets", "nodes"});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_NE(run.err.find("is a set of nodes"), std::string::npos) << run.err;
+}
+
+struct Picture {
+  explicit Picture(const std::string& file) {
+    png_image image = {};
+    image.version = PNG_IMAGE_VERSION;
+    EXPECT_TRUE(png_image_begin_read_from_file(&image, file.c_str())) << image.message;
+    image.format = PNG_FORMAT_RGB;
+    width = static_cast<int>(image.width);
+    height = static_cast<int>(image.height);
+    rgb.resize(PNG_IMAGE_SIZE(image));
+    EXPECT_TRUE(png_image_finish_read(&image, nullptr, rgb.data(), 0, nullptr)) << image.message;
+  }
+  /// What a pixel looks like.
+  std::string At(int x, int y) const {
+    const unsigned char* p = &rgb[3 * static_cast<std::size_t>(y * width + x)];
+    const auto [low, high] = std::minmax({p[0], p[1], p[2]});
+    if (high - low < 30) return "light";
+    return p[2] == high ? "blue" : p[0] == high ? "orange" : "other";
+  }
+  int Sum(int x, int y) const {
+    const unsigned char* p = &rgb[3 * static_cast<std::size_t>(y * width + x)];
+    return p[0] + p[1] + p[2];
+  }
+  int width = 0, height = 0;
+  std::vector<unsigned char> rgb;
+};
+
+TEST_F(Views, PicturesShowWhatIsInFrontInItsColour) {
+  const std::string model = Import(Cubes(), "cubes"), file = folder_ / "cubes.png";
+  const auto draw = [&](const std::vector<std::string>& more) {
+    std::vector<std::string> all{"render", model, "-o", file, "--size", "200x100"};
+    all.insert(all.end(), more.begin(), more.end());
+    const ToolRun run = RunTool(all);
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    return Picture(file);
+  };
+  const Picture above = draw({"--view", "0,0,1"});
+  EXPECT_EQ(above.width, 200);
+  EXPECT_EQ(above.height, 100);
+  EXPECT_EQ(above.At(100, 50), "orange");
+  EXPECT_EQ(above.At(140, 50), "orange"); // the square is 86 wide
+  EXPECT_EQ(above.At(150, 50), "light");
+  EXPECT_LT(above.Sum(142, 50) + 60, above.Sum(140, 50)); // its edge
+  EXPECT_EQ(draw({"--view", "0,0,-1"}).At(100, 50), "blue");
+  const Picture side = draw({"--view", "0,-5,0"});
+  EXPECT_EQ(side.At(100, 21), "orange");
+  EXPECT_EQ(side.At(100, 50), "blue");
+  EXPECT_EQ(side.At(100, 65), "blue"); // between two elements that share a face no edge is drawn
+  EXPECT_EQ(draw({"--view", "0,-5,0", "--sets", "high,low"}).At(100, 50), "orange");
+  EXPECT_EQ(draw({"--view", "1,1,1", "--edges"}).rgb, draw({"--view", "1,1,1", "--edges"}).rgb);
+}
+
+TEST_F(Views, PicturesAreRefusedForWrongViewsSizesAndSets) {
+  const std::string model = Import(Cubes(), "cubes"), file = folder_ / "cubes.png";
+  const auto code = [&](const std::string& option, const std::string& value) {
+    return RunTool({"render", model, "-o", file, option, value}).exitCode;
+  };
+  for (const char* size : {"200", "200x", "x100", "8x8", "200x99999", "20x30x40", "-20x30"})
+    EXPECT_EQ(code("--size", size), 2) << size;
+  EXPECT_EQ(code("--view", "0,0,0"), 2);
+  EXPECT_EQ(code("--view", "nan,0,1"), 2);
+  EXPECT_EQ(code("--sets", "nothing"), 1);
+  EXPECT_FALSE(std::filesystem::exists(file));
+}
+/// Each fault once, by labels: a cube twice, once inside out; a flat tetrahedron; a hexahedron with a corner
+/// pushed through, one that is a wedge; two triangles that go the same way along their edge; a node of
+/// nobody.
+TEST_F(Views, ChecksFindElementsAndNodesThatMakeNoSense) {
+  ExodusMesh mesh = OneHex();
+  const auto add = [&](const std::vector<double>& more) {
+    mesh.xyz.insert(mesh.xyz.end(), more.begin(), more.end());
+  };
+  add({0, 0, 5, 1, 0, 5, 1, 1, 5, 0, 1, 5, 0, 0, 6, 1, 0, 6, -2, -2, 3, 0, 1, 6}); // 9 to 16
+  add({0, 0, 8, 1, 0, 8, 1, 1, 8, 0, 0, 9, 1, 0, 9, 1, 1, 9});                     // 17 to 22
+  add({0, 0, 8, 5, 0, 0, 6, 0, 0, 5, 1, 0, 5, -1, 0});                             // 23 to 27
+  mesh.blocks = {{1, "HEX", 8, {5, 6,  7,  8,  1,  2,  3,  4,  1,  2,  3,  4,  5,  6,  7,  8,
+                                9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 19, 20, 21, 22, 22}},
+                 {2, "TET", 4, {1, 2, 3, 4}},
+                 {3, "TRI", 3, {24, 25, 26, 24, 25, 27}}};
+  mesh.elementLabels = {10, 11, 13, 14, 12, 15, 16};
+  const ToolRun run = RunTool({"check", Import(mesh, "bad"), "--json"});
+  EXPECT_EQ(run.exitCode, 1);
+  const json facts = json::parse(run.out, nullptr, false);
+  EXPECT_EQ(facts["faults"], 3);
+  const std::pair<const char*, std::vector<int>> expected[] = {
+      {"inside out; the worst is 10, with -0.", {10}},
+      {"folded", {13}},
+      {"not positive at a node; the worst is 14, with 0 of", {14}},
+      {"without length, area or volume", {12}},
+      {"same nodes as another", {10, 11}},
+      {"belong to no element", {23}},
+      {"where another node is", {23}},
+      {"edge that no other shell has", {15, 16}},
+      {"normal points the other way", {15, 16}}};
+  EXPECT_EQ(facts["findings"].size(), std::size(expected)) << facts["findings"].dump(1);
+  for (const auto& [text, labels] : expected) {
+    const auto found = std::ranges::find_if(facts["findings"], [&, t = text](const json& finding) {
+      return finding["what"].get<std::string>().find(t) != std::string::npos;
+    });
+    ASSERT_NE(found, facts["findings"].end()) << text << '\n' << facts["findings"].dump(1);
+    EXPECT_EQ((*found)["labels"], json(labels)) << text;
+    EXPECT_NE((*found)["advice"], "");
+  }
+}
+} // namespace
