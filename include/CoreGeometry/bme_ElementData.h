@@ -5,6 +5,8 @@
 #include <CoreGeometry/bme_ElementClass.h>
 #include <CoreUtils/omi_LabelTable.h>
 
+class bme_FEMElemList;
+
 /// The element classes of a mesh in order, with all elements numbered one after the other.
 ///
 /// Class i has class index i, and its first element index is the number of elements before it. One class with
@@ -72,6 +74,9 @@ public:
   /// Labels for a class without labels are dropped; too few or too many are replaced by consecutive ones from
   /// the next available label.
   bool AddElements(unsigned classIndex, const cow_List<int>& connectivity, const cow_List<int>& labels);
+  /// Removes listed elements from their classes, which stay even when nothing is left in them; false, and
+  /// nothing changes, when one is not here.
+  bool RemoveElements(const bme_FEMElemList& elements);
   /// Turns every element inside out. False when a class has no shape: it stays as it is.
   bool InvertElementsConnectivities();
   void UpdateConnectivity(const int* newNodeIndex); ///< newNodeIndex[n] replaces node n

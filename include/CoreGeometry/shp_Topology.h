@@ -12,6 +12,7 @@
 class gsl_Matrix;
 class gsl_Point;
 class shp_Basis;
+struct shp_MapTable;
 struct shp_Connectivity;
 struct shp_NodePattern;
 struct shp_WeightTables;
@@ -25,6 +26,11 @@ enum class shp_Location : int {
   Inside,
   OnBoundary, ///< within the box tolerance of the rim, from either side
   Degenerate  ///< the element has no volume, area or length there, or is inside out
+};
+
+/// Corners of a box in single precision.
+struct shp_FloatBox {
+  std::array<float, 3> low, high;
 };
 
 /// Dimensions, counts, flags, faces and edges of an element shape, all derived from its attribute key.
@@ -143,16 +149,33 @@ public:
   /// True containment: Locate says Inside or OnBoundary.
   bool FindPointInShape(const gsl_Point& target, std::span<const gsl_Point> nodes,
                         std::span<float, 3> iso) const;
-  /// In double precision, for elements of any size: damped Newton steps from several starts. Inside includes
-  /// gsl_Util's linear tolerance in iso coordinates; on lines and surfaces the target must lie within a
-  /// millionth of the element's box. The iso coordinates are set when the answer is not Outside or
-  /// Degenerate.
+  /// In double precision, for elements of any size: Newton steps, and where they do not arrive inside a
+  /// search by halves of the element. Inside includes gsl_Util's linear tolerance in iso coordinates; on
+  /// lines and surfaces the target must lie within a millionth of the element's box. The iso coordinates are
+  /// set when the answer is not Outside or Degenerate.
   shp_Location Locate(const std::array<double, 3>& target, std::span<const double> coordinates,
                       shp_IsoPoint& iso) const;
   /// Each target, three values, in its own element: a row of base nodes into the coordinates.
   void LocateEach(std::span<const double> targets, std::span<const int> connectivity,
                   std::span<const float> coordinates, std::span<shp_IsoPoint> isos,
                   std::span<shp_Location> locations) const;
+  /// For many candidates: as Locate, but where the target is not found the answer is Outside whatever the
+  /// element is. Without `thorough` only the Newton steps are made, which find nearly all points. Element
+  /// nodes are indices into the coordinates, three values a node.
+  shp_Location FindInElement(const std::array<double, 3>& target, std::span<const int> elementNodes,
+                             std::span<const float> coordinates, shp_IsoPoint& iso,
+                             bool thorough = true) const;
+  /// Distance to the closest place of the element, by descent on each face and edge from several starts, and
+  /// that place; 0 where FindInElement finds the target, infinite when there is nothing to be close to.
+  double FindClosestPoint(const std::array<double, 3>& target, std::span<const int> elementNodes,
+                          std::span<const float> coordinates, shp_IsoPoint& iso) const;
+  /// Flat or inside out at the centre or at a corner, or without size, or with a coordinate that is no
+  /// number.
+  bool IsDegenerate(std::span<const int> elementNodes, std::span<const float> coordinates) const;
+  /// Boxes outside of which Locate finds nothing, of elements whose rows begin every nodesPerRow numbers;
+  /// empty (low above high) for elements with a coordinate that is not a number.
+  void BoundEach(std::span<const int> connectivity, std::size_t nodesPerRow,
+                 std::span<const float> coordinates, std::span<shp_FloatBox> boxes) const;
   /// Where the line through two points enters and leaves the element: parameters are 0 and 1 at the points,
   /// at most two, the smallest and the largest of all hits. The first hit's point, and the node coordinates
   /// of its face, or of its edge for lines and for surfaces hit in their plane. True when there is a hit;
@@ -235,6 +258,7 @@ private:
   const shp_NodePattern* pattern_;       ///< null for points and analytic rigid surfaces
   const shp_Connectivity* connectivity_; ///< null without tables
   const shp_Basis* basis_ = nullptr;     ///< null without pattern
+  const shp_MapTable* map_ = nullptr;    ///< the same, for locating
   Counts counts_;
   int numNodes_ = 0;
   int numIntPts_ = 0;

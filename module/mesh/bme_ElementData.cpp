@@ -2,6 +2,7 @@
 
 #include "bme_Component.h"
 
+#include <CoreGeometry/bme_FEMElemList.h>
 #include <cls_Fields.h>
 #include <limits>
 
@@ -234,6 +235,22 @@ bool bme_ElementData::AddElements(unsigned classIndex, const cow_List<int>& conn
   }
   const std::vector<int> nodes(connectivity.begin(), connectivity.end());
   if (!GetClassToModify(classIndex).AppendElements(nodes, newLabels)) return false;
+  Init();
+  return true;
+}
+
+bool bme_ElementData::RemoveElements(const bme_FEMElemList& elements) {
+  const std::span<const unsigned> words = elements.Words();
+  if (words.empty()) return true;
+  if (words.back() >= NumElements()) return false;
+  std::vector<int> inClass;
+  for (std::size_t i = 0; i < words.size();) {
+    const unsigned position = GetClassIndex(words[i]);
+    inClass.clear();
+    for (; i < words.size() && words[i] < firstOfClass_[position + 1]; ++i)
+      inClass.push_back(static_cast<int>(words[i] - firstOfClass_[position]));
+    GetClassToModify(position).RemoveElements(static_cast<int>(inClass.size()), inClass.data());
+  }
   Init();
   return true;
 }

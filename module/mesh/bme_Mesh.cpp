@@ -1,7 +1,9 @@
 #include <CoreGeometry/bme_Mesh.h>
 
+#include "bme_ClassWalk.h"
 #include "bme_Component.h"
 
+#include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/gsl_Matrix.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
 #include <CoreUtils/omi_timers.h>
@@ -109,7 +111,38 @@ void bme_Mesh::ApplyTransform(const gsl_Matrix& matrix) {
   ComputeSphere();
 }
 
-void bme_Mesh::InvalidateMeshData() noexcept { ++changeCount_; }
+void bme_Mesh::CreateInverseConnectivity() const {
+  connectivity_.content = std::make_shared<bme_FEMConnect>(*this);
+  connectivity_.isValid = true;
+}
+
+const bme_FEMConnect& bme_Mesh::Connectivity() const {
+  if (!connectivity_.isValid) CreateInverseConnectivity();
+  return *connectivity_.content;
+}
+
+void bme_Mesh::InvalidateMeshData() noexcept {
+  connectivity_.isValid = false;
+  connectivity_.content.reset();
+  ++changeCount_;
+}
+
+bool bme_Mesh::ComputeFaceNorml(const bme_ElementClass& elements, unsigned elemIndexInClass, unsigned face,
+                                g3d_Vector& normal) const {
+  normal = {};
+  const shp_Shape* shape = elements.Shape();
+  if (!shape || elemIndexInClass >= static_cast<unsigned>(elements.NumElements())
+      || face >= bme_NumListedFaces(*shape))
+    return false;
+  const std::span<const int> row = elements.Connectivity(static_cast<int>(elemIndexInClass));
+  for (const int corner : bme_Corners(*shape, face))
+    if (static_cast<unsigned>(row[static_cast<std::size_t>(corner)]) >= NodeData().NumNodes()) return false;
+  std::array<double, 3> found{};
+  const bool hasArea =
+      shape->ComputeFaceNormal(row, static_cast<int>(face), NodeData().Coordinates().Const(), found) != 0;
+  for (unsigned axis = 0; axis < 3; ++axis) normal[axis] = static_cast<float>(found[axis]);
+  return hasArea;
+}
 
 void bme_Mesh::Print(aio_ostream& out) const {
   const bme_ElementData& elements = ElementData();

@@ -271,12 +271,28 @@ shp_Facts Changed(const shp_Facts& facts, const auto& changeCorner, const auto& 
 }
 
 TEST_F(shp_ConnectivityTest, ASlipInTheFactsOfAFamilyIsRefused) {
-  const auto same = [](auto... index) { return (index, ...); };
+  const auto same = [](int index) { return index; };
   const auto swapped = [](int a, int b) {
     return [=](int index) { return index == a ? b : index == b ? a : index; };
   };
+  const auto isRight = [](const shp_Facts& facts) {
+    return shp_FactsCheck::IsSound(facts) && shp_FactsCheck::HasFixedOrder(facts);
+  };
   for (const shp_Facts& facts : {kTriangle, kQuadrilateral, kTetrahedron, kHexahedron, kWedge}) {
-    EXPECT_TRUE(shp_FactsCheck::IsSound(Changed(facts, same, [](int, int k) { return k; })));
+    EXPECT_TRUE(isRight(Changed(facts, same, [](int, int k) { return k; })));
+    for (int changed = 0; changed < facts.NumFaces(); ++changed) {
+      const auto size = static_cast<int>(facts.faces[static_cast<std::size_t>(changed)].size());
+      for (int turn = 1; turn < size; ++turn)
+        EXPECT_FALSE(isRight(
+            Changed(facts, same, [&](int face, int k) { return face == changed ? (k + turn) % size : k; })))
+            << "face " << changed << " turned, of " << facts.NumFaces();
+      for (int other = 0; other < changed; ++other) {
+        shp_Facts exchanged{.numDims = facts.numDims, .corners = facts.corners, .faces = {}};
+        for (int face = 0; face < facts.NumFaces(); ++face)
+          exchanged.faces.Append(facts.faces[static_cast<std::size_t>(swapped(changed, other)(face))]);
+        EXPECT_FALSE(isRight(exchanged)) << "faces " << other << ' ' << changed << " of " << facts.NumFaces();
+      }
+    }
     for (int b = 1; b < facts.NumCorners(); ++b)
       for (int a = 0; a < b; ++a)
         EXPECT_FALSE(shp_FactsCheck::IsSound(Changed(facts, swapped(a, b), [](int, int k) { return k; })))

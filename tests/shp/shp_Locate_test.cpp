@@ -1,4 +1,5 @@
-#include <BasicUtils/omi_Singleton.h>
+#include "shp/AllocationCounter.h"
+
 #include <CoreGeometry/gsl_Point.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
 
@@ -28,7 +29,7 @@ protected:
     shp_IsoPoint iso{};
     std::vector<double> weights(static_cast<std::size_t>(numCorners));
     double sum = 0;
-    for (double& weight : weights) sum += weight = -std::log(Between(random, 1e-12, 1)) + 1e-5;
+    for (double& weight : weights) sum += weight = std::pow(-std::log(Between(random, 1e-12, 1)), 2) + 1e-5;
     for (std::size_t k = 0; k < weights.size(); ++k)
       for (std::size_t axis = 0; axis < 3; ++axis)
         iso[axis] += weights[k] / sum * shape.NodeCoordinates()[k][axis];
@@ -45,7 +46,7 @@ protected:
   static bool IsValid(const shp_Shape& shape, const std::vector<double>& xyz, int numCorners) {
     Random random(7);
     std::vector<shp_IsoPoint> slopes(xyz.size() / 3);
-    for (int sample = 0; sample < 300 + numCorners; ++sample) {
+    for (int sample = 0; sample < 600 + numCorners; ++sample) {
       const shp_IsoPoint iso = sample < numCorners ? shape.NodeCoordinates()[static_cast<std::size_t>(sample)]
                                                    : RandomInside(shape, random, numCorners);
       shape.ShapeDerivatives(iso, slopes);
@@ -60,12 +61,14 @@ protected:
                             : shape.NumGeomDims() == 2 ? z
                                                        : z * c[2] + (a[1] * b[2] - a[2] * b[1]) * c[0]
                                                              + (a[2] * b[0] - a[0] * b[2]) * c[1];
-      if (!(volume > 0.02)) return false;
+      if (!(volume > 0.08)) return false;
     }
     return true;
   }
-  /// Node coordinates with the corners moved by up to 30 % of an edge and the other nodes by up to 20 %.
-  static std::vector<double> Distorted(const shp_Shape& shape, Random& random, int numCorners) {
+  /// Node coordinates with the corners moved by up to 30 % of an edge and the other nodes by up to 20 %, or
+  /// some part of that.
+  static std::vector<double> Distorted(const shp_Shape& shape, Random& random, int numCorners,
+                                       double amount = 1) {
     std::vector<double> xyz;
     const auto nodes = shape.NodeCoordinates();
     const double edge = nodes[1][0] - nodes[0][0];
@@ -75,7 +78,7 @@ protected:
                              : static_cast<int>(node) < numCorners ? 0.3
                                                                    : 0.2;
         xyz.push_back(nodes[node][static_cast<std::size_t>(axis)]
-                      + Between(random, -share, share) * edge / 1.75);
+                      + amount * Between(random, -share, share) * edge);
       }
     return xyz;
   }
@@ -83,18 +86,24 @@ protected:
   const shp_ShapeDictionary dictionary_;
 };
 
+std::vector<gsl_Point> Points(const std::vector<double>& xyz) {
+  std::vector<gsl_Point> points;
+  for (std::size_t k = 0; k < xyz.size(); k += 3) points.emplace_back(xyz[k], xyz[k + 1], xyz[k + 2]);
+  return points;
+}
+
 TEST_F(shp_LocateTest, PointsInDistortedElementsOfAnySizeAreFound) {
   Random random(1);
   int tried = 0, missed = 0;
   for (const char* label : kPatterns) {
     const shp_Shape& shape = Shape(label);
     const int numCorners = shape.NumCorners();
-    for (int element = 0; element < 40; ++element) {
+    for (int element = 0; element < 300; ++element) {
       std::vector<double> xyz = Distorted(shape, random, numCorners);
       if (!IsValid(shape, xyz, numCorners)) continue;
       const double scale = std::pow(10, element % 13 - 6);
       for (std::size_t k = 0; k < xyz.size(); ++k)
-        xyz[k] = xyz[k] * scale + 3 * scale * static_cast<double>(k % 3);
+        xyz[k] = xyz[k] * scale + (element % 2 ? 3 : 30000) * scale * static_cast<double>(k % 3);
       for (int k = 0; k < 50; ++k) {
         const shp_IsoPoint iso = RandomInside(shape, random, numCorners);
         shp_IsoPoint found{9, 9, 9};
@@ -104,21 +113,15 @@ TEST_F(shp_LocateTest, PointsInDistortedElementsOfAnySizeAreFound) {
         ++tried;
         if (!right) {
           ++missed;
-          ADD_FAILURE() << label << " element " << element << " verdict " << static_cast<int>(location) << ' '
-                        << iso[0] << ' ' << iso[1] << ' ' << iso[2] << " found " << found[0] << ' '
-                        << found[1] << ' ' << found[2];
+          std::cout << label << " element " << element << " verdict " << static_cast<int>(location) << ' '
+                    << iso[0] << ' ' << iso[1] << ' ' << iso[2] << " found " << found[0] << ' ' << found[1]
+                    << ' ' << found[2] << '\n';
         }
       }
     }
   }
-  EXPECT_GT(tried, 24 * 500);
+  EXPECT_GT(tried, 24 * 1500);
   EXPECT_LE(missed, tried / 10000);
-}
-
-std::vector<gsl_Point> Points(const std::vector<double>& xyz) {
-  std::vector<gsl_Point> points;
-  for (std::size_t k = 0; k < xyz.size(); k += 3) points.emplace_back(xyz[k], xyz[k + 1], xyz[k + 2]);
-  return points;
 }
 
 TEST_F(shp_LocateTest, TheVerdictTellsRimOutsideAndElementsThatAreNone) {
@@ -204,29 +207,103 @@ TEST_F(shp_LocateTest, TheSinglePrecisionIterationKeepsItsRules) {
   EXPECT_FALSE(Shape("MASS").FindIsoPointLocation(gsl_Point(0, 0, 0), Points({0, 0, 0}), iso));
 }
 
-/// Where both find a point well inside, they find the same one.
+/// In elements of which no two places have one image, both find the same one.
 TEST_F(shp_LocateTest, BothPrecisionsAgree) {
   Random random(3);
-  int compared = 0;
   for (const char* label : kPatterns) {
     const shp_Shape& shape = Shape(label);
-    for (int element = 0; element < 10; ++element) {
-      std::vector<double> xyz = Distorted(shape, random, shape.NumCorners());
-      if (!IsValid(shape, xyz, shape.NumCorners())) continue;
-      for (int k = 0; k < 10; ++k) {
-        const Vector target = Position(shape, xyz, RandomInside(shape, random, shape.NumCorners()));
-        std::array<float, 3> single{}, exact{};
-        const gsl_Point point(target[0], target[1], target[2]);
-        if (!shape.FindIsoPointLocation(point, Points(xyz), single)) continue;
-        if (!shape.FindPointInShape(point, Points(xyz), exact)) continue;
-        // the single-precision one may have stopped at another preimage: it then maps to the target as well
-        const gsl_Point back = shape.InterpolatePointFromNodes(Points(xyz), single);
-        EXPECT_LT(back.GetDistance(point), 2e-3) << label;
-        compared += std::abs(single[0] - exact[0]) + std::abs(single[1] - exact[1]) < 5e-3F;
+    for (int k = 0; k < 100; ++k) {
+      const std::vector<gsl_Point> nodes = Points(Distorted(shape, random, shape.NumCorners(), 0.17));
+      const shp_IsoPoint iso = RandomInside(shape, random, shape.NumCorners());
+      std::array<float, 3> single{9, 9, 9}, exact{9, 9, 9};
+      const std::array<float, 3> rounded = {static_cast<float>(iso[0]), static_cast<float>(iso[1]),
+                                            static_cast<float>(iso[2])};
+      const gsl_Point target = shape.InterpolatePointFromNodes(nodes, rounded);
+      ASSERT_TRUE(shape.FindIsoPointLocation(target, nodes, single)) << label;
+      ASSERT_TRUE(shape.FindPointInShape(target, nodes, exact)) << label;
+      for (std::size_t axis = 0; axis < 3; ++axis) {
+        EXPECT_NEAR(exact[axis], iso[axis], 2e-6) << label;
+        EXPECT_NEAR(single[axis], exact[axis], 5e-4) << label; // its last step may be as long
       }
     }
   }
-  EXPECT_GT(compared, 1800);
+}
+
+TEST_F(shp_LocateTest, DegenerateElementsOfEveryFamilyAreReported) {
+  using enum shp_Location;
+  Random random(6);
+  for (const char* label : kPatterns) {
+    const shp_Shape& shape = Shape(label);
+    const auto corners = shape.NumCorners();
+    const auto last = static_cast<std::size_t>(shape.NumGeomDims()) - 1;
+    for (int k = 0; k < 60; ++k) {
+      const std::vector<double> whole = Distorted(shape, random, corners, 0.12);
+      const shp_IsoPoint iso = RandomInside(shape, random, corners);
+      std::vector<double> flat = whole, mirrored = whole, joined = whole;
+      for (std::size_t i = 0; i < whole.size(); ++i) {
+        if (i % 3 == last) flat[i] = 4;
+        if (i % 3 == 0) mirrored[i] = -mirrored[i];
+      }
+      for (int pair = 0; pair <= k % 3; ++pair) { // nodes that coincide, edges without length
+        const std::size_t a = random() % (whole.size() / 3), b = random() % (whole.size() / 3);
+        for (std::size_t axis = 0; axis < 3; ++axis) joined[3 * a + axis] = joined[3 * b + axis];
+      }
+      const auto locate = [&](const std::vector<double>& xyz, const Vector& target, shp_IsoPoint& found) {
+        const shp_Location location = shape.Locate(target, xyz, found);
+        EXPECT_TRUE(std::isfinite(found[0]) && std::isfinite(found[1]) && std::isfinite(found[2])) << label;
+        return location;
+      };
+      shp_IsoPoint found{};
+      EXPECT_EQ(locate(flat, Position(shape, flat, iso), found), Degenerate) << label;
+      if (last == 2) {
+        EXPECT_EQ(locate(mirrored, Position(shape, mirrored, iso), found), Degenerate) << label;
+      }
+      const Vector target = Position(shape, joined, iso);
+      const shp_Location location = locate(joined, target, found);
+      EXPECT_NE(location, Outside) << label;
+      if (location != Degenerate) {
+        const Vector image = Position(shape, joined, found);
+        for (std::size_t axis = 0; axis < 3; ++axis) EXPECT_NEAR(image[axis], target[axis], 1e-5) << label;
+      }
+      const std::vector<double> point(whole.size(), 0.5);
+      EXPECT_EQ(locate(point, {0.5, 0.5, 0.5}, found), Degenerate) << label;
+    }
+  }
+}
+
+TEST_F(shp_LocateTest, QuestionsAboutWholeArraysDoNotAllocate) {
+  for (const char* label : kPatterns) {
+    const shp_Shape& shape = Shape(label);
+    const std::size_t size = shape.NodeCoordinates().size();
+    std::vector<double> xyz, jacobians(static_cast<std::size_t>(9 * shape.NumBaseIntPts()));
+    for (const shp_IsoPoint& node : shape.NodeCoordinates()) xyz.insert(xyz.end(), node.begin(), node.end());
+    const std::vector<gsl_Point> nodes = Points(xyz);
+    const std::vector<float> narrow(xyz.begin(), xyz.end());
+    std::vector<int> rows(2 * size);
+    for (std::size_t k = 0; k < rows.size(); ++k) rows[k] = static_cast<int>(k % size);
+    const std::vector<double> targets = {0.3, 0.2, 0.1, 1.3, 1.2, 1.1};
+    std::vector<shp_IsoPoint> isos(2);
+    std::vector<shp_Location> locations(2);
+    std::vector<shp_FloatBox> boxes(2);
+    std::vector<float> values(static_cast<std::size_t>(2 * 6 * shape.NumIntPts())), carried(2 * 6 * size);
+    std::vector<gsl_Point> face(9);
+    std::array<double, 2> parameters{};
+    const gsl_Point from(-9, 0.2, 0.1), to(9, 0.25, 0.1);
+    gsl_Point at;
+    int count = 0;
+    const auto ask = [&] {
+      shape.LocateEach(targets, rows, narrow, isos, locations);
+      shape.BoundEach(rows, size, narrow, boxes);
+      shape.FindClosestPoint({3, 3, 3}, rows, narrow, isos[0]);
+      shape.IntPtJacobians(xyz, jacobians);
+      shape.ExtrapolateEachToNodes(2, values, res_INTEGRATION_POINT, carried, 6);
+      shape.LineShapeIntersection(from, to, nodes, parameters, face, count, false, at);
+    };
+    ask(); // makes the singletons
+    const long before = NumAllocations();
+    ask();
+    EXPECT_EQ(NumAllocations(), before) << label;
+  }
 }
 
 TEST_F(shp_LocateTest, ALineEntersAndLeavesThroughFaces) {

@@ -192,40 +192,44 @@ TEST_F(shp_ShapeFunctionsTest, IntegralsOverTheBodySumToItsVolume) {
       const double taper = 1 + 0.3 * p[2] + (shape.NumBaseNodes() == 8 ? 0.1 * p[0] * p[1] : 0);
       nodes.emplace_back(p[0] * taper, p[1] * (1 + 0.2 * p[0]), p[2]);
     }
-    // the same by many small steps
-    double volume = 0, first = 0;
-    constexpr int n = 60;
-    std::vector<double> values(nodes.size());
-    const bool cube = shape.NumBaseNodes() == 8;
-    const double low = cube ? -1 : 0, step = (1 - low) / n;
-    for (int i = 0; i < n; ++i)
-      for (int j = 0; j < n; ++j)
-        for (int k = 0; k < n; ++k) {
-          const double zeta = shape.NumBaseNodes() == 4 ? (k + 0.5) * step : -1 + (k + 0.5) * 2 / n;
-          const std::array<float, 3> iso = {static_cast<float>(low + (i + 0.5) * step),
-                                            static_cast<float>(low + (j + 0.5) * step),
-                                            static_cast<float>(zeta)};
-          const float sum = iso[0] + iso[1] + (shape.NumBaseNodes() == 4 ? iso[2] : 0);
-          // cells cut by the slanted face count half
-          const double share = cube || sum < 1 - 1e-4F ? 1 : sum < 1 + 1e-4F ? 0.5 : 0;
-          if (share == 0) continue;
-          const gsl_Matrix m = shape.ShapeFunctionJacobian(nodes, iso);
-          const auto e = [&](unsigned row, unsigned column) { return m.Element(row, column); };
-          const double determinant = e(0, 0) * (e(1, 1) * e(2, 2) - e(1, 2) * e(2, 1))
-                                     - e(0, 1) * (e(1, 0) * e(2, 2) - e(1, 2) * e(2, 0))
-                                     + e(0, 2) * (e(1, 0) * e(2, 1) - e(1, 1) * e(2, 0));
-          const double cell =
-              share * determinant * step * step * (shape.NumBaseNodes() == 4 ? step : 2.0 / n);
-          shape.ShapeFunctions({iso[0], iso[1], iso[2]}, values);
-          volume += cell;
-          first += values[0] * cell;
-        }
+    // the same by three Gauss points a direction of a cube that is folded onto the element
+    double volume = 0;
+    std::vector<double> values(nodes.size()), expected(nodes.size());
+    const double root = std::sqrt(0.15), places[] = {0.5 - root, 0.5, 0.5 + root};
+    const double weights[] = {5.0 / 18, 8.0 / 18, 5.0 / 18};
+    for (int k = 0; k < 27; ++k) {
+      const double u = places[k % 3], v = places[k / 3 % 3], w = places[k / 9];
+      double weight = weights[k % 3] * weights[k / 3 % 3] * weights[k / 9];
+      shp_IsoPoint iso = {2 * u - 1, 2 * v - 1, 2 * w - 1};
+      if (shape.NumBaseNodes() == 8) {
+        weight *= 8;
+      } else {
+        const double rest = (1 - u) * (1 - v);
+        iso = {u, v * (1 - u), shape.NumBaseNodes() == 4 ? w * rest : iso[2]};
+        weight *= shape.NumBaseNodes() == 4 ? (1 - u) * rest : 2 * (1 - u);
+      }
+      std::vector<shp_IsoPoint> slopes(nodes.size());
+      shape.ShapeDerivatives(iso, slopes);
+      double e[3][3] = {};
+      for (std::size_t node = 0; node < nodes.size(); ++node)
+        for (unsigned row = 0; row < 3; ++row)
+          for (std::size_t column = 0; column < 3; ++column)
+            e[row][column] += nodes[node][row] * slopes[node][column];
+      const double cell = weight
+                          * (e[0][0] * (e[1][1] * e[2][2] - e[1][2] * e[2][1])
+                             - e[0][1] * (e[1][0] * e[2][2] - e[1][2] * e[2][0])
+                             + e[0][2] * (e[1][0] * e[2][1] - e[1][1] * e[2][0]));
+      shape.ShapeFunctions(iso, values);
+      volume += cell;
+      for (std::size_t node = 0; node < nodes.size(); ++node) expected[node] += values[node] * cell;
+    }
     std::vector<float> body(nodes.size(), -1);
     shape.BodyOp(nodes, body);
     double sum = 0;
     for (const float value : body) sum += value;
-    EXPECT_NEAR(sum, volume, 0.02 * volume) << label;
-    EXPECT_NEAR(body[0], first, 0.03 * first) << label;
+    EXPECT_NEAR(sum, volume, 1e-6 * volume) << label;
+    for (std::size_t node = 0; node < nodes.size(); ++node)
+      EXPECT_NEAR(body[node], expected[node], 1e-7 * volume) << label << " node " << node;
   }
   std::vector<gsl_Point> twenty(20);
   std::vector<float> untouched(20, -1);

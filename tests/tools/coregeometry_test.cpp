@@ -375,4 +375,79 @@ INSTANTIATE_TEST_SUITE_P(Shared, RealMesh,
                                                   {{"distribution factors of node sets", 250},
                                                    {"side set variables", 4}}}),
                          [](const auto& info) { return std::string(info.param.name).substr(0, 4); });
+
+TEST_F(Program, LocatesPointsGivenOnTheCommandLineAndInAFile) {
+  ASSERT_EQ(RunTool({"import", SAMPLE, "-o", model_}).exitCode, 0);
+  std::ofstream(folder_ / "points.txt")
+      << "# probes\n 0.0105, 0.0205  0.0021 # inside\n\n0.005 0.005 0.005\n";
+  const json found = Facts({"locate", model_, "0.01", "0.02", "-0.3", "--points", folder_ / "points.txt"});
+  ASSERT_EQ(found["points"].size(), 3U);
+  const json &outside = found["points"][0], &inside = found["points"][1], &shared = found["points"][2];
+  EXPECT_EQ(outside["verdict"], "outside");
+  EXPECT_EQ(outside["elements"].size(), 0U);
+  EXPECT_NEAR(outside["nearest"]["distance"].get<double>(), 0.3, 1e-9);
+  EXPECT_EQ(inside["verdict"], "inside");
+  ASSERT_EQ(inside["elements"].size(), 1U);
+  EXPECT_FALSE(inside.contains("nearest"));
+  EXPECT_EQ(shared["verdict"], "on boundary");
+  EXPECT_EQ(shared["elements"].size(), 7U);
+  // the answer is that of the element's own nodes
+  const json element = inside["elements"][0];
+  const json query = Facts({"query", model_, "--element", element["label"].dump()})["elements"][0];
+  EXPECT_EQ(query["index"], element["index"]);
+  EXPECT_EQ(query["type"], element["type"]);
+  double low[3] = {1, 1, 1}, high[3] = {};
+  for (const json& node : query["nodes"]) {
+    const json at = Facts({"query", model_, "--node", node.dump()})["nodes"][0]["coordinates"];
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      low[axis] = std::min(low[axis], at[axis].get<double>());
+      high[axis] = std::max(high[axis], at[axis].get<double>());
+    }
+  }
+  const double probe[] = {0.0105, 0.0205, 0.0021};
+  for (std::size_t axis = 0; axis < 3; ++axis) // a box along the axes
+    EXPECT_NEAR(element["iso"][axis].get<double>(),
+                2 * (probe[axis] - low[axis]) / (high[axis] - low[axis]) - 1, 1e-6);
+  EXPECT_EQ(
+      RunTool({"locate", model_, "0.01", "0.02", "-0.3"}).out.find("point (0.01, 0.02, -0.3): outside\n"),
+      0U);
+
+  EXPECT_EQ(RunTool({"locate", model_, "1", "2"}).exitCode, 2);
+  EXPECT_EQ(RunTool({"locate", model_, "1", "2", "nan"}).exitCode, 2);
+  EXPECT_EQ(RunTool({"locate", model_}).exitCode, 2);
+  std::ofstream(folder_ / "wrong.txt") << "1 2 3\n1 2 x\n";
+  const ToolRun wrong = RunTool({"locate", model_, "--points", folder_ / "wrong.txt"});
+  EXPECT_EQ(wrong.exitCode, 1);
+  EXPECT_NE(wrong.err.find("wrong.txt, line 2: \"x\" is no coordinate"), std::string::npos) << wrong.err;
+}
+
+TEST_F(Program, PrintsEverythingAboutOneShape) {
+  const json shape = Facts({"shapes", "--label", "c3d27"});
+  EXPECT_EQ(shape["exodus"], "HEX27");
+  EXPECT_EQ(shape["vtk"], json::parse(R"({"name": "VTK_TRIQUADRATIC_HEXAHEDRON", "type": 29})"));
+  // face centres and body centre: zeta, eta, xi here; the body first in Exodus II; xi, eta, zeta in VTK
+  const int exodus[] = {21, 22, 25, 24, 26, 23, 20}, vtk[] = {24, 25, 22, 21, 23, 20, 26};
+  for (std::size_t k = 0; k < 7; ++k) {
+    EXPECT_EQ(shape["nodeTable"][20 + k]["exodus"], exodus[k]) << k;
+    EXPECT_EQ(shape["nodeTable"][20 + k]["vtk"], vtk[k]) << k;
+  }
+  EXPECT_EQ(shape["edgeTable"].size(), 12U);
+  EXPECT_EQ(shape["edgeTable"][0], json::parse(R"({"addresses": [[0, 0], [5, 2]], "nodes": [0, 11, 3]})"));
+  EXPECT_EQ(shape["faceTable"][5]["centre"], json::parse("[-1.0, 0.0, 0.0]"));
+  EXPECT_EQ(shape["integrationPointTable"].size(), 27U);
+  EXPECT_TRUE(Facts({"shapes", "--label", "CCL12"})["vtk"].is_null());
+
+  const ToolRun text = RunTool({"shapes", "--label", "C3D20R"});
+  for (const char* line : {"C3D20R: hexahedron, 20 nodes, 8 integration points, order 2, in 3-D space\n",
+                           "  12          0         -1          1      16   12\n",
+                           "Exodus II: HEX20; VTK: VTK_QUADRATIC_HEXAHEDRON (25)\n",
+                           "   0  0 3 2 1 | 11 10 9 8\n", "    0.0 5.2   0 11 3\n"})
+    EXPECT_NE(text.out.find(line), std::string::npos) << line << text.out;
+  for (const auto& [label, key] : thr_ThreadSingleton<shp_ShapeDictionary>::Instance().LabelTable())
+    if (label.size() == 5) {
+      EXPECT_EQ(RunTool({"shapes", "--label", label}).exitCode, 0) << label;
+    }
+  EXPECT_EQ(RunTool({"shapes", "--label", "C3D21"}).exitCode, 1);
+  EXPECT_EQ(RunTool({"shapes", "--label", "C3D8", "--table"}).exitCode, 2);
+}
 } // namespace

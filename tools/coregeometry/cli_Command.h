@@ -32,3 +32,4 @@ void cli_AddCheck(CLI::App& app);
 void cli_AddDiff(CLI::App& app);
 void cli_AddDump(CLI::App& app);
 void cli_AddTravel(CLI::App& app);
+void cli_AddLocate(CLI::App& app);

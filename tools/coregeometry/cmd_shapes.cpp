@@ -1,5 +1,6 @@
 // coregeometry shapes: the element shapes that the library knows
 #include "cli_Model.h"
+#include "cli_ShapeSheet.h"
 
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
@@ -8,6 +9,7 @@
 namespace {
 struct Arguments {
   bool table = false, nodeCounts = false, json = false;
+  std::string label;
 };
 
 cli_Json AsJson(const shp_ShapeDictionary& dictionary) {
@@ -26,10 +28,21 @@ cli_Json AsJson(const shp_ShapeDictionary& dictionary) {
 }
 
 void Run(const Arguments& arguments) {
-  if (int{arguments.table} + int{arguments.nodeCounts} + int{arguments.json} != 1)
-    throw cli_UsageError("shapes: give one of --table, --node-counts and --json");
+  const bool one = !arguments.label.empty();
+  if (int{arguments.table} + int{arguments.nodeCounts} + int{arguments.json || one} != 1)
+    throw cli_UsageError("shapes: give one of --table, --node-counts, --label and --json");
   const auto& dictionary = thr_ThreadSingleton<shp_ShapeDictionary>::Instance();
-  if (arguments.table)
+  if (one) {
+    const shp_Shape* shape = dictionary.GetShape(arguments.label);
+    if (!shape)
+      throw nex_TextException("no element type is called \"" + arguments.label
+                              + "\"; \"coregeometry shapes --json\" lists them");
+    const cli_Json sheet = cli_ShapeSheet(*shape);
+    if (arguments.json)
+      cli_PrintJson(sheet);
+    else
+      cli_PrintShapeSheet(std::cout, sheet);
+  } else if (arguments.table)
     dictionary.PrintShapeTable(std::cout);
   else if (arguments.nodeCounts)
     dictionary.PrintLabelToNodecountTable(std::cout);
@@ -43,8 +56,13 @@ void cli_AddShapes(CLI::App& app) {
   auto arguments = std::make_shared<Arguments>();
   command->add_flag("--table", arguments->table, "The table of all shapes");
   command->add_flag("--node-counts", arguments->nodeCounts, "The script that maps labels to node counts");
-  command->add_flag("--json", arguments->json, "Labels with their main facts as JSON");
-  command->footer("Example: labels of elements with 20 nodes\n"
+  command->add_option("--label", arguments->label,
+                      "One element type: nodes, faces, edges, integration points and\n"
+                      "the node orders of Exodus II and VTK");
+  command->add_flag("--json", arguments->json,
+                    "Labels with their main facts as JSON; with --label the facts of that type");
+  command->footer("Examples: one element type; labels of elements with 20 nodes\n"
+                  "  coregeometry shapes --label C3D20R\n"
                   "  coregeometry shapes --json | jq -r '.[] | select(.nodes == 20).label'");
   command->callback([arguments] { Run(*arguments); });
 }

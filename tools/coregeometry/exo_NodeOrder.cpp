@@ -2,12 +2,17 @@
 
 #include <algorithm>
 #include <cmath>
-#include <string_view>
 
 namespace {
 using enum exo_Cell;
 
-constexpr exo_Cell kCells[] = {Point, Line, Triangle, Quadrilateral, Tetrahedron, Pyramid, Wedge, Hexahedron};
+struct NamedCell {
+  exo_Cell cell;
+  std::string_view name;
+};
+constexpr NamedCell kCells[] = {{Point, "SPHERE"},       {Line, "BEAM"},         {Triangle, "TRI"},
+                                {Quadrilateral, "QUAD"}, {Tetrahedron, "TETRA"}, {Pyramid, "PYRAMID"},
+                                {Wedge, "WEDGE"},        {Hexahedron, "HEX"}};
 
 constexpr shp_IsoPoint kPoint[] = {{0, 0, 0}};
 constexpr shp_IsoPoint kLine[] = {{-1, 0, 0}, {1, 0, 0}};
@@ -47,9 +52,38 @@ constexpr Row kRows[] = {
     {Hexahedron,    kHexahedron,    "01 12 23 30 04 15 26 37 45 56 67 74"},
     {Hexahedron,    kHexahedron,    "01 12 23 30 04 15 26 37 45 56 67 74 01234567 0123 4567 0374 1265 0154 2376"},
 };
+
+/// The same of VTK's cells.
+struct VtkRow {
+  int type;
+  std::string_view name;
+  std::span<const shp_IsoPoint> corners;
+  std::string_view mids;
+};
+constexpr VtkRow kVtkRows[] = {
+    {1,  "VTK_VERTEX",                            kPoint,         ""},
+    {3,  "VTK_LINE",                              kLine,          ""},
+    {21, "VTK_QUADRATIC_EDGE",                    kLine,          "01"},
+    {5,  "VTK_TRIANGLE",                          kTriangle,      ""},
+    {22, "VTK_QUADRATIC_TRIANGLE",                kTriangle,      "01 12 20"},
+    {9,  "VTK_QUAD",                              kQuadrilateral, ""},
+    {30, "VTK_QUADRATIC_LINEAR_QUAD",             kQuadrilateral, "01 23"},
+    {23, "VTK_QUADRATIC_QUAD",                    kQuadrilateral, "01 12 23 30"},
+    {28, "VTK_BIQUADRATIC_QUAD",                  kQuadrilateral, "01 12 23 30 0123"},
+    {10, "VTK_TETRA",                             kTetrahedron,   ""},
+    {24, "VTK_QUADRATIC_TETRA",                   kTetrahedron,   "01 12 20 03 13 23"},
+    {13, "VTK_WEDGE",                             kWedge,         ""},
+    {31, "VTK_QUADRATIC_LINEAR_WEDGE",            kWedge,         "01 12 20 34 45 53"},
+    {26, "VTK_QUADRATIC_WEDGE",                   kWedge,         "01 12 20 34 45 53 03 14 25"},
+    {32, "VTK_BIQUADRATIC_QUADRATIC_WEDGE",       kWedge,         "01 12 20 34 45 53 03 14 25 0143 1254 2035"},
+    {12, "VTK_HEXAHEDRON",                        kHexahedron,    ""},
+    {25, "VTK_QUADRATIC_HEXAHEDRON",              kHexahedron,    "01 12 23 30 45 56 67 74 04 15 26 37"},
+    {33, "VTK_BIQUADRATIC_QUADRATIC_HEXAHEDRON",  kHexahedron,    "01 12 23 30 45 56 67 74 04 15 26 37 0374 1265 0154 2376"},
+    {29, "VTK_TRIQUADRATIC_HEXAHEDRON",           kHexahedron,    "01 12 23 30 45 56 67 74 04 15 26 37 0374 1265 0154 2376 0123 4567 01234567"},
+};
 // clang-format on
 
-std::vector<shp_IsoPoint> Nodes(const Row& row) {
+std::vector<shp_IsoPoint> Nodes(const auto& row) {
   std::vector<shp_IsoPoint> nodes(row.corners.begin(), row.corners.end());
   for (std::string_view rest = row.mids; !rest.empty();) {
     const std::string_view word = rest.substr(0, rest.find(' '));
@@ -81,9 +115,11 @@ std::vector<shp_IsoPoint> exo_NodeCoordinates(exo_Cell cell, int numNodes) {
   return {};
 }
 
-std::optional<std::vector<int>> exo_FindNodeOrder(exo_Cell cell, std::span<const shp_IsoPoint> ours) {
-  const std::vector<shp_IsoPoint> theirs = exo_NodeCoordinates(cell, static_cast<int>(ours.size()));
-  if (theirs.empty()) return std::nullopt;
+namespace {
+/// Position among theirs of each of our nodes; nothing when the two sets of points differ.
+std::optional<std::vector<int>> Order(std::span<const shp_IsoPoint> theirs,
+                                      std::span<const shp_IsoPoint> ours) {
+  if (theirs.empty() || theirs.size() != ours.size()) return std::nullopt;
   std::vector<int> order;
   for (const shp_IsoPoint& node : ours) {
     const auto at = std::ranges::find_if(theirs, [&](const auto& other) { return Coincide(node, other); });
@@ -92,9 +128,25 @@ std::optional<std::vector<int>> exo_FindNodeOrder(exo_Cell cell, std::span<const
   }
   return order;
 }
+} // namespace
+
+std::optional<std::vector<int>> exo_FindNodeOrder(exo_Cell cell, std::span<const shp_IsoPoint> ours) {
+  return Order(exo_NodeCoordinates(cell, static_cast<int>(ours.size())), ours);
+}
 
 exo_Cell exo_FindCell(std::span<const shp_IsoPoint> ours) {
-  const auto at =
-      std::ranges::find_if(kCells, [&](exo_Cell cell) { return exo_FindNodeOrder(cell, ours).has_value(); });
-  return at == std::end(kCells) ? None : *at;
+  const auto at = std::ranges::find_if(
+      kCells, [&](const NamedCell& each) { return exo_FindNodeOrder(each.cell, ours).has_value(); });
+  return at == std::end(kCells) ? None : at->cell;
+}
+
+std::string_view exo_CellName(exo_Cell cell) {
+  const auto at = std::ranges::find(kCells, cell, &NamedCell::cell);
+  return at == std::end(kCells) ? std::string_view() : at->name;
+}
+
+std::optional<exo_VtkCell> exo_FindVtkCell(std::span<const shp_IsoPoint> ours) {
+  for (const VtkRow& row : kVtkRows)
+    if (auto order = Order(Nodes(row), ours)) return exo_VtkCell{row.type, row.name, std::move(*order)};
+  return std::nullopt;
 }

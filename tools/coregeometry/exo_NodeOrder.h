@@ -1,9 +1,11 @@
-// exo_NodeOrder.h: where the nodes of Exodus II elements stand, and how their order maps to ours
+// exo_NodeOrder.h: where the nodes of Exodus II elements and VTK cells stand, and how their order maps to
+// ours
 #pragma once
 
 #include <CoreGeometry/shp_Topology.h>
 #include <optional>
 #include <span>
+#include <string_view>
 #include <vector>
 
 /// Forms of Exodus II elements.
@@ -19,3 +21,14 @@ std::optional<std::vector<int>> exo_FindNodeOrder(exo_Cell cell, std::span<const
 
 /// The one cell that has its nodes where the shape has them; None when there is none.
 exo_Cell exo_FindCell(std::span<const shp_IsoPoint> ours);
+
+/// "HEX", "TETRA" and so on: the type name that the format uses, without a node count.
+std::string_view exo_CellName(exo_Cell cell);
+
+/// A VTK cell that has its nodes where a shape has them.
+struct exo_VtkCell {
+  int type; ///< VTK's number
+  std::string_view name;
+  std::vector<int> order; ///< position in the cell of each node of the shape
+};
+std::optional<exo_VtkCell> exo_FindVtkCell(std::span<const shp_IsoPoint> ours);

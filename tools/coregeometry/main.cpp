@@ -22,6 +22,7 @@ int Run(int argc, char** argv) {
   cli_AddQuery(app);
   cli_AddSets(app);
   cli_AddCsys(app);
+  cli_AddLocate(app);
   cli_AddUpgrade(app);
   cli_AddCompact(app);
   cli_AddShapes(app);

@@ -120,6 +120,10 @@ void shp_Basis::EvaluateAll(const shp_IsoPoint& iso, Values& values,
   }
 }
 
+void shp_Basis::Products(const shp_IsoPoint& iso, Values& values) const noexcept {
+  EvaluateProducts<false>(iso, values, nullptr);
+}
+
 void shp_Basis::Evaluate(const shp_IsoPoint& iso, Values& values) const noexcept {
   EvaluateAll<false>(iso, values, nullptr);
 }

@@ -25,13 +25,22 @@ public:
   void Evaluate(const shp_IsoPoint& iso, Values& values) const noexcept;
   void Evaluate(const shp_IsoPoint& iso, Values& values, Derivatives& derivatives) const noexcept;
 
-private:
+  // ask: the construction
   using Place = std::uint8_t;
   /// values[node] -= weight * values[by]
   struct Correction {
     Place node, by;
     double weight;
   };
+  /// Of each direction: 0 at the lower end, 1 in the middle, 2 at the upper end, 3 for a direction that the
+  /// pattern does not have. Of patterns with a simplex its function (corners, then edges) and that of zeta.
+  const std::array<Place, 3>& PlacesOf(std::size_t node) const noexcept { return factors_[node]; }
+  int NumSimplexCorners() const noexcept { return numSimplexCorners_; } ///< 0 without a simplex
+  int NumBubbles(std::size_t node) const noexcept { return numBubbles_[node]; }
+  const std::vector<Correction>& Corrections() const noexcept { return corrections_; } ///< in their order
+  void Products(const shp_IsoPoint& iso, Values& values) const noexcept;               ///< before corrections
+
+private:
   template<bool withDerivatives>
   void EvaluateProducts(const shp_IsoPoint& iso, Values& values, Derivatives* derivatives) const noexcept;
   template<bool withDerivatives>
@@ -40,7 +49,6 @@ private:
 
   const shp_NodePattern* pattern_;
   int numSimplexCorners_ = 0; ///< 3 or 4 when the first directions are those of a triangle or tetrahedron
-  /// Factor of each direction; of patterns with a simplex its function and the factor of zeta.
   std::array<std::array<Place, 3>, kMaxNodes> factors_{};
   std::array<int, kMaxNodes> numBubbles_{};
   std::vector<Correction> corrections_; ///< those of nodes with more bubbles first

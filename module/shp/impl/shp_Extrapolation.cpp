@@ -1,5 +1,5 @@
 // Carrying results between the places of an element.
-#include "shp_WeightTables.h"
+#include "shp_ApplyEach.h"
 
 #include <CoreGeometry/shp_MessageTypes.h>
 #include <CoreGeometry/shp_Topology.h>
@@ -14,27 +14,21 @@ float Clamped(double value) {
   return static_cast<float>(std::clamp(value, -kLargest, kLargest));
 }
 
-/// Weighted sum of the values of places, components innermost.
+/// Weighted sum of the values of places.
 void Apply(std::span<const double> weights, const float* values, float* out, std::size_t numComponents) {
-  constexpr std::size_t kBatch = 8;
-  for (std::size_t first = 0; first < numComponents; first += kBatch) {
-    const std::size_t batch = std::min(kBatch, numComponents - first);
-    double sums[kBatch] = {};
-    const float* value = values + first;
-    for (const double weight : weights) {
-      for (std::size_t k = 0; k < batch; ++k) sums[k] += weight * static_cast<double>(value[k]);
-      value += numComponents;
-    }
-    for (std::size_t k = 0; k < batch; ++k) *out++ = Clamped(sums[k]);
+  for (std::size_t k = 0; k < numComponents; ++k) {
+    double sum = 0;
+    for (std::size_t place = 0; place < weights.size(); ++place)
+      sum += weights[place] * static_cast<double>(values[place * numComponents + k]);
+    out[k] = Clamped(sum);
   }
 }
 void Apply(const shp_WeightTables::Matrix& matrix, const float* values, float* out,
            std::size_t numComponents) {
-  for (std::size_t row = 0; row * matrix.numColumns < matrix.values.size(); ++row)
-    Apply(matrix.Row(row), values, out + row * numComponents, numComponents);
+  shp_ApplyEach(matrix, 1, numComponents, values, out);
 }
 
-/// The same with the mean of two blocks of values.
+/// Matrix times the mean of two blocks of values.
 void ApplyToMean(const shp_WeightTables::Matrix& matrix, const float* values, float* out,
                  std::size_t numComponents) {
   const std::size_t numColumns = matrix.numColumns, block = numColumns * numComponents;
@@ -127,6 +121,9 @@ void shp_Topology::ExtrapolateEachToNodes(int numElements, std::span<const float
                          * (position == res_INTEGRATION_POINT ? At(NumIntPts())
                             : position == res_ELEMENT_NODAL   ? At(NumNodes())
                                                               : 1);
+  if (position == res_INTEGRATION_POINT && HasIntPtTables() && !IsCaxaElement())
+    return shp_ApplyEach(weights_->intPtsToNodes, At(numElements), components, values.data(),
+                         nodeValues.data());
   for (std::size_t element = 0; element < At(numElements); ++element)
     ExtrapolateToNodes(values.subspan(element * in, in), position, nodeValues.subspan(element * out, out),
                        numComponents);

@@ -3,6 +3,8 @@
 
 #include "shp_Facts.h"
 
+#include <string_view>
+
 namespace shp_FactsCheck {
 constexpr shp_IsoPoint Mean(const shp_Facts& facts, const auto& nodes) {
   shp_IsoPoint sum{};
@@ -63,5 +65,20 @@ constexpr bool IsSound(const shp_Facts& facts) {
     }
   }
   return facts.NumCorners() - numAddresses / 2 + facts.NumFaces() == 2;
+}
+
+/// The order of the faces, and of the corners of each, that stored models and results rely on.
+constexpr bool HasFixedOrder(const shp_Facts& facts) {
+  constexpr std::string_view kOrders[] = {
+      "01", "012", "0123", "021 013 123 032", "021 345 0143 1254 0352", "0321 4567 0154 1265 3762 4730"};
+  std::array<char, 40> order{};
+  std::size_t size = 0;
+  for (const shp_FaceLoop& loop : facts.faces) {
+    if (size > 0) order[size++] = ' ';
+    for (const int corner : loop) order[size++] = static_cast<char>('0' + corner);
+  }
+  for (const std::string_view fixed : kOrders)
+    if (fixed == std::string_view(order.data(), size)) return true;
+  return false;
 }
 } // namespace shp_FactsCheck

@@ -5,7 +5,6 @@
 #include <CoreGeometry/shp_Topology.h>
 #include <algorithm>
 #include <cmath>
-#include <vector>
 
 namespace {
 using Vector = std::array<double, 3>;
@@ -25,8 +24,9 @@ struct Hit {
 /// size.
 class Search {
 public:
-  Search(const shp_Basis& basis, std::span<const gsl_Point> nodes, const gsl_Point& from, const gsl_Point& to)
-      : basis_(basis) {
+  Search(const shp_Basis& basis, std::span<const gsl_Point> nodes, const gsl_Point& from, const gsl_Point& to,
+         bool onlySegment)
+      : basis_(basis), onlySegment_(onlySegment) {
     Vector lowest{}, highest{};
     for (std::size_t node = 0; node < At(basis.NumNodes()); ++node)
       for (unsigned axis = 0; axis < 3; ++axis) {
@@ -43,7 +43,10 @@ public:
   bool IsPossible() const {
     return length_ > 0 && size_ > 0 && std::isfinite(length_) && std::isfinite(size_);
   }
-  std::vector<Hit>& Hits() { return hits_; }
+  bool HasHit() const { return first_.parameter <= last_.parameter; }
+  const Hit& First() const { return first_; } ///< the hit with the smallest parameter
+  const Hit& Last() const { return last_; }
+  int NumHits() const { return !HasHit() ? 0 : IsSame(first_.parameter, last_.parameter) ? 1 : 2; }
 
   /// Finds hits on the part of the element that two directions span from a corner: a triangle or
   /// parallelogram of iso coordinates.
@@ -73,10 +76,16 @@ public:
 private:
   static constexpr double kRim = 1e-9;
 
+  bool IsSame(double t, double other) const { return std::abs(t - other) * length_ <= 1e-7 * size_; }
+  /// Of hits that are the same the one found first counts.
   void Add(double t, std::span<const int> nodes) {
-    const bool known = std::ranges::any_of(
-        hits_, [&](const Hit& hit) { return std::abs(hit.parameter - t) * length_ <= 1e-7 * size_; });
-    if (!known) hits_.push_back({t, nodes});
+    if (onlySegment_ && (t < 0 || t > 1)) return;
+    if (!HasHit()) {
+      first_ = last_ = {t, nodes};
+      return;
+    }
+    if (t < first_.parameter && !IsSame(t, first_.parameter)) first_ = {t, nodes};
+    if (t > last_.parameter && !IsSame(t, last_.parameter)) last_ = {t, nodes};
   }
 
   static shp_IsoPoint Along(const shp_IsoPoint& corner, const shp_IsoPoint& toU, double u,
@@ -156,7 +165,8 @@ private:
   std::array<Vector, shp_Basis::kMaxNodes> nodes_{};
   Vector direction_{};
   double length_ = 0, size_ = 0;
-  std::vector<Hit> hits_;
+  bool onlySegment_;
+  Hit first_{1, {}}, last_{0, {}}; ///< out of order while there is none
 };
 } // namespace
 
@@ -166,7 +176,7 @@ bool shp_Topology::LineShapeIntersection(const gsl_Point& from, const gsl_Point&
                                          gsl_Point& point) const {
   count = 0;
   if (!basis_) return false;
-  Search search(*basis_, nodes, from, to);
+  Search search(*basis_, nodes, from, to, onlySegment);
   if (!search.IsPossible()) return false;
   const auto iso = [&](int node) { return NodeCoordinates()[At(node)]; };
   for (int face = 0; face < NumFaces(); ++face) {
@@ -178,14 +188,11 @@ bool shp_Topology::LineShapeIntersection(const gsl_Point& from, const gsl_Point&
       search.AddEdge(iso(EdgeNodes(face, edge).front()), iso(EdgeNodes(face, edge).back()),
                      EdgeNodes(face, edge));
   }
-  std::vector<Hit>& hits = search.Hits();
-  if (onlySegment) std::erase_if(hits, [](const Hit& hit) { return hit.parameter < 0 || hit.parameter > 1; });
-  if (hits.empty()) return false;
-  std::ranges::sort(hits, {}, &Hit::parameter);
-  parameters[0] = hits.front().parameter;
-  parameters[1] = hits.back().parameter;
-  count = hits.size() > 1 ? 2 : 1;
-  std::ranges::transform(hits.front().nodes, faceNodes.begin(), [&](int node) { return nodes[At(node)]; });
+  count = search.NumHits();
+  if (count == 0) return false;
+  parameters[0] = search.First().parameter;
+  parameters[1] = search.Last().parameter;
+  std::ranges::transform(search.First().nodes, faceNodes.begin(), [&](int node) { return nodes[At(node)]; });
   for (unsigned axis = 0; axis < 3; ++axis)
     point[axis] = from[axis] + parameters[0] * (to[axis] - from[axis]);
   return true;

@@ -4,6 +4,7 @@
 #include "shp_Basis.h"
 #include "shp_Connectivity.h"
 #include "shp_Facts.h"
+#include "shp_MapTable.h"
 #include "shp_WeightTables.h"
 
 #include <algorithm>
@@ -53,7 +54,10 @@ shp_Topology::shp_Topology(const LongKey& key)
     numIntPts_ *= NumRings() * 2;
   }
   AttachTables();
-  if (pattern_) basis_ = &shp_BasisOf(*pattern_);
+  if (pattern_) {
+    basis_ = &shp_BasisOf(*pattern_);
+    map_ = &shp_MapTableOf(*pattern_);
+  }
   weights_ = shp_FindWeightTables(options_, MaxIntPtsPerFace());
 
   const bool swept = IsAnalyticalRigidSurface() ? !options_.HasBit(shp_Bit::kExtrusion)

@@ -1,0 +1,253 @@
+// From points to elements and iso coordinates. Counter "speed": time of the yardstick over time of the work.
+// Yardsticks are VTK's cells and its static cell locator where VTK is installed, else one pass over the
+// coordinates; "worst" is the largest error of an iso coordinate.
+#include "SideBySide.h"
+
+#include <CoreGeometry/bme_ElementLocator.h>
+#include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/shp_ShapeDictionary.h>
+#include <cmath>
+#include <map>
+#include <numeric>
+#include <random>
+#ifdef BENCH_HAS_VTK
+#include <vtkCellArray.h>
+#include <vtkGenericCell.h>
+#include <vtkNew.h>
+#include <vtkPoints.h>
+#include <vtkStaticCellLocator.h>
+#include <vtkUnstructuredGrid.h>
+#endif
+
+namespace {
+using Point = std::array<double, 3>;
+
+struct Type {
+  const char* label;
+  int vtkType;
+  /// Position in VTK's cell of each node, where it is not the same.
+  std::vector<int> vtkOrder = {};
+};
+const Type kTypes[] = {{"C3D8", 12},
+                       {"C3D20", 25},
+                       {"C3D27", 29, {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13,
+                                      14, 15, 16, 17, 18, 19, 24, 25, 22, 21, 23, 20, 26}},
+                       {"C3D4", 10},
+                       {"C3D10", 24},
+                       {"C3D6", 13},
+                       {"C3D15", 26},
+                       {"S4", 9},
+                       {"S8R", 23},
+                       {"STRI65", 22}};
+
+double Between(std::mt19937& random, double low, double high) {
+  return std::uniform_real_distribution(low, high)(random);
+}
+shp_IsoPoint InsideOf(const shp_Shape& shape, std::mt19937& random) {
+  shp_IsoPoint iso{};
+  double sum = 0;
+  std::vector<double> weights(static_cast<std::size_t>(shape.NumCorners()));
+  for (double& weight : weights) sum += weight = Between(random, 0.02, 1);
+  for (std::size_t k = 0; k < weights.size(); ++k)
+    for (std::size_t axis = 0; axis < 3; ++axis)
+      iso[axis] += weights[k] / sum * shape.NodeCoordinates()[k][axis];
+  return iso;
+}
+
+/// One distorted element after the other: Locate against EvaluatePosition of a cell that has the points.
+void InverseMapping(benchmark::State& state) {
+  const Type& type = kTypes[state.range(0)];
+  state.SetLabel(type.label);
+  const shp_ShapeDictionary dictionary;
+  const shp_Shape& shape = *dictionary.GetShape(type.label);
+  const std::size_t numNodes = shape.NodeCoordinates().size(), size = 3 * numNodes;
+  constexpr std::size_t kElements = 200, kPoints = 20;
+  const double edge = shape.NodeCoordinates()[1][0] - shape.NodeCoordinates()[0][0];
+  std::mt19937 random(1);
+  std::vector<double> xyz, targets;
+  std::vector<shp_IsoPoint> isos;
+  std::vector<double> weights(numNodes);
+  for (std::size_t element = 0; element < kElements; ++element) {
+    for (const shp_IsoPoint& node : shape.NodeCoordinates())
+      for (std::size_t axis = 0; axis < 3; ++axis)
+        xyz.push_back(
+            3 + node[axis]
+            + (static_cast<int>(axis) < shape.NumGeomDims() ? edge * Between(random, -0.06, 0.06) : 0));
+    for (std::size_t k = 0; k < kPoints; ++k) {
+      isos.push_back(InsideOf(shape, random));
+      shape.ShapeFunctions(isos.back(), weights);
+      Point p{};
+      for (std::size_t i = 0; i < size; ++i) p[i % 3] += weights[i / 3] * xyz[element * size + i];
+      targets.insert(targets.end(), p.begin(), p.end());
+    }
+  }
+  double worst = 0;
+  const auto locateAll = [&] {
+    double sum = 0;
+    for (std::size_t k = 0; k < isos.size(); ++k) {
+      shp_IsoPoint iso{9, 9, 9};
+      const auto location = shape.Locate({targets[3 * k], targets[3 * k + 1], targets[3 * k + 2]},
+                                         std::span(xyz).subspan(k / kPoints * size, size), iso);
+      sum += iso[0] + static_cast<double>(static_cast<int>(location));
+    }
+    return sum;
+  };
+  for (std::size_t k = 0; k < isos.size(); ++k) {
+    shp_IsoPoint iso{9, 9, 9};
+    shape.Locate({targets[3 * k], targets[3 * k + 1], targets[3 * k + 2]},
+                 std::span(xyz).subspan(k / kPoints * size, size), iso);
+    for (std::size_t axis = 0; axis < 3; ++axis) worst = std::max(worst, std::abs(iso[axis] - isos[k][axis]));
+  }
+#ifdef BENCH_HAS_VTK
+  std::vector<vtkNew<vtkGenericCell>> cells(kElements);
+  for (std::size_t element = 0; element < kElements; ++element) {
+    cells[element]->SetCellType(type.vtkType);
+    for (std::size_t node = 0; node < numNodes; ++node) {
+      const int at = type.vtkOrder.empty() ? static_cast<int>(node) : type.vtkOrder[node];
+      cells[element]->GetPoints()->SetPoint(at, &xyz[element * size + 3 * node]);
+    }
+  }
+  std::vector<double> functions(numNodes);
+  const auto yardstick = [&] {
+    double sum = 0, distance = 0, iso[3] = {};
+    int part = 0;
+    for (std::size_t k = 0; k < isos.size(); ++k) {
+      sum += cells[k / kPoints]->EvaluatePosition(&targets[3 * k], nullptr, part, iso, distance,
+                                                  functions.data());
+      sum += iso[0];
+    }
+    return sum;
+  };
+#else
+  const auto yardstick = [&] { return std::accumulate(xyz.begin(), xyz.end(), 0.0); };
+#endif
+  SideBySide(state, static_cast<double>(isos.size()), locateAll, yardstick);
+  state.counters["speed"] = 1 / state.counters["ratio"];
+  state.counters["worst"] = worst;
+}
+
+/// n x n x n cubes of one type with shared nodes, each moved a little.
+bme_Mesh* Block(const shp_Shape& shape, int n) {
+  const bool isTetrahedron = shape.Options().Family() == shp_Family::Tetrahedron;
+  const int perCube = shape.NumBaseNodes() == shape.NumCorners() ? 1 : 2, width = n * perCube + 1;
+  std::mt19937 random(2);
+  cow_ArrayCOW<float> xyz;
+  xyz.ResizeUninitialised(3 * static_cast<std::size_t>(width) * width * width);
+  auto* at = xyz.Modify().data();
+  for (int k = 0; k < width * width * width; ++k)
+    for (const int step : {k % width, k / width % width, k / width / width})
+      *at++ = static_cast<float>((step + Between(random, -0.12, 0.12)) / perCube);
+  std::vector<std::vector<int>> cells = {{0, 1, 3, 2, 4, 5, 7, 6}}; // corners by bits: x 1, y 2, z 4
+  if (isTetrahedron)
+    cells = {{0, 1, 3, 7}, {0, 3, 2, 7}, {0, 2, 6, 7}, {0, 6, 4, 7}, {0, 4, 5, 7}, {0, 5, 1, 7}};
+  const shp_ShapeDictionary dictionary;
+  const shp_Shape& corners = *dictionary.GetShape(isTetrahedron ? "C3D4" : "C3D8");
+  std::vector<int> pattern; // lattice offsets of the nodes of a cube's elements
+  for (const auto& cell : cells)
+    for (const shp_IsoPoint& iso : shape.NodeCoordinates()) {
+      std::vector<double> weights(cell.size());
+      corners.ShapeFunctions(iso, weights);
+      Point p{};
+      for (std::size_t k = 0; k < cell.size(); ++k)
+        for (std::size_t axis = 0; axis < 3; ++axis) p[axis] += weights[k] * (cell[k] >> axis & 1) * perCube;
+      pattern.push_back(
+          static_cast<int>(std::lround(p[0]) + width * (std::lround(p[1]) + width * std::lround(p[2]))));
+    }
+  cow_ArrayCOW<int> nodes;
+  nodes.ResizeUninitialised(static_cast<std::size_t>(n) * n * n * pattern.size());
+  int* node = nodes.Modify().data();
+  for (int k = 0; k < n * n * n; ++k)
+    for (const int offset : pattern)
+      *node++ = offset + perCube * (k % n + width * (k / n % n + width * (k / n / n)));
+  bme_ElementClass* classes[] = {
+      new bme_ElementClass(shape.Label(), cls_xp2DArrayInt(shape.NodeCoordinates().size(), nodes))};
+  return new bme_Mesh(1, new bme_NodeData(uti_CoordCont3D(xyz)), new bme_ElementData(classes, 1),
+                      bme_NATIVE_MESH, nullptr);
+}
+
+/// Random points in a block of elements: build, one by one, and a batch, against VTK's static cell locator.
+void LocatePoints(benchmark::State& state) {
+  const Type& type = kTypes[state.range(0)];
+  enum { Build, OneByOne, Batch };
+  const auto what = state.range(1);
+  const shp_ShapeDictionary dictionary;
+  const shp_Shape& shape = *dictionary.GetShape(type.label);
+  const bool isTetrahedron = shape.Options().Family() == shp_Family::Tetrahedron;
+  const int n = isTetrahedron ? 55 : shape.NumBaseNodes() > 8 ? 60 : 100;
+  const std::unique_ptr<bme_Mesh> mesh(Block(shape, n));
+  state.SetLabel(std::string(type.label)
+                 + (what == Build   ? " build"
+                    : what == Batch ? " batch"
+                                    : " one by one"));
+  constexpr std::size_t kPoints = 200'000;
+  std::mt19937 random(3);
+  std::vector<double> points(3 * kPoints);
+  for (double& x : points) x = Between(random, 0.2, n - 0.2);
+  const bme_ElementLocator locator(*mesh);
+  std::vector<bme_ElementHit> hits(kPoints);
+  const auto work = [&]() -> double {
+    if (what == Build) return bme_ElementLocator(*mesh).NumElements();
+    if (what == Batch) {
+      locator.FindEach(points, hits);
+    } else {
+      for (std::size_t k = 0; k < kPoints; ++k)
+        hits[k] = locator.Find({points[3 * k], points[3 * k + 1], points[3 * k + 2]});
+    }
+    double found = 0;
+    for (const bme_ElementHit& hit : hits) found += hit.location != shp_Location::Outside;
+    return found;
+  };
+#ifdef BENCH_HAS_VTK
+  vtkNew<vtkUnstructuredGrid> grid;
+  vtkNew<vtkPoints> vtkNodes;
+  const auto xyz = mesh->NodeData().Coordinates().Const();
+  vtkNodes->SetNumberOfPoints(static_cast<vtkIdType>(xyz.size() / 3));
+  for (std::size_t k = 0; k < xyz.size() / 3; ++k)
+    vtkNodes->SetPoint(static_cast<vtkIdType>(k), static_cast<double>(xyz[3 * k]),
+                       static_cast<double>(xyz[3 * k + 1]), static_cast<double>(xyz[3 * k + 2]));
+  grid->SetPoints(vtkNodes);
+  const cls_xp2DArrayInt& rows = mesh->ElementData().GetClass(0).ElementConnectivity();
+  vtkNew<vtkCellArray> vtkCells;
+  for (std::size_t row = 0; row < rows.NumRows(); ++row) {
+    const auto nodes = rows.Row(row);
+    const std::vector<vtkIdType> ids(nodes.begin(), nodes.end());
+    vtkCells->InsertNextCell(static_cast<vtkIdType>(ids.size()), ids.data());
+  }
+  grid->SetCells(type.vtkType, vtkCells);
+  vtkNew<vtkStaticCellLocator> vtkLocator;
+  vtkLocator->SetDataSet(grid);
+  vtkLocator->BuildLocator();
+  vtkNew<vtkGenericCell> cell;
+  std::vector<double> functions(rows.NumColumns());
+  const auto yardstick = [&]() -> double {
+    if (what == Build) {
+      vtkNew<vtkStaticCellLocator> another;
+      another->SetDataSet(grid);
+      another->BuildLocator();
+      return 0;
+    }
+    double found = 0, iso[3];
+    for (std::size_t k = 0; k < kPoints; ++k)
+      found += vtkLocator->FindCell(&points[3 * k], 0, cell, iso, functions.data()) >= 0;
+    return found;
+  };
+  if (what != Build) state.counters["vtk_found"] = yardstick() / kPoints;
+#else
+  const auto yardstick = [&] { return std::accumulate(points.begin(), points.end(), 0.0); };
+#endif
+  if (what != Build) state.counters["found"] = work() / kPoints;
+  SideBySide(state, what == Build ? mesh->ElementData().NumElements() : static_cast<double>(kPoints), work,
+             yardstick);
+  state.counters["speed"] = 1 / state.counters["ratio"];
+}
+} // namespace
+
+BENCHMARK(InverseMapping)
+    ->DenseRange(0, std::size(kTypes) - 1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(LocatePoints)
+    ->ArgsProduct({{0, 1, 3, 4}, {0, 1, 2}})
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3);

@@ -1,0 +1,91 @@
+// bme_EntityList.h: what lists of nodes, elements, faces and edges have in common
+#pragma once
+
+#include <CoreGeometry/CoreGeometryExport.h>
+#include <CoreGeometry/bme_EntityWord.h>
+#include <CoreUtils/cow_String.h>
+#include <algorithm>
+#include <span>
+#include <vector>
+
+class bme_Mesh;
+
+enum class bme_SetOperation { Union, Intersection, Difference, SymmetricDifference };
+
+/// What happens to labels and indices that the mesh does not have.
+enum class bme_Unknown {
+  Refuse, ///< nex_TextException naming the first twenty and their number
+  Skip
+};
+
+/// Which nodes stand for an element, a face or an edge.
+enum class bme_NodesOf { All, Corners };
+
+/// Whether an entity counts when one of its nodes is chosen, or only when all of them are.
+enum class bme_Touching { AnyNode, AllNodes };
+
+/// Labels as "1:100:2,205": runs of at least three with one step become first:last, or first:last:step.
+CORE_GEOMETRY_API cow_String bme_CompactLabels(std::span<const int> labels);
+
+/// Both in mesh order; throws nex_TextException when they are of different meshes.
+CORE_GEOMETRY_API std::vector<unsigned> bme_CombineWords(bme_SetOperation operation, const bme_Mesh& meshA,
+                                                         std::span<const unsigned> a, const bme_Mesh& meshB,
+                                                         std::span<const unsigned> b, bool areAddresses);
+
+/// Entities of one mesh, each once, in mesh order: node or element indices, or words of faces or edges.
+///
+/// The list refers to its mesh, which must stay where it is; it is not told of changes of the mesh.
+///
+/// Errors     nex_TextException when lists of different meshes meet.
+/// Cost       operations on sets are linear in the two lists; Contains is a binary search.
+/// Threads    a value.
+template<class List> class bme_EntityList {
+public:
+  // ask
+  const bme_Mesh& Mesh() const noexcept { return *mesh_; }
+  std::size_t Count() const noexcept { return words_.size(); }
+  bool IsEmpty() const noexcept { return words_.empty(); }
+  std::span<const unsigned> Words() const noexcept { return words_; }
+  unsigned operator[](std::size_t i) const noexcept { return words_[i]; }
+  auto begin() const noexcept { return words_.begin(); }
+  auto end() const noexcept { return words_.end(); }
+  bool Contains(unsigned word) const noexcept {
+    return List::kAreAddresses ? std::ranges::binary_search(words_, bme_MeshOrder(word), {}, bme_MeshOrder)
+                               : std::ranges::binary_search(words_, word);
+  }
+  bool operator==(const bme_EntityList& other) const noexcept {
+    return mesh_ == other.mesh_ && words_ == other.words_;
+  }
+
+  // make
+  List Union(const List& other) const { return Combine(bme_SetOperation::Union, other); }
+  List Intersection(const List& other) const { return Combine(bme_SetOperation::Intersection, other); }
+  List Difference(const List& other) const { return Combine(bme_SetOperation::Difference, other); }
+  List SymmetricDifference(const List& other) const {
+    return Combine(bme_SetOperation::SymmetricDifference, other);
+  }
+  List Complement() const { return List::All(Mesh()).Difference(static_cast<const List&>(*this)); }
+
+protected:
+  explicit bme_EntityList(const bme_Mesh& mesh) : mesh_(&mesh) {}
+  /// Words in any order, some of them more than once.
+  bme_EntityList(const bme_Mesh& mesh, std::vector<unsigned> words) : mesh_(&mesh), words_(std::move(words)) {
+    const auto arrange = [&](auto order) {
+      if (!std::ranges::is_sorted(words_, {}, order)) std::ranges::sort(words_, {}, order);
+    };
+    if constexpr (List::kAreAddresses)
+      arrange(bme_MeshOrder);
+    else
+      arrange(std::identity());
+    words_.erase(std::ranges::unique(words_).begin(), words_.end());
+  }
+
+private:
+  List Combine(bme_SetOperation operation, const List& other) const {
+    return List(Mesh(), bme_CombineWords(operation, Mesh(), Words(), other.Mesh(), other.Words(),
+                                         List::kAreAddresses));
+  }
+
+  const bme_Mesh* mesh_;
+  std::vector<unsigned> words_;
+};

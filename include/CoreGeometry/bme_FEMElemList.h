@@ -1,0 +1,38 @@
+// bme_FEMElemList.h: some elements of a mesh
+#pragma once
+
+#include <CoreGeometry/bme_EntityList.h>
+
+class bme_FEMEdgeList;
+class bme_FEMFaceList;
+class bme_FEMNodeList;
+class gsl_BBox;
+class rgnC_SetData;
+
+/// Elements by mesh element index.
+///
+/// Errors     nex_TextException for an index that is not in the mesh, and as stated.
+class CORE_GEOMETRY_API bme_FEMElemList : public bme_EntityList<bme_FEMElemList> {
+public:
+  static constexpr bool kAreAddresses = false;
+
+  // make
+  explicit bme_FEMElemList(const bme_Mesh& mesh) : bme_EntityList(mesh) {}
+  bme_FEMElemList(const bme_Mesh& mesh, std::vector<unsigned> elements);
+  static bme_FEMElemList All(const bme_Mesh& mesh);
+  static bme_FEMElemList OfClass(const bme_Mesh& mesh, unsigned classIndex); ///< nex_OutOfRangeException
+  static bme_FEMElemList FromLabels(const bme_Mesh& mesh, std::span<const int> labels,
+                                    bme_Unknown unknown = bme_Unknown::Refuse);
+  /// From the element, face and edge subsets that name the mesh's identifier.
+  static bme_FEMElemList FromSet(const bme_Mesh& mesh, const rgnC_SetData& set,
+                                 bme_Unknown unknown = bme_Unknown::Refuse);
+  /// Elements with nodes in the box.
+  static bme_FEMElemList InBox(const bme_Mesh& mesh, const gsl_BBox& box, bme_Touching touching);
+  /// An element without nodes is none of them.
+  static bme_FEMElemList OfNodes(const bme_FEMNodeList& nodes, bme_Touching touching);
+  static bme_FEMElemList OfFaces(const bme_FEMFaceList& faces);
+  static bme_FEMElemList OfEdges(const bme_FEMEdgeList& edges);
+
+  // ask
+  std::vector<int> Labels() const; ///< index + 1 when the labels of the mesh are implicit
+};

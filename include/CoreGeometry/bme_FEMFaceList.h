@@ -1,0 +1,43 @@
+// bme_FEMFaceList.h: some faces of elements of a mesh
+#pragma once
+
+#include <CoreGeometry/bme_EntityList.h>
+
+#include <array>
+
+class bme_FEMElemList;
+class bme_FEMNodeList;
+class rgnC_SetData;
+
+/// Mesh node indices of a face or an edge, corners first for a face, in order along an edge.
+struct bme_LocalNodes {
+  std::array<int, 16> nodes{};
+  unsigned count = 0, corners = 0;
+
+  std::span<const int> Nodes() const& noexcept { return std::span(nodes).first(count); }
+  std::span<const int> Nodes() && = delete;
+  std::span<const int> Corners() const& noexcept { return std::span(nodes).first(corners); } ///< of a face
+  std::span<const int> Corners() && = delete;
+};
+
+/// Faces of elements as words: bme_FaceWord. A surface element has one face with two sides.
+///
+/// Errors     nex_TextException for a word that names no face of the mesh.
+class CORE_GEOMETRY_API bme_FEMFaceList : public bme_EntityList<bme_FEMFaceList> {
+public:
+  static constexpr bool kAreAddresses = true;
+
+  // make
+  explicit bme_FEMFaceList(const bme_Mesh& mesh) : bme_EntityList(mesh) {}
+  bme_FEMFaceList(const bme_Mesh& mesh, std::vector<unsigned> words);
+  static bme_FEMFaceList All(const bme_Mesh& mesh);
+  /// From the facet subsets that name the mesh's identifier.
+  static bme_FEMFaceList FromSet(const bme_Mesh& mesh, const rgnC_SetData& set,
+                                 bme_Unknown unknown = bme_Unknown::Refuse);
+  /// Every face of solids, the front of surface elements; lines and points have none.
+  static bme_FEMFaceList OfElements(const bme_FEMElemList& elements);
+
+  // ask
+  /// Nodes of the i-th face; from the back of a shell in the reverse order.
+  bme_LocalNodes FaceNodes(std::size_t i) const;
+};

@@ -1,0 +1,36 @@
+// bme_FEMNodeList.h: some nodes of a mesh
+#pragma once
+
+#include <CoreGeometry/bme_EntityList.h>
+
+class bme_FEMEdgeList;
+class bme_FEMElemList;
+class bme_FEMFaceList;
+class gsl_BBox;
+class rgnC_SetData;
+
+/// Nodes by mesh node index.
+///
+/// Errors     nex_TextException for an index that is not in the mesh, and as stated.
+class CORE_GEOMETRY_API bme_FEMNodeList : public bme_EntityList<bme_FEMNodeList> {
+public:
+  static constexpr bool kAreAddresses = false;
+
+  // make
+  explicit bme_FEMNodeList(const bme_Mesh& mesh) : bme_EntityList(mesh) {}
+  bme_FEMNodeList(const bme_Mesh& mesh, std::vector<unsigned> nodes);
+  static bme_FEMNodeList All(const bme_Mesh& mesh);
+  /// By user label; a mesh without node labels knows none.
+  static bme_FEMNodeList FromLabels(const bme_Mesh& mesh, std::span<const int> labels,
+                                    bme_Unknown unknown = bme_Unknown::Refuse);
+  /// From the node subsets that name the mesh's identifier.
+  static bme_FEMNodeList FromSet(const bme_Mesh& mesh, const rgnC_SetData& set,
+                                 bme_Unknown unknown = bme_Unknown::Refuse);
+  static bme_FEMNodeList InBox(const bme_Mesh& mesh, const gsl_BBox& box); ///< on its boundary, too
+  static bme_FEMNodeList OfElements(const bme_FEMElemList& elements, bme_NodesOf which = bme_NodesOf::All);
+  static bme_FEMNodeList OfFaces(const bme_FEMFaceList& faces, bme_NodesOf which = bme_NodesOf::All);
+  static bme_FEMNodeList OfEdges(const bme_FEMEdgeList& edges, bme_NodesOf which = bme_NodesOf::All);
+
+  // ask
+  std::vector<int> Labels() const; ///< index + 1 in a mesh without node labels
+};

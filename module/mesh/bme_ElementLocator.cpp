@@ -1,0 +1,337 @@
+#include <CoreGeometry/bme_ElementLocator.h>
+
+#include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/shp_Shape.h>
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+
+namespace {
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+using Point = bme_ElementLocator::Point;
+
+bool IsEmpty(const shp_FloatBox& box) { return !(box.low[0] <= box.high[0]); }
+
+/// A point widened to single precision: the test of a box against it is never wrong about a point inside.
+struct WidePoint {
+  explicit WidePoint(const Point& point) {
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      const auto x = static_cast<float>(point[axis]);
+      least[axis] = static_cast<double>(x) <= point[axis] ? x : std::nextafterf(x, -INFINITY);
+      most[axis] = static_cast<double>(x) >= point[axis] ? x : std::nextafterf(x, INFINITY);
+    }
+  }
+  [[gnu::always_inline]] inline bool MayBeIn(const shp_FloatBox& box) const {
+    int count = 0; // without branches: they would be hard to foresee
+    for (std::size_t axis = 0; axis < 3; ++axis)
+      count += int{box.low[axis] <= most[axis]} + int{box.high[axis] >= least[axis]};
+    return count == 6;
+  }
+  std::array<float, 3> least, most;
+};
+
+double SquaredDistance(const shp_FloatBox& box, const Point& point) {
+  double sum = 0;
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    const double gap = std::max({static_cast<double>(box.low[axis]) - point[axis],
+                                 point[axis] - static_cast<double>(box.high[axis]), 0.0});
+    sum += gap * gap;
+  }
+  return sum;
+}
+
+bool IsHeld(shp_Location location) {
+  return location == shp_Location::Inside || location == shp_Location::OnBoundary;
+}
+} // namespace
+
+bme_ElementLocator::bme_ElementLocator(const bme_Mesh& mesh) : coordinates_(mesh.NodeData().Coordinates()) {
+  for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i) AddClass(mesh, i);
+  ChooseGrid();
+}
+
+bme_ElementLocator::bme_ElementLocator(const bme_Mesh& mesh, std::span<const unsigned> classIndices)
+    : coordinates_(mesh.NodeData().Coordinates()) {
+  for (const unsigned index : classIndices) AddClass(mesh, index);
+  std::ranges::sort(classes_, {}, &Class::firstElement);
+  ChooseGrid();
+}
+
+void bme_ElementLocator::AddClass(const bme_Mesh& mesh, unsigned classIndex) {
+  const bme_ElementClass& elements = mesh.ElementData().GetClass(classIndex);
+  const shp_Shape* shape = elements.Shape();
+  const auto count = static_cast<std::size_t>(elements.NumElements());
+  if (!shape || shape->NodeCoordinates().empty() || count == 0) return;
+  const auto firstSlot = static_cast<unsigned>(boxes_.size());
+  classes_.push_back({shape, elements.ElementConnectivity(),
+                      static_cast<unsigned>(elements.FirstElementIndex()), firstSlot});
+  boxes_.resize(boxes_.size() + count);
+  const std::span<const int> nodes = elements.ElementConnectivity().Const();
+  const std::size_t width = elements.ElementConnectivity().NumColumns();
+  const auto numNodes = static_cast<int>(coordinates_.Size());
+  const auto isKnown = [numNodes](int node) { return node >= 0 && node < numNodes; };
+  const std::span<shp_FloatBox> boxes = std::span(boxes_).subspan(firstSlot);
+  if (std::ranges::all_of(nodes, isKnown)) {
+    shape->BoundEach(nodes, width, coordinates_.Const(), boxes);
+    return;
+  }
+  for (std::size_t k = 0; k < count; ++k) {
+    const auto row = nodes.subspan(k * width, width);
+    if (std::ranges::all_of(row, isKnown))
+      shape->BoundEach(row, width, coordinates_.Const(), boxes.subspan(k, 1));
+    else
+      boxes[k] = {{1, 1, 1}, {-1, -1, -1}};
+  }
+}
+
+/// Bins about as long on each axis as the elements, but not many more of them than elements.
+void bme_ElementLocator::ChooseGrid() {
+  constexpr double kElementsPerBin = 1.25; // of an element's length: not 1, lest boxes end where bins do
+  Point lengths{};
+  low_.fill(kInfinity);
+  high_.fill(-kInfinity);
+  for (const shp_FloatBox& box : boxes_) {
+    if (IsEmpty(box)) continue;
+    ++numElements_;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      const double low = static_cast<double>(box.low[axis]), high = static_cast<double>(box.high[axis]);
+      low_[axis] = std::min(low_[axis], low);
+      high_[axis] = std::max(high_[axis], high);
+      lengths[axis] += high - low;
+    }
+  }
+  numBins_ = {1, 1, 1};
+  if (numElements_ == 0) {
+    FillBins();
+    return;
+  }
+  for (std::size_t axis = 0; axis < 3; ++axis) lengths[axis] /= numElements_;
+  const double maxBins = 2.0 * numElements_ + 8;
+  for (double coarser = kElementsPerBin;; coarser *= 1.1) {
+    double product = 1;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      const double extent = high_[axis] - low_[axis], length = coarser * lengths[axis];
+      const double count = extent > 0 && length > 0 ? std::clamp(std::floor(extent / length), 1.0, 1e6) : 1;
+      numBins_[axis] = static_cast<int>(count);
+      binsPerLength_[axis] = extent > 0 ? count / extent : 0;
+      product *= count;
+    }
+    if (product <= maxBins && (FillBins() || product == 1)) return;
+  }
+}
+
+int bme_ElementLocator::BinAlong(std::size_t axis, double x) const noexcept {
+  const double bin = (x - low_[axis]) * binsPerLength_[axis];
+  return static_cast<int>(std::clamp(bin, 0.0, numBins_[axis] - 1.0));
+}
+
+bme_ElementLocator::Bin bme_ElementLocator::BinOf(const Point& point) const noexcept {
+  return {BinAlong(0, point[0]), BinAlong(1, point[1]), BinAlong(2, point[2])};
+}
+
+bool bme_ElementLocator::IsOnGrid(const Point& point) const noexcept {
+  for (std::size_t axis = 0; axis < 3; ++axis)
+    if (!(point[axis] >= low_[axis] && point[axis] <= high_[axis])) return false;
+  return true;
+}
+
+std::size_t bme_ElementLocator::Row(const Bin& bin) const noexcept {
+  const auto at = [](int value) { return static_cast<std::size_t>(value); };
+  return at(bin[0]) + at(numBins_[0]) * (at(bin[1]) + at(numBins_[1]) * at(bin[2]));
+}
+
+/// Counting sort of the slots by bin: each row comes out in ascending order. False when elements much longer
+/// than the mean would fill too many bins of this grid, unless it has but one.
+bool bme_ElementLocator::FillBins() {
+  const auto forEachRow = [this](const shp_FloatBox& box, const auto& visit) {
+    if (IsEmpty(box)) return;
+    Bin first, last;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      first[axis] = BinAlong(axis, static_cast<double>(box.low[axis]));
+      last[axis] = BinAlong(axis, static_cast<double>(box.high[axis]));
+    }
+    for (int z = first[2]; z <= last[2]; ++z)
+      for (int y = first[1]; y <= last[1]; ++y) {
+        const std::size_t row = Row({first[0], y, z});
+        for (int x = 0; x <= last[0] - first[0]; ++x) visit(row + static_cast<std::size_t>(x));
+      }
+  };
+  rowStarts_.assign(Row({0, 0, numBins_[2]}) + 1, 0);
+  const std::size_t mostEntries = 24 * std::size_t{numElements_};
+  std::size_t numEntries = 0;
+  for (const shp_FloatBox& box : boxes_) {
+    forEachRow(box, [&](std::size_t row) {
+      ++rowStarts_[row + 1];
+      ++numEntries;
+    });
+    if (numEntries > mostEntries && rowStarts_.size() > 2) return false;
+  }
+  std::partial_sum(rowStarts_.begin(), rowStarts_.end(), rowStarts_.begin());
+  slots_.resize(rowStarts_.back());
+  // each start moves to the end of its row while this fills, and back afterwards
+  for (unsigned slot = 0; slot < boxes_.size(); ++slot)
+    forEachRow(boxes_[slot], [&](std::size_t row) { slots_[rowStarts_[row]++] = slot; });
+  std::copy_backward(rowStarts_.begin(), rowStarts_.end() - 1, rowStarts_.end());
+  rowStarts_.front() = 0;
+  return true;
+}
+
+const bme_ElementLocator::Class& bme_ElementLocator::ClassOf(unsigned slot) const noexcept {
+  std::size_t k = classes_.size() - 1;
+  while (classes_[k].firstSlot > slot) --k;
+  return classes_[k];
+}
+
+std::span<const int> bme_ElementLocator::Nodes(const Class& elements, unsigned slot) const noexcept {
+  return elements.connectivity.Row(slot - elements.firstSlot);
+}
+
+/// Calls take(hit, class, slot) for the elements of a bin whose boxes hold the point, until it answers true.
+template<class Take>
+void bme_ElementLocator::ForEachCandidate(std::size_t row, const Point& point, const Take& take) const {
+  const WidePoint wide(point);
+  const unsigned* const end = slots_.data() + rowStarts_[row + 1];
+  for (const unsigned* slot = slots_.data() + rowStarts_[row]; slot != end; ++slot)
+    __builtin_prefetch(&boxes_[*slot]);
+  for (const unsigned* slot = slots_.data() + rowStarts_[row]; slot != end; ++slot) {
+    if (!wide.MayBeIn(boxes_[*slot])) continue;
+    const Class& elements = ClassOf(*slot);
+    bme_ElementHit hit{elements.firstElement + (*slot - elements.firstSlot)};
+    if (take(hit, elements, *slot)) return;
+  }
+}
+
+bme_ElementHit bme_ElementLocator::FindInRow(std::size_t row, const Point& point) const {
+  bme_ElementHit found;
+  const auto search = [&](bool thorough) {
+    ForEachCandidate(row, point, [&](bme_ElementHit& hit, const Class& elements, unsigned slot) {
+      if (hit.element >= found.element) return true; // found before
+      hit.location = elements.shape->FindInElement(point, Nodes(elements, slot), coordinates_.Const(),
+                                                   hit.iso, thorough);
+      if (IsHeld(hit.location)) found = hit;
+      return IsHeld(hit.location);
+    });
+  };
+  // few points need more than the quick form; one inside an element is in no other
+  search(false);
+  if (found.location == shp_Location::Inside) return found;
+  search(true);
+  if (IsHeld(found.location)) return found;
+  ForEachCandidate(row, point, [&](bme_ElementHit& hit, const Class& elements, unsigned slot) {
+    if (!elements.shape->IsDegenerate(Nodes(elements, slot), coordinates_.Const())) return false;
+    found = {hit.element, shp_Location::Degenerate};
+    return true;
+  });
+  return found;
+}
+
+bme_ElementHit bme_ElementLocator::Find(const Point& point) const {
+  return IsOnGrid(point) ? FindInRow(Row(BinOf(point)), point) : bme_ElementHit();
+}
+
+void bme_ElementLocator::FindAll(const Point& point, std::vector<bme_ElementHit>& owners) const {
+  owners.clear();
+  if (!IsOnGrid(point)) return;
+  ForEachCandidate(Row(BinOf(point)), point, [&](bme_ElementHit& hit, const Class& elements, unsigned slot) {
+    hit.location = elements.shape->FindInElement(point, Nodes(elements, slot), coordinates_.Const(), hit.iso);
+    if (IsHeld(hit.location)) owners.push_back(hit);
+    return false;
+  });
+}
+
+void bme_ElementLocator::FindEach(std::span<const double> points, std::span<bme_ElementHit> hits) const {
+  struct Entry {
+    unsigned row, point;
+  };
+  constexpr unsigned kDigitBits = 11, kDigits = 1U << kDigitBits;
+  constexpr unsigned kOffGrid = std::numeric_limits<unsigned>::max();
+  const auto pointAt = [&](unsigned k) {
+    return Point{points[3 * std::size_t{k}], points[3 * std::size_t{k} + 1], points[3 * std::size_t{k} + 2]};
+  };
+  // radix sort by bin, so that points of one bin find its elements in the cache
+  std::vector<Entry> entries(hits.size()), sorted(hits.size());
+  for (unsigned k = 0; k < hits.size(); ++k) {
+    const Point point = pointAt(k);
+    entries[k] = {IsOnGrid(point) ? static_cast<unsigned>(Row(BinOf(point))) : kOffGrid, k};
+  }
+  const std::size_t numRows = rowStarts_.size() - 1;
+  for (unsigned shift = 0; shift == 0 || (shift < 32 && numRows >> shift > 0); shift += kDigitBits) {
+    std::array<unsigned, kDigits + 1> starts{};
+    for (const Entry& entry : entries) ++starts[(entry.row >> shift) % kDigits + 1];
+    std::partial_sum(starts.begin(), starts.end(), starts.begin());
+    for (const Entry& entry : entries) sorted[starts[(entry.row >> shift) % kDigits]++] = entry;
+    entries.swap(sorted);
+  }
+  // what the points that follow need is on its way while one is searched
+  constexpr std::size_t kAhead = 4;
+  const auto rowAhead = [&](std::size_t k) {
+    return k < entries.size() ? std::size_t{entries[k].row} : numRows;
+  };
+  for (std::size_t k = 0; k < entries.size(); ++k) {
+    if (const std::size_t row = rowAhead(k + 3 * kAhead); row < numRows) __builtin_prefetch(&rowStarts_[row]);
+    if (const std::size_t row = rowAhead(k + 2 * kAhead); row < numRows)
+      __builtin_prefetch(slots_.data() + rowStarts_[row]);
+    if (const std::size_t row = rowAhead(k + kAhead); row < numRows)
+      for (unsigned i = rowStarts_[row]; i < rowStarts_[row + 1]; ++i) __builtin_prefetch(&boxes_[slots_[i]]);
+    const auto& [row, point] = entries[k];
+    hits[point] = row == kOffGrid ? bme_ElementHit() : FindInRow(row, pointAt(point));
+  }
+}
+
+/// Measures the elements of a bin, unless a bin nearer to the start has them too.
+void bme_ElementLocator::ImproveNearest(const Bin& bin, const Bin& start, const Point& point,
+                                        bme_NearestElement& best) const {
+  const std::size_t row = Row(bin);
+  for (unsigned k = rowStarts_[row]; k < rowStarts_[row + 1]; ++k) {
+    const unsigned slot = slots_[k];
+    const shp_FloatBox& box = boxes_[slot];
+    if (SquaredDistance(box, point) > best.distance * best.distance) continue;
+    bool isNearestBin = true;
+    for (std::size_t axis = 0; axis < 3; ++axis)
+      isNearestBin &= bin[axis]
+                      == std::clamp(start[axis], BinAlong(axis, static_cast<double>(box.low[axis])),
+                                    BinAlong(axis, static_cast<double>(box.high[axis])));
+    if (!isNearestBin) continue;
+    const Class& elements = ClassOf(slot);
+    const unsigned element = elements.firstElement + (slot - elements.firstSlot);
+    shp_IsoPoint iso{};
+    const double distance =
+        elements.shape->FindClosestPoint(point, Nodes(elements, slot), coordinates_.Const(), iso);
+    if (distance < best.distance || (distance == best.distance && element < best.element))
+      best = {element, distance, iso};
+  }
+}
+
+bme_NearestElement bme_ElementLocator::FindNearest(const Point& point) const {
+  bme_NearestElement best{.distance = kInfinity};
+  if (const bme_ElementHit hit = Find(point); IsHeld(hit.location)) return {hit.element, 0, hit.iso};
+  if (numElements_ == 0 || !std::isfinite(point[0] + point[1] + point[2])) return best;
+  // shells of bins about the one of the point, until the next is further away than the best element
+  const Bin start = BinOf(point);
+  for (int shell = 0;; ++shell) {
+    double gap = kInfinity;
+    Bin first, last;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      first[axis] = std::max(start[axis] - shell, 0);
+      last[axis] = std::min(start[axis] + shell, numBins_[axis] - 1);
+      const auto planeAt = [&](int bin) { return low_[axis] + bin / binsPerLength_[axis]; };
+      if (shell > 0 && start[axis] - shell >= 0)
+        gap = std::min(gap, point[axis] - planeAt(start[axis] - shell + 1));
+      if (shell > 0 && start[axis] + shell < numBins_[axis])
+        gap = std::min(gap, planeAt(start[axis] + shell) - point[axis]);
+    }
+    if (shell > 0 && (gap == kInfinity || gap > best.distance)) return best;
+    const auto isOnShell = [&](std::size_t axis, int bin) { return std::abs(bin - start[axis]) == shell; };
+    for (int z = first[2]; z <= last[2]; ++z)
+      for (int y = first[1]; y <= last[1]; ++y) {
+        if (isOnShell(2, z) || isOnShell(1, y)) {
+          for (int x = first[0]; x <= last[0]; ++x) ImproveNearest({x, y, z}, start, point, best);
+        } else {
+          if (start[0] - shell >= 0) ImproveNearest({start[0] - shell, y, z}, start, point, best);
+          if (shell > 0 && start[0] + shell < numBins_[0])
+            ImproveNearest({start[0] + shell, y, z}, start, point, best);
+        }
+      }
+  }
+}

@@ -1,0 +1,294 @@
+#include "bme_FaceTable.h"
+#include "bme_Work.h"
+
+#include <CoreGeometry/bme_ExternalFaces.h>
+
+namespace {
+/// The listed classes that have faces.
+struct Listed {
+  explicit Listed(const bme_Mesh& ofMesh) : mesh(ofMesh) {}
+
+  const bme_Mesh& mesh;
+  bme_Solids solids;
+  std::vector<bme_SolidClass> surfaces; ///< their keys serve to cover solids
+  std::size_t numSolids = 0;
+};
+
+std::optional<Listed> Choose(const bme_FEMElemList& elements, const bme_FaceOptions& options) {
+  Listed listed(elements.Mesh());
+  listed.solids.matchAllNodes = options.matchAllNodes;
+  if (!bme_CanWorkOn(elements, options, bme_TOO_MANY_FOR_FACES)) return std::nullopt;
+  bme_ForEachClassOfElements(
+      elements.Mesh(), elements.Words(),
+      [&](const bme_ElementClass& type, const shp_Shape* shape, std::span<const unsigned> words) {
+        if (!shape || bme_IsLeftOut(*shape, options.leaveOut) || bme_NumListedFaces(*shape) == 0) return;
+        const bool isSolid = shape->NumGeomDims() == 3;
+        (isSolid ? listed.solids.classes : listed.surfaces).emplace_back(type, *shape, words);
+        if (isSolid) listed.numSolids += words.size();
+      });
+  return listed;
+}
+
+/// What is known of the faces of solids after the first pass.
+struct FirstPass {
+  std::vector<unsigned> pairs;     ///< words, two each
+  std::vector<unsigned> collapsed; ///< words
+  std::vector<std::pair<bme_FaceKey, unsigned>> suspects;
+};
+
+struct Pending {
+  bme_FaceKey key;
+  unsigned word;
+};
+
+bool HasNodes(const bme_SolidClass& solids, unsigned element, unsigned numNodes) {
+  const int* row = solids.Row(element);
+  for (const int corner : solids.elementCorners)
+    if (static_cast<unsigned>(row[corner]) >= numNodes) {
+      bme_Report(bme_FACE_LIST_ERROR, std::to_string(row[corner]));
+      return false;
+    }
+  return true;
+}
+
+bool HaveNodes(const std::vector<bme_SolidClass>& classes, unsigned numNodes) {
+  return std::ranges::all_of(classes, [&](const bme_SolidClass& type) {
+    return std::ranges::all_of(type.words,
+                               [&](unsigned element) { return HasNodes(type, element, numNodes); });
+  });
+}
+
+/// Sixteen elements at a time: the tables are a cache miss for each face when nodes are numbered at random.
+constexpr std::size_t kBlock = 16;
+
+/// False after an error.
+template<bool kMatchAllNodes>
+bool MatchClass(const bme_Solids& all, const bme_SolidClass& solids, unsigned numNodes, bool keepPairs,
+                bme_FaceTable& table, FirstPass& found, bme_WorkProgress& progress) {
+  std::array<Pending, kBlock * bme_kMaxWordFaces> pending;
+  for (std::size_t begin = 0; begin < solids.words.size(); begin += kBlock) {
+    const auto block = solids.words.subspan(begin, std::min(kBlock, solids.words.size() - begin));
+    std::size_t count = 0;
+    for (const unsigned element : block) {
+      if (!HasNodes(solids, element, numNodes)) return false;
+      const int* row = solids.Row(element);
+      for (unsigned face = 0; face < solids.numFaces; ++face) {
+        Pending& next = pending[count];
+        next.word = bme_FaceWord(element, face);
+        if (solids.Key(row, face, next.key) < 3) {
+          found.collapsed.push_back(next.word);
+          continue;
+        }
+        table.Prefetch(next.key);
+        ++count;
+      }
+    }
+    for (std::size_t i = 0; i < count; ++i) table.PrefetchChain(pending[i].key);
+    for (std::size_t i = 0; i < count; ++i) {
+      const auto& [key, word] = pending[i];
+      const unsigned partner = table.Match(
+          key, word, [&](unsigned other) { return !kMatchAllNodes || all.HaveSameNodes(word, other); });
+      if (partner == bme_kNone) continue;
+      if (table.WasSeen(key)) found.suspects.emplace_back(key, word);
+      if (keepPairs) found.pairs.insert(found.pairs.end(), {word, partner});
+    }
+    progress.Advance(block.size());
+  }
+  return true;
+}
+
+/// Visits (key, word) of the faces of solids whose corners may all be in a group.
+template<class Visit>
+void ForEachFaceNear(const std::vector<bme_SolidClass>& classes, const bme_FaceGroups& groups, Visit visit,
+                     bme_WorkProgress& progress) {
+  bme_FaceKey key;
+  for (const bme_SolidClass& solids : classes)
+    for (const unsigned element : solids.words) {
+      const int* row = solids.Row(element);
+      unsigned near = 0;
+      for (const int corner : solids.elementCorners)
+        near += unsigned{groups.IsCorner(static_cast<unsigned>(row[corner]))};
+      progress.Advance(1);
+      if (near < 3) continue;
+      for (unsigned face = 0; face < solids.numFaces; ++face)
+        if (solids.Key(row, face, key) >= 3) visit(key, bme_FaceWord(element, face));
+    }
+}
+
+struct Hit {
+  unsigned group, word;
+};
+
+/// Every face of the list that is in a group, in mesh order; groups count their elements.
+std::vector<Hit> CountGroups(const Listed& listed, bme_FaceGroups& groups, bme_WorkProgress& progress) {
+  std::vector<Hit> hits;
+  ForEachFaceNear(
+      listed.solids.classes, groups,
+      [&](const bme_FaceKey& key, unsigned word) {
+        const unsigned at = groups.Find(key, word);
+        if (at == bme_kNone) return;
+        bme_FaceGroups::Group& group = groups[at];
+        group.count += unsigned{group.lastElement != bme_ElementOf(word)};
+        group.lastElement = bme_ElementOf(word);
+        hits.push_back({at, word});
+      },
+      progress);
+  return hits;
+}
+
+void Cover(const Listed& listed, bme_FaceGroups& groups) {
+  bme_FaceKey key;
+  for (const bme_SolidClass& surfaces : listed.surfaces)
+    for (const unsigned element : surfaces.words) {
+      if (surfaces.Key(surfaces.Row(element), 0, key) < 3) continue;
+      if (const unsigned at = groups.FindByCorners(key); at != bme_kNone) groups[at].isCovered = true;
+    }
+}
+
+/// Sorted lists of words in one.
+std::vector<unsigned> Merge(const std::vector<unsigned>& a, const std::vector<unsigned>& b) {
+  std::vector<unsigned> both(a.size() + b.size());
+  std::ranges::merge(a, b, both.begin(), {}, bme_MeshOrder, bme_MeshOrder);
+  return both;
+}
+
+bme_FaceSets Collect(const Listed& listed, const bme_FaceOptions& options, bme_FaceGroups& groups,
+                     const std::vector<Hit>& hits, FirstPass& found) {
+  std::vector<unsigned> external, shared, surfaces;
+  for (const auto& [group, word] : hits) {
+    if (groups[group].count > 2)
+      shared.push_back(word);
+    else if (groups[group].count == 2 && options.wantInterior)
+      found.pairs.push_back(word);
+    else if (groups[group].count == 1 && !groups[group].isCovered)
+      external.push_back(word);
+  }
+  for (const bme_SolidClass& type : listed.surfaces)
+    for (const unsigned element : type.words) {
+      bme_FaceKey key;
+      if (type.Key(type.Row(element), 0, key) < 3) {
+        found.collapsed.push_back(bme_FaceWord(element, 0));
+        continue;
+      }
+      surfaces.push_back(bme_FaceWord(element, 0));
+      if (options.bothSides) surfaces.push_back(bme_FaceWord(element, 0, true));
+    }
+  const bme_FEMFaceList ofMany(listed.mesh, std::move(shared));
+  return {.external = {listed.mesh, Merge(external, surfaces)},
+          .interior = bme_FEMFaceList(listed.mesh, std::move(found.pairs)).Difference(ofMany),
+          .shared = ofMany,
+          .collapsed = {listed.mesh, std::move(found.collapsed)}};
+}
+} // namespace
+
+std::optional<bme_FaceSets> bme_ComputeFaces(const bme_FEMElemList& elements,
+                                             const bme_FaceOptions& options) {
+  const std::optional<Listed> listed = Choose(elements, options);
+  if (!listed) return std::nullopt;
+  const unsigned numNodes = listed->mesh.NodeData().NumNodes();
+  if (!HaveNodes(listed->surfaces, numNodes)) return std::nullopt;
+  bme_WorkProgress progress(bme_COMPUTING_FACES, 2 * listed->numSolids);
+  FirstPass found;
+  bme_FaceGroups groups(numNodes, listed->solids);
+  {
+    std::size_t numFaces = 0;
+    for (const bme_SolidClass& solids : listed->solids.classes)
+      numFaces += solids.numFaces * solids.words.size();
+    bme_FaceTable table(numNodes, numFaces);
+    const auto match = options.matchAllNodes ? MatchClass<true> : MatchClass<false>;
+    for (const bme_SolidClass& solids : listed->solids.classes)
+      if (!match(listed->solids, solids, numNodes, options.wantInterior, table, found, progress))
+        return std::nullopt;
+    table.ForEachWaiting([&](const bme_FaceKey& key, unsigned word) { groups.Add(key, word); });
+  }
+  for (const auto& [key, word] : found.suspects) groups.Add(key, word);
+  const std::vector<Hit> hits = CountGroups(*listed, groups, progress);
+  if (options.shellsCoverSolids) Cover(*listed, groups);
+  return Collect(*listed, options, groups, hits, found);
+}
+
+std::optional<bme_FEMFaceList> bme_ComputeInterface(const bme_FEMElemList& first,
+                                                    const bme_FEMElemList& second,
+                                                    const bme_FaceOptions& options) {
+  const bme_FEMElemList others = second.Difference(first);
+  const std::optional<Listed> one = Choose(first, options), two = Choose(others, options);
+  const unsigned numNodes = first.Mesh().NodeData().NumNodes();
+  if (!one || !two || !HaveNodes(one->solids.classes, numNodes) || !HaveNodes(two->solids.classes, numNodes))
+    return std::nullopt;
+  bme_WorkProgress progress(bme_COMPUTING_FACES, 2 * one->numSolids + two->numSolids);
+  bme_NodeBits ofOthers(numNodes);
+  for (const bme_SolidClass& solids : two->solids.classes)
+    for (const unsigned element : solids.words)
+      for (const int corner : solids.elementCorners)
+        ofOthers.Set(static_cast<unsigned>(solids.Row(element)[corner]));
+  // faces of both lists in one numbering of words, so that nodes of any of them are found
+  bme_Solids both = one->solids;
+  both.classes.insert(both.classes.end(), two->solids.classes.begin(), two->solids.classes.end());
+  std::ranges::sort(both.classes, {}, &bme_SolidClass::firstElement);
+  bme_FaceGroups groups(numNodes, both);
+  bme_FaceKey key;
+  for (const bme_SolidClass& solids : one->solids.classes)
+    for (const unsigned element : solids.words) {
+      progress.Advance(1);
+      for (unsigned face = 0; face < solids.numFaces; ++face)
+        if (solids.Key(solids.Row(element), face, key) >= 3
+            && std::ranges::all_of(key, [&](unsigned c) { return c == bme_kNone || ofOthers.Has(c); }))
+          groups.Add(key, bme_FaceWord(element, face));
+    }
+  ForEachFaceNear(
+      two->solids.classes, groups,
+      [&](const bme_FaceKey& face, unsigned word) {
+        if (const unsigned at = groups.Find(face, word); at != bme_kNone) ++groups[at].count;
+      },
+      progress);
+  std::vector<unsigned> words;
+  ForEachFaceNear(
+      one->solids.classes, groups,
+      [&](const bme_FaceKey& face, unsigned word) {
+        if (const unsigned at = groups.Find(face, word); at != bme_kNone && groups[at].count > 0)
+          words.push_back(word);
+      },
+      progress);
+  return bme_FEMFaceList(first.Mesh(), std::move(words));
+}
+
+std::vector<std::array<unsigned, 2>> bme_FindDuplicates(const bme_FEMElemList& elements) {
+  struct Candidate {
+    std::uint64_t hash; ///< of dimension and nodes, in any order of them
+    unsigned element;
+    auto operator<=>(const Candidate&) const = default;
+  };
+  std::vector<Candidate> candidates;
+  candidates.reserve(elements.Count());
+  bme_ForEachClassOfElements(
+      elements.Mesh(), elements.Words(),
+      [&](const bme_ElementClass& type, const shp_Shape* shape, std::span<const unsigned> words) {
+        for (const unsigned element : words) {
+          std::uint64_t sum = shape ? static_cast<unsigned>(shape->NumGeomDims()) : 7;
+          for (const int node : bme_Row(type, element)) {
+            const std::uint64_t mixed = (static_cast<unsigned>(node) + 1U) * 0x9E3779B97F4A7C15U;
+            sum += (mixed ^ mixed >> 31) * 0xBF58476D1CE4E5B9U;
+          }
+          candidates.push_back({sum, element});
+        }
+      });
+  std::ranges::sort(candidates);
+  const bme_ElementData& data = elements.Mesh().ElementData();
+  const auto contents = [&](unsigned element) {
+    const bme_ElementClass& type = data.GetElemClass(element);
+    const std::span<const int> row = bme_Row(type, element);
+    std::vector<int> nodes(row.begin(), row.end());
+    std::ranges::sort(nodes);
+    nodes.push_back(type.Shape() ? type.Shape()->NumGeomDims() : -1);
+    return nodes;
+  };
+  std::vector<std::array<unsigned, 2>> pairs;
+  for (std::size_t i = 0; i < candidates.size(); ++i) {
+    if (i > 0 && candidates[i - 1].hash == candidates[i].hash) continue; // not the first of its kind
+    for (std::size_t k = i + 1; k < candidates.size() && candidates[k].hash == candidates[i].hash; ++k)
+      if (contents(candidates[i].element) == contents(candidates[k].element))
+        pairs.push_back({candidates[i].element, candidates[k].element});
+  }
+  std::ranges::sort(pairs);
+  return pairs;
+}

@@ -1,0 +1,57 @@
+#include "bme_FaceTable.h"
+
+bme_SolidClass::bme_SolidClass(const bme_ElementClass& elements, const shp_Shape& ofElements,
+                               std::span<const unsigned> listed)
+    : shape(&ofElements), words(listed), rows(elements.ElementConnectivity().Const().data()),
+      columns(static_cast<std::size_t>(elements.NumNodesPerElem())),
+      firstElement(static_cast<unsigned>(elements.FirstElementIndex())),
+      numFaces(bme_NumListedFaces(ofElements)), elementCorners(bme_CornersOfElement(ofElements)) {
+  for (unsigned face = 0; face < numFaces; ++face) {
+    const std::span<const int> local = bme_Corners(ofElements, face);
+    numCorners[face] = static_cast<std::uint8_t>(local.size());
+    std::ranges::copy(local, corners[face].begin());
+  }
+}
+
+bool bme_Solids::HaveSameNodes(unsigned wordA, unsigned wordB) const {
+  const auto nodesOf = [&](unsigned word) {
+    const bme_SolidClass& solids = ClassOf(word);
+    const int* row = solids.Row(bme_ElementOf(word));
+    std::array<int, 16> nodes{};
+    const std::span<const int> local = solids.FaceNodes(word);
+    for (std::size_t i = 0; i < local.size(); ++i) nodes[i] = row[local[i]];
+    std::sort(nodes.begin(), nodes.begin() + local.size());
+    std::fill(std::unique(nodes.begin(), nodes.begin() + local.size()), nodes.end(), -1);
+    return nodes;
+  };
+  return nodesOf(wordA) == nodesOf(wordB);
+}
+
+bme_FaceTable::bme_FaceTable(std::size_t numNodes, std::size_t numFaces) : heads_(numNodes, bme_kNone) {
+  constexpr std::size_t kFacesPerWord = 8;
+  while (seenShift_ < 3 && numFaces > kFacesPerWord * (numNodes << seenShift_)) ++seenShift_;
+  seen_.assign(numNodes << seenShift_, 0);
+}
+
+void bme_FaceGroups::Add(const bme_FaceKey& key, unsigned word) {
+  if (Find(key, word) != bme_kNone) return;
+  for (const unsigned corner : key)
+    if (corner != bme_kNone) corners_.Set(corner);
+  groups_.push_back({.key = key, .next = heads_[key[0]], .word = word});
+  heads_[key[0]] = static_cast<unsigned>(groups_.size() - 1);
+}
+
+unsigned bme_FaceGroups::Find(const bme_FaceKey& key, unsigned word) const {
+  unsigned at = heads_[key[0]];
+  while (at != bme_kNone
+         && (groups_[at].key != key
+             || (solids_.matchAllNodes && !solids_.HaveSameNodes(groups_[at].word, word))))
+    at = groups_[at].next;
+  return at;
+}
+
+unsigned bme_FaceGroups::FindByCorners(const bme_FaceKey& key) const noexcept {
+  unsigned at = heads_[key[0]];
+  while (at != bme_kNone && groups_[at].key != key) at = groups_[at].next;
+  return at;
+}

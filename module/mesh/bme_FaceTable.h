@@ -1,0 +1,206 @@
+// bme_FaceTable.h: faces of solids by their corners
+#pragma once
+
+#include "bme_ClassWalk.h"
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+inline constexpr unsigned bme_kNone = 4294967295U; ///< ends chains and fills up keys
+
+/// Different corners of a face in ascending order, then bme_kNone.
+using bme_FaceKey = std::array<unsigned, 4>;
+
+/// The listed elements of one class of solids, and the corners of its faces.
+struct bme_SolidClass {
+  bme_SolidClass(const bme_ElementClass& elements, const shp_Shape& ofElements,
+                 std::span<const unsigned> listed);
+
+  const int* Row(unsigned element) const noexcept {
+    return rows + static_cast<std::size_t>(element - firstElement) * columns;
+  }
+  std::span<const int> FaceNodes(unsigned word) const noexcept {
+    return shape->FaceNodes(static_cast<int>(bme_FaceOf(word)));
+  }
+  /// Number of different corners; the key is in order when it is at least 3.
+  unsigned Key(const int* row, unsigned face, bme_FaceKey& key) const noexcept;
+
+  const shp_Shape* shape;
+  std::span<const unsigned> words; ///< mesh element indices
+  const int* rows;
+  std::size_t columns;
+  unsigned firstElement;
+  unsigned numFaces;
+  std::array<std::uint8_t, bme_kMaxWordFaces> numCorners{};
+  std::array<std::array<std::uint8_t, 4>, bme_kMaxWordFaces> corners{};
+  std::vector<int> elementCorners;
+};
+
+inline unsigned bme_SolidClass::Key(const int* row, unsigned face, bme_FaceKey& key) const noexcept {
+  const auto& local = corners[face];
+  const auto order = [&](unsigned& a, unsigned& b) {
+    const unsigned low = std::min(a, b);
+    b = std::max(a, b);
+    a = low;
+  };
+  auto a = static_cast<unsigned>(row[local[0]]), b = static_cast<unsigned>(row[local[1]]),
+       c = static_cast<unsigned>(row[local[2]]), d = bme_kNone;
+  if (numCorners[face] == 4) {
+    d = static_cast<unsigned>(row[local[3]]);
+    order(a, b);
+    order(c, d);
+    order(a, c);
+    order(b, d);
+    order(b, c);
+  } else {
+    order(a, b);
+    order(b, c);
+    order(a, b);
+  }
+  key = {a, b, c, d};
+  if (a != b && b != c && c != d) [[likely]]
+    return numCorners[face];
+  const auto end = std::unique(key.begin(), key.begin() + numCorners[face]);
+  std::fill(end, key.end(), bme_kNone);
+  return static_cast<unsigned>(end - key.begin());
+}
+
+/// All classes of solids of a list; looks nodes of words up when corners are not enough.
+struct bme_Solids {
+  const bme_SolidClass& ClassOf(unsigned word) const noexcept {
+    return *(std::ranges::upper_bound(classes, bme_ElementOf(word), {}, &bme_SolidClass::firstElement) - 1);
+  }
+  bool HaveSameNodes(unsigned wordA, unsigned wordB) const;
+
+  std::vector<bme_SolidClass> classes;
+  bool matchAllNodes = false;
+};
+
+/// A bit for each node.
+class bme_NodeBits {
+public:
+  explicit bme_NodeBits(std::size_t numNodes) : bits_((numNodes + 63) / 64) {}
+  void Set(unsigned node) noexcept { bits_[node / 64] |= std::uint64_t{1} << (node % 64); }
+  bool Has(unsigned node) const noexcept { return (bits_[node / 64] >> (node % 64) & 1) != 0; }
+
+private:
+  std::vector<std::uint64_t> bits_;
+};
+
+/// Faces that wait for the other element that has them: chains of records by smallest corner. A face that
+/// finds its like takes it out, and its record is used again, so the table holds little more than the front
+/// that moves through the mesh.
+///
+/// A face that comes a third time finds nothing. Its like leaves a trace, though: bits by hashed key, so that
+/// the second pair of the same four faces is noticed (and now and then a pair that was the only one).
+class bme_FaceTable {
+public:
+  /// Room for the faces of a number of elements between the nodes.
+  bme_FaceTable(std::size_t numNodes, std::size_t numFaces);
+
+  void Prefetch(const bme_FaceKey& key) const noexcept {
+    __builtin_prefetch(&heads_[key[0]], 1);
+    __builtin_prefetch(&seen_[static_cast<std::size_t>(key[0]) << seenShift_], 1);
+  }
+  void PrefetchChain(const bme_FaceKey& key) const noexcept {
+    if (const unsigned head = heads_[key[0]]; head != bme_kNone) __builtin_prefetch(&records_[head], 1);
+  }
+  /// Word of the same face of another element, which leaves the table; bme_kNone when there is none, and the
+  /// face waits.
+  template<class IsSame> unsigned Match(const bme_FaceKey& key, unsigned word, IsSame isSame) {
+    for (unsigned* link = &heads_[key[0]]; *link != bme_kNone;) {
+      Record& record = records_[*link];
+      if (record.rest[0] == key[1] && record.rest[1] == key[2] && record.rest[2] == key[3]
+          && bme_ElementOf(record.word) != bme_ElementOf(word) && isSame(record.word)) {
+        const unsigned freed = *link, partner = record.word;
+        *link = record.next;
+        record.next = free_;
+        free_ = freed;
+        return partner;
+      }
+      link = &record.next;
+    }
+    Insert(key, word);
+    return bme_kNone;
+  }
+  /// Marks a matched face; true when it may have been marked before.
+  bool WasSeen(const bme_FaceKey& key) noexcept;
+
+  /// visit(key, word) for every face that still waits.
+  template<class Visit> void ForEachWaiting(Visit visit) const {
+    for (std::size_t node = 0; node < heads_.size(); ++node)
+      for (unsigned at = heads_[node]; at != bme_kNone; at = records_[at].next) {
+        const Record& record = records_[at];
+        visit(bme_FaceKey{static_cast<unsigned>(node), record.rest[0], record.rest[1], record.rest[2]},
+              record.word);
+      }
+  }
+
+private:
+  struct Record {
+    unsigned next;
+    unsigned rest[3]; ///< of the key
+    unsigned word;
+  };
+  void Insert(const bme_FaceKey& key, unsigned word);
+
+  std::vector<unsigned> heads_; ///< by smallest corner
+  std::vector<Record> records_;
+  unsigned free_ = bme_kNone;
+  unsigned seenShift_ = 0; ///< words of bits a node, as a power of 2
+  std::vector<std::uint64_t> seen_;
+};
+
+inline void bme_FaceTable::Insert(const bme_FaceKey& key, unsigned word) {
+  unsigned at = free_;
+  if (at != bme_kNone) {
+    free_ = records_[at].next;
+  } else {
+    at = static_cast<unsigned>(records_.size());
+    records_.emplace_back();
+  }
+  records_[at] = {heads_[key[0]], {key[1], key[2], key[3]}, word};
+  heads_[key[0]] = at;
+}
+
+inline bool bme_FaceTable::WasSeen(const bme_FaceKey& key) noexcept {
+  std::uint64_t hash = (key[1] | std::uint64_t{key[2]} << 32) * 0x9E3779B97F4A7C15U;
+  hash = (hash ^ hash >> 29 ^ key[3]) * 0xBF58476D1CE4E5B9U;
+  const std::uint64_t bits = std::uint64_t{1} << (hash >> 58) | std::uint64_t{1} << (hash >> 52 & 63);
+  std::uint64_t& seen = seen_[(static_cast<std::size_t>(key[0]) << seenShift_)
+                              + (hash >> 40 & ((std::uint64_t{1} << seenShift_) - 1))];
+  const bool was = (seen & bits) == bits;
+  seen |= bits;
+  return was;
+}
+
+/// Different faces with the elements that have them, counted one element after the other.
+class bme_FaceGroups {
+public:
+  struct Group {
+    bme_FaceKey key;
+    unsigned next;
+    unsigned word; ///< of one that has it
+    unsigned lastElement = bme_kNone;
+    unsigned count = 0; ///< elements
+    bool isCovered = false;
+  };
+
+  bme_FaceGroups(std::size_t numNodes, const bme_Solids& solids)
+      : heads_(numNodes, bme_kNone), corners_(numNodes), solids_(solids) {}
+
+  void Add(const bme_FaceKey& key, unsigned word);
+  bool IsEmpty() const noexcept { return groups_.empty(); }
+  bool IsCorner(unsigned node) const noexcept { return corners_.Has(node); }
+  /// Position of the group, bme_kNone when there is none.
+  unsigned Find(const bme_FaceKey& key, unsigned word) const;
+  unsigned FindByCorners(const bme_FaceKey& key) const noexcept;
+  Group& operator[](unsigned group) noexcept { return groups_[group]; }
+
+private:
+  std::vector<unsigned> heads_;
+  std::vector<Group> groups_;
+  bme_NodeBits corners_;
+  const bme_Solids& solids_;
+};

@@ -1,0 +1,51 @@
+#include "bme_Work.h"
+
+#include "bme_ClassWalk.h"
+
+#include <BasicUtils/thr_ThreadSingleton.h>
+#include <BasicUtils/wip_WIP.h>
+
+bool bme_IsLeftOut(const shp_Shape& shape, unsigned leaveOut) noexcept {
+  return ((leaveOut & bme_LEAVE_OUT_RIGID) != 0 && shape.IsRigid())
+         || ((leaveOut & bme_LEAVE_OUT_INTERACTION) != 0 && shape.IsInteraction())
+         || ((leaveOut & bme_LEAVE_OUT_INTERNAL) != 0 && shape.IsInternal())
+         || ((leaveOut & bme_LEAVE_OUT_SURFACE) != 0 && shape.IsSurface())
+         || ((leaveOut & bme_LEAVE_OUT_ANALYTIC) != 0 && shape.IsAnalyticalRigidSurface());
+}
+
+bool bme_CanWorkOn(const bme_FEMElemList& elements, const bme_FaceOptions& options, bme_Message tooMany) {
+  bool isTooMuch = !elements.IsEmpty()
+                   && elements.Words().back() >= std::min(options.limits.elements, bme_kMaxWordElements);
+  std::vector<cow_String> unsupported;
+  bme_ForEachClassOfElements(
+      elements.Mesh(), elements.Words(),
+      [&](const bme_ElementClass& type, const shp_Shape* shape, std::span<const unsigned>) {
+        if (shape)
+          isTooMuch |= !bme_IsLeftOut(*shape, options.leaveOut)
+                       && bme_NumListedFaces(*shape) > std::min(options.limits.faces, bme_kMaxWordFaces);
+        else if (std::ranges::find(unsupported, type.ElemTypeLabel()) == unsupported.end())
+          unsupported.push_back(type.ElemTypeLabel());
+      });
+  if (!unsupported.empty() && (options.leaveOut & bme_LEAVE_OUT_UNSUPPORTED) == 0) {
+    cow_String labels;
+    for (const cow_String& label : unsupported) labels += (labels.empty() ? "" : ", ") + label;
+    bme_Report(bme_UNSUPPORTED_TYPE, labels);
+    return false;
+  }
+  if (isTooMuch) bme_Report(tooMany);
+  return !isTooMuch;
+}
+
+bme_WorkProgress::bme_WorkProgress(bme_Message what, std::size_t steps)
+    : steps_(std::max<std::size_t>(steps, 1)) {
+  bme_Report(what);
+  Tell();
+}
+
+void bme_WorkProgress::Tell() {
+  auto& channel = thr_ThreadSingleton<wip_WIP>::Instance();
+  channel.CheckCancelled();
+  channel.Progress(static_cast<double>(std::min(done_, steps_)) / static_cast<double>(steps_));
+  constexpr std::size_t kStepsBetween = 65536;
+  next_ = std::min(done_ + kStepsBetween, done_ < steps_ ? steps_ : done_ + kStepsBetween);
+}
