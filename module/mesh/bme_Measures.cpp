@@ -97,7 +97,8 @@ private:
     result_.numElements += static_cast<long long>(positions.size());
     const shp_Shape* shape = type.Shape();
     const bool isPoint = shape && shape->Options().Family() == shp_Family::Point;
-    if (isPoint && options_.density && StandsForABody(*shape)) AddPoints(type, positions);
+    if (isPoint && options_.density && !shape->IsInternal() && !shape->IsSurface() && !shape->IsRigid())
+      AddPoints(type, positions);
     if (isPoint) return;
     std::optional<shp_MeasureRule> rule;
     if (shape) rule.emplace(*shape, options_.order);

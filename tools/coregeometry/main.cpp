@@ -30,6 +30,7 @@ int Run(int argc, char** argv) {
   cli_AddDiff(app);
   cli_AddDump(app);
   cli_AddTravel(app);
+  cli_AddMeasure(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
