@@ -115,20 +115,24 @@ cli_Json Describe(const bme_Moments& own, const gsl_Matrix& frame) {
   return json;
 }
 
+/// What the totals lack of what was asked for.
+enum class Lack { Nothing, Mass, Everything };
+
 struct LabelList {
   const char *key, *text;
   std::vector<int> bme_Measures::*labels;
-  bool isFault; ///< the totals lack something that was asked for
+  Lack lack;
 };
 constexpr LabelList kLists[] = {
-    {"inverted", "inside out", &bme_Measures::inverted, false},
-    {"zero", "without extent", &bme_Measures::zero, false},
-    {"withoutShape", "not measured, the type has no shape", &bme_Measures::withoutShape, false},
-    {"withoutNodes", "not measured, nodes are missing or not finite", &bme_Measures::withoutNodes, true},
-    {"noThickness", "not in the volume, no --thickness", &bme_Measures::noThickness, false},
-    {"noSectionArea", "not in the volume, no --section-area", &bme_Measures::noSectionArea, false},
-    {"noDensity", "not in the mass, no --density", &bme_Measures::noDensity, true},
-    {"noPointMass", "not in the mass, no --point-mass", &bme_Measures::noPointMass, true}};
+    {"inverted", "inside out", &bme_Measures::inverted, Lack::Nothing},
+    {"zero", "without extent", &bme_Measures::zero, Lack::Nothing},
+    {"withoutShape", "not measured, the type has no shape", &bme_Measures::withoutShape, Lack::Nothing},
+    {"withoutNodes", "not measured, nodes are missing or not finite", &bme_Measures::withoutNodes,
+     Lack::Everything},
+    {"noThickness", "not in the volume, no --thickness", &bme_Measures::noThickness, Lack::Mass},
+    {"noSectionArea", "not in the volume, no --section-area", &bme_Measures::noSectionArea, Lack::Mass},
+    {"noDensity", "not in the mass, no --density", &bme_Measures::noDensity, Lack::Mass},
+    {"noPointMass", "not in the mass, no --point-mass", &bme_Measures::noPointMass, Lack::Mass}};
 
 struct Kind {
   const char* key;
@@ -215,7 +219,9 @@ void Run(const Arguments& arguments) {
     cli_Json facts = Describe(group, measures, frame, static_cast<bool>(options.density));
     if (!arguments.json) Print(facts, measures);
     json["groups"].push_back(std::move(facts));
-    for (const LabelList& list : kLists) isIncomplete |= list.isFault && !(measures.*list.labels).empty();
+    for (const LabelList& list : kLists)
+      if (list.lack == Lack::Everything || (list.lack == Lack::Mass && options.density))
+        isIncomplete |= !(measures.*list.labels).empty();
   }
   if (arguments.json) cli_PrintJson(json);
   if (isIncomplete) {
