@@ -330,7 +330,7 @@ void shp_MeasureRule::Impl::Each(std::span<const int> rows, std::size_t nodesPer
       for (std::size_t a = 0; a < 3; ++a) base[k][a] = zero[a] - origin[a];
       if (revolved) base[k][2] = 0;
       const double farthest = std::max({std::abs(first[0]), std::abs(first[1]), std::abs(first[2])}) + size;
-      noise[k] = kRounding * farthest * std::pow(size, domain.numDims - 1);
+      noise[k] = kRounding * farthest * (domain.numDims == 3 ? size * size : domain.numDims == 2 ? size : 1);
     }
     Lanes sums[kNumSums];
     if (hasSign) body(tables[0], nodes.size(), lanes, order, revolved, sums);
