@@ -28,13 +28,13 @@ TEST(Measure, TellsTheMassOfWhatIsKnownAndListsTheRest) {
   const json full =
       measure({"--by", "class", "--density", "2,lid=10", "--thickness", "lid=0.5"}, 0)["groups"];
   ASSERT_EQ(full.size(), 3U);
-  EXPECT_EQ(full[0]["volume"]["total"], 24.0);
+  EXPECT_NEAR(full[0]["volume"]["total"].get<double>(), 24.0, 1e-12);
   EXPECT_NEAR(full[0]["mass"]["principalMoments"][0].get<double>(), 48 * (4 + 9) / 12.0, 1e-9);
-  EXPECT_EQ(full[1]["area"]["total"], 6.0);
-  EXPECT_EQ(full[2]["mass"]["total"], 48 + 30.0);
+  EXPECT_NEAR(full[1]["area"]["total"].get<double>(), 6.0, 1e-12);
+  EXPECT_NEAR(full[2]["mass"]["total"].get<double>(), 48 + 30.0, 1e-12);
   const json partial = measure({"--density", "block=2"}, 1)["groups"];
   EXPECT_EQ(partial[0]["noThickness"], json({12}));
-  EXPECT_EQ(partial[0]["mass"]["total"], 48.0);
+  EXPECT_NEAR(partial[0]["mass"]["total"].get<double>(), 48.0, 1e-12);
   EXPECT_EQ(measure({}, 0)["groups"][0]["noThickness"], json({12})); // no mass was asked for
   EXPECT_EQ(measure({"--density", "block=2", "--thickness", "1"}, 1)["groups"][0]["noDensity"], json({12}));
   EXPECT_EQ(RunTool({"measure", model, "--density", "heavy"}).exitCode, 2);
