@@ -257,6 +257,6 @@ void cli_AddMeasure(CLI::App& app) {
       "exit code is 1. Totals are of absolute values; a signed total is given where it differs.\n"
       "\n"
       "Example:\n"
-      "  coregeometry measure bracket.cgdb --by class --density 7.85e-9 --thickness 2");
+      "  coregeometry measure bracket.cgdb --by class --density 7850 --thickness 0.002");
   command->callback([arguments] { Run(*arguments); });
 }
