@@ -7,6 +7,7 @@
 #include <CoreGeometry/bme_ElemCtrlParams.h>
 #include <CoreUtils/omi_BlkBitVect.h>
 
+class bme_NodeData;
 class shp_Shape;
 
 enum bme_OrientationFreqEnm : int { bme_ORIENTATION_NONE = 0, bme_CONSTANT = 1, bme_CHANGING = 2 };
@@ -78,6 +79,12 @@ public:
   std::span<const int> UserElementLabels() const noexcept { return userLabels_.Const(); } ///< empty when none
   const cow_List<cow_String>& LocationLabels() const noexcept { return locationLabels_.List(); }
   const cow_String& SectionPointLabel(int i) const { return locationLabels_.List().ConstGet(i); }
+  /// Area of all elements or of one, 0 unless they are surfaces; of sections where axisymmetric. Volume
+  /// likewise of solids and axisymmetric elements. Absolute values; bme_CalculateMeasures for anything more.
+  double Area(const bme_NodeData& nodes) const;
+  double Area(const bme_NodeData& nodes, int element) const; ///< throws nex_OutOfRangeException
+  double Volume(const bme_NodeData& nodes) const;
+  double Volume(const bme_NodeData& nodes, int element) const; ///< throws nex_OutOfRangeException
   int GetStackDirection(int element) const; ///< 0 to 7, 0 unless set; throws nex_OutOfRangeException
 
   // change

@@ -7,6 +7,9 @@
 #include <CoreGeometry/gsl_BBox.h>
 #include <CoreGeometry/gsl_PersistentMatrix.h>
 #include <CoreUtils/aio_ostream.h>
+#include <memory>
+
+class bme_FEMConnect;
 
 enum bme_MeshType : int { bme_ORPHAN_MESH = 0, bme_ODB_MESH = 1, bme_NATIVE_MESH = 2, bme_INVALID_MESH = 3 };
 template<> struct omu_EnumTable<bme_MeshType> {
@@ -70,6 +73,9 @@ public:
   /// and a zero normal, when there is no such face, a corner is not in the mesh, or the face has no area.
   bool ComputeFaceNorml(const bme_ElementClass& elements, unsigned elemIndexInClass, unsigned face,
                         g3d_Vector& normal) const;
+  /// Which elements meet where, made when first asked for and kept until InvalidateMeshData(); copies of the
+  /// mesh make their own.
+  const bme_FEMConnect& Connectivity() const;
   void Print(aio_ostream& out) const; ///< a summary, flushed after each line
 
   // change
@@ -82,6 +88,7 @@ public:
 private:
   static constexpr auto StoredFields();
   void ComputeSphere();
+  void CreateInverseConnectivity() const;
 
   int id_ = 0;
   cow_COW<bme_NodeData, cow_Virtual<bme_NodeData>> nodeData_;
@@ -92,5 +99,6 @@ private:
 
   g3d_Sphere sphere_;
   unsigned changeCount_ = 1;
+  mutable bme_Cache<std::shared_ptr<const bme_FEMConnect>> connectivity_;
   cls_Uid uid_;
 };

@@ -3,6 +3,7 @@
 #include "bme_ClassWalk.h"
 #include "bme_Component.h"
 
+#include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/gsl_Matrix.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
 #include <CoreUtils/omi_timers.h>
@@ -110,7 +111,21 @@ void bme_Mesh::ApplyTransform(const gsl_Matrix& matrix) {
   ComputeSphere();
 }
 
-void bme_Mesh::InvalidateMeshData() noexcept { ++changeCount_; }
+void bme_Mesh::CreateInverseConnectivity() const {
+  connectivity_.content = std::make_shared<bme_FEMConnect>(*this);
+  connectivity_.isValid = true;
+}
+
+const bme_FEMConnect& bme_Mesh::Connectivity() const {
+  if (!connectivity_.isValid) CreateInverseConnectivity();
+  return *connectivity_.content;
+}
+
+void bme_Mesh::InvalidateMeshData() noexcept {
+  connectivity_.isValid = false;
+  connectivity_.content.reset();
+  ++changeCount_;
+}
 
 bool bme_Mesh::ComputeFaceNorml(const bme_ElementClass& elements, unsigned elemIndexInClass, unsigned face,
                                 g3d_Vector& normal) const {

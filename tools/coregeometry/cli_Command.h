@@ -32,6 +32,7 @@ void cli_AddCheck(CLI::App& app);
 void cli_AddDiff(CLI::App& app);
 void cli_AddDump(CLI::App& app);
 void cli_AddTravel(CLI::App& app);
+void cli_AddMeasure(CLI::App& app);
 void cli_AddLocate(CLI::App& app);
 void cli_AddExport(CLI::App& app);
 void cli_AddRender(CLI::App& app);

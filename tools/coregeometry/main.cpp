@@ -33,6 +33,7 @@ int Run(int argc, char** argv) {
   cli_AddExport(app);
   cli_AddRender(app);
   cli_AddSkin(app);
+  cli_AddMeasure(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

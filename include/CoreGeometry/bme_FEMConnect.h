@@ -1,0 +1,99 @@
+// bme_FEMConnect.h: which elements of a mesh meet where
+#pragma once
+
+#include <CoreGeometry/CoreGeometryExport.h>
+#include <optional>
+#include <span>
+#include <vector>
+
+class bme_FEMFaceList;
+class bme_Mesh;
+class bme_NodeData;
+
+/// Rows of indices of different length, one behind the other: row i is items[first[i]] to items[first[i +
+/// 1]].
+struct bme_Rows {
+  std::vector<unsigned> first{0}, items;
+
+  std::size_t Count() const noexcept { return first.size() - 1; }
+  std::span<const unsigned> operator[](std::size_t row) const {
+    return std::span(items).subspan(first[row], first[row + 1] - first[row]);
+  }
+};
+
+/// What neighbours share.
+enum class bme_Across : int {
+  Node, ///< any node
+  Edge, ///< both ends of an edge of each
+  Face  ///< the whole side of each: a face of solids, an edge of surfaces, an end of lines
+};
+
+/// Connectivity of a mesh. Sides meet when they have the same corners, whatever their mid nodes; a
+/// quadrilateral with a repeated corner counts as a triangle, one of fewer than three corners as none.
+///
+/// Relations are of mesh element and node indices, rows ascending and without repetition.
+/// Empty      elements whose type has no shape meet others at nodes only.
+/// Errors     node indices outside the mesh are passed over; nex_OutOfRangeException for an element or side
+///            that is not there.
+/// Cost       each relation is built once, when it is first asked for, in time linear in its size.
+/// Threads    asking builds: one thread at a time.
+/// Lifetime   belongs to a mesh, and is gone when that is changed (bme_Mesh::InvalidateMeshData) or copied.
+class CORE_GEOMETRY_API bme_FEMConnect {
+public:
+  explicit bme_FEMConnect(const bme_Mesh& mesh) : mesh_(mesh) {}
+  bme_FEMConnect(const bme_FEMConnect&) = delete;
+  bme_FEMConnect& operator=(const bme_FEMConnect&) = delete;
+
+  // ask: relations
+  const bme_Rows& ElementsOfNodes() const;
+  /// Of each element the others. Across faces: the dual graph, ready for a graph partitioner.
+  const bme_Rows& Neighbours(bme_Across across) const;
+  std::vector<unsigned> FreeNodes() const; ///< of no element
+
+  // ask: one side
+  struct Side {
+    unsigned element;
+    int side; ///< face of a solid, edge of a surface, end of a line
+
+    bool operator==(const Side&) const = default;
+  };
+  /// The next one of the sides that meet there, in a cycle by element and side; itself when it is alone.
+  Side NextAcross(Side side) const;
+
+  // ask: wider
+  /// Ring 0: the seeds; ring k: elements that are k steps away from the nearest one. Ends before `count`
+  /// steps when no elements are left.
+  std::vector<std::vector<unsigned>> Rings(std::span<const unsigned> seeds, int count,
+                                           bme_Across across) const;
+  /// A number for each element, from 0 in order of their first elements, and how many there are.
+  struct Components {
+    std::vector<unsigned> ofElement;
+    unsigned count = 0;
+  };
+  Components FindComponents(bme_Across across) const;
+
+private:
+  /// Cycles of the slots that share a key. A slot is one side, or one edge, of one element.
+  struct Links {
+    std::vector<unsigned> firstSlot; ///< of each class, and the total
+    std::vector<unsigned> next;
+  };
+  const Links& LinksOf(bme_Across across) const;
+  Links MakeLinks(bme_Across across) const;
+  bme_Rows MakeNodeNeighbours() const;
+  bme_Rows MakeSideNeighbours(bme_Across across) const;
+
+  const bme_Mesh& mesh_;
+  mutable std::optional<bme_Rows> elementsOfNodes_, neighbours_[3];
+  mutable std::optional<Links> links_[3];
+};
+
+/// Groups of nodes that are at most the tolerance apart, or joined by a chain of such; each ascending,
+/// ordered by their first node. Nodes without finite coordinates are in none. By bins of the space, not by
+/// pairs.
+CORE_GEOMETRY_API bme_Rows bme_FindCoincidentNodes(const bme_NodeData& nodes, double tolerance);
+
+/// The seeds and all faces of `within` that are reached from them over edges at which the normals of both
+/// faces make no more than the angle.
+CORE_GEOMETRY_API bme_FEMFaceList bme_GrowFaces(const bme_FEMFaceList& seeds, const bme_FEMFaceList& within,
+                                                double angleDegrees);

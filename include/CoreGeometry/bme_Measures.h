@@ -1,0 +1,124 @@
+// bme_Measures.h: length, area, volume, mass, centre and inertia of elements
+#pragma once
+
+#include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/gsl_Vector.h>
+#include <CoreGeometry/shp_MeasureRule.h>
+#include <functional>
+#include <optional>
+
+class dtu_DatumCsys;
+
+using bme_Tensor = std::array<std::array<double, 3>, 3>;
+
+/// Total of lengths, areas, volumes or masses with its first and second moments.
+///
+/// Units      the measure's, times model length or its square.
+/// Sign       totals and moments are of absolute values: an element that is inside out counts like its mirror
+///            image. SignedTotal() takes its measure as negative.
+/// Empty      a total of zero has no centre and no inertia about it.
+/// Accuracy   sums carry twice the digits of a double, so the order of the elements does not show.
+/// Threads    a value.
+class CORE_GEOMETRY_API bme_Moments {
+public:
+  // ask
+  double Total() const noexcept { return total_.Value(); }
+  double SignedTotal() const noexcept { return signedTotal_.Value(); }
+  bool GetCentre(gsl_Point& centre) const noexcept;
+  /// Diagonal: integrals of the squared distance from the axes through the point. Off the diagonal: the
+  /// products of inertia with the minus sign, so that it is a tensor.
+  bme_Tensor InertiaAbout(const gsl_Point& point) const noexcept;
+  bool GetInertiaAboutCentre(bme_Tensor& inertia) const noexcept;
+  /// Principal moments about the centre, ascending, and their right-handed unit axes. The largest component
+  /// of the first two axes is positive.
+  bool GetPrincipal(std::array<double, 3>& moments, std::array<gsl_Vector, 3>& axes) const noexcept;
+
+  // make
+  /// The same as seen in a frame, a rigid transform of its coordinates into those of the mesh.
+  bme_Moments In(const gsl_Matrix& frame) const noexcept;
+
+  // change
+  explicit bme_Moments(const std::array<double, 3>& reference = {}) : reference_(reference) {}
+  /// Moments about the reference point times a factor; those of a thickness are added to surfaces.
+  void Add(const shp_Moments& moments, double factor, double thickness = 0) noexcept;
+
+private:
+  /// A sum of doubles with the sum of its rounding errors.
+  class Sum {
+  public:
+    double Value() const noexcept { return sum_ + error_; }
+    void Add(double x) noexcept {
+      const double sum = sum_ + x, part = sum - sum_;
+      error_ += (sum_ - (sum - part)) + (x - part);
+      sum_ = sum;
+    }
+
+  private:
+    double sum_ = 0, error_ = 0;
+  };
+
+  std::array<double, 3> reference_; ///< that first and second moments are about
+  Sum total_, signedTotal_;
+  std::array<Sum, 3> first_;
+  std::array<Sum, 6> second_; ///< xx, yy, zz, xy, xz, yz
+};
+
+/// A value for one element, by its class and position in it; nothing where it is not known.
+using bme_ElementValue = std::function<std::optional<double>(const bme_ElementClass&, int element)>;
+
+/// What is wanted, and what geometry alone does not tell.
+struct bme_MeasureOptions {
+  shp_MomentOrder order = shp_MomentOrder::Second;
+  bme_ElementValue thickness = {};   ///< of shells, membranes and plane elements
+  bme_ElementValue sectionArea = {}; ///< of lines
+  bme_ElementValue density = {};     ///< without it no mass is asked for
+  bme_ElementValue pointMass = {};   ///< of elements of a single node
+};
+
+/// Measures of some elements. Labels are user labels, in mesh order; index + 1 in meshes without.
+///
+/// Lengths and areas are those of the elements as meshed, on their curved geometry; the volume is that of the
+/// body they stand for:
+///   solids                    their own volume
+///   axisymmetric              a full turn about the y axis; of lines the surface times the thickness
+///   plane, shells, membranes  area times thickness, which lies half on either side
+///   lines                     length times section area, taken as thin
+/// Rigid, interaction, internal and surface elements have lengths and areas but no body.
+struct bme_Measures {
+  long long numElements = 0;
+  bme_Moments length, area, volume;
+  bme_Moments mass;
+
+  std::vector<int> inverted;      ///< negative volume, plane elements: clockwise
+  std::vector<int> zero;          ///< no more than the rounding of the coordinates may make
+  std::vector<int> withoutShape;  ///< type without shape or map: not measured
+  std::vector<int> withoutNodes;  ///< nodes not in the mesh or not finite: not measured
+  std::vector<int> noThickness;   ///< body not in the volume and the mass
+  std::vector<int> noSectionArea; ///< likewise
+  std::vector<int> noDensity;     ///< not in the mass
+  std::vector<int> noPointMass;   ///< likewise
+};
+
+/// Of all elements, or of those with the given mesh element indices, each counted once. Throws
+/// nex_OutOfRangeException for an index that the mesh does not have.
+CORE_GEOMETRY_API bme_Measures bme_CalculateMeasures(const bme_Mesh& mesh,
+                                                     const bme_MeasureOptions& options = {});
+CORE_GEOMETRY_API bme_Measures bme_CalculateMeasures(const bme_Mesh& mesh, std::span<const unsigned> elements,
+                                                     const bme_MeasureOptions& options = {});
+/// Of elements on nodes in double precision, three coordinates each.
+CORE_GEOMETRY_API bme_Measures bme_CalculateMeasures(const bme_ElementData& elements,
+                                                     std::span<const double> coordinates,
+                                                     const bme_MeasureOptions& options = {});
+
+/// Total length, area, or volume of solids and axisymmetric elements.
+CORE_GEOMETRY_API double bme_CalculateLength(const bme_Mesh& mesh, std::span<const unsigned> elements);
+CORE_GEOMETRY_API double bme_CalculateArea(const bme_Mesh& mesh, std::span<const unsigned> elements);
+CORE_GEOMETRY_API double bme_CalculateVolume(const bme_Mesh& mesh, std::span<const unsigned> elements);
+
+/// Of one face or edge of an element; 0 when there is no such face or edge, or a node is missing.
+CORE_GEOMETRY_API double bme_CalculateFaceArea(const bme_Mesh& mesh, unsigned element, int face);
+CORE_GEOMETRY_API double bme_CalculateEdgeLength(const bme_Mesh& mesh, unsigned element, int face, int edge);
+
+/// The axes of a coordinate system made orthonormal (x is kept, y stays in the plane of x and y, z on the
+/// side of the stored one) at its origin, whatever its kind; false when they cannot be.
+CORE_GEOMETRY_API bool bme_GetFrame(const dtu_DatumCsys& csys, gsl_Matrix& frame);

@@ -1,0 +1,40 @@
+#include "bme_KeyLinks.h"
+
+#include <algorithm>
+
+bool bme_MakeKey(std::span<const int> corners, std::size_t least, unsigned numNodes, bme_KeyRecord& record) {
+  std::size_t count = 0;
+  for (const int corner : corners) {
+    if (corner < 0 || static_cast<unsigned>(corner) >= numNodes) return false;
+    std::size_t at = count;
+    while (at > 0 && record.corners[at - 1] > corner) --at;
+    if (at > 0 && record.corners[at - 1] == corner) continue;
+    for (std::size_t k = count; k > at; --k) record.corners[k] = record.corners[k - 1];
+    record.corners[at] = corner;
+    ++count;
+  }
+  return count >= least;
+}
+
+void bme_LinkEqualKeys(std::vector<bme_KeyRecord>& records, unsigned numNodes, std::span<unsigned> next) {
+  for (std::size_t slot = 0; slot < next.size(); ++slot) next[slot] = static_cast<unsigned>(slot);
+  std::vector<unsigned> end(static_cast<std::size_t>(numNodes) + 1, 0);
+  for (const bme_KeyRecord& record : records) ++end[static_cast<std::size_t>(record.corners[0]) + 1];
+  for (std::size_t node = 0; node < numNodes; ++node) end[node + 1] += end[node];
+  std::vector<bme_KeyRecord> sorted(records.size());
+  for (const bme_KeyRecord& record : records)
+    sorted[end[static_cast<std::size_t>(record.corners[0])]++] = record;
+  records.swap(sorted);
+  std::size_t begin = 0; // end[node] is now the end of the group of the node
+  for (std::size_t node = 0; node < numNodes; begin = end[node++]) {
+    const auto group = std::span(records).subspan(begin, end[node] - begin);
+    std::ranges::sort(group);
+    for (std::size_t i = 0; i < group.size();) {
+      std::size_t last = i;
+      while (last + 1 < group.size() && group[last + 1].corners == group[i].corners) ++last;
+      for (std::size_t k = i; k < last; ++k) next[group[k].slot] = group[k + 1].slot;
+      next[group[last].slot] = group[i].slot;
+      i = last + 1;
+    }
+  }
+}

@@ -1,0 +1,310 @@
+#include <CoreGeometry/bme_Measures.h>
+
+#include <CoreGeometry/dtu_DatumCsys.h>
+#include <CoreGeometry/dtu_Mapping.h>
+#include <CoreGeometry/gsl_Matrix.h>
+#include <CoreGeometry/shp_Shape.h>
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <typeinfo>
+
+namespace {
+constexpr std::size_t kChunk = 256; ///< elements that are measured together
+
+/// Coordinates of the nodes; `copy` keeps them for node data of a derived class.
+std::span<const float> CoordinatesOf(const bme_NodeData& nodes, std::vector<float>& copy) {
+  if (typeid(nodes) == typeid(bme_NodeData)) return nodes.Coordinates().Const();
+  copy.resize(3 * static_cast<std::size_t>(nodes.NumNodes()));
+  for (unsigned n = 0; n < nodes.NumNodes(); ++n)
+    nodes.GetNodalCoord(n, copy[3 * n], copy[3 * n + 1], copy[3 * n + 2]);
+  return copy;
+}
+
+/// Middle of the box of finite coordinates: moments about it lose no digits to the distance from the origin.
+template<class Real> std::array<double, 3> MiddleOf(std::span<const Real> coordinates) {
+  std::array<double, 3> low{}, high{}, middle{};
+  for (std::size_t i = 0; i < coordinates.size(); ++i) {
+    const double x = static_cast<double>(coordinates[i]);
+    if (!std::isfinite(x)) continue;
+    low[i % 3] = i < 3 ? x : std::min(low[i % 3], x);
+    high[i % 3] = i < 3 ? x : std::max(high[i % 3], x);
+  }
+  for (std::size_t a = 0; a < 3; ++a) middle[a] = low[a] + (high[a] - low[a]) / 2;
+  return middle;
+}
+
+std::array<double, 3> Minus(const std::array<double, 3>& a) { return {-a[0], -a[1], -a[2]}; }
+
+/// Moments about a point instead of the origin.
+void MoveReference(shp_Moments& moments, const std::array<double, 3>& p) {
+  constexpr std::array<std::array<std::size_t, 2>, 6> kPairs = {
+      {{0, 0}, {1, 1}, {2, 2}, {0, 1}, {0, 2}, {1, 2}}};
+  const std::array<double, 3> d = Minus(p);
+  for (std::size_t k = 0; k < 6; ++k) {
+    const auto [a, b] = kPairs[k];
+    moments.second[k] += moments.first[a] * d[b] + moments.first[b] * d[a] + moments.measure * d[a] * d[b];
+  }
+  for (std::size_t a = 0; a < 3; ++a) moments.first[a] += moments.measure * d[a];
+}
+
+bool StandsForABody(const shp_Shape& shape) {
+  return !shape.IsRigid() && !shape.IsInteraction() && !shape.IsInternal() && !shape.IsSurface();
+}
+
+template<class Real> class Measurer {
+public:
+  Measurer(const bme_ElementData& elements, std::span<const Real> coordinates,
+           const bme_MeasureOptions& options)
+      : elements_(elements), coordinates_(coordinates), options_(options), origin_(MiddleOf(coordinates)),
+        hasLabels_(elements.HasUserElementLabels()) {
+    result_.length = result_.area = result_.volume = result_.mass = bme_Moments(origin_);
+  }
+
+  bme_Measures All() {
+    for (unsigned c = 0; c < elements_.NumClasses(); ++c) {
+      const bme_ElementClass& type = elements_.GetClass(c);
+      std::vector<int> positions(static_cast<std::size_t>(type.NumElements()));
+      std::iota(positions.begin(), positions.end(), 0);
+      Measure(type, positions);
+    }
+    return std::move(result_);
+  }
+
+  bme_Measures Some(std::span<const unsigned> list) {
+    std::vector<unsigned> sorted(list.begin(), list.end());
+    std::ranges::sort(sorted);
+    sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+    for (auto element = sorted.begin(); element != sorted.end();) {
+      const bme_ElementClass& type = elements_.GetElemClass(*element);
+      const auto first = static_cast<unsigned>(type.FirstElementIndex());
+      const auto end =
+          std::lower_bound(element, sorted.end(), first + static_cast<unsigned>(type.NumElements()));
+      std::vector<int> positions;
+      for (; element != end; ++element) positions.push_back(static_cast<int>(*element - first));
+      Measure(type, positions);
+    }
+    return std::move(result_);
+  }
+
+private:
+  int LabelOf(const bme_ElementClass& type, int position) const {
+    return hasLabels_ ? type.UserElementLabels()[static_cast<std::size_t>(position)]
+                      : type.FirstElementIndex() + position + 1;
+  }
+
+  void Measure(const bme_ElementClass& type, std::span<const int> positions) {
+    result_.numElements += static_cast<long long>(positions.size());
+    const shp_Shape* shape = type.Shape();
+    const bool isPoint = shape && shape->Options().Family() == shp_Family::Point;
+    if (isPoint && options_.density && !shape->IsInternal() && !shape->IsSurface() && !shape->IsRigid())
+      AddPoints(type, positions);
+    if (isPoint) return;
+    std::optional<shp_MeasureRule> rule;
+    if (shape) rule.emplace(*shape, options_.order);
+    if (!rule || rule->IsEmpty()) {
+      for (const int position : positions) result_.withoutShape.push_back(LabelOf(type, position));
+      return;
+    }
+    const bool revolved = (shape->IsAxiSymmetric() || shape->IsCaxaElement()) && shape->NumSpatialDims() == 2;
+    std::optional<shp_MeasureRule> turn;
+    if (revolved && StandsForABody(*shape)) turn.emplace(*shape, options_.order, true);
+    for (std::size_t at = 0; at < positions.size(); at += kChunk)
+      MeasureChunk(type, *shape, *rule, turn ? &*turn : nullptr,
+                   positions.subspan(at, std::min(kChunk, positions.size() - at)));
+  }
+
+  void AddPoints(const bme_ElementClass& type, std::span<const int> positions) {
+    for (const int position : positions) {
+      const int node = type.Connectivity(position)[0];
+      const auto mass = options_.pointMass ? options_.pointMass(type, position) : std::nullopt;
+      if (!IsNode(node)) {
+        result_.withoutNodes.push_back(LabelOf(type, position));
+      } else if (!mass) {
+        result_.noPointMass.push_back(LabelOf(type, position));
+      } else {
+        shp_Moments moments;
+        moments.measure = 1;
+        std::array<double, 3> p;
+        for (std::size_t a = 0; a < 3; ++a)
+          p[a] = static_cast<double>(coordinates_[3 * static_cast<std::size_t>(node) + a]) - origin_[a];
+        MoveReference(moments, Minus(p));
+        result_.mass.Add(moments, *mass);
+      }
+    }
+  }
+
+  bool IsNode(int node) const {
+    return node >= 0 && 3 * static_cast<std::size_t>(node) < coordinates_.size();
+  }
+
+  void MeasureChunk(const bme_ElementClass& type, const shp_Shape& shape, shp_MeasureRule& rule,
+                    shp_MeasureRule* turn, std::span<const int> positions) {
+    const auto rowLength = static_cast<std::size_t>(type.NumNodesPerElem());
+    const std::span<const int> all = type.ElementConnectivity().Const();
+    rows_.clear();
+    measured_.clear();
+    for (const int position : positions) {
+      const auto row = all.subspan(static_cast<std::size_t>(position) * rowLength, rowLength);
+      bool isComplete = true;
+      for (const int node : row) isComplete &= IsNode(node);
+      if (isComplete) {
+        rows_.insert(rows_.end(), row.begin(), row.end());
+        measured_.push_back(position);
+      } else {
+        result_.withoutNodes.push_back(LabelOf(type, position));
+      }
+    }
+    own_.resize(measured_.size());
+    rule.IntegrateEach(rows_, rowLength, coordinates_, origin_, own_);
+    if (turn) {
+      turned_.resize(measured_.size());
+      turn->IntegrateEach(rows_, rowLength, coordinates_, {}, turned_);
+      for (shp_Moments& moments : turned_) MoveReference(moments, origin_);
+    }
+    bme_Moments& total = rule.NumDims() == 1   ? result_.length
+                         : rule.NumDims() == 2 ? result_.area
+                                               : result_.volume;
+    for (std::size_t k = 0; k < measured_.size(); ++k) {
+      const double measure = own_[k].measure;
+      if (!std::isfinite(measure)) {
+        result_.withoutNodes.push_back(LabelOf(type, measured_[k]));
+        continue;
+      }
+      total.Add(own_[k], 1);
+      if (!(std::abs(measure) > own_[k].noise))
+        result_.zero.push_back(LabelOf(type, measured_[k]));
+      else if (measure < 0)
+        result_.inverted.push_back(LabelOf(type, measured_[k]));
+      if (StandsForABody(shape))
+        AddBody(type, measured_[k], rule.NumDims(), own_[k], turn ? &turned_[k] : nullptr);
+    }
+  }
+
+  /// Adds to the volume, unless that is the element's own, and to the mass.
+  void AddBody(const bme_ElementClass& type, int position, int numDims, const shp_Moments& own,
+               const shp_Moments* turned) {
+    const bool isSolid = numDims == 3 || (numDims == 2 && turned);
+    const bool isSection = numDims == 1 && !turned;
+    const shp_Moments& moments = turned ? *turned : own;
+    std::optional<double> size = 1.0;
+    if (!isSolid) {
+      const bme_ElementValue& value = isSection ? options_.sectionArea : options_.thickness;
+      size = value ? value(type, position) : std::nullopt;
+      if (!size) {
+        (isSection ? result_.noSectionArea : result_.noThickness).push_back(LabelOf(type, position));
+        return;
+      }
+    }
+    const double thickness = isSolid || isSection ? 0 : *size;
+    if (numDims < 3) result_.volume.Add(moments, *size, thickness);
+    if (!options_.density) return;
+    if (const auto density = options_.density(type, position))
+      result_.mass.Add(moments, *size * *density, thickness);
+    else
+      result_.noDensity.push_back(LabelOf(type, position));
+  }
+
+  const bme_ElementData& elements_;
+  std::span<const Real> coordinates_;
+  const bme_MeasureOptions& options_;
+  std::array<double, 3> origin_;
+  bool hasLabels_;
+  bme_Measures result_;
+  // of the chunk at work
+  std::vector<int> rows_, measured_;
+  std::vector<shp_Moments> own_, turned_;
+};
+
+bme_Measures MeasureOnly(const bme_Mesh& mesh, std::span<const unsigned> elements) {
+  return bme_CalculateMeasures(mesh, elements, {.order = shp_MomentOrder::Measure});
+}
+
+double MeasurePart(const bme_Mesh& mesh, unsigned element,
+                   const std::function<shp_MeasureRule(const shp_Shape&)>& makeRule) {
+  const bme_ElementClass& type = mesh.ElementData().GetElemClass(element);
+  const shp_Shape* shape = type.Shape();
+  if (!shape) return 0;
+  shp_MeasureRule rule = makeRule(*shape);
+  const std::span<const int> row = type.Connectivity(static_cast<int>(element) - type.FirstElementIndex());
+  for (const int node : rule.Nodes()) {
+    const int meshNode = row[static_cast<std::size_t>(node)];
+    if (meshNode < 0 || static_cast<unsigned>(meshNode) >= mesh.NodeData().NumNodes()) return 0;
+  }
+  std::vector<float> copy;
+  shp_Moments moments;
+  rule.IntegrateEach(row, row.size(), CoordinatesOf(mesh.NodeData(), copy), {}, {&moments, 1});
+  return moments.measure;
+}
+
+/// Absolute measure of one element (or all for -1), when it is one of `numDims` dimensions.
+double ClassMeasure(const bme_ElementClass& type, const bme_NodeData& nodes, int numDims, int element) {
+  const bme_ElementData one = [&] {
+    bme_ElementData data;
+    data.AddElementClass(new bme_ElementClass(type));
+    return data;
+  }();
+  std::vector<float> copy;
+  const bme_MeasureOptions options{.order = shp_MomentOrder::Measure};
+  Measurer<float> measurer(one, CoordinatesOf(nodes, copy), options);
+  const unsigned index = static_cast<unsigned>(element);
+  const bme_Measures measures = element < 0 ? measurer.All() : measurer.Some({&index, 1});
+  return numDims == 2 ? measures.area.Total() : measures.volume.Total();
+}
+} // namespace
+
+bme_Measures bme_CalculateMeasures(const bme_Mesh& mesh, const bme_MeasureOptions& options) {
+  std::vector<float> copy;
+  return Measurer<float>(mesh.ElementData(), CoordinatesOf(mesh.NodeData(), copy), options).All();
+}
+bme_Measures bme_CalculateMeasures(const bme_Mesh& mesh, std::span<const unsigned> elements,
+                                   const bme_MeasureOptions& options) {
+  std::vector<float> copy;
+  return Measurer<float>(mesh.ElementData(), CoordinatesOf(mesh.NodeData(), copy), options).Some(elements);
+}
+bme_Measures bme_CalculateMeasures(const bme_ElementData& elements, std::span<const double> coordinates,
+                                   const bme_MeasureOptions& options) {
+  return Measurer<double>(elements, coordinates, options).All();
+}
+
+double bme_CalculateLength(const bme_Mesh& mesh, std::span<const unsigned> elements) {
+  return MeasureOnly(mesh, elements).length.Total();
+}
+double bme_CalculateArea(const bme_Mesh& mesh, std::span<const unsigned> elements) {
+  return MeasureOnly(mesh, elements).area.Total();
+}
+double bme_CalculateVolume(const bme_Mesh& mesh, std::span<const unsigned> elements) {
+  return MeasureOnly(mesh, elements).volume.Total();
+}
+double bme_CalculateFaceArea(const bme_Mesh& mesh, unsigned element, int face) {
+  return MeasurePart(mesh, element, [face](const shp_Shape& shape) {
+    return shp_MeasureRule::OfFace(shape, face, shp_MomentOrder::Measure);
+  });
+}
+double bme_CalculateEdgeLength(const bme_Mesh& mesh, unsigned element, int face, int edge) {
+  return MeasurePart(mesh, element, [face, edge](const shp_Shape& shape) {
+    return shp_MeasureRule::OfEdge(shape, face, edge, shp_MomentOrder::Measure);
+  });
+}
+
+double bme_ElementClass::Area(const bme_NodeData& nodes) const { return ClassMeasure(*this, nodes, 2, -1); }
+double bme_ElementClass::Area(const bme_NodeData& nodes, int element) const {
+  CheckElement(element);
+  return ClassMeasure(*this, nodes, 2, element);
+}
+double bme_ElementClass::Volume(const bme_NodeData& nodes) const { return ClassMeasure(*this, nodes, 3, -1); }
+double bme_ElementClass::Volume(const bme_NodeData& nodes, int element) const {
+  CheckElement(element);
+  return ClassMeasure(*this, nodes, 3, element);
+}
+
+bool bme_GetFrame(const dtu_DatumCsys& csys, gsl_Matrix& frame) {
+  // the local directions of a cartesian system are its axes
+  const dtu_DatumCsys axes(0, 0, csys.Origin(), csys.Xaxis(), csys.Yaxis(), csys.Zaxis(), dtu_CARTESIAN);
+  double rows[3][3];
+  if (!dtu_LocalDirections(csys.Origin(), axes, rows)) return false;
+  const gsl_Point& origin = csys.Origin();
+  for (unsigned a = 0; a < 3; ++a) frame.SetColumn(a, gsl_Vector(rows[a][0], rows[a][1], rows[a][2]));
+  frame.SetTranslation(gsl_Vector(origin[0], origin[1], origin[2]));
+  return true;
+}

@@ -1,0 +1,206 @@
+#include <CoreGeometry/bme_FEMConnect.h>
+
+#include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/bme_ExternalFaces.h>
+#include <CoreGeometry/bme_FEMElemList.h>
+#include <CoreGeometry/bme_FEMFaceList.h>
+#include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/shp_Shape.h>
+#include <gtest/gtest.h>
+#include <random>
+#include <set>
+
+namespace {
+bme_Mesh MakeMesh(const std::vector<std::array<float, 3>>& nodes,
+                  const std::vector<std::pair<const char*, std::vector<int>>>& classes) {
+  auto* nodeData = new bme_NodeData;
+  for (const auto& p : nodes) nodeData->AppendNode(p[0], p[1], p[2]);
+  auto* elements = new bme_ElementData;
+  for (const auto& [label, rows] : classes) {
+    cow_ArrayCOW<int> connectivity;
+    connectivity.Append(rows);
+    const bme_ElementClass probe(0, label, nullptr);
+    elements->AddElementClass(new bme_ElementClass(
+        label, cls_xp2DArrayInt(static_cast<std::size_t>(probe.NumNodesPerElem()), connectivity)));
+  }
+  return {1, nodeData, elements, bme_ORPHAN_MESH, nullptr};
+}
+
+/// A box of n x m x k unit cubes.
+bme_Mesh Box(int n, int m, int k) {
+  std::vector<std::array<float, 3>> nodes;
+  std::vector<int> rows;
+  const auto at = [&](int x, int y, int z) { return x + (n + 1) * (y + (m + 1) * z); };
+  for (int z = 0; z <= k; ++z)
+    for (int y = 0; y <= m; ++y)
+      for (int x = 0; x <= n; ++x) nodes.push_back({float(x), float(y), float(z)});
+  for (int z = 0; z < k; ++z)
+    for (int y = 0; y < m; ++y)
+      for (int x = 0; x < n; ++x)
+        for (const int up : {0, 1})
+          for (const auto& [dx, dy] : {std::pair{0, 0}, {1, 0}, {1, 1}, {0, 1}})
+            rows.push_back(at(x + dx, y + dy, z + up));
+  return MakeMesh(nodes, {{"C3D8", rows}});
+}
+
+using Sets = std::vector<std::set<std::set<int>>>;
+
+/// The corner sets by which elements meet, by looking at every face and edge.
+Sets KeysOf(const bme_Mesh& mesh, bme_Across across) {
+  Sets keys;
+  for (unsigned e = 0; e < mesh.ElementData().NumElements(); ++e) {
+    const bme_ElementClass& type = mesh.ElementData().GetElemClass(e);
+    const auto row = type.Connectivity(static_cast<int>(e) - type.FirstElementIndex());
+    const shp_Shape& shape = *type.Shape();
+    const auto dims = static_cast<std::size_t>(shape.NumGeomDims());
+    std::set<std::set<int>>& own = keys.emplace_back();
+    const auto add = [&](std::span<const int> local, std::size_t least) {
+      std::set<int> key;
+      for (const int n : local) key.insert(row[static_cast<std::size_t>(n)]);
+      if (key.size() >= least) own.insert(key);
+    };
+    for (int face = 0; face < shape.NumFaces(); ++face) {
+      const auto f = static_cast<std::size_t>(face);
+      if (across == bme_Across::Face && dims == 3)
+        add(shape.FaceNodes(face).first(static_cast<std::size_t>(shape.CornersPerFace()[f])), 3);
+      for (int edge = 0; edge < shape.EdgesPerFace()[f]; ++edge) {
+        const auto ends = shape.EdgeNodes(face, edge);
+        const int corners[] = {ends.front(), ends.back()};
+        if (across == bme_Across::Edge || (across == bme_Across::Face && dims == 2)) add(corners, 2);
+        if (across == bme_Across::Face && dims == 1)
+          for (const int& corner : corners) add({&corner, 1}, 1);
+      }
+    }
+    if (across == bme_Across::Node)
+      for (std::size_t n = 0; n < row.size(); ++n) {
+        const int local = static_cast<int>(n);
+        add({&local, 1}, 1);
+      }
+  }
+  return keys;
+}
+
+class bme_FEMConnectTest : public ::testing::Test {
+  const DDB_CoreGeometry library_;
+};
+} // namespace
+
+TEST_F(bme_FEMConnectTest, AgreesWithEveryPairOfElements) {
+  std::mt19937 random(11);
+  for (int round = 0; round < 60; ++round) {
+    const int numNodes = 9 + round % 4;
+    std::vector<std::pair<const char*, std::vector<int>>> classes;
+    for (const auto& [label, size] :
+         {std::pair{"C3D8", 8}, {"C3D4", 4}, {"S4", 4}, {"C3D6", 6}, {"S3", 3}, {"B31", 2}}) {
+      classes.push_back({label, {}});
+      for (int i = 0; i < size * 4; ++i) // nodes may be repeated within an element
+        classes.back().second.push_back(static_cast<int>(random() % static_cast<unsigned>(numNodes)));
+    }
+    const bme_Mesh mesh =
+        MakeMesh(std::vector<std::array<float, 3>>(static_cast<std::size_t>(numNodes)), classes);
+    const bme_FEMConnect& connect = mesh.Connectivity();
+    for (const bme_Across across : {bme_Across::Node, bme_Across::Edge, bme_Across::Face}) {
+      const Sets keys = KeysOf(mesh, across);
+      const bme_Rows& rows = connect.Neighbours(across);
+      ASSERT_EQ(rows.Count(), keys.size());
+      for (unsigned e = 0; e < keys.size(); ++e) {
+        std::vector<unsigned> expected;
+        for (unsigned other = 0; other < keys.size(); ++other)
+          if (other != e
+              && std::ranges::any_of(keys[e], [&](const auto& key) { return keys[other].contains(key); }))
+            expected.push_back(other);
+        EXPECT_EQ(std::vector<unsigned>(rows[e].begin(), rows[e].end()), expected)
+            << "element " << e << " round " << round << " across " << static_cast<int>(across);
+      }
+      const auto components = connect.FindComponents(across);
+      for (unsigned e = 0; e < keys.size(); ++e) {
+        std::set<unsigned> reached;
+        for (const auto& ring : connect.Rings({&e, 1}, 100, across)) reached.insert(ring.begin(), ring.end());
+        for (unsigned other = 0; other < keys.size(); ++other)
+          EXPECT_EQ(reached.contains(other), components.ofElement[e] == components.ofElement[other]);
+      }
+    }
+  }
+}
+
+TEST_F(bme_FEMConnectTest, SidesRingsAndNodesOfABox) {
+  bme_Mesh mesh = Box(4, 3, 2);
+  const bme_FEMConnect& connect = mesh.Connectivity();
+  EXPECT_EQ(connect.Neighbours(bme_Across::Face).items.size(), 2U * (3 * 3 * 2 + 4 * 2 * 2 + 4 * 3 * 1));
+  EXPECT_EQ(connect.Neighbours(bme_Across::Node)[5].size(), 17U);
+  EXPECT_EQ(connect.ElementsOfNodes()[0].size(), 1U);
+  EXPECT_TRUE(connect.FreeNodes().empty());
+  // the face at zeta = 1 of the first element is that at zeta = -1 of the one above
+  using Side = bme_FEMConnect::Side;
+  EXPECT_EQ(connect.NextAcross({0, 1}), (Side{12, 0}));
+  EXPECT_EQ(connect.NextAcross({12, 0}), (Side{0, 1}));
+  EXPECT_EQ(connect.NextAcross({0, 0}), (Side{0, 0}));
+  EXPECT_THROW(connect.NextAcross({0, 6}), nex_OutOfRangeException);
+  EXPECT_THROW(connect.NextAcross({24, 0}), nex_OutOfRangeException);
+  const unsigned corner = 0;
+  const auto rings = connect.Rings({&corner, 1}, 2, bme_Across::Face);
+  EXPECT_EQ(rings[1], (std::vector<unsigned>{1, 4, 12}));
+  EXPECT_EQ(rings[2], (std::vector<unsigned>{2, 5, 8, 13, 16}));
+
+  // a copy has its own; a change is seen after it is announced
+  const bme_Mesh copy = mesh;
+  EXPECT_NE(&copy.Connectivity(), &connect);
+  mesh.ElementDataToModify().GetClassToModify(0).RemoveElements(
+      23, std::vector<int>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23}
+              .data());
+  mesh.ElementDataToModify().Init();
+  mesh.InvalidateMeshData();
+  EXPECT_EQ(mesh.Connectivity().FreeNodes().size(), 60U - 8);
+  EXPECT_EQ(copy.Connectivity().FreeNodes().size(), 0U);
+}
+
+TEST_F(bme_FEMConnectTest, CoincidentNodesAreThoseOfEveryPair) {
+  std::mt19937 random(3);
+  std::uniform_real_distribution<float> anywhere(-1, 1);
+  for (const double tolerance : {0.0, 1e-7, 0.02, 0.1, 5.0}) {
+    bme_NodeData nodes;
+    std::vector<std::array<float, 3>> points;
+    for (int i = 0; i < 300; ++i) {
+      std::array<float, 3> p = {anywhere(random), anywhere(random), i % 3 ? 0.5F : anywhere(random)};
+      if (i % 5 == 4) p = points[random() % points.size()];
+      if (i % 10 == 9) p[1] += static_cast<float>(tolerance * 0.99);
+      points.push_back(p);
+      nodes.AppendNode(p[0], p[1], p[2]);
+    }
+    nodes.AppendNode(NAN, 0, 0);
+    std::vector<unsigned> group(300);
+    for (unsigned i = 0; i < 300; ++i) group[i] = i;
+    for (bool changed = true; changed;) { // the smallest number spreads
+      changed = false;
+      for (unsigned i = 0; i < 300; ++i)
+        for (unsigned j = 0; j < i; ++j) {
+          double squared = 0;
+          for (std::size_t a = 0; a < 3; ++a)
+            squared += std::pow(static_cast<double>(points[i][a]) - static_cast<double>(points[j][a]), 2);
+          if (squared > tolerance * tolerance || group[i] == group[j]) continue;
+          group[i] = group[j] = std::min(group[i], group[j]);
+          changed = true;
+        }
+    }
+    std::vector<std::vector<unsigned>> expected;
+    for (unsigned root = 0; root < 300; ++root) {
+      std::vector<unsigned> members;
+      for (unsigned i = 0; i < 300; ++i)
+        if (group[i] == root) members.push_back(i);
+      if (members.size() > 1) expected.push_back(members);
+    }
+    const bme_Rows found = bme_FindCoincidentNodes(nodes, tolerance);
+    ASSERT_EQ(found.Count(), expected.size()) << tolerance;
+    for (std::size_t k = 0; k < expected.size(); ++k)
+      EXPECT_EQ(std::vector<unsigned>(found[k].begin(), found[k].end()), expected[k]) << tolerance;
+  }
+}
+
+TEST_F(bme_FEMConnectTest, FacesGrowUpToTheAngle) {
+  const bme_Mesh mesh = Box(3, 2, 2);
+  const bme_FEMFaceList outside = bme_ComputeFaces(bme_FEMElemList::All(mesh))->external;
+  const bme_FEMFaceList seed(mesh, {bme_FaceWord(0, 0)}); // zeta = -1
+  EXPECT_EQ(bme_GrowFaces(seed, outside, 30).Count(), 6U);
+  EXPECT_EQ(bme_GrowFaces(seed, outside, 90).Count(), outside.Count());
+  EXPECT_EQ(bme_GrowFaces(seed, bme_FEMFaceList(mesh), 90), seed);
+}
