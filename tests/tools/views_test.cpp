@@ -420,4 +420,23 @@ TEST_F(Views, ChecksFindElementsAndNodesThatMakeNoSense) {
     EXPECT_NE((*found)["advice"], "");
   }
 }
+
+/// A cube beside two halves of one: the nodes between the halves hang on its side.
+TEST_F(Views, ChecksFindHangingNodes) {
+  ExodusMesh mesh = OneHex();
+  for (const double x : {2.0, 1.0})
+    for (const double z : {0.0, 1.0, 0.5})
+      for (const double y : {0.0, 1.0})
+        if (x == 2 || z == 0.5) mesh.xyz.insert(mesh.xyz.end(), {x, y, z}); // 9 to 16
+  mesh.blocks = {
+      {1, "HEX", 8, {1, 2, 3, 4, 5, 6, 7, 8, 2, 9, 10, 3, 15, 13, 14, 16, 15, 13, 14, 16, 6, 11, 12, 7}}};
+  mesh.elementLabels = {1, 2, 3};
+  const ToolRun run = RunTool({"check", Import(mesh, "hanging"), "--json"});
+  EXPECT_EQ(run.exitCode, 0);
+  const json facts = json::parse(run.out, nullptr, false);
+  ASSERT_EQ(facts["findings"].size(), 1U) << facts["findings"].dump(1);
+  EXPECT_EQ(facts["findings"][0]["labels"], json({15, 16}));
+  EXPECT_NE(facts["findings"][0]["what"].get<std::string>().find("on the side of an element"),
+            std::string::npos);
+}
 } // namespace

@@ -32,8 +32,9 @@ private:
 /// Every node of an element must be there.
 void chk_Elements(const bme_Mesh& mesh, chk_Findings& findings);
 
-/// Duplicated elements, nodes without elements or at the same place, and of shells open edges, edges of more
-/// than two, and neighbours with opposite normals; all of them notes. Every node of an element must be there.
+/// Duplicated elements, nodes without elements, at the same place (within a millionth of the mesh's size) or
+/// on the side of an element that they do not belong to, and of shells open edges, edges of more than two,
+/// and neighbours with opposite normals; all of them notes. Every node of an element must be there.
 void chk_Topology(const bme_Mesh& mesh, chk_Findings& findings);
 
 /// Consistency of a mesh: lengths, connectivity within the node table, unique labels, finite coordinates,

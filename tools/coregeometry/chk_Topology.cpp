@@ -1,12 +1,14 @@
-// How elements hang together: duplicates, nodes that are free or at the same place, edges of shells.
+// How elements hang together: duplicates, nodes that are free, hanging or at the same place, edges of shells.
 #include "chk_Findings.h"
 
+#include <CoreGeometry/bme_ElementLocator.h>
 #include <CoreGeometry/bme_ExternalFaces.h>
+#include <CoreGeometry/bme_FEMConnect.h>
+#include <CoreGeometry/bme_FEMNodeList.h>
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
 #include <array>
-#include <numeric>
 
 namespace {
 constexpr auto kNote = cls_Finding::Weight::Note;
@@ -26,36 +28,73 @@ void Add(chk_Findings& findings, const char* className, const char* field, const
     findings.Add(className, field, std::to_string(labels.size()) + " " + what, advice, labels, kNote);
 }
 
-void CheckNodes(const bme_Mesh& mesh, chk_Findings& findings) {
-  const bme_NodeData& nodes = mesh.NodeData();
-  const std::span<const float> xyz = nodes.Coordinates().Const();
-  const auto labelOf = [&](std::size_t node) {
-    return nodes.HasUserNodeLabels() ? nodes.UserNodeLabels().Const()[node]
-                                     : static_cast<long long>(node) + 1;
-  };
-  std::vector<char> isUsed(nodes.NumNodes());
-  for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i)
-    for (const int node : mesh.ElementData().GetClass(i).ElementConnectivity().Const())
-      isUsed[static_cast<std::size_t>(node)] = 1;
-  std::vector<long long> unused, together;
-  for (std::size_t i = 0; i < isUsed.size(); ++i)
-    if (!isUsed[i]) unused.push_back(labelOf(i));
-  Add(findings, "bme_NodeData", "coordinates", "nodes belong to no element",
-      "remove them, unless something else refers to them", unused);
+class NodeCheck {
+public:
+  NodeCheck(const bme_Mesh& mesh, chk_Findings& findings) : mesh_(mesh), findings_(findings) {}
 
-  std::vector<unsigned> order(nodes.NumNodes());
-  std::iota(order.begin(), order.end(), 0U);
-  const auto place = [&](unsigned node) {
-    const std::size_t i = 3 * std::size_t{node};
-    return std::array{xyz[i], xyz[i + 1], xyz[i + 2]};
-  };
-  std::ranges::sort(order,
-                    [&](unsigned a, unsigned b) { return std::pair(place(a), a) < std::pair(place(b), b); });
-  for (std::size_t i = 1; i < order.size(); ++i)
-    if (place(order[i - 1]) == place(order[i])) together.push_back(labelOf(order[i]));
-  Add(findings, "bme_NodeData", "coordinates", "nodes are where another node is",
-      "merge them, unless the parts are meant to be separate there", together);
-}
+  void Run() {
+    Report(mesh_.Connectivity().FreeNodes(), "nodes belong to no element",
+           "remove them, unless something else refers to them");
+    // single precision keeps about seven digits of a coordinate
+    const gsl_BBox box = mesh_.GetBBox();
+    const double tolerance = box.IsEmpty() ? 0 : 1e-6 * gsl_Vector(box.Min(), box.Max()).Magnitude();
+    const bme_Rows together = bme_FindCoincidentNodes(mesh_.NodeData(), tolerance);
+    std::vector<unsigned> others;
+    groupOf_.assign(mesh_.NodeData().NumNodes(), 0);
+    for (std::size_t i = 0; i < together.Count(); ++i) {
+      others.insert(others.end(), together[i].begin() + 1, together[i].end());
+      for (const unsigned node : together[i]) groupOf_[node] = static_cast<unsigned>(i) + 1;
+    }
+    Report(others, "nodes are where another node is",
+           "merge them, unless the parts are meant to be separate there");
+    Report(Hanging(), "nodes lie on the side of an element that they do not belong to",
+           "refine the element there, tie the node to it, or move the node away if the parts are separate");
+  }
+
+private:
+  /// Corners on the outside of the mesh that lie on the boundary of an element without being, or lying at,
+  /// one of its nodes.
+  std::vector<unsigned> Hanging() const {
+    std::vector<unsigned> hanging;
+    const auto faces = bme_ComputeFaces(bme_FEMElemList::All(mesh_), {.leaveOut = bme_LEAVE_OUT_UNSUPPORTED});
+    if (!faces) return hanging;
+    const bme_ElementLocator locator(mesh_);
+    std::vector<bme_ElementHit> owners;
+    for (const unsigned node : bme_FEMNodeList::OfFaces(faces->external, bme_NodesOf::Corners)) {
+      const uti_Coord3D at = mesh_.NodeData()[node];
+      locator.FindAll({static_cast<double>(at.x), static_cast<double>(at.y), static_cast<double>(at.z)},
+                      owners);
+      if (std::ranges::any_of(owners, [&](const bme_ElementHit& hit) {
+            return hit.location == shp_Location::OnBoundary && !HasNode(hit.element, node);
+          }))
+        hanging.push_back(node);
+    }
+    return hanging;
+  }
+
+  bool HasNode(unsigned element, unsigned node) const {
+    unsigned classIndex = 0, inClass = 0;
+    mesh_.ElementData().GetClassAndElemIndex(element, classIndex, inClass);
+    const auto row = mesh_.ElementData().GetClass(classIndex).Connectivity(static_cast<int>(inClass));
+    return std::ranges::any_of(row, [&](int other) {
+      const auto index = static_cast<unsigned>(other);
+      return index == node || (groupOf_[node] != 0 && groupOf_[index] == groupOf_[node]);
+    });
+  }
+
+  void Report(std::span<const unsigned> nodes, const char* what, const char* advice) {
+    const bme_NodeData& data = mesh_.NodeData();
+    std::vector<long long> labels;
+    for (const unsigned node : nodes)
+      labels.push_back(data.HasUserNodeLabels() ? data.UserNodeLabels().Const()[node]
+                                                : static_cast<long long>(node) + 1);
+    Add(findings_, "bme_NodeData", "coordinates", what, advice, std::move(labels));
+  }
+
+  const bme_Mesh& mesh_;
+  chk_Findings& findings_;
+  std::vector<unsigned> groupOf_; ///< of nodes at one place, from 1
+};
 
 /// An edge of a shell, from the corner with the smaller index to the other.
 struct Side {
@@ -118,6 +157,6 @@ void CheckDuplicates(const bme_Mesh& mesh, chk_Findings& findings) {
 
 void chk_Topology(const bme_Mesh& mesh, chk_Findings& findings) {
   CheckDuplicates(mesh, findings);
-  CheckNodes(mesh, findings);
+  NodeCheck(mesh, findings).Run();
   CheckShellEdges(mesh, findings);
 }
