@@ -439,4 +439,28 @@ TEST_F(Views, ChecksFindHangingNodes) {
   EXPECT_NE(facts["findings"][0]["what"].get<std::string>().find("on the side of an element"),
             std::string::npos);
 }
+
+/// Meshes of others, when they are there: two unit cubes under shells; five layers that do not match.
+TEST_F(Views, RealMeshesHaveTheSizesAndTheOutsideThatTheyShow) {
+  struct Case {
+    const char* file;
+    double volume;
+    int faces;
+  };
+  int tried = 0;
+  for (const Case& one : {Case{"hex8_shell4_sets.g", 2, 224}, Case{"results_hex8_5steps.e", 1, 1540}}) {
+    const std::string file = std::string(SHARED_DATA) + "/" + one.file, model = folder_ / "real.cgdb";
+    if (!std::filesystem::exists(file)) continue;
+    ++tried;
+    std::filesystem::remove(model);
+    ASSERT_EQ(RunTool({"import", file, "-o", model}).exitCode, 0);
+    EXPECT_EQ(RunTool({"check", model}).exitCode, 0) << one.file;
+    const json measures = json::parse(RunTool({"measure", model, "--json"}).out, nullptr, false);
+    EXPECT_NEAR(measures["groups"][0]["volume"]["total"].get<double>(), one.volume, 1e-7) << measures.dump(1);
+    const json skin =
+        json::parse(RunTool({"skin", model, "-o", folder_ / "skin.exo", "--json"}).out, nullptr, false);
+    EXPECT_EQ(skin["faces"], one.faces) << one.file;
+  }
+  if (tried == 0) GTEST_SKIP() << "no meshes of others here";
+}
 } // namespace

@@ -6,6 +6,7 @@
 #include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/bme_FEMNodeList.h>
 #include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/gsl_Vector.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
 #include <array>
