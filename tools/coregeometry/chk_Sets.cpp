@@ -74,10 +74,11 @@ void CheckSet(const rgnC_SetData& set, const Meshes& meshes, chk_Findings& findi
     std::map<cow_String, std::vector<long long>> wrong;
     for (std::size_t i = 0; i < subset.IdArray().size(); ++i)
       if (const char* what = WrongWith(*mesh, subset, i)) wrong[what].push_back(subset.IdArray()[i]);
-    for (const auto& [what, ids] : wrong)
-      findings.Add("rgnC_SubsetData", "idArray",
-                   where + std::to_string(ids.size()) + " entries are " + what + " (listed by mesh index)",
-                   "put the set again from a mesh that fits it", ids);
+    for (const auto& [what, ids] : wrong) {
+      cow_String sentence = where + std::to_string(ids.size());
+      sentence.append(" entries are ").append(what).append(" (listed by mesh index)");
+      findings.Add("rgnC_SubsetData", "idArray", sentence, "put the set again from a mesh that fits it", ids);
+    }
   }
 }
 } // namespace

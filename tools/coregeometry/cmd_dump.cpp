@@ -1,4 +1,5 @@
 // coregeometry dump: everything in a model as text
+#include "cli_Command.h"
 #include "cli_Console.h"
 
 #include <BasicUtils/cls_Dump.h>

@@ -50,7 +50,8 @@ private:
       if (record.IsTimeStamp(name)) continue;
       const db_Value a = db_ValueOf(readers_[0], pair.first, field),
                      b = db_ValueOf(readers_[1], pair.second, field);
-      const cow_String here = place + "." + name;
+      cow_String here = place;
+      here.append(".").append(name);
       if (a.index() != b.index())
         found_.push_back({here, Brief(a), Brief(b)});
       else

@@ -101,9 +101,11 @@ void db_Writer::RenameFolder(const cow_String& from, const cow_String& to) {
     }
     for (const auto& [name, row] : roots) {
       const cow_String renamed = to + name.substr(from.size());
-      if (file_.FindRoot(renamed))
-        throw nex_TextException(file_.Connection().File() + ": root \"" + name + "\" cannot become \""
-                                + renamed + "\": there is one already");
+      if (file_.FindRoot(renamed)) {
+        cow_String what = file_.Connection().File() + ": root \"";
+        what.append(name).append("\" cannot become \"").append(renamed).append("\": there is one already");
+        throw nex_TextException(what);
+      }
       file_.Statement("DELETE FROM root WHERE name = ?1").BindAll(std::string_view(name)).Run();
       PutRoot(renamed, row);
     }

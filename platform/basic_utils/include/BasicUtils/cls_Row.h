@@ -13,7 +13,13 @@
 using cls_Blob = std::vector<std::byte>;
 
 /// A cell without a stored value: the field takes the value it has in a default-constructed object.
+///
+/// Not trivially copyable on purpose: libstdc++ 12 counts a variant of nothing but trivial types, strings and
+/// vectors as never without a value, and destroys garbage when copying it runs out of memory.
 struct cls_DefaultValue {
+  cls_DefaultValue() = default;
+  cls_DefaultValue(const cls_DefaultValue&) noexcept {} // NOLINT(modernize-use-equals-default)
+  cls_DefaultValue& operator=(const cls_DefaultValue&) noexcept { return *this; }
   friend bool operator==(cls_DefaultValue, cls_DefaultValue) = default;
 };
 
