@@ -105,7 +105,7 @@ void cli_AddCheck(CLI::App& app) {
       "Every page, checksum and reference of the file is checked, every root is read, and meshes are\n"
       "checked for what makes no sense. Meshes are looked at when the file itself is sound; their elements\n"
       "when labels, coordinates and nodes make sense: inside out, without size, bad Jacobians, duplicates,\n"
-      "free nodes, nodes at one place, open and branching edges and turned normals of shells.\n"
+      "free and hanging nodes, nodes at one place, open and branching edges and turned normals of shells.\n"
       "Exit codes: 0 sound (there may be notes), 1 faults.\n"
       "\n"
       "Example:\n"
