@@ -17,7 +17,7 @@ for target in "${targets[@]}"; do
   case $target in
     database_fuzz)
       for model in tests/files/*/model.cgdb; do cp "$model" "$seeds/$(basename "$(dirname "$model")")"; done ;;
-    exodus_fuzz) cp examples/*.exo "$seeds" ;;
+    exodus_fuzz) cp tests/files/small_exodus/*.exo "$seeds" ;;
     path_fuzz) printf 'm.elemData.classes[0].elemCtrlParams' > "$seeds/path"; printf 's.subsetList[0]' > "$seeds/map" ;;
     format_fuzz) printf '\x6c%%s %%d %%u %%lf %%08x %%2$s %%%%' > "$seeds/text" ;;
   esac

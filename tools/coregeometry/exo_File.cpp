@@ -1,6 +1,7 @@
 #include "exo_File.h"
 
 #include "exo_ClassicHeader.h"
+#include "exo_Layout.h"
 
 #include <BasicUtils/nex_Exception.h>
 #include <algorithm>
@@ -49,7 +50,11 @@ exo_File::Handle::Handle(const char* name) {
     id = -1;
     return;
   }
+  std::error_code error;
+  damage = exo_CheckLayout(id, static_cast<std::int64_t>(fs::file_size(name, error)));
   nc_close(id);
+  id = -1;
+  if (!damage.empty()) return;
   int realSize = sizeof(double);
   float version = 0;
   id = ex_open(name, EX_READ, &realSize, &storedRealSize, &version);
@@ -80,9 +85,10 @@ exo_File::exo_File(const cow_String& name) : name_(name), handle_(name.c_str()),
   if (numNodes_ > kMost) Fail(std::to_string(numNodes_) + " nodes, more than " + std::to_string(kMost));
   if (numElements_ > kMost)
     Fail(std::to_string(numElements_) + " elements, more than " + std::to_string(kMost));
+  CheckCoordinates();
   ReadTitle();
-  longestName_ = std::max<std::int64_t>(ex_inquire_int(id_, EX_INQ_DB_MAX_USED_NAME_LENGTH), 32);
-  ex_set_max_name_length(id_, static_cast<int>(std::min<std::int64_t>(longestName_, NC_MAX_NAME)));
+  const std::int64_t longestName = ex_inquire_int(id_, EX_INQ_DB_MAX_USED_NAME_LENGTH);
+  ex_set_max_name_length(id_, static_cast<int>(std::clamp<std::int64_t>(longestName, 32, NC_MAX_NAME)));
   ReadBlocks();
   ReadSets();
 }
@@ -124,6 +130,20 @@ void exo_File::CheckTexts() const {
            + std::to_string(MAX_STR_LENGTH));
 }
 
+// Before memory is asked for: a count that stands alone may be any number.
+void exo_File::CheckCoordinates() const {
+  constexpr const char* kAxes[] = {"coordx", "coordy", "coordz"};
+  if (exo_NumValues(id_, "coord")) return CheckStored("coord", numNodes_ * numDims_);
+  for (int axis = 0; axis < numDims_; ++axis) CheckStored(kAxes[axis], numNodes_);
+}
+
+void exo_File::CheckStored(const cow_String& variable, std::int64_t wanted) const {
+  const std::int64_t values = exo_NumValues(id_, variable).value_or(0);
+  if (values < wanted)
+    Fail("variable " + variable + " has " + std::to_string(values) + " values, fewer than the "
+         + std::to_string(wanted) + " that the counts of the file tell");
+}
+
 void exo_File::ReadTitle() {
   char text[MAX_LINE_LENGTH + 2] = {};
   if (nc_get_att_text(id_, NC_GLOBAL, "title", text) == NC_NOERR) title_ = Trimmed(text);
@@ -150,8 +170,15 @@ void exo_File::ReadBlocks() {
     block.isRagged = upper.starts_with("NSIDED") || upper.starts_with("NFACED");
     block.name = NameOf(EX_ELEM_BLOCK, id);
     if (block.numElements < 0 || block.nodesPerElement < 0) Fail(where + ": a negative count");
-    total += block.numElements;
     blocks_.push_back(std::move(block));
+    const exo_Block& made = blocks_.back();
+    total += made.numElements;
+    if (made.isRagged || made.numElements == 0) continue;
+    if (made.nodesPerElement == 0) Fail(where + ": elements without nodes");
+    std::int64_t values = 0;
+    if (__builtin_mul_overflow(made.numElements, made.nodesPerElement, &values))
+      Fail(where + ": too many nodes");
+    CheckStored("connect" + std::to_string(blocks_.size()), values);
   }
   if (total != numElements_)
     Fail("its blocks have " + std::to_string(total) + " elements, its header says "
@@ -159,7 +186,7 @@ void exo_File::ReadBlocks() {
 }
 
 cow_String exo_File::NameOf(int type, std::int64_t id) const {
-  std::vector<char> name(static_cast<std::size_t>(std::max<std::int64_t>(longestName_, NC_MAX_NAME)) + 1);
+  std::vector<char> name(NC_MAX_NAME + 1);
   if (ex_get_name(id_, static_cast<ex_entity_type>(type), id, name.data()) < 0) return {};
   return Trimmed(name.data());
 }
@@ -186,10 +213,11 @@ void exo_File::ReadSets() {
 void exo_File::ReadSet(const exo_Set& set, std::vector<long long>& entries,
                        std::vector<long long>& sides) const {
   const KindOfSet& kind = *std::ranges::find(kKinds, set.kind, &KindOfSet::kind);
+  const cow_String position = std::to_string(set.position);
+  CheckStored(kind.entries + position, set.numEntries);
   entries.resize(static_cast<std::size_t>(set.numEntries));
   sides.resize(kind.sides ? entries.size() : 0);
   if (entries.empty()) return;
-  const cow_String position = std::to_string(set.position);
   ReadNumbers(kind.entries + position, entries);
   if (kind.sides) ReadNumbers(kind.sides + position, sides);
 }

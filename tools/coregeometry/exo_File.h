@@ -82,6 +82,8 @@ private:
   void Check(int status, std::string_view what) const;
   [[noreturn]] void Fail(const cow_String& why) const;
   void CheckTexts() const;
+  void CheckCoordinates() const;
+  void CheckStored(const cow_String& variable, std::int64_t wanted) const;
   void ReadTitle();
   void ReadBlocks();
   void ReadSets();
@@ -99,7 +101,6 @@ private:
   bool hasDoubles_ = true;
   std::vector<exo_Block> blocks_;
   std::vector<exo_Set> sets_;
-  std::int64_t longestName_ = 32;
 };
 
 cow_String exo_WhyFailed(); ///< the last failure of the Exodus II library
