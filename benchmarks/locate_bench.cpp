@@ -52,10 +52,12 @@ shp_IsoPoint InsideOf(const shp_Shape& shape, std::mt19937& random) {
   return iso;
 }
 
-/// One distorted element after the other: Locate against EvaluatePosition of a cell that has the points.
+/// One distorted element after the other: Locate, or LocateEach of all, against EvaluatePosition of a cell
+/// that has the points.
 void InverseMapping(benchmark::State& state) {
   const Type& type = kTypes[state.range(0)];
-  state.SetLabel(type.label);
+  const bool isBatch = state.range(1) == 1;
+  state.SetLabel(std::string(type.label) + (isBatch ? " batch" : ""));
   const shp_ShapeDictionary dictionary;
   const shp_Shape& shape = *dictionary.GetShape(type.label);
   const std::size_t numNodes = shape.NodeCoordinates().size(), size = 3 * numNodes;
@@ -80,8 +82,19 @@ void InverseMapping(benchmark::State& state) {
     }
   }
   double worst = 0;
+  std::vector<float> narrow(xyz.begin(), xyz.end());
+  std::vector<int> rows;
+  for (std::size_t k = 0; k < isos.size(); ++k)
+    for (std::size_t node = 0; node < numNodes; ++node)
+      rows.push_back(static_cast<int>(k / kPoints * numNodes + node));
+  std::vector<shp_IsoPoint> found(isos.size());
+  std::vector<shp_Location> locations(isos.size());
   const auto locateAll = [&] {
     double sum = 0;
+    if (isBatch) {
+      shape.LocateEach(targets, rows, narrow, found, locations);
+      return found.back()[0];
+    }
     for (std::size_t k = 0; k < isos.size(); ++k) {
       shp_IsoPoint iso{9, 9, 9};
       const auto location = shape.Locate({targets[3 * k], targets[3 * k + 1], targets[3 * k + 2]},
@@ -202,7 +215,7 @@ void LocatePoints(benchmark::State& state) {
 } // namespace
 
 BENCHMARK(InverseMapping)
-    ->DenseRange(0, std::size(kTypes) - 1)
+    ->ArgsProduct({benchmark::CreateDenseRange(0, std::size(kTypes) - 1, 1), {0, 1}})
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(LocatePoints)

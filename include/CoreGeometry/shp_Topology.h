@@ -33,6 +33,12 @@ struct shp_FloatBox {
   std::array<float, 3> low, high;
 };
 
+/// A point, three values, and the element, indices of its nodes, that it is looked for in.
+struct shp_ElementQuestion {
+  const double* target;
+  const int* nodes;
+};
+
 /// Dimensions, counts, flags, faces and edges of an element shape, all derived from its attribute key.
 ///
 /// Numbering  nodes, faces and the edges of a face count from zero. Every edge belongs to a face: one shared
@@ -165,6 +171,9 @@ public:
   shp_Location FindInElement(const std::array<double, 3>& target, std::span<const int> elementNodes,
                              std::span<const float> coordinates, shp_IsoPoint& iso,
                              bool thorough = true) const;
+  /// As FindInElement without `thorough` for each question; several at a time where the processor can.
+  void FindInElements(std::span<const shp_ElementQuestion> questions, std::span<const float> coordinates,
+                      std::span<shp_IsoPoint> isos, std::span<shp_Location> locations) const;
   /// Distance to the closest place of the element, by descent on each face and edge from several starts, and
   /// that place; 0 where FindInElement finds the target, infinite when there is nothing to be close to.
   double FindClosestPoint(const std::array<double, 3>& target, std::span<const int> elementNodes,

@@ -1,3 +1,5 @@
+#include "bme_LocatorPoint.h"
+
 #include <CoreGeometry/bme_ElementLocator.h>
 
 #include <CoreGeometry/bme_Mesh.h>
@@ -10,26 +12,9 @@
 namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 using Point = bme_ElementLocator::Point;
+using bme_LocatorPoint::IsHeld, bme_LocatorPoint::WidePoint;
 
 bool IsEmpty(const shp_FloatBox& box) { return !(box.low[0] <= box.high[0]); }
-
-/// A point widened to single precision: the test of a box against it is never wrong about a point inside.
-struct WidePoint {
-  explicit WidePoint(const Point& point) {
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      const auto x = static_cast<float>(point[axis]);
-      least[axis] = static_cast<double>(x) <= point[axis] ? x : std::nextafterf(x, -INFINITY);
-      most[axis] = static_cast<double>(x) >= point[axis] ? x : std::nextafterf(x, INFINITY);
-    }
-  }
-  [[gnu::always_inline]] inline bool MayBeIn(const shp_FloatBox& box) const {
-    int count = 0; // without branches: they would be hard to foresee
-    for (std::size_t axis = 0; axis < 3; ++axis)
-      count += int{box.low[axis] <= most[axis]} + int{box.high[axis] >= least[axis]};
-    return count == 6;
-  }
-  std::array<float, 3> least, most;
-};
 
 double SquaredDistance(const shp_FloatBox& box, const Point& point) {
   double sum = 0;
@@ -41,9 +26,6 @@ double SquaredDistance(const shp_FloatBox& box, const Point& point) {
   return sum;
 }
 
-bool IsHeld(shp_Location location) {
-  return location == shp_Location::Inside || location == shp_Location::OnBoundary;
-}
 } // namespace
 
 bme_ElementLocator::bme_ElementLocator(const bme_Mesh& mesh) : coordinates_(mesh.NodeData().Coordinates()) {
@@ -177,12 +159,6 @@ bool bme_ElementLocator::FillBins() {
   return true;
 }
 
-const bme_ElementLocator::Class& bme_ElementLocator::ClassOf(unsigned slot) const noexcept {
-  std::size_t k = classes_.size() - 1;
-  while (classes_[k].firstSlot > slot) --k;
-  return classes_[k];
-}
-
 std::span<const int> bme_ElementLocator::Nodes(const Class& elements, unsigned slot) const noexcept {
   return elements.connectivity.Row(slot - elements.firstSlot);
 }
@@ -238,45 +214,6 @@ void bme_ElementLocator::FindAll(const Point& point, std::vector<bme_ElementHit>
     if (IsHeld(hit.location)) owners.push_back(hit);
     return false;
   });
-}
-
-void bme_ElementLocator::FindEach(std::span<const double> points, std::span<bme_ElementHit> hits) const {
-  struct Entry {
-    unsigned row, point;
-  };
-  constexpr unsigned kDigitBits = 11, kDigits = 1U << kDigitBits;
-  constexpr unsigned kOffGrid = std::numeric_limits<unsigned>::max();
-  const auto pointAt = [&](unsigned k) {
-    return Point{points[3 * std::size_t{k}], points[3 * std::size_t{k} + 1], points[3 * std::size_t{k} + 2]};
-  };
-  // radix sort by bin, so that points of one bin find its elements in the cache
-  std::vector<Entry> entries(hits.size()), sorted(hits.size());
-  for (unsigned k = 0; k < hits.size(); ++k) {
-    const Point point = pointAt(k);
-    entries[k] = {IsOnGrid(point) ? static_cast<unsigned>(Row(BinOf(point))) : kOffGrid, k};
-  }
-  const std::size_t numRows = rowStarts_.size() - 1;
-  for (unsigned shift = 0; shift == 0 || (shift < 32 && numRows >> shift > 0); shift += kDigitBits) {
-    std::array<unsigned, kDigits + 1> starts{};
-    for (const Entry& entry : entries) ++starts[(entry.row >> shift) % kDigits + 1];
-    std::partial_sum(starts.begin(), starts.end(), starts.begin());
-    for (const Entry& entry : entries) sorted[starts[(entry.row >> shift) % kDigits]++] = entry;
-    entries.swap(sorted);
-  }
-  // what the points that follow need is on its way while one is searched
-  constexpr std::size_t kAhead = 4;
-  const auto rowAhead = [&](std::size_t k) {
-    return k < entries.size() ? std::size_t{entries[k].row} : numRows;
-  };
-  for (std::size_t k = 0; k < entries.size(); ++k) {
-    if (const std::size_t row = rowAhead(k + 3 * kAhead); row < numRows) __builtin_prefetch(&rowStarts_[row]);
-    if (const std::size_t row = rowAhead(k + 2 * kAhead); row < numRows)
-      __builtin_prefetch(slots_.data() + rowStarts_[row]);
-    if (const std::size_t row = rowAhead(k + kAhead); row < numRows)
-      for (unsigned i = rowStarts_[row]; i < rowStarts_[row + 1]; ++i) __builtin_prefetch(&boxes_[slots_[i]]);
-    const auto& [row, point] = entries[k];
-    hits[point] = row == kOffGrid ? bme_ElementHit() : FindInRow(row, pointAt(point));
-  }
 }
 
 /// Measures the elements of a bin, unless a bin nearer to the start has them too.

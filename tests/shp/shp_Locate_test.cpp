@@ -173,6 +173,48 @@ TEST_F(shp_LocateTest, TheVerdictTellsRimOutsideAndElementsThatAreNone) {
   EXPECT_NEAR(isos[0][0], 0.5, 1e-12);
 }
 
+TEST_F(shp_LocateTest, ManyElementsAtOnceAreAsEachByItself) {
+  Random random(11);
+  for (const char* label : kPatterns) {
+    const shp_Shape& shape = Shape(label);
+    const std::size_t size = shape.NodeCoordinates().size();
+    constexpr std::size_t kCount = 203; // some groups of several, and a rest
+    std::vector<float> coordinates;
+    std::vector<double> targets;
+    std::vector<int> rows;
+    for (std::size_t k = 0; k < kCount; ++k) {
+      std::vector<double> xyz = Distorted(shape, random, shape.NumCorners(), 0.6);
+      if (k % 17 == 0) std::ranges::fill(xyz, 0.5);
+      for (const double x : xyz) coordinates.push_back(static_cast<float>(x));
+      // inside, outside, at nodes, and off lines and surfaces
+      shp_IsoPoint iso = RandomInside(shape, random, shape.NumCorners());
+      if (k % 3 == 1) iso[0] += 1.5;
+      if (k % 5 == 1) iso = shape.NodeCoordinates()[k % size];
+      const std::vector<double> stored(coordinates.end() - static_cast<std::ptrdiff_t>(3 * size),
+                                       coordinates.end());
+      Vector target = Position(shape, stored, iso);
+      if (k % 7 == 0) target[2] += 0.1;
+      targets.insert(targets.end(), target.begin(), target.end());
+      for (std::size_t node = 0; node < size; ++node) rows.push_back(static_cast<int>(k * size + node));
+    }
+    std::vector<shp_IsoPoint> isos(kCount);
+    std::vector<shp_Location> locations(kCount);
+    shape.LocateEach(targets, rows, coordinates, isos, locations);
+    const std::vector<double> wide(coordinates.begin(), coordinates.end());
+    int numFound = 0;
+    for (std::size_t k = 0; k < kCount; ++k) {
+      shp_IsoPoint iso{};
+      const shp_Location location = shape.Locate({targets[3 * k], targets[3 * k + 1], targets[3 * k + 2]},
+                                                 std::span(wide).subspan(3 * k * size, 3 * size), iso);
+      EXPECT_EQ(locations[k], location) << label << " " << k;
+      EXPECT_EQ(isos[k], iso) << label << " " << k << ": not the same to the last bit";
+      numFound += location == shp_Location::Inside || location == shp_Location::OnBoundary;
+    }
+    EXPECT_GT(numFound, 60) << label;
+    EXPECT_LT(numFound, 195) << label;
+  }
+}
+
 TEST_F(shp_LocateTest, TheSinglePrecisionIterationKeepsItsRules) {
   const std::vector<double> cube = {0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 0, 0, 1, 1, 0, 1, 1, 1, 1, 0, 1, 1};
   const shp_Shape& shape = Shape("C3D8");

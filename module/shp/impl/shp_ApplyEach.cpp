@@ -5,6 +5,9 @@
 #include <cstring>
 #include <limits>
 #include <utility>
+#ifdef __SSE__
+#include <immintrin.h>
+#endif
 
 namespace {
 constexpr std::size_t kMaxBatch = 8; ///< components that are summed together
@@ -22,13 +25,21 @@ template<std::size_t kCount> [[gnu::always_inline]] inline void Load(const float
   std::memcpy(&narrow, from, kCount * sizeof(float));
   to = __builtin_convertvector(narrow, shp_Lanes);
 }
+/// What is not a number stays so.
+[[gnu::always_inline]] inline shp_FloatLanes Clamped(shp_FloatLanes values) {
+  constexpr float kLargest = std::numeric_limits<float>::max();
+  const shp_FloatLanes most = {kLargest, kLargest, kLargest, kLargest};
+#ifdef __SSE__
+  return _mm_min_ps(most, _mm_max_ps(-most, values)); // one instruction each, unlike the comparisons
+#else
+  const shp_FloatLanes low = values < -most ? -most : values;
+  return low > most ? most : low;
+#endif
+}
 template<std::size_t kCount> [[gnu::always_inline]] inline void Store(const shp_Lanes& from, float* to) {
-  constexpr auto kLargest = static_cast<double>(std::numeric_limits<float>::max());
-  const shp_Lanes most = {kLargest, kLargest, kLargest, kLargest};
-  const shp_Lanes low = from < -most ? -most : from;
-  const shp_Lanes clamped = low > most ? most : low;
-  const shp_FloatLanes narrow = __builtin_convertvector(clamped, shp_FloatLanes);
-  std::memcpy(to, &narrow, kCount * sizeof(float));
+  // numbers beyond the range of floats are converted to infinities
+  const shp_FloatLanes clamped = Clamped(__builtin_convertvector(from, shp_FloatLanes));
+  std::memcpy(to, &clamped, kCount * sizeof(float));
 }
 
 /// Some rows of one element, so that their sums stay in registers.

@@ -1,4 +1,5 @@
 // From a point to its iso coordinates in double precision.
+#include "shp_LocateLanes.h"
 #include "shp_LocateSearch.h"
 
 #include <BasicUtils/omi_Singleton.h>
@@ -8,6 +9,10 @@
 
 namespace {
 constexpr std::size_t At(int index) { return static_cast<std::size_t>(index); }
+
+bool IsHeld(shp_Location location) {
+  return location == shp_Location::Inside || location == shp_Location::OnBoundary;
+}
 
 /// What is done for a target that the Newton steps do not find inside.
 enum class Effort { Steps, Search, Reason };
@@ -60,10 +65,9 @@ template<std::size_t kNumDims, class NodeAt>
                                         const shp_Map::Columns& columns, const shp_Vector& residual,
                                         const shp_Vector& step) {
   if constexpr (kNumDims == 3) return true;
-  constexpr double kMost = shp_MappedElement::kResidual * shp_MappedElement::kResidual;
+  constexpr double kMost = shp_Map::kResidual * shp_Map::kResidual;
   const double rest = shp_Map::Rest(columns, residual, step);
-  if (rest <= kMost / 64 * shp_Map::Dot(columns[0], columns[0]))
-    return true; // no derivative is eight sizes long
+  if (rest <= shp_Map::kSmallRest * shp_Map::Dot(columns[0], columns[0])) return true;
   const double size = shp_Frame(table, nodeAt).size;
   return rest <= kMost * size * size;
 }
@@ -72,8 +76,6 @@ template<std::size_t kNumDims, class NodeAt>
 template<std::size_t kNumDims, class NodeAt>
 [[gnu::always_inline]] inline Answer LocateIn(const shp_MapTable& table, const NodeAt& nodeAt,
                                               const shp_Vector& target, double tolerance, Effort effort) {
-  constexpr int kMaxRounds = 10;
-  constexpr double kLongestStep = 8, kShortStep = 1e-3, kError = 1e-14;
   shp_MappedElement::State state{};
   shp_Vector residual, step;
   shp_IsoPoint iso;
@@ -95,15 +97,14 @@ template<std::size_t kNumDims, class NodeAt>
     const shp_MappedElement element(table, nodeAt, target);
     iso = table.centre;
     double previous = 1;
-    for (int round = 0; round < kMaxRounds && !isAtRest; ++round) {
+    for (int round = 0; round < shp_Map::kMaxRounds && !isAtRest; ++round) {
       element.Evaluate(iso, state);
       residual = {-state.position[0], -state.position[1], -state.position[2]};
       shp_Map::Step(kNumDims, state.columns, residual, step);
       for (std::size_t axis = 0; axis < 3; ++axis) iso[axis] += step[axis];
-      const double longest = std::max({std::abs(step[0]), std::abs(step[1]), std::abs(step[2])});
-      if (!(longest < kLongestStep)) break;
-      // convergence is quadratic: the next step would be about longest * (longest / previous)^2
-      isAtRest = longest < kShortStep && longest * longest * longest < kError * previous * previous;
+      const double longest = shp_Map::Longest(step);
+      if (!(longest < shp_Map::kLongestStep)) break;
+      isAtRest = shp_Map::ComesToRest(longest, previous);
       previous = longest;
     }
   }
@@ -168,8 +169,7 @@ shp_Location shp_Topology::Locate(const std::array<double, 3>& target, std::span
                                   shp_IsoPoint& iso) const {
   if (!basis_) return shp_Location::Outside;
   const Answer answer = LocateAnyhow(*map_, InOrder{coordinates.data()}, target, Effort::Reason);
-  if (answer.location == shp_Location::Inside || answer.location == shp_Location::OnBoundary)
-    iso = answer.iso;
+  if (IsHeld(answer.location)) iso = answer.iso;
   return answer.location;
 }
 
@@ -180,8 +180,7 @@ shp_Location shp_Topology::FindInElement(const std::array<double, 3>& target,
   if (!basis_) return shp_Location::Outside;
   const Answer answer = LocateAnyhow(*map_, ByIndex{coordinates.data(), elementNodes.data()}, target,
                                      thorough ? Effort::Search : Effort::Steps);
-  if (answer.location == shp_Location::Inside || answer.location == shp_Location::OnBoundary)
-    iso = answer.iso;
+  if (IsHeld(answer.location)) iso = answer.iso;
   return answer.location;
 }
 
@@ -192,18 +191,56 @@ bool shp_Topology::IsDegenerate(std::span<const int> elementNodes, std::span<con
   return !frame.IsSound() || shp_LocateSearch::IsDegenerate({*map_, nodeAt, frame});
 }
 
+void shp_Topology::FindInElements(std::span<const shp_ElementQuestion> questions,
+                                  std::span<const float> coordinates, std::span<shp_IsoPoint> isos,
+                                  std::span<shp_Location> locations) const {
+  std::ranges::fill(locations, shp_Location::Outside);
+  if (!basis_) return;
+  const double tolerance = omi_Singleton<gsl_Util>::Instance().Tolerance();
+  std::size_t k = 0;
+  if (shp_CanLocateLanes(*map_))
+    for (; k + 4 <= questions.size(); k += 4) {
+      shp_LaneHits hits;
+      shp_LocateLanes(*map_, questions.subspan(k).first<4>(), coordinates.data(), tolerance, hits);
+      for (std::size_t lane = 0; lane < 4; ++lane) {
+        if (!hits.isFound[lane]) continue;
+        const Answer answer = Verdict(hits.isos[lane], hits.excesses[lane], hits.isSound[lane], tolerance);
+        locations[k + lane] = answer.location;
+        isos[k + lane] = answer.iso;
+      }
+    }
+  for (; k < questions.size(); ++k) {
+    const auto& [target, nodes] = questions[k];
+    const Answer answer = LocateAnyhow(*map_, ByIndex{coordinates.data(), nodes},
+                                       {target[0], target[1], target[2]}, Effort::Steps);
+    locations[k] = answer.location;
+    if (IsHeld(answer.location)) isos[k] = answer.iso;
+  }
+}
+
 void shp_Topology::LocateEach(std::span<const double> targets, std::span<const int> connectivity,
                               std::span<const float> coordinates, std::span<shp_IsoPoint> isos,
                               std::span<shp_Location> locations) const {
+  constexpr std::size_t kBlock = 64;
+  std::array<shp_ElementQuestion, kBlock> questions;
+  std::array<shp_IsoPoint, kBlock> found;
   const std::size_t numNodes = NodeCoordinates().size();
-  for (std::size_t k = 0; k < locations.size(); ++k) {
-    Answer answer;
-    if (basis_)
-      answer = LocateAnyhow(*map_, ByIndex{coordinates.data(), connectivity.data() + k * numNodes},
-                            {targets[3 * k], targets[3 * k + 1], targets[3 * k + 2]}, Effort::Reason);
-    locations[k] = answer.location;
-    if (answer.location == shp_Location::Inside || answer.location == shp_Location::OnBoundary)
-      isos[k] = answer.iso;
+  for (std::size_t first = 0; first < locations.size(); first += kBlock) {
+    const std::size_t count = std::min(kBlock, locations.size() - first);
+    for (std::size_t k = 0; k < count; ++k)
+      questions[k] = {targets.data() + 3 * (first + k), connectivity.data() + (first + k) * numNodes};
+    const auto places = locations.subspan(first, count);
+    FindInElements(std::span(questions).first(count), coordinates, found, places);
+    for (std::size_t k = 0; k < count; ++k) {
+      if (places[k] == shp_Location::Outside && basis_) {
+        const auto& [target, nodes] = questions[k];
+        const Answer answer = LocateAnyhow(*map_, ByIndex{coordinates.data(), nodes},
+                                           {target[0], target[1], target[2]}, Effort::Reason);
+        places[k] = answer.location;
+        found[k] = answer.iso;
+      }
+      if (IsHeld(places[k])) isos[first + k] = found[k];
+    }
   }
 }
 
@@ -216,7 +253,7 @@ bool shp_Topology::FindPointInShape(const gsl_Point& target, std::span<const gsl
   shp_IsoPoint found{};
   const shp_Location location =
       Locate({target[0], target[1], target[2]}, std::span(gathered).first(3 * numNodes), found);
-  if (location != shp_Location::Inside && location != shp_Location::OnBoundary) return false;
+  if (!IsHeld(location)) return false;
   for (std::size_t axis = 0; axis < 3; ++axis) iso[axis] = static_cast<float>(found[axis]);
   return true;
 }

@@ -1,0 +1,157 @@
+// Many points at once: bin by bin, several elements side by side, and what memory must bring is asked for
+// early.
+#include "bme_LocatorPoint.h"
+
+#include <CoreGeometry/shp_Shape.h>
+#include <limits>
+#include <numeric>
+
+class bme_ElementLocator::Batch {
+public:
+  Batch(const bme_ElementLocator& locator, std::span<const double> points, std::span<bme_ElementHit> hits)
+      : locator_(locator), points_(points), hits_(hits), queues_(locator.classes_.size()) {}
+
+  void Run() {
+    SortByBin();
+    for (std::size_t first = 0; first < entries_.size(); first += kBlock)
+      FindBlock(std::span(entries_).subspan(first, std::min(kBlock, entries_.size() - first)));
+  }
+
+private:
+  static constexpr std::size_t kBlock = 64;
+  static constexpr unsigned kOffGrid = std::numeric_limits<unsigned>::max();
+
+  struct Entry {
+    unsigned row, point;
+  };
+  /// A point of the block and those of its candidates that are not searched yet.
+  struct Search {
+    Entry entry;
+    unsigned next, end;
+    bool isFirst = true;
+  };
+  /// Questions to the elements of one class, of the searches with these numbers.
+  struct Queue {
+    std::vector<shp_ElementQuestion> questions;
+    std::vector<std::size_t> searches;
+  };
+
+  const double* PointAt(unsigned point) const { return points_.data() + 3 * std::size_t{point}; }
+  Point Copy(unsigned point) const {
+    const double* at = PointAt(point);
+    return {at[0], at[1], at[2]};
+  }
+
+  /// By radix, so that points of one bin find its elements in the cache.
+  void SortByBin() {
+    constexpr unsigned kDigitBits = 11, kDigits = 1U << kDigitBits;
+    entries_.resize(hits_.size());
+    for (unsigned k = 0; k < hits_.size(); ++k) {
+      const Point point = Copy(k);
+      const bool isOnGrid = locator_.IsOnGrid(point);
+      entries_[k] = {isOnGrid ? static_cast<unsigned>(locator_.Row(locator_.BinOf(point))) : kOffGrid, k};
+    }
+    std::vector<Entry> sorted(entries_.size());
+    const std::size_t numRows = locator_.rowStarts_.size() - 1;
+    for (unsigned shift = 0; shift == 0 || (shift < 32 && numRows >> shift > 0); shift += kDigitBits) {
+      std::array<unsigned, kDigits + 1> starts{};
+      for (const Entry& entry : entries_) ++starts[(entry.row >> shift) % kDigits + 1];
+      std::partial_sum(starts.begin(), starts.end(), starts.begin());
+      for (const Entry& entry : entries_) sorted[starts[(entry.row >> shift) % kDigits]++] = entry;
+      entries_.swap(sorted);
+    }
+  }
+
+  /// The slots of a point's bin.
+  std::span<const unsigned> SlotsOf(const Entry& entry) const {
+    if (entry.row == kOffGrid) return {};
+    const unsigned first = locator_.rowStarts_[entry.row], last = locator_.rowStarts_[entry.row + 1];
+    return std::span(locator_.slots_).subspan(first, last - first);
+  }
+
+  void FindBlock(std::span<const Entry> entries) {
+    for (const Entry& entry : entries) {
+      __builtin_prefetch(PointAt(entry.point));
+      if (entry.row != kOffGrid) __builtin_prefetch(&locator_.rowStarts_[entry.row]);
+    }
+    for (const Entry& entry : entries) __builtin_prefetch(SlotsOf(entry).data());
+    for (const Entry& entry : entries)
+      for (const unsigned slot : SlotsOf(entry)) __builtin_prefetch(&locator_.boxes_[slot]);
+    searches_.clear();
+    candidates_.clear();
+    for (const Entry& entry : entries) {
+      const bme_LocatorPoint::WidePoint wide(Copy(entry.point));
+      const auto first = static_cast<unsigned>(candidates_.size());
+      for (const unsigned slot : SlotsOf(entry)) {
+        if (!wide.MayBeIn(locator_.boxes_[slot])) continue;
+        candidates_.push_back(slot);
+        __builtin_prefetch(locator_.Nodes(locator_.ClassOf(slot), slot).data());
+      }
+      hits_[entry.point] = {};
+      searches_.push_back({entry, first, static_cast<unsigned>(candidates_.size())});
+    }
+    while (AskNext()) TakeAnswers();
+  }
+
+  /// Asks each search's next candidate; false when there is none left.
+  bool AskNext() {
+    const float* coordinates = locator_.coordinates_.Const().data();
+    bool isAny = false;
+    for (std::size_t k = 0; k < searches_.size(); ++k) {
+      Search& search = searches_[k];
+      if (search.next == search.end) continue;
+      const unsigned slot = candidates_[search.next];
+      const Class& elements = locator_.ClassOf(slot);
+      const std::span<const int> nodes = locator_.Nodes(elements, slot);
+      for (const int node : nodes) __builtin_prefetch(coordinates + 3 * static_cast<std::size_t>(node));
+      Queue& queue = queues_[static_cast<std::size_t>(&elements - locator_.classes_.data())];
+      queue.questions.push_back({PointAt(search.entry.point), nodes.data()});
+      queue.searches.push_back(k);
+      isAny = true;
+    }
+    return isAny;
+  }
+
+  void TakeAnswers() {
+    for (std::size_t k = 0; k < queues_.size(); ++k) {
+      auto& [questions, searches] = queues_[k];
+      const Class& elements = locator_.classes_[k];
+      isos_.resize(questions.size());
+      locations_.resize(questions.size());
+      elements.shape->FindInElements(questions, locator_.coordinates_.Const(), isos_, locations_);
+      for (std::size_t i = 0; i < questions.size(); ++i)
+        Take(searches_[searches[i]], elements, locations_[i], isos_[i]);
+      questions.clear();
+      searches.clear();
+    }
+  }
+
+  /// Few points need more than the quick form: those that no candidate was found to hold, and those on the
+  /// boundary of one, which an earlier candidate may hold as well.
+  void Take(Search& search, const Class& elements, shp_Location location, const shp_IsoPoint& iso) {
+    bme_ElementHit& hit = hits_[search.entry.point];
+    const unsigned slot = candidates_[search.next++];
+    const bool isHeld = bme_LocatorPoint::IsHeld(location);
+    if (isHeld) hit = {elements.firstElement + (slot - elements.firstSlot), location, iso};
+    const bool isSettled = isHeld && (location == shp_Location::Inside || search.isFirst);
+    if (!isSettled && (isHeld || search.next == search.end))
+      hit = locator_.FindInRow(search.entry.row, Copy(search.entry.point));
+    if (isHeld) search.next = search.end;
+    search.isFirst = false;
+  }
+
+  const bme_ElementLocator& locator_;
+  std::span<const double> points_;
+  std::span<bme_ElementHit> hits_;
+  std::vector<Entry> entries_;
+  // of a block
+  std::vector<Search> searches_;
+  std::vector<unsigned> candidates_; ///< slots
+  std::vector<Queue> queues_;        ///< of each class
+  std::vector<shp_IsoPoint> isos_;
+  std::vector<shp_Location> locations_;
+};
+
+void bme_ElementLocator::FindEach(std::span<const double> points, std::span<bme_ElementHit> hits) const {
+  Batch(*this, points, hits).Run();
+}
