@@ -212,15 +212,19 @@ TEST_F(shp_ExtrapolationTest, ComponentsAndElementsDoNotMix) {
                                              {"C3D27", 6},
                                              {"S8R", 6},
                                              {"C3D8", 4},
+                                             {"C3D8", 6},
+                                             {"C3D10", 6},
                                              {"C3D15", 8},
                                              {"CAXA41", 11},
                                              {"B31", 1}}) {
     const shp_Shape& shape = Shape(label);
-    const std::size_t n = 3, c = static_cast<std::size_t>(numComponents);
+    const std::size_t n = 9, c = static_cast<std::size_t>(numComponents);
     const auto numPoints = static_cast<std::size_t>(shape.NumIntPts()),
                numNodes = static_cast<std::size_t>(shape.NumNodes());
     std::vector<float> points(n * c * numPoints), nodes(n * c * numNodes);
     for (std::size_t k = 0; k < points.size(); ++k) points[k] = static_cast<float>((k * 37) % 101);
+    points[3 * c * numPoints] = std::numeric_limits<float>::max(); // sums of the fourth element are clamped
+    if (numPoints > 1) points[3 * c * numPoints + c] = -std::numeric_limits<float>::max();
     shape.ExtrapolateEachToNodes(static_cast<int>(n), points, res_INTEGRATION_POINT, nodes, numComponents);
     std::vector<float> onePoint(numPoints), oneNode(numNodes);
     for (std::size_t element = 0; element < n; ++element)

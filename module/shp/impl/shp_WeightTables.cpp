@@ -17,6 +17,9 @@ void AppendRow(Matrix& matrix, std::span<const double> row) {
   matrix.numColumns = row.size();
   matrix.values.insert(matrix.values.end(), row.begin(), row.end());
   matrix.rounded.insert(matrix.rounded.end(), row.begin(), row.end());
+  double gain = 0;
+  for (const double weight : row) gain += std::abs(weight);
+  matrix.largestGain = std::max(matrix.largestGain, gain);
 }
 
 /// Carries values at some points to others by the functions that the points determine, least squares where

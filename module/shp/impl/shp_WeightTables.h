@@ -15,6 +15,7 @@ struct shp_WeightTables {
     std::size_t numColumns = 0;
     std::vector<double> values;
     std::vector<float> rounded;
+    double largestGain = 1; ///< largest sum of the absolute weights of a row, or 1
     std::span<const double> Row(std::size_t row) const {
       return std::span(values).subspan(row * numColumns, numColumns);
     }
