@@ -10,7 +10,8 @@ function(cg_layer name)
   cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC_HEADERS;INCLUDE;USES;LINK" ${ARGN})
   add_library(${name} OBJECT ${ARG_SOURCES})
   target_compile_features(${name} PUBLIC cxx_std_20)
-  target_compile_options(${name} PRIVATE -ffp-contract=off)
+  # exported functions are inlined and called directly within the library, as nobody replaces them
+  target_compile_options(${name} PRIVATE -ffp-contract=off -fno-semantic-interposition)
   set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON CXX_EXTENSIONS OFF
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
   foreach(dir IN LISTS ARG_INCLUDE)
@@ -48,6 +49,7 @@ function(cg_shared_library target)
   set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
     EXPORT_NAME ${ARG_EXPORT_AS} LINKER_LANGUAGE CXX)
   target_compile_features(${target} PUBLIC cxx_std_20)
+  target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
   foreach(layer IN LISTS ARG_LAYERS)
     target_sources(${target} PRIVATE $<TARGET_OBJECTS:${layer}>)
     target_include_directories(${target} PUBLIC

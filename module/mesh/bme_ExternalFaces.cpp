@@ -65,7 +65,9 @@ constexpr std::size_t kBlock = 16;
 template<bool kMatchAllNodes>
 bool MatchClass(const bme_Solids& all, const bme_SolidClass& solids, unsigned numNodes, bool keepPairs,
                 bme_FaceTable& table, FirstPass& found, bme_WorkProgress& progress) {
+  constexpr int kStepsAhead = 3;
   std::array<Pending, kBlock * bme_kMaxWordFaces> pending;
+  std::array<unsigned, kBlock * bme_kMaxWordFaces> ahead; // records on their way
   for (std::size_t begin = 0; begin < solids.words.size(); begin += kBlock) {
     const auto block = solids.words.subspan(begin, std::min(kBlock, solids.words.size() - begin));
     std::size_t count = 0;
@@ -83,7 +85,10 @@ bool MatchClass(const bme_Solids& all, const bme_SolidClass& solids, unsigned nu
         ++count;
       }
     }
-    for (std::size_t i = 0; i < count; ++i) table.PrefetchChain(pending[i].key);
+    for (std::size_t i = 0; i < count; ++i) ahead[i] = table.PrefetchFirst(pending[i].key);
+    if (table.IsLarge())
+      for (int step = 0; step < kStepsAhead; ++step)
+        for (std::size_t i = 0; i < count; ++i) ahead[i] = table.PrefetchNext(pending[i].key, ahead[i]);
     for (std::size_t i = 0; i < count; ++i) {
       const bme_FaceKey& key = pending[i].key;
       const unsigned word = pending[i].word;

@@ -103,9 +103,21 @@ public:
     __builtin_prefetch(&heads_[ChainOf(key)], 1);
     __builtin_prefetch(&seen_[static_cast<std::size_t>(key[0]) << seenShift_], 1);
   }
-  void PrefetchChain(const bme_FaceKey& key) const noexcept {
-    if (const unsigned head = heads_[ChainOf(key)]; head != bme_kNone) __builtin_prefetch(&records_[head], 1);
+  /// Asks memory for the first record of the key's chain, and answers it.
+  unsigned PrefetchFirst(const bme_FaceKey& key) const noexcept {
+    const unsigned head = heads_[ChainOf(key)];
+    if (head != bme_kNone) __builtin_prefetch(&records_[head], 1);
+    return head;
   }
+  /// The same of the record after one that has come; bme_kNone when that one looks like the key's.
+  unsigned PrefetchNext(const bme_FaceKey& key, unsigned record) const noexcept {
+    if (record == bme_kNone || records_[record].rest[0] == key[1]) return bme_kNone;
+    const unsigned next = records_[record].next;
+    if (next != bme_kNone) __builtin_prefetch(&records_[next], 1);
+    return next;
+  }
+  /// True when the records do not fit a cache near the processor.
+  bool IsLarge() const noexcept { return records_.size() * sizeof(Record) > std::size_t{1} << 20; }
   /// Word of the same face of another element, which leaves the table; bme_kNone when there is none, and the
   /// face waits.
   template<class IsSame> unsigned Match(const bme_FaceKey& key, unsigned word, IsSame isSame) {
