@@ -194,28 +194,6 @@ TEST_F(Views, VtuFilesHoldPointsCellsLabelsAndSets) {
   EXPECT_EQ(std::accumulate(fixed.begin(), fixed.end(), 0), set->data.SubSet(0).NumItems());
 }
 
-TEST_F(Views, VtuCellsHaveTheirMiddleNodesBelowAboveThenUpright) {
-  ExodusMesh mesh;
-  for (const shp_IsoPoint& node : exo_NodeCoordinates(exo_Cell::Hexahedron, 20))
-    mesh.xyz.insert(mesh.xyz.end(), node.begin(), node.end());
-  mesh.blocks = {{1, "HEX", 20, Numbers(20)}};
-  std::iota(mesh.blocks[0].nodes.begin(), mesh.blocks[0].nodes.end(), 1);
-  Facts({"export", Import(mesh, "hex20"), "-o", folder_ / "hex20.vtu"});
-  const Vtu vtu(folder_ / "hex20.vtu");
-  const auto points = vtu.Values<float>("Points");
-  const auto cell = vtu.Values<int>("connectivity");
-  EXPECT_EQ(vtu.Values<unsigned char>("types"), std::vector<unsigned char>{25});
-  constexpr int kEnds[][2] = {{0, 1}, {1, 2}, {2, 3}, {3, 0}, {4, 5}, {5, 6},
-                              {6, 7}, {7, 4}, {0, 4}, {1, 5}, {2, 6}, {3, 7}};
-  for (std::size_t k = 0; k < 12; ++k)
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      const auto at = [&](std::size_t i) { return points[3 * static_cast<std::size_t>(cell[i]) + axis]; };
-      EXPECT_EQ(2 * at(8 + k),
-                at(static_cast<std::size_t>(kEnds[k][0])) + at(static_cast<std::size_t>(kEnds[k][1])))
-          << k;
-    }
-}
-
 /// Two cubes that share nothing, one above the other: different blocks. Around it a row of two that share a
 /// face.
 ExodusMesh Cubes() {

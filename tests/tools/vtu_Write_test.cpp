@@ -1,6 +1,7 @@
 #include "ExodusWriter.h"
 #include "VtuReader.h"
 
+#include <CoreGeometry/shp_ShapeDictionary.h>
 #include <gtest/gtest.h>
 #include <mesh/EntityMeshes.h>
 #include <vtu_Write.h>
@@ -57,6 +58,57 @@ TEST(vtu_Write, HasCellsAndMarksOfEveryClassAsTheyAre) {
   EXPECT_EQ(vtu.Values<signed char>("some <nodes> & \"more\""), (Marks{1, 0, 0, 0, 0, 0, 0, 1}));
   EXPECT_EQ(vtu.Values<signed char>("shells"), (Marks{0, 0, 0, 1, 1, 0, 0, 0}));
   EXPECT_TRUE(std::ranges::none_of(ledger, [](const auto& entry) { return entry.what == "names of sets"; }));
+}
+
+/// Middle nodes stand between the corners of their edge, in VTK's order of edges: below, above, upright. The
+/// first three corners are seen from inside, those of a wedge from outside.
+TEST(vtu_Write, HasNodesOfSolidsWhereTheCellHasThem) {
+  struct Case {
+    const char* label;
+    unsigned char type;
+    int side;
+    std::vector<std::array<std::size_t, 2>> edges;
+  };
+  const std::vector<std::array<std::size_t, 2>> ofTetrahedron = {{0, 1}, {1, 2}, {2, 0},
+                                                                 {0, 3}, {1, 3}, {2, 3}},
+                                                ofWedge = {{0, 1}, {1, 2}, {2, 0}, {3, 4}, {4, 5},
+                                                           {5, 3}, {0, 3}, {1, 4}, {2, 5}},
+                                                ofHexahedron = {{0, 1}, {1, 2}, {2, 3}, {3, 0},
+                                                                {4, 5}, {5, 6}, {6, 7}, {7, 4},
+                                                                {0, 4}, {1, 5}, {2, 6}, {3, 7}};
+  const TestFolder folder;
+  for (const auto& [label, type, side, edges] : {Case{"C3D4", 10, 1, {}},
+                                                 {"C3D10", 24, 1, ofTetrahedron},
+                                                 {"C3D6", 13, -1, {}},
+                                                 {"C3D15", 26, -1, ofWedge},
+                                                 {"C3D8", 12, 1, {}},
+                                                 {"C3D20", 25, 1, ofHexahedron}}) {
+    const shp_Shape& shape = *thr_ThreadSingleton<shp_ShapeDictionary>::Instance().GetShape(label);
+    MeshMaker maker;
+    std::vector<int> row;
+    for (const shp_IsoPoint& node : shape.NodeCoordinates()) {
+      row.push_back(static_cast<int>(row.size()));
+      for (const double value : node) maker.xyz.push_back(static_cast<float>(value));
+    }
+    vtu_WriteMesh(folder / "cell.vtu", *maker.Class(label, row.size(), row).Make(), {});
+    const Vtu vtu(folder / "cell.vtu");
+    EXPECT_EQ(vtu.Values<unsigned char>("types"), std::vector<unsigned char>{type}) << label;
+    const auto points = vtu.Values<float>("Points");
+    const auto cell = vtu.Values<int>("connectivity");
+    const auto at = [&](std::size_t i, std::size_t axis) {
+      return points[3 * static_cast<std::size_t>(cell[i]) + axis % 3];
+    };
+    const std::size_t above = type == 12 || type == 25 ? 4 : 3, numCorners = cell.size() - edges.size();
+    double along = 0;
+    for (std::size_t a = 0; a < 3; ++a)
+      along += double{(at(above, a) - at(0, a))
+                      * ((at(1, a + 1) - at(0, a + 1)) * (at(2, a + 2) - at(0, a + 2))
+                         - (at(1, a + 2) - at(0, a + 2)) * (at(2, a + 1) - at(0, a + 1)))};
+    EXPECT_GT(along * side, 0.5) << label;
+    for (std::size_t k = 0; k < edges.size(); ++k)
+      for (std::size_t axis = 0; axis < 3; ++axis)
+        EXPECT_EQ(2 * at(numCorners + k, axis), at(edges[k][0], axis) + at(edges[k][1], axis)) << label << k;
+  }
 }
 
 /// Blocks have 262144 bytes: several with a rest, several without, none at all.
