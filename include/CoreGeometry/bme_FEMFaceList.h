@@ -13,7 +13,9 @@ class rgnC_SetData;
 
 /// Mesh node indices of a face or an edge, corners first for a face, in order along an edge.
 struct bme_LocalNodes {
-  std::array<int, 16> nodes{};
+  static constexpr std::size_t kMost = 16;
+
+  std::array<int, kMost> nodes{};
   unsigned count = 0, corners = 0;
 
   std::span<const int> Nodes() const& noexcept { return std::span(nodes).first(count); }

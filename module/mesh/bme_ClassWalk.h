@@ -2,10 +2,11 @@
 #pragma once
 
 #include <CoreGeometry/bme_EntityWord.h>
+#include <CoreGeometry/bme_FEMFaceList.h>
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/shp_Shape.h>
+#include <array>
 #include <functional>
-#include <ranges>
 
 /// Calls visit(class, shape or null, words) for every class with words; `elementOf` gives the element of one.
 template<class Visit, class ElementOf>
@@ -43,13 +44,15 @@ inline std::span<const int> bme_Row(const bme_ElementClass& type, unsigned eleme
 template<class LocalNodes, class Visit>
 void bme_ForEachWord(const bme_Mesh& mesh, std::span<const unsigned> words, LocalNodes localNodes,
                      Visit visit) {
+  std::array<int, bme_LocalNodes::kMost> nodes{};
   bme_ForEachClassOfWords(
       mesh, words, [&](const bme_ElementClass& type, const shp_Shape* shape, std::span<const unsigned> some) {
-        for (const unsigned word : some)
-          visit(word, localNodes(*shape, word)
-                          | std::views::transform([row = bme_Row(type, bme_ElementOf(word))](int local) {
-                              return row[static_cast<std::size_t>(local)];
-                            }));
+        for (const unsigned word : some) {
+          const std::span<const int> row = bme_Row(type, bme_ElementOf(word)),
+                                     local = localNodes(*shape, word);
+          for (std::size_t i = 0; i < local.size(); ++i) nodes[i] = row[static_cast<std::size_t>(local[i])];
+          visit(word, std::span<const int>(nodes).first(local.size()));
+        }
       });
 }
 

@@ -147,14 +147,15 @@ class EdgeGraph {
 public:
   explicit EdgeGraph(const bme_FEMEdgeList& edges) {
     std::map<std::array<int, 2>, std::size_t> known;
-    bme_ForEachWord(edges.Mesh(), edges.Words(), bme_NodesOfEdge, [&](unsigned word, auto nodes) {
-      const int from = nodes.front(), to = nodes.back();
-      const std::array<int, 2> ends = {std::min(from, to), std::max(from, to)};
-      if (from == to || !known.try_emplace(ends, links_.size()).second) return;
-      ends_[from].push_back(links_.size());
-      ends_[to].push_back(links_.size());
-      links_.push_back({word, from, to, false});
-    });
+    bme_ForEachWord(edges.Mesh(), edges.Words(), bme_NodesOfEdge,
+                    [&](unsigned word, std::span<const int> nodes) {
+                      const int from = nodes.front(), to = nodes.back();
+                      const std::array<int, 2> ends = {std::min(from, to), std::max(from, to)};
+                      if (from == to || !known.try_emplace(ends, links_.size()).second) return;
+                      ends_[from].push_back(links_.size());
+                      ends_[to].push_back(links_.size());
+                      links_.push_back({word, from, to, false});
+                    });
   }
 
   std::vector<bme_EdgeChain> Chains() {

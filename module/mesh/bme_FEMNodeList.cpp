@@ -72,7 +72,7 @@ bme_FEMNodeList bme_FEMNodeList::OfFaces(const bme_FEMFaceList& faces, bme_Nodes
         return which == bme_NodesOf::Corners ? bme_Corners(shape, bme_FaceOf(word))
                                              : bme_NodesOfFace(shape, word);
       },
-      [&](unsigned, auto nodes) {
+      [&](unsigned, std::span<const int> nodes) {
         for (const int node : nodes) marks.Set(node);
       });
   return {faces.Mesh(), marks.Marked()};
@@ -80,7 +80,7 @@ bme_FEMNodeList bme_FEMNodeList::OfFaces(const bme_FEMFaceList& faces, bme_Nodes
 
 bme_FEMNodeList bme_FEMNodeList::OfEdges(const bme_FEMEdgeList& edges, bme_NodesOf which) {
   bme_NodeMarks marks(edges.Mesh());
-  bme_ForEachWord(edges.Mesh(), edges.Words(), bme_NodesOfEdge, [&](unsigned, auto nodes) {
+  bme_ForEachWord(edges.Mesh(), edges.Words(), bme_NodesOfEdge, [&](unsigned, std::span<const int> nodes) {
     if (which == bme_NodesOf::Corners) {
       marks.Set(nodes.front());
       marks.Set(nodes.back());

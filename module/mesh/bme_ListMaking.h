@@ -92,7 +92,7 @@ public:
   }
   bool Has(int node) const { return IsNode(node) && marks_[static_cast<std::size_t>(node)] != 0; }
   /// None of no nodes.
-  template<class Nodes> bool Touch(Nodes&& nodes, bme_Touching touching) const {
+  bool Touch(std::span<const int> nodes, bme_Touching touching) const {
     const auto has = [&](int node) { return Has(node); };
     return touching == bme_Touching::AnyNode ? std::ranges::any_of(nodes, has)
                                              : !nodes.empty() && std::ranges::all_of(nodes, has);
@@ -165,7 +165,7 @@ List bme_ListTouching(const List& list, const bme_FEMNodeList& nodes, bme_Touchi
                       LocalNodes localNodes) {
   const bme_NodeMarks marks(nodes);
   std::vector<unsigned> words;
-  bme_ForEachWord(list.Mesh(), list.Words(), localNodes, [&](unsigned word, auto ofWord) {
+  bme_ForEachWord(list.Mesh(), list.Words(), localNodes, [&](unsigned word, std::span<const int> ofWord) {
     if (marks.Touch(ofWord, touching)) words.push_back(word);
   });
   return {list.Mesh(), std::move(words)};

@@ -34,7 +34,7 @@ protected:
     return ImportFile(folder_ / (name + ".exo"), name);
   }
   std::string ImportFile(const std::string& file, const std::string& name) const {
-    const std::string model = folder_ / (name + ".cgdb");
+    std::string model = folder_ / (name + ".cgdb");
     const ToolRun run = RunTool({"import", file, "-o", model, "--name", "m"});
     EXPECT_EQ(run.exitCode, 0) << run.err;
     return model;
@@ -200,7 +200,7 @@ ExodusMesh Cubes() {
   ExodusMesh mesh;
   for (int k = 0; k < 4; ++k)
     for (int i = 0; i < 4; ++i)
-      mesh.xyz.insert(mesh.xyz.end(), {double((i + 1) / 2 % 2), double(i / 2), double(k)});
+      for (const int value : {(i + 1) / 2 % 2, i / 2, k}) mesh.xyz.push_back(value);
   mesh.blocks = {{1, "HEX", 8, {1, 2, 3, 4, 5, 6, 7, 8, 5, 6, 7, 8, 9, 10, 11, 12}, "low"},
                  {2, "HEX", 8, {9, 10, 11, 12, 13, 14, 15, 16}, "high"}};
   mesh.elementLabels = {40, 50, 60};
