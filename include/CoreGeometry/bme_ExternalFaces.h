@@ -56,5 +56,6 @@ CORE_GEOMETRY_API std::optional<bme_FEMFaceList> bme_ComputeInterface(const bme_
                                                                       const bme_FEMElemList& second,
                                                                       const bme_FaceOptions& options = {});
 
-/// Pairs of elements with the same set of nodes and the same dimension: each later one with the first.
+/// Pairs of elements with the same set of nodes and the same dimension: each later one with the first. The
+/// order of nodes, and how often an element has one, do not matter.
 CORE_GEOMETRY_API std::vector<std::array<unsigned, 2>> bme_FindDuplicates(const bme_FEMElemList& elements);

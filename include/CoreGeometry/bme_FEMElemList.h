@@ -7,6 +7,7 @@ class bme_FEMEdgeList;
 class bme_FEMFaceList;
 class bme_FEMNodeList;
 class gsl_BBox;
+class rgnC_Region;
 class rgnC_SetData;
 
 /// Elements by mesh element index.
@@ -26,6 +27,9 @@ public:
   /// From the element, face and edge subsets that name the mesh's identifier.
   static bme_FEMElemList FromSet(const bme_Mesh& mesh, const rgnC_SetData& set,
                                  bme_Unknown unknown = bme_Unknown::Refuse);
+  /// From the contents of the region in the thread's database; messages begin with its name.
+  static bme_FEMElemList FromRegion(const bme_Mesh& mesh, const rgnC_Region& region,
+                                    bme_Unknown unknown = bme_Unknown::Refuse);
   /// Elements with nodes in the box.
   static bme_FEMElemList InBox(const bme_Mesh& mesh, const gsl_BBox& box, bme_Touching touching);
   /// An element without nodes is none of them.

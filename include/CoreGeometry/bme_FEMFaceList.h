@@ -7,11 +7,15 @@
 
 class bme_FEMElemList;
 class bme_FEMNodeList;
+class gsl_BBox;
+class rgnC_Region;
 class rgnC_SetData;
 
 /// Mesh node indices of a face or an edge, corners first for a face, in order along an edge.
 struct bme_LocalNodes {
-  std::array<int, 16> nodes{};
+  static constexpr std::size_t kMost = 16;
+
+  std::array<int, kMost> nodes{};
   unsigned count = 0, corners = 0;
 
   std::span<const int> Nodes() const& noexcept { return std::span(nodes).first(count); }
@@ -20,9 +24,17 @@ struct bme_LocalNodes {
   std::span<const int> Corners() && = delete;
 };
 
+/// A face, counted from 0, of an element by its user label.
+struct bme_FaceLabel {
+  int element = 0, face = 0;
+  bool isBack = false; ///< of a surface element
+
+  bool operator==(const bme_FaceLabel&) const = default;
+};
+
 /// Faces of elements as words: bme_FaceWord. A surface element has one face with two sides.
 ///
-/// Errors     nex_TextException for a word that names no face of the mesh.
+/// Errors     nex_TextException for a word that names no face of the mesh, and as stated.
 class CORE_GEOMETRY_API bme_FEMFaceList : public bme_EntityList<bme_FEMFaceList> {
 public:
   static constexpr bool kAreAddresses = true;
@@ -31,13 +43,22 @@ public:
   explicit bme_FEMFaceList(const bme_Mesh& mesh) : bme_EntityList(mesh) {}
   bme_FEMFaceList(const bme_Mesh& mesh, std::vector<unsigned> words);
   static bme_FEMFaceList All(const bme_Mesh& mesh);
+  static bme_FEMFaceList FromLabels(const bme_Mesh& mesh, std::span<const bme_FaceLabel> labels,
+                                    bme_Unknown unknown = bme_Unknown::Refuse);
   /// From the facet subsets that name the mesh's identifier.
   static bme_FEMFaceList FromSet(const bme_Mesh& mesh, const rgnC_SetData& set,
                                  bme_Unknown unknown = bme_Unknown::Refuse);
+  /// From the contents of the region in the thread's database; messages begin with its name.
+  static bme_FEMFaceList FromRegion(const bme_Mesh& mesh, const rgnC_Region& region,
+                                    bme_Unknown unknown = bme_Unknown::Refuse);
+  /// Of those that OfElements lists, the faces with nodes in the box, or in the list.
+  static bme_FEMFaceList InBox(const bme_Mesh& mesh, const gsl_BBox& box, bme_Touching touching);
+  static bme_FEMFaceList OfNodes(const bme_FEMNodeList& nodes, bme_Touching touching);
   /// Every face of solids, the front of surface elements; lines and points have none.
   static bme_FEMFaceList OfElements(const bme_FEMElemList& elements);
 
   // ask
+  std::vector<bme_FaceLabel> Labels() const; ///< element index + 1 when the labels of the mesh are implicit
   /// Nodes of the i-th face; from the back of a shell in the reverse order.
   bme_LocalNodes FaceNodes(std::size_t i) const;
 };

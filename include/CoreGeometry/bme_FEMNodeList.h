@@ -7,6 +7,7 @@ class bme_FEMEdgeList;
 class bme_FEMElemList;
 class bme_FEMFaceList;
 class gsl_BBox;
+class rgnC_Region;
 class rgnC_SetData;
 
 /// Nodes by mesh node index.
@@ -26,6 +27,9 @@ public:
   /// From the node subsets that name the mesh's identifier.
   static bme_FEMNodeList FromSet(const bme_Mesh& mesh, const rgnC_SetData& set,
                                  bme_Unknown unknown = bme_Unknown::Refuse);
+  /// From the contents of the region in the thread's database; messages begin with its name.
+  static bme_FEMNodeList FromRegion(const bme_Mesh& mesh, const rgnC_Region& region,
+                                    bme_Unknown unknown = bme_Unknown::Refuse);
   static bme_FEMNodeList InBox(const bme_Mesh& mesh, const gsl_BBox& box); ///< on its boundary, too
   static bme_FEMNodeList OfElements(const bme_FEMElemList& elements, bme_NodesOf which = bme_NodesOf::All);
   static bme_FEMNodeList OfFaces(const bme_FEMFaceList& faces, bme_NodesOf which = bme_NodesOf::All);

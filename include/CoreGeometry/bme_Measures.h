@@ -1,6 +1,7 @@
 // bme_Measures.h: length, area, volume, mass, centre and inertia of elements
 #pragma once
 
+#include <CoreGeometry/bme_FEMElemList.h>
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/gsl_Vector.h>
 #include <CoreGeometry/shp_MeasureRule.h>
@@ -105,6 +106,11 @@ CORE_GEOMETRY_API bme_Measures bme_CalculateMeasures(const bme_Mesh& mesh,
                                                      const bme_MeasureOptions& options = {});
 CORE_GEOMETRY_API bme_Measures bme_CalculateMeasures(const bme_Mesh& mesh, std::span<const unsigned> elements,
                                                      const bme_MeasureOptions& options = {});
+/// Of the elements of a list: bme_FEMElemList::OfClass, one element, the elements of a set or a box.
+inline bme_Measures bme_CalculateMeasures(const bme_FEMElemList& elements,
+                                          const bme_MeasureOptions& options = {}) {
+  return bme_CalculateMeasures(elements.Mesh(), elements.Words(), options);
+}
 /// Of elements on nodes in double precision, three coordinates each.
 CORE_GEOMETRY_API bme_Measures bme_CalculateMeasures(const bme_ElementData& elements,
                                                      std::span<const double> coordinates,
@@ -114,6 +120,24 @@ CORE_GEOMETRY_API bme_Measures bme_CalculateMeasures(const bme_ElementData& elem
 CORE_GEOMETRY_API double bme_CalculateLength(const bme_Mesh& mesh, std::span<const unsigned> elements);
 CORE_GEOMETRY_API double bme_CalculateArea(const bme_Mesh& mesh, std::span<const unsigned> elements);
 CORE_GEOMETRY_API double bme_CalculateVolume(const bme_Mesh& mesh, std::span<const unsigned> elements);
+inline double bme_CalculateLength(const bme_FEMElemList& elements) {
+  return bme_CalculateLength(elements.Mesh(), elements.Words());
+}
+inline double bme_CalculateArea(const bme_FEMElemList& elements) {
+  return bme_CalculateArea(elements.Mesh(), elements.Words());
+}
+inline double bme_CalculateVolume(const bme_FEMElemList& elements) {
+  return bme_CalculateVolume(elements.Mesh(), elements.Words());
+}
+inline double bme_CalculateLength(const bme_Mesh& mesh) {
+  return bme_CalculateLength(bme_FEMElemList::All(mesh));
+}
+inline double bme_CalculateArea(const bme_Mesh& mesh) {
+  return bme_CalculateArea(bme_FEMElemList::All(mesh));
+}
+inline double bme_CalculateVolume(const bme_Mesh& mesh) {
+  return bme_CalculateVolume(bme_FEMElemList::All(mesh));
+}
 
 /// Of one face or edge of an element; 0 when there is no such face or edge, or a node is missing.
 CORE_GEOMETRY_API double bme_CalculateFaceArea(const bme_Mesh& mesh, unsigned element, int face);

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <CoreGeometry/bme_EntityWord.h>
+#include <CoreGeometry/bme_FEMFaceList.h>
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/shp_Shape.h>
+#include <array>
 #include <functional>
 
 /// Calls visit(class, shape or null, words) for every class with words; `elementOf` gives the element of one.
@@ -38,6 +40,22 @@ inline std::span<const int> bme_Row(const bme_ElementClass& type, unsigned eleme
       (element - static_cast<unsigned>(type.FirstElementIndex())) * columns, columns);
 }
 
+/// Calls visit(word, mesh nodes) for words of faces or edges; localNodes(shape, word) chooses the nodes.
+template<class LocalNodes, class Visit>
+void bme_ForEachWord(const bme_Mesh& mesh, std::span<const unsigned> words, LocalNodes localNodes,
+                     Visit visit) {
+  std::array<int, bme_LocalNodes::kMost> nodes{};
+  bme_ForEachClassOfWords(
+      mesh, words, [&](const bme_ElementClass& type, const shp_Shape* shape, std::span<const unsigned> some) {
+        for (const unsigned word : some) {
+          const std::span<const int> row = bme_Row(type, bme_ElementOf(word)),
+                                     local = localNodes(*shape, word);
+          for (std::size_t i = 0; i < local.size(); ++i) nodes[i] = row[static_cast<std::size_t>(local[i])];
+          visit(word, std::span<const int>(nodes).first(local.size()));
+        }
+      });
+}
+
 /// Faces that take part in lists: all of solids, one of surface elements, none of lines and points.
 inline unsigned bme_NumListedFaces(const shp_Shape& shape) noexcept {
   const bool hasTables = !shape.FaceNodes(0).empty();
@@ -50,6 +68,14 @@ inline unsigned bme_NumEdges(const shp_Shape& shape, unsigned face) noexcept {
 inline std::span<const int> bme_Corners(const shp_Shape& shape, unsigned face, int ring = 0) noexcept {
   return shape.FaceNodes(static_cast<int>(face), ring)
       .first(static_cast<std::size_t>(shape.CornersPerFace()[face]));
+}
+
+/// Of the face or edge of a word.
+inline std::span<const int> bme_NodesOfFace(const shp_Shape& shape, unsigned word) noexcept {
+  return shape.FaceNodes(static_cast<int>(bme_FaceOf(word)));
+}
+inline std::span<const int> bme_NodesOfEdge(const shp_Shape& shape, unsigned word) noexcept {
+  return shape.EdgeNodes(static_cast<int>(bme_FaceOf(word)), static_cast<int>(bme_EdgeOf(word)));
 }
 
 /// Local nodes that are corners of a face of the element, or its ends; all nodes of a shape without faces.

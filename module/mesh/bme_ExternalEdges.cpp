@@ -147,22 +147,15 @@ class EdgeGraph {
 public:
   explicit EdgeGraph(const bme_FEMEdgeList& edges) {
     std::map<std::array<int, 2>, std::size_t> known;
-    bme_ForEachClassOfWords(
-        edges.Mesh(), edges.Words(),
-        [&](const bme_ElementClass& type, const shp_Shape* shape, std::span<const unsigned> words) {
-          for (const unsigned word : words) {
-            const std::span<const int> row = bme_Row(type, bme_ElementOf(word));
-            const std::span<const int> local =
-                shape->EdgeNodes(static_cast<int>(bme_FaceOf(word)), static_cast<int>(bme_EdgeOf(word)));
-            const int from = row[static_cast<std::size_t>(local.front())],
-                      to = row[static_cast<std::size_t>(local.back())];
-            const std::array<int, 2> ends = {std::min(from, to), std::max(from, to)};
-            if (from == to || !known.try_emplace(ends, links_.size()).second) continue;
-            ends_[from].push_back(links_.size());
-            ends_[to].push_back(links_.size());
-            links_.push_back({word, from, to, false});
-          }
-        });
+    bme_ForEachWord(edges.Mesh(), edges.Words(), bme_NodesOfEdge,
+                    [&](unsigned word, std::span<const int> nodes) {
+                      const int from = nodes.front(), to = nodes.back();
+                      const std::array<int, 2> ends = {std::min(from, to), std::max(from, to)};
+                      if (from == to || !known.try_emplace(ends, links_.size()).second) return;
+                      ends_[from].push_back(links_.size());
+                      ends_[to].push_back(links_.size());
+                      links_.push_back({word, from, to, false});
+                    });
   }
 
   std::vector<bme_EdgeChain> Chains() {

@@ -1,3 +1,4 @@
+#include "bme_Duplicates.h"
 #include "bme_FaceTable.h"
 #include "bme_Work.h"
 
@@ -260,42 +261,12 @@ std::optional<bme_FEMFaceList> bme_ComputeInterface(const bme_FEMElemList& first
 }
 
 std::vector<std::array<unsigned, 2>> bme_FindDuplicates(const bme_FEMElemList& elements) {
-  struct Candidate {
-    std::uint64_t hash; ///< of dimension and nodes, in any order of them
-    unsigned element;
-    auto operator<=>(const Candidate&) const = default;
-  };
-  std::vector<Candidate> candidates;
-  candidates.reserve(elements.Count());
-  bme_ForEachClassOfElements(
-      elements.Mesh(), elements.Words(),
-      [&](const bme_ElementClass& type, const shp_Shape* shape, std::span<const unsigned> words) {
-        for (const unsigned element : words) {
-          std::uint64_t sum = shape ? static_cast<unsigned>(shape->NumGeomDims()) : 7;
-          for (const int node : bme_Row(type, element)) {
-            const std::uint64_t mixed = (static_cast<unsigned>(node) + 1U) * 0x9E3779B97F4A7C15U;
-            sum += (mixed ^ mixed >> 31) * 0xBF58476D1CE4E5B9U;
-          }
-          candidates.push_back({sum, element});
-        }
-      });
-  std::ranges::sort(candidates);
-  const bme_ElementData& data = elements.Mesh().ElementData();
-  const auto contents = [&](unsigned element) {
-    const bme_ElementClass& type = data.GetElemClass(element);
-    const std::span<const int> row = bme_Row(type, element);
-    std::vector<int> nodes(row.begin(), row.end());
-    std::ranges::sort(nodes);
-    nodes.push_back(type.Shape() ? type.Shape()->NumGeomDims() : -1);
-    return nodes;
-  };
-  std::vector<std::array<unsigned, 2>> pairs;
-  for (std::size_t i = 0; i < candidates.size(); ++i) {
-    if (i > 0 && candidates[i - 1].hash == candidates[i].hash) continue; // not the first of its kind
-    for (std::size_t k = i + 1; k < candidates.size() && candidates[k].hash == candidates[i].hash; ++k)
-      if (contents(candidates[i].element) == contents(candidates[k].element))
-        pairs.push_back({candidates[i].element, candidates[k].element});
-  }
-  std::ranges::sort(pairs);
-  return pairs;
+  return bme_FindDuplicatesBy(elements, [](std::span<const int> nodeSet) {
+    std::uint64_t hash = nodeSet.size();
+    for (const int item : nodeSet) {
+      hash = (hash ^ static_cast<unsigned>(item)) * 0x9E3779B97F4A7C15U;
+      hash ^= hash >> 29;
+    }
+    return hash;
+  });
 }

@@ -4,6 +4,8 @@
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
 #include <CoreGeometry/bme_Mesh.h>
+#include <array>
+#include <gtest/gtest.h>
 #include <memory>
 
 struct MeshMaker {

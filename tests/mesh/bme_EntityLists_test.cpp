@@ -1,11 +1,13 @@
 #include "EntityMeshes.h"
 
+#include "StoredTest.h"
+
 #include <CoreGeometry/bme_FEMEdgeList.h>
 #include <CoreGeometry/bme_FEMElemList.h>
 #include <CoreGeometry/bme_FEMNodeList.h>
 #include <CoreGeometry/gsl_BBox.h>
 #include <CoreGeometry/rgnC_Facet.h>
-#include <CoreGeometry/rgnC_SetData.h>
+#include <CoreGeometry/rgnC_Region.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
 #include <gtest/gtest.h>
 #include <random>
@@ -120,6 +122,48 @@ TEST(bme_EntityLists, AreMadeFromLabelsAndGiveThemBack) {
   EXPECT_EQ(bme_FEMNodeList(*plain, {4}).Labels(), Labels{5});
 }
 
+TEST(bme_EntityLists, OfFacesAndEdgesAreMadeFromLabelsOfElementsAndGiveThemBack) {
+  MeshMaker maker;
+  const auto mesh = maker.Nodes(8)
+                        .Class("C3D8", 8, {0, 1, 2, 3, 4, 5, 6, 7}, {70})
+                        .Class("S4", 4, {0, 1, 2, 3, 4, 5, 6, 7}, {-4, 12})
+                        .Class("B31", 2, {0, 1}, {8})
+                        .Class("NOSUCH", 2, {0, 1}, {9})
+                        .Make();
+  using Faces = std::vector<bme_FaceLabel>;
+  using Edges = std::vector<bme_EdgeLabel>;
+  const Faces faces = {{12, 0, true}, {70, 5}, {-4, 0}, {12, 0}, {70, 0}, {70, 5}};
+  const auto ofFaces = bme_FEMFaceList::FromLabels(*mesh, faces);
+  EXPECT_EQ(WordsOf(ofFaces), (Words{bme_FaceWord(0, 0), bme_FaceWord(0, 5), bme_FaceWord(1, 0),
+                                     bme_FaceWord(2, 0), bme_FaceWord(2, 0, true)}));
+  EXPECT_EQ(ofFaces.Labels(), (Faces{{70, 0}, {70, 5}, {-4, 0}, {12, 0}, {12, 0, true}}));
+  const Edges edges = {{8, 0, 0}, {12, 0, 3}, {70, 5, 2}};
+  const auto ofEdges = bme_FEMEdgeList::FromLabels(*mesh, edges);
+  EXPECT_EQ(WordsOf(ofEdges), (Words{bme_EdgeWord(0, 5, 2), bme_EdgeWord(2, 0, 3), bme_EdgeWord(3, 0, 0)}));
+  EXPECT_EQ(ofEdges.Labels(), (Edges{{70, 5, 2}, {12, 0, 3}, {8, 0, 0}}));
+
+  const Faces wrong = {{70, 6}, {70, 0, true}, {71, 0}, {70, -1}, {-4, 0}, {8, 0}, {9, 0}, {12, 64}};
+  EXPECT_EQ(bme_FEMFaceList::FromLabels(*mesh, wrong, bme_Unknown::Skip).Labels(), (Faces{{-4, 0}}));
+  EXPECT_EQ(
+      FailureOf([&] { bme_FEMFaceList::FromLabels(*mesh, wrong); }),
+      "mesh 1 does not have 7 element faces: 70 face 6, 70 face 0 back, 71 face 0, 70 face -1, 8 face 0, "
+      "9 face 0, 12 face 64");
+  const Edges none = {{70, 6, 0}, {70, 0, 4}, {70, -1, 0}, {12, 0, -1}, {9, 0, 0}, {13, 0, 0}, {8, 0, 1}};
+  EXPECT_TRUE(bme_FEMEdgeList::FromLabels(*mesh, none, bme_Unknown::Skip).IsEmpty());
+  EXPECT_EQ(FailureOf([&] { bme_FEMEdgeList::FromLabels(*mesh, none); }).substr(0, 64),
+            "mesh 1 does not have 7 element edges: 70 face 6 edge 0, 70 face ");
+  const Faces many(25, {3, 1});
+  const cow_String message = FailureOf([&] { bme_FEMFaceList::FromLabels(*mesh, many); });
+  EXPECT_NE(message.find(" 25 element faces"), cow_String::npos) << message;
+  EXPECT_EQ(std::ranges::count(message, ','), 20) << "twenty names and the dots: " << message;
+
+  const auto plain = MeshMaker().Box(1, 1, 2).Make();
+  EXPECT_EQ(bme_FEMFaceList::FromLabels(*plain, bme_FEMFaceList::All(*plain).Labels()),
+            bme_FEMFaceList::All(*plain));
+  EXPECT_EQ(bme_FEMEdgeList::FromLabels(*plain, bme_FEMEdgeList::All(*plain).Labels()),
+            bme_FEMEdgeList::All(*plain));
+}
+
 TEST(bme_EntityLists, WriteLabelsAsRanges) {
   const auto text = [](const std::vector<int>& labels) { return bme_CompactLabels(labels); };
   EXPECT_EQ(text({}), "");
@@ -143,8 +187,69 @@ TEST(bme_EntityLists, AreMadeFromSets) {
   EXPECT_EQ(WordsOf(bme_FEMElemList::FromSet(*mesh, set)), (Words{0, 1}));
   rgnC_SetData wrong;
   wrong.AppendSubset(Subset(1, res_SURFACE_FACET, {1, 5, 0}, {2, 0, 6}));
-  EXPECT_TRUE(bme_FEMFaceList::FromSet(*mesh, wrong, bme_Unknown::Skip).Count() <= 1);
-  EXPECT_NE(FailureOf([&] { bme_FEMFaceList::FromSet(*mesh, wrong); }), "no failure");
+  wrong.AppendSubset(Subset(1, res_SURFACE_EDGE, {1, 1, 0, 0}, {3, 4, 23, -1}));
+  EXPECT_EQ(WordsOf(bme_FEMFaceList::FromSet(*mesh, wrong, bme_Unknown::Skip)), Words{bme_FaceWord(0, 0)});
+  EXPECT_EQ(FailureOf([&] { bme_FEMFaceList::FromSet(*mesh, wrong); }),
+            "mesh 1 does not have 2 facets of element indices: 1, 5");
+  EXPECT_EQ(WordsOf(bme_FEMEdgeList::FromSet(*mesh, wrong, bme_Unknown::Skip)),
+            (Words{bme_EdgeWord(0, 5, 3), bme_EdgeWord(1, 0, 3)}));
+  EXPECT_EQ(FailureOf([&] { bme_FEMEdgeList::FromSet(*mesh, wrong); }),
+            "mesh 1 does not have 2 edges of element indices: 1, 0");
+}
+
+namespace {
+class RegionLists : public StoredTest {};
+
+/// From a region as from its set; the message when the mesh does not have what is in it.
+template<class List>
+void CheckRegion(const bme_Mesh& mesh, const rgnC_Region& region, const cow_String& ofOthers) {
+  const List list = List::FromRegion(mesh, region, bme_Unknown::Skip);
+  EXPECT_EQ(list, List::FromSet(mesh, region.ConstSet(), bme_Unknown::Skip));
+  EXPECT_FALSE(list.IsEmpty());
+  EXPECT_EQ(FailureOf([&] { (void)List::FromRegion(mesh, region); }),
+            "region \"Skin\" of Assembly/Part-1: mesh 1 does not have 1 " + ofOthers + ": 99");
+  rgnC_Region undefined, gone = region;
+  undefined.SetName("Empty");
+  gone.SetSetData(rgnC_SetDataShortcut("sets/Gone"));
+  EXPECT_EQ(FailureOf([&] { (void)List::FromRegion(mesh, undefined); }),
+            "region \"Empty\": Cannot retrieve set - shortcut is undefined");
+  const cow_String failure = FailureOf([&] { (void)List::FromRegion(mesh, gone, bme_Unknown::Skip); });
+  EXPECT_EQ(failure.find("region \"Skin\" of Assembly/Part-1: "), 0U) << failure;
+  EXPECT_NE(failure.find("sets/Gone"), cow_String::npos) << failure;
+}
+} // namespace
+
+TEST_F(RegionLists, HaveWhatTheRegionRefersTo) {
+  MeshMaker maker;
+  const auto mesh = maker.Box(1, 1, 1).Class("S4", 4, {0, 1, 3, 2}).Make();
+  rgnC_SetData set;
+  set.AppendSubset(Subset(1, res_NODE_SET, {3, 99}));
+  set.AppendSubset(Subset(1, res_SURFACE_FACET, {0, 99}, {4, 0}));
+  set.AppendSubset(Subset(1, res_SURFACE_EDGE, {0}, {4 * 2 + 3}));
+  rgnC_SetData edges;
+  edges.AppendSubset(Subset(1, res_SURFACE_EDGE, {0, 99}, {4 * 2 + 3, 0}));
+  const auto regionOf = [](const cow_String& path) {
+    rgnC_Region region;
+    region.SetName("Skin");
+    region.SetOwnerNames({"Assembly", "Part-1"});
+    region.SetSetData(rgnC_SetDataShortcut(path));
+    return region;
+  };
+  cls_Database model = Create();
+  {
+    cls_WritePass pass(model);
+    pass.Put("sets/Skin", set);
+    pass.Put("sets/Edges", edges);
+    pass.Commit();
+  }
+  EXPECT_EQ(
+      FailureOf([&] { bme_FEMNodeList::FromRegion(*mesh, regionOf("sets/Skin")); }).find("region \"Skin"), 0U)
+      << "no database";
+  const ddr_DatabaseRoot::Scope here(model);
+  CheckRegion<bme_FEMNodeList>(*mesh, regionOf("sets/Skin"), "node index");
+  CheckRegion<bme_FEMElemList>(*mesh, regionOf("sets/Skin"), "element index");
+  CheckRegion<bme_FEMFaceList>(*mesh, regionOf("sets/Skin"), "facet of an element index");
+  CheckRegion<bme_FEMEdgeList>(*mesh, regionOf("sets/Edges"), "edge of an element index");
 }
 
 TEST(bme_EntityLists, FollowFromEachOther) {
@@ -176,6 +281,62 @@ TEST(bme_EntityLists, FollowFromEachOther) {
   const gsl_BBox half(gsl_Point(1, -1, -1), gsl_Point(3, 2, 2));
   EXPECT_EQ(WordsOf(bme_FEMElemList::InBox(*mesh, half, bme_Touching::AllNodes)), (Words{1, 2}));
   EXPECT_EQ(WordsOf(bme_FEMElemList::InBox(*mesh, half, bme_Touching::AnyNode)), (Words{0, 1, 2, 3}));
+}
+
+TEST(bme_EntityLists, OfFacesAndEdgesInBoxesAreThoseWithNodesThere) {
+  MeshMaker maker;
+  // a tetrahedron with middle nodes in the first cube, and one of its nodes missing; a shell and a beam
+  maker.Box(3, 2, 2);
+  const auto firstMiddle = static_cast<int>(maker.xyz.size() / 3);
+  maker.Class(
+      "C3D10", 10,
+      {0, 1, 4, 12, firstMiddle, firstMiddle + 1, firstMiddle + 2, firstMiddle + 3, firstMiddle + 4, 99});
+  for (const float value : {.5F, 0.F, 0.F, .5F, .5F, 0.F, 0.F, .5F, 0.F, 0.F, 0.F, .5F, .5F, 0.F, .5F})
+    maker.xyz.push_back(value);
+  const auto mesh = maker.Class("S4", 4, {0, 1, 5, 4}).Class("B31", 2, {2, 3}).Make();
+  const std::span<const float> xyz = mesh->NodeData().Coordinates().Const();
+  const bme_FEMFaceList faces = bme_FEMFaceList::All(*mesh);
+  const bme_FEMEdgeList edges = bme_FEMEdgeList::All(*mesh);
+  const auto check = [&](const gsl_BBox& box) {
+    const auto isIn = [&](int node) {
+      const auto at = 3 * static_cast<std::size_t>(node);
+      if (at >= xyz.size()) return false;
+      for (unsigned a = 0; a < 3; ++a)
+        if (double{xyz[at + a]} < box.Min()[a] || double{xyz[at + a]} > box.Max()[a]) return false;
+      return true;
+    };
+    const auto chosen = [&](const auto& list, auto nodesOf, bme_Touching touching) {
+      Words words;
+      for (std::size_t i = 0; i < list.Count(); ++i) {
+        const bme_LocalNodes nodes = nodesOf(i);
+        const auto inside = std::ranges::count_if(nodes.Nodes(), isIn);
+        if (touching == bme_Touching::AnyNode ? inside > 0 : inside == nodes.count) words.push_back(list[i]);
+      }
+      return words;
+    };
+    for (const auto touching : {bme_Touching::AnyNode, bme_Touching::AllNodes}) {
+      EXPECT_EQ(WordsOf(bme_FEMFaceList::InBox(*mesh, box, touching)),
+                chosen(
+                    faces, [&](std::size_t i) { return faces.FaceNodes(i); }, touching));
+      EXPECT_EQ(WordsOf(bme_FEMEdgeList::InBox(*mesh, box, touching)),
+                chosen(
+                    edges, [&](std::size_t i) { return edges.EdgeNodes(i); }, touching));
+    }
+  };
+  std::mt19937 random(2);
+  for (int round = 0; round < 50; ++round) {
+    gsl_Point low, high;
+    for (unsigned a = 0; a < 3; ++a) {
+      low[a] = static_cast<int>(random() % 7) / 2.0 - 0.5;
+      high[a] = low[a] + static_cast<int>(random() % 5) / 2.0;
+    }
+    check(gsl_BBox(low, high));
+  }
+  const gsl_BBox bottom(gsl_Point(0, 0, 0), gsl_Point(3, 2, 0));
+  EXPECT_EQ(bme_FEMFaceList::InBox(*mesh, bottom, bme_Touching::AllNodes).Count(), 6U + 1 + 1)
+      << "of cubes, of the tetrahedron, the shell";
+  const gsl_BBox away(gsl_Point(8, 0, 0), gsl_Point(9, 2, 0));
+  EXPECT_TRUE(bme_FEMFaceList::InBox(*mesh, away, bme_Touching::AnyNode).IsEmpty());
 }
 
 TEST(bme_EntityLists, HaveWordsForEveryShape) {

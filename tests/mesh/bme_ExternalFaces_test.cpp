@@ -1,3 +1,4 @@
+#include "../module/mesh/bme_Duplicates.h"
 #include "EntityMeshes.h"
 
 #include <CoreGeometry/bme_ExternalFaces.h>
@@ -204,6 +205,36 @@ TEST(bme_ExternalFaces, FindDuplicatesWhateverTheirOrder) {
                         .Make();
   using Pairs = std::vector<std::array<unsigned, 2>>;
   EXPECT_EQ(bme_FindDuplicates(bme_FEMElemList::All(*mesh)), (Pairs{{0, 2}, {0, 3}, {4, 5}}));
+}
+
+/// However many sets share a hash: each later element with the first of the same nodes and dimension.
+TEST(bme_ExternalFaces, FindTheDuplicatesThatBruteForceFindsWhateverTheHash) {
+  std::mt19937 random(13);
+  std::size_t numPairs = 0, numOthers = 0;
+  for (int round = 0; round < 60; ++round) {
+    const auto mesh = Tangle(random, 8, 12).Make();
+    const bme_FEMElemList all = bme_FEMElemList::All(*mesh);
+    using Key = std::pair<int, Corners>;
+    std::map<Key, unsigned> first;
+    std::vector<std::array<unsigned, 2>> expected;
+    for (const unsigned element : all) {
+      const bme_ElementClass& type = mesh->ElementData().GetElemClass(element);
+      const auto row = type.Connectivity(static_cast<int>(element) - type.FirstElementIndex());
+      const auto [at, isNew] =
+          first.try_emplace({type.Shape()->NumGeomDims(), Corners(row.begin(), row.end())}, element);
+      if (!isNew) expected.push_back({at->second, element});
+    }
+    std::ranges::sort(expected);
+    EXPECT_EQ(bme_FindDuplicates(all), expected);
+    EXPECT_EQ(bme_FindDuplicatesBy(all, [](std::span<const int>) { return 0U; }), expected);
+    EXPECT_EQ(
+        bme_FindDuplicatesBy(all, [](std::span<const int> set) { return static_cast<unsigned>(set[0] % 2); }),
+        expected);
+    numPairs += expected.size();
+    numOthers += first.size();
+  }
+  EXPECT_GT(numPairs, 100U);
+  EXPECT_GT(numOthers, 100U);
 }
 
 TEST(bme_ExternalFaces, EndInAMessageWhenTheyCannotBeFound) {

@@ -261,5 +261,21 @@ TEST_F(bme_MeasuresTest, WhatIsNotKnownIsReported) {
   EXPECT_NEAR(bme_CalculateLength(mesh, some), 5, 1e-6);
   EXPECT_NEAR(bme_CalculateVolume(mesh, some), ring, 1e-5);
   EXPECT_THROW(bme_CalculateVolume(mesh, std::vector<unsigned>{11}), nex_OutOfRangeException);
+  const bme_FEMElemList list(mesh, some), all = bme_FEMElemList::All(mesh);
+  const bme_MeasureOptions thick = {.thickness = Always(0.5)};
+  EXPECT_EQ(bme_CalculateMeasures(list, thick).numElements, 3);
+  EXPECT_EQ(bme_CalculateMeasures(list, thick).volume.Total(),
+            bme_CalculateMeasures(mesh, some, thick).volume.Total());
+  for (const auto& [ofList, ofRest, ofMesh] :
+       {std::array{bme_CalculateLength(list), bme_CalculateLength(all.Difference(list)),
+                   bme_CalculateLength(mesh)},
+        {bme_CalculateArea(list), bme_CalculateArea(all.Difference(list)), bme_CalculateArea(mesh)},
+        {bme_CalculateVolume(list), bme_CalculateVolume(all.Difference(list)), bme_CalculateVolume(mesh)}}) {
+    EXPECT_GT(std::min(ofList, ofRest), 0.1);
+    EXPECT_NEAR(ofList + ofRest, ofMesh, 1e-9);
+  }
+  EXPECT_NEAR(bme_CalculateLength(list), 5, 1e-6);
+  EXPECT_EQ(bme_CalculateArea(bme_FEMElemList::OfClass(mesh, 5)),
+            mesh.ElementData().GetClass(5).Area(mesh.NodeData()));
   EXPECT_NEAR(mesh.ElementData().GetClass(5).Area(mesh.NodeData(), 1), 1, 1e-6);
 }

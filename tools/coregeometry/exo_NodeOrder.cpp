@@ -21,6 +21,8 @@ constexpr shp_IsoPoint kQuadrilateral[] = {{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}, {
 constexpr shp_IsoPoint kTetrahedron[] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
 constexpr shp_IsoPoint kPyramid[] = {{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}, {-1, 1, 0}, {0, 0, 1}};
 constexpr shp_IsoPoint kWedge[] = {{0, 0, -1}, {1, 0, -1}, {0, 1, -1}, {0, 0, 1}, {1, 0, 1}, {0, 1, 1}};
+/// VTK sees the base of a wedge from outside.
+constexpr shp_IsoPoint kVtkWedge[] = {kWedge[0], kWedge[2], kWedge[1], kWedge[3], kWedge[5], kWedge[4]};
 constexpr shp_IsoPoint kHexahedron[] = {{-1, -1, -1}, {1, -1, -1}, {1, 1, -1}, {-1, 1, -1},
                                         {-1, -1, 1},  {1, -1, 1},  {1, 1, 1},  {-1, 1, 1}};
 
@@ -72,10 +74,10 @@ constexpr VtkRow kVtkRows[] = {
     {28, "VTK_BIQUADRATIC_QUAD",                  kQuadrilateral, "01 12 23 30 0123"},
     {10, "VTK_TETRA",                             kTetrahedron,   ""},
     {24, "VTK_QUADRATIC_TETRA",                   kTetrahedron,   "01 12 20 03 13 23"},
-    {13, "VTK_WEDGE",                             kWedge,         ""},
-    {31, "VTK_QUADRATIC_LINEAR_WEDGE",            kWedge,         "01 12 20 34 45 53"},
-    {26, "VTK_QUADRATIC_WEDGE",                   kWedge,         "01 12 20 34 45 53 03 14 25"},
-    {32, "VTK_BIQUADRATIC_QUADRATIC_WEDGE",       kWedge,         "01 12 20 34 45 53 03 14 25 0143 1254 2035"},
+    {13, "VTK_WEDGE",                             kVtkWedge,      ""},
+    {31, "VTK_QUADRATIC_LINEAR_WEDGE",            kVtkWedge,      "01 12 20 34 45 53"},
+    {26, "VTK_QUADRATIC_WEDGE",                   kVtkWedge,      "01 12 20 34 45 53 03 14 25"},
+    {32, "VTK_BIQUADRATIC_QUADRATIC_WEDGE",       kVtkWedge,      "01 12 20 34 45 53 03 14 25 0143 1254 2035"},
     {12, "VTK_HEXAHEDRON",                        kHexahedron,    ""},
     {25, "VTK_QUADRATIC_HEXAHEDRON",              kHexahedron,    "01 12 23 30 45 56 67 74 04 15 26 37"},
     {33, "VTK_BIQUADRATIC_QUADRATIC_HEXAHEDRON",  kHexahedron,    "01 12 23 30 45 56 67 74 04 15 26 37 0374 1265 0154 2376"},

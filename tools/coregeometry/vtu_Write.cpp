@@ -12,6 +12,7 @@
 #include <fstream>
 #include <map>
 #include <numeric>
+#include <set>
 #include <zlib.h>
 
 namespace {
@@ -34,9 +35,75 @@ cow_String Escaped(const cow_String& text) {
     case '<': escaped += "&lt;"; break;
     case '>': escaped += "&gt;"; break;
     case '"': escaped += "&quot;"; break;
-    default: escaped += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
+    default: escaped += c;
     }
   return escaped;
+}
+
+/// Length of the UTF-8 character at a position, 0 when there is none.
+std::size_t CharacterLength(const cow_String& text, std::size_t at) {
+  const auto byte = [&](std::size_t k) {
+    return at + k < text.size() ? unsigned{static_cast<unsigned char>(text[at + k])} : 0U;
+  };
+  constexpr unsigned kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+  const unsigned lead = byte(0);
+  if (lead < 0x80) return 1;
+  const std::size_t length = lead >= 0xF8 ? 0 : lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 0;
+  unsigned value = lead & 0x7FU >> length;
+  for (std::size_t k = 1; k < length; ++k) {
+    if ((byte(k) & 0xC0U) != 0x80) return 0;
+    value = value << 6U | (byte(k) & 0x3FU);
+  }
+  const bool isSurrogate = value >> 11U == 0x1B;
+  return value < kLeast[length] || value > 0x10FFFF || isSurrogate ? 0 : length;
+}
+
+/// What XML can hold of a text: a space for each control character, a question mark for each byte that is not
+/// UTF-8.
+cow_String ForXml(const cow_String& text) {
+  cow_String clean;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t length = CharacterLength(text, at);
+    if (length == 1)
+      clean += static_cast<unsigned char>(text[at]) < ' ' ? ' ' : text[at];
+    else
+      clean += length == 0 ? cow_String("?") : text.substr(at, length);
+    at += std::max<std::size_t>(1, length);
+  }
+  return clean;
+}
+
+/// The items of one kind in a set, which become an array.
+struct Marks {
+  const exo_ImportedSet* set;
+  res_SetTypeEnm kind; ///< res_NODE_SET or res_ELEMENT_SET
+  cow_String name;     ///< of the array
+};
+
+/// Those of nodes before those of elements, named as vtu_WriteMesh says.
+std::vector<Marks> FindMarks(std::span<const exo_ImportedSet> sets, int meshId) {
+  std::vector<Marks> all;
+  for (const res_SetTypeEnm kind : {res_NODE_SET, res_ELEMENT_SET})
+    for (const exo_ImportedSet& set : sets)
+      for (int i = 0; i < set.data.NumSubset(); ++i)
+        if (const rgnC_SubsetData& subset = set.data.SubSet(i);
+            subset.SubsetType() == kind && subset.MeshIndex() == meshId) {
+          all.push_back({&set, kind, ForXml(set.name)});
+          break;
+        }
+  std::set<cow_String> taken = {"",      "Points",    "connectivity", "offsets",
+                                "types", "NodeLabel", "ElementLabel", "ElementClass"};
+  std::vector<Marks*> renamed;
+  for (Marks& marks : all)
+    if (!taken.insert(marks.name).second) renamed.push_back(&marks);
+  for (Marks* marks : renamed) {
+    const cow_String start = marks->name + (marks->name.empty() ? "" : " ")
+                             + (marks->kind == res_NODE_SET ? "(nodes" : "(elements");
+    marks->name = start + ")";
+    for (int n = 2; !taken.insert(marks->name).second; ++n)
+      marks->name = start + " " + std::to_string(n) + ")";
+  }
+  return all;
 }
 
 /// The text of the file: elements that point into one appended block.
@@ -120,7 +187,10 @@ Cell CellOf(const bme_ElementClass& elements) {
 
 class Exporter {
 public:
-  Exporter(const bme_Mesh& mesh, std::span<const exo_ImportedSet> sets) : mesh_(mesh), sets_(sets) {}
+  Exporter(const bme_Mesh& mesh, std::span<const exo_ImportedSet> sets)
+      : mesh_(mesh), marks_(FindMarks(sets, mesh.Id())) {
+    for (const exo_ImportedSet& set : sets) CountSurfaces(set.data);
+  }
 
   exo_Ledger Run(const cow_String& fileName) {
     AddCells(fileName);
@@ -144,6 +214,7 @@ public:
     exo_Ledger ledger;
     for (const auto& [what, count] : counts_)
       if (count > 0) ledger.push_back({what, count, {}});
+    AddNames(ledger);
     exo_ListNotMesh(mesh_, ledger);
     return ledger;
   }
@@ -174,35 +245,45 @@ private:
     }
   }
 
+  void CountSurfaces(const rgnC_SetData& set) {
+    for (int i = 0; i < set.NumSubset(); ++i)
+      if (const rgnC_SubsetData& subset = set.SubSet(i);
+          subset.SubsetType() != res_NODE_SET && subset.SubsetType() != res_ELEMENT_SET)
+        counts_["entries of surfaces"] += subset.NumItems();
+  }
+
   /// One array for each set with items of that kind: 1 for these, 0 for the others.
   void AddMarks(res_SetTypeEnm kind, std::size_t most) {
-    std::vector<signed char> marks;
-    for (const exo_ImportedSet& set : sets_) {
-      bool isOfKind = false;
-      marks.assign(most, 0);
-      for (int i = 0; i < set.data.NumSubset(); ++i) {
-        const rgnC_SubsetData& subset = set.data.SubSet(i);
-        const bool isMark = subset.SubsetType() == kind && subset.MeshIndex() == mesh_.Id();
-        if (!isMark) {
-          const bool isNeither =
-              subset.SubsetType() != res_NODE_SET && subset.SubsetType() != res_ELEMENT_SET;
-          if (isNeither && kind == res_NODE_SET) counts_["entries of surfaces"] += subset.NumItems();
-          continue;
-        }
-        isOfKind = true;
+    std::vector<signed char> values;
+    for (const Marks& marks : marks_) {
+      if (marks.kind != kind) continue;
+      values.assign(most, 0);
+      const rgnC_SetData& set = marks.set->data;
+      for (int i = 0; i < set.NumSubset(); ++i) {
+        const rgnC_SubsetData& subset = set.SubSet(i);
+        if (subset.SubsetType() != kind || subset.MeshIndex() != mesh_.Id()) continue;
         for (const int id : subset.IdArray()) {
           if (static_cast<unsigned>(id) >= most)
-            throw nex_TextException("set \"" + set.name + "\": index " + std::to_string(id)
+            throw nex_TextException("set \"" + marks.set->name + "\": index " + std::to_string(id)
                                     + " is outside the " + std::to_string(most) + " of the mesh");
-          marks[static_cast<std::size_t>(id)] = 1;
+          values[static_cast<std::size_t>(id)] = 1;
         }
       }
-      if (isOfKind) out_.Array<signed char>(set.name, "Int8", 1, marks);
+      out_.Array<signed char>(marks.name, "Int8", 1, values);
     }
   }
 
+  void AddNames(exo_Ledger& ledger) const {
+    exo_LedgerEntry names{"names of sets", 0, {}};
+    for (const Marks& marks : marks_) {
+      if (marks.name == marks.set->name) continue;
+      names.detail += (++names.count == 1 ? "as \"" : ", \"") + marks.name + '"';
+    }
+    if (names.count > 0) ledger.push_back(std::move(names));
+  }
+
   const bme_Mesh& mesh_;
-  std::span<const exo_ImportedSet> sets_;
+  std::vector<Marks> marks_;
   Document out_;
   std::vector<int> connectivity_, labels_, classes_;
   std::vector<std::int64_t> offsets_;

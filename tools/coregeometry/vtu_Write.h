@@ -9,6 +9,10 @@
 /// of nodes or of elements; binary, compressed with zlib, in base64 after the XML. An element with no cell of
 /// its nodes is written with its first nodes, or as a cloud of its points. What is lost is in the ledger.
 ///
+/// An array has the name of its set, unless that is not UTF-8, has control characters, or is the name of
+/// another array. Of several of one name, first the file's own, then those of nodes, then those of elements,
+/// all but one get " (nodes)" or " (elements)" added, or " (nodes 2)".
+///
 /// Errors     nex_TextException naming file, class, element and node; then the file is as it was.
 /// Cost       the compressed file in memory.
 exo_Ledger vtu_WriteMesh(const cow_String& fileName, const bme_Mesh& mesh,

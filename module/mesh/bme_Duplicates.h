@@ -1,0 +1,57 @@
+// bme_Duplicates.h: elements on the same nodes
+#pragma once
+
+#include "bme_ClassWalk.h"
+
+#include <CoreGeometry/bme_FEMElemList.h>
+#include <array>
+#include <cstdint>
+#include <map>
+
+/// The different nodes of an element in ascending order, and behind them its dimension, -1 without a shape.
+inline void bme_TakeNodeSet(const bme_ElementClass& type, unsigned element, std::vector<int>& set) {
+  const std::span<const int> row = bme_Row(type, element);
+  set.assign(row.begin(), row.end());
+  std::ranges::sort(set);
+  set.erase(std::unique(set.begin(), set.end()), set.end());
+  set.push_back(type.Shape() ? type.Shape()->NumGeomDims() : -1);
+}
+
+/// bme_FindDuplicates with a 64-bit hash(node set), which costs time when it is the same for different sets,
+/// and changes nothing else.
+template<class Hash>
+std::vector<std::array<unsigned, 2>> bme_FindDuplicatesBy(const bme_FEMElemList& elements, Hash hash) {
+  struct Candidate {
+    std::uint64_t hash;
+    unsigned element;
+    auto operator<=>(const Candidate&) const = default;
+  };
+  std::vector<Candidate> candidates;
+  candidates.reserve(elements.Count());
+  std::vector<int> set;
+  bme_ForEachClassOfElements(
+      elements.Mesh(), elements.Words(),
+      [&](const bme_ElementClass& type, const shp_Shape*, std::span<const unsigned> words) {
+        for (const unsigned element : words) {
+          bme_TakeNodeSet(type, element, set);
+          candidates.push_back({hash(set), element});
+        }
+      });
+  std::ranges::sort(candidates);
+  std::vector<std::array<unsigned, 2>> pairs;
+  for (auto group = candidates.begin(); group != candidates.end();) {
+    const auto end =
+        std::find_if(group, candidates.end(), [&](const Candidate& c) { return c.hash != group->hash; });
+    std::map<std::vector<int>, unsigned> firsts;
+    if (end - group > 1)
+      for (const Candidate& candidate : std::span(group, end)) {
+        bme_TakeNodeSet(elements.Mesh().ElementData().GetElemClass(candidate.element), candidate.element,
+                        set);
+        const auto [first, isNew] = firsts.try_emplace(set, candidate.element);
+        if (!isNew) pairs.push_back({first->second, candidate.element});
+      }
+    group = end;
+  }
+  std::ranges::sort(pairs);
+  return pairs;
+}

@@ -1,0 +1,76 @@
+#include <CoreGeometry/bme_FEMElemList.h>
+
+#include "bme_ListMaking.h"
+
+#include <CoreGeometry/bme_FEMEdgeList.h>
+#include <CoreGeometry/bme_FEMNodeList.h>
+#include <numeric>
+
+namespace {
+constexpr bme_Noun kElementIndex = {"element index", "element indices"};
+
+unsigned NumElements(const bme_Mesh& mesh) { return mesh.ElementData().NumElements(); }
+
+std::vector<unsigned> ElementsOf(std::span<const unsigned> words) {
+  std::vector<unsigned> elements(words.size());
+  std::ranges::transform(words, elements.begin(), bme_ElementOf);
+  return elements;
+}
+} // namespace
+
+bme_FEMElemList::bme_FEMElemList(const bme_Mesh& mesh, std::vector<unsigned> elements)
+    : bme_EntityList(mesh, bme_CheckedIndices(mesh, kElementIndex, NumElements(mesh), std::move(elements))) {}
+
+bme_FEMElemList bme_FEMElemList::All(const bme_Mesh& mesh) { return {mesh, bme_UpTo(NumElements(mesh))}; }
+
+bme_FEMElemList bme_FEMElemList::OfClass(const bme_Mesh& mesh, unsigned classIndex) {
+  const bme_ElementClass& type = mesh.ElementData().GetClass(classIndex);
+  std::vector<unsigned> elements(static_cast<std::size_t>(type.NumElements()));
+  std::iota(elements.begin(), elements.end(), static_cast<unsigned>(type.FirstElementIndex()));
+  return {mesh, std::move(elements)};
+}
+
+bme_FEMElemList bme_FEMElemList::FromLabels(const bme_Mesh& mesh, std::span<const int> labels,
+                                            bme_Unknown unknown) {
+  std::vector<unsigned> indices(labels.size());
+  mesh.ElementData().GetMeshElemIndices(labels, indices);
+  return {mesh,
+          bme_KnownIndices(mesh, {"element label", "element labels"}, labels, std::move(indices), unknown)};
+}
+
+bme_FEMElemList bme_FEMElemList::FromSet(const bme_Mesh& mesh, const rgnC_SetData& set, bme_Unknown unknown) {
+  return {mesh, bme_WordsOfSet(mesh, set, kElementIndex,
+                               {res_ELEMENT_SET, res_SURFACE_ELEMENT, res_SURFACE_FACET, res_SURFACE_EDGE},
+                               NumElements(mesh), unknown, bme_SameIndex)};
+}
+
+bme_FEMElemList bme_FEMElemList::FromRegion(const bme_Mesh& mesh, const rgnC_Region& region,
+                                            bme_Unknown unknown) {
+  return bme_ListOfRegion<bme_FEMElemList>(mesh, region, unknown);
+}
+
+bme_FEMElemList bme_FEMElemList::InBox(const bme_Mesh& mesh, const gsl_BBox& box, bme_Touching touching) {
+  return OfNodes(bme_FEMNodeList::InBox(mesh, box), touching);
+}
+
+bme_FEMElemList bme_FEMElemList::OfNodes(const bme_FEMNodeList& nodes, bme_Touching touching) {
+  const bme_NodeMarks marks(nodes);
+  std::vector<unsigned> elements;
+  for (const auto& [position, type] : nodes.Mesh().ElementData().ElementClasses()) {
+    const auto first = static_cast<unsigned>(type->FirstElementIndex());
+    for (unsigned i = 0; i < static_cast<unsigned>(type->NumElements()); ++i)
+      if (marks.Touch(bme_Row(*type, first + i), touching)) elements.push_back(first + i);
+  }
+  return {nodes.Mesh(), std::move(elements)};
+}
+
+bme_FEMElemList bme_FEMElemList::OfFaces(const bme_FEMFaceList& faces) {
+  return {faces.Mesh(), ElementsOf(faces.Words())};
+}
+bme_FEMElemList bme_FEMElemList::OfEdges(const bme_FEMEdgeList& edges) {
+  return {edges.Mesh(), ElementsOf(edges.Words())};
+}
+
+std::vector<int> bme_FEMElemList::Labels() const {
+  return bme_ElementLabels(Mesh(), Words(), std::identity());
+}
