@@ -1,5 +1,5 @@
 #include "bme_Duplicates.h"
-#include "bme_FaceTable.h"
+#include "bme_FaceBlock.h"
 #include "bme_Work.h"
 
 #include <CoreGeometry/bme_ExternalFaces.h>
@@ -37,62 +37,47 @@ struct FirstPass {
   std::vector<std::pair<bme_FaceKey, unsigned>> suspects; ///< faces to be counted
 };
 
-struct Pending {
-  bme_FaceKey key;
-  unsigned word;
-};
-
-bool HasNodes(const bme_SolidClass& solids, unsigned element, unsigned numNodes) {
-  const int* row = solids.Row(element);
-  for (const int corner : solids.elementCorners)
-    if (static_cast<unsigned>(row[corner]) >= numNodes) {
-      bme_Report(bme_FACE_LIST_ERROR, std::to_string(row[corner]));
-      return false;
-    }
-  return true;
-}
-
 bool HaveNodes(const std::vector<bme_SolidClass>& classes, unsigned numNodes) {
   return std::ranges::all_of(classes, [&](const bme_SolidClass& type) {
     return std::ranges::all_of(type.words,
-                               [&](unsigned element) { return HasNodes(type, element, numNodes); });
+                               [&](unsigned element) { return type.HasNodes(element, numNodes); });
   });
 }
 
-/// Sixteen elements at a time: the tables are a cache miss for each face when nodes are numbered at random.
-constexpr std::size_t kBlock = 16;
+/// Nodes that may be corners; all of them when no element has middle nodes.
+std::size_t CountCorners(const std::vector<bme_SolidClass>& classes, unsigned numNodes) {
+  const auto isLinear = [](const bme_SolidClass& solids) {
+    return solids.columns == solids.elementCorners.size();
+  };
+  if (std::ranges::all_of(classes, isLinear)) return numNodes;
+  bme_NodeBits corners(numNodes);
+  for (const bme_SolidClass& solids : classes)
+    for (const unsigned element : solids.words)
+      for (const int corner : solids.elementCorners)
+        if (const auto node = static_cast<unsigned>(solids.Row(element)[corner]); node < numNodes)
+          corners.Set(node);
+  return std::max<std::size_t>(corners.Count(), 1);
+}
 
 /// False after an error.
 template<bool kMatchAllNodes>
 bool MatchClass(const bme_Solids& all, const bme_SolidClass& solids, unsigned numNodes, bool keepPairs,
                 bme_FaceTable& table, FirstPass& found, bme_WorkProgress& progress) {
   constexpr int kStepsAhead = 3;
-  std::array<Pending, kBlock * bme_kMaxWordFaces> pending;
-  std::array<unsigned, kBlock * bme_kMaxWordFaces> ahead; // records on their way
-  for (std::size_t begin = 0; begin < solids.words.size(); begin += kBlock) {
-    const auto block = solids.words.subspan(begin, std::min(kBlock, solids.words.size() - begin));
-    std::size_t count = 0;
-    for (const unsigned element : block) {
-      if (!HasNodes(solids, element, numNodes)) return false;
-      const int* row = solids.Row(element);
-      for (unsigned face = 0; face < solids.numFaces; ++face) {
-        Pending& next = pending[count];
-        next.word = bme_FaceWord(element, face);
-        if (solids.Key(row, face, next.key) < 3) {
-          found.collapsed.push_back(next.word);
-          continue;
-        }
-        table.Prefetch(next.key);
-        ++count;
-      }
-    }
-    for (std::size_t i = 0; i < count; ++i) ahead[i] = table.PrefetchFirst(pending[i].key);
+  bme_FaceBlock faces;
+  std::array<unsigned, bme_FaceBlock::kFaces> ahead; // records on their way
+  for (std::size_t begin = 0; begin < solids.words.size(); begin += bme_FaceBlock::kElements) {
+    const auto block =
+        solids.words.subspan(begin, std::min(bme_FaceBlock::kElements, solids.words.size() - begin));
+    if (!faces.Fill(solids, block, numNodes, found.collapsed)) return false;
+    for (std::size_t i = 0; i < faces.count; ++i) table.Prefetch(faces.keys[i]);
+    for (std::size_t i = 0; i < faces.count; ++i) ahead[i] = table.PrefetchFirst(faces.keys[i]);
     if (table.IsLarge())
       for (int step = 0; step < kStepsAhead; ++step)
-        for (std::size_t i = 0; i < count; ++i) ahead[i] = table.PrefetchNext(pending[i].key, ahead[i]);
-    for (std::size_t i = 0; i < count; ++i) {
-      const bme_FaceKey& key = pending[i].key;
-      const unsigned word = pending[i].word;
+        for (std::size_t i = 0; i < faces.count; ++i) ahead[i] = table.PrefetchNext(faces.keys[i], ahead[i]);
+    for (std::size_t i = 0; i < faces.count; ++i) {
+      const bme_FaceKey& key = faces.keys[i];
+      const unsigned word = faces.words[i];
       const unsigned partner = table.Match(
           key, word, [&](unsigned other) { return !kMatchAllNodes || all.HaveSameNodes(word, other); });
       if (partner == bme_kNone) continue;
@@ -112,11 +97,10 @@ void ForEachFaceNear(const std::vector<bme_SolidClass>& classes, const bme_FaceG
   for (const bme_SolidClass& solids : classes)
     for (const unsigned element : solids.words) {
       const int* row = solids.Row(element);
-      unsigned near = 0;
-      for (const int corner : solids.elementCorners)
-        near += unsigned{groups.IsCorner(static_cast<unsigned>(row[corner]))};
+      const auto isNear = [&](int corner) { return groups.IsCorner(static_cast<unsigned>(row[corner])); };
       progress.Advance(1);
-      if (near < 3) continue;
+      if (std::ranges::none_of(solids.everyFace, isNear)) continue;
+      if (std::ranges::count_if(solids.elementCorners, isNear) < 3) continue;
       for (unsigned face = 0; face < solids.numFaces; ++face)
         if (solids.Key(row, face, key) >= 3) visit(key, bme_FaceWord(element, face));
     }
@@ -200,7 +184,7 @@ std::optional<bme_FaceSets> bme_ComputeFaces(const bme_FEMElemList& elements,
     std::size_t numFaces = 0;
     for (const bme_SolidClass& solids : listed->solids.classes)
       numFaces += solids.numFaces * solids.words.size();
-    bme_FaceTable table(numNodes, numFaces);
+    bme_FaceTable table(numNodes, CountCorners(listed->solids.classes, numNodes), numFaces);
     const auto match = options.matchAllNodes ? MatchClass<true> : MatchClass<false>;
     for (const bme_SolidClass& solids : listed->solids.classes)
       if (!match(listed->solids, solids, numNodes, options.wantInterior, table, found, progress))

@@ -1,5 +1,7 @@
 #include "bme_FaceTable.h"
 
+#include "bme_Work.h"
+
 bme_SolidClass::bme_SolidClass(const bme_ElementClass& elements, const shp_Shape& ofElements,
                                std::span<const unsigned> listed)
     : shape(&ofElements), words(listed), rows(elements.ElementConnectivity().Const().data()),
@@ -10,7 +12,35 @@ bme_SolidClass::bme_SolidClass(const bme_ElementClass& elements, const shp_Shape
     const std::span<const int> local = bme_Corners(ofElements, face);
     numCorners[face] = static_cast<std::uint8_t>(local.size());
     std::ranges::copy(local, corners[face].begin());
+    for (std::size_t k = 0; k < local.size(); ++k) picks[k][face] = local[k];
+    isTriangle[face] = local.size() == 3 ? -1 : 0;
   }
+  ChooseCorners();
+}
+
+/// Two corners where there are such: opposite ones of hexahedra, any of tetrahedra.
+void bme_SolidClass::ChooseCorners() {
+  for (const int a : elementCorners)
+    for (const int b : elementCorners) {
+      bool areEnough = true;
+      for (unsigned face = 0; face < numFaces; ++face)
+        areEnough &= std::ranges::any_of(bme_Corners(*shape, face), [=](int c) { return c == a || c == b; });
+      if (areEnough) {
+        everyFace = {a, b};
+        return;
+      }
+    }
+  everyFace = elementCorners;
+}
+
+bool bme_SolidClass::HasNodes(unsigned element, unsigned numNodes) const {
+  const int* row = Row(element);
+  for (const int corner : elementCorners)
+    if (static_cast<unsigned>(row[corner]) >= numNodes) {
+      bme_Report(bme_FACE_LIST_ERROR, std::to_string(row[corner]));
+      return false;
+    }
+  return true;
 }
 
 bool bme_Solids::HaveSameNodes(unsigned wordA, unsigned wordB) const {
@@ -27,10 +57,10 @@ bool bme_Solids::HaveSameNodes(unsigned wordA, unsigned wordB) const {
   return nodesOf(wordA) == nodesOf(wordB);
 }
 
-bme_FaceTable::bme_FaceTable(std::size_t numNodes, std::size_t numFaces) {
-  constexpr std::size_t kFacesPerWord = 8, kFacesPerChain = 7;
-  while (chainShift_ < 3 && numFaces > kFacesPerChain * (numNodes << chainShift_)) ++chainShift_;
-  while (seenShift_ < 4 && numFaces > kFacesPerWord * (numNodes << seenShift_)) ++seenShift_;
+bme_FaceTable::bme_FaceTable(std::size_t numNodes, std::size_t numCorners, std::size_t numFaces) {
+  constexpr std::size_t kFacesPerWord = 16, kFacesPerChain = 7;
+  while (chainShift_ < 3 && numFaces > kFacesPerChain * (numCorners << chainShift_)) ++chainShift_;
+  while (seenShift_ < 4 && numFaces > kFacesPerWord * (numCorners << seenShift_)) ++seenShift_;
   chainMask_ = (1U << chainShift_) - 1;
   heads_.assign(numNodes << chainShift_, bme_kNone);
   seen_.assign(numNodes << seenShift_, 0);

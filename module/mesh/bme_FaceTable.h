@@ -4,6 +4,7 @@
 #include "bme_ClassWalk.h"
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <vector>
 
@@ -23,6 +24,9 @@ struct bme_SolidClass {
   std::span<const int> FaceNodes(unsigned word) const noexcept {
     return shape->FaceNodes(static_cast<int>(bme_FaceOf(word)));
   }
+  void ChooseCorners();
+  /// False after a report that a corner is beyond the nodes.
+  bool HasNodes(unsigned element, unsigned numNodes) const;
   /// Number of different corners; the key is in order when it is at least 3.
   unsigned Key(const int* row, unsigned face, bme_FaceKey& key) const noexcept;
 
@@ -34,7 +38,11 @@ struct bme_SolidClass {
   unsigned numFaces;
   std::array<std::uint8_t, bme_kMaxWordFaces> numCorners{};
   std::array<std::array<std::uint8_t, 4>, bme_kMaxWordFaces> corners{};
+  // the same by corner, for all faces at once
+  std::array<std::array<int, bme_kMaxWordFaces>, 4> picks{};
+  std::array<int, bme_kMaxWordFaces> isTriangle{}; ///< 0 or all bits
   std::vector<int> elementCorners;
+  std::vector<int> everyFace; ///< few corners of which each face has one
 };
 
 inline unsigned bme_SolidClass::Key(const int* row, unsigned face, bme_FaceKey& key) const noexcept {
@@ -82,6 +90,11 @@ class bme_NodeBits {
 public:
   explicit bme_NodeBits(std::size_t numNodes) : bits_((numNodes + 63) / 64) {}
   void Set(unsigned node) noexcept { bits_[node / 64] |= std::uint64_t{1} << (node % 64); }
+  std::size_t Count() const noexcept {
+    std::size_t count = 0;
+    for (const std::uint64_t bits : bits_) count += static_cast<std::size_t>(std::popcount(bits));
+    return count;
+  }
   bool Has(unsigned node) const noexcept { return (bits_[node / 64] >> (node % 64) & 1) != 0; }
 
 private:
@@ -96,12 +109,12 @@ private:
 /// the second pair of the same four faces is noticed (and now and then a pair that was the only one).
 class bme_FaceTable {
 public:
-  /// Room for the faces of a number of elements between the nodes.
-  bme_FaceTable(std::size_t numNodes, std::size_t numFaces);
+  /// Room for a number of faces, of elements with some of the nodes as corners.
+  bme_FaceTable(std::size_t numNodes, std::size_t numCorners, std::size_t numFaces);
 
   void Prefetch(const bme_FaceKey& key) const noexcept {
     __builtin_prefetch(&heads_[ChainOf(key)], 1);
-    __builtin_prefetch(&seen_[static_cast<std::size_t>(key[0]) << seenShift_], 1);
+    __builtin_prefetch(&seen_[SeenOf(key)], 1);
   }
   /// Asks memory for the first record of the key's chain, and answers it.
   unsigned PrefetchFirst(const bme_FaceKey& key) const noexcept {
@@ -157,6 +170,10 @@ private:
     unsigned word;
   };
   void Insert(const bme_FaceKey& key, unsigned word);
+  /// By the second corner: with numbers at random faces are spread more evenly over it than over the first.
+  std::size_t SeenOf(const bme_FaceKey& key) const noexcept {
+    return static_cast<std::size_t>(key[1]) << seenShift_;
+  }
   std::size_t ChainOf(const bme_FaceKey& key) const noexcept {
     const unsigned others = key[1] ^ key[2] ^ key[3];
     return static_cast<std::size_t>(key[0]) << chainShift_ | ((others ^ others >> 3) & chainMask_);
@@ -167,7 +184,7 @@ private:
   std::vector<Record> records_;
   unsigned free_ = bme_kNone;
   unsigned seenShift_ = 0; ///< words of bits a node, as a power of 2
-  std::vector<std::uint32_t> seen_;
+  std::vector<std::uint64_t> seen_;
 };
 
 inline void bme_FaceTable::Insert(const bme_FaceKey& key, unsigned word) {
@@ -184,11 +201,11 @@ inline void bme_FaceTable::Insert(const bme_FaceKey& key, unsigned word) {
 }
 
 inline bool bme_FaceTable::WasSeen(const bme_FaceKey& key) noexcept {
-  std::uint64_t hash = (key[1] | std::uint64_t{key[2]} << 32) * 0x9E3779B97F4A7C15U;
+  std::uint64_t hash = (key[0] | std::uint64_t{key[2]} << 32) * 0x9E3779B97F4A7C15U;
   hash = (hash ^ hash >> 29 ^ key[3]) * 0xBF58476D1CE4E5B9U;
-  const std::uint32_t bits = std::uint32_t{1} << (hash >> 59) | std::uint32_t{1} << (hash >> 54 & 31);
-  std::uint32_t& seen = seen_[(static_cast<std::size_t>(key[0]) << seenShift_)
-                              + (hash >> 40 & ((std::uint64_t{1} << seenShift_) - 1))];
+  std::uint64_t bits = 0;
+  for (const int shift : {58, 52, 46}) bits |= std::uint64_t{1} << (hash >> shift & 63);
+  std::uint64_t& seen = seen_[SeenOf(key) + (hash >> 30 & ((std::uint64_t{1} << seenShift_) - 1))];
   const bool was = (seen & bits) == bits;
   seen |= bits;
   return was;

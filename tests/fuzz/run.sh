@@ -1,5 +1,6 @@
 #!/bin/bash
-# Runs every fuzz target for some seconds each: tests/fuzz/run.sh SECONDS [TARGET...]. They start from the stored
+# Runs every fuzz target for some seconds each: tests/fuzz/run.sh SECONDS [TARGET...], with the random numbers
+# of FUZZ_SEED or the same ones each time, so that a gate does not fail by chance. They start from the stored
 # files of the tests; what they find stands in build/fuzz/found and fails the run.
 set -euo pipefail
 cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/../.."
@@ -24,6 +25,6 @@ for target in "${targets[@]}"; do
   for bad in tests/files/bad_"${target%_fuzz}"/*; do [ -e "$bad" ] && cp "$bad" "$seeds"; done
   echo "$corpus $seeds $target"
 done | ASAN_OPTIONS=detect_leaks=0 xargs -P "$(nproc)" -L 1 bash -c '
-  build/fuzz/tests/fuzz/"$2" "$0" "$1" -max_total_time='"$seconds"' -timeout=20 -rss_limit_mb=2048 -malloc_limit_mb=256 -max_len=65536 \
+  build/fuzz/tests/fuzz/"$2" "$0" "$1" -max_total_time='"$seconds"' -seed=${FUZZ_SEED:-1} -timeout=20 -rss_limit_mb=2048 -malloc_limit_mb=256 -max_len=65536 \
     -artifact_prefix='"$found"'/"$2"- -print_final_stats=1 -print_funcs=0 -verbosity=0 2>&1 | grep -E "ERROR|SUMMARY|stat::|^ *#[0-9]|terminate|what" \
     | sed "s/^/$2: /"; exit "${PIPESTATUS[0]}"'
