@@ -6,7 +6,5 @@
 using shp_Lanes [[gnu::vector_size(4 * sizeof(double))]] = double;
 using shp_FloatLanes [[gnu::vector_size(4 * sizeof(float))]] = float;
 
-#ifndef __clang__
 // Lanes are handed to functions that are always inlined, so it does not matter how a call would pass them.
 #pragma GCC diagnostic ignored "-Wpsabi"
-#endif

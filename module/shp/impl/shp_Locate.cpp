@@ -72,13 +72,69 @@ template<std::size_t kNumDims, class NodeAt>
   return rest <= kMost * size * size;
 }
 
+/// The closed form of a tetrahedron with three coordinates in one register, the target as origin; the same
+/// results as those of the formulas for single numbers.
+template<class NodeAt>
+[[gnu::always_inline]] inline void SolveTetrahedron(const NodeAt& nodeAt, const shp_Vector& target,
+                                                    shp_IsoPoint& iso, bool& isSound) {
+  const shp_Lanes origin = {target[0], target[1], target[2], 0};
+  const auto relative = [&](std::size_t node, shp_Lanes & to) __attribute__((always_inline)) {
+    const auto* x = nodeAt(node);
+    to = shp_Lanes{static_cast<double>(x[0]), static_cast<double>(x[1]), static_cast<double>(x[2]), 0}
+         - origin;
+  };
+  const auto turn = [](const shp_Lanes& v, shp_Lanes& to) __attribute__((always_inline)) {
+    to = __builtin_shufflevector(v, v, 1, 2, 0, 3);
+  };
+  const auto cross = [&](const shp_Lanes& a, const shp_Lanes& b, shp_Lanes& to)
+      __attribute__((always_inline)) {
+    shp_Lanes turnedA, turnedB;
+    turn(a, turnedA);
+    turn(b, turnedB);
+    turn(a * turnedB - turnedA * b, to);
+  };
+  // sums of each of four
+  const auto sums = [](const shp_Lanes& p, const shp_Lanes& q, const shp_Lanes& r, const shp_Lanes& s,
+                       shp_Lanes& to) __attribute__((always_inline)) {
+    const shp_Lanes pq =
+        __builtin_shufflevector(p, q, 0, 4, 2, 6) + __builtin_shufflevector(p, q, 1, 5, 3, 7);
+    const shp_Lanes rs =
+        __builtin_shufflevector(r, s, 0, 4, 2, 6) + __builtin_shufflevector(r, s, 1, 5, 3, 7);
+    to = __builtin_shufflevector(pq, rs, 0, 1, 4, 5) + __builtin_shufflevector(pq, rs, 2, 3, 6, 7);
+  };
+  shp_Lanes first, a, b, c, bc, ca, ab, dots, squares;
+  relative(0, first);
+  relative(1, a);
+  relative(2, b);
+  relative(3, c);
+  a -= first;
+  b -= first;
+  c -= first;
+  cross(b, c, bc);
+  cross(c, a, ca);
+  cross(a, b, ab);
+  const shp_Lanes residual = -first;
+  sums(residual * bc, residual * ca, residual * ab, a * bc, dots);
+  sums(a * a, b * b, c * c, ab * c, squares);
+  const double inverse = 1 / dots[3];
+  iso = {dots[0] * inverse, dots[1] * inverse, dots[2] * inverse};
+  isSound = shp_Map::IsSoundVolume(squares[3], squares[0], squares[1], squares[2]);
+}
+
 /// Full Newton steps from the centre, one closed form for affine maps, with the target as origin.
-template<std::size_t kNumDims, class NodeAt>
+template<bool kIsWide, std::size_t kNumDims, class NodeAt>
 [[gnu::always_inline]] inline Answer LocateIn(const shp_MapTable& table, const NodeAt& nodeAt,
                                               const shp_Vector& target, double tolerance, Effort effort) {
+  shp_IsoPoint iso;
+  if (kIsWide && kNumDims == 3 && table.form == shp_MapTable::Form::Affine) {
+    bool isSound = false;
+    SolveTetrahedron(nodeAt, target, iso, isSound);
+    const double excess = shp_Map::Excess(table, 3, iso);
+    if (excess <= tolerance) return Verdict(iso, excess, isSound, tolerance);
+    return LocateThoroughly(table, nodeAt, target, tolerance, effort, std::nullopt);
+  }
   shp_MappedElement::State state{};
   shp_Vector residual, step;
-  shp_IsoPoint iso;
   bool isAtRest = false;
   if (table.form == shp_MapTable::Form::Affine) {
     const auto relative = [&](std::size_t node) __attribute__((always_inline)) {
@@ -118,18 +174,17 @@ template<std::size_t kNumDims, class NodeAt>
   return LocateThoroughly(table, nodeAt, target, tolerance, effort, elsewhere);
 }
 
-/// The same compiled for each number of dimensions and for two kinds of processors; maps that are affine gain
-/// nothing from wide instructions.
+/// The same compiled for each number of dimensions and for two kinds of processors.
 template<std::size_t kNumDims, class NodeAt>
 Answer LocatePlain(const shp_MapTable& table, const NodeAt& nodeAt, const shp_Vector& target,
                    double tolerance, Effort effort) {
-  return LocateIn<kNumDims>(table, nodeAt, target, tolerance, effort);
+  return LocateIn<false, kNumDims>(table, nodeAt, target, tolerance, effort);
 }
 #ifdef __x86_64__
 template<std::size_t kNumDims, class NodeAt>
 [[gnu::target("avx2")]] Answer LocateAvx2(const shp_MapTable& table, const NodeAt& nodeAt,
                                           const shp_Vector& target, double tolerance, Effort effort) {
-  return LocateIn<kNumDims>(table, nodeAt, target, tolerance, effort);
+  return LocateIn<true, kNumDims>(table, nodeAt, target, tolerance, effort);
 }
 #endif
 

@@ -46,19 +46,25 @@ template<class Vector>
 template<class Vector> using ColumnsOf = std::array<Vector, 3>;
 using Columns = ColumnsOf<shp_Vector>;
 
+constexpr double kWorst = 1e-18; ///< volume over product of lengths, squared
+/// By the volume of the directions and their squared lengths.
+template<class Number>
+[[gnu::always_inline]] inline auto IsSoundVolume(const Number& volume, const Number& aa, const Number& bb,
+                                                 const Number& cc) {
+  // the sign of the volume and its square in one comparison
+  return volume * Magnitude(volume) > kWorst * aa * bb * cc;
+}
+
 /// True when the directions are neither flat, by the product of their lengths, nor inside out.
 template<class Vector>
 [[gnu::always_inline]] inline auto IsSoundAt(std::size_t numDims, const ColumnsOf<Vector>& columns) {
-  constexpr double kWorst = 1e-18; // squared
   const auto& [a, b, c] = columns;
   const auto aa = Dot(a, a);
   if (numDims == 1) return aa > kWorst;
   const Vector normal = Cross(a, b);
   const auto bb = Dot(b, b);
   if (numDims == 2) return Dot(normal, normal) > kWorst * aa * bb;
-  const auto volume = Dot(normal, c);
-  // the sign of the volume and its square in one comparison
-  return volume * Magnitude(volume) > kWorst * aa * bb * Dot(c, c);
+  return IsSoundVolume(Dot(normal, c), aa, bb, Dot(c, c));
 }
 
 /// Newton's step, or that of least squares on lines and surfaces; not finite when the directions are flat.

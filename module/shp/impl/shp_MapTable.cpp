@@ -76,7 +76,7 @@ shp_MapTable Make(const shp_NodePattern& pattern) {
   else if (pattern.family == shp_Family::Tetrahedron || pattern.family == shp_Family::Triangle)
     table.form = shp_MapTable::Form::Quadratic;
 #ifdef __x86_64__
-  table.isWide = table.form != shp_MapTable::Form::Affine && __builtin_cpu_supports("avx2");
+  table.isWide = __builtin_cpu_supports("avx2");
 #endif
 
   const bool hasSimplex = table.numSimplexCorners > 0;
