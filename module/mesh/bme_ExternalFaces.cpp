@@ -70,11 +70,12 @@ bool MatchClass(const bme_Solids& all, const bme_SolidClass& solids, unsigned nu
     const auto block =
         solids.words.subspan(begin, std::min(bme_FaceBlock::kElements, solids.words.size() - begin));
     if (!faces.Fill(solids, block, numNodes, found.collapsed)) return false;
-    for (std::size_t i = 0; i < faces.count; ++i) table.Prefetch(faces.keys[i]);
-    for (std::size_t i = 0; i < faces.count; ++i) ahead[i] = table.PrefetchFirst(faces.keys[i]);
-    if (table.IsLarge())
+    if (table.IsLarge()) {
+      for (std::size_t i = 0; i < faces.count; ++i) table.Prefetch(faces.keys[i]);
+      for (std::size_t i = 0; i < faces.count; ++i) ahead[i] = table.PrefetchFirst(faces.keys[i]);
       for (int step = 0; step < kStepsAhead; ++step)
         for (std::size_t i = 0; i < faces.count; ++i) ahead[i] = table.PrefetchNext(faces.keys[i], ahead[i]);
+    }
     for (std::size_t i = 0; i < faces.count; ++i) {
       const bme_FaceKey& key = faces.keys[i];
       const unsigned word = faces.words[i];
