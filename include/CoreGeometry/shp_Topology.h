@@ -28,6 +28,11 @@ enum class shp_Location : int {
   Degenerate  ///< the element has no volume, area or length there, or is inside out
 };
 
+/// True when an element holds the point.
+constexpr bool shp_IsHeld(shp_Location location) noexcept {
+  return location == shp_Location::Inside || location == shp_Location::OnBoundary;
+}
+
 /// Corners of a box in single precision.
 struct shp_FloatBox {
   std::array<float, 3> low, high;

@@ -12,7 +12,7 @@
 namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 using Point = bme_ElementLocator::Point;
-using bme_LocatorPoint::IsHeld, bme_LocatorPoint::WidePoint;
+using bme_LocatorPoint::WidePoint;
 
 bool IsEmpty(const shp_FloatBox& box) { return !(box.low[0] <= box.high[0]); }
 
@@ -185,15 +185,15 @@ bme_ElementHit bme_ElementLocator::FindInRow(std::size_t row, const Point& point
       if (hit.element >= found.element) return true; // found before
       hit.location = elements.shape->FindInElement(point, Nodes(elements, slot), coordinates_.Const(),
                                                    hit.iso, thorough);
-      if (IsHeld(hit.location)) found = hit;
-      return IsHeld(hit.location);
+      if (shp_IsHeld(hit.location)) found = hit;
+      return shp_IsHeld(hit.location);
     });
   };
   // few points need more than the quick form; one inside an element is in no other
   search(false);
   if (found.location == shp_Location::Inside) return found;
   search(true);
-  if (IsHeld(found.location)) return found;
+  if (shp_IsHeld(found.location)) return found;
   ForEachCandidate(row, point, [&](bme_ElementHit& hit, const Class& elements, unsigned slot) {
     if (!elements.shape->IsDegenerate(Nodes(elements, slot), coordinates_.Const())) return false;
     found = {hit.element, shp_Location::Degenerate};
@@ -211,7 +211,7 @@ void bme_ElementLocator::FindAll(const Point& point, std::vector<bme_ElementHit>
   if (!IsOnGrid(point)) return;
   ForEachCandidate(Row(BinOf(point)), point, [&](bme_ElementHit& hit, const Class& elements, unsigned slot) {
     hit.location = elements.shape->FindInElement(point, Nodes(elements, slot), coordinates_.Const(), hit.iso);
-    if (IsHeld(hit.location)) owners.push_back(hit);
+    if (shp_IsHeld(hit.location)) owners.push_back(hit);
     return false;
   });
 }
@@ -242,7 +242,7 @@ void bme_ElementLocator::ImproveNearest(const Bin& bin, const Bin& start, const 
 
 bme_NearestElement bme_ElementLocator::FindNearest(const Point& point) const {
   bme_NearestElement best{.distance = kInfinity};
-  if (const bme_ElementHit hit = Find(point); IsHeld(hit.location)) return {hit.element, 0, hit.iso};
+  if (const bme_ElementHit hit = Find(point); shp_IsHeld(hit.location)) return {hit.element, 0, hit.iso};
   if (numElements_ == 0 || !std::isfinite(point[0] + point[1] + point[2])) return best;
   // shells of bins about the one of the point, until the next is further away than the best element
   const Bin start = BinOf(point);

@@ -46,15 +46,13 @@ static_assert(bme_kMaxWordFaces == 8 && bme_FaceWord(1, 3) == (3U << 26 | 1));
   const __m256i isTriangle = Load(solids.isTriangle.data());
   const __m256i last = _mm256_set1_epi32(static_cast<int>(numNodes - 1));
   const __m256i faceBits = _mm256_slli_epi32(lanes, 26);
-  const int facesMask = (1 << 4 * solids.numFaces) - 1;
+  const __m256i isFace = _mm256_cmpgt_epi32(_mm256_set1_epi32(static_cast<int>(solids.numFaces)), lanes);
   __m256i picks[4];
   for (std::size_t k = 0; k < 4; ++k) picks[k] = Load(solids.picks[k].data());
   for (const unsigned element : elements) {
     const __m256i row = _mm256_maskload_epi32(solids.Row(element), inRow);
     const __m256i isOutside =
         _mm256_andnot_si256(_mm256_cmpeq_epi32(_mm256_max_epu32(row, last), last), areCorners);
-    if (!_mm256_testz_si256(isOutside, isOutside))
-      return AddElement(solids, element, numNodes, block, collapsed);
     __m256i a = _mm256_permutevar8x32_epi32(row, picks[0]), b = _mm256_permutevar8x32_epi32(row, picks[1]),
             c = _mm256_permutevar8x32_epi32(row, picks[2]);
     __m256i d = _mm256_or_si256(_mm256_permutevar8x32_epi32(row, picks[3]), isTriangle);
@@ -65,8 +63,8 @@ static_assert(bme_kMaxWordFaces == 8 && bme_FaceWord(1, 3) == (3U << 26 | 1));
     Order(b, c);
     const __m256i isTwice = _mm256_or_si256(
         _mm256_or_si256(_mm256_cmpeq_epi32(a, b), _mm256_cmpeq_epi32(b, c)), _mm256_cmpeq_epi32(c, d));
-    if ((_mm256_movemask_epi8(isTwice) & facesMask) != 0) {
-      AddElement(solids, element, numNodes, block, collapsed);
+    if (!_mm256_testz_si256(isOutside, isOutside) || !_mm256_testz_si256(isTwice, isFace)) {
+      if (!AddElement(solids, element, numNodes, block, collapsed)) return false;
       continue;
     }
     const __m256i ab04 = _mm256_unpacklo_epi32(a, b), cd04 = _mm256_unpacklo_epi32(c, d);

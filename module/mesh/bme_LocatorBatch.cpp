@@ -131,7 +131,7 @@ private:
   void Take(Search& search, const Class& elements, shp_Location location, const shp_IsoPoint& iso) {
     bme_ElementHit& hit = hits_[search.entry.point];
     const unsigned slot = candidates_[search.next++];
-    const bool isHeld = bme_LocatorPoint::IsHeld(location);
+    const bool isHeld = shp_IsHeld(location);
     if (isHeld) hit = {elements.firstElement + (slot - elements.firstSlot), location, iso};
     const bool isSettled = isHeld && (location == shp_Location::Inside || search.isFirst);
     if (!isSettled && (isHeld || search.next == search.end))

@@ -1,4 +1,4 @@
-// bme_LocatorPoint.h: a point before boxes, and after the search
+// bme_LocatorPoint.h: a point that is looked for
 #pragma once
 
 #include <CoreGeometry/bme_ElementLocator.h>
@@ -22,8 +22,4 @@ struct WidePoint {
   }
   std::array<float, 3> least, most;
 };
-
-inline bool IsHeld(shp_Location location) {
-  return location == shp_Location::Inside || location == shp_Location::OnBoundary;
-}
 } // namespace bme_LocatorPoint

@@ -54,3 +54,10 @@ ToolRun RunProgram(const std::string& program, const std::vector<std::string>& a
 }
 
 ToolRun RunTool(const std::vector<std::string>& arguments) { return RunProgram(TOOL, arguments); }
+
+nlohmann::json ToolFacts(std::vector<std::string> arguments) {
+  arguments.emplace_back("--json");
+  const ToolRun run = RunTool(arguments);
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  return nlohmann::json::parse(run.out, nullptr, false);
+}

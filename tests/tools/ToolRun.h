@@ -1,6 +1,7 @@
 // ToolRun.h: runs a program as a user would
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -14,3 +15,6 @@ ToolRun RunProgram(const std::string& program, const std::vector<std::string>& a
 
 /// Runs the coregeometry program.
 ToolRun RunTool(const std::vector<std::string>& arguments);
+
+/// What the program prints with --json added; the test fails when its exit code is not 0.
+nlohmann::json ToolFacts(std::vector<std::string> arguments);

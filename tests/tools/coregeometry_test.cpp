@@ -20,13 +20,6 @@ namespace fs = std::filesystem;
 
 class Program : public testing::Test {
 protected:
-  /// Facts that a command prints, with --json added.
-  static json Facts(std::vector<std::string> arguments) {
-    arguments.emplace_back("--json");
-    const ToolRun run = RunTool(arguments);
-    EXPECT_EQ(run.exitCode, 0) << run.err;
-    return json::parse(run.out, nullptr, false);
-  }
   const TestFolder folder_;
   const std::string model_ = folder_ / "model.cgdb";
 };
@@ -43,7 +36,7 @@ TEST_F(Program, ImportsTheSampleAndAnswersFromTheStoredModel) {
     EXPECT_NE(import.out.find(text), std::string::npos) << text << '\n' << import.out;
 
   const std::string model = folder_ / "bracket.cgdb";
-  const json info = Facts({"info", model});
+  const json info = ToolFacts({"info", model});
   const json& facts = info["meshes"][0];
   EXPECT_EQ(facts["root"], "meshes/bracket");
   EXPECT_EQ(facts["box"], json::parse(R"({"min": [0.0, 0.0, 0.0], "max": [0.04, 0.03, 0.035]})"));
@@ -66,7 +59,7 @@ TEST_F(Program, ImportsTheSampleAndAnswersFromTheStoredModel) {
             "node 1000: (0.0, 0.0, 0.0)\n"
             "element 104: class 0, C3D8, category \"Angle bracket/plate\", nodes 1008 1010 1012 1014 1016 "
             "1018 1020 1022\n");
-  const json element = Facts({"query", model, "--element", "5001"})["elements"][0];
+  const json element = ToolFacts({"query", model, "--element", "5001"})["elements"][0];
   EXPECT_EQ(element["type"], "B31");
   EXPECT_EQ(element["class"], 4);
 }
@@ -95,30 +88,30 @@ TEST_F(Program, PrintsSetsByUserLabelInCompactRanges) {
     const int read = std::sscanf(range.c_str(), "%d:%d:%d", &first, &last, &step);
     for (int label = first; label <= (read == 1 ? first : last); label += step) labels.push_back(label);
   }
-  const json facts = Facts({"sets", model_, "boss_top"});
+  const json facts = ToolFacts({"sets", model_, "boss_top"});
   EXPECT_EQ(facts["parts"][0]["labels"], json(labels));
   EXPECT_EQ(facts["items"], 65);
   EXPECT_EQ(facts["index"], 2);
-  EXPECT_EQ(Facts({"info", model_})["regions"],
+  EXPECT_EQ(ToolFacts({"info", model_})["regions"],
             json::parse(R"({"element set": 7, "node set": 2, "surface": 3})"));
 }
 
 TEST_F(Program, MapsPointsThroughCoordinateSystems) {
   ASSERT_EQ(RunTool({"import", SAMPLE, "-o", model_}).exitCode, 0);
-  EXPECT_EQ(Facts({"csys", model_})["datums"], json::array());
+  EXPECT_EQ(ToolFacts({"csys", model_})["datums"], json::array());
   EXPECT_EQ(RunTool({"csys", model_, "--to-local", "1,2,3"}).exitCode, 1) << "there is none yet";
-  const json added = Facts({"csys", model_, "--add", "hole", "--kind", "cylindrical", "--origin", "1,2,3",
-                            "--x", "0,2,0", "--y", "0,1,5"});
+  const json added = ToolFacts({"csys", model_, "--add", "hole", "--kind", "cylindrical", "--origin", "1,2,3",
+                                "--x", "0,2,0", "--y", "0,1,5"});
   EXPECT_EQ(added["datums"][0], json::parse(R"({"datum": "datums/hole", "kind": "cylindrical system",
     "origin": [1.0, 2.0, 3.0], "x": [0.0, 1.0, 0.0], "y": [0.0, 0.0, 1.0], "z": [1.0, 0.0, 0.0]})"));
   EXPECT_EQ(RunTool({"csys", model_, "--add", "hole"}).exitCode, 1) << "not without --force";
   EXPECT_EQ(RunTool({"csys", model_, "--degrees", "--to-local", "5,2,5", "--to-local", "5,-1,3"}).out,
             "global (5.0, 2.0, 5.0) is local (2.0, 90.0, 4.0)\n"
             "global (5.0, -1.0, 3.0) is local (3.0, 180.0, 4.0)\n");
-  const json back = Facts({"csys", model_, "hole", "--to-global", "2,90,4"})["points"][0]["global"];
+  const json back = ToolFacts({"csys", model_, "hole", "--to-global", "2,90,4"})["points"][0]["global"];
   EXPECT_NEAR(back[1].get<double>(), 2, 1e-12);
   EXPECT_NEAR(back[2].get<double>(), 5, 1e-12);
-  EXPECT_EQ(Facts({"info", model_})["datums"], 1);
+  EXPECT_EQ(ToolFacts({"info", model_})["datums"], 1);
 }
 
 TEST_F(Program, ReportsUnknownLabelsAndAnswersTheOthers) {
@@ -148,7 +141,7 @@ TEST_F(Program, KeepsWhatAModelHoldsUnlessToldOtherwise) {
                 + ": already holds meshes/cube; choose another --name, or replace it with --force\n");
   ASSERT_EQ(RunTool(With(import, {"--name", "second", "--map", "HEX8=C3D8R"})).exitCode, 0);
   ASSERT_EQ(RunTool(With(import, {"--force", "--map", "HEX8=C3D8I"})).exitCode, 0);
-  const json meshes = Facts({"info", model_})["meshes"];
+  const json meshes = ToolFacts({"info", model_})["meshes"];
   ASSERT_EQ(meshes.size(), 2U);
   EXPECT_EQ(meshes[0]["classes"][0]["label"], "C3D8I");
   EXPECT_EQ(meshes[1]["classes"][0]["label"], "C3D8R");
@@ -161,7 +154,7 @@ TEST_F(Program, KeepsWhatAModelHoldsUnlessToldOtherwise) {
   other.Write(folder_ / "cube.exo");
   ASSERT_EQ(RunTool(With(import, {"--force"})).exitCode, 0);
   ASSERT_EQ(RunTool(With(import, {"--name", "third"})).exitCode, 0);
-  const json info = Facts({"info", model_});
+  const json info = ToolFacts({"info", model_});
   EXPECT_EQ(info["meshes"][0]["id"], 0);
   EXPECT_EQ(info["meshes"][2]["id"], 2);
   EXPECT_EQ(info["roots"],
@@ -173,7 +166,8 @@ TEST_F(Program, KeepsWhatAModelHoldsUnlessToldOtherwise) {
   const ToolRun unnamed = RunTool({"query", model_, "--node", "1"});
   EXPECT_EQ(unnamed.exitCode, 1);
   EXPECT_NE(unnamed.err.find("meshes/cube, meshes/second"), std::string::npos) << unnamed.err;
-  EXPECT_EQ(Facts({"query", model_, "--name", "second", "--element", "1"})["elements"][0]["type"], "C3D8R");
+  EXPECT_EQ(ToolFacts({"query", model_, "--name", "second", "--element", "1"})["elements"][0]["type"],
+            "C3D8R");
 }
 
 TEST_F(Program, LeavesNothingBehindWhenAnImportFails) {
@@ -200,7 +194,7 @@ TEST_F(Program, TakesAssignmentsOfLabelsBeforeAndAfterTheFile) {
     words.insert(words.begin(), "import");
     words.insert(words.end(), {"-o", model_, "--force"});
     std::string labels;
-    const json facts = Facts(words);
+    const json facts = ToolFacts(words);
     for (const json& type : facts["classes"]) labels += type["label"].get<std::string>() + " ";
     return labels;
   };
@@ -257,18 +251,18 @@ TEST_F(Program, PrintsTheShapesAsTheLibraryDoes) {
   dictionary.PrintLabelToNodecountTable(script);
   EXPECT_EQ(RunTool({"shapes", "--table"}).out, table.str());
   EXPECT_EQ(RunTool({"shapes", "--node-counts"}).out, script.str());
-  EXPECT_EQ(Facts({"shapes"}).size(), 695U);
+  EXPECT_EQ(ToolFacts({"shapes"}).size(), 695U);
 }
 
 TEST_F(Program, UpgradesAndCompactsAModel) {
   ASSERT_EQ(RunTool({"import", SAMPLE, "-o", model_}).exitCode, 0);
   ASSERT_EQ(RunTool({"import", SAMPLE, "-o", model_, "--name", "second"}).exitCode, 0);
-  EXPECT_EQ(Facts({"upgrade", model_})["upgraded"], 0);
-  const json before = Facts({"info", model_})["meshes"];
-  const json compact = Facts({"compact", model_});
+  EXPECT_EQ(ToolFacts({"upgrade", model_})["upgraded"], 0);
+  const json before = ToolFacts({"info", model_})["meshes"];
+  const json compact = ToolFacts({"compact", model_});
   EXPECT_LE(compact["bytesAfter"], compact["bytesBefore"]);
   EXPECT_EQ(compact["bytesAfter"], fs::file_size(model_));
-  EXPECT_EQ(Facts({"info", model_})["meshes"], before);
+  EXPECT_EQ(ToolFacts({"info", model_})["meshes"], before);
 }
 
 TEST_F(Program, MakesTheSampleThatIsShipped) {
@@ -380,7 +374,8 @@ TEST_F(Program, LocatesPointsGivenOnTheCommandLineAndInAFile) {
   ASSERT_EQ(RunTool({"import", SAMPLE, "-o", model_}).exitCode, 0);
   std::ofstream(folder_ / "points.txt")
       << "# probes\n 0.0105, 0.0205  0.0021 # inside\n\n0.005 0.005 0.005\n";
-  const json found = Facts({"locate", model_, "0.01", "0.02", "-0.3", "--points", folder_ / "points.txt"});
+  const json found =
+      ToolFacts({"locate", model_, "0.01", "0.02", "-0.3", "--points", folder_ / "points.txt"});
   ASSERT_EQ(found["points"].size(), 3U);
   const json &outside = found["points"][0], &inside = found["points"][1], &shared = found["points"][2];
   EXPECT_EQ(outside["verdict"], "outside");
@@ -393,12 +388,12 @@ TEST_F(Program, LocatesPointsGivenOnTheCommandLineAndInAFile) {
   EXPECT_EQ(shared["elements"].size(), 7U);
   // the answer is that of the element's own nodes
   const json element = inside["elements"][0];
-  const json query = Facts({"query", model_, "--element", element["label"].dump()})["elements"][0];
+  const json query = ToolFacts({"query", model_, "--element", element["label"].dump()})["elements"][0];
   EXPECT_EQ(query["index"], element["index"]);
   EXPECT_EQ(query["type"], element["type"]);
   double low[3] = {1, 1, 1}, high[3] = {};
   for (const json& node : query["nodes"]) {
-    const json at = Facts({"query", model_, "--node", node.dump()})["nodes"][0]["coordinates"];
+    const json at = ToolFacts({"query", model_, "--node", node.dump()})["nodes"][0]["coordinates"];
     for (std::size_t axis = 0; axis < 3; ++axis) {
       low[axis] = std::min(low[axis], at[axis].get<double>());
       high[axis] = std::max(high[axis], at[axis].get<double>());
@@ -422,7 +417,7 @@ TEST_F(Program, LocatesPointsGivenOnTheCommandLineAndInAFile) {
 }
 
 TEST_F(Program, PrintsEverythingAboutOneShape) {
-  const json shape = Facts({"shapes", "--label", "c3d27"});
+  const json shape = ToolFacts({"shapes", "--label", "c3d27"});
   EXPECT_EQ(shape["exodus"], "HEX27");
   EXPECT_EQ(shape["vtk"], json::parse(R"({"name": "VTK_TRIQUADRATIC_HEXAHEDRON", "type": 29})"));
   // face centres and body centre: zeta, eta, xi here; the body first in Exodus II; xi, eta, zeta in VTK
@@ -435,7 +430,7 @@ TEST_F(Program, PrintsEverythingAboutOneShape) {
   EXPECT_EQ(shape["edgeTable"][0], json::parse(R"({"addresses": [[0, 0], [5, 2]], "nodes": [0, 11, 3]})"));
   EXPECT_EQ(shape["faceTable"][5]["centre"], json::parse("[-1.0, 0.0, 0.0]"));
   EXPECT_EQ(shape["integrationPointTable"].size(), 27U);
-  EXPECT_TRUE(Facts({"shapes", "--label", "CCL12"})["vtk"].is_null());
+  EXPECT_TRUE(ToolFacts({"shapes", "--label", "CCL12"})["vtk"].is_null());
 
   const ToolRun text = RunTool({"shapes", "--label", "C3D20R"});
   for (const char* line : {"C3D20R: hexahedron, 20 nodes, 8 integration points, order 2, in 3-D space\n",

@@ -40,10 +40,7 @@ TEST(Travel, FindsWherePartsAndModelsMeet) {
   ASSERT_EQ(RunTool({"import", folder / "other.exo", "-o", other}).exitCode, 0);
   const auto travel = [](std::vector<std::string> words) {
     words.insert(words.begin(), "travel");
-    words.emplace_back("--json");
-    const ToolRun run = RunTool(words);
-    EXPECT_EQ(run.exitCode, 0) << run.err;
-    return json::parse(run.out, nullptr, false);
+    return ToolFacts(std::move(words));
   };
 
   const json parts = travel({model, "--direction", "0", "0", "-2", "--part", "lid", "press/block"});

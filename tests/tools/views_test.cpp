@@ -23,12 +23,6 @@ using Numbers = std::vector<std::int64_t>;
 
 class Views : public testing::Test {
 protected:
-  static json Facts(std::vector<std::string> arguments) {
-    arguments.emplace_back("--json");
-    const ToolRun run = RunTool(arguments);
-    EXPECT_EQ(run.exitCode, 0) << run.err;
-    return json::parse(run.out, nullptr, false);
-  }
   std::string Import(const ExodusMesh& mesh, const std::string& name) const {
     mesh.Write(folder_ / (name + ".exo"));
     return ImportFile(folder_ / (name + ".exo"), name);
@@ -41,7 +35,7 @@ protected:
   }
   /// Exported, imported again and compared.
   void ExpectSameAfterRoundTrip(const std::string& model) const {
-    const json out = Facts({"export", model, "-o", folder_ / "again.exo"});
+    const json out = ToolFacts({"export", model, "-o", folder_ / "again.exo"});
     EXPECT_TRUE(out["notCarried"].empty()) << out["notCarried"];
     const std::string again = ImportFile(folder_ / "again.exo", "again");
     EXPECT_EQ(RunTool({"diff", model, again}).out, "no differences\n");
@@ -166,7 +160,7 @@ TEST_F(Views, ExportRefusesWhatItCannotWriteAndLeavesNothingBehind) {
 
 TEST_F(Views, VtuFilesHoldPointsCellsLabelsAndSets) {
   const std::string model = ImportFile(SAMPLE, "sample");
-  Facts({"export", model, "-o", folder_ / "sample.vtu"});
+  ToolFacts({"export", model, "-o", folder_ / "sample.vtu"});
   const exo_Import import = exo_ReadMesh(SAMPLE, exo_TypeMap());
   const Vtu vtu(folder_ / "sample.vtu");
   const bme_NodeData& nodes = import.mesh->NodeData();
@@ -222,7 +216,7 @@ Numbers MapOf(const std::string& name, int id, std::size_t count) {
 
 TEST_F(Views, SkinsHaveTheFacesThatNoOtherElementHasWithTheirSources) {
   const std::string model = Import(Cubes(), "cubes"), skin = folder_ / "skin.exo";
-  const json facts = Facts({"skin", model, "-o", skin, "--edges"});
+  const json facts = ToolFacts({"skin", model, "-o", skin, "--edges"});
   EXPECT_EQ(facts["faces"], 14);
   EXPECT_EQ(facts["shells"], 14);
   EXPECT_EQ(facts["edges"], 24); // upright 3 on each of 4 lines, above and below 4 each, between blocks 4
@@ -233,8 +227,8 @@ TEST_F(Views, SkinsHaveTheFacesThatNoOtherElementHasWithTheirSources) {
   const Numbers elements = MapOf(skin, 1, 14 + facts["edges"].get<std::size_t>());
   for (std::size_t i = 0; i < 14; ++i) ++facesOf[elements[i]];
   EXPECT_EQ(facesOf, (std::map<std::int64_t, int>{{40, 5}, {50, 4}, {60, 5}}));
-  EXPECT_EQ(Facts({"skin", model, "-o", skin, "--sets", "top"})["faces"], 1);
-  EXPECT_EQ(Facts({"skin", model, "-o", skin, "--sets", "low"})["faces"], 10);
+  EXPECT_EQ(ToolFacts({"skin", model, "-o", skin, "--sets", "top"})["faces"], 1);
+  EXPECT_EQ(ToolFacts({"skin", model, "-o", skin, "--sets", "low"})["faces"], 10);
   const ToolRun run = RunTool({"skin", model, "-o", skin, "--sets", "nodes"});
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_NE(run.err.find("is a set of nodes"), std::string::npos) << run.err;

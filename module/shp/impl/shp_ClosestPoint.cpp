@@ -136,7 +136,7 @@ double shp_Topology::FindClosestPoint(const std::array<double, 3>& target, std::
   constexpr double kNone = std::numeric_limits<double>::infinity();
   if (!basis_) return kNone;
   const shp_Location location = FindInElement(target, elementNodes, coordinates, iso);
-  if (location == shp_Location::Inside || location == shp_Location::OnBoundary) return 0;
+  if (shp_IsHeld(location)) return 0;
   const auto nodeAt = [&](std::size_t node) {
     return coordinates.data() + 3 * static_cast<std::size_t>(elementNodes[node]);
   };

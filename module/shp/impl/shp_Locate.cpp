@@ -10,10 +10,6 @@
 namespace {
 constexpr std::size_t At(int index) { return static_cast<std::size_t>(index); }
 
-bool IsHeld(shp_Location location) {
-  return location == shp_Location::Inside || location == shp_Location::OnBoundary;
-}
-
 /// What is done for a target that the Newton steps do not find inside.
 enum class Effort { Steps, Search, Reason };
 
@@ -224,7 +220,7 @@ shp_Location shp_Topology::Locate(const std::array<double, 3>& target, std::span
                                   shp_IsoPoint& iso) const {
   if (!basis_) return shp_Location::Outside;
   const Answer answer = LocateAnyhow(*map_, InOrder{coordinates.data()}, target, Effort::Reason);
-  if (IsHeld(answer.location)) iso = answer.iso;
+  if (shp_IsHeld(answer.location)) iso = answer.iso;
   return answer.location;
 }
 
@@ -235,7 +231,7 @@ shp_Location shp_Topology::FindInElement(const std::array<double, 3>& target,
   if (!basis_) return shp_Location::Outside;
   const Answer answer = LocateAnyhow(*map_, ByIndex{coordinates.data(), elementNodes.data()}, target,
                                      thorough ? Effort::Search : Effort::Steps);
-  if (IsHeld(answer.location)) iso = answer.iso;
+  if (shp_IsHeld(answer.location)) iso = answer.iso;
   return answer.location;
 }
 
@@ -269,7 +265,7 @@ void shp_Topology::FindInElements(std::span<const shp_ElementQuestion> questions
     const Answer answer = LocateAnyhow(*map_, ByIndex{coordinates.data(), nodes},
                                        {target[0], target[1], target[2]}, Effort::Steps);
     locations[k] = answer.location;
-    if (IsHeld(answer.location)) isos[k] = answer.iso;
+    if (shp_IsHeld(answer.location)) isos[k] = answer.iso;
   }
 }
 
@@ -294,7 +290,7 @@ void shp_Topology::LocateEach(std::span<const double> targets, std::span<const i
         places[k] = answer.location;
         found[k] = answer.iso;
       }
-      if (IsHeld(places[k])) isos[first + k] = found[k];
+      if (shp_IsHeld(places[k])) isos[first + k] = found[k];
     }
   }
 }
@@ -308,7 +304,7 @@ bool shp_Topology::FindPointInShape(const gsl_Point& target, std::span<const gsl
   shp_IsoPoint found{};
   const shp_Location location =
       Locate({target[0], target[1], target[2]}, std::span(gathered).first(3 * numNodes), found);
-  if (!IsHeld(location)) return false;
+  if (!shp_IsHeld(location)) return false;
   for (std::size_t axis = 0; axis < 3; ++axis) iso[axis] = static_cast<float>(found[axis]);
   return true;
 }

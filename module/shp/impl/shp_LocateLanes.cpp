@@ -4,7 +4,6 @@
 
 #include <cstring>
 
-#ifdef __x86_64__
 namespace {
 using Form = shp_MapTable::Form;
 using Mask = decltype(shp_Lanes{} < shp_Lanes{});
@@ -120,30 +119,26 @@ template<std::size_t kNumDims>
   }
 }
 
+/// Compiled for the processors that have wide registers.
 template<std::size_t kNumDims>
-[[gnu::target("avx2")]] void RunAvx2(const shp_MapTable& table,
-                                     std::span<const shp_ElementQuestion, 4> questions,
-                                     const float* coordinates, double tolerance, shp_LaneHits& hits) {
+#ifdef __x86_64__
+[[gnu::target("avx2")]]
+#endif
+void RunWide(const shp_MapTable& table, std::span<const shp_ElementQuestion, 4> questions,
+             const float* coordinates, double tolerance, shp_LaneHits& hits) {
   Run<kNumDims>(table, questions, coordinates, tolerance, hits);
 }
 } // namespace
 
 bool shp_CanLocateLanes(const shp_MapTable& table) noexcept {
-  static const bool hasAvx2 = __builtin_cpu_supports("avx2");
-  return hasAvx2 && table.form != Form::Products;
+  return table.isWide && table.form != Form::Products;
 }
 
 void shp_LocateLanes(const shp_MapTable& table, std::span<const shp_ElementQuestion, 4> questions,
                      const float* coordinates, double tolerance, shp_LaneHits& hits) {
   switch (table.numDims) {
-  case 1: return RunAvx2<1>(table, questions, coordinates, tolerance, hits);
-  case 2: return RunAvx2<2>(table, questions, coordinates, tolerance, hits);
-  default: return RunAvx2<3>(table, questions, coordinates, tolerance, hits);
+  case 1: return RunWide<1>(table, questions, coordinates, tolerance, hits);
+  case 2: return RunWide<2>(table, questions, coordinates, tolerance, hits);
+  default: return RunWide<3>(table, questions, coordinates, tolerance, hits);
   }
 }
-
-#else
-bool shp_CanLocateLanes(const shp_MapTable&) noexcept { return false; }
-void shp_LocateLanes(const shp_MapTable&, std::span<const shp_ElementQuestion, 4>, const float*, double,
-                     shp_LaneHits&) {}
-#endif

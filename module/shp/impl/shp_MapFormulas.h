@@ -113,9 +113,10 @@ template<class Number>
   constexpr double kShortStep = 1e-3, kError = 1e-14;
   return (longest < kShortStep) & (longest * longest * longest < kError * previous * previous);
 }
+
+constexpr double kResidual = 1e-6; ///< of the element's size
 /// Of the squared length of the first derivative: a rest that is small beside any element, as no derivative
 /// is eight sizes long.
-constexpr double kResidual = 1e-6; ///< of the element's size
 constexpr double kSmallRest = kResidual * kResidual / 64;
 
 /// Corners of a square to factors of 1, xi, eta, xi eta, times four.
