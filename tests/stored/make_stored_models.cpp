@@ -3,10 +3,12 @@
 //
 //   FOLDER/<class>_<version>   one for each superseded layout
 //   FOLDER/present_<VERSION>   geometry and mesh in the layouts of that version of the program
+//   FOLDER/meshes_<VERSION>    two meshes that share an array, with sets
 //
 // The other classes of a version: reread write FOLDER/datums_<VERSION>/model.cgdb, then coregeometry dump.
 #include "OldModels.h"
 #include "PresentModel.h"
+#include "TwoMeshes.h"
 
 #include <BasicUtils/cls_Dump.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
@@ -40,4 +42,5 @@ int main(int argc, char** argv) {
       pass.Commit();
     });
   Make(folder / ("present_" + std::string(argv[2])), WritePresentModel);
+  Make(folder / ("meshes_" + std::string(argv[2])), WriteTwoMeshes);
 }
