@@ -5,7 +5,6 @@
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
 #include <algorithm>
-#include <cstring>
 
 namespace {
 constexpr const char* kRestore = "restore the file from a backup; \"dump\" shows what can still be read";
@@ -21,11 +20,12 @@ public:
     if (!found_.empty()) return std::move(found_); // rows of damaged pages would be reported once more
     const db_Reader session(file_);                // one view of the file for everything that follows
     Guarded({}, [&] { file_.LoadClasses(); });
+    Totals();
     Layouts();
     Guarded({}, [&] { Objects(); });
     Guarded({}, [&] { Arrays(); });
     if (std::none_of(found_.begin(), found_.end(), IsFault)) Guarded({}, [&] { Roots(); });
-    Guarded({}, [&] { Unreached(); });
+    Guarded({}, [&] { References(); });
     return std::move(found_);
   }
 
@@ -77,22 +77,15 @@ private:
         if (pages->Text(0) != "ok") wrong.emplace_back(pages->Text(0));
     }
     for (const cow_String& what : wrong) Add({}, "database pages: " + what, kRestore);
-    const db_Use keys(file_.Statement("PRAGMA foreign_key_check"));
-    while (keys->Step())
-      Add({},
-          "a row of table " + cow_String(keys->Text(0)) + " refers to a missing row of table "
-              + cow_String(keys->Text(2)),
-          kRestore);
   }
 
   void Layouts() {
     for (const auto& type : file_.Classes())
       Guarded({type->name}, [&] {
         if (file_.RecordOf(*type).IsCurrent()) return;
-        db_Statement count(file_.Connection(), "SELECT count(*) FROM " + type->table);
-        if (count.Step() && count.Int(0) > 0)
+        if (const long long count = file_.NumObjects(*type); count > 0)
           Add({type->name},
-              std::to_string(count.Int(0)) + " objects are stored in the superseded layout of version "
+              std::to_string(count) + " objects are stored in the superseded layout of version "
                   + std::to_string(type->version),
               "none needed; \"upgrade\" rewrites them", cls_Finding::Weight::Note);
       });
@@ -105,79 +98,86 @@ private:
       while (objects->Step()) rows.push_back(objects->Int(0));
     }
     auto& progress = thr_ThreadSingleton<wip_WIP>::Instance();
+    std::map<const db_Class*, long long> counted;
     for (const long long row : rows) {
       progress.CheckCancelled();
-      Guarded({"", row}, [&] { Object(file_.Load(row)); });
+      Guarded({"", row}, [&] {
+        const db_StoredRow object = file_.Load(row);
+        ++counted[object.type];
+        Object(object);
+      });
     }
+    if (std::any_of(found_.begin(), found_.end(), IsFault)) return;
+    for (const auto& type : file_.Classes())
+      if (const long long stored = file_.NumObjects(*type); stored != counted[type.get()])
+        Add({type->name},
+            "has " + std::to_string(stored) + " rows for " + std::to_string(counted[type.get()]) + " objects",
+            kRestore);
   }
 
-  /// The references of one object against the table of references.
+  /// Counts what one object refers to.
   void Object(const db_StoredRow& object) {
-    std::vector<long long> needed, listed;
     for (std::size_t i = 0; i < object.cells.size(); ++i) {
       const auto& attribute = object.type->attributes[i];
       Guarded({object.type->name, object.id, attribute.name}, [&] {
-        for (const long long child : Children(object.cells[i], attribute.type)) {
-          const db_Use found(file_.Statement("SELECT owner FROM object WHERE id = ?1"));
-          found->Bind(1, child);
-          if (!found->Step())
+        for (const long long child : db_ChildRows(object.cells[i], attribute.type)) {
+          if (!file_.Has(child)) {
             Add({object.type->name, object.id, attribute.name},
                 "refers to object " + std::to_string(child) + ", which is missing", kRestore);
-          else if (found->Type(0) == SQLITE_NULL)
-            needed.push_back(child);
-          else if (found->Int(0) != object.id)
+            continue;
+          }
+          const long long owner = file_.LoadIdentity(child).owner;
+          if (owner == 0)
+            ++references_[child];
+          else if (owner != object.id)
             Add({object.type->name, object.id, attribute.name},
                 "holds object " + std::to_string(child) + ", which belongs to another object", kRestore);
         }
       });
     }
-    {
-      const db_Use references(file_.Statement("SELECT child FROM ref WHERE parent = ?1 ORDER BY child"));
-      references->Bind(1, object.id);
-      while (references->Step()) listed.push_back(references->Int(0));
-    }
-    std::sort(needed.begin(), needed.end());
-    needed.erase(std::unique(needed.begin(), needed.end()), needed.end());
-    const auto report = [&](std::span<const long long> some, std::span<const long long> others,
-                            const char* what, const char* advice) {
-      for (const long long child : some)
-        if (!std::binary_search(others.begin(), others.end(), child))
-          Add({object.type->name, object.id}, what + std::to_string(child), advice);
-    };
-    report(needed, listed, "the table of references lacks the reference to object ", kRewrite);
-    report(listed, needed, "the table of references has a reference that the object lacks, to object ",
-           kRewrite);
   }
 
-  /// Rows of objects and arrays that a cell names.
-  static std::vector<long long> Children(const cls_Cell& cell, cls_AttributeType type) {
+  /// Objects know how many references there are to them.
+  void References() {
+    if (file_.Format() == db_File::kFirstFormat) return; // an upgrade counts them
+    for (const db_RootRow& root : file_.Roots()) ++references_[root.object];
     std::vector<long long> rows;
-    const auto* blob = std::get_if<cls_Blob>(&cell);
-    const auto decode = [&](cls_ArrayKind kind) {
-      const auto bytes = cls_DecodeArray(*blob, kind);
-      rows.resize(bytes.size() / sizeof(long long));
-      if (!rows.empty()) std::memcpy(rows.data(), bytes.data(), bytes.size());
-    };
-    switch (type) {
-    case cls_AttributeType::IntArray:
-    case cls_AttributeType::UintArray:
-    case cls_AttributeType::FloatArray:
-    case cls_AttributeType::DoubleArray:
-    case cls_AttributeType::Object:
-    case cls_AttributeType::Shortcut:
-      if (const auto* row = std::get_if<long long>(&cell))
-        rows.push_back(*row);
-      else if (blob && type == cls_AttributeType::Object)
-        decode(cls_ArrayKind::RowIds);
-      break;
-    case cls_AttributeType::ObjectMap:
-      if (blob) decode(cls_ArrayKind::Map);
-      for (std::size_t i = 0; i < rows.size() / 2; ++i) rows[i] = rows[2 * i + 1];
-      rows.resize(rows.size() / 2);
-      break;
-    default: break;
+    {
+      const db_Use objects(file_.Statement("SELECT id FROM object ORDER BY id"));
+      while (objects->Step()) rows.push_back(objects->Int(0));
     }
-    return rows;
+    long long unreached = 0;
+    for (const long long row : rows)
+      Guarded({"", row}, [&] {
+        const db_Identity object = file_.LoadIdentity(row);
+        const auto found = references_.find(row);
+        const long long refs = found == references_.end() ? 0 : found->second;
+        if (object.refs != refs)
+          Add({"", row},
+              "counts " + std::to_string(object.refs) + " references, but there are " + std::to_string(refs),
+              kRewrite);
+        else if (refs == 0 && object.owner == 0)
+          ++unreached;
+      });
+    if (unreached > 0)
+      Add({}, std::to_string(unreached) + " stored objects are not reached from any root", kCompact,
+          cls_Finding::Weight::Note);
+  }
+
+  /// No row came or went unseen.
+  void Totals() {
+    if (file_.Format() == db_File::kFirstFormat) return;
+    const auto check = [&](const std::string& table, const std::string& quoted, const char* column) {
+      Guarded({}, [&] {
+        db_Total total;
+        db_Statement rows(file_.Connection(), "SELECT " + std::string(column) + " FROM " + quoted);
+        while (rows.Step()) total.Add(rows.Int(0), 1);
+        file_.ExpectTotal(table, total);
+      });
+    };
+    for (const char* const table : {"class", "field", "object", "array", "chunk", "root"})
+      check(table, "\"" + std::string(table) + "\"", "sum");
+    for (const auto& type : file_.Classes()) check(db_File::TableOf(*type), type->table, "\"$sum\"");
   }
 
   void Arrays() {
@@ -187,9 +187,11 @@ private:
       while (arrays->Step()) rows.push_back(arrays->Int(0));
     }
     std::vector<std::byte> part;
+    long long chunks = 0;
     for (const long long row : rows)
       Guarded({"array", row}, [&] {
         const db_Array array = file_.LoadArray(row);
+        chunks += array.NumChunks();
         const std::size_t size = db_ElementSize(array.kind);
         const auto rowBytes = array.width * size;
         const std::size_t step = std::max<std::size_t>(1, db_File::kChunkBytes / rowBytes) * array.width;
@@ -198,45 +200,25 @@ private:
           part.resize(std::min(step, count - first) * size);
           file_.ReadPart(array, size, first, part);
         }
-        const db_Use chunks(file_.Statement("SELECT count(*) FROM chunk WHERE array = ?1"));
-        chunks->Bind(1, row);
-        const long long rowsStored = array.count / array.width;
-        const long long expected = (rowsStored + array.chunkRows - 1) / array.chunkRows;
-        if (chunks->Step() && chunks->Int(0) != expected)
-          Add({"array", row},
-              "has " + std::to_string(chunks->Int(0)) + " chunks instead of " + std::to_string(expected),
-              kRestore);
       });
+    const db_Use stored(file_.Statement("SELECT count(*) FROM chunk"));
+    if (stored->Step() && stored->Int(0) > chunks)
+      Add({"array"}, std::to_string(stored->Int(0) - chunks) + " chunks belong to no array", kRestore);
   }
 
   static bool IsFault(const cls_Finding& finding) { return finding.weight == cls_Finding::Weight::Fault; }
 
   void Roots() {
-    std::vector<cow_String> names;
-    {
-      const db_Use roots(file_.Statement("SELECT name FROM root ORDER BY name"));
-      while (roots->Step()) names.emplace_back(roots->Text(0));
-    }
-    for (const cow_String& name : names)
+    for (const db_RootRow& root : file_.Roots())
       Guarded({}, [&] {
         db_Reader session(file_);
-        const long long row = file_.Root(name);
-        session.Read(row, session.LoadObject(row, 0)->record->TypeId());
+        session.Read(root.object, session.LoadObject(root.object, 0)->record->TypeId());
       });
-  }
-
-  void Unreached() {
-    const db_Use unreached(file_.Statement(
-        "WITH RECURSIVE live(id) AS (SELECT object FROM root UNION SELECT child FROM ref JOIN live ON "
-        "parent = live.id UNION SELECT o.id FROM object o JOIN live ON o.owner = live.id) "
-        "SELECT count(*) FROM object WHERE id NOT IN (SELECT id FROM live)"));
-    if (unreached->Step() && unreached->Int(0) > 0)
-      Add({}, std::to_string(unreached->Int(0)) + " stored objects are not reached from any root", kCompact,
-          cls_Finding::Weight::Note);
   }
 
   db_File& file_;
   std::vector<cls_Finding> found_;
+  std::map<long long, long long> references_; ///< to each object, counted
 };
 } // namespace
 

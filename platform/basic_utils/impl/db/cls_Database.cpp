@@ -24,12 +24,14 @@ const cow_String& cls_Database::File() const noexcept { return file_->Connection
 cow_List<cow_String> cls_Database::Roots() const {
   const db_Reader session(*file_);
   cow_List<cow_String> names;
-  const db_Use roots(file_->Statement("SELECT name FROM root ORDER BY name"));
-  while (roots->Step()) names.Append(cow_String(roots->Text(0)));
+  for (const db_RootRow& root : file_->Roots()) names.Append(root.name);
   return names;
 }
 
-bool cls_Database::Has(const cow_String& root) const { return file_->FindRoot(root).has_value(); }
+bool cls_Database::Has(const cow_String& root) const {
+  const db_Reader session(*file_);
+  return file_->FindRoot(root).has_value();
+}
 
 unsigned cls_Database::TypeId(const cow_String& root) const {
   const db_Reader session(*file_);
@@ -38,11 +40,9 @@ unsigned cls_Database::TypeId(const cow_String& root) const {
 
 std::vector<cls_Database::StoredClass> cls_Database::Classes() const {
   const db_Reader session(*file_);
-  file_->LoadClasses();
+  if (!file_->KnowsAllClasses()) file_->ReloadClasses();
   std::vector<StoredClass> result;
   for (const auto& type : file_->Classes()) {
-    db_Statement count(file_->Connection(), "SELECT count(*) FROM " + type->table);
-    count.Step();
     bool outdated = false;
     try {
       const auto& record = file_->RecordOf(*type);
@@ -50,7 +50,7 @@ std::vector<cls_Database::StoredClass> cls_Database::Classes() const {
     } catch (
         const nex_TextException&) { // NOLINT(bugprone-empty-catch): an unknown class is listed all the same
     }
-    result.push_back({type->name, type->typeId, type->version, count.Int(0), outdated});
+    result.push_back({type->name, type->typeId, type->version, file_->NumObjects(*type), outdated});
   }
   return result;
 }
@@ -125,8 +125,13 @@ long long cls_Database::Upgrade() {
     if (std::ranges::count(changes.deletedClasses, type->typeId) > 0) continue;
     const auto& record = file_->RecordOf(*type);
     if (record.IsCurrent()) continue;
-    db_Statement rows(file_->Connection(), "SELECT \"$object\" FROM " + type->table);
-    while (rows.Step()) outdated.emplace_back(rows.Int(0), type->typeId);
+    db_Statement rows(file_->Connection(), "SELECT \"$object\", \"$sum\" FROM " + type->table);
+    db_Total total;
+    while (rows.Step()) {
+      outdated.emplace_back(rows.Int(0), type->typeId);
+      total.Add(rows.Int(1), 1);
+    }
+    file_->ExpectTotal(db_File::TableOf(*type), total);
   }
   for (const auto& [row, typeId] : outdated) writer.Rewrite(row, typeId);
   for (const unsigned typeId : changes.deletedClasses) writer.DeleteClass(typeId);
@@ -137,26 +142,16 @@ long long cls_Database::Upgrade() {
 }
 
 void cls_Database::Compact() {
-  db_Connection& connection = file_->Connection();
-  connection.Execute("BEGIN IMMEDIATE");
-  try {
-    connection.Execute("CREATE TEMP TABLE live AS WITH RECURSIVE live(id) AS (SELECT object FROM root "
-                       "UNION SELECT child FROM ref JOIN live ON parent = live.id "
-                       "UNION SELECT o.id FROM object o JOIN live ON o.owner = live.id) SELECT id FROM live;"
-                       "CREATE UNIQUE INDEX temp.live_id ON live(id);"
-                       "DELETE FROM ref WHERE parent NOT IN (SELECT id FROM live);"
-                       "DELETE FROM object WHERE id NOT IN (SELECT id FROM live);"
-                       "DROP TABLE live");
-    connection.Execute("COMMIT");
-  } catch (...) {
-    sqlite3_exec(connection.Handle(), "ROLLBACK", nullptr, nullptr, nullptr);
-    throw;
+  {
+    db_Writer writer(*file_);
+    writer.CollectUnreferenced();
+    writer.Commit();
   }
-  connection.Execute("VACUUM");
+  file_->Connection().Vacuum();
 }
 
 void cls_Database::Backup(const cow_String& file) const {
-  db_Connection target(file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+  db_Connection target(file, file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
   if (target.Number("SELECT count(*) FROM sqlite_master") != 0)
     throw nex_TextException(file + ": exists already");
   file_->Connection().CopyTo(target);
@@ -169,7 +164,7 @@ cls_Database cls_Database::Converted() const {
 }
 
 void cls_Database::SetBusyTimeout(int milliseconds) {
-  sqlite3_busy_timeout(file_->Connection().Handle(), milliseconds);
+  file_->Connection().SetTimeout(std::chrono::milliseconds(milliseconds));
 }
 
 void cls_Database::UseMemoryMap(bool on) {

@@ -125,7 +125,7 @@ void cls_WriteVisitor::PutObject(const cls_FieldHandle& field, std::shared_ptr<c
   const void* const raw = object.get();
   const long long row = writer.WriteOwned(raw, write, std::move(object));
   cell = cls_RowLink{row, false};
-  writer.Refer(place_->Object().id, row);
+  writer.Refer(row);
 }
 
 void cls_WriteVisitor::PutText(const cow_String& text) const {
@@ -159,7 +159,7 @@ void cls_WriteVisitor::WriteArray(cls_ArrayKind kind, unsigned width, std::span<
   }
   const long long row = writer.WriteArray(kind, width, bytes, elementSize, stamp);
   cell = cls_RowLink{row, false};
-  writer.Refer(place_->holder->id, row);
+  writer.Refer(row);
 }
 
 void cls_WriteVisitor::PutList(std::size_t count) const {
@@ -187,5 +187,5 @@ void cls_WriteVisitor::PutMapEntry(int key, std::shared_ptr<const void> object, 
   const void* const raw = object.get();
   const long long row = writer.WriteOwned(raw, write, std::move(object));
   AppendNumbers(place_->holder->cells[static_cast<std::size_t>(place_->cell)], {key, row});
-  writer.Refer(place_->holder->id, row);
+  writer.Refer(row);
 }

@@ -5,6 +5,7 @@
 #include <BasicUtils/wip_WIP.h>
 #include <charconv>
 #include <cstring>
+#include <set>
 
 namespace {
 constexpr int kDeepestNesting = 500;
@@ -36,7 +37,14 @@ cls_Row CellsOf(const db_Object& object) {
 } // namespace
 
 db_Reader::db_Reader(db_File& file) : file_(file), ownTransaction_(!file.Connection().InTransaction()) {
-  if (ownTransaction_) file_.Connection().Execute("BEGIN");
+  if (!ownTransaction_) return;
+  file_.Connection().Begin("BEGIN");
+  try {
+    file_.Refresh();
+  } catch (...) {
+    file_.Connection().RollBack();
+    throw;
+  }
 }
 
 db_Reader::~db_Reader() {
@@ -135,12 +143,25 @@ std::shared_ptr<void> db_Reader::Read(long long row, unsigned typeId, long long 
 
 void db_Reader::Expect(long long root) {
   if (!thr_ThreadSingleton<wip_WIP>::Instance().HasSink()) return;
-  const db_Use bytes(file_.Statement(
-      "WITH RECURSIVE live(id) AS (SELECT ?1 UNION SELECT child FROM ref JOIN live ON parent = live.id "
-      "UNION SELECT o.id FROM object o JOIN live ON o.owner = live.id) "
-      "SELECT total(count * CASE kind WHEN 4 THEN 8 ELSE 4 END) FROM array JOIN live USING(id)"));
-  bytes->Bind(1, root);
-  if (bytes->Step()) expected_ = bytes->Real(0);
+  expected_ = 0;
+  std::set<long long> seen{root};
+  std::vector<long long> left{root};
+  while (!left.empty()) {
+    const db_StoredRow row = file_.Load(left.back());
+    left.pop_back();
+    for (std::size_t field = 0; field < row.cells.size(); ++field) {
+      const auto type = row.type->attributes[field].type;
+      for (const long long child : db_ChildRows(row.cells[field], type)) {
+        if (!seen.insert(child).second) continue;
+        if (db_HoldsNumbers(type)) {
+          const db_Array array = file_.LoadArray(child);
+          expected_ += static_cast<double>(array.count) * static_cast<double>(db_ElementSize(array.kind));
+        } else {
+          left.push_back(child);
+        }
+      }
+    }
+  }
   done_ = 0;
 }
 
@@ -157,10 +178,7 @@ cls_Location db_Reader::Resolve(std::string_view path) {
   };
   // a root name may itself contain dots and brackets: the longest known one wins
   std::size_t end = path.size();
-  if (const auto longest = static_cast<std::size_t>(
-          file_.Connection().Number("SELECT coalesce(max(length(CAST(name AS BLOB))), 0) FROM root"));
-      longest < end)
-    end = path.find_last_of(".[", longest);
+  if (const std::size_t longest = file_.LongestRoot(); longest < end) end = path.find_last_of(".[", longest);
   std::optional<long long> row;
   while (end != std::string_view::npos) {
     row = file_.FindRoot(path.substr(0, end));

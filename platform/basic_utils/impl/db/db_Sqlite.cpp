@@ -1,9 +1,37 @@
 #include "db_Sqlite.h"
 
 #include <BasicUtils/cls_Database.h>
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
+#include <thread>
 
 cls_BusyException::~cls_BusyException() = default;
+
+namespace fs = std::filesystem;
+
+namespace {
+/// What the operating system refused, for messages.
+const char* FailedOperation(int code) {
+  switch (code) {
+  case SQLITE_IOERR_READ:
+  case SQLITE_IOERR_SHORT_READ: return "the file cannot be read";
+  case SQLITE_IOERR_WRITE: return "the file or its journal cannot be written";
+  case SQLITE_IOERR_FSYNC:
+  case SQLITE_IOERR_DIR_FSYNC: return "what was written cannot be brought to the disk";
+  case SQLITE_IOERR_TRUNCATE: return "the file cannot be shortened";
+  case SQLITE_IOERR_DELETE: return "the journal cannot be deleted";
+  case SQLITE_IOERR_LOCK:
+  case SQLITE_IOERR_RDLOCK:
+  case SQLITE_IOERR_UNLOCK:
+  case SQLITE_IOERR_CHECKRESERVEDLOCK: return "the file cannot be locked";
+  case SQLITE_IOERR_GETTEMPPATH: return "there is no folder for temporary files";
+  default: return "the disk reports an error";
+  }
+}
+} // namespace
 
 db_Connection::db_Connection(cow_String file, const cow_String& path, int flags) : file_(std::move(file)) {
   sqlite3* opened = nullptr;
@@ -11,13 +39,39 @@ db_Connection::db_Connection(cow_String file, const cow_String& path, int flags)
   handle_.reset(opened);
   if (code != SQLITE_OK) Fail(code);
   isOpen_ = true;
-  sqlite3_busy_timeout(opened, 5000);
+  sqlite3_busy_handler(opened, &OnBusy, this);
   sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   sqlite3_db_config(opened, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
   sqlite3_db_config(opened, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
-  Execute("PRAGMA cell_size_check=ON; PRAGMA foreign_keys=ON; PRAGMA mmap_size=0; PRAGMA cache_size=-4000;"
+  Execute("PRAGMA cell_size_check=ON; PRAGMA foreign_keys=OFF; PRAGMA mmap_size=0; PRAGMA cache_size=-4000;"
           "PRAGMA synchronous=EXTRA;");
+}
+
+int db_Connection::OnBusy(void* connection, int attempt) noexcept {
+  auto& self = *static_cast<db_Connection*>(connection);
+  if (attempt == 0 && !self.InTransaction()) self.waited_ = {};
+  const auto left = self.timeout_ - self.waited_;
+  if (left <= left.zero()) {
+    self.timedOut_ = self.InTransaction();
+    return 0;
+  }
+  const auto start = std::chrono::steady_clock::now();
+  std::this_thread::sleep_for(std::min<std::chrono::steady_clock::duration>(
+      left, std::chrono::milliseconds(std::min(1 << std::min(attempt, 5), 25))));
+  self.waited_ += std::chrono::steady_clock::now() - start;
+  return 1;
+}
+
+void db_Connection::Begin(const char* sql) {
+  waited_ = {};
+  timedOut_ = false;
+  Execute(sql);
+}
+
+void db_Connection::RollBack() noexcept {
+  sqlite3_exec(handle_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+  timedOut_ = false;
 }
 
 void db_Connection::Execute(const char* sql) {
@@ -38,6 +92,31 @@ void db_Connection::CopyTo(db_Connection& target) {
   if (code != SQLITE_DONE) target.Fail(code);
 }
 
+void db_Connection::Vacuum() {
+  const int code = sqlite3_exec(Handle(), "VACUUM", nullptr, nullptr, nullptr);
+  if (code == SQLITE_OK) return;
+  if ((code & 0xff) != SQLITE_FULL && code != SQLITE_IOERR_WRITE) Fail(code);
+  // it needs a copy in the folder for temporary files, and a journal beside the file
+  const auto megabytes = [](long long bytes) { return std::to_string((bytes + 1048575) / 1048576) + " MB"; };
+  const auto room = [&](const fs::path& folder) {
+    std::error_code failed;
+    const fs::space_info space = fs::space(folder, failed);
+    return failed ? cow_String("unknown space")
+                  : megabytes(static_cast<long long>(space.available)) + " free";
+  };
+  const cow_String path = sqlite3_db_filename(Handle(), "main");
+  const fs::path beside = fs::path(path).parent_path();
+  const char* named = std::getenv("SQLITE_TMPDIR");
+  if (!named) named = std::getenv("TMPDIR");
+  const fs::path temporary = named ? named : "/var/tmp";
+  throw nex_TextException(
+      file_ + ": there is no room to compact it; the model stays as it was. It takes up to "
+      + megabytes(Number("SELECT page_count * page_size FROM pragma_page_count, pragma_page_size"))
+      + " in the folder for temporary files " + temporary.string() + " (" + room(temporary)
+      + "; the variable SQLITE_TMPDIR names another) and as much in " + beside.string() + " (" + room(beside)
+      + ") (error " + std::to_string(code) + ")");
+}
+
 void db_Connection::ExpectInPlace() const {
   int isMoved = 0;
   sqlite3_file_control(handle_.get(), "main", SQLITE_FCNTL_HAS_MOVED, &isMoved);
@@ -51,6 +130,9 @@ void db_Connection::Moved() const {
 
 void db_Connection::Fail(int code) const {
   const cow_String detail = handle_ ? sqlite3_errmsg(handle_.get()) : sqlite3_errstr(code);
+  const int reason = handle_ ? sqlite3_system_errno(handle_.get()) : 0;
+  const cow_String why = reason != 0 ? std::generic_category().message(reason) : detail;
+  const cow_String number = " (error " + std::to_string(code) + ")";
   if (code == SQLITE_READONLY_DBMOVED) Moved();
   switch (code & 0xff) {
   case SQLITE_BUSY:
@@ -58,15 +140,23 @@ void db_Connection::Fail(int code) const {
     throw cls_BusyException(file_ + ": in use by another program; try again when it is done");
   case SQLITE_NOTADB: throw nex_TextException(file_ + ": not a model database");
   case SQLITE_CORRUPT: Damaged(detail);
-  case SQLITE_FULL: throw nex_TextException(file_ + ": the disk is full");
-  case SQLITE_READONLY: throw nex_TextException(file_ + ": read-only (" + detail + ")");
+  case SQLITE_FULL:
+    throw nex_TextException(file_ + ": the disk is full; nothing was changed, make room and try again"
+                            + number);
+  case SQLITE_READONLY:
+    throw nex_TextException(file_ + ": is read-only (" + detail
+                            + "); check the permissions of the file and its folder" + number);
   case SQLITE_CANTOPEN:
     if (isOpen_)
-      throw nex_TextException(file_ + ": the journal of a change cannot be made beside it (" + detail
-                              + "); is its folder read-only?");
-    throw nex_TextException(file_ + ": cannot be opened (" + detail + ")");
+      throw nex_TextException(file_ + ": the journal of a change cannot be made beside it: " + why
+                              + "; check the permissions of its folder" + number);
+    throw nex_TextException(file_ + ": cannot be opened: " + why
+                            + "; check the path and the permissions of the file and its folder" + number);
   case SQLITE_NOMEM: throw std::bad_alloc();
-  default: throw nex_TextException(file_ + ": database error " + std::to_string(code) + " (" + detail + ")");
+  case SQLITE_IOERR:
+    throw nex_TextException(file_ + ": " + FailedOperation(code) + ": " + why
+                            + "; check the disk and try again" + number);
+  default: throw nex_TextException(file_ + ": the database library failed: " + detail + number);
   }
 }
 
@@ -132,6 +222,7 @@ void db_Statement::Run() {
   while (Step()) {
   }
   Reset();
+  connection_->ExpectNotTimedOut();
 }
 
 void db_Statement::Reset() noexcept {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <BasicUtils/cls_Row.h>
+#include <chrono>
 #include <memory>
 #include <sqlite3.h>
 
@@ -59,7 +60,6 @@ private:
 /// One connection to one file.
 class db_Connection {
 public:
-  db_Connection(cow_String file, int flags) : db_Connection(file, file, flags) {}
   /// Opens `path` and calls it `file` in messages.
   db_Connection(cow_String file, const cow_String& path, int flags);
 
@@ -68,7 +68,20 @@ public:
   void Execute(const char* sql);
   long long Number(const char* sql);  ///< first column of the first row
   void CopyTo(db_Connection& target); ///< everything; the target is overwritten
+  void Vacuum();                      ///< gives unused space back
   void ExpectInPlace() const;         ///< throws when the file was moved or deleted since it was opened
+
+  // waiting for other programs
+  void SetTimeout(std::chrono::milliseconds limit) noexcept { timeout_ = limit; }
+  /// Begins a transaction. All waiting for locks until it ends takes no longer than the timeout in sum.
+  void Begin(const char* sql);
+  void RollBack() noexcept;
+  /// Throws cls_BusyException when a lock was waited for in vain: SQLite goes on without it as long as memory
+  /// lasts.
+  void ExpectNotTimedOut() const {
+    if (IsTimedOut()) Fail(SQLITE_BUSY);
+  }
+  bool IsTimedOut() const noexcept { return timedOut_ && InTransaction(); }
   bool InTransaction() const noexcept { return sqlite3_get_autocommit(handle_.get()) == 0; }
 
   [[noreturn]] void Fail(int code) const;
@@ -77,10 +90,14 @@ public:
 
 private:
   [[noreturn]] void Moved() const;
+  static int OnBusy(void* connection, int attempt) noexcept;
   struct Close {
     void operator()(sqlite3* connection) const noexcept { sqlite3_close_v2(connection); }
   };
   cow_String file_;
   std::unique_ptr<sqlite3, Close> handle_;
   bool isOpen_ = false; ///< the file itself could be opened
+  std::chrono::milliseconds timeout_{5000};
+  std::chrono::steady_clock::duration waited_{}; ///< in the running transaction
+  bool timedOut_ = false;                        ///< in the running transaction
 };

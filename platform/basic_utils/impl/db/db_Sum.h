@@ -19,9 +19,14 @@ inline bool db_IsWrong([[maybe_unused]] long long sum, [[maybe_unused]] long lon
 #endif
 }
 
-/// Checksum of a row's values, each with its kind and length, so that values cannot change places unseen.
+/// Checksum of a row's values, each with its kind and length, so that values cannot change places unseen. It
+/// begins with the table's name, so that a row of one table cannot stand in for one of another.
 class db_Sum {
 public:
+  db_Sum() = default;
+  explicit db_Sum(std::string_view table) {
+    if (!table.empty()) Add(table);
+  }
   db_Sum& Add(long long value) { return Put('i', &value, sizeof value); }
   db_Sum& Add(double value) { return Put('d', &value, sizeof value); }
   db_Sum& Add(std::string_view text) { return Put('t', text.data(), text.size()); }

@@ -37,8 +37,3 @@ using db_Value = std::variant<std::monostate, long long, double, cow_String, std
 /// The value of a field of an object in its current layout. Arrays are read whole and their checksums
 /// verified. Throws nex_TextException naming object and field.
 db_Value db_ValueOf(db_Reader& reader, const std::shared_ptr<db_Object>& object, std::size_t field);
-
-/// The database's file, for the parts of the platform that work on rows.
-struct db_Access {
-  static db_File& FileOf(const cls_Database& database) { return *database.file_; }
-};

@@ -18,31 +18,34 @@ db_Writer::db_Writer(db_File& file) : file_(file) {
   db_Connection& connection = file_.Connection();
   if (file_.IsReadOnly()) throw nex_TextException(connection.File() + ": was opened for reading only");
   if (connection.InTransaction()) throw nex_TextException(connection.File() + ": another write pass is open");
-  connection.Execute("BEGIN IMMEDIATE");
+  connection.Begin("BEGIN IMMEDIATE");
   try {
-    file_.LoadClasses();
+    file_.Refresh();
+    file_.Modernise();
+    if (!file_.KnowsAllClasses()) file_.ReloadClasses();
     lastId_ = connection.Number("SELECT coalesce(max(id), 0) FROM object");
+    lastChunk_ = connection.Number("SELECT coalesce(max(id), 0) FROM chunk");
   } catch (...) {
-    sqlite3_exec(connection.Handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+    Abandon();
     throw;
   }
 }
 
 db_Writer::~db_Writer() {
-  if (!file_.Connection().InTransaction()) return;
-  sqlite3_exec(file_.Connection().Handle(), "ROLLBACK", nullptr, nullptr, nullptr);
-  try {
-    file_.ReloadClasses();
-  } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the next use of the file reports it
-  }
+  if (file_.Connection().InTransaction()) Abandon();
+}
+
+void db_Writer::Abandon() noexcept {
+  file_.Connection().RollBack();
+  file_.Forget();
 }
 
 void db_Writer::Guarded(const std::function<void()>& change) {
   db_Connection& connection = file_.Connection();
   if (!connection.InTransaction()) throw nex_TextException(connection.File() + ": the write pass has ended");
-  const std::size_t kept = kept_.size(), candidates = candidates_.size();
+  const std::size_t kept = kept_.size(), references = references_.size();
+  const db_File::Totals totals = file_.TotalChanges();
   undo_.clear();
-  collected_ = false;
   connection.Execute("SAVEPOINT change");
   try {
     change();
@@ -54,9 +57,18 @@ void db_Writer::Guarded(const std::function<void()>& change) {
     stored_ = nullptr;
     for (const Identity& identity : undo_) written_.erase(identity);
     kept_.resize(kept);
-    candidates_.resize(candidates);
-    sqlite3_exec(connection.Handle(), "ROLLBACK TO change; RELEASE change", nullptr, nullptr, nullptr);
-    if (connection.InTransaction()) file_.ReloadClasses();
+    // readers must not wait for a pass that cannot succeed; nor is there a way back behind collected garbage
+    if (!connection.IsTimedOut() && references <= references_.size())
+      sqlite3_exec(connection.Handle(), "ROLLBACK TO change; RELEASE change", nullptr, nullptr, nullptr);
+    else
+      connection.RollBack();
+    if (connection.InTransaction()) {
+      references_.resize(references);
+      file_.SetTotalChanges(totals);
+      file_.ReloadClasses();
+    } else {
+      file_.Forget();
+    }
     throw;
   }
 }
@@ -86,16 +98,16 @@ void db_Writer::PutShared(const cow_String& root, std::shared_ptr<const void> ob
 
 void db_Writer::PutRoot(const cow_String& root, long long row) {
   if (root.empty()) throw nex_TextException(file_.Connection().File() + ": a root needs a name");
-  if (const auto old = file_.FindRoot(root)) candidates_.push_back(*old);
-  file_.Statement("INSERT OR REPLACE INTO root VALUES(?1, ?2, ?3)")
-      .BindAll(std::string_view(root), row, db_Sum().Add(std::string_view(root)).Add(row).Value())
-      .Run();
+  if (const auto old = file_.FindRoot(root)) Refer(*old, -1);
+  file_.PutRoot(root, row);
+  Refer(row);
 }
 
 void db_Writer::Remove(const cow_String& root) {
   Guarded([&] {
-    candidates_.push_back(file_.Root(root));
-    file_.Statement("DELETE FROM root WHERE name = ?1").BindAll(std::string_view(root)).Run();
+    const long long row = file_.Root(root);
+    file_.RemoveRoot(root, row);
+    Refer(row, -1);
   });
 }
 
@@ -153,11 +165,10 @@ std::unique_ptr<db_Draft> db_Writer::NewDraft(unsigned typeId, const cls_Uid& ui
 
 long long db_Writer::Insert(const cls_Uid& uid, const db_Class* type, long long owner) {
   const long long id = ++lastId_;
-  db_Statement& insert = file_.Statement("INSERT INTO object VALUES(?1, ?2, ?3, ?4)");
-  insert.Bind(1, id).BindUid(2, uid);
-  if (type) insert.Bind(3, type->id);
-  if (owner != 0) insert.Bind(4, owner);
-  insert.Run();
+  // what is not embedded is stored as referred to once, as nearly everything will be, and counted from there
+  const long long refs = owner == 0 ? 1 : 0;
+  file_.InsertIdentity({id, uid, type ? type->id : 0, owner, refs});
+  if (refs != 0) Refer(id, -refs);
   return id;
 }
 
@@ -197,44 +208,42 @@ void db_Writer::InsertCells(long long row, db_Class& type, const cls_Uid& uid,
   }
   insert.Bind(1, row).Bind(2, sum.Value());
   insert.Run();
-}
-
-void db_Writer::Refer(long long parent, long long child) {
-  file_.Statement("INSERT OR IGNORE INTO ref VALUES(?1, ?2)").BindAll(parent, child).Run();
+  file_.Count(db_File::TableOf(type), sum.Value(), 1);
 }
 
 long long db_Writer::WriteArray(cls_ArrayKind kind, unsigned width, std::span<const std::byte> bytes,
                                 std::size_t elementSize, cow_ArrayStamp& stamp) {
-  if (stamp.id != 0) {
+  if (stamp.id != 0 && file_.Has(stamp.id)) {
     // the stamp holds when that very array is still in this file
-    const db_Use found(
-        file_.Statement("SELECT uid, kind, width, count FROM object JOIN array USING(id) WHERE id = ?1"));
-    found->Bind(1, stamp.id);
-    if (found->Step() && found->Blob(0).size() == sizeof stamp.uid
-        && std::memcmp(found->Blob(0).data(), stamp.uid, sizeof stamp.uid) == 0
-        && found->Int(1) == static_cast<long long>(kind) && found->Int(2) == width
-        && found->Int(3) == static_cast<long long>(bytes.size() / elementSize)) {
-      Advance(bytes.size());
-      return stamp.id;
+    const db_Identity known = file_.LoadIdentity(stamp.id);
+    const auto uidBytes = known.uid.Bytes();
+    if (known.type == 0 && std::memcmp(uidBytes.data(), stamp.uid, sizeof stamp.uid) == 0) {
+      const db_Array array = file_.LoadArray(stamp.id);
+      if (array.kind == kind && array.width == width
+          && array.count == static_cast<long long>(bytes.size() / elementSize)) {
+        Advance(bytes.size());
+        return stamp.id;
+      }
     }
   }
   const cls_Uid uid = cls_Uid::AllocateUid();
   const long long id = Insert(uid, nullptr, 0);
   const std::size_t rowBytes = width * elementSize;
   const std::size_t chunkRows = std::max<std::size_t>(1, db_File::kChunkBytes / rowBytes);
-  const auto kindCode = static_cast<long long>(kind), widthCode = static_cast<long long>(width),
-             count = static_cast<long long>(bytes.size() / elementSize),
-             rows = static_cast<long long>(chunkRows);
-  file_.Statement("INSERT INTO array VALUES(?1, ?2, ?3, ?4, ?5, ?6)")
-      .BindAll(id, kindCode, widthCode, count, rows,
-               db_Sum().Add(id).Add(uid).Add(kindCode).Add(widthCode).Add(count).Add(rows).Value())
-      .Run();
-  db_Statement& insert = file_.Statement("INSERT INTO chunk VALUES(?1, ?2, ?3, ?4)");
+  db_Array array{id,
+                 uid,
+                 kind,
+                 width,
+                 static_cast<long long>(bytes.size() / elementSize),
+                 static_cast<long long>(chunkRows),
+                 lastChunk_ + 1};
+  lastChunk_ += array.NumChunks();
+  file_.InsertArray(array);
   long long seq = 0;
-  for (std::size_t at = 0; at < bytes.size(); at += chunkRows * rowBytes) {
+  for (std::size_t at = 0; at < bytes.size(); at += chunkRows * rowBytes, ++seq) {
     const auto piece = bytes.subspan(at, std::min(chunkRows * rowBytes, bytes.size() - at));
     Advance(piece.size());
-    insert.BindAll(id, seq++, db_SumOf(piece), piece).Run();
+    file_.InsertChunk(array, seq, file_.SumOfChunk(array, seq, piece), piece);
   }
   const auto uidBytes = uid.Bytes();
   std::memcpy(stamp.uid, uidBytes.data(), uidBytes.size());
@@ -283,41 +292,29 @@ long long db_Writer::PutRow(const cow_String* root, unsigned typeId, int version
     const cls_Uid uid = row.uid.IsNull() ? cls_Uid::AllocateUid() : row.uid;
     id = Insert(uid, &type, 0);
     const auto adopt = [&](long long child) {
-      file_.Statement("UPDATE object SET owner = ?1 WHERE id = ?2").BindAll(id, child).Run();
+      const db_Identity old = file_.LoadIdentity(child);
+      db_Identity adopted = old;
+      adopted.owner = id;
+      file_.UpdateIdentity(old, adopted);
     };
-    const auto ids = [](const cls_Blob& blob, cls_ArrayKind kind) {
-      const auto bytes = cls_DecodeArray(blob, kind);
-      std::vector<long long> result(bytes.size() / sizeof(long long));
-      if (!result.empty()) std::memcpy(result.data(), bytes.data(), bytes.size());
-      return result;
-    };
-    for (const cls_Cell& cell : cells) {
-      if (const auto* link = std::get_if<cls_RowLink>(&cell)) {
-        if (link->embedded)
-          adopt(link->row);
-        else
-          Refer(id, link->row);
-      } else if (const auto* blob = std::get_if<cls_Blob>(&cell); blob && !blob->empty()) {
-        if (const auto kind = static_cast<cls_ArrayKind>(blob->front()); kind == cls_ArrayKind::RowIds) {
-          for (const long long child : ids(*blob, kind)) adopt(child);
-        } else if (kind == cls_ArrayKind::Map) {
-          const auto entries = ids(*blob, kind);
-          for (std::size_t i = 1; i < entries.size(); i += 2) Refer(id, entries[i]);
-        }
-      }
+    for (std::size_t field = 0; field < cells.size(); ++field) {
+      const auto* link = std::get_if<cls_RowLink>(&cells[field]);
+      const bool isList = type.attributes[field].type == cls_AttributeType::Object
+                          && std::holds_alternative<cls_Blob>(cells[field]);
+      if (link && link->embedded) adopt(link->row);
+      if (link && !link->embedded) Refer(link->row);
+      for (const long long child : db_ChildRows(cells[field], type.attributes[field].type))
+        isList ? adopt(child) : Refer(child);
     }
     InsertCells(id, type, uid, cells);
-    if (root)
-      PutRoot(*root, id);
-    else
-      candidates_.push_back(id);
+    if (root) PutRoot(*root, id);
   });
   return id;
 }
 
 void db_Writer::Rewrite(long long row, unsigned typeId) {
   Guarded([&] {
-    if (!Exists(row)) return; // an embedded object whose owner was rewritten before it
+    if (!file_.Has(row)) return; // an embedded object whose owner was rewritten before it
     const db_StoredRow old = file_.Load(row);
     db_Reader session(file_);
     const auto& record = CurrentRecord(typeId);
@@ -326,81 +323,38 @@ void db_Writer::Rewrite(long long row, unsigned typeId) {
     cls_ReadVisitor visitor(session.PlaceOf(session.LoadObject(row, old.owner, parent.get())));
     const std::shared_ptr<void> object(record.Create()(visitor), record.Destroy());
     std::vector<long long> embedded;
-    {
-      const db_Use children(file_.Statement("SELECT id FROM object WHERE owner = ?1"));
-      children->Bind(1, row);
-      while (children->Step()) embedded.push_back(children->Int(0));
-    }
-    AddChildren(row, candidates_);
-    file_.Statement("DELETE FROM ref WHERE parent = ?1").BindAll(row).Run();
-    db_Statement(file_.Connection(), "DELETE FROM " + old.type->table + " WHERE \"$object\" = ?1")
-        .BindAll(row)
-        .Run();
+    for (std::size_t field = 0; field < old.cells.size(); ++field)
+      for (const long long child : db_ChildRows(old.cells[field], old.type->attributes[field].type))
+        if (file_.LoadIdentity(child).owner == row)
+          embedded.push_back(child);
+        else
+          Refer(child, -1);
+    file_.DeleteCells(old);
     replacedRow_ = row;
     stored_ = &session;
     WriteOwned(object.get(), record.Write(), nullptr);
     stored_ = nullptr;
     written_.clear();
-    file_.Statement("UPDATE object SET class = ?1 WHERE id = ?2")
-        .BindAll(file_.FindClass(typeId, record.Version())->id, row)
-        .Run();
-    for (const long long child : embedded)
-      file_.Statement("DELETE FROM object WHERE id = ?1").BindAll(child).Run();
+    const db_Identity before = file_.LoadIdentity(row);
+    db_Identity after = before;
+    after.type = file_.FindClass(typeId, record.Version())->id;
+    file_.UpdateIdentity(before, after);
+    for (const long long child : embedded) DeleteEmbedded(child);
   });
-}
-
-long long db_Writer::ReferrerOf(long long row) {
-  if (!referrers_) { // upgrading changes none of these
-    auto& all = referrers_.emplace();
-    db_Statement refs(file_.Connection(), "SELECT child, parent FROM ref ORDER BY parent");
-    while (refs.Step()) all.emplace(refs.Int(0), refs.Int(1));
-  }
-  const auto found = referrers_->find(row);
-  return found == referrers_->end() ? 0 : found->second;
-}
-
-bool db_Writer::Exists(long long row) {
-  const db_Use found(file_.Statement("SELECT 1 FROM object WHERE id = ?1"));
-  found->Bind(1, row);
-  return found->Step();
-}
-
-void db_Writer::CollectGarbage() {
-  std::vector<long long> candidates = std::exchange(candidates_, {});
-  while (!candidates.empty()) {
-    const long long row = candidates.back();
-    candidates.pop_back();
-    DeleteIfUnreached(row, candidates);
-  }
-}
-
-void db_Writer::DeleteIfUnreached(long long row, std::vector<long long>& candidates) {
-  {
-    const db_Use reached(file_.Statement(
-        "SELECT EXISTS(SELECT 1 FROM root WHERE object = ?1) OR EXISTS(SELECT 1 FROM ref WHERE child = ?1) "
-        "OR EXISTS(SELECT 1 FROM object WHERE id = ?1 AND owner IS NOT NULL)"));
-    reached->Bind(1, row);
-    if (!reached->Step() || reached->Int(0) != 0) return;
-  }
-  AddChildren(row, candidates);
-  file_.Statement("DELETE FROM object WHERE id = ?1").BindAll(row).Run();
-}
-
-void db_Writer::AddChildren(long long row, std::vector<long long>& rows) {
-  const db_Use children(file_.Statement(
-      "WITH RECURSIVE part(id) AS (SELECT ?1 UNION SELECT o.id FROM object o JOIN part ON o.owner = part.id) "
-      "SELECT child FROM ref JOIN part ON parent = part.id"));
-  children->Bind(1, row);
-  while (children->Step()) rows.push_back(children->Int(0));
 }
 
 void db_Writer::Commit() {
   db_Connection& connection = file_.Connection();
   if (!connection.InTransaction()) throw nex_TextException(connection.File() + ": the write pass has ended");
-  if (!collected_) CollectGarbage();
-  collected_ = true;
-  connection.ExpectInPlace();
-  connection.Execute("COMMIT");
+  try {
+    CollectGarbage();
+    file_.StoreTotals();
+    connection.ExpectInPlace();
+    connection.Execute("COMMIT");
+  } catch (...) { // nobody waits for a pass that failed: the caller makes it again
+    if (connection.InTransaction()) Abandon();
+    throw;
+  }
   kept_.clear();
   written_.clear();
 }

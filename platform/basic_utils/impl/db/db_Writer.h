@@ -50,7 +50,9 @@ public:
   /// Removes the objects of a class and its layouts; fields and roots that named them name nothing.
   void DeleteClass(unsigned typeId);
   void RenameFolder(const cow_String& from, const cow_String& to); ///< of roots
-  void CollectGarbage();
+  void CollectGarbage();      ///< deletes what this pass left without a reference
+  void CollectUnreferenced(); ///< deletes whatever has none
+  /// All or nothing; a commit that fails, for want of a lock or of space, has rolled back.
   void Commit();
 
   // used by the visitors
@@ -60,7 +62,8 @@ public:
   void Start(db_WritePlace& place, unsigned typeId, const cls_Uid& uid);
   std::unique_ptr<db_Draft> NewDraft(unsigned typeId, const cls_Uid& uid, long long owner);
   void Flush(db_Draft& draft);
-  void Refer(long long parent, long long child);
+  /// Notes that so many more roots or fields refer to the row.
+  void Refer(long long row, long long count = 1) { references_.emplace_back(row, count); }
   /// Stores an array, or finds it by its stamp, and returns its row.
   long long WriteArray(cls_ArrayKind kind, unsigned width, std::span<const std::byte> bytes,
                        std::size_t elementSize, cow_ArrayStamp& stamp);
@@ -73,7 +76,10 @@ private:
   using Identity = std::pair<const cls_Uid*, cls_Uid>;
   /// Runs a change that leaves everything as it was when it throws.
   void Guarded(const std::function<void()>& change);
-  bool Exists(long long row);
+  void Abandon() noexcept; ///< rolls back, and forgets what the pass had changed
+  void Delete(const db_Identity& object, std::map<long long, long long>& changes);
+  void DeleteEmbedded(long long row);
+  void ForEachReference(const std::function<void(long long parent, long long child)>& use);
   long long ReferrerOf(long long row); ///< an object that refers to it, 0 when none does
   void PutRoot(const cow_String& root, long long row);
   void AnnounceProgress(const void* object, WriteFunction write);
@@ -82,18 +88,14 @@ private:
   void Forget(long long row, long long child); ///< empties the cells of a row that name a child
   void InsertCells(long long row, db_Class& type, const cls_Uid& uid, std::span<const cls_Cell> cells);
   const cls_ClassMetadata& CurrentRecord(unsigned typeId) const;
-  void DeleteIfUnreached(long long row, std::vector<long long>& candidates);
-  /// Rows that the row and what is embedded in it refer to.
-  void AddChildren(long long row, std::vector<long long>& rows);
 
   db_File& file_;
-  long long lastId_ = 0;
+  long long lastId_ = 0, lastChunk_ = 0;
   std::map<Identity, db_Written> written_;
   std::vector<Identity> undo_; ///< identities that the running change has added
   std::vector<std::shared_ptr<const void>> kept_;
   std::optional<std::map<long long, long long>> referrers_; ///< child -> parent, once an upgrade asks for it
-  std::vector<long long> candidates_;                       ///< rows that may have lost their last reference
-  bool collected_ = false;
+  std::vector<std::pair<long long, long long>> references_; ///< (row, references that came or went)
 
   long long replacedRow_ = 0;         ///< row that the next owned object is written over
   const db_Reader* stored_ = nullptr; ///< knows the rows of objects that are in the file already
