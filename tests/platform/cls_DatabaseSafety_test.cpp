@@ -4,6 +4,7 @@
 #include <fstream>
 #include <iterator>
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 namespace {
 Bag Sample(int mark) {
@@ -124,25 +125,56 @@ TEST_F(DatabaseTest, FilesOfOthersAreRefusedByName) {
     cls_Database db = cls_Database::Open(file_);
     EXPECT_NE(MessageOf([&] { cls_WritePass pass(db); }).find("reading only"), cow_String::npos);
   }
-  Sql(file_, "PRAGMA user_version=2");
-  EXPECT_NE(opening().find("newer version"), cow_String::npos);
-  Sql(file_, "PRAGMA user_version=1; CREATE VIEW sneaky AS SELECT 1");
-  EXPECT_NE(opening().find("unexpected schema object sneaky"), cow_String::npos);
-  Sql(file_, "DROP VIEW sneaky; DROP INDEX root_object");
-  EXPECT_NE(opening().find("root_object is missing"), cow_String::npos);
+  EXPECT_EQ(MessageOf([&] { cls_Database::Create(""); }), "a model database needs a file name");
+  EXPECT_NE(MessageOf([&] { cls_Database::Create(":memory:"); }).find("needs a file"), cow_String::npos);
+  const cow_String pipe = (folder_ / "pipe").string();
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  EXPECT_EQ(MessageOf([&] { cls_Database::Open(pipe); }),
+            pipe + ": is a device or a pipe, not a model database");
+  // what stands beside the expected tables, or in their place
+  const std::string good = Bytes(file_);
+  for (const auto& [change, message] :
+       {std::pair{"PRAGMA user_version=3",
+                  "newer version of the program (file format 3, this program reads up to 2)"},
+        {"PRAGMA user_version=0", "file format 0"},
+        {"CREATE VIEW sneaky AS SELECT 1", "unexpected view sneaky"},
+        {"CREATE INDEX sneaky ON root(object)", "unexpected index sneaky"},
+        {"CREATE TRIGGER class AFTER INSERT ON root BEGIN DELETE FROM root; END", "unexpected trigger class"},
+        {"DROP TABLE total", "table total is missing"},
+        {"DROP TABLE \"Bag#5\"", "are left for them"},
+        {"WITH RECURSIVE n(i) AS (SELECT 100 UNION ALL SELECT i + 1 FROM n WHERE i < 300000) INSERT INTO "
+         "class "
+         "SELECT i, 1, 1, 'Bag', 0 FROM n",
+         "classes are described, but only 2 tables are left for them"}}) {
+    SetBytes(file_, good);
+    Sql(file_, change);
+    EXPECT_NE(opening().find(message), cow_String::npos) << change << "\n" << opening();
+  }
 }
 
 TEST_F(DatabaseTest, CraftedRowsAreRefusedByTheirChecksums) {
   Store("bag", Sample(7));
   const std::string good = Bytes(file_);
-  for (const char* change :
-       {"UPDATE \"Bag#5\" SET id = id + 1",
-        "UPDATE root SET object = (SELECT max(id) FROM object WHERE owner IS NULL)",
-        "UPDATE array SET count = 1 << 60", "UPDATE array SET count = count - 1", "DELETE FROM chunk",
-        "UPDATE chunk SET data = zeroblob(10)", "UPDATE \"Bag#5\" SET text = 5",
-        "UPDATE \"Bag#5\" SET inner = '$object'", "UPDATE class SET type_id = type_id + 1",
-        "UPDATE field SET type = 7 WHERE name = 'text'", "UPDATE object SET owner = NULL",
-        "PRAGMA foreign_keys=OFF; DELETE FROM \"Spot#2\""}) {
+  for (const char* change : {"UPDATE \"Bag#5\" SET id = id + 1",
+                             "UPDATE root SET object = (SELECT max(id) FROM object WHERE owner IS NULL)",
+                             "DELETE FROM root",
+                             "DELETE FROM total WHERE name = 'root'",
+                             "UPDATE total SET rows = 0, content = 0 WHERE name = 'root'",
+                             "INSERT INTO root SELECT 'copy', object, sum FROM root",
+                             "UPDATE object SET refs = refs + 1",
+                             "UPDATE array SET count = 1 << 60",
+                             "UPDATE array SET count = count - 1",
+                             "DELETE FROM chunk",
+                             "UPDATE chunk SET id = id + 100",
+                             "UPDATE chunk SET seq = seq + 1",
+                             "UPDATE chunk SET array = array + 1",
+                             "UPDATE chunk SET data = zeroblob(10)",
+                             "UPDATE \"Bag#5\" SET text = 5",
+                             "UPDATE \"Bag#5\" SET inner = '$object'",
+                             "UPDATE class SET type_id = type_id + 1",
+                             "UPDATE field SET type = 7 WHERE name = 'text'",
+                             "UPDATE object SET owner = NULL",
+                             "PRAGMA foreign_keys=OFF; DELETE FROM \"Spot#2\""}) {
     SetBytes(file_, good);
     Sql(file_, change);
     EXPECT_TRUE(ReadAll(file_).starts_with("error: " + file_)) << change << "\n"
@@ -158,27 +190,63 @@ TEST_F(DatabaseTest, AnUnknownClassIsNamed) {
   EXPECT_THROW(Store("again", Bag()), nex_TextException);
 }
 
-TEST_F(DatabaseTest, AFileInUseGivesABusyErrorAndTheCommitCanBeRepeated) {
+TEST_F(DatabaseTest, AFileInUseGivesABusyErrorAndThePassCanBeMadeAgain) {
   Store("bag", Sample(1));
   cls_Database writer = cls_Database::Open(file_, cls_Database::Mode::ReadWrite);
   cls_Database second = cls_Database::Open(file_, cls_Database::Mode::ReadWrite);
   writer.SetBusyTimeout(20);
   second.SetBusyTimeout(20);
-  cls_WritePass pass(writer);
-  EXPECT_THROW(cls_WritePass other(second), cls_BusyException);
-  pass.Put("bag", *std::make_unique<Bag>(Sample(2)));
-  EXPECT_EQ(second.Get<Bag>("bag")->whole, 1) << "readers see the old model until the commit";
-  {
+  Bag large = Sample(2);
+  large.labels = cls_xp1DArrayListInt(std::vector<int>(9'000'000, 5)); // more than the page cache holds
+  for (const bool isLarge : {false, true}) {
+    cls_WritePass pass(writer);
+    EXPECT_THROW(cls_WritePass other(second), cls_BusyException);
+    EXPECT_EQ(second.Get<Bag>("bag")->whole, 1) << "readers see the old model until the commit";
     sqlite3* reader = nullptr;
     sqlite3_open(file_.c_str(), &reader);
     sqlite3_exec(reader, "BEGIN; SELECT * FROM root", nullptr, nullptr, nullptr);
-    EXPECT_THROW(pass.Commit(), cls_BusyException);
+    if (isLarge) {
+      EXPECT_THROW(pass.Put("bag", large), cls_BusyException) << "told while there is memory left";
+    } else {
+      pass.Put("bag", *std::make_unique<Bag>(Sample(2)));
+      EXPECT_THROW(pass.Commit(), cls_BusyException);
+    }
+    EXPECT_EQ(second.Get<Bag>("bag")->whole, 1) << "a pass that failed keeps no reader out";
+    EXPECT_NE(MessageOf([&] { pass.Commit(); }).find("the write pass has ended"), cow_String::npos);
     sqlite3_exec(reader, "COMMIT", nullptr, nullptr, nullptr);
     sqlite3_close(reader);
   }
-  pass.Commit();
+  cls_WritePass again(writer);
+  again.Put("bag", large);
+  again.Commit();
   EXPECT_EQ(second.Get<Bag>("bag")->whole, 2);
-  EXPECT_THROW(pass.Commit(), nex_TextException);
+  EXPECT_THROW(again.Commit(), nex_TextException);
+}
+
+TEST_F(DatabaseTest, AJournalWithoutItsModelIsNotPlayedIntoTheNext) {
+  SetBytes(file_ + "-journal", "what a deleted model left behind");
+  EXPECT_NE(MessageOf([&] { Create(); }).find(file_ + "-journal"), cow_String::npos);
+}
+
+TEST_F(DatabaseTest, AKilledModelIsRecoveredThroughALinkAsWell) {
+  Store("bag", Sample(7));
+  const std::string expected = ReadAll(file_);
+  const cow_String killed = (folder_ / "killed.cgdb").string(), link = (folder_ / "link.cgdb").string();
+  {
+    sqlite3* db = nullptr;
+    sqlite3_open(file_.c_str(), &db);
+    sqlite3_exec(
+        db,
+        "PRAGMA cache_size=1; BEGIN; UPDATE chunk SET data = zeroblob(12000); UPDATE root SET sum = 0; "
+        "UPDATE \"Bag#5\" SET text = hex(zeroblob(90000))",
+        nullptr, nullptr, nullptr);
+    std::filesystem::copy_file(file_, killed); // as it stands in the middle of a transaction
+    std::filesystem::copy_file(file_ + "-journal", killed + "-journal");
+    sqlite3_close(db);
+  }
+  ASSERT_NE(Bytes(killed), Bytes(file_));
+  std::filesystem::create_symlink(killed, link);
+  EXPECT_EQ(ReadAll(link), expected);
 }
 
 TEST_F(DatabaseTest, BackupIsAModelOfItsOwn) {

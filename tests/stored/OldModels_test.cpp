@@ -24,6 +24,9 @@ std::string Bytes(const fs::path& file) {
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
+/// The file format, from the header of the file.
+int FormatOf(const std::string& bytes) { return bytes.at(63); }
+
 class OldLayout : public StoredTest, public testing::WithParamInterface<OldModel> {
 protected:
   const fs::path folder_ = fs::path(TEST_FILES) / GetParam().name;
@@ -90,12 +93,23 @@ TEST_F(StoredTest, ModelsOfEveryReleaseReadAsTheirDumps) {
   int models = 0;
   for (const auto& entry : fs::directory_iterator(TEST_FILES)) {
     const std::string name = entry.path().filename().string();
-    if (!name.starts_with("present_") && !name.starts_with("datums_") && !name.starts_with("meshes_")) continue;
-    const cls_Database db = cls_Database::Open((entry.path() / "model.cgdb").string());
-    EXPECT_EQ(Dump(db), Bytes(entry.path() / "dump.txt")) << name;
-    for (const cls_Finding& finding : cls_Check(db)) ADD_FAILURE() << name << ": " << finding.what;
-    for (const auto& type : db.Classes())
-      if (type.objects > 0) stored.insert(type.typeId);
+    if (!name.starts_with("present_") && !name.starts_with("datums_") && !name.starts_with("meshes_"))
+      continue;
+    fs::remove(file_);
+    fs::copy_file(entry.path() / "model.cgdb", file_);
+    fs::permissions(file_, fs::perms::owner_write, fs::perm_options::add);
+    const std::string bytes = Bytes(file_);
+    for (const bool isModern : {false, true}) { // as it was written, and after a write pass of today
+      cls_Database db =
+          cls_Database::Open(file_, isModern ? cls_Database::Mode::ReadWrite : cls_Database::Mode::ReadOnly);
+      if (isModern) cls_WritePass(db).Commit();
+      EXPECT_EQ(Dump(db), Bytes(entry.path() / "dump.txt")) << name;
+      for (const cls_Finding& finding : cls_Check(db)) ADD_FAILURE() << name << ": " << finding.what;
+      for (const auto& type : db.Classes())
+        if (type.objects > 0) stored.insert(type.typeId);
+      EXPECT_EQ(Bytes(file_) == bytes, !isModern || FormatOf(bytes) == 2) << name;
+    }
+    EXPECT_EQ(FormatOf(Bytes(file_)), 2);
     ++models;
   }
   EXPECT_GE(models, 3);

@@ -103,15 +103,20 @@ void* cls_ClassRegistrar::Upcast(void* object, unsigned typeId, unsigned baseTyp
 
 void cls_MetadataRegistrar::initClassMetadata(cls_MetadataFunction function, unsigned) {
   functions_.push_back(function);
+  SourceChanged();
 }
 
 void cls_MetadataRegistrar::AddSource(cls_MetadataFunction source) {
   if (std::find(sources_.begin(), sources_.end(), source) == sources_.end()) sources_.push_back(source);
+  SourceChanged();
 }
 
 cls_ClassRegistrar& cls_MetadataRegistrar::Registry() {
+  if (isUpToDate_.load(std::memory_order_acquire)) return registry_;
+  const std::lock_guard lock(omi_GlobalLock());
   while (next_ < functions_.size()) functions_[next_++](registry_);
   for (const auto source : sources_) source(registry_);
+  isUpToDate_.store(true, std::memory_order_release);
   return registry_;
 }
 
@@ -119,6 +124,7 @@ void cls_MetadataRegistrar::Clear() {
   functions_.clear();
   next_ = 0;
   registry_.Clear();
+  SourceChanged();
 }
 
 cls_Row cls_ClassRegistrar::ConvertOnce(const cls_Row& row) const {

@@ -33,6 +33,7 @@ dbc_OldClassRegistrar::dbc_OldClassRegistrar() {
 void dbc_OldClassRegistrar::Register(cow_CountedHld<dbc_OldClassVersion>* version, unsigned rank) {
   const std::unique_ptr<cow_CountedHld<dbc_OldClassVersion>> holder(version);
   entries_.push_back({rank, *holder});
+  omi_Singleton<cls_MetadataRegistrar>::Instance().SourceChanged();
 }
 
 void dbc_OldClassRegistrar::Describe(cls_ClassRegistrar& registrar) {

@@ -28,7 +28,7 @@ public:
   const T& operator*() const noexcept { return *object_; }
   const T* operator->() const noexcept { return object_.Get(); }
   const cow_CountedHld<T>& Holder() const noexcept { return object_; }
-  bool IsShared() const noexcept { return object_.Count() > 1; }
+  bool IsShared() const noexcept { return object_.IsShared(); }
 
   // change
   T& Modify() {

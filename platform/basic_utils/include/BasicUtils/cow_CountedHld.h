@@ -25,6 +25,13 @@ public:
   T* operator->() const noexcept { return object_.get(); }
   T& operator*() const noexcept { return *object_; }
   long Count() const noexcept { return object_.use_count(); } ///< handles of the referent, 0 when null
+  /// False means that this thread sees whatever the owners of the other handles did before they dropped them.
+  bool IsShared() const noexcept {
+    if (object_.use_count() > 1) return true;
+    // the count is read without ordering; giving up a further handle orders this thread behind the others
+    std::shared_ptr<T>(object_).reset();
+    return false;
+  }
   const std::shared_ptr<T>& Shared() const noexcept { return object_; }
   friend bool operator==(const cow_CountedHld&, const cow_CountedHld&) = default;
 
