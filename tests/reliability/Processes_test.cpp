@@ -136,7 +136,7 @@ TEST_F(Processes, AReadOnlyFolderAllowsReading) {
   cls_Database db = Writable(file_);
   EXPECT_EQ(db.Get<bme_Mesh>("meshes/Wing")->NodeData().NumNodes(), 44U);
   cls_WritePass pass(db);
-  EXPECT_NE(MessageOf([&] { pass.Remove("regions/Skin"); }).find("is its folder read-only?"),
+  EXPECT_NE(MessageOf([&] { pass.Remove("regions/Skin"); }).find("check the permissions of its folder"),
             cow_String::npos);
   EXPECT_NE(MessageOf([&] { cls_Database::Create(other_); }).find("cannot be opened"), cow_String::npos);
 }

@@ -39,7 +39,7 @@ std::vector<chk_Finding> FindingsOf(const std::string& file, cli_Console& consol
   } catch (const nex_TextException& failure) {
     chk_Finding finding;
     finding.what = failure.Message();
-    finding.advice = "restore the file from a backup";
+    finding.advice = cls_kRestoreAdvice;
     findings.push_back(std::move(finding));
   }
   return findings;

@@ -7,8 +7,9 @@
 #include <algorithm>
 
 namespace {
-constexpr const char* kRestore = "restore the file from a backup; \"dump\" shows what can still be read";
-constexpr const char* kRewrite = "put the root again, or restore the file from a backup";
+constexpr const char* kRestore = cls_kRestoreAdvice;
+constexpr const char* kRewrite =
+    "put the root again, or move the file and its journal away and put a backup there";
 constexpr const char* kCompact = "\"compact\" removes it";
 
 class Check {

@@ -4,7 +4,9 @@
 #include <BasicUtils/cls_MetadataRegistrar.h>
 #include <BasicUtils/omi_Singleton.h>
 #include <algorithm>
+#include <array>
 #include <filesystem>
+#include <fstream>
 
 namespace fs = std::filesystem;
 
@@ -85,6 +87,15 @@ cow_String Resolved(const cow_String& file) {
   return failed ? file : cow_String(path.string());
 }
 
+/// True for a journal that would change another file's pages, not one that a first transaction left: SQLite's
+/// file format has eight fixed bytes, and from byte 16 the number of pages before the transaction.
+bool IsJournalOfAModel(const cow_String& journal) {
+  std::array<char, 20> head{};
+  std::ifstream(journal, std::ios::binary).read(head.data(), head.size());
+  return std::string_view(head.data(), 8) == "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7"
+         && std::any_of(head.begin() + 16, head.end(), [](char byte) { return byte != 0; });
+}
+
 /// Lets SQLite undo what a killed writer left behind: reading through a writable connection does it.
 void Recover(const cow_String& file, const cow_String& path) {
   std::error_code ignored;
@@ -109,10 +120,9 @@ void Recover(const cow_String& file, const cow_String& path) {
 
 std::unique_ptr<db_File> db_File::Create(const cow_String& file, const cls_Database::Options& options) {
   const cow_String path = Resolved(file);
-  std::error_code ignored;
   if (HasContent(path))
     Recover(file, path);
-  else if (!fs::exists(path, ignored) && fs::exists(path + "-journal", ignored))
+  else if (IsJournalOfAModel(path + "-journal"))
     throw nex_TextException(
         file + ": the journal " + path
         + "-journal of another model stands there; move it to where its model is, or delete it "

@@ -17,8 +17,15 @@ struct cls_Finding {
   cow_String advice;    ///< what to do about it
 };
 
-/// Checks a whole database: SQLite's own check of every page and index, every checksum, every reference and
-/// its counterpart in the table of references, and that every root can be read with everything it reaches.
+/// What to do with a damaged file. A journal beside it must go with it: SQLite would play it back into the
+/// next file of that name.
+inline constexpr const char* cls_kRestoreAdvice =
+    "move the file away, together with the journal beside it (its name with -journal) if there is one, and "
+    "put a backup in "
+    "its place; \"dump\" shows what can still be read";
+
+/// Checks a whole database: SQLite's own check of every page, every checksum, the number of rows of every
+/// table, how often each object is referred to, and that every root can be read with everything it reaches.
 /// What cannot be reached after some damage is not reported again for each place that needs it.
 ///
 /// Errors     cls_BusyException, wip_Cancelled; what is wrong with the file is a finding.

@@ -10,7 +10,7 @@ class db_File;
 struct db_Access;
 class cls_Database;
 
-/// The file is in use by another process or connection; the call can be repeated.
+/// The file is in use by another process or connection; what was refused, a whole write pass, can be made again.
 class CORE_GEOMETRY_PLATFORM_API cls_BusyException : public nex_TextException {
 public:
   using nex_TextException::nex_TextException;

@@ -39,7 +39,7 @@ public:
   long long PutRow(unsigned typeId, int version, const cls_Row& row);
   long long PutRow(const cow_String& root, unsigned typeId, int version, const cls_Row& row);
 
-  /// After cls_BusyException it can be called again.
+  /// All or nothing: a commit that fails, cls_BusyException included, has rolled back, and the pass is made again.
   void Commit();
 
 private:
