@@ -178,12 +178,47 @@ private:
                *dropObject_ = nullptr;
 };
 
-void SmallCommit(benchmark::State& state) {
+void DescribeSmall() {
   omi_Singleton<cls_MetadataRegistrar>::Instance().initClassMetadata(
       [](cls_ClassRegistrar& registrar) {
         cls_DescribeClass<Small>(registrar, "Small", 1, Small::StoredFields());
       },
       7);
+}
+
+/// Opening a model and listing its roots, which are counted and checked, against reading their names in bare
+/// SQLite.
+void ListRoots(benchmark::State& state) {
+  DescribeSmall();
+  const std::string file = InFolder("bench_roots.cgdb");
+  std::filesystem::remove(file);
+  {
+    cls_Database db = cls_Database::Create(file);
+    cls_WritePass pass(db);
+    const cow_CountedHld<Small> small(new Small);
+    for (int i = 0; i < state.range(0); ++i) pass.Put("sets/Wing/small" + std::to_string(i), small);
+    pass.Commit();
+  }
+  SideBySide(
+      state, static_cast<double>(state.range(0)), [&] { return cls_Database::Open(file).Roots().Size(); },
+      [&] {
+        cow_List<cow_String> names;
+        sqlite3* db = nullptr;
+        sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
+        sqlite3_exec(
+            db, "SELECT name FROM root ORDER BY name",
+            [](void* target, int, char** values, char**) {
+              static_cast<cow_List<cow_String>*>(target)->Append(cow_String(values[0]));
+              return 0;
+            },
+            &names, nullptr);
+        sqlite3_close(db);
+        return names.Size();
+      });
+}
+
+void SmallCommit(benchmark::State& state) {
+  DescribeSmall();
   const int objects = static_cast<int>(state.range(0));
   const bool replace = state.range(1) != 0;
   const Small small;
@@ -237,4 +272,5 @@ BENCHMARK(SmallCommit)
     ->UseManualTime()
     ->Iterations(100)
     ->Unit(benchmark::kMicrosecond);
+BENCHMARK(ListRoots)->Arg(100000)->UseManualTime()->Iterations(7)->Unit(benchmark::kMillisecond);
 BENCHMARK(CopyMesh);
