@@ -40,9 +40,10 @@ public:
   void UniqueEdge(Mask& mask) const noexcept;
   /// Adds the other addresses of every physical edge in the mask.
   void NonUniqueEdge(Mask& mask) const noexcept;
-  /// Pairs of both bits of a physical edge, and of all bits but the later one.
+  /// Pairs of both bits of a physical edge, and of all bits but the later one; by both faces, then by both
+  /// edges.
   std::span<const MaskPair> UniqueEdgeMasks() const noexcept { return uniqueEdgeMasks_; }
-  /// Pairs of the bit of an address and that of the same edge on another face.
+  /// Pairs of the bit of an address and that of the same edge on another face; by both addresses.
   std::span<const MaskPair> NonUniqueEdgeMasks() const noexcept { return nonUniqueEdgeMasks_; }
 
   // ask: from nodes; faces and edges need room for kMaxEdges values

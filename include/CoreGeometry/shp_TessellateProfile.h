@@ -15,7 +15,8 @@ using shp_ProfileLine = std::vector<shp_ProfilePoint>;
 /// A circle goes the shorter way round its centre from the end of the segment before it, half a circle
 /// counter-clockwise; where the two radii differ, the radius grows evenly between them. A parabola is the one
 /// that touches both lines to its control point at its ends. The profile is drawn with sharp corners, without
-/// its fillets. A profile that does not begin with START begins where its first segment ends.
+/// its fillets. A profile that does not begin with START begins where its first segment ends. Of a circle or
+/// parabola with a coordinate that is not finite only the end remains.
 ///
 /// Units      model length, x and y of the stored points.
 /// Tolerance  no point of a curve is farther from the polygon than chordTolerance, as long as a segment needs

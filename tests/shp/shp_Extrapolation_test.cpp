@@ -121,6 +121,40 @@ TEST_F(shp_ExtrapolationTest, EveryLabelHasItsPointsInsideAndKeepsConstants) {
   }
 }
 
+TEST_F(shp_ExtrapolationTest, WeightsAreZeroOrOneWhereTheirValueIs) {
+  constexpr double kLeast = 1e-4; // all other weights are farther from 0 and from 1
+  for (const auto& [label, key] : dictionary_.LabelTable()) {
+    const shp_Shape& shape = Shape(label);
+    std::ostringstream text;
+    shape.PrintWeightsInTable(text); // with seven digits of what is computed in double precision
+    std::istringstream words(text.str());
+    const auto check = [&](double weight, const char* where) {
+      EXPECT_TRUE(weight == 0 || std::abs(weight) > kLeast) << label << where << weight;
+      EXPECT_TRUE(weight == 1 || std::abs(weight - 1) > kLeast) << label << where << weight;
+    };
+    for (std::string word; words >> word;)
+      if (char* end; std::strtod(word.c_str(), &end), *end == 0) check(std::stod(word), " printed ");
+    if (shape.NodeCoordinates().empty()) continue;
+    for (const auto table :
+         {shape.IntPtToNodeWeights(), shape.IntPtToFaceWeights(), shape.NodeToFaceWeights()})
+      for (const float weight : table) check(weight, " in a table ");
+    std::vector<float> values(static_cast<std::size_t>(shape.NumBaseNodes())), faces(6);
+    for (float& value : values) { // a large value at one node
+      value = 1e30F;
+      shape.ExtrapolateToFaces(values, res_ELEMENT_NODAL, faces, 1);
+      for (const float face : faces) check(face / 1e30F, " at a face ");
+      value = 0;
+    }
+    for (int face = 0; face < shape.NumFaces(); ++face)
+      for (int point = 0; point < shape.MaxIntPtsPerFace(); ++point) {
+        std::vector<float> unit(static_cast<std::size_t>(shape.MaxIntPtsPerFace())), nodes(9);
+        unit[static_cast<std::size_t>(point)] = 1;
+        shape.ExtrapolateFromFaceIntPtsToFaceNodes(unit, nodes, 1, face);
+        for (const float node : nodes) check(node, " from a face point ");
+      }
+  }
+}
+
 TEST_F(shp_ExtrapolationTest, PointsAreThoseOfTheirDegree) {
   const double root = std::sqrt(15.0);
   struct Rule {

@@ -60,6 +60,14 @@ TEST_F(shp_InverseTopoTableTest, AgreesWithTheFaceAndEdgeTablesOfEveryShape) {
     Mask all = 0;
     for (const auto& [address, ends] : edges) all |= Bit(address);
     EXPECT_EQ(shape.EdgesMask(), all);
+    std::vector<shp_InverseTopoTable::MaskPair> pairs; // by both faces, then by both edges
+    for (int face = 0; face < shape.NumFaces(); ++face)
+      for (int later = face + 1; later < shape.NumFaces(); ++later)
+        for (const auto& [address, ends] : edges)
+          for (const auto& [other, otherEnds] : edges)
+            if (address.first == face && other.first == later && ends == otherEnds)
+              pairs.push_back({Bit(address) | Bit(other), ~Bit(other)});
+    EXPECT_TRUE(std::ranges::equal(shape.UniqueEdgeMasks(), pairs));
     Mask kept = all;
     shape.UniqueEdge(kept);
     EXPECT_EQ(std::popcount(kept), shape.NumUniqueEdges());
@@ -158,10 +166,15 @@ TEST_F(shp_InverseTopoTableTest, PrintsItsTablesUnderTheirNames) {
                           "edgeNodeMaskTable:\n00000005 00000003 00000006\n"
                           "edgeFaceMaskTable:\n00000007\n"
                               + std::string(70, '-') + "\n");
-  std::ostringstream solid;
-  Shape("C3D4").PrintInverseTable(solid);
-  EXPECT_NE(solid.str().find("\nUniqueEdgeMasks: \n00004001 ffffbfff 00000102 "), std::string::npos)
-      << solid.str();
-  EXPECT_NE(solid.str().find("\nNonUniqueEdgeMasks: \n"), std::string::npos);
+  const std::pair<const char*, const char*> solids[] = {
+      {"C3D8", "00000108 fffffeff 00001004 ffffefff 00080002 "}, // by both faces
+      {"C3D4", "00000014 ffffffef "}};
+  for (const auto& [label, first] : solids) {
+    std::ostringstream solid;
+    Shape(label).PrintInverseTable(solid);
+    EXPECT_NE(solid.str().find(std::string("\nUniqueEdgeMasks: \n") + first), std::string::npos)
+        << solid.str();
+    EXPECT_NE(solid.str().find("\nNonUniqueEdgeMasks: \n"), std::string::npos);
+  }
 }
 } // namespace

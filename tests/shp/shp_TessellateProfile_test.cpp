@@ -88,6 +88,13 @@ TEST(shp_Profile, IsDrawnFromEachStartWithExactEnds) {
   const auto fine = shp_TessellateProfile(
       Surface({{Segment::START, {At(3, 0)}}, {Segment::CIRCLE, {At(1, 0), At(2, 0)}}}), 1e-300);
   EXPECT_EQ(fine[0].size(), 65537U);
+  const double nan = std::nan("");
+  for (const g3d_Point& odd : {At(nan, 0), At(0, nan), At(HUGE_VAL, 1)}) // where there is no curve
+    for (const auto& [end, other] : {std::pair(odd, At(2, 0)), std::pair(At(2, 0), odd), std::pair(odd, odd)})
+      for (const Segment::TypeEnm type : {Segment::CIRCLE, Segment::PARABOLA})
+        EXPECT_EQ(shp_TessellateProfile(Surface({{Segment::START, {At(3, 0)}}, {type, {end, other}}}), 0.1)[0]
+                      .size(),
+                  2U);
   EXPECT_THROW(shp_TessellateProfile({}, 0), nex_AssertionException);
   EXPECT_THROW(
       shp_TessellateProfile(Surface({{Segment::START, {At(0, 0)}}, {Segment::CIRCLE, {At(1, 0)}}}), 1),

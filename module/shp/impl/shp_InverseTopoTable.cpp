@@ -5,6 +5,7 @@
 #include <CoreGeometry/shp_Topology.h>
 #include <CoreUtils/atr_String.h>
 #include <algorithm>
+#include <bit>
 
 namespace {
 // Keys of corners, which are numbered below 16; a table ends with the key of the largest corner.
@@ -45,11 +46,17 @@ void shp_InverseTopoTable::PairEdges() {
     for (const Edge& other : edges_) {
       if (!edge->JoinsSameAs(other)) continue;
       faces |= Mask{1} << other.face;
-      if (other.face > edge->face) uniqueEdgeMasks_.push_back({edge->Bit() | other.Bit(), ~other.Bit()});
       if (other.face != edge->face) nonUniqueEdgeMasks_.push_back({edge->Bit(), other.Bit()});
     }
     edgeFaces_.push_back(faces);
   }
+  // by both faces first, unlike the pairs above
+  const int numFaces = std::bit_width(facesMask_);
+  for (int face = 0; face < numFaces; ++face)
+    for (int later = face + 1; later < numFaces; ++later)
+      for (const Edge& edge : std::ranges::equal_range(edges_, face, {}, &Edge::face))
+        for (const Edge& other : std::ranges::equal_range(edges_, later, {}, &Edge::face))
+          if (edge.JoinsSameAs(other)) uniqueEdgeMasks_.push_back({edge.Bit() | other.Bit(), ~other.Bit()});
 }
 
 void shp_InverseTopoTable::BuildNodeTables() {

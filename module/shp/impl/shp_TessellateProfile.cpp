@@ -14,7 +14,7 @@ shp_ProfilePoint At(const Segment& segment, int i) {
 }
 
 int PiecesFor(double wanted) {
-  return static_cast<int>(std::clamp(std::ceil(wanted), 1.0, kMostPieces)); // a NaN cannot come here
+  return static_cast<int>(std::clamp(std::ceil(wanted), 1.0, kMostPieces)); // of curves that are finite
 }
 
 class Tessellation {
@@ -46,7 +46,7 @@ private:
     double sweep = std::atan2(x0 * y1 - y0 * x1, x0 * x1 + y0 * y1); // -pi to pi
     if (sweep < -kHalfTurn) sweep += 2 * kPi;
     const double largest = std::max(radius, radius + growth);
-    if (!(largest > 0) || !std::isfinite(largest)) return;
+    if (!(largest > 0) || !std::isfinite(largest) || !std::isfinite(growth + sweep)) return;
     const double step = std::min(kPi / 2, 2 * std::acos(1 - std::min(1.0, tolerance_ / largest)));
     const int pieces = PiecesFor(step > 0 ? std::fabs(sweep) / step : kMostPieces);
     for (int i = 1; i < pieces; ++i) {

@@ -13,12 +13,22 @@ using Matrix = shp_WeightTables::Matrix;
 using Points = std::span<const shp_IsoPoint>;
 using Functions = std::function<std::vector<double>(const shp_IsoPoint&)>;
 
+/// A weight that is 0 or 1 but for rounding, as 0 or 1. A weight is a sum of at most 27 products below 100,
+/// so rounding is below 1e-12; weights with another value are more than 1e-4 away from 0 and from 1.
+double WithoutNoise(double weight) {
+  constexpr double kNoise = 1e-12;
+  return std::abs(weight) < kNoise ? 0 : std::abs(weight - 1) < kNoise ? 1 : weight;
+}
+
 void AppendRow(Matrix& matrix, std::span<const double> row) {
   matrix.numColumns = row.size();
-  matrix.values.insert(matrix.values.end(), row.begin(), row.end());
-  matrix.rounded.insert(matrix.rounded.end(), row.begin(), row.end());
   double gain = 0;
-  for (const double weight : row) gain += std::abs(weight);
+  for (const double computed : row) {
+    const double weight = WithoutNoise(computed);
+    matrix.values.push_back(weight);
+    matrix.rounded.push_back(static_cast<float>(weight));
+    gain += std::abs(weight);
+  }
   matrix.largestGain = std::max(matrix.largestGain, gain);
 }
 
