@@ -21,8 +21,9 @@ struct gsl_TravelTriangle;
 /// Arrays     are referred to, not copied: they must outlive the tree and not change.
 /// Empty      a triangle with a coordinate that is not finite is left out. Colinear or coincident points make
 ///            a triangle that is the segment or point they cover.
-/// Errors     nex_TextException for a point that is not there. A rest of one or two indices, or coordinates,
-///            is ignored.
+/// Range      coordinates up to 1e38, and sets that are 1e-60 across or more.
+/// Errors     nex_TextException for a point that is not there, and for a coordinate beyond the range. A rest
+///            of one or two indices, or coordinates, is ignored.
 /// Cost       20 to 35 bytes a triangle, and 16 more while it is built; building takes n log n steps.
 /// Threads    searched from any thread.
 class CORE_GEOMETRY_API gsl_TriangleTree {

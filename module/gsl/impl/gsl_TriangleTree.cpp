@@ -1,5 +1,6 @@
 #include "gsl_TravelKernel.h"
 #include "gsl_TriangleArrays.h"
+#include <BasicUtils/nex_Exception.h>
 #include <CoreGeometry/gsl_Travel.h>
 #include <CoreGeometry/gsl_Vector.h>
 #include <bit>
@@ -8,6 +9,7 @@
 
 namespace {
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr double kLargest = 1e38; ///< coordinate; what is relative to the middle of a set is then a float
 
 float RoundDown(double value) {
   const auto rounded = static_cast<float>(value);
@@ -45,9 +47,21 @@ void ToFrame(const gsl_TravelFrame& frame, const T* xyz, const int* corners, gsl
   for (int i = 0; i < 3; ++i)
     gsl_ToFrame(frame, xyz + 3 * static_cast<std::size_t>(corners[i]), triangle.p[i]);
 }
+
+/// Refuses a triangle with finite coordinates of which one is too large.
+template<class T> void CheckRange(const T* xyz, const int* corners, std::size_t triangle) {
+  double largest = 0, sum = 0;
+  for (int i = 0; i < 9; ++i) {
+    const double x = xyz[3 * static_cast<std::size_t>(corners[i / 3]) + static_cast<std::size_t>(i % 3)];
+    largest = std::max(largest, std::fabs(x));
+    sum += x * 0;
+  }
+  if (sum == 0 && largest > kLargest)
+    throw nex_TextException("triangle " + std::to_string(triangle) + ": a coordinate is beyond 1e+38");
+}
 } // namespace
 
-// The middles of the triangles, and the box of the whole set.
+// The middles of the triangles, and the box of the whole set. The tree keeps places in single precision.
 template<class T>
 std::vector<gsl_TriangleTree::Item> gsl_TriangleTree::FindMiddles(const T* xyz, std::size_t numTriangles) {
   std::fill_n(low_, 3, std::numeric_limits<double>::infinity());
@@ -61,7 +75,10 @@ std::vector<gsl_TriangleTree::Item> gsl_TriangleTree::FindMiddles(const T* xyz, 
     triangle.FindBox();
     double sum = 0;
     for (const auto& p : triangle.p) sum += p[0] + p[1] + p[2];
-    if (!std::isfinite(sum)) continue;
+    if (!std::isfinite(sum)) {
+      CheckRange(xyz, triangles_ + 3 * i, i);
+      continue;
+    }
     if (items.empty()) std::copy_n(triangle.p[0], 3, base);
     Item item{{}, static_cast<std::int32_t>(i)};
     for (int axis = 0; axis < 3; ++axis) {
@@ -71,6 +88,11 @@ std::vector<gsl_TriangleTree::Item> gsl_TriangleTree::FindMiddles(const T* xyz, 
     }
     items.push_back(item);
   }
+  for (int axis = 0; axis < 3; ++axis)
+    if (!items.empty() && std::max(-low_[axis], high_[axis]) > kLargest)
+      for (const Item& item : items)
+        CheckRange(xyz, triangles_ + 3 * static_cast<std::size_t>(item.triangle),
+                   static_cast<std::size_t>(item.triangle));
   return items;
 }
 
@@ -107,7 +129,8 @@ std::size_t FindCut(std::span<const Item> items, int axis, float low, float high
                     std::size_t most) {
   constexpr int kBins = 32, kWide = 3;
   std::size_t count[kBins] = {};
-  const float scale = kBins / (high - low);
+  // of parts less than 1e-37 across the quotient is beyond float; they are not looked at so closely
+  const float scale = std::min(kBins / (high - low), std::numeric_limits<float>::max());
   for (const Item& item : items)
     ++count[std::min(static_cast<int>((item.middle[axis] - low) * scale), kBins - 1)];
   std::size_t before = 0, cut = items.size() / 2;
