@@ -104,17 +104,19 @@ private:
 /// skipped.
 ///
 /// A vertex counts with its distance from the other plane along dir, also when it is past it. Edges meet
-/// where they cross in the view along dir, and only ahead. Colinear vertices meet nothing.
+/// where they cross in the view along dir, and only ahead. When one of the two is edge-on, or both in one
+/// plane or in planes that cross, the travel is 0 for triangles that are in contact and nothing for those
+/// that are past each other. Colinear vertices meet nothing.
 CORE_GEOMETRY_API bool gsl_TriTriMinDirectionalDist(const gsl_Vector& dir, const gsl_Point& a0,
                                                     const gsl_Point& a1, const gsl_Point& a2,
                                                     const gsl_Point& b0, const gsl_Point& b1,
                                                     const gsl_Point& b2, const bool flip[2], double tol,
                                                     gsl_Point contact[], double& d);
 
-/// The same for two segments of one plane that contains dir: the ends of segment p are carried along dir
-/// times sign onto segment q. With a sign of 1 it is p that moves along dir, with -1 it is q. Only travel
-/// ahead counts. Segments whose planes along dir cross meet in their crossing. contact[0] is the point of the
-/// segment that moves.
+/// The smallest travel, 0 or more, of one of two segments along dir until it meets the other, when it is
+/// below d. With a sign of 1 it is p that moves, with -1 it is q. The segments are of one plane that contains
+/// dir; those whose planes along dir cross meet in their crossing. Segments in contact have a travel of 0.
+/// contact[0] is the point of the segment that moves.
 CORE_GEOMETRY_API bool gsl_InPlaneSegSegMinDirectionalDist(const gsl_Vector& dir, const gsl_Point& p0,
                                                            const gsl_Point& p1, const gsl_Point& q0,
                                                            const gsl_Point& q1, int sign, gsl_Point contact[],

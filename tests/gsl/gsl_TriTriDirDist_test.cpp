@@ -203,6 +203,41 @@ TEST(gsl_TriTriDirDist, MeetsVerticesFacesAndEdges) {
        {{2, 0, 3}, {2, 4, 3}, {2, 2, 5}},
        3,
        {2, 1, 0}},
+      {"edge-on, pierces",
+       {{1, 1, -1}, {2, 1, -1}, {1.5, 1, 1}},
+       {{0, 0, 0}, {0, 9, 0}, {9, 0, 0}},
+       0,
+       {1.25, 1, 0}},
+      {"edge-on, pierces with a face wider than the other",
+       {{-9, 1, -1}, {9, 1, -1}, {0, 1, 8}},
+       {{0, 0, 0}, {0, 4, 0}, {4, 0, 0}},
+       0,
+       {0, 1, 0}},
+      {"the other one edge-on, pierces",
+       {{0, 0, 0}, {4, 0, 0}, {0, 4, 0}},
+       {{1, 1, -1}, {2, 1, -1}, {1, 1, 1}},
+       0,
+       {1, 1, 0}},
+      {"edge-on, past by less than the tolerance",
+       {{1, 1, 4}, {2, 1, 4}, {1.5, 1, 5e-7}},
+       {{0, 0, 0}, {0, 9, 0}, {9, 0, 0}},
+       -1,
+       {}},
+      {"both edge-on in one plane, overlap",
+       {{0, 1, 0}, {4, 1, 0}, {2, 1, 3}},
+       {{1, 1, 1}, {3, 1, 1}, {2, 1, 5}},
+       0,
+       {2, 1, 15.0 / 7}},
+      {"both edge-on, one inside the other",
+       {{0, 1, 0}, {9, 1, 0}, {0, 1, 9}},
+       {{1, 1, 1}, {2, 1, 1}, {1, 1, 2}},
+       0,
+       {1, 1, 16.0 / 9}},
+      {"both edge-on, planes cross, overlap",
+       {{0, 1, 0}, {4, 1, 0}, {2, 1, 4}},
+       {{2, 0, 3}, {2, 4, 3}, {2, 2, 5}},
+       0,
+       {2, 1, 3.2}},
       {"both edge-on, apart", {{0, 1, 0}, {4, 1, 0}, {2, 1, -1}}, {{1, 2, 3}, {1, 2, 5}, {0, 2, 4}}, -1, {}},
       {"colinear", {{0, 0, 0}, {1, 1, 0}, {2, 2, 0}}, {{0, 0, 3}, {0, 9, 3}, {9, 0, 3}}, -1, {}}};
   const bool noFlip[2] = {false, false};
@@ -244,11 +279,46 @@ TEST(gsl_TriTriDirDist, MovesSegmentsOfOnePlane) {
   const gsl_Point a0(0, 0, 0), a1(2, 0, 1), b0(1, 0, 5), b1(9, 0, 5);
   EXPECT_DOUBLE_EQ(travel(a0, a1, b0, b1, 1), 4); // the end (2, 0, 1) moves
   EXPECT_LT(contact[0].GetDistance(a1), 1e-9);
-  EXPECT_DOUBLE_EQ(travel(b0, b1, a0, a1, -1), 4.5); // the end (1, 0, 5) is met
-  EXPECT_LT(contact[0].GetDistance(gsl_Point(1, 0, 0.5)), 1e-9);
+  EXPECT_DOUBLE_EQ(travel(b0, b1, a0, a1, -1), 4); // the same, moved as the other one
+  EXPECT_LT(contact[0].GetDistance(a1), 1e-9);
   EXPECT_EQ(travel(a0, a1, b0, b1, -1), -1);                                      // it moves away
   EXPECT_EQ(travel(a0, a1, gsl_Point(3, 0, 5), b1, 1), -1);                       // beside
   EXPECT_DOUBLE_EQ(travel(a0, a1, gsl_Point(0, 0, 7), gsl_Point(0, 0, 3), 1), 3); // along the direction
+  // the ends of the other one are met as well, and what is in contact has no way to go
+  const gsl_Point flat0(0, 0, 0), flat1(2, 0, 0);
+  EXPECT_DOUBLE_EQ(travel(flat0, flat1, gsl_Point(1, 0, 1), gsl_Point(3, 0, 5), 1), 1);
+  EXPECT_LT(contact[0].GetDistance(gsl_Point(1, 0, 0)), 1e-9);
+  EXPECT_DOUBLE_EQ(travel(flat0, flat1, gsl_Point(0.5, 0, 1), gsl_Point(1.5, 0, 5), 1), 1);
+  EXPECT_EQ(travel(flat0, gsl_Point(2, 0, 2), gsl_Point(0, 0, 2), gsl_Point(2, 0, 0), 1), 0);
+  EXPECT_LT(contact[0].GetDistance(gsl_Point(1, 0, 1)), 1e-9);
+  EXPECT_EQ(travel(flat0, gsl_Point(0, 0, 4), gsl_Point(-1, 0, 2), gsl_Point(2, 0, 2), 1), 0);
+  EXPECT_EQ(travel(flat0, gsl_Point(0, 0, 4), gsl_Point(0, 0, 3), gsl_Point(0, 0, 9), 1), 0);
+
+  // any two segments of a plane: the nearest of all pairs of their points that the direction joins
+  RandomGeometry random(17);
+  for (int i = 0; i < 2'000; ++i) {
+    const auto place = [&] {
+      return gsl_Point(std::floor(random.Real(0, 5)), 0, std::floor(random.Real(0, 9)));
+    };
+    const gsl_Point p[2] = {place(), place()}, q[2] = {place(), place()};
+    double low = 1e9, high = -1e9;
+    for (const gsl_Point& a : p)
+      for (const gsl_Point& b : q) {
+        const auto offer = [&](double way) { low = std::min(low, way), high = std::max(high, way); };
+        const auto at = [](const gsl_Point(&s)[2], double x, double& z) {
+          if (s[0][0] == s[1][0] || (x - s[0][0]) * (x - s[1][0]) > 0) return false;
+          z = s[0][2] + (s[1][2] - s[0][2]) * (x - s[0][0]) / (s[1][0] - s[0][0]);
+          return true;
+        };
+        double z;
+        if (a[0] == b[0]) offer(b[2] - a[2]);
+        if (at(q, a[0], z)) offer(z - a[2]);
+        if (at(p, b[0], z)) offer(b[2] - z);
+      }
+    const double expected = high >= 0 ? std::max(low, 0.0) : -1;
+    EXPECT_NEAR(travel(p[0], p[1], q[0], q[1], 1), expected, 1e-9) << i;
+    EXPECT_NEAR(travel(q[0], q[1], p[0], p[1], -1), expected, 1e-9) << i;
+  }
 }
 
 TEST(gsl_TriTriDirDist, BoxesEnterEachOther) {

@@ -57,6 +57,31 @@ struct Nearest {
   }
 };
 
+/// The ways from the moving element to the other. The pairs of points that the direction joins are a convex
+/// set, so the two are in contact as soon as there is a way back and one ahead.
+struct Ways {
+  struct End {
+    double way;
+    gsl_Point onMoving, onTarget;
+  };
+  End least{std::numeric_limits<double>::infinity(), {}, {}};
+  End most{-std::numeric_limits<double>::infinity(), {}, {}};
+
+  void Add(const View& view, const gsl_Point& onMoving, const gsl_Point& onTarget) {
+    const double way = view.Depth(onTarget) - view.Depth(onMoving);
+    if (way < least.way) least = {way, onMoving, onTarget};
+    if (way > most.way) most = {way, onMoving, onTarget};
+  }
+  void OfferTo(Nearest& nearest) const {
+    if (!(most.way >= -gsl_Tol())) return;
+    // where the way is 0 when they overlap
+    const double t =
+        least.way < 0 && most.way > least.way ? std::min(least.way / (least.way - most.way), 1.0) : 0.0;
+    nearest.Offer(std::max(least.way, 0.0), gsl_Point(least.onMoving, 1 - t, most.onMoving, t),
+                  gsl_Point(least.onTarget, 1 - t, most.onTarget, t));
+  }
+};
+
 bool Carry(const gsl_Point& p, const gsl_Vector& u, const Triangle& onto, gsl_Point& hit) {
   double weights[3];
   gsl_Point foot;
@@ -64,60 +89,62 @@ bool Carry(const gsl_Point& p, const gsl_Vector& u, const Triangle& onto, gsl_Po
          && hit.ProjectOn(onto.vertex[0], onto.vertex[1], onto.vertex[2], foot, weights);
 }
 
-/// Edges of a, which moves along the view's direction, against edges of b.
-void CrossEdges(const View& view, const Triangle& a, const Triangle& b, Nearest& nearest) {
+/// Visits the places where an edge of a crosses an edge of b in the view.
+template<class Visit> void CrossEdges(const View& view, const Triangle& a, const Triangle& b, Visit visit) {
   gsl_Point onA, onB;
   for (unsigned i = 0; i < 3; ++i)
     for (unsigned j = 0; j < 3; ++j)
       if (view.Cross(a.vertex[i], a.vertex[(i + 1) % 3], b.vertex[j], b.vertex[(j + 1) % 3], onA, onB))
-        nearest.OfferAhead(view.Depth(onB) - view.Depth(onA), onA, onB);
+        visit(onA, onB);
 }
 
-/// The vertices of a triangle edge-on to the direction against the plane of another: with a sign of 1 the
-/// edge-on one moves, with -1 the other.
-void CarryEdgeOn(const gsl_Vector& u, const Triangle& edgeOn, const Triangle& other, int sign,
-                 Nearest& nearest) {
+/// One triangle is edge-on to the direction: its vertices over the other, and where edges cross.
+void EdgeOn(const View& view, const Triangle& a, const Triangle& b, bool isFirst, Nearest& nearest) {
+  Ways ways;
   gsl_Point hit;
+  const Triangle &edgeOn = isFirst ? a : b, &other = isFirst ? b : a;
   for (const gsl_Point& p : edgeOn.vertex)
-    if (Carry(p, u, other, hit))
-      nearest.OfferAhead(sign * gsl_Vector(p, hit).DotProduct(u), sign > 0 ? p : hit, sign > 0 ? hit : p);
+    if (Carry(p, view.along, other, hit)) ways.Add(view, isFirst ? p : hit, isFirst ? hit : p);
+  CrossEdges(view, a, b, [&](const gsl_Point& onA, const gsl_Point& onB) { ways.Add(view, onA, onB); });
+  ways.OfferTo(nearest);
 }
 
-void General(const gsl_Vector& u, const Triangle& a, const Triangle& b, Nearest& nearest) {
+void General(const View& view, const Triangle& a, const Triangle& b, Nearest& nearest) {
   gsl_Point hit;
   for (const gsl_Point& p : a.vertex)
-    if (Carry(p, u, b, hit)) nearest.Offer(std::fabs(p.GetDistance(b.plane, u)), p, hit);
+    if (Carry(p, view.along, b, hit)) nearest.Offer(std::fabs(p.GetDistance(b.plane, view.along)), p, hit);
   for (const gsl_Point& p : b.vertex)
-    if (Carry(p, u, a, hit)) nearest.Offer(std::fabs(p.GetDistance(a.plane, u)), hit, p);
+    if (Carry(p, view.along, a, hit)) nearest.Offer(std::fabs(p.GetDistance(a.plane, view.along)), hit, p);
+  CrossEdges(view, a, b, [&](const gsl_Point& onA, const gsl_Point& onB) {
+    nearest.OfferAhead(view.Depth(onB) - view.Depth(onA), onA, onB);
+  });
 }
 
-bool InPlane(const View& view, const gsl_Point& p0, const gsl_Point& p1, const gsl_Point& q0,
-             const gsl_Point& q1, int sign, Nearest& nearest) {
-  const bool foundBefore = nearest.found;
-  nearest.found = false;
-  const auto meet = [&](const gsl_Point& onP, const gsl_Point& onQ) {
-    nearest.OfferAhead(sign * (view.Depth(onQ) - view.Depth(onP)), sign > 0 ? onP : onQ,
-                       sign > 0 ? onQ : onP);
-  };
-  const gsl_Point flat0 = view.Flat(q0), flat1 = view.Flat(q1);
-  const gsl_Segment flat(flat0, flat1);
-  for (const gsl_Point* end : {&p0, &p1}) {
-    const gsl_Point flatEnd = view.Flat(*end);
-    if (flat.Length() < gsl_Tol()) { // q runs along the direction: its ends are what can be met
-      if (!flatEnd.IsOn(flat0)) continue;
-      meet(*end, q0);
-      meet(*end, q1);
-      continue;
-    }
-    double t;
-    gsl_Point foot;
-    if (flatEnd.ProjectOn(flat, foot, t) && flatEnd.IsOn(foot)) meet(*end, gsl_Point(q0, 1 - t, q1, t));
+/// Visits the points of a segment that the direction joins with a point.
+template<class Visit>
+void FindOn(const View& view, const gsl_Point& p, const gsl_Point& s0, const gsl_Point& s1, Visit visit) {
+  const gsl_Point flat = view.Flat(p), flat0 = view.Flat(s0), flat1 = view.Flat(s1);
+  if (flat0.GetDistance(flat1) < gsl_Tol()) { // the segment runs along the direction: its ends
+    if (!flat.IsOn(flat0)) return;
+    visit(s0);
+    visit(s1);
+    return;
   }
+  double t;
+  gsl_Point foot;
+  if (flat.ProjectOn(gsl_Segment(flat0, flat1), foot, t) && flat.IsOn(foot))
+    visit(gsl_Point(s0, 1 - t, s1, t));
+}
+
+/// The ways of segment p to segment q, of one plane along the direction or of two that cross.
+void InPlane(const View& view, const gsl_Point& p0, const gsl_Point& p1, const gsl_Point& q0,
+             const gsl_Point& q1, Ways& ways) {
+  for (const gsl_Point* end : {&p0, &p1})
+    FindOn(view, *end, q0, q1, [&](const gsl_Point& onQ) { ways.Add(view, *end, onQ); });
+  for (const gsl_Point* end : {&q0, &q1})
+    FindOn(view, *end, p0, p1, [&](const gsl_Point& onP) { ways.Add(view, onP, *end); });
   gsl_Point onP, onQ;
-  if (view.Cross(p0, p1, q0, q1, onP, onQ)) meet(onP, onQ);
-  const bool found = nearest.found;
-  nearest.found = found || foundBefore;
-  return found;
+  if (view.Cross(p0, p1, q0, q1, onP, onQ)) ways.Add(view, onP, onQ);
 }
 
 /// The interval of depths of a triangle.
@@ -152,22 +179,16 @@ bool gsl_TriTriMinDirectionalDist(const gsl_Vector& dir, const gsl_Point& a0, co
   Nearest nearest{contact, d};
   if (edgeOnA && edgeOnB) {
     if (!(a.plane.GetDistance(b.plane) <= gsl_Tol())) return false;
+    Ways ways;
     for (unsigned i = 0; i < 3; ++i)
-      for (unsigned j = 0; j < 3; ++j) {
-        const gsl_Point &p0 = a.vertex[i], &p1 = a.vertex[(i + 1) % 3];
-        const gsl_Point &q0 = b.vertex[j], &q1 = b.vertex[(j + 1) % 3];
-        InPlane(view, p0, p1, q0, q1, 1, nearest);
-        InPlane(view, q0, q1, p0, p1, -1, nearest);
-      }
-    return nearest.found;
+      for (unsigned j = 0; j < 3; ++j)
+        InPlane(view, a.vertex[i], a.vertex[(i + 1) % 3], b.vertex[j], b.vertex[(j + 1) % 3], ways);
+    ways.OfferTo(nearest);
+  } else if (edgeOnA || edgeOnB) {
+    EdgeOn(view, a, b, edgeOnA, nearest);
+  } else {
+    General(view, a, b, nearest);
   }
-  if (edgeOnA)
-    CarryEdgeOn(u, a, b, 1, nearest);
-  else if (edgeOnB)
-    CarryEdgeOn(u, b, a, -1, nearest);
-  else
-    General(u, a, b, nearest);
-  CrossEdges(view, a, b, nearest);
   return nearest.found;
 }
 
@@ -176,8 +197,15 @@ bool gsl_InPlaneSegSegMinDirectionalDist(const gsl_Vector& dir, const gsl_Point&
                                          gsl_Point contact[], double& d) {
   gsl_Vector u = dir;
   if (!u.Normalize()) return false;
+  const View view{u, p0};
+  Ways ways;
+  if (sign < 0)
+    InPlane(view, q0, q1, p0, p1, ways);
+  else
+    InPlane(view, p0, p1, q0, q1, ways);
   Nearest nearest{contact, d};
-  return InPlane({u, p0}, p0, p1, q0, q1, sign < 0 ? -1 : 1, nearest);
+  ways.OfferTo(nearest); // contact may be some of the ends
+  return nearest.found;
 }
 
 bool gsl_BoxBoxDirectionalDist(const gsl_Vector& dir, const gsl_BBox& fixed, const gsl_BBox& movable,
