@@ -4,9 +4,11 @@
 #include <CoreGeometry/CoreGeometryExport.h>
 #include <vector>
 
-/// Solves A x = b by LU factorisation with partial pivoting.
+/// Solves A x = b by LU factorisation with partial pivoting. The sizes of the rows do not matter.
 ///
-/// Tolerance  singular: a pivot below 1e-14 times the largest element of its column in A, or not finite.
+/// Tolerance  singular: closer to a singular matrix than the rounding of the factorisation, which is 8 n
+/// times
+///            2.2e-16 times the growth of the elements in it, or not finite.
 /// Errors     none: Solve answers false for a singular matrix, and while no matrix is set.
 /// Cost       the first Solve after SetMatrix factorises, O(n cubed); each one substitutes, O(n squared).
 /// Threads    a value; the first Solve changes it.
@@ -22,11 +24,16 @@ public:
 private:
   enum class State { NoMatrix, Matrix, Factorised, Singular };
 
+  bool ScaleRows();
   bool Factorise();
+  bool IsNearSingular() const;
+  void Substitute(double* x) const;
   double& At(unsigned row, unsigned column) { return lu_[std::size_t{row} * size_ + column]; }
+  double At(unsigned row, unsigned column) const { return lu_[std::size_t{row} * size_ + column]; }
 
   std::vector<double> lu_;     ///< L below the diagonal (its own is 1), U on and above it
   std::vector<unsigned> swap_; ///< row exchanged with row i at step i
+  std::vector<int> rowScale_;  ///< exponents of the powers of two that the rows were divided by
   unsigned size_ = 0;
   State state_ = State::NoMatrix;
 };

@@ -51,6 +51,55 @@ TEST(gsl_LinearEqnLUDSolver, SolvesRandomAndNearlySingularSystems) {
   }
 }
 
+TEST(gsl_LinearEqnLUDSolver, TellsSingularMatricesFromRegularOnesOfAnyScale) {
+  RandomGeometry random(13);
+  const auto isRegular = [](System& s) {
+    gsl_LinearEqnLUDSolver solver;
+    solver.SetMatrix(s.rows.data(), static_cast<unsigned>(s.rows.size()));
+    return solver.Solve(s.b.data(), s.x.data());
+  };
+  const double judged[4][4] = {{-3, -1, 4, 3}, {-1, -4, 4, -3}, {-1, 3, -1, -3}, {-5, -2, 7, -3}};
+  System sum(4); // the last row is the sum of the others
+  for (unsigned i = 0; i < 4; ++i) std::copy_n(judged[i], 4, sum.rows[i]);
+  EXPECT_FALSE(isRegular(sum));
+  for (const unsigned n : {2U, 3U, 5U, 7U, 20U, 50U, 120U, 200U})
+    for (unsigned trial = 0; trial < 12 + 2000 / n; ++trial) {
+      System singular(n), regular(n);
+      for (unsigned i = 0; i < n; ++i)
+        for (unsigned j = 0; j < n; ++j) {
+          const double element = std::floor(random.Real(-5, 6));
+          singular.a[i][j] = i + 1 < n ? element : 0;
+          regular.a[i][j] = random.Real(-1, 1);
+        }
+      for (unsigned i = 0; i + 1 < n; ++i) {
+        const double weight = trial % 2 == 0 ? 1 : std::floor(random.Real(-2, 3));
+        for (unsigned j = 0; j < n; ++j) singular.a[n - 1][j] += weight * singular.a[i][j];
+      }
+      for (unsigned i = 0; i < n; ++i) { // exact factors, then any
+        const int power = static_cast<int>(random.Real(-40, 41));
+        for (unsigned j = 0; j < n; ++j) {
+          singular.a[i][j] = std::ldexp(singular.a[i][j], trial % 3 == 0 ? power : 0);
+          regular.a[i][j] *= std::pow(10, (trial % 3 == 0   ? static_cast<int>(i % 3) - 1
+                                           : trial % 3 == 1 ? static_cast<int>(j % 3) - 1
+                                                            : 0)
+                                              * 12);
+        }
+      }
+      EXPECT_FALSE(isRegular(singular)) << n << ' ' << trial;
+      ASSERT_TRUE(isRegular(regular)) << n << ' ' << trial;
+    }
+  // growth as large as it can be, sizes at the ends of the range
+  System growth(30), small(3);
+  for (unsigned i = 0; i < 30; ++i)
+    for (unsigned j = 0; j < 30; ++j) growth.a[i][j] = j == 29 || i == j ? 1 : i > j ? -1 : 0;
+  EXPECT_TRUE(isRegular(growth));
+  small.a = {{1e-300, 2e-300, 0}, {0, 3, 1}, {1e300, 0, 1e300}};
+  for (unsigned i = 0; i < 3; ++i) small.rows[i] = small.a[i].data();
+  small.b = {3e-300, 4, 2e300};
+  ASSERT_TRUE(isRegular(small));
+  for (const double x : small.x) EXPECT_DOUBLE_EQ(x, 1);
+}
+
 TEST(gsl_LinearEqnLUDSolver, ReportsSingularMatricesAndNoMatrix) {
   gsl_LinearEqnLUDSolver solver;
   double b[3] = {1, 2, 3}, x[3] = {7, 7, 7};
