@@ -14,6 +14,10 @@ template<class Class, class Value> struct cls_Field {
 };
 template<class Class, class Value> cls_Field(const char*, Value Class::*) -> cls_Field<Class, Value>;
 
+/// A stored real number that is given a value where the stored object has none.
+template<class Class> struct cls_FieldOr : cls_Field<Class, double> { double valueIfMissing; };
+template<class Class> cls_FieldOr(cls_Field<Class, double>, double) -> cls_FieldOr<Class>;
+
 /// The stored fields of a class, in stored order.
 template<class... Fields> struct cls_Fields {
   std::tuple<Fields...> fields;
@@ -110,13 +114,19 @@ template<class T, class Policy> struct cls_FieldKind<cow_COW<T, Policy>> {
   }
 };
 
+template<class Class, class Owner, class Value>
+void cls_ReadField(const cls_ReadVisitor& visitor, Class& object, const cls_Field<Owner, Value>& field) {
+  if (visitor.HasValue(field.name)) cls_FieldKind<Value>::Read(visitor, field.name, object.*field.member);
+}
+template<class Class, class Owner>
+void cls_ReadField(const cls_ReadVisitor& visitor, Class& object, const cls_FieldOr<Owner>& field) {
+  object.*field.member = visitor.GetDouble(field.name, field.valueIfMissing);
+}
+
 /// Reads the fields of an object. A field that the stored layout is too old for keeps its default value.
 template<class Class, class... Fields>
 void cls_ReadFields(const cls_ReadVisitor& visitor, Class& object, const cls_Fields<Fields...>& list) {
-  const auto read = [&]<class Owner, class Value>(const cls_Field<Owner, Value>& field) {
-    if (visitor.HasValue(field.name)) cls_FieldKind<Value>::Read(visitor, field.name, object.*field.member);
-  };
-  std::apply([&](const auto&... field) { (read(field), ...); }, list.fields);
+  std::apply([&](const auto&... field) { (cls_ReadField(visitor, object, field), ...); }, list.fields);
 }
 
 /// Writes an object when it is to be written. The uid must be the object's own member.

@@ -7,6 +7,7 @@
 #include <CoreGeometry/gsl_Segment.h>
 #include <CoreGeometry/gsl_TransformIntObj.h>
 #include <CoreGeometry/gsl_Util.h>
+#include <cls_Fields.h>
 #include <cmath>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -58,6 +59,27 @@ protected:
       (std::filesystem::temp_directory_path() / ("gsl_" + std::to_string(getpid()) + ".cgdb")).string();
 };
 
+/// An object whose fields a point reads: one is a number, one is empty, one is not there.
+struct Place {
+  gsl_Point point;
+  double x = 4.5;
+  cow_COW<gsl_Segment> none;
+  cls_OwnUid uid;
+
+  static unsigned TypeId() { return 0x7F000001; }
+  static void* Ctor(cls_ReadVisitor& visitor) { return new Place{gsl_Point(visitor), 0, {}, {}}; }
+  const cls_Uid& Uid() const { return uid; }
+  static constexpr auto StoredFields() {
+    return cls_Fields{cls_Field{"_x", &Place::x}, cls_Field{"_y", &Place::none}};
+  }
+  void DBWrite(const cls_WriteVisitor& visitor) const {
+    cls_WriteFields(visitor, TypeId(), uid, *this, StoredFields());
+  }
+  static void InitializeMetadata(cls_ClassRegistrar& registrar) {
+    cls_DescribeClass<Place>(registrar, "Place", 1, StoredFields());
+  }
+};
+
 const gsl_Point kPoint(1.5, -2.25, std::nan(""));
 void ExpectSame(const gsl_Point& a, const gsl_Point& b) {
   EXPECT_EQ(a.Uid(), b.Uid());
@@ -79,6 +101,20 @@ TEST_F(gsl_Stored, PointsVectorsAndMatricesComeBack) {
     for (unsigned j = 0; j < 4; ++j) EXPECT_EQ(matrix->Matrix()->Element(i, j), m.Element(i, j));
   EXPECT_EQ(RoundTrip(gsl_PersistentMatrix())->Matrix(), nullptr);
   EXPECT_NE(RoundTrip(gsl_PersistentMatrix(gsl_Matrix()))->Matrix(), nullptr); // a given identity is not null
+}
+
+TEST_F(gsl_Stored, ACoordinateThatIsNotThereIsZero) {
+  omi_Singleton<cls_MetadataRegistrar>::Instance().initClassMetadata(&Place::InitializeMetadata, 9);
+  Place place;
+  std::filesystem::remove(file_);
+  {
+    cls_Database db = cls_Database::Create(file_, {4096});
+    cls_WritePass pass(db);
+    pass.Put("it", place);
+    pass.Commit();
+  }
+  const auto read = cls_Database::Open(file_).Get<Place>("it");
+  for (unsigned i = 0; i < 3; ++i) EXPECT_EQ(read->point[i], i == 0 ? 4.5 : 0);
 }
 
 TEST_F(gsl_Stored, LinesPlanesSegmentsAndBoxesComeBack) {

@@ -13,8 +13,9 @@
 #include <cmath>
 
 constexpr auto gsl_Point::StoredFields() {
-  return cls_Fields{cls_Field{"_x", &gsl_Point::x_}, cls_Field{"_y", &gsl_Point::y_},
-                    cls_Field{"_z", &gsl_Point::z_}};
+  return cls_Fields{cls_FieldOr{cls_Field{"_x", &gsl_Point::x_}, 0.0},
+                    cls_FieldOr{cls_Field{"_y", &gsl_Point::y_}, 0.0},
+                    cls_FieldOr{cls_Field{"_z", &gsl_Point::z_}, 0.0}};
 }
 
 unsigned gsl_Point::TypeId() noexcept { return gsl_kPoint; }
@@ -87,8 +88,9 @@ double gsl_Point::GetDistance(const gsl_Segment& segment, gsl_Point& closest) co
   double t;
   gsl_Point foot;
   if (ProjectOn(segment, foot, t)) {
-    closest = foot;
-    return GetDistance(foot);
+    const double distance = GetDistance(foot);
+    closest = foot; // may be this point
+    return distance;
   }
   const double d1 = GetDistance(segment.Point1()), d2 = GetDistance(segment.Point2());
   closest = d2 > d1 ? segment.Point1() : segment.Point2();
@@ -175,8 +177,11 @@ bool gsl_Point::RayIntersect(const gsl_Point& a, const gsl_Point& b, const gsl_V
                              double* weights) const noexcept {
   if (a.GetDistance(b) < gsl_Tol()) return false;
   double gap;
-  if (!gsl_StLine(*this, dir).Intersect(gsl_StLine(a, b), out, gap)) return false;
-  return gsl_SegmentWeights(out, a, b, weights);
+  gsl_Point hit;
+  if (!gsl_StLine(*this, dir).Intersect(gsl_StLine(a, b), hit, gap)) return false;
+  const bool isWithin = gsl_SegmentWeights(hit, a, b, weights);
+  out = hit; // may be an end
+  return isWithin;
 }
 
 void gsl_Point::Print(aio_ostream& out, int indent) const {
