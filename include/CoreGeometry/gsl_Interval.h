@@ -27,10 +27,10 @@ public:
   constexpr double Length() const noexcept { return IsEmpty() ? -1.0 : upper_ - lower_; } ///< -1 when empty
   constexpr bool Contains(double x) const noexcept { return lower_ <= x && x <= upper_; }
   /// The value at parameter t: exactly the lower end at 0 and the upper end at 1; t is not clamped. NaN when
-  /// empty.
+  /// empty. Between infinite ends it is infinite or NaN.
   constexpr double Interpolate(double t) const noexcept {
     if (IsEmpty()) return std::numeric_limits<double>::quiet_NaN();
-    return t == 1 ? upper_ : lower_ + t * (upper_ - lower_);
+    return t == 0 ? lower_ : t == 1 ? upper_ : lower_ + t * (upper_ - lower_);
   }
   /// The parameter of a value, the inverse of Interpolate; 0 when the interval is one point. NaN when empty.
   constexpr double Parameter(double x) const noexcept {

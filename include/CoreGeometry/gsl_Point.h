@@ -18,7 +18,9 @@ class gsl_Vector;
 /// Units      model length.
 /// Tolerance  tol and rtol stand for gsl_Util's linear and relative tolerance.
 /// Errors     none. A line without direction and a plane without normal have NaN distances, so nothing is on
-///            them; NaN coordinates fail every test.
+///            them. With a NaN coordinate every test is false but >=, which the other coordinates decide.
+/// Outputs    are written last, so that they may be this point or one of the arguments; this holds for the
+///            whole module.
 /// Cost       constructing takes a few nanoseconds for the uid: whole arrays go through gsl_Matrix, gsl_BBox
 ///            and gsl_Plane as flat coordinates.
 /// Threads    a value.
@@ -79,7 +81,8 @@ public:
   bool ProjectOn(const gsl_Segment& segment, gsl_Point& out, double& t) const noexcept;
   /// Projects onto the plane of a triangle; true when the foot is inside or on its rim. The three weights are
   /// barycentric; the bound of the test is weight * normal squared >= -tol squared. Colinear vertices: false,
-  /// out is this point, weights are 0.
+  /// out is this point, weights are 0. The legs may be 1e-70 to 1e76 long, beyond which products of four of
+  /// them overflow or vanish and the answer is false.
   bool ProjectOn(const gsl_Point& p0, const gsl_Point& p1, const gsl_Point& p2, gsl_Point& out,
                  double* weights) const noexcept;
 

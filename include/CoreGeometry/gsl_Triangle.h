@@ -21,7 +21,8 @@ public:
   const gsl_Point& Vertex(unsigned i) const noexcept { return vertex_[i < 2 ? i : 2]; } ///< i = 0, 1, 2
   const gsl_Vector& Normal() const noexcept { return normal_; }
   bool Contains(const gsl_Point& p) const noexcept; ///< within tol of the plane, and ContainsProjectedPoint
-  bool ContainsProjectedPoint(const gsl_Point& p) const noexcept; ///< no tolerance; edges are inside
+  /// No tolerance; edges are inside, and so is a point with a NaN.
+  bool ContainsProjectedPoint(const gsl_Point& p) const noexcept;
   gsl_BBox GetBBox() const noexcept;
   void GetExtent(double* min, double* max) const noexcept; ///< three coordinates each
   /// Carries the vertices along the direction onto the plane. False, and projected is untouched, when the

@@ -16,7 +16,9 @@ class gsl_Point;
 /// Tolerance  tol and rtol stand for gsl_Util's linear and relative tolerance.
 /// Errors     none: a vector shorter than tol cannot be normalised and says so by a result. The length is
 ///            right for every finite vector whose length is finite; products of components beyond 1e154 may
-///            overflow to infinity or NaN, and every test with a NaN is false unless said otherwise.
+///            overflow to infinity or NaN. With a NaN component SameDirection and IsParallel are decided by
+///            the other components, Normalize and AngleBetween are true and give NaN, AngleWith is NaN; every
+///            other test is false.
 /// Threads    a value.
 class CORE_GEOMETRY_API gsl_Vector {
 public:

@@ -5,6 +5,7 @@
 #include <CoreGeometry/gsl_Segment.h>
 #include <CoreGeometry/gsl_StLine.h>
 #include <CoreGeometry/gsl_ThreePoints.h>
+#include <CoreGeometry/gsl_TriTriDirDist.h>
 #include <CoreGeometry/gsl_Triangle.h>
 #include <CoreGeometry/gsl_utils.h>
 #include <fstream>
@@ -109,6 +110,102 @@ TEST(gsl_Degenerate, NoInputRaisesOrGivesAnImpossibleAnswer) {
   }
 }
 
+namespace {
+gsl_Vector Toward(const gsl_Point* p) { return gsl_Vector(p[0], gsl_Point(p[1], 0.7, p[2], 0.3)); }
+} // namespace
+
+// Every function with an output argument of a kind that its inputs have too, with outputs apart and in the
+// place of each input.
+TEST(gsl_Degenerate, OutputsMayBeInputs) {
+  using Numbers = std::vector<double>;
+  using Call = Numbers (*)(const gsl_Point* p, gsl_Point* out); // six points in, up to two out
+  const Call calls[] = {
+      [](const gsl_Point* p, gsl_Point* out) -> Numbers {
+        return {p[0].GetDistance(gsl_Segment(p[1], p[2]), out[0])};
+      },
+      [](const gsl_Point* p, gsl_Point* out) -> Numbers {
+        double t = 0;
+        const bool within = p[0].ProjectOn(gsl_Segment(p[1], p[2]), 0.5, out[0], t);
+        return {double(within), t};
+      },
+      [](const gsl_Point* p, gsl_Point* out) -> Numbers {
+        double w[3] = {};
+        const bool inside = p[0].ProjectOn(p[1], p[2], p[3], out[0], w);
+        return {double(inside), w[0], w[1], w[2]};
+      },
+      [](const gsl_Point* p, gsl_Point* out) -> Numbers {
+        return {double(p[0].RayIntersect(Toward(p), gsl_Plane(p[3], gsl_Vector(p[4], p[5])), out[0]))};
+      },
+      [](const gsl_Point* p, gsl_Point* out) -> Numbers {
+        double w[2] = {};
+        const bool met = p[0].RayIntersect(p[1], p[2], Toward(p), out[0], w);
+        return {double(met), w[0], w[1]};
+      },
+      [](const gsl_Point* p, gsl_Point* out) -> Numbers {
+        gsl_Vector n;
+        const bool round = gsl_ComputeCircumCircle(p[0], p[1], p[2], out[0], n);
+        return {double(round), n[0], n[1], n[2]};
+      },
+      [](const gsl_Point* p, gsl_Point* out) -> Numbers {
+        gsl_Vector x, y, z;
+        gsl_Transcribe3PointsIntoOriginAndAxes(false, p[0], p[1], p[2], out[0], x, y, z);
+        return {x[0], y[1], z[2]};
+      },
+      [](const gsl_Point* p, gsl_Point* out) -> Numbers {
+        gsl_Vector x, y, z;
+        gsl_Transcribe3PointsIntoOriginAndAxes(true, p[0], p[1], p[2], out[0], x, y, z);
+        return {x[0], y[1], z[2]};
+      },
+      [](const gsl_Point* p, gsl_Point* out) -> Numbers {
+        double d = 1e9;
+        const bool met = gsl_InPlaneSegSegMinDirectionalDist(Toward(p), p[0], p[3], p[1], p[2], 1, out, d);
+        return {double(met), d};
+      },
+      [](const gsl_Point* p, gsl_Point* out) -> Numbers {
+        double d = 1e9;
+        const bool flip[2] = {true, true};
+        const bool met =
+            gsl_TriTriMinDirectionalDist(Toward(p), p[0], p[3], p[4], p[1], p[2], p[5], flip, 1e-6, out, d);
+        return {double(met), d};
+      },
+  };
+  RandomGeometry random(41);
+  for (int trial = 0; trial < 60; ++trial) {
+    gsl_Point given[6];
+    for (gsl_Point& p : given) {
+      p = random.Point();
+      if (trial % 3 == 0) p[1] = 0; // all in one plane
+    }
+    for (std::size_t call = 0; call < std::size(calls); ++call)
+      for (std::size_t place = 0; place < 5; ++place) {
+        gsl_Point in[6], apart[2];
+        for (std::size_t i = 0; i < 6; ++i) in[i] = given[i];
+        for (std::size_t i = 0; i < 2; ++i) apart[i] = given[place + i]; // what is not written stays
+        const Numbers expected = calls[call](given, apart);
+        EXPECT_EQ(calls[call](in, &in[place]), expected) << call << " at " << place;
+        for (std::size_t i = 0; i < 2; ++i)
+          for (unsigned axis = 0; axis < 3; ++axis)
+            EXPECT_EQ(in[place + i][axis], apart[i][axis]) << call << " at " << place;
+      }
+    const gsl_Segment a(given[0], given[1]), b(given[2], given[3]);
+    gsl_Segment apart, asFirst = a, asSecond = b;
+    const double distance = a.GetDistance(b, apart);
+    EXPECT_EQ(asFirst.GetDistance(b, asFirst), distance);
+    EXPECT_EQ(a.GetDistance(asSecond, asSecond), distance);
+    for (const gsl_Segment& found : {asFirst, asSecond})
+      for (unsigned axis = 0; axis < 3; ++axis) {
+        EXPECT_EQ(found.Point1()[axis], apart.Point1()[axis]);
+        EXPECT_EQ(found.Point2()[axis], apart.Point2()[axis]);
+      }
+    gsl_Triangle triangle(given[0], given[1], given[2]), projected;
+    const gsl_Plane plane(given[3], gsl_Vector(given[4], given[5]));
+    const gsl_Vector direction = random.Vector();
+    ASSERT_TRUE(triangle.Project(plane, direction, projected)
+                && triangle.Project(plane, direction, triangle));
+    for (unsigned i = 0; i < 9; ++i) EXPECT_EQ(triangle.Vertex(i / 3)[i % 3], projected.Vertex(i / 3)[i % 3]);
+  }
+}
+
 TEST(gsl_Degenerate, LargeAndSmallNumbersKeepTheirMeaning) {
   const gsl_Point far(1e300, 0, 0), origin;
   EXPECT_EQ(far.GetDistance(origin), 1e300);
@@ -117,6 +214,17 @@ TEST(gsl_Degenerate, LargeAndSmallNumbersKeepTheirMeaning) {
   EXPECT_EQ(gsl_Vector(1e-310, 0, 0).UnitCopy()[0], 1);
   EXPECT_FALSE(gsl_Point(std::nan(""), 0, 0) == origin);
   EXPECT_FALSE(gsl_Point(std::nan(""), 0, 0).IsOn(origin));
+  // what a NaN does not fail
+  EXPECT_TRUE(gsl_Point(std::nan(""), 0, 0) >= origin && origin >= gsl_Point(std::nan(""), 0, 0));
+  gsl_Vector none(std::nan(""), 0, 0);
+  EXPECT_TRUE(none.Normalize() && none.Magnitude() == 1);
+  for (const double leg : {1e-70, 1.0, 1e76}) { // the range of the projection onto a triangle
+    gsl_Point foot;
+    double w[3];
+    EXPECT_TRUE(gsl_Point(leg / 4, leg / 2, leg)
+                    .ProjectOn(origin, gsl_Point(leg, 0, 0), gsl_Point(0, leg, 0), foot, w));
+    EXPECT_NEAR(w[1], 0.25, 1e-12) << leg;
+  }
   gsl_Segment nearest;
   const gsl_Segment wide(gsl_Point(-1e300, 0, 0), gsl_Point(1e300, 0, 0));
   EXPECT_EQ(wide.GetDistance(gsl_Segment(gsl_Point(0, 3, 0), gsl_Point(0, 4, 0)), nearest), 3);

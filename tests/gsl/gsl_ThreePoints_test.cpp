@@ -65,6 +65,11 @@ TEST(gsl_Interval, ClosedWithAnEmptyState) {
   EXPECT_EQ(a.Intersection(empty), empty);
   EXPECT_TRUE(a.Contains(1) && a.Contains(3) && !a.Contains(3.0000001) && !empty.Contains(0));
   EXPECT_EQ(gsl_Interval(0.1, 0.7).Interpolate(1), 0.7);
+  const double infinity = std::numeric_limits<double>::infinity();
+  EXPECT_EQ(gsl_Interval(0, infinity).Interpolate(0), 0); // the ends, also of a ray
+  EXPECT_EQ(gsl_Interval(0, infinity).Interpolate(1), infinity);
+  EXPECT_EQ(gsl_Interval(-infinity, 0).Interpolate(0), -infinity);
+  EXPECT_EQ(gsl_Interval(-infinity, 0).Interpolate(1), 0);
   EXPECT_EQ(a.Interpolate(0.25), 1.5);
   EXPECT_EQ(a.Parameter(a.Interpolate(-2)), -2);
   EXPECT_EQ(gsl_Interval(2, 2).Parameter(5), 0);

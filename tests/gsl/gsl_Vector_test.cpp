@@ -102,6 +102,17 @@ TEST(gsl_Vector, MeasuresAngles) {
     EXPECT_TRUE(axis.AngleBetween(x, x * -1, angle));
     EXPECT_EQ(angle, kPi); // never -pi
   }
+  RandomGeometry random(12);
+  for (int i = 0; i < 300; ++i) {
+    const gsl_Vector a = random.Vector(), axis = i % 2 == 0 ? a.AnyOrthogonalUnit() : random.Vector();
+    if (axis.AngleBetween(a, a * -1, angle)) {
+      EXPECT_TRUE(-kPi < angle && angle <= kPi);
+    }
+    const gsl_Vector b = a + random.Vector(1e-9);
+    const double turn = a.AngleWith(b, false, axis);
+    EXPECT_TRUE(0 <= turn && turn < 2 * kPi) << turn;
+  }
+  EXPECT_EQ(gsl_Vector(1, 0, 0).AngleWith(gsl_Vector(1, 1e-9, 0), false, gsl_Vector(0, 0, -1)), 0);
   EXPECT_TRUE(z.AngleBetween(x + z, y + z * (3 / 2.0), angle)); // the same angle with the axis
   EXPECT_NEAR(angle, kPi / 2, 1e-15);
   EXPECT_FALSE(z.AngleBetween(x, y + z, angle));

@@ -101,7 +101,8 @@ bool gsl_Vector::AngleBetween(gsl_Vector a, gsl_Vector b, double& angle) const n
   a = (a - k * da).NormalizedCopy();
   b = (b - k * db).NormalizedCopy();
   const gsl_Vector m = b.CrossProduct(k).NormalizedCopy();
-  angle = std::atan2(a.DotProduct(m) + 0.0, a.DotProduct(b)); // + 0.0: of opposite vectors pi, never -pi
+  angle = std::atan2(a.DotProduct(m) + 0.0, a.DotProduct(b));
+  if (angle <= -kPi) angle = kPi; // of opposite vectors rounding decides the sign
   return true;
 }
 
@@ -118,7 +119,8 @@ double gsl_Vector::AngleWith(const gsl_Vector& b, bool unitVectors) const noexce
 double gsl_Vector::AngleWith(const gsl_Vector& b, bool unitVectors,
                              const gsl_Vector& reference) const noexcept {
   const double angle = AngleWith(b, unitVectors);
-  return CrossProduct(b).DotProduct(reference) < 0 ? kTwoPi - angle : angle;
+  const double turn = CrossProduct(b).DotProduct(reference) < 0 ? kTwoPi - angle : angle;
+  return turn < kTwoPi ? turn : 0.0; // the complement of next to nothing
 }
 
 void gsl_Vector::Print(aio_ostream& out, int indent) const {
