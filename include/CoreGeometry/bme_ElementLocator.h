@@ -5,6 +5,7 @@
 #include <BasicUtils/uti_CoordCont3D.h>
 #include <CoreGeometry/CoreGeometryExport.h>
 #include <CoreGeometry/shp_Topology.h>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -27,10 +28,10 @@ struct bme_NearestElement {
 
 /// Finds the elements of a mesh that hold a point: bins of a regular grid with the boxes of the elements.
 ///
-/// Shares coordinates and connectivity with the mesh it was made from, as they were then. Elements without
-/// iso coordinates (points, rigid surfaces, types without a shape) and those with a node that is not in the
-/// mesh or not a number are left out; of elements with rings the first plane is searched. The placement of
-/// the mesh is not applied.
+/// Shares coordinates and connectivity with the mesh it was made from, as they were then, and owns its
+/// shapes. Elements without iso coordinates (points, rigid surfaces, types without a shape) and those with a
+/// node that is not in the mesh or not a number are left out; of elements with rings the first plane is
+/// searched. The placement of the mesh is not applied.
 ///
 /// Units      model length; points are x y z.
 /// Tolerance  that of shp_Topology::Locate: gsl_Util's linear tolerance in iso coordinates, and off lines and
@@ -41,7 +42,7 @@ struct bme_NearestElement {
 /// Cost       made in a few passes over the elements; about 60 bytes an element, up to twice that where boxes
 ///            overlap much. FindEach visits the points bin by bin and searches several elements at a time:
 ///            the faster form for many. Queries allocate nothing, but FindEach 16 bytes a point.
-/// Threads    questions from several threads at once are safe, while the thread that made it lives.
+/// Threads    questions from several threads at once are safe, also after the thread that made it has ended.
 class CORE_GEOMETRY_API bme_ElementLocator {
 public:
   using Point = std::array<double, 3>;
@@ -62,7 +63,7 @@ public:
 
 private:
   struct Class {
-    const shp_Shape* shape;
+    std::shared_ptr<const shp_Shape> shape;
     cls_xp2DArrayInt connectivity;
     unsigned firstElement; ///< mesh element index
     unsigned firstSlot;    ///< position of the first box

@@ -32,7 +32,7 @@ struct shp_Moments {
 /// Revolved   a full turn of the (x, y) plane about y: areas become volumes, lengths become areas.
 /// Empty      shapes without a map (single nodes, analytic surfaces), and faces and edges that are not there.
 /// Cost       made once per element class; then about 0.1 microseconds for the volume of a hexahedron.
-/// Threads    may grow while it integrates: one thread at a time.
+/// Threads    may grow while it integrates: one thread at a time, while that of its shape lives.
 class CORE_GEOMETRY_API shp_MeasureRule {
 public:
   // make

@@ -13,8 +13,9 @@ class shp_LabelIndex;
 /// All element labels, and the shapes made of them so far.
 ///
 /// Use thr_ThreadSingleton<shp_ShapeDictionary>::Instance(): each thread has its own dictionary and its own
-/// shapes, destroyed with the thread or by the finaliser at kDestructLevel, whichever comes first.
-/// Cost       GetShape is one hash look-up, and allocates only when it makes a shape.
+/// shapes, released with the thread or by the finaliser at kDestructLevel, whichever comes first. A shape
+/// that was shared lives on. Cost       GetShape is one hash look-up, and allocates only when it makes a
+/// shape.
 ///            Construction enters every label.
 /// Threads    one thread only, questions included: they make shapes.
 class CORE_GEOMETRY_API shp_ShapeDictionary {
@@ -29,6 +30,8 @@ public:
   // ask
   /// The shape of a label in upper or lower case, made on the first request; null for an unknown label.
   const shp_Shape* GetShape(const cow_String& label) const;
+  /// The same for what may outlive the thread and so owns the shapes it works with.
+  std::shared_ptr<const shp_Shape> ShareShape(const cow_String& label) const;
   /// Every label with its attribute key, in byte order.
   const omi_Btree<cow_String, LongKey>& LabelTable() const noexcept { return labelTable_; }
   /// Number of shapes made so far; the next one gets this index.
@@ -44,7 +47,7 @@ private:
   const shp_Shape& ShapeOf(const cow_String& registered) const { return *GetShape(registered); }
 
   omi_Btree<cow_String, LongKey> labelTable_;
-  mutable omi_Btree<cow_String, std::unique_ptr<const shp_Shape>> shapeCache_;
+  mutable omi_Btree<cow_String, std::shared_ptr<const shp_Shape>> shapeCache_;
   std::unique_ptr<shp_LabelIndex> index_; ///< over labelTable_
   mutable int numShapes_ = 0;
 };

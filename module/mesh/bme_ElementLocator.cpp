@@ -2,8 +2,9 @@
 
 #include <CoreGeometry/bme_ElementLocator.h>
 
+#include <BasicUtils/thr_ThreadSingleton.h>
 #include <CoreGeometry/bme_Mesh.h>
-#include <CoreGeometry/shp_Shape.h>
+#include <CoreGeometry/shp_ShapeDictionary.h>
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -42,7 +43,8 @@ bme_ElementLocator::bme_ElementLocator(const bme_Mesh& mesh, std::span<const uns
 
 void bme_ElementLocator::AddClass(const bme_Mesh& mesh, unsigned classIndex) {
   const bme_ElementClass& elements = mesh.ElementData().GetClass(classIndex);
-  const shp_Shape* shape = elements.Shape();
+  const auto shape =
+      thr_ThreadSingleton<shp_ShapeDictionary>::Instance().ShareShape(elements.ElemTypeLabel());
   const auto count = static_cast<std::size_t>(elements.NumElements());
   if (!shape || shape->NodeCoordinates().empty() || count == 0) return;
   const auto firstSlot = static_cast<unsigned>(boxes_.size());

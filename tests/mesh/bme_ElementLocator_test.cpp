@@ -5,7 +5,9 @@
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <optional>
 #include <random>
+#include <thread>
 
 namespace {
 using Point = bme_ElementLocator::Point;
@@ -250,5 +252,29 @@ TEST(bme_ElementLocator, LeavesOutWhatCannotBeFoundAndNamesDegenerateElements) {
   EXPECT_EQ(none.FindNearest(middle).element, bme_kNotFound);
   EXPECT_EQ(none.Find(middle).location, Outside);
   EXPECT_THROW(bme_ElementLocator(mesh, std::vector<unsigned>{9}), nex_OutOfRangeException);
+}
+TEST(bme_ElementLocator, OutlivesTheThreadThatMadeIt) {
+  Sample sample;
+  sample.Add("C3D20R", 2, 1, {0, 0, 0});
+  sample.Add("C3D10", 2, 1, {9, 0, 0});
+  const bme_Mesh mesh = sample.Mesh();
+  std::optional<bme_ElementLocator> locator;
+  std::thread([&] { locator.emplace(mesh); }).join();
+  std::vector<std::vector<unsigned char>> others; // another thread takes the memory of the one that ended
+  std::thread([&] {
+    for (std::size_t size = 2000; size > 0; --size) others.emplace_back(size, 0xEE);
+  }).join();
+  const bme_ElementLocator own(mesh);
+  std::mt19937 random(3);
+  unsigned held = 0;
+  for (int i = 0; i < 200; ++i) {
+    const Point point = {Between(random, 0, 11), Between(random, 0, 2), Between(random, 0, 2)};
+    const bme_ElementHit hit = locator->Find(point), expected = own.Find(point);
+    ASSERT_EQ(hit.element, expected.element);
+    EXPECT_EQ(hit.iso, expected.iso);
+    EXPECT_EQ(locator->FindNearest(point).distance, own.FindNearest(point).distance);
+    held += IsHeld(hit.location);
+  }
+  EXPECT_GT(held, 20U);
 }
 } // namespace

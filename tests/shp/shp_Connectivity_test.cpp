@@ -257,7 +257,8 @@ TEST_F(shp_ConnectivityTest, FaceNormalsSkipWhatHasNoDirection) {
 }
 
 shp_Facts Changed(const shp_Facts& facts, const auto& changeCorner, const auto& changeLoop) {
-  shp_Facts changed{.numDims = facts.numDims, .corners = {}, .faces = {}};
+  shp_Facts changed{
+      .numDims = facts.numDims, .numSimplexDims = facts.numSimplexDims, .corners = {}, .faces = {}};
   for (int k = 0; k < facts.NumCorners(); ++k)
     changed.corners.Append(facts.corners[static_cast<std::size_t>(changeCorner(k))]);
   for (int face = 0; face < facts.NumFaces(); ++face) {
@@ -287,7 +288,10 @@ TEST_F(shp_ConnectivityTest, ASlipInTheFactsOfAFamilyIsRefused) {
             Changed(facts, same, [&](int face, int k) { return face == changed ? (k + turn) % size : k; })))
             << "face " << changed << " turned, of " << facts.NumFaces();
       for (int other = 0; other < changed; ++other) {
-        shp_Facts exchanged{.numDims = facts.numDims, .corners = facts.corners, .faces = {}};
+        shp_Facts exchanged{.numDims = facts.numDims,
+                            .numSimplexDims = facts.numSimplexDims,
+                            .corners = facts.corners,
+                            .faces = {}};
         for (int face = 0; face < facts.NumFaces(); ++face)
           exchanged.faces.Append(facts.faces[static_cast<std::size_t>(swapped(changed, other)(face))]);
         EXPECT_FALSE(isRight(exchanged)) << "faces " << other << ' ' << changed << " of " << facts.NumFaces();
@@ -304,5 +308,19 @@ TEST_F(shp_ConnectivityTest, ASlipInTheFactsOfAFamilyIsRefused) {
               Changed(facts, same, [&](int face, int k) { return face == changed ? swapped(a, b)(k) : k; })))
               << "face " << changed << " of " << facts.NumFaces();
   }
+}
+TEST_F(shp_ConnectivityTest, AReferenceDomainOfAnotherKindIsRefused) {
+  for (shp_Facts facts : {kLine, kTriangle, kQuadrilateral, kTetrahedron, kHexahedron, kWedge}) {
+    const int right = facts.numSimplexDims;
+    for (facts.numSimplexDims = 0; facts.numSimplexDims < 4; ++facts.numSimplexDims)
+      EXPECT_EQ(shp_FactsCheck::IsSound(facts), facts.numSimplexDims == right)
+          << facts.NumCorners() << " corners";
+  }
+  // closed and outward, but not a product of a simplex and intervals: what is asked of the row has no answer
+  shp_Facts pyramid{.numDims = 3,
+                    .numSimplexDims = 0,
+                    .corners = {{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}, {-1, 1, 0}, {0, 0, 1}},
+                    .faces = {{0, 3, 2, 1}, {0, 1, 4}, {1, 2, 4}, {2, 3, 4}, {3, 0, 4}}};
+  for (; pyramid.numSimplexDims < 4; ++pyramid.numSimplexDims) EXPECT_FALSE(shp_FactsCheck::IsSound(pyramid));
 }
 } // namespace

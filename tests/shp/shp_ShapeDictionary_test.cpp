@@ -69,6 +69,18 @@ TEST(shp_ShapeDictionary, AllocatesNothingForAShapeThatExists) {
   EXPECT_EQ(NumAllocations(), before);
 }
 
+TEST(shp_ShapeDictionary, SharedShapesOutliveTheirDictionary) {
+  std::shared_ptr<const shp_Shape> shared;
+  {
+    const shp_ShapeDictionary dictionary;
+    shared = dictionary.ShareShape("c3d8");
+    EXPECT_EQ(shared.get(), dictionary.GetShape("C3D8"));
+    EXPECT_EQ(dictionary.ShareShape("C3D21"), nullptr);
+  }
+  EXPECT_EQ(shared->NumUniqueEdges(), 12);
+  EXPECT_EQ(shared.use_count(), 1);
+}
+
 TEST(shp_ShapeDictionary, GivesEachThreadItsOwnShapes) {
   Dictionary::Release();
   const shp_Shape* here = Dictionary::Instance().GetShape("C3D8");

@@ -438,6 +438,10 @@ TEST_F(Program, PrintsEverythingAboutOneShape) {
                            "Exodus II: HEX20; VTK: VTK_QUADRATIC_HEXAHEDRON (25)\n",
                            "   0  0 3 2 1 | 11 10 9 8\n", "    0.0 5.2   0 11 3\n"})
     EXPECT_NE(text.out.find(line), std::string::npos) << line << text.out;
+  EXPECT_TRUE(
+      RunTool({"shapes", "--label", "MASS"}).out.starts_with("MASS: point, 1 node, 1 integration point, "));
+  EXPECT_TRUE(RunTool({"shapes", "--label", "C3D4"})
+                  .out.starts_with("C3D4: tetrahedron, 4 nodes, 1 integration point, "));
   for (const auto& [label, key] : thr_ThreadSingleton<shp_ShapeDictionary>::Instance().LabelTable())
     if (label.size() == 5) {
       EXPECT_EQ(RunTool({"shapes", "--label", label}).exitCode, 0) << label;

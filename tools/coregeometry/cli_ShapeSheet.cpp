@@ -132,8 +132,12 @@ cli_Json cli_ShapeSheet(const shp_Shape& shape) {
 void cli_PrintShapeSheet(std::ostream& out, const cli_Json& sheet) {
   const auto form =
       std::ranges::find_if(kForms, [&](const Form& each) { return sheet["family"] == each.name; });
-  out << sheet["label"].get<std::string>() << ": " << form->name << ", " << sheet["nodes"] << " nodes, "
-      << sheet["integrationPoints"] << " integration points, order " << sheet["order"] << ", in "
+  const auto counted = [&](const char* key, const char* what) {
+    const int count = sheet[key];
+    return std::to_string(count) + what + (count == 1 ? "" : "s");
+  };
+  out << sheet["label"].get<std::string>() << ": " << form->name << ", " << counted("nodes", " node") << ", "
+      << counted("integrationPoints", " integration point") << ", order " << sheet["order"] << ", in "
       << sheet["spaceDimensions"] << "-D space\n";
   if (sheet["rings"] != 1) out << "The tables are those of the first of " << sheet["rings"] << " planes.\n";
   if (*form->drawing) out << '\n' << form->drawing;

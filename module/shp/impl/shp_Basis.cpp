@@ -47,8 +47,9 @@ std::array<SimplexFunction, 10> SimplexFunctions(const shp_IsoPoint& iso, int nu
 } // namespace
 
 shp_Basis::shp_Basis(const shp_NodePattern& pattern) : pattern_(&pattern) {
-  if (pattern.family == shp_Family::Triangle || pattern.family == shp_Family::Wedge) numSimplexCorners_ = 3;
-  if (pattern.family == shp_Family::Tetrahedron) numSimplexCorners_ = 4;
+  const shp_Facts& facts = *shp_FindFacts(pattern.family);
+  numSimplexCorners_ = facts.NumSimplexCorners();
+  hasLayers_ = facts.HasSimplex() && !facts.IsSimplex();
   const auto numNodes = static_cast<std::size_t>(pattern.numNodes);
   for (std::size_t node = 0; node < numNodes; ++node) PlaceNode(node);
   for (int bubbles = 3; bubbles >= 0; --bubbles)
@@ -76,7 +77,7 @@ void shp_Basis::PlaceNode(std::size_t node) {
   // the function of the simplex that is one here
   const auto functions = SimplexFunctions(iso, numSimplexCorners_);
   while (functions[factors[0]].value != 1) ++factors[0];
-  factors[1] = pattern_->family == shp_Family::Wedge ? PlaceOn(iso[2]) : kNone;
+  factors[1] = hasLayers_ ? PlaceOn(iso[2]) : kNone;
   numBubbles_[node] = (factors[0] >= numSimplexCorners_) + (factors[1] == kMiddle);
 }
 
@@ -97,14 +98,13 @@ void shp_Basis::EvaluateProducts(const shp_IsoPoint& iso, Values& values,
     return;
   }
   const auto functions = SimplexFunctions(iso, numSimplexCorners_);
-  const bool prism = pattern_->family == shp_Family::Wedge;
   for (std::size_t node = 0; node < numNodes; ++node) {
     const SimplexFunction& f = functions[factors_[node][0]];
     const Factor& c = z[factors_[node][1]];
     values[node] = f.value * c.value;
     if constexpr (withDerivatives)
       (*derivatives)[node] = {f.slope[0] * c.value, f.slope[1] * c.value,
-                              prism ? f.value * c.slope : f.slope[2]};
+                              hasLayers_ ? f.value * c.slope : f.slope[2]};
   }
 }
 

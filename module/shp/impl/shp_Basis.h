@@ -49,6 +49,7 @@ private:
 
   const shp_NodePattern* pattern_;
   int numSimplexCorners_ = 0; ///< 3 or 4 when the first directions are those of a triangle or tetrahedron
+  bool hasLayers_ = false;    ///< a direction beside the simplex
   std::array<std::array<Place, 3>, kMaxNodes> factors_{};
   std::array<int, kMaxNodes> numBubbles_{};
   std::vector<Correction> corrections_; ///< those of nodes with more bubbles first

@@ -11,9 +11,14 @@ using Corners = std::array<int, 8>; ///< a place for each corner
 constexpr std::size_t At(int index) { return static_cast<std::size_t>(index); }
 constexpr ParentMask Bit(int corner) { return static_cast<ParentMask>(1U << corner); }
 
-/// The corners at infinity of an open element.
+/// The corners at infinity of an open element: bricks of two or three dimensions, at the end of the last.
 constexpr ParentMask FarCorners(shp_Family family) {
-  return family == Quadrilateral ? 0x0c : family == Hexahedron ? 0xf0 : 0;
+  const shp_Facts& facts = *shp_FindFacts(family);
+  if (facts.HasSimplex() || facts.numDims < 2) return 0;
+  ParentMask far = 0;
+  for (int corner = 0; corner < facts.NumCorners(); ++corner)
+    if (facts.corners[At(corner)][At(facts.numDims - 1)] > 0) far |= Bit(corner);
+  return far;
 }
 constexpr bool CanBeOpen(shp_Family family) { return FarCorners(family) != 0; }
 
@@ -56,18 +61,27 @@ constexpr bool MoveNodes(const shp_NodePattern& pattern, ParentMask far, const C
   return move(far) == far;
 }
 
-/// Mirrors the element, keeping node 0 where the pattern allows it.
+/// Where each corner goes when the reference domain is mirrored: xi exchanged for eta, or xi turned round.
+constexpr Corners Mirror(const shp_Facts& facts, bool exchangesAxes) {
+  Corners moved{};
+  for (int corner = 0; corner < facts.NumCorners(); ++corner) {
+    shp_IsoPoint image = facts.corners[At(corner)];
+    if (exchangesAxes)
+      std::swap(image[0], image[1]);
+    else
+      image[0] = -image[0];
+    while (facts.corners[At(moved[At(corner)])] != image) ++moved[At(corner)];
+  }
+  return moved;
+}
+
+/// Mirrors the element, keeping node 0 where the pattern allows it; quadrilateral layers with mid nodes in
+/// one direction, and lines, have that direction turned round.
 constexpr void DeriveReversal(const shp_NodePattern& pattern, ParentMask far, shp_Connectivity& tables) {
-  constexpr Corners swaps[] = {
-      {0, 3, 2, 1, 4, 7, 6, 5}, // quadrilateral layers, about a diagonal
-      {1, 0, 3, 2, 5, 4, 7, 6}, // quadrilaterals with mid nodes in one direction; lines
-      {0, 2, 1, 3},             // triangle and tetrahedron
-      {0, 2, 1, 3, 5, 4},       // wedge
-  };
-  const bool isBrick = pattern.family == Quadrilateral || pattern.family == Hexahedron;
-  if (isBrick && MoveNodes(pattern, far, swaps[0], tables)) return;
-  const auto other = isBrick || pattern.family == Line ? 1U : pattern.family == Wedge ? 3U : 2U;
-  if (!MoveNodes(pattern, far, swaps[other], tables)) throw "the pattern has no mirror image";
+  const shp_Facts& facts = *shp_FindFacts(pattern.family);
+  if (facts.numDims > 1 && MoveNodes(pattern, far, Mirror(facts, true), tables)) return;
+  if (facts.HasSimplex() || !MoveNodes(pattern, far, Mirror(facts, false), tables))
+    throw "the pattern has no mirror image";
 }
 
 constexpr void DeriveFace(const shp_NodePattern& pattern, int face, const shp_FaceLoop& loop, int numEdges,

@@ -39,10 +39,32 @@ constexpr int CountEdge(const shp_Facts& facts, int from, int to) {
   return count;
 }
 
+/// The corners are those of the product of a simplex and intervals that the row claims, each once.
+constexpr bool IsDomain(const shp_Facts& facts) {
+  const auto numSimplexDims = static_cast<std::size_t>(facts.numSimplexDims),
+             numDims = static_cast<std::size_t>(facts.numDims);
+  if (numDims < 1 || numDims > 3 || numSimplexDims == 1 || numSimplexDims > numDims) return false;
+  if (facts.corners.size() != (numSimplexDims + 1) << (numDims - numSimplexDims)) return false;
+  for (std::size_t k = 0; k < facts.corners.size(); ++k) {
+    int numOnes = 0;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      const double x = facts.corners[k][axis];
+      if (axis < numSimplexDims ? x != 0 && x != 1 : axis < numDims ? x != -1 && x != 1 : x != 0)
+        return false;
+      numOnes += axis < numSimplexDims && x == 1;
+    }
+    if (numOnes > 1) return false;
+    for (std::size_t other = 0; other < k; ++other)
+      if (facts.corners[k] == facts.corners[other]) return false;
+  }
+  return true;
+}
+
 /// Solids: closed (each edge in two faces, in opposite directions), of one piece by Euler's count, and every
 /// corner of a face on its plane with the body behind it. Surfaces: one convex loop in corner order,
 /// seen from +zeta.
 constexpr bool IsSound(const shp_Facts& facts) {
+  if (!IsDomain(facts)) return false;
   constexpr std::array kAllCorners = {0, 1, 2, 3, 4, 5, 6, 7};
   if (facts.numDims < 3) {
     const shp_FaceLoop& loop = facts.faces[0];

@@ -11,6 +11,7 @@ using enum shp_Family;
 
 // Rules along layers (gasket and the like) lie in their plane, those of cylindrical elements about the axis.
 // The two hexahedron rules that are no products have their number of points in all places.
+constexpr int kCentreAndCorners = 5, kFacesAndCorners = 14;
 constexpr shp_IntegrationRule kRules[] = {
     {Line, 1, {}, {1}},
     {Line, 2, {}, {2}},
@@ -38,11 +39,11 @@ constexpr shp_IntegrationRule kRules[] = {
     {Wedge, 18, {}, {6, 3}},
     {Hexahedron, 1, {}, {1, 1, 1}},
     {Hexahedron, 4, {}, {2, 2, 1}},
-    {Hexahedron, 5, {}, {5, 5, 5}},
+    {Hexahedron, 5, {}, {kCentreAndCorners, kCentreAndCorners, kCentreAndCorners}},
     {Hexahedron, 8, {}, {2, 2, 2}},
     {Hexahedron, 9, {}, {3, 3, 1}},
     {Hexahedron, 12, {}, {2, 2, 3}},
-    {Hexahedron, 14, {}, {14, 14, 14}},
+    {Hexahedron, 14, {}, {kFacesAndCorners, kFacesAndCorners, kFacesAndCorners}},
     {Hexahedron, 27, {}, {3, 3, 3}},
 };
 
@@ -156,14 +157,18 @@ int DegreeOfSimplexRule(int count) { return count == 1 ? 0 : count <= 4 ? 1 : 2;
 } // namespace
 
 std::vector<shp_IsoPoint> shp_IntegrationRule::Points() const {
-  if (family == Triangle) return TrianglePoints(counts[0]);
-  if (family == Tetrahedron) return TetrahedronPoints(counts[0]);
-  if (family == Hexahedron && counts[0] == 5) return CentreAndCornersOfPlane();
-  if (family == Hexahedron && counts[0] == 14) return FacesAndCorners();
-  if (family != Wedge) return Product(Gauss(counts[0]), Gauss(counts[1]), Gauss(counts[2]));
+  const shp_Facts& facts = *shp_FindFacts(family);
+  if (!facts.HasSimplex()) {
+    if (counts[0] == kCentreAndCorners) return CentreAndCornersOfPlane();
+    if (counts[0] == kFacesAndCorners) return FacesAndCorners();
+    return Product(Gauss(counts[0]), Gauss(counts[1]), Gauss(counts[2]));
+  }
+  const std::vector<shp_IsoPoint> inSimplex =
+      facts.numSimplexDims == 2 ? TrianglePoints(counts[0]) : TetrahedronPoints(counts[0]);
+  if (facts.IsSimplex()) return inSimplex;
   std::vector<shp_IsoPoint> points;
   for (const double zeta : Gauss(counts[1]))
-    for (shp_IsoPoint point : TrianglePoints(counts[0])) {
+    for (shp_IsoPoint point : inSimplex) {
       point[2] = zeta;
       points.push_back(point);
     }
@@ -171,17 +176,16 @@ std::vector<shp_IsoPoint> shp_IntegrationRule::Points() const {
 }
 
 std::vector<double> shp_IntegrationRule::Functions(const shp_IsoPoint& p) const {
+  const shp_Facts& facts = *shp_FindFacts(family);
   std::vector<double> functions;
-  if (family == Triangle || family == Tetrahedron) {
-    AppendComplete(functions, p, family == Triangle ? 2 : 3, DegreeOfSimplexRule(counts[0]));
-  } else if (family == Wedge) {
-    AppendComplete(functions, p, 2, DegreeOfSimplexRule(counts[0]));
-    const std::vector<double> inPlane = functions;
-    for (int c = 1; c < counts[1]; ++c)
-      for (const double value : inPlane) functions.push_back(value * std::pow(p[2], c));
-  } else if (family == Hexahedron && counts[0] == 5) {
+  if (facts.HasSimplex()) {
+    AppendComplete(functions, p, facts.numSimplexDims, DegreeOfSimplexRule(counts[0]));
+    const std::vector<double> inSimplex = functions;
+    for (int c = 1; !facts.IsSimplex() && c < counts[1]; ++c)
+      for (const double value : inSimplex) functions.push_back(value * std::pow(p[2], c));
+  } else if (counts[0] == kCentreAndCorners) {
     functions = {1, p[0], p[1], p[0] * p[1], p[0] * p[0] + p[1] * p[1]};
-  } else if (family == Hexahedron && counts[0] == 14) {
+  } else if (counts[0] == kFacesAndCorners) {
     AppendComplete(functions, p, 3, 2);
     functions.push_back(p[0] * p[1] * p[2]);
   } else {

@@ -51,11 +51,16 @@ void shp_InverseTopoTable::PairEdges() {
     edgeFaces_.push_back(faces);
   }
   // by both faces first, unlike the pairs above
+  const auto onFace = [this](int face) {
+    const auto first = std::ranges::find(edges_, face, &Edge::face);
+    return std::span(first, std::ranges::find_if(first, edges_.end(),
+                                                 [face](const Edge& edge) { return edge.face != face; }));
+  };
   const int numFaces = std::bit_width(facesMask_);
   for (int face = 0; face < numFaces; ++face)
     for (int later = face + 1; later < numFaces; ++later)
-      for (const Edge& edge : std::ranges::equal_range(edges_, face, {}, &Edge::face))
-        for (const Edge& other : std::ranges::equal_range(edges_, later, {}, &Edge::face))
+      for (const Edge& edge : onFace(face))
+        for (const Edge& other : onFace(later))
           if (edge.JoinsSameAs(other)) uniqueEdgeMasks_.push_back({edge.Bit() | other.Bit(), ~other.Bit()});
 }
 

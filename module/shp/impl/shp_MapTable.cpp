@@ -43,11 +43,10 @@ void FillControls(shp_MapTable& table, const shp_NodePattern& full, const shp_Ba
   }
 }
 
-void FillNeighbours(shp_MapTable& table, bool isLinear) {
-  const double step = (table.numSimplexCorners > 0 ? 1.0 : 2.0) / (isLinear ? 1 : 2);
+void FillNeighbours(shp_MapTable& table, const shp_Facts& facts, bool isLinear) {
   for (std::size_t axis = 0; axis < table.numDims; ++axis) {
-    const bool isUpright = axis == 2 && table.family == shp_Family::Wedge;
-    const double distance = isUpright ? 2.0 / (isLinear ? 1 : 2) : step;
+    const bool isInSimplex = static_cast<int>(axis) < facts.numSimplexDims;
+    const double distance = (isInSimplex ? 1.0 : 2.0) / (isLinear ? 1 : 2);
     for (std::size_t from = 0; from < table.controlPlaces.size(); ++from) {
       shp_IsoPoint wanted = table.controlPlaces[from];
       wanted[axis] += distance;
@@ -73,7 +72,7 @@ shp_MapTable Make(const shp_NodePattern& pattern) {
     table.form = shp_MapTable::Form::Affine;
   else if (table.numNodes == table.numCorners)
     table.form = shp_MapTable::Form::Multilinear;
-  else if (pattern.family == shp_Family::Tetrahedron || pattern.family == shp_Family::Triangle)
+  else if (facts.IsSimplex())
     table.form = shp_MapTable::Form::Quadratic;
 #ifdef __x86_64__
   table.isWide = __builtin_cpu_supports("avx2");
@@ -111,7 +110,7 @@ shp_MapTable Make(const shp_NodePattern& pattern) {
   const shp_NodePattern& full = FullPattern(pattern, table.numCorners);
   table.controlPlaces = std::span(full.coordinates).first(static_cast<std::size_t>(full.numNodes));
   FillControls(table, full, basis);
-  FillNeighbours(table, &full == &pattern && table.numNodes == table.numCorners);
+  FillNeighbours(table, facts, &full == &pattern && table.numNodes == table.numCorners);
   return table;
 }
 } // namespace

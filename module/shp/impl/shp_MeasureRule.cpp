@@ -1,3 +1,4 @@
+#include "shp_Facts.h"
 #include "shp_GaussPoints.h"
 
 #include <CoreGeometry/shp_MeasureRule.h>
@@ -46,11 +47,6 @@ std::array<int, 3> DegreesOf(std::span<const shp_IsoPoint> nodes, const shp_Doma
     }
   }
   return degrees;
-}
-
-int NumSimplexDims(shp_Family family) {
-  if (family == shp_Family::Tetrahedron) return 3;
-  return family == shp_Family::Triangle || family == shp_Family::Wedge ? 2 : 0;
 }
 
 /// Sums over the points; `c` holds x, y, z of each node against the first one. Of a revolved plane, x is the
@@ -360,7 +356,8 @@ shp_MeasureRule::shp_MeasureRule(const shp_Topology& shape, shp_MomentOrder orde
   rule.order = order;
   rule.revolved = revolved;
   if (shape.NodeCoordinates().empty()) return;
-  rule.domain = {shape.NumGeomDims(), NumSimplexDims(shape.Options().Family())};
+  const shp_Facts& facts = *shp_FindFacts(shape.Options().Family());
+  rule.domain = {facts.numDims, facts.numSimplexDims};
   rule.hasSign = rule.domain.numDims == shape.NumSpatialDims();
   for (int node = 0; node < shape.NumBaseNodes(); ++node) rule.nodes.push_back(node);
   rule.ChooseTables(shape.NodeCoordinates());

@@ -79,11 +79,16 @@ const shp_Shape* shp_ShapeDictionary::GetShape(const cow_String& label) const {
   shp_LabelIndex::Entry* entry = index_->Find(label);
   if (!entry) return nullptr;
   if (!entry->shape) {
-    auto made = std::make_unique<const shp_Shape>(*entry->label, *entry->key, numShapes_);
+    auto made = std::make_shared<const shp_Shape>(*entry->label, *entry->key, numShapes_);
     entry->shape = shapeCache_.emplace(*entry->label, std::move(made)).first->second.get();
     ++numShapes_;
   }
   return entry->shape;
+}
+
+std::shared_ptr<const shp_Shape> shp_ShapeDictionary::ShareShape(const cow_String& label) const {
+  const shp_Shape* shape = GetShape(label);
+  return shape ? shapeCache_.find(shape->Label())->second : nullptr;
 }
 
 void shp_ShapeDictionary::PrintShapeTable(aio_ostream& stream) const {

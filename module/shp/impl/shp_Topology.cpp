@@ -18,9 +18,7 @@ constexpr bool IsSingleNode(shp_Family family) {
 /// Lines and the edges of plane elements have two points, triangular faces one or three, others four.
 int IntPtsPerFace(const shp_Options& options, const shp_Facts& facts) {
   if (facts.numDims == 1 || (facts.numDims == 2 && options.IsTwoDimensional())) return 2;
-  const bool onlyTriangles =
-      options.Family() == shp_Family::Triangle || options.Family() == shp_Family::Tetrahedron;
-  if (!onlyTriangles) return 4;
+  if (!facts.IsSimplex()) return 4;
   return options.NumNodes() == facts.NumCorners() ? 1 : 3;
 }
 } // namespace

@@ -235,18 +235,14 @@ void shp_Topology::IntPtCoord(std::span<const float> coordinates, std::span<cons
 }
 
 void shp_Topology::BodyOp(std::span<const gsl_Point> nodes, std::span<float> values) const {
-  if (!basis_ || NumGeomDims() != 3 || NumBaseNodes() != shp_FindFacts(options_.Family())->NumCorners())
-    return;
-  // a function times the determinant has at most degree two in a triangle and three in each other direction
+  if (!basis_ || NumGeomDims() != 3) return;
+  const shp_Facts& facts = *shp_FindFacts(options_.Family());
+  if (NumBaseNodes() != facts.NumCorners()) return;
+  // a function times the determinant has at most degree two in a simplex and three in each other direction
   shp_IntegrationRule rule{options_.Family(), 0, {}, {2, 2, 2}};
-  double weight = 1;
-  if (options_.Family() == shp_Family::Tetrahedron) {
-    rule.counts = {4, 0, 0};
-    weight = 1.0 / 24;
-  } else if (options_.Family() == shp_Family::Wedge) {
-    rule.counts = {3, 2, 0};
-    weight = 1.0 / 6;
-  }
+  double weight = 1; // of a point: the volume of the simplex over the number of its points
+  if (facts.HasSimplex()) rule.counts = {facts.NumSimplexCorners(), 2, 0};
+  for (int k = 2; k <= facts.NumSimplexCorners(); ++k) weight /= k;
   shp_Basis::Values sums{}, functions;
   shp_Basis::Derivatives derivatives;
   for (const shp_IsoPoint& point : rule.Points()) {
