@@ -12,9 +12,8 @@
 /// Empty      minimum above maximum on some axis; a default box is empty, and adding an empty box changes
 ///            nothing.
 /// Tolerance  none is ever added; == compares the corners as points.
-/// Errors     none. A NaN coordinate never widens a box; it stays when it comes from the first point, and
-/// what
-///            intersects such a box is then decided by the other coordinates.
+/// Errors     none. A NaN coordinate never widens a box; it stays when it comes from the first point, and the
+///            other coordinates then decide what intersects the box.
 /// Cost       O(1); the span forms of Add run at memory speed.
 /// Threads    a value.
 /// Stored as  _min, _max

@@ -6,9 +6,8 @@
 
 /// Solves A x = b by LU factorisation with partial pivoting. The sizes of the rows do not matter.
 ///
-/// Tolerance  singular: closer to a singular matrix than the rounding of the factorisation, which is 8 n
-/// times
-///            2.2e-16 times the growth of the elements in it, or not finite.
+/// Tolerance  singular: closer to a singular matrix than the rounding of the factorisation, 8 n times 2.2e-16
+///            times the growth of the elements in it; or not finite.
 /// Errors     none: Solve answers false for a singular matrix, and while no matrix is set.
 /// Cost       the first Solve after SetMatrix factorises, O(n cubed); each one substitutes, O(n squared).
 /// Threads    a value; the first Solve changes it.

@@ -10,9 +10,8 @@
 /// An element type's label with everything that follows from its attribute key.
 ///
 /// Shapes come from shp_ShapeDictionary::GetShape and are shared by pointer: ask once per element class.
-/// Threads    immutable. A pointer is good while the dictionary, and so the thread, that made it lives; what
-/// may
-///            outlive it takes a handle from ShareShape. The tables are the same in all threads.
+/// Threads    immutable. A pointer is good while the dictionary that made it lives, and so the thread; what
+///            may outlive it takes a handle from ShareShape.
 class CORE_GEOMETRY_API shp_Shape : public shp_Topology, public shp_InverseTopoTable {
 public:
   shp_Shape(cow_String label, const LongKey& key, int index);

@@ -13,9 +13,10 @@ class shp_LabelIndex;
 /// All element labels, and the shapes made of them so far.
 ///
 /// Use thr_ThreadSingleton<shp_ShapeDictionary>::Instance(): each thread has its own dictionary and its own
-/// shapes, released with the thread or by the finaliser at kDestructLevel, whichever comes first. A shape
-/// that was shared lives on. Cost       GetShape is one hash look-up, and allocates only when it makes a
-/// shape.
+/// shapes, released with the thread or by the finaliser at kDestructLevel, whichever comes first. Shapes that
+/// are shared live on.
+///
+/// Cost       GetShape is one hash look-up, and allocates only when it makes a shape.
 ///            Construction enters every label.
 /// Threads    one thread only, questions included: they make shapes.
 class CORE_GEOMETRY_API shp_ShapeDictionary {

@@ -158,7 +158,7 @@ TEST(gsl_Travel, EdgesAndFacesAlongTheDirectionCountHoweverTheyStand) {
   const auto whole = [&](int size) { return std::floor(random.Real(-size, size + 1)); };
   const auto place = [&] { return gsl_Point(whole(9), whole(9), whole(9)); };
   int meetings = 0;
-  for (int i = 0; i < 9'000; ++i) {
+  for (int i = 0; i < 3'000; ++i) {
     TriangleSet sets[2];
     gsl_Vector direction(whole(5), whole(5), whole(5));
     if (i % 3 == 0) { // a pair, along an edge or in a face of one or of both
@@ -187,7 +187,7 @@ TEST(gsl_Travel, EdgesAndFacesAlongTheDirectionCountHoweverTheyStand) {
       ASSERT_NEAR(Travel(sets[0], sets[1], direction), expected, 1e-9) << i << turned;
     }
   }
-  EXPECT_GT(meetings, 3'000);
+  EXPECT_GT(meetings, 1'000);
 }
 
 /// Up to 60 triangles; on a grid every second time.

@@ -37,6 +37,15 @@ void shp_InverseTopoTable::CollectEdges(const shp_Topology& topology) {
   numEdges_ = static_cast<int>(edges_.size());
 }
 
+namespace {
+/// Order of unique-edge pairs: by both faces, then by both edges.
+unsigned ByFaces(const shp_InverseTopoTable::MaskPair& pair) {
+  const auto first = static_cast<unsigned>(std::countr_zero(pair[0])),
+             second = static_cast<unsigned>(std::bit_width(pair[0])) - 1;
+  return first / 4 << 12 | second / 4 << 8 | first % 4 << 4 | second % 4;
+}
+} // namespace
+
 void shp_InverseTopoTable::PairEdges() {
   numUniqueEdges_ = numEdges_;
   for (auto edge = edges_.begin(); edge != edges_.end(); ++edge) {
@@ -46,22 +55,12 @@ void shp_InverseTopoTable::PairEdges() {
     for (const Edge& other : edges_) {
       if (!edge->JoinsSameAs(other)) continue;
       faces |= Mask{1} << other.face;
+      if (other.face > edge->face) uniqueEdgeMasks_.push_back({edge->Bit() | other.Bit(), ~other.Bit()});
       if (other.face != edge->face) nonUniqueEdgeMasks_.push_back({edge->Bit(), other.Bit()});
     }
     edgeFaces_.push_back(faces);
   }
-  // by both faces first, unlike the pairs above
-  const auto onFace = [this](int face) {
-    const auto first = std::ranges::find(edges_, face, &Edge::face);
-    return std::span(first, std::ranges::find_if(first, edges_.end(),
-                                                 [face](const Edge& edge) { return edge.face != face; }));
-  };
-  const int numFaces = std::bit_width(facesMask_);
-  for (int face = 0; face < numFaces; ++face)
-    for (int later = face + 1; later < numFaces; ++later)
-      for (const Edge& edge : onFace(face))
-        for (const Edge& other : onFace(later))
-          if (edge.JoinsSameAs(other)) uniqueEdgeMasks_.push_back({edge.Bit() | other.Bit(), ~other.Bit()});
+  std::ranges::sort(uniqueEdgeMasks_, {}, ByFaces);
 }
 
 void shp_InverseTopoTable::BuildNodeTables() {
