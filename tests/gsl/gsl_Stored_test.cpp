@@ -67,7 +67,9 @@ struct Place {
   cls_OwnUid uid;
 
   static unsigned TypeId() { return 0x7F000001; }
-  static void* Ctor(cls_ReadVisitor& visitor) { return new Place{gsl_Point(visitor), 0, {}, {}}; }
+  static void* Ctor(cls_ReadVisitor& visitor) {
+    return new Place{gsl_Point(visitor), 0, {}, cls_OwnUid(visitor.GetUid())};
+  }
   const cls_Uid& Uid() const { return uid; }
   static constexpr auto StoredFields() {
     return cls_Fields{cls_Field{"_x", &Place::x}, cls_Field{"_y", &Place::none}};
@@ -105,15 +107,7 @@ TEST_F(gsl_Stored, PointsVectorsAndMatricesComeBack) {
 
 TEST_F(gsl_Stored, ACoordinateThatIsNotThereIsZero) {
   omi_Singleton<cls_MetadataRegistrar>::Instance().initClassMetadata(&Place::InitializeMetadata, 9);
-  Place place;
-  std::filesystem::remove(file_);
-  {
-    cls_Database db = cls_Database::Create(file_, {4096});
-    cls_WritePass pass(db);
-    pass.Put("it", place);
-    pass.Commit();
-  }
-  const auto read = cls_Database::Open(file_).Get<Place>("it");
+  const auto read = RoundTrip(Place());
   for (unsigned i = 0; i < 3; ++i) EXPECT_EQ(read->point[i], i == 0 ? 4.5 : 0);
 }
 

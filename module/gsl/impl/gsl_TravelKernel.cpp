@@ -57,11 +57,11 @@ struct Side {
   /// An edge has its triangle on one side and all vertices of the other beyond the tolerance on the other. An
   /// edge along the direction has no sides.
   bool Separates(double tolerance) const {
+    const double limit = tolerance * tolerance;
     for (int i = 0; i < 3; ++i) {
-      if (length[i] <= tolerance * tolerance) continue;
       const double* t = turn[i];
       const double least = t[0] > 0 ? std::min({t[0], t[1], t[2]}) : -std::max({t[0], t[1], t[2]});
-      if (least > 0 && least * least > tolerance * tolerance * length[i]
+      if (least > 0 && length[i] > limit && least * least > limit * length[i]
           && (t[0] > 0 ? area <= 0 : area >= 0))
         return true;
     }
