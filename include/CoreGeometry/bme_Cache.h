@@ -1,4 +1,4 @@
-// bme_Cache.h: something derived that a copy of its owner builds anew
+// bme_Cache.h: what a copy of its owner does not take over: derived content, a count of changes
 #pragma once
 
 /// Derived content and whether it is valid. A copy starts invalid and empty: copying an owner costs nothing
@@ -17,4 +17,18 @@ template<class Content> struct bme_Cache {
     return *this;
   }
   ~bme_Cache() = default;
+};
+
+/// How often its owner has changed: 1 for a new one, also for a copy. It only grows: being assigned to is a
+/// change.
+struct bme_ChangeCount {
+  unsigned count = 1;
+
+  bme_ChangeCount() = default;
+  bme_ChangeCount(const bme_ChangeCount&) {}
+  bme_ChangeCount& operator=(const bme_ChangeCount& other) {
+    if (this != &other) ++count;
+    return *this;
+  }
+  ~bme_ChangeCount() = default;
 };

@@ -101,7 +101,9 @@ public:
   bool SetUserElementLabels(std::span<const int> labels);
   bool SetUserElementLabels(cls_xp1DArrayListInt labels); ///< without copying
   bool SetStackDirection(int element, int direction);
-  std::span<int> ConnectivityToModify() { return connectivity_.Modify(); } ///< all rows, one after the other
+  /// All rows, one after the other. A copy of the class shares them: write through the span no longer after
+  /// copying, but ask again.
+  std::span<int> ConnectivityToModify() { return connectivity_.Modify(); }
   /// Whole rows of nodes; labels must be one per new element when the class has labels, none otherwise.
   bool AppendElements(std::span<const int> connectivity, std::span<const int> labels);
   bool RemoveElement(int element);
@@ -119,9 +121,12 @@ public:
   void UpdateConnectivity(const int* newNodeIndex);
 
 private:
+  static constexpr auto StoredArrays(); ///< labels and connectivity
+  static constexpr auto StoredFacts();  ///< the other fields, which come before them
   static constexpr auto StoredFields();
   void FindShape();
   void KeepElements(const omi_BlkBitVect& keep);
+  bme_ElementClass WithoutElements() const;
   void CheckElement(int element) const;
 
   int numElements_ = 0;

@@ -30,7 +30,8 @@ public:
 
   // make
   bme_ElementData();
-  bme_ElementData(bme_ElementClass** classes, unsigned count); ///< takes ownership
+  /// Takes ownership, also when it throws nex_AssertionException: for a null class.
+  bme_ElementData(bme_ElementClass** classes, unsigned count);
   explicit bme_ElementData(const cls_ReadVisitor& visitor);
   bme_ElementData(const bme_ElementData&) = default;
   bme_ElementData& operator=(const bme_ElementData&) = default;
@@ -56,18 +57,21 @@ public:
   /// Position of the first label that no table holds, or the length when all do. Implicit labels are in no
   /// table: any list that is not empty gives 0 then.
   int CheckUserElementLabels(const cow_List<int>& labels) const;
-  bool HasUserElementLabels() const;         ///< false when the labels are implicit
+  bool HasUserElementLabels() const;         ///< false when the labels are implicit or there are no elements
   int GetNextAvailableLabel() const;         ///< nex_TextException when none is left
   int GetNextAvailableInternalLabel() const; ///< negative, below every label
   int GetMaximalUserLabel() const;           ///< the element count when labels are implicit
 
   // change
   void Init(); ///< renumbers classes and elements; to be called after changing a class
+  /// Private to this object until that is copied: a copy shares the class, so ask again after copying.
   bme_ElementClass& GetClassToModify(unsigned classIndex);
   bool AppendClass(bme_ElementClass* elements) { return AddElementClass(elements); }
   bool AddElementClass(bme_ElementClass* elements); ///< takes ownership; false for null
   void AppendClasses(const bme_ElementData& other);
-  void ReplaceElemClasses(const Classes& classes); ///< positions are renumbered from 0 in their order
+  /// Positions are renumbered from 0 in their order. nex_AssertionException, and nothing changes, for an
+  /// empty handle.
+  void ReplaceElemClasses(const Classes& classes);
   bool RemoveElementClass(unsigned classIndex);
   bool RemoveElementClassNoInit(unsigned classIndex); ///< leaves Init() to the caller
   bool AddElements(unsigned classIndex, const cow_List<int>& connectivity);
@@ -83,17 +87,21 @@ public:
 
 private:
   static constexpr auto StoredFields();
-  struct LabelMap {
-    omi_LabelTable table;
-    long long smallest = 0;
-    long long largest = 0;
+  struct LabelRange {
+    bool areImplicit = false;
+    long long smallest = 0, largest = 0;
+    void Add(std::span<const int> labels);
   };
-  const LabelMap& Labels() const;
+  void Number();
+  bool AreLabelsImplicit() const;
+  const LabelRange& RangeOfLabels() const;
+  const omi_LabelTable& Labels() const;
   int CheckedLabel(long long label) const;
 
   Classes classes_;
   std::vector<unsigned> firstOfClass_{0}; ///< first element of each class, and the total
-  mutable bme_Cache<LabelMap> labels_;
+  mutable bme_Cache<omi_LabelTable> labels_;
+  mutable bme_Cache<LabelRange> labelRange_; ///< follows elements that are added
   mutable long long nextAvailableLabel_ = 1;
   cls_Uid uid_;
 };

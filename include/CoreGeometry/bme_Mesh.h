@@ -60,7 +60,8 @@ public:
   const gsl_Matrix* Transform() const noexcept { return transform_.Matrix(); } ///< null when none was given
   const bme_NodeData& NodeData() const noexcept { return nodeData_.Const(); }
   const bme_ElementData& ElementData() const noexcept { return elemData_.Const(); }
-  unsigned ChangeCount() const noexcept { return changeCount_; }
+  /// 1 in a new mesh, also in a copy; grows with InvalidateMeshData() and when the mesh is assigned to.
+  unsigned ChangeCount() const noexcept { return changeCount_.count; }
   const g3d_Sphere& BoundingSphere() const noexcept {
     return sphere_;
   } ///< as of construction or ApplyTransform
@@ -79,6 +80,8 @@ public:
   void Print(aio_ostream& out) const; ///< a summary, flushed after each line
 
   // change
+  /// The nodes or the elements, private to this mesh until it is copied: the copy shares them, and a
+  /// reference that was asked for before then changes both meshes. Ask again after copying.
   bme_NodeData& NodeDataToModify() { return nodeData_.Modify(); }
   bme_ElementData& ElementDataToModify() { return elemData_.Modify(); }
   /// Moves every node; the stored placement stays as it is.
@@ -98,7 +101,7 @@ private:
   gsl_PersistentMatrix transform_;
 
   g3d_Sphere sphere_;
-  unsigned changeCount_ = 1;
+  bme_ChangeCount changeCount_;
   mutable bme_Cache<std::shared_ptr<const bme_FEMConnect>> connectivity_;
   cls_Uid uid_;
 };

@@ -63,18 +63,20 @@ public:
   void GetMeshNodeIndices(std::span<const int> labels, std::span<unsigned> indices) const;
   /// Position of the first label that is not known here, or the length when all are.
   int CheckUserNodeLabels(const cow_List<int>& labels) const;
-  int NextFreeLabel() const; ///< above every label that was ever stored
+  int NextFreeLabel() const; ///< above every label that was ever stored, in use or not
 
   // change
   void SetDimension(unsigned numDim) noexcept { numDim_ = numDim; }
   virtual bool SetNodalCoord(unsigned node, float x, float y, float z);
-  /// Flat x0 y0 z0 x1 ... of all nodes, private to this table from now on.
+  /// Flat x0 y0 z0 x1 ... of all nodes, private to this table until it is copied: a copy shares them, so
+  /// write through the span no longer after that, but ask again.
   std::span<float> CoordinatesToModify() { return coordinates_.Modify(); }
   virtual void AppendNode(float x, float y, float z,
                           int label); ///< the label is dropped when none are in use
   virtual void AppendNode(float x, float y, float z);
   /// Labels stay in use when both sides have them; unlabelled nodes appended to labelled ones get the next
-  /// free labels; anything appended to unlabelled nodes loses its labels.
+  /// free labels; anything appended to unlabelled nodes loses its labels. An empty table takes the labels of
+  /// what is appended, and drops a list that it held for nodes that never came.
   virtual void AppendNodes(const bme_NodeData& other);
   virtual void AppendNodes(const uti_CoordCont3D& coordinates);
   virtual bool DeleteNode(unsigned node);
@@ -88,7 +90,7 @@ public:
 
 private:
   static constexpr auto StoredFields();
-  void RaiseNextFreeLabel();
+  void RaiseNextFreeLabel(std::span<const int> stored);
   int TakeFreeLabel();
   const omi_LabelTable& LabelMap() const;
 

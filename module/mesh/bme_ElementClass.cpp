@@ -10,7 +10,12 @@
 #include <cstdlib>
 #include <limits>
 
-constexpr auto bme_ElementClass::StoredFields() {
+constexpr auto bme_ElementClass::StoredArrays() {
+  using C = bme_ElementClass;
+  return cls_Fields{cls_Field{"DDBuserElementLabel", &C::userLabels_},
+                    cls_Field{"DDBconnectivity", &C::connectivity_}};
+}
+constexpr auto bme_ElementClass::StoredFacts() {
   using C = bme_ElementClass;
   return cls_Fields{cls_Field{"numElements", &C::numElements_},
                     cls_Field{"firstElementIndex", &C::firstElementIndex_},
@@ -22,10 +27,9 @@ constexpr auto bme_ElementClass::StoredFields() {
                     cls_Field{"regionIndex", &C::regionIndex_},
                     cls_Field{"categoryLabel", &C::categoryLabel_},
                     cls_Field{"orientationFreq", &C::orientationFreq_},
-                    cls_Field{"locationLabel", &C::locationLabels_},
-                    cls_Field{"DDBuserElementLabel", &C::userLabels_},
-                    cls_Field{"DDBconnectivity", &C::connectivity_}};
+                    cls_Field{"locationLabel", &C::locationLabels_}};
 }
+constexpr auto bme_ElementClass::StoredFields() { return StoredFacts() + StoredArrays(); }
 
 unsigned bme_ElementClass::TypeId() noexcept { return bme_TypeId(2); }
 unsigned bme_ElementClass::DynTypeId() const noexcept { return TypeId(); }
@@ -36,7 +40,7 @@ void bme_ElementClass::InitializeMetadata(cls_ClassRegistrar& registrar) {
 }
 
 namespace {
-/// Seconds spent reading fields of classes, over the whole process.
+/// Seconds spent reading labels and connectivity of classes, over the whole process.
 double theReadTime = 0;
 
 cow_String Describe(const bme_ElementClass& elements) {
@@ -106,16 +110,17 @@ bme_ElementClass::bme_ElementClass(int numElements, const cow_String& elemType,
 }
 
 bme_ElementClass::bme_ElementClass(const cls_ReadVisitor& visitor) : uid_(visitor.GetUid()) {
-  const bool timed = std::getenv("TWL_TIMING") != nullptr;
+  cls_ReadFields(visitor, *this, StoredFacts());
   const omi_Stopwatch watch;
-  cls_ReadFields(visitor, *this, StoredFields());
+  cls_ReadFields(visitor, *this, StoredArrays());
+  const double seconds = watch.Seconds();
   try {
     FindShape();
   } catch (const nex_TextException& failure) {
     visitor.Refuse(failure.Message());
   }
-  if (timed) {
-    theReadTime += watch.Seconds();
+  if (std::getenv("TWL_TIMING") != nullptr) {
+    theReadTime += seconds;
     aio_DebugStream() << "It took " << theReadTime << " to read DDB connectivity." << std::endl;
   }
   if (bme_Traces(2)) aio_DebugStream() << "Done with bme_ElementClass\n";
@@ -271,21 +276,50 @@ bool bme_ElementClass::ResetConnectArraySz(int numElements) {
   return true;
 }
 
+bme_ElementClass bme_ElementClass::WithoutElements() const {
+  bme_ElementClass empty = *this;
+  empty.numElements_ = 0;
+  empty.connectivity_ = cls_xp2DArrayInt(connectivity_.NumColumns(), {});
+  empty.userLabels_ = cls_xp1DArrayListInt();
+  for (omi_BlkBitVect& marks : empty.marks_) marks = omi_BlkBitVect();
+  return empty;
+}
+
 bool bme_ElementClass::Split(const cow_List<int>& groups,
                              mdl_MapInt2ObjCow<bme_ElementClass>& classes) const {
   if (groups.Size() != numElements_) return false;
-  std::map<int, omi_BlkBitVect> members;
+  std::map<int, std::vector<std::size_t>> members;
   std::size_t element = 0;
   for (const int group : groups) {
     if (group < 0) return false;
-    members.try_emplace(group, static_cast<std::size_t>(numElements_)).first->second.Set(element++);
+    members[group].push_back(element++);
   }
+  const bme_ElementClass empty = WithoutElements();
+  const std::size_t columns = connectivity_.NumColumns();
+  const std::span<const int> labels = userLabels_.Const();
   mdl_MapInt2ObjCow<bme_ElementClass> result;
-  for (const auto& [group, keep] : members) {
-    cow_COW<bme_ElementClass> part(new bme_ElementClass(*this));
-    part.Modify().uid_ = cls_Uid::AllocateUid();
-    part.Modify().KeepElements(keep);
-    part.Modify().classIndex_ = group;
+  for (const auto& [group, elements] : members) {
+    cow_COW<bme_ElementClass> part(new bme_ElementClass(empty));
+    bme_ElementClass& made = part.Modify();
+    made.uid_ = cls_Uid::AllocateUid();
+    made.classIndex_ = group;
+    made.numElements_ = static_cast<int>(elements.size());
+    cow_ArrayCOW<int> rows;
+    rows.Reserve(elements.size() * columns);
+    std::vector<int> ownLabels;
+    ownLabels.reserve(labels.empty() ? 0 : elements.size());
+    for (const std::size_t i : elements) {
+      if (columns != 0) rows.Append(connectivity_.Row(i));
+      if (!labels.empty()) ownLabels.push_back(labels[i]);
+    }
+    made.connectivity_ = cls_xp2DArrayInt(columns, std::move(rows));
+    made.userLabels_ = cls_xp1DArrayListInt(ownLabels);
+    for (int bit = 0; bit < 3; ++bit) {
+      omi_BlkBitVect& marks = made.marks_[bit];
+      marks.Resize(elements.size());
+      for (std::size_t k = 0; k < elements.size(); ++k)
+        if (marks_[bit].Test(elements[k])) marks.Set(k);
+    }
     result.Insert(group, std::move(part));
   }
   classes = std::move(result);

@@ -8,6 +8,10 @@
 
 namespace {
 constexpr unsigned kNotFound = omi_LabelTable::kNotFound;
+
+void CheckGiven(bool isNull, int position) {
+  if (isNull) throw nex_AssertionException("element class " + std::to_string(position) + " is null");
+}
 } // namespace
 
 constexpr auto bme_ElementData::StoredFields() {
@@ -25,11 +29,16 @@ bme_ElementData::bme_ElementData() : uid_(cls_Uid::AllocateUid()) {}
 bme_ElementData::bme_ElementData(bme_ElementClass** classes, unsigned count) : bme_ElementData() {
   for (bme_ElementClass** at = classes; at != classes + count; ++at)
     classes_.Insert(classes_.Count(), cow_COW<bme_ElementClass>(*at));
+  for (const auto& [position, elements] : classes_) CheckGiven(elements.IsNull(), position);
   Init();
 }
 bme_ElementData::bme_ElementData(const cls_ReadVisitor& visitor) : uid_(visitor.GetUid()) {
   cls_ReadFields(visitor, *this, StoredFields());
-  Init();
+  try {
+    Init();
+  } catch (const nex_TextException& failure) {
+    cls_ReadVisitor(visitor, "classes").Refuse(failure.Message());
+  }
 }
 bme_ElementData::~bme_ElementData() = default;
 
@@ -38,7 +47,14 @@ void bme_ElementData::DBWrite(const cls_WriteVisitor& visitor) const {
 }
 
 void bme_ElementData::Init() {
-  if (classes_.Count() != 0 && std::prev(classes_.end())->first != classes_.Count() - 1) {
+  Number();
+  labelRange_.isValid = false;
+}
+
+void bme_ElementData::Number() {
+  // ascending keys are 0 to the count - 1 when the first and the last are
+  if (classes_.Count() != 0
+      && (classes_.begin()->first != 0 || std::prev(classes_.end())->first != classes_.Count() - 1)) {
     Classes renumbered;
     for (const auto& [position, elements] : Classes(classes_))
       renumbered.Insert(renumbered.Count(), elements);
@@ -98,43 +114,57 @@ unsigned bme_ElementData::GetMeshElemIndexFromClass(unsigned classIndex, unsigne
   return firstOfClass_[classIndex] + inClass;
 }
 
-const bme_ElementData::LabelMap& bme_ElementData::Labels() const {
-  if (labels_.isValid) return labels_.content;
-  LabelMap map;
-  const bool implicit = std::any_of(classes_.begin(), classes_.end(), [](const auto& entry) {
+void bme_ElementData::LabelRange::Add(std::span<const int> labels) {
+  if (labels.empty()) return;
+  const auto [low, high] = std::ranges::minmax(labels);
+  smallest = std::min<long long>(smallest, low);
+  largest = std::max<long long>(largest, high);
+}
+
+bool bme_ElementData::AreLabelsImplicit() const {
+  return std::any_of(classes_.begin(), classes_.end(), [](const auto& entry) {
     return entry.second->NumElements() > 0 && !entry.second->HasUserElementLabels();
   });
-  if (implicit) {
-    map.largest = -1;
-  } else {
+}
+
+const bme_ElementData::LabelRange& bme_ElementData::RangeOfLabels() const {
+  LabelRange& range = labelRange_.content;
+  if (!labelRange_.isValid) {
+    range = LabelRange();
+    range.areImplicit = AreLabelsImplicit();
+    if (!range.areImplicit)
+      for (const auto& [position, elements] : classes_) range.Add(elements->UserElementLabels());
+    labelRange_.isValid = true;
+  }
+  nextAvailableLabel_ = std::max(nextAvailableLabel_, range.largest + 1);
+  return range;
+}
+
+const omi_LabelTable& bme_ElementData::Labels() const {
+  if (labels_.isValid) return labels_.content;
+  omi_LabelTable table;
+  if (!RangeOfLabels().areImplicit) {
     omi_LabelSurvey survey; // the form of the table is chosen once, for all classes
     for (const auto& [position, elements] : classes_) survey.Add(elements->UserElementLabels());
-    map.table.Reserve(survey);
-    for (const auto& [position, elements] : classes_) {
-      const auto labels = elements->UserElementLabels();
-      map.table.Insert(labels, firstOfClass_[static_cast<std::size_t>(position)]);
-      for (const int label : labels) {
-        map.largest = std::max<long long>(map.largest, label);
-        map.smallest = std::min<long long>(map.smallest, label);
-      }
-    }
+    table.Reserve(survey);
+    for (const auto& [position, elements] : classes_)
+      table.Insert(elements->UserElementLabels(), firstOfClass_[static_cast<std::size_t>(position)]);
   }
-  nextAvailableLabel_ = std::max(nextAvailableLabel_, map.largest + 1);
-  labels_.content = std::move(map);
+  labels_.content = std::move(table);
   labels_.isValid = true;
   return labels_.content;
 }
 
 unsigned bme_ElementData::GetMeshElemIndexFromLabel(unsigned label) const {
-  const LabelMap& map = Labels();
-  if (map.table.IsEmpty()) return label >= 1 && label <= NumElements() ? label - 1 : kNotFound;
-  return map.table.Find(static_cast<int>(label));
+  const omi_LabelTable& table = Labels();
+  if (table.IsEmpty()) return label >= 1 && label <= NumElements() ? label - 1 : kNotFound;
+  return table.Find(static_cast<int>(label));
 }
 
 void bme_ElementData::GetMeshElemIndices(std::span<const int> labels, std::span<unsigned> indices) const {
-  const LabelMap& map = Labels();
-  if (!map.table.IsEmpty())
-    map.table.Find(labels, indices);
+  const omi_LabelTable& table = Labels();
+  if (!table.IsEmpty())
+    table.Find(labels, indices);
   else
     std::ranges::transform(labels, indices.begin(), [&](int label) {
       return GetMeshElemIndexFromLabel(static_cast<unsigned>(label));
@@ -142,16 +172,18 @@ void bme_ElementData::GetMeshElemIndices(std::span<const int> labels, std::span<
 }
 
 int bme_ElementData::CheckUserElementLabels(const cow_List<int>& labels) const {
-  const LabelMap& map = Labels();
+  const omi_LabelTable& table = Labels();
   int position = 0;
   for (const int label : labels) {
-    if (map.table.Find(label) == kNotFound) break;
+    if (table.Find(label) == kNotFound) break;
     ++position;
   }
   return position;
 }
 
-bool bme_ElementData::HasUserElementLabels() const { return !Labels().table.IsEmpty(); }
+bool bme_ElementData::HasUserElementLabels() const {
+  return NumElements() > 0 && !RangeOfLabels().areImplicit;
+}
 
 int bme_ElementData::CheckedLabel(long long label) const {
   if (label < std::numeric_limits<int>::min() || label > std::numeric_limits<int>::max())
@@ -160,22 +192,22 @@ int bme_ElementData::CheckedLabel(long long label) const {
 }
 
 int bme_ElementData::GetNextAvailableLabel() const {
-  Labels();
+  RangeOfLabels();
   return CheckedLabel(nextAvailableLabel_);
 }
 
 int bme_ElementData::GetNextAvailableInternalLabel() const {
-  return CheckedLabel(std::min(-1LL, Labels().smallest - 1));
+  return CheckedLabel(std::min(-1LL, RangeOfLabels().smallest - 1));
 }
 
 int bme_ElementData::GetMaximalUserLabel() const {
-  const LabelMap& map = Labels();
-  return map.table.IsEmpty() ? static_cast<int>(NumElements()) : static_cast<int>(map.largest);
+  const LabelRange& range = RangeOfLabels();
+  return HasUserElementLabels() ? static_cast<int>(range.largest) : static_cast<int>(NumElements());
 }
 
 bme_ElementClass& bme_ElementData::GetClassToModify(unsigned classIndex) {
   if (classIndex >= NumClasses()) throw nex_OutOfRangeException(classIndex, NumClasses());
-  labels_.isValid = false;
+  labels_.isValid = labelRange_.isValid = false;
   return classes_.GetToModify(static_cast<int>(classIndex));
 }
 
@@ -193,6 +225,7 @@ void bme_ElementData::AppendClasses(const bme_ElementData& other) {
 }
 
 void bme_ElementData::ReplaceElemClasses(const Classes& classes) {
+  for (const auto& [position, elements] : classes) CheckGiven(elements.IsNull(), position);
   classes_ = classes;
   Init();
 }
@@ -234,8 +267,14 @@ bool bme_ElementData::AddElements(unsigned classIndex, const cow_List<int>& conn
     }
   }
   const std::vector<int> nodes(connectivity.begin(), connectivity.end());
-  if (!GetClassToModify(classIndex).AppendElements(nodes, newLabels)) return false;
-  Init();
+  if (!classes_.GetToModify(static_cast<int>(classIndex)).AppendElements(nodes, newLabels)) return false;
+  Number();
+  if (labelRange_.isValid) {
+    if (AreLabelsImplicit())
+      labelRange_.content = {.areImplicit = true};
+    else
+      labelRange_.content.Add(newLabels);
+  }
   return true;
 }
 

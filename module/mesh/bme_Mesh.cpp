@@ -51,7 +51,6 @@ bme_Mesh::bme_Mesh(const bme_Mesh& other, unsigned newId) : bme_Mesh(other) {
   id_ = static_cast<int>(newId);
   nodeData_ = cow_COW<bme_NodeData, cow_Virtual<bme_NodeData>>(other.NodeData().Copy());
   elemData_ = cow_COW<bme_ElementData>(new bme_ElementData(other.ElementData()));
-  changeCount_ = 1;
 }
 
 bme_Mesh::bme_Mesh(const cls_ReadVisitor& visitor) : uid_(visitor.GetUid()) {
@@ -124,7 +123,7 @@ const bme_FEMConnect& bme_Mesh::Connectivity() const {
 void bme_Mesh::InvalidateMeshData() noexcept {
   connectivity_.isValid = false;
   connectivity_.content.reset();
-  ++changeCount_;
+  ++changeCount_.count;
 }
 
 bool bme_Mesh::ComputeFaceNorml(const bme_ElementClass& elements, unsigned elemIndexInClass, unsigned face,

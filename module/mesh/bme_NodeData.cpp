@@ -34,7 +34,7 @@ bme_NodeData::bme_NodeData(uti_CoordCont3D coordinates, unsigned numDim)
 bme_NodeData::bme_NodeData(const cls_ReadVisitor& visitor) : uid_(visitor.GetUid()) {
   cls_ReadFields(visitor, *this, StoredFields());
   CheckCount(coordinates_.Size());
-  if (HasUserNodeLabels()) RaiseNextFreeLabel();
+  RaiseNextFreeLabel(labels_.Const());
 }
 bme_NodeData::~bme_NodeData() = default;
 bme_NodeData* bme_NodeData::Copy() const { return new bme_NodeData(*this); }
@@ -106,8 +106,9 @@ int bme_NodeData::TakeFreeLabel() {
   return label;
 }
 
-void bme_NodeData::RaiseNextFreeLabel() {
-  nextFreeLabel_ = std::max(nextFreeLabel_, static_cast<long long>(GetMaxUserNodeLabel()) + 1);
+void bme_NodeData::RaiseNextFreeLabel(std::span<const int> stored) {
+  if (!stored.empty())
+    nextFreeLabel_ = std::max(nextFreeLabel_, static_cast<long long>(*std::ranges::max_element(stored)) + 1);
 }
 
 bool bme_NodeData::SetNodalCoord(unsigned node, float x, float y, float z) {
@@ -151,10 +152,11 @@ void bme_NodeData::AppendNodes(const bme_NodeData& other) {
     return;
   }
   const cls_xp1DArrayListInt labels = other.labels_; // a handle of its own: `other` may be this table
+  if (coordinates_.IsEmpty()) labels_.Clear();
   labels_.Append(labels.Const());
   coordinates_.Append(uti_CoordCont3D(other.coordinates_));
   map_.isValid = false;
-  RaiseNextFreeLabel();
+  RaiseNextFreeLabel(labels.Const());
 }
 
 bool bme_NodeData::DeleteNode(unsigned node) {
@@ -204,15 +206,11 @@ void bme_NodeData::SetUserNodeLabels(const int* labels) {
   cls_xp1DArrayListInt stored;
   stored.Reserve(count * 5 < 4 ? count : count * 5 / 4);
   stored.Append(std::span(labels, count));
-  labels_ = std::move(stored);
-  map_.isValid = false;
-  if (count > 0) RaiseNextFreeLabel();
+  SetUserNodeLabels(std::move(stored));
 }
 
 void bme_NodeData::SetUserNodeLabels(const cow_List<int>& labels) {
-  labels_ = cls_xp1DArrayListInt(labels);
-  map_.isValid = false;
-  RaiseNextFreeLabel();
+  SetUserNodeLabels(cls_xp1DArrayListInt(labels));
 }
 
 void bme_NodeData::SetUserNodeLabels(const bme_NodeData& other) { SetUserNodeLabels(other.labels_); }
@@ -220,5 +218,7 @@ void bme_NodeData::SetUserNodeLabels(const bme_NodeData& other) { SetUserNodeLab
 void bme_NodeData::SetUserNodeLabels(cls_xp1DArrayListInt labels) {
   labels_ = std::move(labels);
   map_.isValid = false;
-  RaiseNextFreeLabel();
+  RaiseNextFreeLabel(labels_.Const());
+  // a list of another length leaves the labels implicit, up to the number of nodes
+  if (!HasUserNodeLabels()) nextFreeLabel_ = std::max(nextFreeLabel_, 1LL + NumNodes());
 }

@@ -1,8 +1,11 @@
 #include <CoreGeometry/bme_ElementData.h>
 
 #include <CoreGeometry/shp_Shape.h>
+#include <StoredTest.h>
 #include <gtest/gtest.h>
 #include <limits>
+#include <numeric>
+#include <shp/AllocationCounter.h>
 
 namespace {
 /// n elements of a type with nodes 0, 1, 2, ..., labelled or not.
@@ -104,6 +107,54 @@ TEST(bme_ElementData, AddingElementsChecksLengthsAndMakesLabels) {
   data.UpdateConnectivity(renumbered.data());
   EXPECT_EQ(data.GetClass(0).Connectivity(4)[0], 90);
   EXPECT_EQ(data.GetClass(0).Connectivity(0)[0], 3);
+}
+
+TEST(bme_ElementData, ClassesUnderAnyKeysAreRenumbered) {
+  for (const auto& keys : {std::array{-1, 1}, {3, 9}, {-7, -3}, {0, 2}, {0, 1}}) {
+    bme_ElementData::Classes classes;
+    classes.Insert(keys[0], cow_COW<bme_ElementClass>(Class("C3D8", 8, 2)));
+    classes.Insert(keys[1], cow_COW<bme_ElementClass>(Class("S4", 4, 3)));
+    bme_ElementData data;
+    data.ReplaceElemClasses(classes);
+    EXPECT_EQ(data.NumElements(), 5U) << keys[0];
+    EXPECT_EQ(data.GetClass(1).ElemTypeLabel(), "S4") << keys[0];
+    EXPECT_EQ(data.GetElemClass(1).ClassIndex(), 0) << keys[0];
+  }
+}
+
+TEST(bme_ElementData, NullClassesAreRefusedByPosition) {
+  bme_ElementClass* classes[] = {Class("S4", 4, 1), nullptr};
+  EXPECT_EQ(ThrownBy([&] { bme_ElementData(classes, 2); }), "element class 1 is null");
+  bme_ElementClass* one[] = {Class("S4", 4, 1)};
+  bme_ElementData data(one, 1);
+  EXPECT_FALSE(data.AddElementClass(nullptr));
+  bme_ElementData::Classes holed = data.ElementClasses();
+  holed.Insert(5, cow_COW<bme_ElementClass>());
+  EXPECT_EQ(ThrownBy([&] { data.ReplaceElemClasses(holed); }), "element class 5 is null");
+  EXPECT_EQ(data.NumElements(), 1U) << "nothing was replaced";
+  EXPECT_EQ(data.NumClasses(), 1U);
+}
+
+TEST(bme_ElementData, WorkOnLabelledClassesGrowsWithWhatIsAddedAlone) {
+  constexpr int kElements = 100000;
+  std::vector<int> labels(kElements);
+  std::iota(labels.begin(), labels.end(), 1);
+  bme_ElementClass* classes[] = {Class("MASS", 1, kElements, labels)};
+  bme_ElementData data(classes, 1);
+  long before = NumAllocatedBytes();
+  for (int call = 0; call < 200; ++call) EXPECT_TRUE(data.AddElements(0, List({0})));
+  EXPECT_LT(NumAllocatedBytes() - before, 20L * kElements) << "no map of labels for each call";
+  EXPECT_EQ(LabelsOf(data.GetClass(0)).back(), kElements + 200);
+  EXPECT_EQ(data.GetMaximalUserLabel(), kElements + 200);
+  EXPECT_EQ(data.GetMeshElemIndexFromLabel(kElements + 200), kElements + 199U);
+
+  std::vector<int> groups(static_cast<std::size_t>(data.NumElements()));
+  for (std::size_t i = 0; i < groups.size(); ++i) groups[i] = static_cast<int>(i * 7 % 5000);
+  mdl_MapInt2ObjCow<bme_ElementClass> parts;
+  before = NumAllocatedBytes();
+  EXPECT_TRUE(data.GetClass(0).Split(List(groups), parts));
+  EXPECT_LT(NumAllocatedBytes() - before, 100L * kElements) << "no table of all elements for each part";
+  EXPECT_EQ(parts.Count(), 5000);
 }
 
 TEST(bme_ElementData, InitLeavesClassesThatAreRightShared) {

@@ -8,6 +8,7 @@
 #include <CoreGeometry/bme_Messages.h>
 #include <CoreGeometry/gsl_Matrix.h>
 #include <CoreGeometry/gsl_Vector.h>
+#include <StoredTest.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sstream>
@@ -115,6 +116,11 @@ TEST(bme_Mesh, ATransformMovesItsOwnNodesOnly) {
   mesh.InvalidateMeshData();
   EXPECT_EQ(mesh.ChangeCount(), 2U);
   EXPECT_EQ(bme_Mesh(mesh, 6).ChangeCount(), 1U);
+  const bme_Mesh copy = mesh;
+  EXPECT_EQ(copy.ChangeCount(), 1U);
+  EXPECT_EQ(std::unique_ptr<bme_Mesh>(mesh.VirtualCopy())->ChangeCount(), 1U);
+  mesh = copy;
+  EXPECT_EQ(mesh.ChangeCount(), 3U) << "it only grows, and the content is another";
 }
 
 namespace {
@@ -207,14 +213,7 @@ TEST_F(MeshFile, MeshesThatShareNodesShareThemInTheFile) {
 
 TEST_F(MeshFile, WrongStoredMeshesAreRefusedWithTheirPlace) {
   cls_Database db = cls_Database::Create(file_);
-  const auto message = [&](const cow_String& root) {
-    try {
-      db.Get<bme_Mesh>(root);
-    } catch (const nex_Exception& failure) {
-      return failure.Message();
-    }
-    return cow_String("(nothing was thrown)");
-  };
+  const auto message = [&](const cow_String& root) { return ThrownBy([&] { db.Get<bme_Mesh>(root); }); };
   {
     cls_WritePass pass(db);
     cls_Row matrix, mesh, nodes;
@@ -230,11 +229,36 @@ TEST_F(MeshFile, WrongStoredMeshesAreRefusedWithTheirPlace) {
         .SetInts("userNodeLabels", {})
         .SetInt("numDim", 3);
     pass.PutRow("nodes", bme_NodeData::TypeId(), 203, nodes);
+    // two classes under keys that are not their positions, with more elements than can be counted
+    std::vector<std::pair<long long, long long>> classes;
+    for (const int key : {-1, 1}) {
+      cls_Row controls, type, data;
+      for (const char* field : {"hrGlsStiffness", "bendingHrGls", "drillingHrGls", "weightFactor",
+                                "displHrGls", "rotHrGls", "OOPDispHrGls"})
+        controls.SetDouble(field, 0);
+      controls.SetText("elemLib", "Standard").SetText("kineSplit", "Centroid").SetText("stressRate", "Polar");
+      controls.SetText("hrGlsControl", "Default Hourglass Control").SetText("soAccuracy", "Accuracy off");
+      for (const char* field :
+           {"firstElementIndex", "meshIndex", "classIndex", "regionClassIndex", "regionIndex"})
+        type.SetInt(field, 0);
+      type.SetInt("numElements", 2000000000).SetText("elemTypeLabel", "NOSUCH").SetText("categoryLabel", "");
+      type.SetText("orientationFreq", "None").SetTexts("locationLabel", {});
+      type.SetInts("DDBuserElementLabel", {}).SetInts("DDBconnectivity", {});
+      type.SetEmbedded("elemCtrlParams", pass.PutRow(bme_ElemCtrlParams::TypeId(), 203, controls));
+      classes.emplace_back(key, pass.PutRow(bme_ElementClass::TypeId(), 862, type));
+      data.SetOwnedMap("classes", classes);
+      pass.PutRow(key < 0 ? "one" : "tooMany", bme_ElementData::TypeId(), 319, data);
+    }
     pass.Commit();
   }
   EXPECT_EQ(message("type"),
             "omu_PrimEnum(const cls_ReadVisitor&) - str not allowed: Orphan Mesh  Permissible: Orphan "
             "mesh, Odb mesh, Native mesh, Invalid mesh");
+  EXPECT_EQ(db.Get<bme_ElementData>("one")->GetElemClass(7).ClassIndex(), 0);
+  const cow_String tooMany = ThrownBy([&] { db.Get<bme_ElementData>("tooMany"); });
+  EXPECT_EQ(tooMany.find(file_ + ": object "), 0U);
+  EXPECT_NE(tooMany.find(" of bme_ElementData, field classes: element class 1 (NOSUCH): "), cow_String::npos)
+      << tooMany;
   EXPECT_NE(message("nodes").find("is of class bme_NodeData, not bme_Mesh"), cow_String::npos);
   try {
     db.Get<bme_NodeData>("nodes");

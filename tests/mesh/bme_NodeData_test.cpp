@@ -12,6 +12,14 @@ bme_NodeData Labelled(const std::vector<int>& labels) {
   return nodes;
 }
 
+uti_CoordCont3D Coordinates(int nodes) {
+  uti_CoordCont3D coordinates;
+  coordinates.Resize(static_cast<std::size_t>(nodes));
+  return coordinates;
+}
+
+cow_List<int> List(const std::vector<int>& labels) { return cow_List<int>(std::span<const int>(labels)); }
+
 std::vector<int> LabelsOf(const bme_NodeData& nodes) {
   cow_List<int> labels;
   nodes.GetUserNodeLabels(labels);
@@ -77,6 +85,33 @@ TEST(bme_NodeData, TheNextFreeLabelNeverGoesDown) {
   nodes.SetUserNodeLabels(cow_List<int>(std::span<const int>(std::vector<int>{1, 2, 3})));
   EXPECT_FALSE(nodes.HasUserNodeLabels()) << "a list of another length counts as no labels";
   EXPECT_EQ(nodes.GetMeshNodeIndex(1), bme_kNotFound);
+}
+
+TEST(bme_NodeData, LabelsThatAreGivenAreAboveEveryLabelThatIsStored) {
+  struct Case {
+    int nodes;
+    std::vector<int> labels;
+    bool deletesFirst;
+    int appended, expected; ///< the last label after that many unlabelled nodes
+  };
+  for (const Case& c : {Case{2, {1, 2, 3}, false, 2, 4},
+                        {2, {100, 200, 300}, false, 2, 301},
+                        {4, {50, 60, 70}, true, 1, 71},
+                        {1, {7, -9}, false, 2, 8}}) {
+    bme_NodeData nodes(Coordinates(c.nodes));
+    nodes.SetUserNodeLabels(List(c.labels));
+    EXPECT_EQ(c.deletesFirst && nodes.DeleteNode(0), c.deletesFirst);
+    const int next = nodes.NextFreeLabel();
+    for (int i = 0; i < c.appended; ++i) nodes.AppendNode(0, 0, 0);
+    EXPECT_EQ(LabelsOf(nodes).back(), c.expected);
+    EXPECT_EQ(next, c.expected);
+    EXPECT_TRUE(nodes.HasUserNodeLabels());
+  }
+  bme_NodeData nodes; // labels of nodes that never came
+  nodes.SetUserNodeLabels(List({1, 2}));
+  nodes.AppendNodes(Labelled({8, 9}));
+  EXPECT_EQ(LabelsOf(nodes), (std::vector<int>{8, 9}));
+  EXPECT_EQ(nodes.GetMeshNodeIndex(9), 1U);
 }
 
 TEST(bme_NodeData, DeletingNodesMovesTheKeptOnesInAnyOrder) {

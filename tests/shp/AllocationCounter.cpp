@@ -5,19 +5,22 @@
 #include <new>
 
 namespace {
-thread_local long theAllocations = 0;
-}
+thread_local long theAllocations = 0, theBytes = 0;
 
-long NumAllocations() { return theAllocations; }
-
-void* operator new(std::size_t size) {
+void* Allocate(std::size_t size) {
   ++theAllocations;
-  if (void* memory = std::malloc(size ? size : 1)) return memory;
-  throw std::bad_alloc();
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  ++theAllocations;
+  theBytes += static_cast<long>(size);
   return std::malloc(size ? size : 1);
 }
+} // namespace
+
+long NumAllocations() { return theAllocations; }
+long NumAllocatedBytes() { return theBytes; }
+
+void* operator new(std::size_t size) {
+  if (void* memory = Allocate(size)) return memory;
+  throw std::bad_alloc();
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }

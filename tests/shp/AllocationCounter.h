@@ -3,3 +3,5 @@
 
 /// Number of calls of operator new on this thread so far, in this program.
 long NumAllocations();
+/// Bytes that operator new on this thread was asked for so far.
+long NumAllocatedBytes();
