@@ -1,8 +1,11 @@
+#include <BasicUtils/cls_Check.h>
 #include <BasicUtils/cls_MetadataRegistrar.h>
 #include <CoreGeometry/rgnC_Region.h>
 #include <CoreGeometry/rgnC_RegionTable.h>
 #include <ROM/dbc_OldClassVersion.h>
 #include <StoredTest.h>
+#include <algorithm>
+#include <numeric>
 
 namespace {
 class rgnC_OldVersions : public StoredTest {
@@ -126,6 +129,48 @@ TEST_F(rgnC_OldVersions, RegionsBecomeCurrentOnes) {
       EXPECT_EQ(region.GetSetData().Path(), "sets/Skin");
     });
   }
+}
+
+TEST_F(rgnC_OldVersions, ASubsetOfSeveralSetsIsOfTheKindOfEach) {
+  const std::pair<const char*, res_SetTypeEnm> sets[] = {{"NODE_SET", res_NODE_SET},
+                                                         {"ELEMENT_SET", res_ELEMENT_SET},
+                                                         {"SURFACE_ELEMENT", res_SURFACE_ELEMENT},
+                                                         {"ELEMENT_SET", res_ELEMENT_SET}};
+  const auto rootOf = [](std::size_t i) { return "sets/" + std::to_string(i); };
+  std::vector<int> ids(5000); // as many as make an array of its own
+  std::iota(ids.begin(), ids.end(), 3);
+  {
+    cls_Database db = Create();
+    cls_WritePass pass(db);
+    cls_Row subset;
+    subset.SetInt("setIndex", 4).SetInt("subsetIndex", 0).SetInts("idArray", ids).SetInt("meshIndex", 2);
+    subset.SetInt("classIndex", 3).SetInt("constructionOk", 1).SetInt("numItems", 5000);
+    const std::pair<long long, long long> subsets[] = {
+        {0, pass.PutRow("subset", rgnC_SubsetData::TypeId(), 203, subset)}};
+    for (std::size_t i = 0; i < std::size(sets); ++i) {
+      cls_Row set;
+      set.SetInt("setIndex", 4).SetText("setLabel", "Skin").SetInt("numSubset", 1).SetInt("internalSet", 0);
+      set.SetText("setType", sets[i].first).SetInt("constructionOk", 1).SetOwnedMap("subsetList", subsets);
+      pass.PutRow(rootOf(i), rgnC_SetData::TypeId(), 203, set);
+    }
+    pass.Commit();
+  }
+  ReadAndUpgrade<rgnC_SubsetData>("subset", [&](const rgnC_SubsetData& alone) {
+    EXPECT_EQ(alone.SubsetType(), res_NODE_SET);
+    const cls_Database db = cls_Database::Open(file_);
+    for (std::size_t i = 0; i < std::size(sets); ++i) {
+      const auto set = db.Get<rgnC_SetData>(rootOf(i));
+      EXPECT_EQ(set->SubSet(0).SubsetType(), sets[i].second) << i;
+      EXPECT_TRUE(std::ranges::equal(set->SubSet(0).IdArray(), ids)) << i;
+    }
+  });
+  const cls_Database db = cls_Database::Open(file_);
+  for (const auto& type : db.Classes()) {
+    if (type.name == "rgnC_SubsetData" && type.objects > 0) {
+      EXPECT_EQ(type.objects, 3) << "what is of one kind stays shared";
+    }
+  }
+  for (const cls_Finding& finding : cls_Check(db)) ADD_FAILURE() << finding.what;
 }
 
 TEST_F(rgnC_OldVersions, ASubsetWithoutItsSetIsOneOfNodes) {

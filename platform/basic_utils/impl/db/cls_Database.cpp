@@ -133,6 +133,7 @@ long long cls_Database::Upgrade() {
     }
     file_->ExpectTotal(db_File::TableOf(*type), total);
   }
+  writer.SplitByReferrer(outdated);
   for (const auto& [row, typeId] : outdated) writer.Rewrite(row, typeId);
   for (const unsigned typeId : changes.deletedClasses) writer.DeleteClass(typeId);
   for (const auto& [from, to] : changes.renamedTables) writer.RenameFolder(from, to);

@@ -44,6 +44,9 @@ public:
   void PutShared(const cow_String& root, std::shared_ptr<const void> object, WriteFunction write);
   void Remove(const cow_String& root);
   long long PutRow(const cow_String* root, unsigned typeId, int version, const cls_Row& row);
+  /// Of rows that several objects refer to, and whose conversion looks at them: each result gets a row of its
+  /// own, which is added to the list. Rows and their classes.
+  void SplitByReferrer(std::vector<std::pair<long long, unsigned>>& outdated);
   /// Reads a row of a superseded layout and writes it over itself in the current one; it keeps its id.
   void Rewrite(long long row, unsigned typeId);
   void RenameClass(const cow_String& from, const cow_String& to);
@@ -85,7 +88,10 @@ private:
   void AnnounceProgress(const void* object, WriteFunction write);
   void Advance(std::size_t bytes);
   long long Insert(const cls_Uid& uid, const db_Class* type, long long owner);
-  void Forget(long long row, long long child); ///< empties the cells of a row that name a child
+  /// Lets the cells of a row that name a child name another one; empties them for 0.
+  void Replace(long long row, long long child, long long by);
+  /// Another row with the same cells and copies of what is embedded in it.
+  long long Duplicate(long long row, long long owner);
   void InsertCells(long long row, db_Class& type, const cls_Uid& uid, std::span<const cls_Cell> cells);
   const cls_ClassMetadata& CurrentRecord(unsigned typeId) const;
 
