@@ -11,8 +11,10 @@ struct dtu_6dofNodeCoord {
 
 /// Coordinate system attached to a node with six degrees of freedom.
 ///
-/// The rotation turns the axes of the reference system that it was made with, the global axes when there was
-/// none. The reference is not stored: after reading, the stored axes are the reference.
+/// The rotation is total: it turns the axes of the reference system that this one was made with, the global
+/// axes when there was none. The coordinates of the stored node hold the rotation that made the stored axes,
+/// zero in the beginning; turned back by it, they are the reference after reading. Moving the system moves
+/// the reference.
 ///
 /// Threads    a value.
 /// Stored as  the fields of dtu_DatumCsys, node; not the display frame
@@ -35,12 +37,14 @@ public:
   void Print(aio_ostream& out) const override; ///< as any system, and a line that names the node
   unsigned DynTypeId() const noexcept override;
   void DBWrite(const cls_WriteVisitor& visitor) const override;
+  /// The node; its coordinates are the rotation of the stored axes, not a place.
   const gsl_Dot& Node() const noexcept { return node_; }
   cow_String GetNodeInfo() const;                        ///< "inst1:1 node1:10"
   dtu_DatumCsys* GetDisplayCoordSystem() const override; ///< the display frame, same identifiers and kind
   void DisplayGeometry(gsl_Point& origin, gsl_Vector& x, gsl_Vector& y, gsl_Vector& z) const override;
 
   // change
+  void TransformData(const gsl_Matrix& matrix) override;
   /// Moves the display frame or the stored one, never both.
   void Regenerate(const dtu_6dofNodeCoord& coords, bool display);
 
@@ -49,6 +53,8 @@ protected:
   bool IsSame(const dtu_Datum& other) const override;
 
 private:
+  void RecoverReference();
+
   gsl_Dot node_{0, 0};
   gsl_Vector reference_[3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
   dtu_DisplayFrame display_;

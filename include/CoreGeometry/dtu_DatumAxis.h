@@ -39,7 +39,7 @@ public:
   // change
   void TransformData(const gsl_Matrix& matrix) override;
   /// The piece that bounds the box's corners dropped onto the axis; none for an empty box.
-  void UpdateOutline(const gsl_BBox& box) override;
+  void UpdateOutline(const gsl_BBox& box) override; ///< none when the axis has no direction
 
 protected:
   static constexpr auto StoredFields();

@@ -19,9 +19,7 @@ void dtu_6dofNodeDatumCsys::InitializeMetadata(cls_ClassRegistrar& registrar) {
 dtu_6dofNodeDatumCsys::dtu_6dofNodeDatumCsys(const cls_ReadVisitor& visitor) {
   uid_ = visitor.GetUid();
   cls_ReadFields(visitor, *this, StoredFields());
-  reference_[0] = xAxis_;
-  reference_[1] = yAxis_;
-  reference_[2] = zAxis_;
+  RecoverReference();
 }
 
 void dtu_6dofNodeDatumCsys::DBWrite(const cls_WriteVisitor& visitor) const {
@@ -62,11 +60,34 @@ void dtu_6dofNodeDatumCsys::DisplayGeometry(gsl_Point& origin, gsl_Vector& x, gs
   z = display_.z;
 }
 
+namespace {
+/// The turn by a vector along the axis, as long as the angle, times the factor 1 or -1.
+gsl_Matrix TurnBy(const gsl_Vector& rotation, double factor) {
+  gsl_Matrix turn;
+  turn.AxisRotation({}, rotation, factor * rotation.Magnitude());
+  return turn;
+}
+} // namespace
+
+void dtu_6dofNodeDatumCsys::RecoverReference() {
+  const gsl_Point& stored = node_.GetPoint();
+  const gsl_Matrix back = TurnBy({stored[0], stored[1], stored[2]}, -1);
+  const gsl_Vector* const axes[] = {&xAxis_.Vector(), &yAxis_.Vector(), &zAxis_.Vector()};
+  for (unsigned i = 0; i < 3; ++i) {
+    reference_[i] = *axes[i];
+    back.Transform(reference_[i]);
+  }
+}
+
+void dtu_6dofNodeDatumCsys::TransformData(const gsl_Matrix& matrix) {
+  dtu_DatumCsys::TransformData(matrix);
+  RecoverReference();
+}
+
 void dtu_6dofNodeDatumCsys::Regenerate(const dtu_6dofNodeCoord& coords, bool display) {
   const gsl_Point position(coords.position[0], coords.position[1], coords.position[2]);
   const gsl_Vector rotation(coords.rotation[0], coords.rotation[1], coords.rotation[2]);
-  gsl_Matrix turn;
-  turn.AxisRotation({}, rotation, rotation.Magnitude());
+  const gsl_Matrix turn = TurnBy(rotation, 1);
   gsl_Vector* const axes[] = {display ? &display_.x : &xAxis_.Vector(),
                               display ? &display_.y : &yAxis_.Vector(),
                               display ? &display_.z : &zAxis_.Vector()};
@@ -75,10 +96,11 @@ void dtu_6dofNodeDatumCsys::Regenerate(const dtu_6dofNodeCoord& coords, bool dis
     *axes[i] = reference_[i];
     turn.Transform(*axes[i]);
   }
+  if (!display) node_.SetValues(rotation[0], rotation[1], rotation[2]);
 }
 
 bool dtu_6dofNodeDatumCsys::IsSame(const dtu_Datum& other) const {
   const gsl_Dot& node = static_cast<const dtu_6dofNodeDatumCsys&>(other).node_;
   return dtu_DatumCsys::IsSame(other) && node_.GetInstanceId() == node.GetInstanceId()
-         && node_.GetEntityId() == node.GetEntityId();
+         && node_.GetEntityId() == node.GetEntityId() && node_.GetPoint() == node.GetPoint();
 }

@@ -3,7 +3,6 @@
 #include "dtu_Component.h"
 #include "dtu_Outline.h"
 #include "dtu_StoredFields.h"
-#include <CoreGeometry/gsl_StLine.h>
 #include <algorithm>
 
 constexpr auto dtu_DatumAxis::StoredFields() {
@@ -71,14 +70,12 @@ int dtu_DatumAxis::GetDiscreteRep(gsl_Point* ends) const { return dtu_CopyOutlin
 
 void dtu_DatumAxis::UpdateOutline(const gsl_BBox& box) {
   cornerPoints_.ListToModify() = {};
-  if (box.IsEmpty()) return;
-  const gsl_StLine line(point_, direction_);
-  const gsl_Vector unit = direction_.Vector().NormalizedCopy();
+  gsl_Vector unit = direction_;
+  if (box.IsEmpty() || !dtu_HasDirection(unit)) return;
   double low = 0, high = 0;
   bool isFirst = true;
   for (const gsl_Point& corner : dtu_BoxCorners(box)) {
-    double along = 0;
-    corner.ProjectOn(line, along);
+    const double along = gsl_Vector(point_, corner).DotProduct(unit);
     low = isFirst ? along : std::min(low, along);
     high = isFirst ? along : std::max(high, along);
     isFirst = false;

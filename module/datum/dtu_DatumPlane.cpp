@@ -76,7 +76,7 @@ int dtu_DatumPlane::GetDiscreteRep(gsl_Point* corners) const {
 void dtu_DatumPlane::UpdateOutline(const gsl_BBox& box) {
   cornerPoints_.ListToModify() = {};
   gsl_Vector normal = normal_;
-  if (box.IsEmpty() || !normal.Normalize()) return;
+  if (box.IsEmpty() || !dtu_HasDirection(normal)) return;
   const gsl_Vector u = normal.BestAlignedOrthogonalUnit().UnitCopy(), v = normal.CrossProduct(u);
   double low[2] = {0, 0}, high[2] = {0, 0};
   bool isFirst = true;

@@ -3,7 +3,9 @@
 
 #include <BasicUtils/cls_xoList.h>
 #include <CoreGeometry/gsl_BBox.h>
+#include <CoreGeometry/gsl_Vector.h>
 #include <array>
+#include <cmath>
 
 using dtu_Outline = cls_xoList<gsl_Point>;
 
@@ -12,6 +14,11 @@ inline std::array<gsl_Point, 8> dtu_BoxCorners(const gsl_BBox& box) {
   for (unsigned i = 0; i < 8; ++i)
     for (unsigned k = 0; k < 3; ++k) corners[i][k] = (i >> k & 1) != 0 ? box.Max()[k] : box.Min()[k];
   return corners;
+}
+
+/// Makes it a unit vector; false when it has no direction, so that there is no outline along or around it.
+inline bool dtu_HasDirection(gsl_Vector& vector) {
+  return std::isfinite(vector.Magnitude()) && vector.Normalize();
 }
 
 inline void dtu_MoveOutline(dtu_Outline& outline, const gsl_Matrix& matrix) {

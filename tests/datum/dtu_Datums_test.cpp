@@ -95,6 +95,12 @@ TEST_F(dtu_Datums, OutlinesBoundTheBoxDroppedOntoThem) {
   flat.UpdateOutline(Box({-1, -2, -3}, {1, 2, 4}));
   EXPECT_EQ(flat.GetDiscreteRep(ends), 0);
 
+  for (const double length : {0.0, 1e-7, -1e-7, std::nan("")}) {
+    dtu_DatumAxis none(0, 0, {}, {0, length, 0});
+    none.UpdateOutline(Box({-1, -2, -3}, {1, 2, 4}));
+    EXPECT_EQ(none.GetDiscreteRep(ends), 0) << length;
+  }
+
   gsl_Point point;
   EXPECT_EQ(dtu_DatumPoint(0, 0, {1, 2, 3}).GetDiscreteRep(point), 1);
   EXPECT_TRUE(point == gsl_Point(1, 2, 3));
@@ -151,9 +157,24 @@ TEST_F(dtu_Datums, FollowOneNodeAndItsRotation) {
   csys.Regenerate(coords, false);
   csys.Regenerate(coords, false); // the rotation is from the reference, not from the last one
   EXPECT_TRUE(csys.Xaxis() == gsl_Vector(-2, 0, 0));
+  // what is stored knows the reference: rotations are total after reading, too
   const auto read = RoundTrip(csys);
-  read->Regenerate({{0, 0, 0}, {0, 0, 0}}, false);
-  EXPECT_TRUE(read->Xaxis() == gsl_Vector(-2, 0, 0)) << "the stored axes are the reference";
+  EXPECT_TRUE(*read == csys);
+  EXPECT_EQ(read->GetNodeInfo(), "inst1:3 node1:44");
+  read->Regenerate(coords, false);
+  EXPECT_TRUE(read->Xaxis() == gsl_Vector(-2, 0, 0) && read->Yaxis() == gsl_Vector(0, -1, 0));
+  const auto again = RoundTrip(*read);
+  again->Regenerate({{0, 0, 0}, {0, 0, 0}}, false);
+  EXPECT_TRUE(again->Xaxis() == gsl_Vector(0, 2, 0) && again->Yaxis() == gsl_Vector(-1, 0, 0));
+  // a system that is moved as a whole takes its reference along
+  gsl_Matrix quarter;
+  quarter.AxisRotation({}, {1, 0, 0}, 1.5707963267948966);
+  again->TransformData(quarter);
+  const auto moved = RoundTrip(*again);
+  for (dtu_6dofNodeDatumCsys* one : {&*again, &*moved}) {
+    one->Regenerate(coords, false);
+    EXPECT_TRUE(one->Xaxis() == gsl_Vector(0, 0, 2) && one->Yaxis() == gsl_Vector(0, -1, 0));
+  }
   dtu_6dofNodeDatumCsys global(1, 2, 3, 44, dtu_CARTESIAN, nullptr);
   global.Regenerate(coords, false);
   EXPECT_TRUE(global.Xaxis() == gsl_Vector(0, 1, 0));
