@@ -23,7 +23,8 @@ public:
   static bme_FEMEdgeList All(const bme_Mesh& mesh);
   static bme_FEMEdgeList FromLabels(const bme_Mesh& mesh, std::span<const bme_EdgeLabel> labels,
                                     bme_Unknown unknown = bme_Unknown::Refuse);
-  /// From the edge subsets that name the mesh's identifier.
+  /// From the edge subsets that name the mesh's identifier. No edges of the mesh in a set that is not empty
+  /// are refused; OfFaces and OfElements make edges of those.
   static bme_FEMEdgeList FromSet(const bme_Mesh& mesh, const rgnC_SetData& set,
                                  bme_Unknown unknown = bme_Unknown::Refuse);
   /// From the contents of the region in the thread's database; messages begin with its name.

@@ -24,7 +24,8 @@ public:
   static bme_FEMElemList OfClass(const bme_Mesh& mesh, unsigned classIndex); ///< nex_OutOfRangeException
   static bme_FEMElemList FromLabels(const bme_Mesh& mesh, std::span<const int> labels,
                                     bme_Unknown unknown = bme_Unknown::Refuse);
-  /// From the element, face and edge subsets that name the mesh's identifier.
+  /// From the element, face and edge subsets that name the mesh's identifier. No elements of the mesh in a
+  /// set that is not empty are refused; OfNodes makes elements of nodes.
   static bme_FEMElemList FromSet(const bme_Mesh& mesh, const rgnC_SetData& set,
                                  bme_Unknown unknown = bme_Unknown::Refuse);
   /// From the contents of the region in the thread's database; messages begin with its name.

@@ -45,7 +45,9 @@ public:
   static bme_FEMFaceList All(const bme_Mesh& mesh);
   static bme_FEMFaceList FromLabels(const bme_Mesh& mesh, std::span<const bme_FaceLabel> labels,
                                     bme_Unknown unknown = bme_Unknown::Refuse);
-  /// From the facet subsets that name the mesh's identifier.
+  /// From the facet subsets that name the mesh's identifier. Elements without facet ids stand for face 0 of
+  /// surface elements, seen from the front, since the side is not known; for a solid they do not say which
+  /// face is meant, and are refused. So are no faces of the mesh in a set that is not empty.
   static bme_FEMFaceList FromSet(const bme_Mesh& mesh, const rgnC_SetData& set,
                                  bme_Unknown unknown = bme_Unknown::Refuse);
   /// From the contents of the region in the thread's database; messages begin with its name.

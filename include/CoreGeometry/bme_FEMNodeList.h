@@ -24,7 +24,8 @@ public:
   /// By user label; a mesh without node labels knows none.
   static bme_FEMNodeList FromLabels(const bme_Mesh& mesh, std::span<const int> labels,
                                     bme_Unknown unknown = bme_Unknown::Refuse);
-  /// From the node subsets that name the mesh's identifier.
+  /// From the node subsets that name the mesh's identifier; without any, the nodes of the elements, faces and
+  /// edges that its other subsets name. No nodes of the mesh in a set that is not empty are refused.
   static bme_FEMNodeList FromSet(const bme_Mesh& mesh, const rgnC_SetData& set,
                                  bme_Unknown unknown = bme_Unknown::Refuse);
   /// From the contents of the region in the thread's database; messages begin with its name.

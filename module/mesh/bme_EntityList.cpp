@@ -83,8 +83,8 @@ void bme_UnknownItems::Add(const cow_String& item) {
 
 void bme_UnknownItems::Settle() const {
   if (count_ == 0 || treatment_ == bme_Unknown::Skip) return;
-  throw nex_TextException("mesh " + std::to_string(mesh_.Id()) + " does not have " + std::to_string(count_)
-                          + " " + (count_ == 1 ? noun_.one : noun_.several) + ": " + named_);
+  throw nex_TextException("mesh " + std::to_string(mesh_.Id()) + what_ + std::to_string(count_) + " "
+                          + (count_ == 1 ? noun_.one : noun_.several) + ": " + named_);
 }
 
 std::vector<unsigned> bme_CheckedIndices(const bme_Mesh& mesh, bme_Noun noun, unsigned count,

@@ -3,19 +3,17 @@
 #include "bme_ListMaking.h"
 
 #include <CoreGeometry/bme_FEMElemList.h>
-#include <CoreGeometry/rgnC_Facet.h>
 
 namespace {
 bool IsEdge(const shp_Shape& shape, unsigned word) {
   return word >> 31 == 0 && bme_EdgeOf(word) < bme_NumEdges(shape, bme_FaceOf(word));
 }
+} // namespace
 
-/// bme_kNotFound when the shape has no such edge.
-unsigned WordOf(const shp_Shape& shape, unsigned element, int face, int edge) {
+unsigned bme_WordOfEdge(const shp_Shape& shape, unsigned element, int face, int edge) {
   const auto ofFace = static_cast<unsigned>(face), ofEdge = static_cast<unsigned>(edge);
   return ofEdge < bme_NumEdges(shape, ofFace) ? bme_EdgeWord(element, ofFace, ofEdge) : bme_kNotFound;
 }
-} // namespace
 
 bme_FEMEdgeList::bme_FEMEdgeList(const bme_Mesh& mesh, std::vector<unsigned> words)
     : bme_EntityList(mesh, bme_CheckedWords(mesh, {"edge word", "edge words"}, std::move(words), IsEdge)) {}
@@ -25,7 +23,7 @@ bme_FEMEdgeList bme_FEMEdgeList::All(const bme_Mesh& mesh) { return OfElements(b
 bme_FEMEdgeList bme_FEMEdgeList::FromLabels(const bme_Mesh& mesh, std::span<const bme_EdgeLabel> labels,
                                             bme_Unknown unknown) {
   const auto word = [](const shp_Shape& shape, unsigned element, const bme_EdgeLabel& label) {
-    return WordOf(shape, element, label.face, label.edge);
+    return bme_WordOfEdge(shape, element, label.face, label.edge);
   };
   const auto text = [](const bme_EdgeLabel& label) {
     return std::to_string(label.element) + " face " + std::to_string(label.face) + " edge "
@@ -35,13 +33,8 @@ bme_FEMEdgeList bme_FEMEdgeList::FromLabels(const bme_Mesh& mesh, std::span<cons
 }
 
 bme_FEMEdgeList bme_FEMEdgeList::FromSet(const bme_Mesh& mesh, const rgnC_SetData& set, bme_Unknown unknown) {
-  const auto word = [&](unsigned id, int facetId) {
-    const shp_Shape* shape = mesh.ElementData().GetElemClass(id).Shape();
-    const rgnC_EdgeFacet edge = rgnC_EdgeFacetOf(facetId);
-    return shape ? WordOf(*shape, id, edge.face, edge.edge) : bme_kNotFound;
-  };
-  return {mesh, bme_WordsOfSet(mesh, set, {"edge of an element index", "edges of element indices"},
-                               {res_SURFACE_EDGE}, bme_NumAddressable(mesh), unknown, word)};
+  const bme_SetSource source(mesh, set, unknown);
+  return source.Checked("edges", bme_FEMEdgeList(mesh, source.Edges()));
 }
 
 bme_FEMEdgeList bme_FEMEdgeList::FromRegion(const bme_Mesh& mesh, const rgnC_Region& region,

@@ -39,9 +39,9 @@ bme_FEMElemList bme_FEMElemList::FromLabels(const bme_Mesh& mesh, std::span<cons
 }
 
 bme_FEMElemList bme_FEMElemList::FromSet(const bme_Mesh& mesh, const rgnC_SetData& set, bme_Unknown unknown) {
-  return {mesh, bme_WordsOfSet(mesh, set, kElementIndex,
-                               {res_ELEMENT_SET, res_SURFACE_ELEMENT, res_SURFACE_FACET, res_SURFACE_EDGE},
-                               NumElements(mesh), unknown, bme_SameIndex)};
+  using enum bme_SetSource::Kind;
+  const bme_SetSource source(mesh, set, unknown);
+  return source.Checked("elements", bme_FEMElemList(mesh, source.Elements({Element, Facetless, Face, Edge})));
 }
 
 bme_FEMElemList bme_FEMElemList::FromRegion(const bme_Mesh& mesh, const rgnC_Region& region,

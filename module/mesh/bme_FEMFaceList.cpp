@@ -3,21 +3,19 @@
 #include "bme_ListMaking.h"
 
 #include <CoreGeometry/bme_FEMElemList.h>
-#include <CoreGeometry/rgnC_Facet.h>
 
 namespace {
 bool IsFace(const shp_Shape& shape, unsigned word) {
   return bme_FaceOf(word) < bme_NumListedFaces(shape)
          && word >> 29 <= static_cast<unsigned>(shape.NumGeomDims() == 2);
 }
+} // namespace
 
-/// bme_kNotFound when the shape has no such face.
-unsigned WordOf(const shp_Shape& shape, unsigned element, int face, bool isBack) {
+unsigned bme_WordOfFace(const shp_Shape& shape, unsigned element, int face, bool isBack) {
   if (static_cast<unsigned>(face) >= bme_NumListedFaces(shape)) return bme_kNotFound;
   const unsigned word = bme_FaceWord(element, static_cast<unsigned>(face), isBack);
   return IsFace(shape, word) ? word : bme_kNotFound;
 }
-} // namespace
 
 bme_FEMFaceList::bme_FEMFaceList(const bme_Mesh& mesh, std::vector<unsigned> words)
     : bme_EntityList(mesh, bme_CheckedWords(mesh, {"face word", "face words"}, std::move(words), IsFace)) {}
@@ -27,7 +25,7 @@ bme_FEMFaceList bme_FEMFaceList::All(const bme_Mesh& mesh) { return OfElements(b
 bme_FEMFaceList bme_FEMFaceList::FromLabels(const bme_Mesh& mesh, std::span<const bme_FaceLabel> labels,
                                             bme_Unknown unknown) {
   const auto word = [](const shp_Shape& shape, unsigned element, const bme_FaceLabel& label) {
-    return WordOf(shape, element, label.face, label.isBack);
+    return bme_WordOfFace(shape, element, label.face, label.isBack);
   };
   const auto text = [](const bme_FaceLabel& label) {
     return std::to_string(label.element) + " face " + std::to_string(label.face)
@@ -37,14 +35,11 @@ bme_FEMFaceList bme_FEMFaceList::FromLabels(const bme_Mesh& mesh, std::span<cons
 }
 
 bme_FEMFaceList bme_FEMFaceList::FromSet(const bme_Mesh& mesh, const rgnC_SetData& set, bme_Unknown unknown) {
-  const auto word = [&](unsigned id, int facetId) {
-    const shp_Shape* shape = mesh.ElementData().GetElemClass(id).Shape();
-    if (!shape) return bme_kNotFound;
-    const rgnC_Facet facet = rgnC_FacetOf(*shape, facetId);
-    return WordOf(*shape, id, facet.face, facet.isBack && shape->NumGeomDims() == 2);
-  };
-  return {mesh, bme_WordsOfSet(mesh, set, {"facet of an element index", "facets of element indices"},
-                               {res_SURFACE_FACET}, bme_NumAddressable(mesh), unknown, word)};
+  const bme_SetSource source(mesh, set, unknown);
+  std::vector<unsigned> words = source.Faces();
+  const std::vector<unsigned> others = source.FacesOfFacetless();
+  words.insert(words.end(), others.begin(), others.end());
+  return source.Checked("faces", bme_FEMFaceList(mesh, std::move(words)));
 }
 
 bme_FEMFaceList bme_FEMFaceList::FromRegion(const bme_Mesh& mesh, const rgnC_Region& region,

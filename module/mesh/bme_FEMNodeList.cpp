@@ -24,8 +24,15 @@ bme_FEMNodeList bme_FEMNodeList::FromLabels(const bme_Mesh& mesh, std::span<cons
 }
 
 bme_FEMNodeList bme_FEMNodeList::FromSet(const bme_Mesh& mesh, const rgnC_SetData& set, bme_Unknown unknown) {
-  return {mesh, bme_WordsOfSet(mesh, set, kNodeIndex, {res_NODE_SET, res_SURFACE_NODE}, NumNodes(mesh),
-                               unknown, bme_SameIndex)};
+  const bme_SetSource source(mesh, set, unknown);
+  bme_FEMNodeList nodes(mesh, source.Words(kNodeIndex, {bme_SetSource::Kind::Node}, NumNodes(mesh),
+                                           [](unsigned id, int) { return id; }));
+  if (nodes.IsEmpty())
+    nodes =
+        OfElements({mesh, source.Elements({bme_SetSource::Kind::Element, bme_SetSource::Kind::Facetless})})
+            .Union(OfFaces({mesh, source.Faces()}))
+            .Union(OfEdges({mesh, source.Edges()}));
+  return source.Checked("nodes", std::move(nodes));
 }
 
 bme_FEMNodeList bme_FEMNodeList::FromRegion(const bme_Mesh& mesh, const rgnC_Region& region,

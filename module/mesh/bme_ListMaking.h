@@ -14,20 +14,22 @@ struct bme_Noun {
   const char *one, *several;
 };
 
-/// Keeps what the mesh does not have, for one message.
+/// Keeps what the mesh does not have, or what cannot be used, for one message.
 class bme_UnknownItems {
 public:
-  bme_UnknownItems(const bme_Mesh& mesh, bme_Noun noun, bme_Unknown treatment)
-      : mesh_(mesh), noun_(noun), treatment_(treatment) {}
+  bme_UnknownItems(const bme_Mesh& mesh, bme_Noun noun, bme_Unknown treatment,
+                   const char* what = " does not have ")
+      : mesh_(mesh), noun_(noun), treatment_(treatment), what_(what) {}
   void Add(const cow_String& item);
   void Add(long long item) { Add(std::to_string(item)); }
-  /// Throws nex_TextException when there was anything that is refused.
+  /// Throws nex_TextException when there was anything that is refused: "mesh 1", what, "2 things: 5, 7".
   void Settle() const;
 
 private:
   const bme_Mesh& mesh_;
   bme_Noun noun_;
   bme_Unknown treatment_;
+  const char* what_;
   std::size_t count_ = 0;
   cow_String named_;
 };
@@ -39,31 +41,62 @@ std::vector<unsigned> bme_CheckedIndices(const bme_Mesh& mesh, bme_Noun noun, un
 std::vector<unsigned> bme_KnownIndices(const bme_Mesh& mesh, bme_Noun noun, std::span<const int> labels,
                                        std::vector<unsigned> indices, bme_Unknown treatment);
 
-/// word(id, facet id or -1) of each item of the subsets of the wanted kinds; bme_kNotFound when the mesh does
-/// not have it.
-template<class Word>
-std::vector<unsigned> bme_WordsOfSet(const bme_Mesh& mesh, const rgnC_SetData& set, bme_Noun noun,
-                                     std::initializer_list<res_SetTypeEnm> kinds, unsigned count,
-                                     bme_Unknown treatment, Word word) {
-  std::vector<unsigned> words;
-  bme_UnknownItems unknown(mesh, noun, treatment);
-  for (int i = 0; i < set.NumSubset(); ++i) {
-    const rgnC_SubsetData& subset = set.SubSet(i);
-    if (subset.MeshIndex() != mesh.Id() || std::ranges::find(kinds, subset.SubsetType()) == kinds.end())
-      continue;
-    const std::span<const int> ids = subset.IdArray(), facets = subset.FacetIdArray();
-    for (std::size_t k = 0; k < ids.size(); ++k) {
-      const auto id = static_cast<unsigned>(ids[k]);
-      const unsigned found = id < count ? word(id, facets.empty() ? -1 : facets[k]) : bme_kNotFound;
-      if (found == bme_kNotFound)
-        unknown.Add(ids[k]);
-      else
-        words.push_back(found);
+/// The word of a face or an edge; bme_kNotFound when the shape has no such face or edge.
+unsigned bme_WordOfFace(const shp_Shape& shape, unsigned element, int face, bool isBack);
+unsigned bme_WordOfEdge(const shp_Shape& shape, unsigned element, int face, int edge);
+
+/// A set that a list of entities of a mesh is made from.
+class bme_SetSource {
+public:
+  bme_SetSource(const bme_Mesh& mesh, const rgnC_SetData& set, bme_Unknown treatment)
+      : mesh_(mesh), set_(set), treatment_(treatment) {}
+  const bme_Mesh& Mesh() const noexcept { return mesh_; }
+  bme_Unknown Treatment() const noexcept { return treatment_; }
+
+  /// What an item of a subset stands for. A surface without facet ids is facetless.
+  enum class Kind { Node, Element, Facetless, Face, Edge, Nothing };
+  static Kind KindOf(const rgnC_SubsetData& subset);
+  /// word(id, facet id or -1) of each item of those kinds; bme_kNotFound when the mesh does not have it.
+  template<class Word>
+  std::vector<unsigned> Words(bme_Noun noun, std::initializer_list<Kind> kinds, unsigned count,
+                              Word word) const {
+    std::vector<unsigned> words;
+    bme_UnknownItems unknown(mesh_, noun, treatment_);
+    for (int i = 0; i < set_.NumSubset(); ++i) {
+      const rgnC_SubsetData& subset = set_.SubSet(i);
+      if (subset.MeshIndex() != mesh_.Id() || std::ranges::find(kinds, KindOf(subset)) == kinds.end())
+        continue;
+      const std::span<const int> ids = subset.IdArray(), facets = subset.FacetIdArray();
+      for (std::size_t k = 0; k < ids.size(); ++k) {
+        const auto id = static_cast<unsigned>(ids[k]);
+        const unsigned found = id < count ? word(id, facets.empty() ? -1 : facets[k]) : bme_kNotFound;
+        if (found == bme_kNotFound)
+          unknown.Add(ids[k]);
+        else
+          words.push_back(found);
+      }
     }
+    unknown.Settle();
+    return words;
   }
-  unknown.Settle();
-  return words;
-}
+  std::vector<unsigned> Elements(std::initializer_list<Kind> kinds) const; ///< that the items are or are of
+  std::vector<unsigned> Faces() const;                                     ///< that facet ids name
+  std::vector<unsigned> FacesOfFacetless() const; ///< of surface elements; solids are refused
+  std::vector<unsigned> Edges() const;
+  /// The list as it is. Refuses an empty one of a set that is not empty, saying what that holds instead.
+  template<class List> List Checked(const char* entities, List list) const {
+    if (list.IsEmpty() && treatment_ == bme_Unknown::Refuse) RefuseIfNotEmpty(entities);
+    return list;
+  }
+
+private:
+  void RefuseIfNotEmpty(const char* entities) const;
+
+  const bme_Mesh& mesh_;
+  const rgnC_SetData& set_;
+  bme_Unknown treatment_;
+};
+
 cow_String bme_NameOf(const rgnC_Region& region); ///< and of its owners, for messages
 
 /// The list's FromSet of what the region refers to.
@@ -77,8 +110,6 @@ List bme_ListOfRegion(const bme_Mesh& mesh, const rgnC_Region& region, bme_Unkno
     throw nex_TextException(bme_NameOf(region) + ": " + failure.Message());
   }
 }
-
-inline unsigned bme_SameIndex(unsigned id, int) { return id; }
 
 /// Nodes that were marked; what is not in the mesh is passed over.
 class bme_NodeMarks {

@@ -198,6 +198,89 @@ TEST(bme_EntityLists, AreMadeFromSets) {
 }
 
 namespace {
+/// What the list of a set holds, or the message.
+template<class List>
+cow_String TextOf(const bme_Mesh& mesh, const rgnC_SetData& set, bme_Unknown unknown = bme_Unknown::Refuse) {
+  cow_String text;
+  const cow_String failure = FailureOf([&] {
+    for (const unsigned word : List::FromSet(mesh, set, unknown))
+      text.append(" ").append(std::to_string(word));
+  });
+  return failure == "no failure" ? text : failure;
+}
+} // namespace
+
+TEST(bme_EntityLists, AreMadeFromSetsOfOtherKindsOrSayWhyNot) {
+  MeshMaker maker; // a hexahedron, a shell on its bottom and a beam on one of its edges
+  const auto mesh = maker.Box(1, 1, 1).Class("S4", 4, {0, 1, 3, 2}).Class("B31", 2, {0, 1}).Make();
+  struct Case {
+    std::vector<rgnC_SubsetData> subsets;
+    cow_String nodes, elements, faces, edges;
+  };
+  const auto text = [](unsigned word) { return cow_String(" ").append(std::to_string(word)); };
+  const cow_String shell = text(bme_FaceWord(1, 0));
+  const auto none = [](const cow_String& what, const cow_String& holds) {
+    return cow_String("mesh 1: no ").append(what).append(" in a set that holds ").append(holds);
+  };
+  for (const Case& c :
+       {Case{{Subset(1, res_ELEMENT_SET, {2})},
+             " 0 1",
+             " 2",
+             none("faces", "ELEMENT_SET of mesh 1"),
+             none("edges", "ELEMENT_SET of mesh 1")},
+        {{Subset(1, res_NODE_SET, {5})},
+         " 5",
+         none("elements", "NODE_SET of mesh 1"),
+         none("faces", "NODE_SET of mesh 1"),
+         none("edges", "NODE_SET of mesh 1")},
+        {{Subset(1, res_SURFACE_ELEMENT, {1})},
+         " 0 1 2 3",
+         " 1",
+         shell,
+         none("edges", "SURFACE_ELEMENT of mesh 1")},
+        {{Subset(1, res_SURFACE_ELEMENT, {1, 0})},
+         " 0 1 2 3 4 5 6 7",
+         " 0 1",
+         "mesh 1: no faces are named, so none can be chosen of 1 solid, by element index: 0",
+         none("edges", "SURFACE_ELEMENT of mesh 1")},
+        {{Subset(1, res_SURFACE_ELEMENT, {2, 1})},
+         " 0 1 2 3",
+         " 1 2",
+         "mesh 1 does not have 1 face of an element index: 2",
+         none("edges", "SURFACE_ELEMENT of mesh 1")},
+        {{Subset(1, res_SURFACE_FACET, {0}, {1}), Subset(1, res_SURFACE_ELEMENT, {1})},
+         " 0 1 2 3 4 5 6 7",
+         " 0 1",
+         text(bme_FaceWord(0, 1)).append(shell),
+         none("edges", "SURFACE_FACET of mesh 1, SURFACE_ELEMENT of mesh 1")},
+        {{Subset(1, res_SURFACE_EDGE, {2}, {0})},
+         " 0 1",
+         " 2",
+         none("faces", "SURFACE_EDGE of mesh 1"),
+         text(bme_EdgeWord(2, 0, 0))},
+        {{Subset(2, res_NODE_SET, {5}), Subset(2, res_NODE_SET, {6}), Subset(1, res_NODE_SET, {})},
+         none("nodes", "NODE_SET of mesh 2"),
+         none("elements", "NODE_SET of mesh 2"),
+         none("faces", "NODE_SET of mesh 2"),
+         none("edges", "NODE_SET of mesh 2")},
+        {{}, "", "", "", ""},
+        {{Subset(2, res_SURFACE_FACET, {})}, "", "", "", ""}}) {
+    rgnC_SetData set;
+    for (const rgnC_SubsetData& subset : c.subsets) set.AppendSubset(subset);
+    EXPECT_EQ(TextOf<bme_FEMNodeList>(*mesh, set), c.nodes);
+    EXPECT_EQ(TextOf<bme_FEMElemList>(*mesh, set), c.elements);
+    EXPECT_EQ(TextOf<bme_FEMFaceList>(*mesh, set), c.faces);
+    EXPECT_EQ(TextOf<bme_FEMEdgeList>(*mesh, set), c.edges);
+    if (c.edges.starts_with("mesh")) {
+      EXPECT_EQ(TextOf<bme_FEMEdgeList>(*mesh, set, bme_Unknown::Skip), "");
+    }
+    if (c.faces.find(" by element") != cow_String::npos) {
+      EXPECT_EQ(TextOf<bme_FEMFaceList>(*mesh, set, bme_Unknown::Skip), shell);
+    }
+  }
+}
+
+namespace {
 class RegionLists : public StoredTest {};
 
 /// From a region as from its set; the message when the mesh does not have what is in it.

@@ -37,6 +37,17 @@ long long cli_NumItems(const rgnC_SetData& set) {
   return count;
 }
 
+bool cli_HoldsElements(const rgnC_SetData& set, int meshId) {
+  constexpr res_SetTypeEnm kOthers[] = {res_NODE_SET, res_SURFACE_NODE, res_SURFACE_ANALYTICAL};
+  for (int i = 0; i < set.NumSubset(); ++i) {
+    const rgnC_SubsetData& subset = set.SubSet(i);
+    if (subset.MeshIndex() == meshId && subset.NumItems() > 0
+        && std::ranges::count(kOthers, subset.SubsetType()) == 0)
+      return true;
+  }
+  return false;
+}
+
 int cli_MeshId(const cls_Database& model, const cow_String& root) {
   struct Id {
     explicit Id(const cls_ReadVisitor& mesh) : value(mesh.GetInt("id")) {}

@@ -20,6 +20,7 @@ std::vector<cli_RegionRoot> cli_Regions(const cls_Database& model);
 cow_String cli_OwnerText(const rgnC_Region& region); ///< its owners, outermost first, "a/b"
 const char* cli_KindText(int setTypeBits);           ///< "node set", "surface", "set" when it is not one kind
 long long cli_NumItems(const rgnC_SetData& set);     ///< of all its subsets
+bool cli_HoldsElements(const rgnC_SetData& set, int meshId); ///< elements of that mesh, or parts of them
 int cli_MeshId(const cls_Database& model, const cow_String& root); ///< without reading the mesh
 
 /// Root of the mesh with that identifier: the region's owner if it is one, else the first; empty when none

@@ -83,8 +83,9 @@ std::vector<Group> GroupsOf(const Arguments& arguments, const cls_Database& mode
     for (const auto& [regionRoot, region] : cli_Regions(model)) {
       if (!region.GetSetData().IsDefined() || cli_MeshOfRegion(model, region, mesh.Id()) != root) continue;
       const auto contents = region.GetSetData().Resolve(model);
+      if (!cli_HoldsElements(*contents, mesh.Id())) continue;
       const auto elements = bme_FEMElemList::FromSet(mesh, *contents);
-      if (!elements.IsEmpty()) groups.push_back({regionRoot, {elements.begin(), elements.end()}});
+      groups.push_back({regionRoot, {elements.begin(), elements.end()}});
     }
   std::vector<unsigned> all(mesh.ElementData().NumElements());
   std::iota(all.begin(), all.end(), 0U);
