@@ -42,6 +42,8 @@ struct bme_NearestElement {
 /// Cost       made in a few passes over the elements; about 60 bytes an element, up to twice that where boxes
 ///            overlap much. FindEach visits the points bin by bin and searches several elements at a time:
 ///            the faster form for many. Queries allocate nothing, but FindEach 16 bytes a point.
+/// Errors     making one, FindEach and FindNearest throw wip_Cancelled when the host asks to stop; the hits of
+///            FindEach are then not complete.
 /// Threads    questions from several threads at once are safe, also after the thread that made it has ended.
 class CORE_GEOMETRY_API bme_ElementLocator {
 public:

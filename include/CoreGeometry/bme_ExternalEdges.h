@@ -22,7 +22,8 @@ struct bme_EdgeSets {
 /// Sorts out the edges of faces. Progress and errors go to the thread's channel; after an error nothing is
 /// returned: a face or node that is not in the mesh, or one beyond the limits.
 ///
-/// Errors     wip_Cancelled when the host asks to stop.
+/// Errors     wip_Cancelled when the host asks to stop; nex_TextException for a feature angle that is not one
+///            of 0 to pi.
 /// Cost       linear in the edges.
 CORE_GEOMETRY_API std::optional<bme_EdgeSets> bme_ComputeEdges(const bme_FEMFaceList& faces,
                                                                const bme_EdgeOptions& options = {});

@@ -34,7 +34,7 @@ enum class bme_Across : int {
 /// Relations are of mesh element and node indices, rows ascending and without repetition.
 /// Empty      elements whose type has no shape meet others at nodes only.
 /// Errors     node indices outside the mesh are passed over; nex_OutOfRangeException for an element or side
-///            that is not there.
+///            that is not there; wip_Cancelled when the host asks to stop, and nothing has changed.
 /// Cost       each relation is built once, when it is first asked for, in time linear in its size.
 /// Threads    asking builds: one thread at a time.
 /// Lifetime   belongs to a mesh, and is gone when that is changed (bme_Mesh::InvalidateMeshData) or copied.
@@ -94,6 +94,7 @@ private:
 CORE_GEOMETRY_API bme_Rows bme_FindCoincidentNodes(const bme_NodeData& nodes, double tolerance);
 
 /// The seeds and all faces of `within` that are reached from them over edges at which the normals of both
-/// faces make no more than the angle.
+/// faces make no more than the angle, in radians. nex_TextException when it is not one of 0 to pi;
+/// wip_Cancelled.
 CORE_GEOMETRY_API bme_FEMFaceList bme_GrowFaces(const bme_FEMFaceList& seeds, const bme_FEMFaceList& within,
-                                                double angleDegrees);
+                                                double angle);

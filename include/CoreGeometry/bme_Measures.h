@@ -64,7 +64,8 @@ private:
   std::array<Sum, 6> second_; ///< xx, yy, zz, xy, xz, yz
 };
 
-/// A value for one element, by its class and position in it; nothing where it is not known.
+/// A value for one element, by its class and position in it; nothing where it is not known. Negative numbers
+/// and those that are not finite count as not known.
 using bme_ElementValue = std::function<std::optional<double>(const bme_ElementClass&, int element)>;
 
 /// What is wanted, and what geometry alone does not tell.
@@ -101,7 +102,8 @@ struct bme_Measures {
 };
 
 /// Of all elements, or of those with the given mesh element indices, each counted once. Throws
-/// nex_OutOfRangeException for an index that the mesh does not have.
+/// nex_OutOfRangeException for an index that the mesh does not have; wip_Cancelled when the host asks to
+/// stop.
 CORE_GEOMETRY_API bme_Measures bme_CalculateMeasures(const bme_Mesh& mesh,
                                                      const bme_MeasureOptions& options = {});
 CORE_GEOMETRY_API bme_Measures bme_CalculateMeasures(const bme_Mesh& mesh, std::span<const unsigned> elements,

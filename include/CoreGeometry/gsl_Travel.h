@@ -22,8 +22,8 @@ struct gsl_TravelTriangle;
 /// Empty      a triangle with a coordinate that is not finite is left out. Colinear or coincident points make
 ///            a triangle that is the segment or point they cover.
 /// Range      coordinates up to 1e38, and sets that are 1e-60 across or more.
-/// Errors     nex_TextException for a point that is not there, and for a coordinate beyond the range. A rest
-///            of one or two indices, or coordinates, is ignored.
+/// Errors     nex_TextException for a point that is not there, and for a coordinate beyond the range;
+///            wip_Cancelled when the host asks to stop. A rest of one or two indices, or coordinates, is ignored.
 /// Cost       20 to 35 bytes a triangle, and 16 more while it is built; building takes n log n steps.
 /// Threads    searched from any thread.
 class CORE_GEOMETRY_API gsl_TriangleTree {
@@ -89,7 +89,9 @@ struct gsl_Travel {
 ///            origin, closer than some 1e-14 of the coordinates.
 /// Empty      false, and travel is untouched, when the sets never meet, one is empty, or the direction is
 ///            zero or not finite.
-/// Errors     nex_AssertionException when the trees stand along different directions.
+/// Errors     nex_AssertionException when the trees stand along different directions; wip_Cancelled, and
+/// travel
+///            is untouched, when the host asks to stop.
 /// Cost       of smooth separated sets little more than the depth of the trees; at worst, of large plane
 ///            faces that are equally far but for the last digits, a few steps for each triangle.
 CORE_GEOMETRY_API bool gsl_FindTravel(const gsl_TriangleTree& fixed, const gsl_TriangleTree& movable,

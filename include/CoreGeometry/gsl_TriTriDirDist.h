@@ -23,8 +23,9 @@
 /// Transform  moves the vertices of fixed triangles; the owner of the fixed tree moves its boxes.
 /// Tolerance  gsl_Util's at construction. A triangle of less than rtol twice its area is skipped, and so is a
 ///            fixed node whose box is smaller than tol.
-/// Errors     none. A direction shorter than tol finds nothing.
-/// Trace      With TWL_TRITRIDIRDIST_DEBUG in the environment, whatever its value, the search is written to
+/// Errors     wip_Cancelled, and nothing has changed, when the host asks to stop. A direction shorter than
+/// tol finds nothing. Trace      With TWL_TRITRIDIRDIST_DEBUG in the environment, whatever its value, the
+/// search is written to
 ///            TriTriDirDist.dat in the current folder.
 /// Threads    a value of one thread.
 class CORE_GEOMETRY_API gsl_TriTriDirDist {

@@ -212,6 +212,7 @@ public:
   void CaxaExtrapToNodes(std::span<const float> values, res_OutputPositionEnm position,
                          std::span<float> nodeValues, int numComponents) const;
   /// As ExtrapolateToNodes for elements one after the other; an unknown position is reported once.
+  /// Throws wip_Cancelled when the host asks to stop; the values are then not complete.
   void ExtrapolateEachToNodes(int numElements, std::span<const float> values, res_OutputPositionEnm position,
                               std::span<float> nodeValues, int numComponents) const;
   void ExtrapolateToFaces(std::span<const float> values, res_OutputPositionEnm position,

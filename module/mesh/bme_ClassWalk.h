@@ -1,12 +1,16 @@
 // bme_ClassWalk.h: words of a list class by class, and what classes say about faces
 #pragma once
 
+#include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/bme_EntityWord.h>
 #include <CoreGeometry/bme_FEMFaceList.h>
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <array>
 #include <functional>
+
+/// Elements, faces or edges between two questions whether to stop, where one is a matter of nanoseconds.
+inline constexpr std::size_t bme_kWordsBetween = 65536;
 
 /// Calls visit(class, shape or null, words) for every class with words; `elementOf` gives the element of one.
 template<class Visit, class ElementOf>
@@ -45,9 +49,11 @@ template<class LocalNodes, class Visit>
 void bme_ForEachWord(const bme_Mesh& mesh, std::span<const unsigned> words, LocalNodes localNodes,
                      Visit visit) {
   std::array<int, bme_LocalNodes::kMost> nodes{};
+  wip_Poll poll(bme_kWordsBetween);
   bme_ForEachClassOfWords(
       mesh, words, [&](const bme_ElementClass& type, const shp_Shape* shape, std::span<const unsigned> some) {
         for (const unsigned word : some) {
+          poll.Advance();
           const std::span<const int> row = bme_Row(type, bme_ElementOf(word)),
                                      local = localNodes(*shape, word);
           for (std::size_t i = 0; i < local.size(); ++i) nodes[i] = row[static_cast<std::size_t>(local[i])];

@@ -3,6 +3,7 @@
 
 #include "bme_ClassWalk.h"
 
+#include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/bme_FEMElemList.h>
 #include <array>
 #include <cstdint>
@@ -29,17 +30,23 @@ std::vector<std::array<unsigned, 2>> bme_FindDuplicatesBy(const bme_FEMElemList&
   std::vector<Candidate> candidates;
   candidates.reserve(elements.Count());
   std::vector<int> set;
+  wip_Poll poll(16384);
   bme_ForEachClassOfElements(
       elements.Mesh(), elements.Words(),
       [&](const bme_ElementClass& type, const shp_Shape*, std::span<const unsigned> words) {
         for (const unsigned element : words) {
+          poll.Advance();
           bme_TakeNodeSet(type, element, set);
           candidates.push_back({hash(set), element});
         }
       });
-  std::ranges::sort(candidates);
+  std::ranges::sort(candidates, [&](const Candidate& a, const Candidate& b) {
+    poll.Advance();
+    return a < b;
+  });
   std::vector<std::array<unsigned, 2>> pairs;
   for (auto group = candidates.begin(); group != candidates.end();) {
+    poll.Advance();
     const auto end =
         std::find_if(group, candidates.end(), [&](const Candidate& c) { return c.hash != group->hash; });
     std::map<std::vector<int>, unsigned> firsts;

@@ -1,5 +1,6 @@
 #include "bme_LocatorPoint.h"
 
+#include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/bme_ElementLocator.h>
 
 #include <BasicUtils/thr_ThreadSingleton.h>
@@ -56,11 +57,19 @@ void bme_ElementLocator::AddClass(const bme_Mesh& mesh, unsigned classIndex) {
   const auto numNodes = static_cast<int>(coordinates_.Size());
   const auto isKnown = [numNodes](int node) { return node >= 0 && node < numNodes; };
   const std::span<shp_FloatBox> boxes = std::span(boxes_).subspan(firstSlot);
-  if (std::ranges::all_of(nodes, isKnown)) {
-    shape->BoundEach(nodes, width, coordinates_.Const(), boxes);
-    return;
-  }
+  constexpr std::size_t kBlock = 16384;
+  bool areKnown = true;
+  wip_InBlocks(nodes.size(), kBlock * width, [&](std::size_t first, std::size_t end) {
+    areKnown = areKnown && std::ranges::all_of(nodes.subspan(first, end - first), isKnown);
+  });
+  if (areKnown)
+    return wip_InBlocks(count, kBlock, [&](std::size_t first, std::size_t end) {
+      shape->BoundEach(nodes.subspan(first * width, (end - first) * width), width, coordinates_.Const(),
+                       boxes.subspan(first, end - first));
+    });
+  wip_Poll poll(kBlock);
   for (std::size_t k = 0; k < count; ++k) {
+    poll.Advance();
     const auto row = nodes.subspan(k * width, width);
     if (std::ranges::all_of(row, isKnown))
       shape->BoundEach(row, width, coordinates_.Const(), boxes.subspan(k, 1));
@@ -144,18 +153,22 @@ bool bme_ElementLocator::FillBins() {
   rowStarts_.assign(Row({0, 0, numBins_[2]}) + 1, 0);
   const std::size_t mostEntries = 24 * std::size_t{numElements_};
   std::size_t numEntries = 0;
+  wip_Poll poll(65536);
   for (const shp_FloatBox& box : boxes_) {
     forEachRow(box, [&](std::size_t row) {
       ++rowStarts_[row + 1];
       ++numEntries;
     });
+    poll.Advance();
     if (numEntries > mostEntries && rowStarts_.size() > 2) return false;
   }
   std::partial_sum(rowStarts_.begin(), rowStarts_.end(), rowStarts_.begin());
   slots_.resize(rowStarts_.back());
   // each start moves to the end of its row while this fills, and back afterwards
-  for (unsigned slot = 0; slot < boxes_.size(); ++slot)
-    forEachRow(boxes_[slot], [&](std::size_t row) { slots_[rowStarts_[row]++] = slot; });
+  wip_InBlocks(boxes_.size(), 65536, [&](std::size_t first, std::size_t end) {
+    for (auto slot = static_cast<unsigned>(first); slot < end; ++slot)
+      forEachRow(boxes_[slot], [&](std::size_t row) { slots_[rowStarts_[row]++] = slot; });
+  });
   std::copy_backward(rowStarts_.begin(), rowStarts_.end() - 1, rowStarts_.end());
   rowStarts_.front() = 0;
   return true;
@@ -249,6 +262,7 @@ bme_NearestElement bme_ElementLocator::FindNearest(const Point& point) const {
   // shells of bins about the one of the point, until the next is further away than the best element
   const Bin start = BinOf(point);
   for (int shell = 0;; ++shell) {
+    if (shell > 0) wip_Poll::Now(); // most points need no second
     double gap = kInfinity;
     Bin first, last;
     for (std::size_t axis = 0; axis < 3; ++axis) {

@@ -56,11 +56,13 @@ bool IsSound(const bme_FEMFaceList& faces, const bme_EntityLimits& limits) {
     return false;
   }
   bool isSound = true;
+  wip_Poll poll(bme_kWordsBetween);
   bme_ForEachClassOfWords(
       mesh, faces.Words(),
       [&](const bme_ElementClass& type, const shp_Shape* shape, std::span<const unsigned> words) {
         for (const unsigned word : words) {
           if (!isSound) return;
+          poll.Advance();
           const unsigned face = bme_FaceOf(word);
           if (!shape || face >= bme_NumListedFaces(*shape)) {
             bme_Report(bme_NEGATIVE_EDGES);
@@ -84,6 +86,7 @@ bool IsSound(const bme_FEMFaceList& faces, const bme_EntityLimits& limits) {
 } // namespace
 
 std::optional<bme_EdgeSets> bme_ComputeEdges(const bme_FEMFaceList& faces, const bme_EdgeOptions& options) {
+  bme_CheckNormalAngle(options.featureAngle);
   if (!IsSound(faces, options.limits)) return std::nullopt;
   bme_WorkProgress progress(bme_COMPUTING_EDGES, faces.Count());
   const bme_Mesh& mesh = faces.Mesh();
@@ -147,8 +150,10 @@ class EdgeGraph {
 public:
   explicit EdgeGraph(const bme_FEMEdgeList& edges) {
     std::map<std::array<int, 2>, std::size_t> known;
+    wip_Poll poll(8192);
     bme_ForEachWord(edges.Mesh(), edges.Words(), bme_NodesOfEdge,
                     [&](unsigned word, std::span<const int> nodes) {
+                      poll.Advance();
                       const int from = nodes.front(), to = nodes.back();
                       const std::array<int, 2> ends = {std::min(from, to), std::max(from, to)};
                       if (from == to || !known.try_emplace(ends, links_.size()).second) return;
@@ -156,12 +161,16 @@ public:
                       ends_[to].push_back(links_.size());
                       links_.push_back({word, from, to, false});
                     });
+    // piece by piece: giving back a large map at once would take long
+    for (; !known.empty(); poll.Advance()) known.erase(known.begin());
   }
 
   std::vector<bme_EdgeChain> Chains() {
     std::vector<bme_EdgeChain> chains;
-    for (std::size_t i = 0; i < links_.size(); ++i)
+    for (std::size_t i = 0; i < links_.size(); ++i) {
+      poll_.Advance();
       if (!links_[i].isUsed) chains.push_back(ChainThrough(i));
+    }
     return chains;
   }
 
@@ -175,6 +184,7 @@ private:
   /// Walks from a node until the chain ends or closes.
   void Walk(int node, std::vector<unsigned>& words, std::vector<int>& nodes) {
     for (;;) {
+      poll_.Advance();
       const std::vector<std::size_t>& here = ends_[node];
       if (here.size() != 2) return;
       const auto next = std::ranges::find_if(here, [&](std::size_t link) { return !links_[link].isUsed; });
@@ -203,6 +213,7 @@ private:
 
   std::vector<Link> links_;
   std::map<int, std::vector<std::size_t>> ends_;
+  wip_Poll poll_{8192};
 };
 } // namespace
 

@@ -147,7 +147,9 @@ std::vector<unsigned> Merge(const std::vector<unsigned>& a, const std::vector<un
 bme_FaceSets Collect(const Listed& listed, const bme_FaceOptions& options, bme_FaceGroups& groups,
                      const std::vector<Hit>& hits, FirstPass& found) {
   std::vector<unsigned> external, shared, surfaces;
+  wip_Poll poll(bme_kWordsBetween);
   for (const auto& [group, word] : hits) {
+    poll.Advance();
     if (groups[group].count > 2)
       shared.push_back(word);
     else if (groups[group].count == 2 && options.wantInterior)
@@ -157,6 +159,7 @@ bme_FaceSets Collect(const Listed& listed, const bme_FaceOptions& options, bme_F
   }
   for (const bme_SolidClass& type : listed.surfaces)
     for (const unsigned element : type.words) {
+      poll.Advance();
       bme_FaceKey key;
       if (type.Key(type.Row(element), 0, key) < 3) {
         found.collapsed.push_back(bme_FaceWord(element, 0));
@@ -190,11 +193,18 @@ std::optional<bme_FaceSets> bme_ComputeFaces(const bme_FEMElemList& elements,
     for (const bme_SolidClass& solids : listed->solids.classes)
       if (!match(listed->solids, solids, numNodes, options.wantInterior, table, found, progress))
         return std::nullopt;
-    table.ForEachWaiting(
-        [&](const bme_FaceKey& key, unsigned word) { found.suspects.emplace_back(key, word); });
+    wip_Poll poll(bme_kWordsBetween);
+    table.ForEachWaiting([&](const bme_FaceKey& key, unsigned word) {
+      poll.Advance();
+      found.suspects.emplace_back(key, word);
+    });
   }
   bme_FaceGroups groups(numNodes, listed->solids);
-  for (const auto& [key, word] : found.suspects) groups.Add(key, word);
+  wip_Poll poll(bme_kWordsBetween);
+  for (const auto& [key, word] : found.suspects) {
+    poll.Advance();
+    groups.Add(key, word);
+  }
   const std::vector<Hit> hits = CountGroups(*listed, groups, progress);
   if (options.shellsCoverSolids) Cover(*listed, groups);
   return Collect(*listed, options, groups, hits, found);

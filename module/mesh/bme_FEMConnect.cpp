@@ -1,12 +1,16 @@
 #include "bme_KeyLinks.h"
 
+#include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 namespace {
+constexpr std::size_t kElementsBetween = 8192; ///< questions whether to stop
+
 /// Corners of what elements of one shape share with others, as local node numbers.
 using LocalKeys = std::vector<std::vector<int>>;
 
@@ -52,12 +56,38 @@ std::size_t LeastCorners(const bme_ElementClass& type, bme_Across across) {
   return across == bme_Across::Edge ? 2 : static_cast<std::size_t>(type.Shape()->NumGeomDims());
 }
 
-void EndRow(bme_Rows& rows) {
-  const auto begin = rows.items.begin() + rows.first.back();
-  std::sort(begin, rows.items.end());
-  rows.items.erase(std::unique(begin, rows.items.end()), rows.items.end());
-  rows.first.push_back(static_cast<unsigned>(rows.items.size()));
-}
+/// Rows that come one item after the other. They are collected in pieces: a single vector that grows would be
+/// copied as a whole, for longer than one may be deaf.
+class RowMaker {
+public:
+  void Add(unsigned item) { piece_.push_back(item); }
+  void EndRow() {
+    const auto begin = piece_.begin() + static_cast<std::ptrdiff_t>(rowStart_);
+    std::sort(begin, piece_.end());
+    piece_.erase(std::unique(begin, piece_.end()), piece_.end());
+    count_ += piece_.size() - rowStart_;
+    rows_.first.push_back(static_cast<unsigned>(count_));
+    constexpr std::size_t kPiece = std::size_t{1} << 20;
+    if (piece_.size() >= kPiece) pieces_.push_back(std::exchange(piece_, {}));
+    rowStart_ = piece_.size();
+  }
+  bme_Rows Take() {
+    pieces_.push_back(std::exchange(piece_, {}));
+    rows_.items.reserve(count_);
+    for (std::vector<unsigned>& piece : pieces_) {
+      wip_Poll::Now();
+      rows_.items.insert(rows_.items.end(), piece.begin(), piece.end());
+      piece = {};
+    }
+    return std::move(rows_);
+  }
+
+private:
+  bme_Rows rows_;
+  std::vector<std::vector<unsigned>> pieces_;
+  std::vector<unsigned> piece_;
+  std::size_t rowStart_ = 0, count_ = 0;
+};
 } // namespace
 
 const bme_Rows& bme_FEMConnect::ElementsOfNodes() const {
@@ -73,13 +103,15 @@ const bme_Rows& bme_FEMConnect::ElementsOfNodes() const {
       const auto rowLength = static_cast<std::size_t>(type.NumNodesPerElem());
       const std::span<const int> all = type.ElementConnectivity().Const();
       auto element = static_cast<unsigned>(type.FirstElementIndex());
-      for (std::size_t begin = 0; begin < all.size(); begin += rowLength, ++element)
-        for (const int node : all.subspan(begin, rowLength)) {
-          if (static_cast<unsigned>(node) >= numNodes || last[static_cast<std::size_t>(node)] == element)
-            continue;
-          last[static_cast<std::size_t>(node)] = element;
-          use(static_cast<std::size_t>(node), element);
-        }
+      wip_InBlocks(all.size(), kElementsBetween * rowLength, [&](std::size_t first, std::size_t end) {
+        for (std::size_t begin = first; begin < end; begin += rowLength, ++element)
+          for (const int node : all.subspan(begin, rowLength)) {
+            if (static_cast<unsigned>(node) >= numNodes || last[static_cast<std::size_t>(node)] == element)
+              continue;
+            last[static_cast<std::size_t>(node)] = element;
+            use(static_cast<std::size_t>(node), element);
+          }
+      });
     }
   };
   bme_Rows rows;
@@ -108,15 +140,17 @@ bme_FEMConnect::Links bme_FEMConnect::MakeLinks(bme_Across across) const {
     const std::span<const int> all = type.ElementConnectivity().Const();
     records.reserve(records.size() + keys.size() * static_cast<std::size_t>(type.NumElements()));
     std::array<int, 4> corners;
-    for (std::size_t begin = 0; begin < all.size(); begin += rowLength)
-      for (const std::vector<int>& key : keys) {
-        for (std::size_t k = 0; k < key.size(); ++k)
-          corners[k] = all[begin + static_cast<std::size_t>(key[k])];
-        bme_KeyRecord record;
-        record.slot = slot++;
-        if (bme_MakeKey(std::span(corners).first(key.size()), least, numNodes, record))
-          records.push_back(record);
-      }
+    wip_InBlocks(all.size(), kElementsBetween * rowLength, [&](std::size_t first, std::size_t end) {
+      for (std::size_t begin = first; begin < end; begin += rowLength)
+        for (const std::vector<int>& key : keys) {
+          for (std::size_t k = 0; k < key.size(); ++k)
+            corners[k] = all[begin + static_cast<std::size_t>(key[k])];
+          bme_KeyRecord record;
+          record.slot = slot++;
+          if (bme_MakeKey(std::span(corners).first(key.size()), least, numNodes, record))
+            records.push_back(record);
+        }
+    });
   }
   links.firstSlot.push_back(slot);
   links.next.resize(slot);
@@ -132,25 +166,27 @@ const bme_FEMConnect::Links& bme_FEMConnect::LinksOf(bme_Across across) const {
 bme_Rows bme_FEMConnect::MakeNodeNeighbours() const {
   const bme_ElementData& elements = mesh_.ElementData();
   const bme_Rows& ofNodes = ElementsOfNodes();
-  bme_Rows rows;
+  RowMaker rows;
   std::vector<unsigned> seen(elements.NumElements(), bme_kNotFound);
+  wip_Poll poll(kElementsBetween);
   for (unsigned c = 0; c < elements.NumClasses(); ++c) {
     const bme_ElementClass& type = elements.GetClass(c);
     for (int e = 0; e < type.NumElements(); ++e) {
       const auto element = static_cast<unsigned>(type.FirstElementIndex() + e);
       seen[element] = element;
+      poll.Advance();
       for (const int node : type.Connectivity(e)) {
         if (static_cast<std::size_t>(static_cast<unsigned>(node)) >= ofNodes.Count()) continue;
         for (const unsigned other : ofNodes[static_cast<std::size_t>(node)])
           if (seen[other] != element) {
             seen[other] = element;
-            rows.items.push_back(other);
+            rows.Add(other);
           }
       }
-      EndRow(rows);
+      rows.EndRow();
     }
   }
-  return rows;
+  return rows.Take();
 }
 
 bme_Rows bme_FEMConnect::MakeSideNeighbours(bme_Across across) const {
@@ -160,19 +196,23 @@ bme_Rows bme_FEMConnect::MakeSideNeighbours(bme_Across across) const {
   for (unsigned c = 0; c < elements.NumClasses(); ++c) {
     const auto count = static_cast<unsigned>(elements.GetClass(c).NumElements());
     const unsigned begin = links.firstSlot[c], size = links.firstSlot[c + 1] - begin;
-    for (unsigned k = 0; k < size; ++k)
-      elementOfSlot[begin + k] =
-          static_cast<unsigned>(elements.GetClass(c).FirstElementIndex()) + k / (size / count);
+    const auto firstElement = static_cast<unsigned>(elements.GetClass(c).FirstElementIndex());
+    wip_InBlocks(size, std::size_t{1} << 20, [&](std::size_t first, std::size_t end) {
+      for (auto k = static_cast<unsigned>(first); k < end; ++k)
+        elementOfSlot[begin + k] = firstElement + k / (size / count);
+    });
   }
-  bme_Rows rows;
+  RowMaker rows;
   std::size_t slot = 0;
+  wip_Poll poll(kElementsBetween);
   for (unsigned element = 0; element < elements.NumElements(); ++element) {
+    poll.Advance();
     for (; slot < elementOfSlot.size() && elementOfSlot[slot] == element; ++slot)
       for (unsigned other = links.next[slot]; other != slot; other = links.next[other])
-        if (elementOfSlot[other] != element) rows.items.push_back(elementOfSlot[other]);
-    EndRow(rows);
+        if (elementOfSlot[other] != element) rows.Add(elementOfSlot[other]);
+    rows.EndRow();
   }
-  return rows;
+  return rows.Take();
 }
 
 const bme_Rows& bme_FEMConnect::Neighbours(bme_Across across) const {
@@ -222,13 +262,16 @@ std::vector<std::vector<unsigned>> bme_FEMConnect::Rings(std::span<const unsigne
     isReached[seed] = true;
   }
   std::ranges::sort(rings[0]);
+  wip_Poll poll(kElementsBetween);
   for (int ring = 0; ring < count; ++ring) {
     std::vector<unsigned> next;
-    for (const unsigned element : rings.back())
+    for (const unsigned element : rings.back()) {
+      poll.Advance();
       for (const unsigned other : rows[element]) {
         if (!isReached[other]) next.push_back(other);
         isReached[other] = true;
       }
+    }
     if (next.empty()) break;
     std::ranges::sort(next);
     rings.push_back(std::move(next));
@@ -252,12 +295,14 @@ bme_FEMConnect::Components bme_FEMConnect::FindComponents(bme_Across across) con
   // across nodes the rows of the nodes are enough, each once
   const bme_Rows& rows = across == bme_Across::Node ? ElementsOfNodes() : Neighbours(across);
   if (across == bme_Across::Node) isNodeDone.resize(rows.Count());
+  wip_Poll poll(kElementsBetween);
   for (unsigned seed = 0; seed < numElements; ++seed) {
     if (components.ofElement[seed] != bme_kNotFound) continue;
     reach({&seed, 1});
     while (!stack.empty()) {
       const unsigned element = stack.back();
       stack.pop_back();
+      poll.Advance();
       if (across != bme_Across::Node) {
         reach(rows[element]);
         continue;

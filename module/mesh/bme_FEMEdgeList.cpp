@@ -54,26 +54,32 @@ bme_FEMEdgeList bme_FEMEdgeList::OfNodes(const bme_FEMNodeList& nodes, bme_Touch
 bme_FEMEdgeList bme_FEMEdgeList::OfElements(const bme_FEMElemList& elements) {
   bme_CheckAddressable(elements.Mesh(), elements.Words());
   std::vector<unsigned> edges;
+  wip_Poll poll(bme_kWordsBetween);
   bme_ForEachClassOfElements(
       elements.Mesh(), elements.Words(),
       [&](const bme_ElementClass&, const shp_Shape* shape, std::span<const unsigned> words) {
         const unsigned count = shape ? static_cast<unsigned>(shape->EdgesPerFace().size()) : 0;
-        for (const unsigned element : words)
+        for (const unsigned element : words) {
+          poll.Advance();
           for (unsigned face = 0; face < count; ++face)
             for (unsigned edge = 0; edge < bme_NumEdges(*shape, face); ++edge)
               edges.push_back(bme_EdgeWord(element, face, edge));
+        }
       });
   return {elements.Mesh(), std::move(edges)};
 }
 
 bme_FEMEdgeList bme_FEMEdgeList::OfFaces(const bme_FEMFaceList& faces) {
   std::vector<unsigned> edges;
+  wip_Poll poll(bme_kWordsBetween);
   bme_ForEachClassOfWords(
       faces.Mesh(), faces.Words(),
       [&](const bme_ElementClass&, const shp_Shape* shape, std::span<const unsigned> words) {
-        for (const unsigned word : words)
+        for (const unsigned word : words) {
+          poll.Advance();
           for (unsigned edge = 0; edge < bme_NumEdges(*shape, bme_FaceOf(word)); ++edge)
             edges.push_back(bme_EdgeWord(bme_ElementOf(word), bme_FaceOf(word), edge));
+        }
       });
   return {faces.Mesh(), std::move(edges)};
 }

@@ -56,10 +56,13 @@ bme_FEMElemList bme_FEMElemList::InBox(const bme_Mesh& mesh, const gsl_BBox& box
 bme_FEMElemList bme_FEMElemList::OfNodes(const bme_FEMNodeList& nodes, bme_Touching touching) {
   const bme_NodeMarks marks(nodes);
   std::vector<unsigned> elements;
+  wip_Poll poll(bme_kWordsBetween);
   for (const auto& [position, type] : nodes.Mesh().ElementData().ElementClasses()) {
     const auto first = static_cast<unsigned>(type->FirstElementIndex());
-    for (unsigned i = 0; i < static_cast<unsigned>(type->NumElements()); ++i)
+    for (unsigned i = 0; i < static_cast<unsigned>(type->NumElements()); ++i) {
+      poll.Advance();
       if (marks.Touch(bme_Row(*type, first + i), touching)) elements.push_back(first + i);
+    }
   }
   return {nodes.Mesh(), std::move(elements)};
 }

@@ -59,12 +59,15 @@ bme_FEMFaceList bme_FEMFaceList::OfNodes(const bme_FEMNodeList& nodes, bme_Touch
 bme_FEMFaceList bme_FEMFaceList::OfElements(const bme_FEMElemList& elements) {
   bme_CheckAddressable(elements.Mesh(), elements.Words());
   std::vector<unsigned> faces;
+  wip_Poll poll(bme_kWordsBetween);
   bme_ForEachClassOfElements(
       elements.Mesh(), elements.Words(),
       [&](const bme_ElementClass&, const shp_Shape* shape, std::span<const unsigned> words) {
         const unsigned count = shape ? bme_NumListedFaces(*shape) : 0;
-        for (const unsigned element : words)
+        for (const unsigned element : words) {
+          poll.Advance();
           for (unsigned face = 0; face < count; ++face) faces.push_back(bme_FaceWord(element, face));
+        }
       });
   return {elements.Mesh(), std::move(faces)};
 }

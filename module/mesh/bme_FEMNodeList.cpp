@@ -56,12 +56,14 @@ bme_FEMNodeList bme_FEMNodeList::InBox(const bme_Mesh& mesh, const gsl_BBox& box
 
 bme_FEMNodeList bme_FEMNodeList::OfElements(const bme_FEMElemList& elements, bme_NodesOf which) {
   bme_NodeMarks marks(elements.Mesh());
+  wip_Poll poll(bme_kWordsBetween);
   bme_ForEachClassOfElements(
       elements.Mesh(), elements.Words(),
       [&](const bme_ElementClass& type, const shp_Shape* shape, std::span<const unsigned> words) {
         const std::vector<int> corners =
             shape && which == bme_NodesOf::Corners ? bme_CornersOfElement(*shape) : std::vector<int>();
         for (const unsigned element : words) {
+          poll.Advance();
           const std::span<const int> row = bme_Row(type, element);
           if (corners.empty())
             for (const int node : row) marks.Set(node);

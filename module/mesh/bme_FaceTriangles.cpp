@@ -31,6 +31,7 @@ bme_FaceTriangles bme_Triangulate(const bme_FEMFaceList& faces, bme_NodesOf whic
   bme_FaceTriangles result;
   result.words.reserve(2 * faces.Count());
   result.nodes.reserve(6 * faces.Count());
+  wip_Poll poll(bme_kWordsBetween);
   bme_ForEachClassOfWords(
       faces.Mesh(), faces.Words(),
       [&](const bme_ElementClass& type, const shp_Shape* shape, std::span<const unsigned> words) {
@@ -43,6 +44,7 @@ bme_FaceTriangles bme_Triangulate(const bme_FEMFaceList& faces, bme_NodesOf whic
             for (int& at : triangle) at = local[static_cast<std::size_t>(at)];
         }
         for (const unsigned word : words) {
+          poll.Advance();
           const std::span<const int> row = bme_Row(type, bme_ElementOf(word));
           for (const auto& local : cuts[bme_FaceOf(word)]) {
             const int a = row[static_cast<std::size_t>(local[0])],

@@ -1,10 +1,12 @@
 #include "bme_KeyLinks.h"
+#include "bme_Work.h"
+
+#include <BasicUtils/wip_Poll.h>
 
 #include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/bme_FEMFaceList.h>
 #include <CoreGeometry/bme_Mesh.h>
 #include <cmath>
-#include <numbers>
 
 namespace {
 /// Unit normal of the corner polygon by its area vector; zero where it has none.
@@ -32,14 +34,16 @@ std::array<double, 3> NormalOf(const bme_NodeData& nodes, std::span<const int> c
 }
 } // namespace
 
-bme_FEMFaceList bme_GrowFaces(const bme_FEMFaceList& seeds, const bme_FEMFaceList& within,
-                              double angleDegrees) {
+bme_FEMFaceList bme_GrowFaces(const bme_FEMFaceList& seeds, const bme_FEMFaceList& within, double angle) {
+  bme_CheckNormalAngle(angle);
   const bme_FEMFaceList all = within.Union(seeds);
   const bme_NodeData& nodes = all.Mesh().NodeData();
   std::vector<std::array<double, 3>> normals;
   std::vector<unsigned> faceOfSlot, firstSlot{0};
   std::vector<bme_KeyRecord> records;
+  wip_Poll poll(16384);
   for (std::size_t face = 0; face < all.Count(); ++face) {
+    poll.Advance();
     const bme_LocalNodes local = all.FaceNodes(face);
     const std::span<const int> corners = local.Corners();
     normals.push_back(NormalOf(nodes, corners));
@@ -56,18 +60,19 @@ bme_FEMFaceList bme_GrowFaces(const bme_FEMFaceList& seeds, const bme_FEMFaceLis
   bme_LinkEqualKeys(records, nodes.NumNodes(), next);
 
   // angles that are the limit but for rounding count
-  const double least = std::cos(angleDegrees * std::numbers::pi / 180) - 1e-9;
-  std::vector<unsigned> words, stack;
+  const double least = std::cos(angle) - 1e-9;
+  std::vector<unsigned> stack;
   std::vector<bool> isReached(all.Count());
-  for (std::size_t face = 0; face < all.Count(); ++face)
-    if (seeds.Contains(all[face])) {
-      isReached[face] = true;
-      stack.push_back(static_cast<unsigned>(face));
-    }
+  for (std::size_t face = 0; face < all.Count(); ++face) {
+    poll.Advance();
+    if (!seeds.Contains(all[face])) continue;
+    isReached[face] = true;
+    stack.push_back(static_cast<unsigned>(face));
+  }
   while (!stack.empty()) {
     const unsigned face = stack.back();
     stack.pop_back();
-    words.push_back(all[face]);
+    poll.Advance();
     for (unsigned slot = firstSlot[face]; slot < firstSlot[face + 1]; ++slot)
       for (unsigned other = next[slot]; other != slot; other = next[other]) {
         const unsigned f = faceOfSlot[other];
@@ -77,5 +82,8 @@ bme_FEMFaceList bme_GrowFaces(const bme_FEMFaceList& seeds, const bme_FEMFaceLis
         stack.push_back(f);
       }
   }
+  std::vector<unsigned> words;
+  for (std::size_t face = 0; face < all.Count(); ++face)
+    if (isReached[face]) words.push_back(all[face]);
   return {all.Mesh(), std::move(words)};
 }

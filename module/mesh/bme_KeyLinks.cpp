@@ -1,5 +1,6 @@
 #include "bme_KeyLinks.h"
 
+#include <BasicUtils/wip_Poll.h>
 #include <algorithm>
 
 bool bme_MakeKey(std::span<const int> corners, std::size_t least, unsigned numNodes, bme_KeyRecord& record) {
@@ -19,14 +20,25 @@ bool bme_MakeKey(std::span<const int> corners, std::size_t least, unsigned numNo
 void bme_LinkEqualKeys(std::vector<bme_KeyRecord>& records, unsigned numNodes, std::span<unsigned> next) {
   for (std::size_t slot = 0; slot < next.size(); ++slot) next[slot] = static_cast<unsigned>(slot);
   std::vector<unsigned> end(static_cast<std::size_t>(numNodes) + 1, 0);
-  for (const bme_KeyRecord& record : records) ++end[static_cast<std::size_t>(record.corners[0]) + 1];
+  constexpr std::size_t kRecords = std::size_t{1} << 18, kNodes = std::size_t{1} << 15; // between questions
+  const auto forEachRecord = [&](auto use) {
+    wip_InBlocks(records.size(), kRecords, [&](std::size_t first, std::size_t last) {
+      for (std::size_t i = first; i < last; ++i) use(records[i]);
+    });
+  };
+  forEachRecord([&](const bme_KeyRecord& record) { ++end[static_cast<std::size_t>(record.corners[0]) + 1]; });
   for (std::size_t node = 0; node < numNodes; ++node) end[node + 1] += end[node];
-  std::vector<bme_KeyRecord> sorted(records.size());
-  for (const bme_KeyRecord& record : records)
+  std::vector<bme_KeyRecord> sorted;
+  sorted.reserve(records.size());
+  wip_InBlocks(records.size(), kRecords, [&](std::size_t, std::size_t last) { sorted.resize(last); });
+  forEachRecord([&](const bme_KeyRecord& record) {
     sorted[end[static_cast<std::size_t>(record.corners[0])]++] = record;
+  });
   records.swap(sorted);
   std::size_t begin = 0; // end[node] is now the end of the group of the node
+  wip_Poll poll(kNodes);
   for (std::size_t node = 0; node < numNodes; begin = end[node++]) {
+    poll.Advance();
     const auto group = std::span(records).subspan(begin, end[node] - begin);
     std::ranges::sort(group);
     for (std::size_t i = 0; i < group.size();) {

@@ -146,7 +146,9 @@ std::vector<unsigned> bme_CheckedWords(const bme_Mesh& mesh, bme_Noun noun, std:
   bme_UnknownItems unknown(mesh, noun, bme_Unknown::Refuse);
   const bme_ElementClass* type = nullptr;
   const shp_Shape* shape = nullptr;
+  wip_Poll poll(bme_kWordsBetween);
   for (const unsigned word : words) {
+    poll.Advance();
     const unsigned element = bme_ElementOf(word);
     if (element >= count) {
       unknown.Add(word);

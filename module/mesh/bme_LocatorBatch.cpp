@@ -2,6 +2,7 @@
 // early.
 #include "bme_LocatorPoint.h"
 
+#include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <limits>
 #include <numeric>
@@ -13,8 +14,11 @@ public:
 
   void Run() {
     SortByBin();
-    for (std::size_t first = 0; first < entries_.size(); first += kBlock)
+    wip_Poll poll(2048);
+    for (std::size_t first = 0; first < entries_.size(); first += kBlock) {
+      poll.Advance(kBlock);
       FindBlock(std::span(entries_).subspan(first, std::min(kBlock, entries_.size() - first)));
+    }
   }
 
 private:
@@ -46,18 +50,24 @@ private:
   void SortByBin() {
     constexpr unsigned kDigitBits = 11, kDigits = 1U << kDigitBits;
     entries_.resize(hits_.size());
-    for (unsigned k = 0; k < hits_.size(); ++k) {
-      const Point point = Copy(k);
-      const bool isOnGrid = locator_.IsOnGrid(point);
-      entries_[k] = {isOnGrid ? static_cast<unsigned>(locator_.Row(locator_.BinOf(point))) : kOffGrid, k};
-    }
+    constexpr std::size_t kBetween = std::size_t{1} << 18;
+    wip_InBlocks(hits_.size(), kBetween, [&](std::size_t first, std::size_t end) {
+      for (auto k = static_cast<unsigned>(first); k < end; ++k) {
+        const Point point = Copy(k);
+        const bool isOnGrid = locator_.IsOnGrid(point);
+        entries_[k] = {isOnGrid ? static_cast<unsigned>(locator_.Row(locator_.BinOf(point))) : kOffGrid, k};
+      }
+    });
     std::vector<Entry> sorted(entries_.size());
     const std::size_t numRows = locator_.rowStarts_.size() - 1;
     for (unsigned shift = 0; shift == 0 || (shift < 32 && numRows >> shift > 0); shift += kDigitBits) {
       std::array<unsigned, kDigits + 1> starts{};
       for (const Entry& entry : entries_) ++starts[(entry.row >> shift) % kDigits + 1];
       std::partial_sum(starts.begin(), starts.end(), starts.begin());
-      for (const Entry& entry : entries_) sorted[starts[(entry.row >> shift) % kDigits]++] = entry;
+      wip_InBlocks(entries_.size(), kBetween, [&](std::size_t first, std::size_t end) {
+        for (std::size_t k = first; k < end; ++k)
+          sorted[starts[(entries_[k].row >> shift) % kDigits]++] = entries_[k];
+      });
       entries_.swap(sorted);
     }
   }

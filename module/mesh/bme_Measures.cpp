@@ -1,3 +1,4 @@
+#include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/bme_Measures.h>
 
 #include <CoreGeometry/dtu_DatumCsys.h>
@@ -24,12 +25,14 @@ std::span<const float> CoordinatesOf(const bme_NodeData& nodes, std::vector<floa
 /// Middle of the box of finite coordinates: moments about it lose no digits to the distance from the origin.
 template<class Real> std::array<double, 3> MiddleOf(std::span<const Real> coordinates) {
   std::array<double, 3> low{}, high{}, middle{};
-  for (std::size_t i = 0; i < coordinates.size(); ++i) {
-    const double x = static_cast<double>(coordinates[i]);
-    if (!std::isfinite(x)) continue;
-    low[i % 3] = i < 3 ? x : std::min(low[i % 3], x);
-    high[i % 3] = i < 3 ? x : std::max(high[i % 3], x);
-  }
+  wip_InBlocks(coordinates.size(), std::size_t{1} << 21, [&](std::size_t first, std::size_t end) {
+    for (std::size_t i = first; i < end; ++i) {
+      const double x = static_cast<double>(coordinates[i]);
+      if (!std::isfinite(x)) continue;
+      low[i % 3] = i < 3 ? x : std::min(low[i % 3], x);
+      high[i % 3] = i < 3 ? x : std::max(high[i % 3], x);
+    }
+  });
   for (std::size_t a = 0; a < 3; ++a) middle[a] = low[a] + (high[a] - low[a]) / 2;
   return middle;
 }
@@ -50,6 +53,11 @@ void MoveReference(shp_Moments& moments, const std::array<double, 3>& p) {
 
 bool StandsForABody(const shp_Shape& shape) {
   return !shape.IsRigid() && !shape.IsInteraction() && !shape.IsInternal() && !shape.IsSurface();
+}
+
+std::optional<double> Ask(const bme_ElementValue& value, const bme_ElementClass& type, int position) {
+  const std::optional<double> answer = value ? value(type, position) : std::nullopt;
+  return answer && std::isfinite(*answer) && *answer >= 0 ? answer : std::nullopt;
 }
 
 template<class Real> class Measurer {
@@ -109,15 +117,17 @@ private:
     const bool revolved = (shape->IsAxiSymmetric() || shape->IsCaxaElement()) && shape->NumSpatialDims() == 2;
     std::optional<shp_MeasureRule> turn;
     if (revolved && StandsForABody(*shape)) turn.emplace(*shape, options_.order, true);
-    for (std::size_t at = 0; at < positions.size(); at += kChunk)
-      MeasureChunk(type, *shape, *rule, turn ? &*turn : nullptr,
-                   positions.subspan(at, std::min(kChunk, positions.size() - at)));
+    wip_InBlocks(positions.size(), kChunk, [&](std::size_t first, std::size_t end) {
+      MeasureChunk(type, *shape, *rule, turn ? &*turn : nullptr, positions.subspan(first, end - first));
+    });
   }
 
   void AddPoints(const bme_ElementClass& type, std::span<const int> positions) {
+    wip_Poll poll(8192);
     for (const int position : positions) {
+      poll.Advance();
       const int node = type.Connectivity(position)[0];
-      const auto mass = options_.pointMass ? options_.pointMass(type, position) : std::nullopt;
+      const auto mass = Ask(options_.pointMass, type, position);
       if (!IsNode(node)) {
         result_.withoutNodes.push_back(LabelOf(type, position));
       } else if (!mass) {
@@ -189,8 +199,7 @@ private:
     const shp_Moments& moments = turned ? *turned : own;
     std::optional<double> size = 1.0;
     if (!isSolid) {
-      const bme_ElementValue& value = isSection ? options_.sectionArea : options_.thickness;
-      size = value ? value(type, position) : std::nullopt;
+      size = Ask(isSection ? options_.sectionArea : options_.thickness, type, position);
       if (!size) {
         (isSection ? result_.noSectionArea : result_.noThickness).push_back(LabelOf(type, position));
         return;
@@ -199,7 +208,7 @@ private:
     const double thickness = isSolid || isSection ? 0 : *size;
     if (numDims < 3) result_.volume.Add(moments, *size, thickness);
     if (!options_.density) return;
-    if (const auto density = options_.density(type, position))
+    if (const auto density = Ask(options_.density, type, position))
       result_.mass.Add(moments, *size * *density, thickness);
     else
       result_.noDensity.push_back(LabelOf(type, position));

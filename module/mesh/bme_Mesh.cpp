@@ -44,8 +44,10 @@ bme_Mesh::bme_Mesh(unsigned id, bme_NodeData* nodes, bme_ElementData* elements, 
 bme_Mesh::bme_Mesh(unsigned id, unsigned /*numNodes*/, uti_CoordCont3D& coordinates, unsigned numClasses,
                    bme_ElementClass** classes, bme_MeshType type, unsigned numDim,
                    const gsl_Matrix* transform)
-    : bme_Mesh(id, new bme_NodeData(coordinates, numDim), new bme_ElementData(classes, numClasses), type,
-               transform) {}
+    : bme_Mesh(id, nullptr, new bme_ElementData(classes, numClasses), type, transform) {
+  nodeData_ = cow_COW<bme_NodeData, cow_Virtual<bme_NodeData>>(new bme_NodeData(coordinates, numDim));
+  ComputeSphere();
+}
 
 bme_Mesh::bme_Mesh(const bme_Mesh& other, unsigned newId) : bme_Mesh(other) {
   id_ = static_cast<int>(newId);

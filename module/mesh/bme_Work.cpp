@@ -4,6 +4,7 @@
 
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
+#include <numbers>
 
 bool bme_IsLeftOut(const shp_Shape& shape, unsigned leaveOut) noexcept {
   return ((leaveOut & bme_LEAVE_OUT_RIGID) != 0 && shape.IsRigid())
@@ -34,6 +35,12 @@ bool bme_CanWorkOn(const bme_FEMElemList& elements, const bme_FaceOptions& optio
   }
   if (isTooMuch) bme_Report(tooMany);
   return !isTooMuch;
+}
+
+void bme_CheckNormalAngle(double angle) {
+  if (!(angle >= 0 && angle <= std::numbers::pi))
+    throw nex_TextException("an angle of " + std::to_string(angle)
+                            + " radians between normals is not one of 0 to pi");
 }
 
 bme_WorkProgress::bme_WorkProgress(bme_Message what, std::size_t steps)

@@ -11,6 +11,9 @@ bool bme_IsLeftOut(const shp_Shape& shape, unsigned leaveOut) noexcept;
 /// left out.
 bool bme_CanWorkOn(const bme_FEMElemList& elements, const bme_FaceOptions& options, bme_Message tooMany);
 
+/// Throws nex_TextException unless normals can make that angle, in radians.
+void bme_CheckNormalAngle(double angle);
+
 /// Says what is done, how far it is, and stops it by wip_Cancelled when the host asks.
 class bme_WorkProgress {
 public:

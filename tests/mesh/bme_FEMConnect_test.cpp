@@ -1,12 +1,15 @@
 #include <CoreGeometry/bme_FEMConnect.h>
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/bme_ExternalEdges.h>
 #include <CoreGeometry/bme_ExternalFaces.h>
 #include <CoreGeometry/bme_FEMElemList.h>
 #include <CoreGeometry/bme_FEMFaceList.h>
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <gtest/gtest.h>
+#include <limits>
+#include <numbers>
 #include <random>
 #include <set>
 
@@ -200,7 +203,15 @@ TEST_F(bme_FEMConnectTest, FacesGrowUpToTheAngle) {
   const bme_Mesh mesh = Box(3, 2, 2);
   const bme_FEMFaceList outside = bme_ComputeFaces(bme_FEMElemList::All(mesh))->external;
   const bme_FEMFaceList seed(mesh, {bme_FaceWord(0, 0)}); // zeta = -1
-  EXPECT_EQ(bme_GrowFaces(seed, outside, 30).Count(), 6U);
-  EXPECT_EQ(bme_GrowFaces(seed, outside, 90).Count(), outside.Count());
-  EXPECT_EQ(bme_GrowFaces(seed, bme_FEMFaceList(mesh), 90), seed);
+  constexpr double kPi = std::numbers::pi;
+  EXPECT_EQ(bme_GrowFaces(seed, outside, kPi / 6).Count(), 6U);
+  EXPECT_EQ(bme_GrowFaces(seed, outside, 1.5).Count(), 6U);
+  EXPECT_EQ(bme_GrowFaces(seed, outside, kPi / 2).Count(), outside.Count());
+  EXPECT_EQ(bme_GrowFaces(seed, outside, kPi).Count(), outside.Count());
+  EXPECT_EQ(bme_GrowFaces(seed, bme_FEMFaceList(mesh), kPi / 2), seed);
+  const double wrong[] = {30, 360, -0.1, std::nan(""), std::numeric_limits<double>::infinity()};
+  for (const double angle : wrong) {
+    EXPECT_THROW(bme_GrowFaces(seed, outside, angle), nex_TextException) << angle;
+    EXPECT_THROW(bme_ComputeEdges(outside, {.featureAngle = angle}), nex_TextException) << angle;
+  }
 }

@@ -244,6 +244,27 @@ TEST_F(bme_MeasuresTest, WhatIsNotKnownIsReported) {
   EXPECT_EQ(full.noDensity, Labels{20});
   EXPECT_TRUE(full.noThickness.empty());
 
+  // what is not a size is not known, with its labels
+  for (const double wrong : {-0.1, std::nan(""), std::numeric_limits<double>::infinity()}) {
+    const bme_Measures thin = bme_CalculateMeasures(model.elements, model.xyz,
+                                                    {.thickness = Always(wrong),
+                                                     .sectionArea = Always(wrong),
+                                                     .density = Always(2),
+                                                     .pointMass = Always(wrong)});
+    EXPECT_EQ(thin.noThickness, bare.noThickness) << wrong;
+    EXPECT_EQ(thin.noSectionArea, bare.noSectionArea) << wrong;
+    EXPECT_EQ(thin.noPointMass.size(), 1U) << wrong;
+    EXPECT_EQ(thin.volume.Total(), bare.volume.Total()) << wrong;
+    const bme_Measures heavy = bme_CalculateMeasures(model.elements, model.xyz,
+                                                     {.thickness = Always(0.1),
+                                                      .sectionArea = Always(0.01),
+                                                      .density = Always(wrong),
+                                                      .pointMass = Always(7)});
+    EXPECT_EQ(heavy.noDensity.size(), 8U) << wrong;
+    EXPECT_EQ(heavy.mass.Total(), 7) << wrong;
+  }
+  EXPECT_FALSE(bare.noThickness.empty());
+
   // a plate with its thickness is a brick
   Model plate;
   plate.Add("S4R", {{{0, 0, 1}, {2, 0, 1}, {2, 3, 1}, {0, 3, 1}}});

@@ -105,9 +105,12 @@ TEST_F(Program, MapsPointsThroughCoordinateSystems) {
   EXPECT_EQ(added["datums"][0], json::parse(R"({"datum": "datums/hole", "kind": "cylindrical system",
     "origin": [1.0, 2.0, 3.0], "x": [0.0, 1.0, 0.0], "y": [0.0, 0.0, 1.0], "z": [1.0, 0.0, 0.0]})"));
   EXPECT_EQ(RunTool({"csys", model_, "--add", "hole"}).exitCode, 1) << "not without --force";
-  EXPECT_EQ(RunTool({"csys", model_, "--degrees", "--to-local", "5,2,5", "--to-local", "5,-1,3"}).out,
+  EXPECT_EQ(RunTool({"csys", model_, "--to-local", "5,2,5", "--to-local", "5,-1,3"}).out,
             "global (5.0, 2.0, 5.0) is local (2.0, 90.0, 4.0)\n"
             "global (5.0, -1.0, 3.0) is local (3.0, 180.0, 4.0)\n");
+  const json radians = ToolFacts({"csys", model_, "--radians", "--to-local", "5,2,5"});
+  EXPECT_NEAR(radians["points"][0]["local"][1].get<double>(), 1.5707963267948966, 1e-12);
+  EXPECT_EQ(radians["degrees"], false);
   const json back = ToolFacts({"csys", model_, "hole", "--to-global", "2,90,4"})["points"][0]["global"];
   EXPECT_NEAR(back[1].get<double>(), 2, 1e-12);
   EXPECT_NEAR(back[2].get<double>(), 5, 1e-12);

@@ -16,6 +16,7 @@
 #include <nlohmann/json.hpp>
 #include <numeric>
 #include <png.h>
+#include <random>
 
 namespace {
 using nlohmann::json;
@@ -336,6 +337,43 @@ TEST_F(Views, ChecksFindElementsAndNodesThatMakeNoSense) {
     EXPECT_EQ((*found)["labels"], json(labels)) << text;
     EXPECT_NE((*found)["advice"], "");
   }
+}
+
+/// Hexahedra and tetrahedra pressed flat onto planes at any angle, by corners in any order, some far from the
+/// origin; one thin brick at an angle is none of them.
+TEST_F(Views, ChecksCallSolidsPressedFlatOntoSkewPlanesFlat) {
+  std::mt19937 random(4);
+  const auto number = [&] { return static_cast<double>(random() % 20001) / 10000 - 1; };
+  ExodusMesh mesh;
+  mesh.blocks = {{1, "HEX", 8, {}}, {2, "TET", 4, {}}};
+  std::vector<int> flat;
+  for (int element = 0; element < 20; ++element) {
+    const double u[] = {number(), number(), number()}, v[] = {number(), number(), number()};
+    const double away = element % 5 == 4 ? 1000 : 0;
+    const std::size_t block = element < 10 ? 0 : 1, corners = block == 0 ? 8 : 4;
+    for (std::size_t corner = 0; corner < corners; ++corner) {
+      const double a = number(), b = number();
+      for (int axis = 0; axis < 3; ++axis) mesh.xyz.push_back(away + a * u[axis] + b * v[axis]);
+      mesh.blocks[block].nodes.push_back(static_cast<int>(mesh.xyz.size() / 3));
+    }
+    flat.push_back(element < 10 ? element + 1 : element + 2); // the thin brick is the last hexahedron
+  }
+  const double across[] = {2e-5, -1e-5, 1e-5}, u[] = {1, 1, -1}, v[] = {0, 1, 1};
+  for (const double side : {0.0, 1.0})
+    for (const auto& [a, b] : {std::pair{0.0, 0.0}, {1.0, 0.0}, {1.0, 1.0}, {0.0, 1.0}}) {
+      for (int axis = 0; axis < 3; ++axis)
+        mesh.xyz.push_back(5 + a * u[axis] + b * v[axis] + side * across[axis]);
+      mesh.blocks[0].nodes.push_back(static_cast<int>(mesh.xyz.size() / 3));
+    }
+  const json facts = json::parse(RunTool({"check", Import(mesh, "flat"), "--json"}).out, nullptr, false);
+  std::vector<int> found;
+  for (const json& finding : facts["findings"]) {
+    if (finding["what"].get<std::string>().find(" elements ") == std::string::npos) continue;
+    EXPECT_NE(finding["what"].get<std::string>().find("without length, area or volume"), std::string::npos)
+        << finding.dump(1);
+    for (const json& label : finding["labels"]) found.push_back(label);
+  }
+  EXPECT_EQ(found, flat) << facts.dump(1);
 }
 
 /// A cube beside two halves of one: the nodes between the halves hang on its side.

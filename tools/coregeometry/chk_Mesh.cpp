@@ -1,5 +1,6 @@
 #include "chk_Findings.h"
 
+#include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
@@ -23,7 +24,11 @@ void chk_Findings::Add(cow_String className, cow_String field, cow_String what, 
 
 namespace {
 std::vector<long long> Repeated(std::vector<int> labels) {
-  std::sort(labels.begin(), labels.end());
+  wip_Poll poll(1 << 18);
+  std::sort(labels.begin(), labels.end(), [&](int a, int b) {
+    poll.Advance();
+    return a < b;
+  });
   std::vector<long long> repeated;
   for (std::size_t i = 1; i < labels.size(); ++i)
     if (labels[i] == labels[i - 1] && (repeated.empty() || repeated.back() != labels[i]))
@@ -44,9 +49,12 @@ void CheckNodes(const bme_NodeData& nodes, chk_Findings& findings) {
   };
   std::vector<long long> wrong;
   const std::span<const float> coordinates = nodes.Coordinates().Const();
-  for (std::size_t i = 0; i < coordinates.size(); ++i)
+  wip_Poll poll(1 << 20);
+  for (std::size_t i = 0; i < coordinates.size(); ++i) {
+    poll.Advance();
     if (!std::isfinite(coordinates[i]) && (wrong.empty() || wrong.back() != labelOf(i / 3)))
       wrong.push_back(labelOf(i / 3));
+  }
   if (!wrong.empty())
     findings.Add("bme_NodeData", "coordinates",
                  std::to_string(wrong.size()) + " nodes have a coordinate that is no finite number",
@@ -67,7 +75,9 @@ void CheckClass(const bme_ElementClass& type, unsigned index, bool hasLabels, un
   const std::span<const int> all = type.ElementConnectivity().Const();
   const auto perElement = static_cast<std::size_t>(std::max(1, type.NumNodesPerElem()));
   std::vector<long long> outside;
+  wip_Poll poll(1 << 20);
   for (std::size_t i = 0; i < all.size(); ++i) {
+    poll.Advance();
     if (all[i] >= 0 && static_cast<unsigned>(all[i]) < numNodes) continue;
     const std::size_t element = i / perElement;
     const long long label = hasLabels ? type.UserElementLabels()[element]

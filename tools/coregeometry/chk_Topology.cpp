@@ -1,6 +1,7 @@
 // How elements hang together: duplicates, nodes that are free, hanging or at the same place, edges of shells.
 #include "chk_Findings.h"
 
+#include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/bme_ElementLocator.h>
 #include <CoreGeometry/bme_ExternalFaces.h>
 #include <CoreGeometry/bme_FEMConnect.h>
@@ -61,7 +62,9 @@ private:
     if (!faces) return hanging;
     const bme_ElementLocator locator(mesh_);
     std::vector<bme_ElementHit> owners;
+    wip_Poll poll(4096);
     for (const unsigned node : bme_FEMNodeList::OfFaces(faces->external, bme_NodesOf::Corners)) {
+      poll.Advance();
       const uti_Coord3D at = mesh_.NodeData()[node];
       locator.FindAll({static_cast<double>(at.x), static_cast<double>(at.y), static_cast<double>(at.z)},
                       owners);
@@ -106,6 +109,7 @@ struct Side {
 
 void CheckShellEdges(const bme_Mesh& mesh, chk_Findings& findings) {
   std::vector<Side> sides;
+  wip_Poll poll(65536);
   const bme_ElementData& elements = mesh.ElementData();
   for (unsigned i = 0; i < elements.NumClasses(); ++i) {
     const bme_ElementClass& type = elements.GetClass(i);
@@ -115,6 +119,7 @@ void CheckShellEdges(const bme_Mesh& mesh, chk_Findings& findings) {
     const std::span<const int> face = shape->FaceNodes(0);
     for (int e = 0; e < type.NumElements(); ++e)
       for (std::size_t k = 0; k < corners; ++k) {
+        poll.Advance();
         const std::span<const int> row = type.Connectivity(e);
         const int a = row[static_cast<std::size_t>(face[k])],
                   b = row[static_cast<std::size_t>(face[(k + 1) % corners])];
@@ -123,7 +128,10 @@ void CheckShellEdges(const bme_Mesh& mesh, chk_Findings& findings) {
               {{std::min(a, b), std::max(a, b)}, static_cast<unsigned>(type.FirstElementIndex() + e), a < b});
       }
   }
-  std::ranges::sort(sides, {}, [](const Side& side) { return std::pair(side.ends, side.element); });
+  std::ranges::sort(sides, {}, [&](const Side& side) {
+    poll.Advance();
+    return std::pair(side.ends, side.element);
+  });
   std::vector<long long> open, crowded, turned;
   for (auto first = sides.begin(); first != sides.end();) {
     const auto next = std::find_if(first, sides.end(), [&](const Side& s) { return s.ends != first->ends; });

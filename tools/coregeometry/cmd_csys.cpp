@@ -12,7 +12,7 @@ namespace {
 struct Arguments {
   std::string file, name, added, kind = "cartesian";
   std::vector<double> toLocal, toGlobal, origin = {0, 0, 0}, x = {1, 0, 0}, y = {0, 1, 0};
-  bool degrees = false, force = false, json = false;
+  bool radians = false, force = false, json = false;
 };
 
 template<class Triple> cli_Json Numbers(const Triple& triple) {
@@ -103,7 +103,7 @@ void Map(const Arguments& arguments, const cls_Database& model) {
   const auto map = [&](const std::vector<double>& from, bool intoLocal) {
     std::vector<double> to = from;
     if (intoLocal)
-      dtu_MapGlobalIntoLocal(std::span(to), *csys, arguments.degrees);
+      dtu_MapGlobalIntoLocal(std::span(to), *csys, !arguments.radians);
     else
       dtu_MapLocalIntoGlobal(std::span(to), *csys);
     for (std::size_t i = 0; i < to.size(); i += 3)
@@ -116,7 +116,7 @@ void Map(const Arguments& arguments, const cls_Database& model) {
     return cli_PrintJson({{"file", arguments.file},
                           {"system", root},
                           {"kind", KindText(csys->GetCsysType())},
-                          {"degrees", arguments.degrees},
+                          {"degrees", !arguments.radians},
                           {"points", points}});
   for (const cli_Json& point : points) {
     const char* separator = "";
@@ -188,7 +188,7 @@ void cli_AddCsys(CLI::App& app) {
   addPoints("--to-local", arguments->toLocal, "Global point to map; can be given again");
   addPoints("--to-global", arguments->toGlobal,
             "Local point to map, with angles in degrees; can be given again");
-  command->add_flag("--degrees", arguments->degrees, "Give angles in degrees instead of radians");
+  command->add_flag("--radians", arguments->radians, "Print angles in radians instead of degrees");
   command->add_option("--add", arguments->added, "Name of a coordinate system to add to the model");
   command->add_option("--kind", arguments->kind, "cartesian, cylindrical or spherical")
       ->check(CLI::IsMember({"cartesian", "cylindrical", "spherical"}));
@@ -201,11 +201,11 @@ void cli_AddCsys(CLI::App& app) {
   command->add_flag("--force", arguments->force, "Replace a datum of the same name");
   command->add_flag("--json", arguments->json, "Print the facts as JSON");
   command->footer("Local coordinates are x, y, z; or radius, angle, axial; or radius, azimuth, polar angle. "
-                  "Angles go in\n"
-                  "as degrees and come out in radians unless --degrees is given.\n"
+                  "Angles are\n"
+                  "in degrees; with --radians those of --to-local are printed in radians.\n"
                   "\n"
                   "Example: a cylindrical system, and a point in it\n"
                   "  coregeometry csys bracket.cgdb --add hole --kind cylindrical --origin 0.03,0.015,0\n"
-                  "  coregeometry csys bracket.cgdb hole --to-local 0.03,0.02,0.005 --degrees");
+                  "  coregeometry csys bracket.cgdb hole --to-local 0.03,0.02,0.005");
   command->callback([arguments] { Run(*arguments); });
 }

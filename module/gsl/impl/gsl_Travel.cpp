@@ -2,6 +2,7 @@
 
 #include "gsl_TravelKernel.h"
 #include <BasicUtils/nex_Exception.h>
+#include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/gsl_Vector.h>
 #include <cmath>
 #include <memory>
@@ -134,7 +135,9 @@ bool gsl_TravelSearch::Find(double limit, gsl_Travel& travel) {
   contact_.distance = bound_ = limit;
   pairs_.reserve(128);
   Push(1, 1);
+  wip_Poll poll(1024);
   while (!pairs_.empty()) {
+    poll.Advance();
     const Pair pair = pairs_.back();
     pairs_.pop_back();
     if (!(pair.enter < bound_)) continue;

@@ -1,10 +1,12 @@
 #include <CoreGeometry/gsl_TriTriDirDist.h>
 
 #include "gsl_Tolerances.h"
+#include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/gsl_Triangle.h>
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
+#include <tuple>
 
 struct gsl_TriTriDirDist::Facet {
   gsl_Triangle triangle;
@@ -47,10 +49,17 @@ bool gsl_TriTriDirDist::FindDirectionalDistance(const gsl_TriOctreeNode& fixedRo
                                                 const gsl_TriOctreeNode& movableRoot, double& distance) {
   reference_ = fixedRoot.BBox().Min();
   if (!BoxesMayMeet(fixedRoot, movableRoot, distance)) return false;
-  bool found = SearchNodes(fixedRoot, movableRoot, true, distance);
-  WalkBelow(fixedRoot, levels_ - 1, [&](const gsl_TriOctreeNode& fixed) {
-    if (SearchNodes(fixed, movableRoot, false, distance)) found = true;
-  });
+  const auto before = std::tuple(distance, fixedTriangle_, movableTriangle_, fixedPoint_, movablePoint_);
+  bool found = false;
+  try {
+    found = SearchNodes(fixedRoot, movableRoot, true, distance);
+    WalkBelow(fixedRoot, levels_ - 1, [&](const gsl_TriOctreeNode& fixed) {
+      if (SearchNodes(fixed, movableRoot, false, distance)) found = true;
+    });
+  } catch (...) {
+    std::tie(distance, fixedTriangle_, movableTriangle_, fixedPoint_, movablePoint_) = before;
+    throw;
+  }
   if (found && debugFile_) std::fprintf(debugFile_, "  Distance: %lf\n", distance);
   return found;
 }
@@ -59,6 +68,7 @@ bool gsl_TriTriDirDist::SearchNodes(const gsl_TriOctreeNode& fixed, const gsl_Tr
                                     bool top, double& d) {
   if (fixed.IsEmpty() || movable.IsEmpty()) return false;
   if (!top && !BoxesMayMeet(fixed, movable, d)) return false;
+  wip_Poll::Now();
   bool found = SearchTriangles(fixed, movable, d);
   WalkBelow(movable, levels_ - 1, [&](const gsl_TriOctreeNode& below) {
     if (SearchNodes(fixed, below, false, d)) found = true; // walks its own subtree again
@@ -133,8 +143,10 @@ bool gsl_TriTriDirDist::SearchTriangles(const gsl_TriOctreeNode& fixed, const gs
   Collect(movable, false, travel, movableFacets);
   const bool flip[2] = {reverseFixed_, reverseMovable_};
   bool found = false;
+  wip_Poll poll(32768);
   for (const Facet& f : fixedFacets)
     for (const Facet& m : movableFacets) {
+      poll.Advance();
       if (m.low[0] > f.high[0] || f.low[0] - m.high[0] > tolerance_ + d) continue;
       const double margin = f.margin + m.margin;
       if (m.low[1] > f.high[1] + margin || f.low[1] > m.high[1] + margin || m.low[2] > f.high[2] + margin

@@ -1,6 +1,7 @@
 #include "gsl_TravelKernel.h"
 #include "gsl_TriangleArrays.h"
 #include <BasicUtils/nex_Exception.h>
+#include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/gsl_Travel.h>
 #include <CoreGeometry/gsl_Vector.h>
 #include <bit>
@@ -69,7 +70,9 @@ std::vector<gsl_TriangleTree::Item> gsl_TriangleTree::FindMiddles(const T* xyz, 
   std::vector<Item> items;
   items.reserve(numTriangles);
   double base[3] = {0, 0, 0}; // single precision is enough near the set
+  wip_Poll poll(65536);
   for (std::size_t i = 0; i < numTriangles; ++i) {
+    poll.Advance();
     gsl_TravelTriangle triangle;
     ToFrame(frame_, xyz, triangles_ + 3 * i, triangle);
     triangle.FindBox();
@@ -102,6 +105,7 @@ namespace {
 template<class Item, class Key> void Select(std::span<Item> items, std::size_t first, Key key) {
   constexpr std::size_t kFew = 16;
   for (int round = 0; items.size() > kFew && round < 64; ++round) {
+    if (items.size() > 100000) wip_Poll::Now();
     std::uint64_t sample[5];
     for (std::size_t i = 0; i < 5; ++i) sample[i] = key(items[i * (items.size() - 1) / 4]);
     std::ranges::sort(sample);
@@ -280,7 +284,9 @@ template<class T> void gsl_TriangleTree::Build(std::span<const T> xyz, std::span
   items = {};
   nodes_.resize(2 * leaves_);
   for (int axis = 0; axis < 2; ++axis) origin_[axis] = (low_[axis] + high_[axis]) * 0.5;
+  wip_Poll poll(8192);
   for (std::size_t leaf = 0; leaf < leaves_; ++leaf) {
+    poll.Advance();
     gsl_TravelTriangle held[kMostPerLeaf];
     const std::size_t start = leafStart_[leaf], count = leafStart_[leaf + 1] - start;
     for (std::size_t i = 0; i < count; ++i)

@@ -1,6 +1,7 @@
 // Carrying results between the places of an element.
 #include "shp_ApplyEach.h"
 
+#include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/shp_MessageTypes.h>
 #include <CoreGeometry/shp_Topology.h>
 #include <algorithm>
@@ -121,12 +122,15 @@ void shp_Topology::ExtrapolateEachToNodes(int numElements, std::span<const float
                          * (position == res_INTEGRATION_POINT ? At(NumIntPts())
                             : position == res_ELEMENT_NODAL   ? At(NumNodes())
                                                               : 1);
-  if (position == res_INTEGRATION_POINT && HasIntPtTables() && !IsCaxaElement())
-    return shp_ApplyEach(weights_->intPtsToNodes, At(numElements), components, values.data(),
-                         nodeValues.data());
-  for (std::size_t element = 0; element < At(numElements); ++element)
-    ExtrapolateToNodes(values.subspan(element * in, in), position, nodeValues.subspan(element * out, out),
-                       numComponents);
+  constexpr std::size_t kBlock = 8192; // elements between two questions whether to stop
+  wip_InBlocks(At(numElements), kBlock, [&](std::size_t first, std::size_t end) {
+    if (position == res_INTEGRATION_POINT && HasIntPtTables() && !IsCaxaElement())
+      return shp_ApplyEach(weights_->intPtsToNodes, end - first, components, values.data() + first * in,
+                           nodeValues.data() + first * out);
+    for (std::size_t element = first; element < end; ++element)
+      ExtrapolateToNodes(values.subspan(element * in, in), position, nodeValues.subspan(element * out, out),
+                         numComponents);
+  });
 }
 
 void shp_Topology::ExtrapolateToFaces(std::span<const float> values, res_OutputPositionEnm position,

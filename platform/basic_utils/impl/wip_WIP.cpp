@@ -1,5 +1,7 @@
 #include <BasicUtils/wip_WIP.h>
 
+#include <BasicUtils/thr_ThreadSingleton.h>
+#include <BasicUtils/wip_Poll.h>
 #include <iostream>
 
 wip_WIPBase::~wip_WIPBase() = default;
@@ -7,6 +9,8 @@ void wip_WIPBase::Error(const cow_String&) {}
 void wip_WIPBase::Status(const cow_String&) {}
 void wip_WIPBase::Progress(double) {}
 bool wip_WIPBase::IsCancelled() { return false; }
+
+void wip_Poll::Now() { thr_ThreadSingleton<wip_WIP>::Instance().CheckCancelled(); }
 
 wip_Cancelled::wip_Cancelled() : nex_Exception("cancelled on request") {}
 wip_Cancelled::~wip_Cancelled() = default;

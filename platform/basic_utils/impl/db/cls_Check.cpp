@@ -3,6 +3,7 @@
 #include "db_Value.h"
 
 #include <BasicUtils/thr_ThreadSingleton.h>
+#include <BasicUtils/wip_Poll.h>
 #include <BasicUtils/wip_WIP.h>
 #include <algorithm>
 
@@ -198,6 +199,7 @@ private:
         const std::size_t step = std::max<std::size_t>(1, db_File::kChunkBytes / rowBytes) * array.width;
         for (std::size_t first = 0, count = static_cast<std::size_t>(array.count); first < count;
              first += step) {
+          wip_Poll::Now();
           part.resize(std::min(step, count - first) * size);
           file_.ReadPart(array, size, first, part);
         }
