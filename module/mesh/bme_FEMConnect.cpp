@@ -68,7 +68,10 @@ public:
     count_ += piece_.size() - rowStart_;
     rows_.first.push_back(static_cast<unsigned>(count_));
     constexpr std::size_t kPiece = std::size_t{1} << 20;
-    if (piece_.size() >= kPiece) pieces_.push_back(std::exchange(piece_, {}));
+    if (piece_.size() >= kPiece) {
+      pieces_.push_back(std::exchange(piece_, {}));
+      piece_.reserve(kPiece + kPiece / 8);
+    }
     rowStart_ = piece_.size();
   }
   bme_Rows Take() {
