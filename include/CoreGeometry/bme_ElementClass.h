@@ -23,8 +23,7 @@ template<> struct omu_EnumTable<bme_OrientationFreqEnm> {
 /// are as long as the stored numbers say.
 ///
 /// Errors     wrong positions and lengths answer false and change nothing, except where a call says
-/// otherwise;
-///            reading throws nex_TextException when the arrays do not fit the element count.
+///            otherwise; reading throws nex_TextException when the arrays do not fit the element count.
 /// Cost       copies share connectivity and labels; a change copies what is shared.
 /// Threads    a value.
 /// Stored as  13 fields, numElements to DDBconnectivity (module/mesh/bme_ElementClass.cpp, StoredFields)

@@ -14,11 +14,11 @@ class bme_FEMElemList;
 /// duplicate labels the last one wins.
 ///
 /// Errors     an index or label that is not known gives 4294967295; modifying calls with a wrong position
-/// answer
-///            false and change nothing; GetClass throws nex_OutOfRangeException.
+///            answer false and change nothing; GetClass throws nex_OutOfRangeException.
 /// Cost       copies share the classes. The first label query after a change builds the label map.
 /// Threads    label queries build the label map on first use: not at the same time on two threads before
-/// that. Stored as  classes
+///            that.
+/// Stored as  classes
 class CORE_GEOMETRY_API bme_ElementData {
 public:
   using Classes = mdl_MapInt2ObjCow<bme_ElementClass>;

@@ -90,8 +90,7 @@ struct gsl_Travel {
 /// Empty      false, and travel is untouched, when the sets never meet, one is empty, or the direction is
 ///            zero or not finite.
 /// Errors     nex_AssertionException when the trees stand along different directions; wip_Cancelled, and
-/// travel
-///            is untouched, when the host asks to stop.
+///            travel is untouched, when the host asks to stop.
 /// Cost       of smooth separated sets little more than the depth of the trees; at worst, of large plane
 ///            faces that are equally far but for the last digits, a few steps for each triangle.
 CORE_GEOMETRY_API bool gsl_FindTravel(const gsl_TriangleTree& fixed, const gsl_TriangleTree& movable,

@@ -24,8 +24,8 @@
 /// Tolerance  gsl_Util's at construction. A triangle of less than rtol twice its area is skipped, and so is a
 ///            fixed node whose box is smaller than tol.
 /// Errors     wip_Cancelled, and nothing has changed, when the host asks to stop. A direction shorter than
-/// tol finds nothing. Trace      With TWL_TRITRIDIRDIST_DEBUG in the environment, whatever its value, the
-/// search is written to
+///            tol finds nothing.
+/// Trace      With TWL_TRITRIDIRDIST_DEBUG in the environment, whatever its value, the search is written to
 ///            TriTriDirDist.dat in the current folder.
 /// Threads    a value of one thread.
 class CORE_GEOMETRY_API gsl_TriTriDirDist {

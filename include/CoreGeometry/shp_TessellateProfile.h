@@ -23,7 +23,6 @@ using shp_ProfileLine = std::vector<shp_ProfilePoint>;
 ///            no more than 65536 pieces for that; no piece turns by more than a right angle. Ends of segments
 ///            are the stored points.
 /// Errors     nex_OutOfRangeException for a segment without its points; nex_AssertionException for a
-/// tolerance
-///            that is not positive. Segments of an unknown type add nothing.
+///            tolerance that is not positive. Segments of an unknown type add nothing.
 CORE_GEOMETRY_API std::vector<shp_ProfileLine> shp_TessellateProfile(const shp_AnalyticSurface& surface,
                                                                      double chordTolerance);

@@ -47,16 +47,14 @@ struct shp_ElementQuestion {
 /// Dimensions, counts, flags, faces and edges of an element shape, all derived from its attribute key.
 ///
 /// Numbering  nodes, faces and the edges of a face count from zero. Every edge belongs to a face: one shared
-/// by
-///            two faces is found in both. Edge k of a face runs from its corner k to the next one.
+///            by two faces is found in both. Edge k of a face runs from its corner k to the next one.
 /// Rings      an axisymmetric element with rings has the same faces and edges in each plane; node numbers of
 ///            ring k are those of ring 0 plus k * NumBaseNodes(). Tables hold ring after ring.
 /// Empty      a key without a family has no faces and no dimensions; one whose node count its family does not
 ///            know has no node coordinates and no tables, per-face and per-edge maxima 0 and interpolation
 ///            order 0.
 /// Errors     a face, edge or ring that does not exist has no nodes. Node lists must be as long as the
-/// element,
-///            face or edge has nodes.
+///            element, face or edge has nodes.
 /// Cost       every question O(1).
 /// Threads    immutable.
 class CORE_GEOMETRY_API shp_Topology {

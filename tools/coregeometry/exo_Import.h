@@ -37,5 +37,6 @@ struct exo_Import {
 /// class is "title/block name"; a block without a name is called "block <id>".
 ///
 /// Errors     nex_TextException naming file, block, element and node; wip_Cancelled when the host asks to
-/// stop. Cost       one pass; coordinates and connectivity go straight into their final arrays.
+///            stop.
+/// Cost       one pass; coordinates and connectivity go straight into their final arrays.
 exo_Import exo_ReadMesh(const cow_String& fileName, const exo_TypeMap& types, unsigned meshId = 0);

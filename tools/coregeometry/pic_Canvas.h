@@ -14,8 +14,8 @@ struct pic_Colour {
 /// Triangles and lines hidden by what is nearer to the viewer.
 ///
 /// Units      pixels: x to the right, y up from the lower left corner, z towards the viewer.
-/// Cost       several samples a pixel, 16 bytes each.
-/// Same bytes for the same calls: only the four operations and square roots of doubles.
+/// Cost       several samples a pixel, 16 bytes each. Same bytes for the same calls: only the four operations
+///            and square roots of doubles.
 class pic_Canvas {
 public:
   pic_Canvas(int width, int height, const pic_Colour& below, const pic_Colour& above);

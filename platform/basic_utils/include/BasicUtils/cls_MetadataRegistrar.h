@@ -13,8 +13,8 @@ using cls_MetadataFunction = void (*)(cls_ClassRegistrar&);
 /// registry was built.
 ///
 /// Threads    Registry() is safe from any thread: the first to ask builds it under the global lock, the
-/// others wait,
-///            and later it is read without a lock. Modules come up and go down while no other thread asks.
+///            others wait, and later it is read without a lock. Modules come up and go down while no other
+///            thread asks.
 class CORE_GEOMETRY_PLATFORM_API cls_MetadataRegistrar {
 public:
   /// Remembers the function; it is called when the registry is next asked for. The number is always 7.

@@ -19,8 +19,7 @@ private:
 /// The last insertion of a label wins.
 ///
 /// Cost       as of omi_UintTable; building from a span takes one pass after a look at the labels. Who
-/// inserts
-///            several spans does best to Reserve for all of them first.
+///            inserts several spans does best to Reserve for all of them first.
 /// Threads    const access from several threads is safe.
 class CORE_GEOMETRY_PLATFORM_API omi_LabelTable {
 public:

@@ -68,8 +68,7 @@ private:
 ///
 /// Empty      a default shortcut is undefined.
 /// Errors     Resolve throws nex_TextException naming the path: undefined, unknown root or member, index
-/// outside
-///            the list, or no database bound to the thread.
+///            outside the list, or no database bound to the thread.
 /// Cost       copy O(1).
 /// Stored as  impl
 template<class T> class ddr_Shortcut : public omu_ShortcutBase, public ddr_Stored<ddr_Shortcut<T>> {
