@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 struct ToolRun {
@@ -12,6 +13,10 @@ struct ToolRun {
 
 /// Runs a program to its end; exit code 128 + signal when a signal ended it.
 ToolRun RunProgram(const std::string& program, const std::vector<std::string>& arguments);
+
+/// Starts the coregeometry program and does not wait; what it prints is lost.
+pid_t StartTool(const std::vector<std::string>& arguments);
+int WaitForTool(pid_t tool); ///< its exit code
 
 /// Runs the coregeometry program.
 ToolRun RunTool(const std::vector<std::string>& arguments);

@@ -1,15 +1,21 @@
 // Commands on whole models: dump, diff, check, upgrade.
+#include "ExodusWriter.h"
 #include "ToolRun.h"
 
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/rgnC_Region.h>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <set>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 using nlohmann::json;
@@ -49,6 +55,30 @@ protected:
     return file;
   }
   static void Nothing(bme_NodeData&, bme_ElementClass&) {}
+  /// Names in the folder that begin like this.
+  std::vector<fs::path> Named(const std::string& start) const {
+    std::vector<fs::path> found;
+    for (const auto& entry : fs::directory_iterator(folder_))
+      if (entry.path().filename().string().starts_with(start)) found.push_back(entry.path());
+    return found;
+  }
+  /// Waits for what another process is going to do; false when it has not done it in a minute.
+  static bool Await(const std::function<bool()>& isSo) {
+    for (int i = 0; i < 60000 && !isSo(); ++i) usleep(1000);
+    return isSo();
+  }
+  /// Whether the process has the file open for writing.
+  static bool Writes(pid_t process, const std::string& file) {
+    const fs::path folder = "/proc/" + std::to_string(process);
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(folder / "fd", error)) {
+      if (fs::read_symlink(entry.path(), error) != file) continue;
+      const std::string facts = Text(folder / "fdinfo" / entry.path().filename());
+      const auto flags = facts.find("flags:");
+      if (flags != std::string::npos && std::stoul(facts.substr(flags + 6), nullptr, 8) & O_RDWR) return true;
+    }
+    return false;
+  }
 
   const DDB_CoreGeometry library_;
   const fs::path folder_ = fs::temp_directory_path() / ("models_" + std::to_string(getpid()));
@@ -158,6 +188,30 @@ TEST_F(Models, AreCheckedForDamage) {
   EXPECT_GT(sound, 0) << "unused space";
 }
 
+/// What comes between the command's first look and its turn is in the backup, too; no backup without an
+/// upgrade.
+TEST_F(Models, AreUpgradedFromTheStateThatTheBackupHas) {
+  const std::string file = At("old.cgdb");
+  fs::copy_file(fs::path(TEST_FILES) / "bme_Mesh_203" / "model.cgdb", file);
+  cls_Database model = cls_Database::Open(file, cls_Database::Mode::ReadWrite);
+  pid_t tool = 0;
+  {
+    cls_WritePass pass(model);
+    tool = StartTool({"upgrade", file});
+    ASSERT_TRUE(Await([&] { return Writes(tool, file); }));
+    const rgnC_Region region;
+    pass.Put("late", region);
+    pass.Commit();
+  }
+  EXPECT_EQ(WaitForTool(tool), 0);
+  EXPECT_TRUE(cls_Database::Open(file + ".bak").Has("late"));
+  EXPECT_TRUE(cls_Database::Open(file + ".bak").IsOutdated());
+  EXPECT_FALSE(cls_Database::Open(file).IsOutdated());
+  EXPECT_THROW(cls_Database::Open(file + ".bak", cls_Database::Mode::ReadWrite).Upgrade([] { throw 1; }),
+               int);
+  EXPECT_TRUE(cls_Database::Open(file + ".bak").IsOutdated());
+}
+
 TEST_F(Models, AreUpgradedWithABackup) {
   const std::string file = At("old.cgdb");
   const fs::path old = fs::path(TEST_FILES) / "bme_Mesh_203";
@@ -177,7 +231,71 @@ TEST_F(Models, AreUpgradedWithABackup) {
   fs::copy_file(file + ".bak", file, fs::copy_options::overwrite_existing);
   const ToolRun again = RunTool({"upgrade", file});
   EXPECT_EQ(again.exitCode, 1);
-  EXPECT_NE(again.err.find(".bak: exists already"), std::string::npos);
+  EXPECT_NE(again.err.find(".bak: exists already; name another file with --backup"), std::string::npos);
   EXPECT_EQ(RunTool({"upgrade", file, "--no-backup"}).exitCode, 0);
   EXPECT_EQ(RunTool({"upgrade", file, "--no-backup", "--backup", "x"}).exitCode, 2);
+}
+
+/// What a model holds may change until the command has it to itself: another pass is open when it looks
+/// first.
+TEST_F(Models, AreChangedByWhatTheyHoldWhenItIsTheCommandsTurn) {
+  const std::string file = Write("a.cgdb", Nothing), cube = At("cube.exo");
+  OneHex().Write(cube);
+  struct Case {
+    std::vector<std::string> words;
+    const char* root; ///< what the other pass stores
+    int exitCode;
+  };
+  const Case cases[] = {{{"import", cube, "-o", file, "--name", "one"}, "meshes/one", 1},
+                        {{"import", cube, "-o", file, "--name", "two"}, "meshes/other", 0},
+                        {{"csys", file, "--add", "c"}, "datums/c", 1}};
+  for (const Case& one : cases) {
+    cls_Database model = cls_Database::Open(file, cls_Database::Mode::ReadWrite);
+    pid_t tool = 0;
+    {
+      cls_WritePass pass(model);
+      tool = StartTool(one.words);
+      ASSERT_TRUE(Await([&] { return Writes(tool, file); })) << one.words[0];
+      int next = 0;
+      for (const cow_String& root : model.Roots()) next += root.starts_with("meshes/");
+      const bme_Mesh mesh(*model.Get<bme_Mesh>("meshes/row"), static_cast<unsigned>(next));
+      pass.Put(one.root, mesh);
+      pass.Commit();
+    }
+    EXPECT_EQ(WaitForTool(tool), one.exitCode) << one.root;
+    EXPECT_EQ(model.TypeId(one.root), bme_Mesh::TypeId()) << "the winner's stays";
+    std::set<int> ids;
+    for (const cow_String& root : model.Roots())
+      EXPECT_TRUE(!root.starts_with("meshes/") || ids.insert(model.Get<bme_Mesh>(root)->Id()).second) << root;
+  }
+  EXPECT_EQ(RunTool({"check", file}).exitCode, 0);
+  const auto two = cls_Database::Open(file).Get<bme_Mesh>("meshes/two");
+  EXPECT_EQ(two->ElementData().GetClass(0).MeshIndex(), two->Id());
+}
+
+/// The reader waits for a model that is locked, with its output begun.
+TEST_F(Models, LeaveNoOutputWhenASignalEndsTheCommand) {
+  const std::string file = Write("a.cgdb", Nothing), output = At("out.vtu");
+  struct Case {
+    int signal, times;
+  };
+  for (const Case& one : {Case{SIGINT, 1}, Case{SIGTERM, 1}, Case{SIGHUP, 1}, Case{SIGTERM, 2},
+                          Case{SIGQUIT, 1}, Case{SIGKILL, 1}}) {
+    const int lock = open(file.c_str(), O_RDWR);
+    struct flock everything = {};
+    everything.l_type = F_WRLCK;
+    ASSERT_EQ(fcntl(lock, F_SETLK, &everything), 0);
+    const pid_t tool = StartTool({"export", file, "-o", output});
+    ASSERT_TRUE(Await([&] { return !Named(".coregeometry-").empty(); }));
+    for (int i = 0; i < one.times; ++i) {
+      usleep(20'000); // two at once are one
+      kill(tool, one.signal);
+    }
+    if (one.times == 1 && one.signal != SIGQUIT && one.signal != SIGKILL) close(lock);
+    EXPECT_EQ(WaitForTool(tool), 128 + one.signal);
+    close(lock);
+    EXPECT_EQ(Named("out").size(), 0U);
+    EXPECT_EQ(Named(".coregeometry-").size(), one.signal == SIGKILL ? 1U : 0U) << one.signal;
+  }
+  EXPECT_EQ(RunTool({"export", file, "-o", output}).exitCode, 0);
 }

@@ -17,6 +17,7 @@
 #include <numeric>
 #include <png.h>
 #include <random>
+#include <sys/stat.h>
 
 namespace {
 using nlohmann::json;
@@ -36,7 +37,7 @@ protected:
   }
   /// Exported, imported again and compared.
   void ExpectSameAfterRoundTrip(const std::string& model) const {
-    const json out = ToolFacts({"export", model, "-o", folder_ / "again.exo"});
+    const json out = ToolFacts({"export", model, "-o", folder_ / "again.exo", "--force"});
     EXPECT_TRUE(out["notCarried"].empty()) << out["notCarried"];
     const std::string again = ImportFile(folder_ / "again.exo", "again");
     EXPECT_EQ(RunTool({"diff", model, again}).out, "no differences\n");
@@ -120,7 +121,8 @@ TEST_F(Views, ExportListsEveryElementTypeThatIsNotTheSameAfterwards) {
                       new bme_ElementData(classes.data(), static_cast<unsigned>(count)), bme_NATIVE_MESH,
                       nullptr);
   std::string told;
-  for (const exo_LedgerEntry& entry : exo_WriteMesh(folder_ / "all.exo", mesh, {}))
+  uti_OutputFile output(folder_ / "all.exo");
+  for (const exo_LedgerEntry& entry : exo_WriteMesh(output, mesh, {}))
     told += entry.what + ": " + entry.detail + "; ";
   const std::size_t unknown = told.find("element types unknown to the format");
   const exo_Import again = exo_ReadMesh(folder_ / "all.exo", exo_TypeMap());
@@ -149,14 +151,69 @@ TEST_F(Views, ExportListsEveryElementTypeThatIsNotTheSameAfterwards) {
   EXPECT_GT(same, 15U);
 }
 
-TEST_F(Views, ExportRefusesWhatItCannotWriteAndLeavesNothingBehind) {
-  const std::string model = Import(OneHex(), "hex");
-  EXPECT_EQ(RunTool({"export", model, "-o", folder_ / "hex.stl"}).exitCode, 2);
-  for (const std::string name : {"no folder/hex.exo", "no folder/hex.vtu"}) {
-    const ToolRun run = RunTool({"export", model, "-o", folder_ / name});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_NE(run.err.find(name), std::string::npos) << run.err;
+/// What a wrong output is told, by arguments after the command; nothing that is there changes.
+TEST_F(Views, OutputsAreRefusedForWhatTheyWouldDestroyOrCannotBe) {
+  const std::string model = Import(OneHex(), "hex"), other = Import(OneHex(), "other"),
+                    pipe = folder_ / "pipe", text = folder_ / "text";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  std::ofstream(text) << "kept";
+  std::filesystem::create_symlink(model, folder_ / "link.png");
+  struct Case {
+    const char* command;
+    std::vector<std::string> words;
+    int exitCode;
+    std::string told;
+  };
+  const Case cases[] = {
+      {"export", {"-o", folder_ / "hex.stl"}, 2, ".exo, .e, .g or .vtu; or give --format"},
+      {"skin", {"-o", folder_ / "hex.vtu"}, 2, ".exo, .e or .g; or give --format"},
+      {"render", {"-o", folder_ / "hex.jpg"}, 2, ".png; or give --format"},
+      {"render", {"-o", ""}, 2, "is empty"},
+      {"render", {"-o", folder_ / "%04d.png"}, 2, "one file is written"},
+      {"export", {"-o", "-"}, 2, "needs --format"},
+      {"export", {"-o", folder_ / "no folder/hex.exo"}, 1, "no folder/hex.exo: its folder"},
+      {"export", {"-o", folder_ / "no folder/hex.vtu"}, 1, "no folder/hex.vtu: its folder"},
+      {"export",
+       {"-o", folder_ / "hex.exo"},
+       1,
+       "hex.exo: exists already; name another file, or replace it with --force"},
+      {"render", {"-o", model, "--format", "png", "--force"}, 1, "is read by this very work"},
+      {"render", {"-o", folder_ / "link.png", "--force"}, 1, "is read by this very work"},
+      {"skin", {"-o", other, "--format", "exodus", "--force"}, 1, "is a model"},
+      {"skin", {"-o", pipe, "--format", "exodus", "--force"}, 1, "is not a regular file"},
+      {"export", {"-o", "/dev/null", "--format", "vtu", "--force"}, 1, "is not a regular file"},
+      {"render", {"-o", text + "/..", "--format", "png"}, 1, "is a folder"}};
+  const auto content = [&] { return RunTool({"diff", model, other}).out; };
+  for (const Case& one : cases) {
+    std::vector<std::string> all{one.command, model};
+    all.insert(all.end(), one.words.begin(), one.words.end());
+    const ToolRun run = RunTool(all);
+    EXPECT_EQ(run.exitCode, one.exitCode) << testing::PrintToString(all) << run.err;
+    EXPECT_NE(run.err.find(one.told), std::string::npos) << one.told << '\n' << run.err;
+    EXPECT_EQ(content(), "no differences\n");
   }
+  // what no model, mesh or output can be; waiting for the pipe would be for ever
+  for (const std::vector<std::string>& words :
+       std::vector<std::vector<std::string>>{{"info", pipe},
+                                             {"info", "-"},
+                                             {"info", "/dev/stdin"},
+                                             {"import", pipe, "-o", folder_ / "new.cgdb"},
+                                             {"import", "-", "-o", folder_ / "new.cgdb"},
+                                             {"import", folder_ / "hex.exo", "-o", pipe},
+                                             {"import", folder_ / "hex.exo", "-o", ":memory:"},
+                                             {"import", folder_ / "hex.exo", "-o", ""},
+                                             {"import", folder_ / "hex.exo", "-o", "-"}}) {
+    const ToolRun run = RunTool(words);
+    EXPECT_EQ(run.exitCode, 1) << testing::PrintToString(words);
+    EXPECT_NE(run.err.find("must be a"), std::string::npos) << run.err;
+  }
+  const std::filesystem::directory_iterator all(folder_ / ".");
+  EXPECT_EQ(std::distance(begin(all), end(all)), 7) << "two meshes, two models, the pipe, the text, the link";
+  const ToolRun stream = RunTool({"render", model, "-o", "-"});
+  ToolFacts({"render", model, "-o", folder_ / "hex.png"});
+  std::ifstream picture(folder_ / "hex.png", std::ios::binary);
+  EXPECT_EQ(stream.out, std::string(std::istreambuf_iterator<char>(picture), {}));
+  EXPECT_NE(stream.err.find("is drawn in -"), std::string::npos);
 }
 
 TEST_F(Views, VtuFilesHoldPointsCellsLabelsAndSets) {
@@ -228,9 +285,9 @@ TEST_F(Views, SkinsHaveTheFacesThatNoOtherElementHasWithTheirSources) {
   const Numbers elements = MapOf(skin, 1, 14 + facts["edges"].get<std::size_t>());
   for (std::size_t i = 0; i < 14; ++i) ++facesOf[elements[i]];
   EXPECT_EQ(facesOf, (std::map<std::int64_t, int>{{40, 5}, {50, 4}, {60, 5}}));
-  EXPECT_EQ(ToolFacts({"skin", model, "-o", skin, "--sets", "top"})["faces"], 1);
-  EXPECT_EQ(ToolFacts({"skin", model, "-o", skin, "--sets", "low"})["faces"], 10);
-  const ToolRun run = RunTool({"skin", model, "-o", skin, "--sets", "nodes"});
+  EXPECT_EQ(ToolFacts({"skin", model, "-o", skin, "--force", "--sets", "top"})["faces"], 1);
+  EXPECT_EQ(ToolFacts({"skin", model, "-o", skin, "--force", "--sets", "low"})["faces"], 10);
+  const ToolRun run = RunTool({"skin", model, "-o", skin, "--force", "--sets", "nodes"});
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_NE(run.err.find("is a set of nodes"), std::string::npos) << run.err;
 }
@@ -264,7 +321,7 @@ struct Picture {
 TEST_F(Views, PicturesShowWhatIsInFrontInItsColour) {
   const std::string model = Import(Cubes(), "cubes"), file = folder_ / "cubes.png";
   const auto draw = [&](const std::vector<std::string>& more) {
-    std::vector<std::string> all{"render", model, "-o", file, "--size", "200x100"};
+    std::vector<std::string> all{"render", model, "-o", file, "--force", "--size", "200x100"};
     all.insert(all.end(), more.begin(), more.end());
     const ToolRun run = RunTool(all);
     EXPECT_EQ(run.exitCode, 0) << run.err;
@@ -412,8 +469,8 @@ TEST_F(Views, RealMeshesHaveTheSizesAndTheOutsideThatTheyShow) {
     EXPECT_EQ(RunTool({"check", model}).exitCode, 0) << one.file;
     const json measures = json::parse(RunTool({"measure", model, "--json"}).out, nullptr, false);
     EXPECT_NEAR(measures["groups"][0]["volume"]["total"].get<double>(), one.volume, 1e-7) << measures.dump(1);
-    const json skin =
-        json::parse(RunTool({"skin", model, "-o", folder_ / "skin.exo", "--json"}).out, nullptr, false);
+    const json skin = json::parse(
+        RunTool({"skin", model, "-o", folder_ / "skin.exo", "--force", "--json"}).out, nullptr, false);
     EXPECT_EQ(skin["faces"], one.faces) << one.file;
   }
   if (tried == 0) GTEST_SKIP() << "no meshes of others here";

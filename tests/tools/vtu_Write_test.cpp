@@ -42,7 +42,8 @@ TEST(vtu_Write, HasCellsAndMarksOfEveryClassAsTheyAre) {
   const std::vector<exo_ImportedSet> sets = {Nodes("some <nodes> & \"more\"", {7, 0}),
                                              Elements("shells", {3, 4}),
                                              SetOf("elsewhere", rgnC_NODE_SET, {{res_NODE_SET, {1}}}, 2)};
-  const exo_Ledger ledger = vtu_WriteMesh(folder / "all.vtu", *mesh, sets);
+  uti_OutputFile all(folder / "all.vtu");
+  const exo_Ledger ledger = vtu_WriteMesh(all, *mesh, sets);
   const Vtu vtu(folder / "all.vtu");
   EXPECT_EQ(vtu.NumPoints(), 8U);
   EXPECT_EQ(vtu.NumCells(), 8U);
@@ -90,7 +91,8 @@ TEST(vtu_Write, HasNodesOfSolidsWhereTheCellHasThem) {
       row.push_back(static_cast<int>(row.size()));
       for (const double value : node) maker.xyz.push_back(static_cast<float>(value));
     }
-    vtu_WriteMesh(folder / "cell.vtu", *maker.Class(label, row.size(), row).Make(), {});
+    uti_OutputFile output(folder / "cell.vtu", {.force = true});
+    vtu_WriteMesh(output, *maker.Class(label, row.size(), row).Make(), {});
     const Vtu vtu(folder / "cell.vtu");
     EXPECT_EQ(vtu.Values<unsigned char>("types"), std::vector<unsigned char>{type}) << label;
     const auto points = vtu.Values<float>("Points");
@@ -115,7 +117,8 @@ TEST(vtu_Write, HasNodesOfSolidsWhereTheCellHasThem) {
 TEST(vtu_Write, HasLongArraysInBlocks) {
   const TestFolder folder;
   const auto check = [&](const bme_Mesh& mesh, std::size_t numBlocks) {
-    vtu_WriteMesh(folder / "long.vtu", mesh, {});
+    uti_OutputFile output(folder / "long.vtu", {.force = true});
+    vtu_WriteMesh(output, mesh, {});
     const Vtu vtu(folder / "long.vtu");
     EXPECT_TRUE(std::ranges::equal(vtu.Values<float>("Points"), mesh.NodeData().Coordinates().Const()));
     EXPECT_EQ(vtu.NumBlocks("Points"), numBlocks);
@@ -151,7 +154,8 @@ TEST(vtu_Write, GivesEachArrayANameOfItsOwnAndTellsOfOthers) {
       Elements("", {1, 2}),
       Elements("Gr\xF6\xC3\x9F\x65 \xED\xA0\x80\xC0\xAF\xE2\x82", {0, 2})};
   const TestFolder folder;
-  const exo_Ledger ledger = vtu_WriteMesh(folder / "names.vtu", *mesh, sets);
+  uti_OutputFile output(folder / "names.vtu");
+  const exo_Ledger ledger = vtu_WriteMesh(output, *mesh, sets);
   const Vtu vtu(folder / "names.vtu");
   EXPECT_EQ(vtu.Names("PointData"), (std::vector<std::string>{"A", "A (nodes)", "both",
                                                               "ElementClass (nodes)", "a b", "a b (nodes)"}));
@@ -189,10 +193,14 @@ TEST(vtu_Write, RefusesSetsThatTheMeshDoesNotHaveAndLeavesTheFileAsItWas) {
   const auto mesh = MeshMaker().Box(1, 1, 1).Make();
   const TestFolder folder;
   const std::string file = folder / "kept.vtu";
-  vtu_WriteMesh(file, *mesh, {});
+  {
+    uti_OutputFile output(file);
+    vtu_WriteMesh(output, *mesh, {});
+  }
   const std::vector<exo_ImportedSet> wrong = {Nodes("far", {8})};
   try {
-    vtu_WriteMesh(file, *mesh, wrong);
+    uti_OutputFile output(file, {.force = true});
+    vtu_WriteMesh(output, *mesh, wrong);
     FAIL();
   } catch (const nex_TextException& failure) {
     EXPECT_EQ(failure.Message(), "set \"far\": index 8 is outside the 8 of the mesh");

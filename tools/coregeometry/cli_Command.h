@@ -8,7 +8,12 @@
 using cli_Json = nlohmann::ordered_json;
 
 /// Exit codes of the program.
-enum cli_ExitCode : int { cli_OK = 0, cli_WRONG_INPUT = 1, cli_WRONG_USAGE = 2, cli_INTERRUPTED = 130 };
+enum cli_ExitCode : int {
+  cli_OK = 0,
+  cli_WRONG_INPUT = 1,
+  cli_WRONG_USAGE = 2,
+  cli_INTERRUPTED = 128 ///< and the number of the signal
+};
 
 /// The command line asks for something that makes no sense, whatever the files hold.
 class cli_UsageError : public std::runtime_error {

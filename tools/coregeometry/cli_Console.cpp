@@ -1,27 +1,54 @@
 #include "cli_Console.h"
 
 #include <BasicUtils/thr_ThreadSingleton.h>
+#include <BasicUtils/uti_OutputFile.h>
 #include <csignal>
 #include <iostream>
 #include <unistd.h>
 
 namespace {
-volatile std::sig_atomic_t theInterrupts = 0;
+volatile std::sig_atomic_t theRequest = 0;  ///< the first signal that asked the work to stop
+volatile std::sig_atomic_t theConsoles = 0; ///< somebody looks at the request
 
-extern "C" void cli_NoteInterrupt(int signal) {
-  theInterrupts = 1;
+struct Handled {
+  int signal;
+  bool isRequest; ///< the work may end by itself first
+};
+constexpr Handled kHandled[] = {{SIGINT, true},   {SIGTERM, true},  {SIGHUP, true},  {SIGQUIT, false},
+                                {SIGPIPE, false}, {SIGXCPU, false}, {SIGXFSZ, false}};
+
+extern "C" void cli_End(int signal) {
+  uti_OutputFile::RemoveUnfinished();
   std::signal(signal, SIG_DFL);
+  raise(signal);
+}
+
+extern "C" void cli_AskToStop(int signal) {
+  if (theConsoles == 0 || theRequest != 0) return cli_End(signal);
+  theRequest = signal;
 }
 } // namespace
 
+void cli_HandleSignals() {
+  for (const Handled& one : kHandled) {
+    struct sigaction action = {};
+    if (sigaction(one.signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue; // nohup
+    action.sa_handler = one.isRequest ? cli_AskToStop : cli_End;
+    action.sa_flags = SA_RESTART;
+    sigaction(one.signal, &action, nullptr);
+  }
+}
+
+int cli_StopSignal() { return theRequest; }
+
 cli_Console::cli_Console() : isTerminal_(isatty(STDERR_FILENO) != 0) {
   thr_ThreadSingleton<wip_WIP>::Instance().SetSink(this);
-  std::signal(SIGINT, cli_NoteInterrupt);
+  theConsoles = theConsoles + 1;
 }
 
 cli_Console::~cli_Console() {
   End();
-  std::signal(SIGINT, SIG_DFL);
+  theConsoles = theConsoles - 1;
   thr_ThreadSingleton<wip_WIP>::Instance().SetSink(nullptr);
 }
 
@@ -57,4 +84,4 @@ void cli_Console::Progress(double fraction) {
             << std::flush;
 }
 
-bool cli_Console::IsCancelled() { return theInterrupts != 0; }
+bool cli_Console::IsCancelled() { return theRequest != 0; }

@@ -1,10 +1,16 @@
-// cli_Console.h: progress bar, messages and Ctrl-C of one run of the program
+// cli_Console.h: progress bar, messages and signals of one run of the program
 #pragma once
 
 #include <BasicUtils/wip_WIP.h>
 
+/// SIGINT, SIGTERM and SIGHUP ask the work to stop while a console lives; the second of them, and other
+/// signals that end a process, end it at once. What is half-written is removed. Signals that are ignored stay
+/// so.
+void cli_HandleSignals();
+int cli_StopSignal(); ///< the signal that asked to stop, 0 for none
+
 /// The calling thread's work reports here while the console lives: messages go to stderr, progress to a bar
-/// on stderr when that is a terminal, and Ctrl-C asks the work to stop. A second Ctrl-C ends the process.
+/// on stderr when that is a terminal.
 class cli_Console : public wip_WIPBase {
 public:
   cli_Console();

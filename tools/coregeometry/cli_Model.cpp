@@ -2,7 +2,26 @@
 
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
 #include <iostream>
+
+void cli_ExpectFile(const std::string& file, const char* what) {
+  namespace fs = std::filesystem;
+  for (const char* input : {"-", "/dev/stdin", "/dev/fd/0", "/proc/self/fd/0"})
+    if (file == input)
+      throw nex_TextException(file + ": " + what + " must be a file, not the standard input");
+  if (file.empty() || file == ":memory:")
+    throw nex_TextException('"' + file + "\": " + what + " must be a file of another name");
+  std::error_code error;
+  const fs::file_status status = fs::status(file, error);
+  if (fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status))
+    throw nex_TextException(file + ": " + what + " must be a regular file, not a pipe or a device");
+}
+
+cls_Database cli_OpenModel(const std::string& file, cls_Database::Mode mode) {
+  cli_ExpectFile(file, "a model");
+  return cls_Database::Open(file, mode);
+}
 
 std::vector<cow_String> cli_MeshRoots(const cls_Database& model) {
   std::vector<cow_String> meshes;

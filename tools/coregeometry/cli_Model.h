@@ -10,6 +10,12 @@
 
 inline constexpr const char* cli_kMeshFolder = "meshes/";
 
+/// Throws nex_TextException when the name is one of the standard input, or of something that is no file, such
+/// as a pipe; `what` is what there should be, as "a model".
+void cli_ExpectFile(const std::string& file, const char* what);
+
+cls_Database cli_OpenModel(const std::string& file, cls_Database::Mode mode = cls_Database::Mode::ReadOnly);
+
 /// Names of all roots that are meshes, sorted.
 std::vector<cow_String> cli_MeshRoots(const cls_Database& model);
 

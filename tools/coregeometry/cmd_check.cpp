@@ -16,7 +16,7 @@ std::vector<chk_Finding> FindingsOf(const std::string& file, cli_Console& consol
   std::vector<chk_Finding> findings;
   try {
     console.Begin("checking " + file);
-    cls_Database model = cls_Database::Open(file);
+    cls_Database model = cli_OpenModel(file);
     for (cls_Finding& stored : cls_Check(model)) findings.push_back({std::move(stored), {}, {}, 0});
     for (const chk_Finding& finding : findings)
       if (finding.weight == cls_Finding::Weight::Fault) return findings;

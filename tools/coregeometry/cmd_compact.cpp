@@ -13,7 +13,7 @@ struct Arguments {
 void Run(const Arguments& arguments) {
   cli_Console console;
   console.Begin("compacting " + arguments.file);
-  cls_Database model = cls_Database::Open(arguments.file, cls_Database::Mode::ReadWrite);
+  cls_Database model = cli_OpenModel(arguments.file, cls_Database::Mode::ReadWrite);
   const long long before = model.FileSize();
   model.Compact();
   const long long after = model.FileSize();

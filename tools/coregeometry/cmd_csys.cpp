@@ -140,12 +140,12 @@ void Add(const Arguments& arguments) {
                                  : arguments.kind == "spherical" ? dtu_SPHERICAL
                                                                  : dtu_CARTESIAN;
   const cow_String root = cli_kDatumFolder + arguments.added;
-  cls_Database model = cls_Database::Open(arguments.file, cls_Database::Mode::ReadWrite);
-  if (model.Has(root) && !arguments.force)
-    throw nex_TextException(model.File() + ": already holds " + root + "; replace it with --force");
+  cls_Database model = cli_OpenModel(arguments.file, cls_Database::Mode::ReadWrite);
   const gsl_Point origin(arguments.origin[0], arguments.origin[1], arguments.origin[2]);
   const dtu_DatumCsys csys(0, 0, origin, x, z.CrossProduct(x), z, kind);
   cls_WritePass pass(model);
+  if (model.Has(root) && !arguments.force)
+    throw nex_TextException(model.File() + ": already holds " + root + "; replace it with --force");
   pass.Put(root, csys);
   pass.Commit();
 }
@@ -161,7 +161,7 @@ void Run(const Arguments& arguments) {
   cli_Console console;
   console.Begin("reading " + arguments.file);
   if (!arguments.added.empty()) Add(arguments);
-  const cls_Database model = cls_Database::Open(arguments.file);
+  const cls_Database model = cli_OpenModel(arguments.file);
   console.End();
   if (arguments.toLocal.empty() && arguments.toGlobal.empty())
     List(arguments, model);

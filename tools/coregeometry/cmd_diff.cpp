@@ -23,8 +23,8 @@ cli_Json DifferenceJson(const cls_Difference& difference) {
 void Run(const Arguments& arguments) {
   cli_Console console;
   console.Begin("comparing " + arguments.first + " and " + arguments.second);
-  const auto differences = cls_Diff(cls_Database::Open(arguments.first), cls_Database::Open(arguments.second),
-                                    arguments.tolerance);
+  const auto differences =
+      cls_Diff(cli_OpenModel(arguments.first), cli_OpenModel(arguments.second), arguments.tolerance);
   console.End();
   if (arguments.json) {
     cli_Json list = cli_Json::array();

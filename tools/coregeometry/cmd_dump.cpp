@@ -1,6 +1,6 @@
 // coregeometry dump: everything in a model as text
-#include "cli_Command.h"
 #include "cli_Console.h"
+#include "cli_Model.h"
 
 #include <BasicUtils/cls_Dump.h>
 #include <iostream>
@@ -18,6 +18,6 @@ void cli_AddDump(CLI::App& app) {
       "  diff <(coregeometry dump old.cgdb) <(coregeometry dump new.cgdb)");
   command->callback([file] {
     cli_Console console;
-    cls_Dump(cls_Database::Open(*file), std::cout);
+    cls_Dump(cli_OpenModel(*file), std::cout);
   });
 }

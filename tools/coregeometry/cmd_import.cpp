@@ -4,15 +4,18 @@
 #include "cli_Regions.h"
 #include "exo_Import.h"
 
-#include <BasicUtils/cls_WritePass.h>
+#include <BasicUtils/cls_CreateModel.h>
+#include <BasicUtils/uti_OutputFile.h>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 
 namespace {
 namespace fs = std::filesystem;
 
 struct Arguments {
-  std::string file, model, name;
+  std::string file, name;
+  std::optional<std::string> model;
   std::vector<std::string> words, maps;
   bool force = false, json = false;
 };
@@ -32,13 +35,11 @@ void SortWords(Arguments& arguments) {
   if (arguments.file.empty()) throw cli_UsageError("import: FILE is required");
 }
 
-/// What the target is before the import.
+/// What the target is called.
 struct Target {
   fs::path file;
   cow_String name, root;
-  bool exists = false;
-  int meshId = 0;
-  std::vector<cow_String> obsolete; ///< regions and sets of the mesh that is replaced
+  bool exists = false; ///< when the command begins
 
   cow_String RegionRoot(const cow_String& set) const { return cli_kRegionFolder + name + "/" + set; }
   cow_String SetRoot(const cow_String& set) const { return cli_kSetFolder + name + "/" + set; }
@@ -57,8 +58,13 @@ std::vector<cow_String> RegionsOf(const cls_Database& model, const Target& targe
 }
 
 /// A replaced mesh keeps its identifier; a new one gets the next.
-int ChooseMeshId(const cls_Database& model, const Target& target) {
-  if (model.Has(target.root)) return cli_MeshId(model, target.root);
+int ChooseMeshId(const cls_Database& model, const Target& target, bool force) {
+  if (model.Has(target.root)) {
+    if (!force)
+      throw nex_TextException(target.file.string() + ": already holds " + target.root
+                              + "; choose another --name, or replace it with --force");
+    return cli_MeshId(model, target.root);
+  }
   int next = 0;
   for (const cow_String& mesh : cli_MeshRoots(model)) next = std::max(next, cli_MeshId(model, mesh) + 1);
   return next;
@@ -66,22 +72,15 @@ int ChooseMeshId(const cls_Database& model, const Target& target) {
 
 Target ChooseTarget(const Arguments& arguments) {
   Target target;
-  target.file = arguments.model.empty() ? fs::path(arguments.file).replace_extension(".cgdb")
-                                        : fs::path(arguments.model);
+  target.file = arguments.model.value_or(fs::path(arguments.file).replace_extension(".cgdb").string());
   target.name = arguments.name.empty() ? fs::path(arguments.file).stem().string() : arguments.name;
   target.root = cli_kMeshFolder + target.name;
+  cli_ExpectFile(arguments.file, "a mesh");
+  cli_ExpectFile(target.file.string(), "a model");
   std::error_code error;
   if (fs::equivalent(target.file, arguments.file, error))
     throw cli_UsageError("the model would overwrite the mesh file " + arguments.file + ", name it with -o");
-  target.exists = fs::exists(target.file, error)
-                  && !(fs::is_regular_file(target.file, error) && fs::file_size(target.file, error) == 0);
-  if (!target.exists) return target;
-  const cls_Database model = cls_Database::Open(target.file.string());
-  if (model.Has(target.root) && !arguments.force)
-    throw nex_TextException(target.file.string() + ": already holds " + target.root
-                            + "; choose another --name, or replace it with --force");
-  target.meshId = ChooseMeshId(model, target);
-  if (model.Has(target.root)) target.obsolete = RegionsOf(model, target);
+  target.exists = fs::exists(target.file, error);
   return target;
 }
 
@@ -112,20 +111,33 @@ void PutSets(const cls_Database& model, cls_WritePass& pass, const Target& targe
   }
 }
 
-void Store(const Target& target, const exo_Import& import) {
-  try {
-    cls_Database model = target.exists
-                             ? cls_Database::Open(target.file.string(), cls_Database::Mode::ReadWrite)
-                             : cls_Database::Create(target.file.string(), OptionsFor(*import.mesh));
+/// Whatever depends on what the model holds is decided here, where nobody else can change it.
+void Put(const cls_Database& model, cls_WritePass& pass, const Target& target, exo_Import& import,
+         bool force) {
+  const int meshId = ChooseMeshId(model, target, force);
+  if (meshId != import.mesh->Id()) exo_Renumber(import, static_cast<unsigned>(meshId));
+  if (model.Has(target.root))
+    for (const cow_String& root : RegionsOf(model, target)) pass.Remove(root);
+  pass.Put(target.root, *import.mesh);
+  PutSets(model, pass, target, import.sets);
+}
+
+void Store(const Target& target, exo_Import& import, bool force) {
+  const auto put = [&](const cls_Database& model, cls_WritePass& pass) {
+    Put(model, pass, target, import, force);
+  };
+  if (target.exists) {
+    cls_Database model = cli_OpenModel(target.file.string(), cls_Database::Mode::ReadWrite);
     cls_WritePass pass(model);
-    for (const cow_String& root : target.obsolete) pass.Remove(root);
-    pass.Put(target.root, *import.mesh);
-    PutSets(model, pass, target, import.sets);
+    put(model, pass);
     pass.Commit();
-  } catch (...) {
-    std::error_code error;
-    if (!target.exists) fs::remove(target.file, error);
-    throw;
+    return;
+  }
+  try {
+    cls_CreateModel(target.file.string(), OptionsFor(*import.mesh), put);
+  } catch (const uti_FileExistsException& error) {
+    throw nex_TextException(error.Message()
+                            + ", made by another program meanwhile; import again to add the mesh to it");
   }
 }
 
@@ -196,10 +208,12 @@ void Run(const Arguments& arguments) {
   }
   cli_Console console;
   const Target target = ChooseTarget(arguments);
+  int meshId = 0; // likely; what holds is decided when the mesh is stored
+  if (target.exists) meshId = ChooseMeshId(cli_OpenModel(target.file.string()), target, arguments.force);
   console.Begin("reading " + arguments.file);
-  const exo_Import import = exo_ReadMesh(arguments.file, types, static_cast<unsigned>(target.meshId));
+  exo_Import import = exo_ReadMesh(arguments.file, types, static_cast<unsigned>(meshId));
   console.Begin("storing " + target.file.string());
-  Store(target, import);
+  Store(target, import, arguments.force);
   console.End();
   if (arguments.json)
     cli_PrintJson(AsJson(arguments, target, import));

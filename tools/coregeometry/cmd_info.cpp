@@ -98,7 +98,7 @@ cli_Json MeshJson(const cow_String& root, const bme_Mesh& mesh) {
 void Run(const Arguments& arguments) {
   cli_Console console;
   console.Begin("reading " + arguments.file);
-  const cls_Database model = cls_Database::Open(arguments.file);
+  const cls_Database model = cli_OpenModel(arguments.file);
   const std::vector<cow_String> roots =
       arguments.name.empty() ? cli_MeshRoots(model) : std::vector{cli_ChooseMesh(model, arguments.name)};
   cli_Json json = {{"file", arguments.file}, {"bytes", model.FileSize()}, {"outdated", model.IsOutdated()}};

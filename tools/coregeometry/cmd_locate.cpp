@@ -151,7 +151,7 @@ void Run(const Arguments& arguments) {
   if (points.empty()) throw cli_UsageError("locate: give a point, X Y Z, or a file of points with --points");
   cli_Console console;
   console.Begin("reading " + arguments.file);
-  const cls_Database model = cls_Database::Open(arguments.file);
+  const cls_Database model = cli_OpenModel(arguments.file);
   const cow_String root = cli_ChooseMesh(model, arguments.name);
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
   console.End();

@@ -207,7 +207,7 @@ void Run(const Arguments& arguments) {
   for (const ValueOption& value : arguments.values) options.*value.target = ParseValues(value);
   cli_Console console;
   console.Begin("reading " + arguments.file);
-  const cls_Database model = cls_Database::Open(arguments.file);
+  const cls_Database model = cli_OpenModel(arguments.file);
   const cow_String root = cli_ChooseMesh(model, arguments.name);
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
   const gsl_Matrix frame = FrameOf(arguments, model);

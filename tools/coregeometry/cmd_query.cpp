@@ -90,7 +90,7 @@ void Run(const Arguments& arguments) {
     throw cli_UsageError("query: give at least one --node or --element");
   cli_Console console;
   console.Begin("reading " + arguments.file);
-  const cls_Database model = cls_Database::Open(arguments.file);
+  const cls_Database model = cli_OpenModel(arguments.file);
   const cow_String root = cli_ChooseMesh(model, arguments.name);
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
   console.End();

@@ -1,5 +1,6 @@
 // coregeometry render: a picture of a mesh
 #include "cli_Console.h"
+#include "cli_Output.h"
 #include "cli_Regions.h"
 #include "pic_Scene.h"
 
@@ -9,11 +10,17 @@
 
 namespace {
 struct Arguments {
-  std::string file, name, output, size;
+  std::string file, name, size;
+  cli_OutputArguments output;
   std::vector<std::string> sets;
   std::vector<double> direction;
   bool json = false, edges = false;
 };
+
+const std::vector<cli_FileFormat>& Formats() {
+  static const std::vector<cli_FileFormat> all = {{"png", {".png"}}};
+  return all;
+}
 
 pic_View ViewOf(const Arguments& arguments) {
   pic_View view;
@@ -41,15 +48,16 @@ pic_View ViewOf(const Arguments& arguments) {
 void Run(const Arguments& arguments) {
   const pic_View view = ViewOf(arguments);
   cli_Console console;
+  uti_OutputFile output = cli_OpenOutput(arguments.output, Formats(), {arguments.file});
   console.Begin("reading " + arguments.file);
-  const cls_Database model = cls_Database::Open(arguments.file);
+  const cls_Database model = cli_OpenModel(arguments.file);
   const cow_String root = cli_ChooseMesh(model, arguments.name);
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
   console.Begin("drawing " + root);
   const std::vector<exo_ImportedSet> sets =
       arguments.sets.empty() ? std::vector<exo_ImportedSet>() : cli_SetsOfMesh(model, root);
   const cli_Outside outside = cli_FindOutside(*mesh, sets, arguments.sets, arguments.file + ", " + root);
-  pic_Draw(outside, mesh->NodeData().Coordinates().Const(), view).WritePng(arguments.output);
+  pic_Draw(outside, mesh->NodeData().Coordinates().Const(), view).WritePng(output);
   console.End();
 
   std::vector<long long> faces(outside.groups.size()), lines(outside.groups.size());
@@ -57,7 +65,7 @@ void Run(const Arguments& arguments) {
   for (const cli_OuterLine& line : outside.lines) ++lines[static_cast<std::size_t>(line.group)];
   cli_Json groups = cli_Json::array();
   if (!arguments.json)
-    std::cout << root << " of " << arguments.file << " is drawn in " << arguments.output << ", " << view.width
+    std::cout << root << " of " << arguments.file << " is drawn in " << output.Name() << ", " << view.width
               << " x " << view.height << ":\n";
   for (std::size_t i = 0; i < outside.groups.size(); ++i) {
     if (faces[i] + lines[i] == 0) continue;
@@ -71,7 +79,7 @@ void Run(const Arguments& arguments) {
   if (arguments.json)
     cli_PrintJson({{"file", arguments.file},
                    {"mesh", root},
-                   {"output", arguments.output},
+                   {"output", output.Name()},
                    {"width", view.width},
                    {"height", view.height},
                    {"groups", groups}});
@@ -82,8 +90,7 @@ void cli_AddRender(CLI::App& app) {
   CLI::App* command = app.add_subcommand("render", "Draw a mesh as a picture (PNG)");
   auto arguments = std::make_shared<Arguments>();
   cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
-  command->add_option("-o,--output", arguments->output, "Picture to write; one of that name is replaced")
-      ->required();
+  cli_AddOutputOptions(*command, arguments->output, Formats(), "Picture to write, .png");
   command
       ->add_option("--sets", arguments->sets,
                    "Draw these sets and surfaces alone, each in a colour of its own")

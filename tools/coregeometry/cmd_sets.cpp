@@ -208,7 +208,7 @@ void PrintOne(const Arguments& arguments, const cls_Database& model, const cli_R
 void Run(const Arguments& arguments) {
   cli_Console console;
   console.Begin("reading " + arguments.file);
-  const cls_Database model = cls_Database::Open(arguments.file);
+  const cls_Database model = cli_OpenModel(arguments.file);
   std::vector<cli_RegionRoot> regions = cli_Regions(model);
   cli_AddBareSets(model, regions);
   console.End();

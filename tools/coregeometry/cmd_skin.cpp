@@ -1,6 +1,7 @@
 // coregeometry skin: the outside of a mesh as shells of a file of its own
 #include "cli_Console.h"
 #include "cli_Ledger.h"
+#include "cli_Output.h"
 #include "cli_Outside.h"
 #include "cli_Regions.h"
 #include "exo_Skin.h"
@@ -9,27 +10,34 @@
 
 namespace {
 struct Arguments {
-  std::string file, name, output;
+  std::string file, name;
+  cli_OutputArguments output;
   std::vector<std::string> sets;
   bool json = false, edges = false;
 };
 
+const std::vector<cli_FileFormat>& Formats() {
+  static const std::vector<cli_FileFormat> all = {{"exodus", {".exo", ".e", ".g"}}};
+  return all;
+}
+
 void Run(const Arguments& arguments) {
   cli_Console console;
+  uti_OutputFile output = cli_OpenOutput(arguments.output, Formats(), {arguments.file});
   console.Begin("reading " + arguments.file);
-  const cls_Database model = cls_Database::Open(arguments.file);
+  const cls_Database model = cli_OpenModel(arguments.file);
   const cow_String root = cli_ChooseMesh(model, arguments.name);
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
   const std::vector<exo_ImportedSet> sets =
       arguments.sets.empty() ? std::vector<exo_ImportedSet>() : cli_SetsOfMesh(model, root);
-  console.Begin("writing " + arguments.output);
+  console.Begin("writing " + output.Name());
   const cli_Outside outside = cli_FindOutside(*mesh, sets, arguments.sets, arguments.file + ", " + root);
-  const exo_SkinSummary summary = exo_WriteSkin(arguments.output, *mesh, outside, arguments.edges);
+  const exo_SkinSummary summary = exo_WriteSkin(output, *mesh, outside, arguments.edges);
   console.End();
   if (arguments.json) {
     cli_PrintJson({{"file", arguments.file},
                    {"mesh", root},
-                   {"output", arguments.output},
+                   {"output", output.Name()},
                    {"nodes", summary.nodes},
                    {"faces", summary.faces},
                    {"shells", summary.shells},
@@ -37,7 +45,7 @@ void Run(const Arguments& arguments) {
                    {"notCarried", cli_LedgerJson(summary.ledger)}});
     return;
   }
-  std::cout << "The outside of " << root << " of " << arguments.file << " is written to " << arguments.output
+  std::cout << "The outside of " << root << " of " << arguments.file << " is written to " << output.Name()
             << ":\n  " << summary.nodes << " nodes, " << summary.faces << " faces as " << summary.shells
             << " shells";
   if (arguments.edges) std::cout << ", " << summary.edges << " feature edges as beams";
@@ -51,8 +59,7 @@ void cli_AddSkin(CLI::App& app) {
   CLI::App* command = app.add_subcommand("skin", "Write the outside of a mesh as shells (Exodus II)");
   auto arguments = std::make_shared<Arguments>();
   cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
-  command->add_option("-o,--output", arguments->output, "File to write; one of that name is replaced")
-      ->required();
+  cli_AddOutputOptions(*command, arguments->output, Formats(), "File to write, .exo (.e, .g)");
   command->add_option("--sets", arguments->sets, "The outside of these sets, and these surfaces, alone")
       ->delimiter(',')
       ->allow_extra_args(false);

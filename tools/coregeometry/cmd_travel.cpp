@@ -28,7 +28,7 @@ struct Side {
     };
     file = arguments.files[std::min(i, arguments.files.size() - 1)];
     part = choose(arguments.parts);
-    const cls_Database model = cls_Database::Open(file);
+    const cls_Database model = cli_OpenModel(file);
     root = cli_ChooseMesh(model, arguments.names.size() == 1 ? arguments.names[0] : choose(arguments.names));
     mesh = model.Get<bme_Mesh>(root);
     skin = cli_MakeSkin(model, root, *mesh, part);

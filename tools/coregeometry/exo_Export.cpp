@@ -57,12 +57,12 @@ class Exporter {
 public:
   Exporter(const bme_Mesh& mesh, std::span<const exo_ImportedSet> sets) : mesh_(mesh), sets_(sets) {}
 
-  exo_Ledger Run(const cow_String& fileName) {
+  exo_Ledger Run(uti_OutputFile& output) {
     AddNodes();
     title_ = CommonTitle(mesh_.ElementData());
     out_.title = title_;
     isBlock_.resize(sets_.size());
-    AddBlocks(fileName);
+    AddBlocks(output.Name());
     AddLabels();
     for (const Kind& kind : kKinds) {
       Ids ids;
@@ -71,7 +71,7 @@ public:
       Count("numbers of sets") += ids.Changed();
     }
     CheckLengths();
-    exo_WriteFile(fileName, out_);
+    exo_WriteFile(output, out_);
     exo_Ledger ledger;
     for (const auto& [what, count] : counts_)
       if (count > 0) ledger.push_back({what, count, details_[what]});
@@ -282,9 +282,9 @@ private:
 };
 } // namespace
 
-exo_Ledger exo_WriteMesh(const cow_String& fileName, const bme_Mesh& mesh,
+exo_Ledger exo_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh,
                          std::span<const exo_ImportedSet> sets) {
-  return Exporter(mesh, sets).Run(fileName);
+  return Exporter(mesh, sets).Run(output);
 }
 
 void exo_ListNotMesh(const bme_Mesh& mesh, exo_Ledger& ledger) {

@@ -3,6 +3,7 @@
 
 #include "exo_Sets.h"
 
+#include <BasicUtils/uti_OutputFile.h>
 #include <CoreGeometry/bme_Mesh.h>
 
 /// Writes nodes, labels, element classes and sets: what reading the file again makes the same mesh of.
@@ -12,10 +13,9 @@
 /// id. Node, element and side sets have the set's index as their id, or the next free one. Elements that
 /// the format has no type for are written with their first nodes only. What is lost is in the ledger.
 ///
-/// Errors     nex_TextException naming file, class, element and node.
+/// Errors     nex_TextException naming file, class, element and node; see uti_OutputFile, which is committed.
 /// Cost       one pass; connectivity and sets are copied once.
-exo_Ledger exo_WriteMesh(const cow_String& fileName, const bme_Mesh& mesh,
-                         std::span<const exo_ImportedSet> sets);
+exo_Ledger exo_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const exo_ImportedSet> sets);
 
 /// What no format for meshes alone has a place for: placement, control parameters and so on.
 void exo_ListNotMesh(const bme_Mesh& mesh, exo_Ledger& ledger);

@@ -41,6 +41,11 @@ cow_String exo_WhyFailed() {
 }
 
 exo_File::Handle::Handle(const char* name) {
+  std::error_code error;
+  if (fs::exists(name, error) && !fs::is_regular_file(name, error) && !fs::is_directory(name, error)) {
+    damage = "is not a regular file"; // a pipe would have to be waited for
+    return;
+  }
   damage = exo_CheckClassicHeader(name);
   if (!damage.empty()) return;
   ex_opts(EX_DEFAULT); // no messages of the library's own
@@ -50,7 +55,6 @@ exo_File::Handle::Handle(const char* name) {
     id = -1;
     return;
   }
-  std::error_code error;
   damage = exo_CheckLayout(id, static_cast<std::int64_t>(fs::file_size(name, error)));
   nc_close(id);
   id = -1;
@@ -69,7 +73,7 @@ exo_File::exo_File(const cow_String& name) : name_(name), handle_(name.c_str()),
     std::error_code error;
     if (!fs::exists(name, error)) Fail("no such file");
     if (fs::is_directory(name, error)) Fail("is a folder");
-    if (fs::file_size(name, error) == 0) Fail("is empty");
+    if (fs::is_regular_file(name, error) && fs::file_size(name, error) == 0) Fail("is empty");
     if (!handle_.damage.empty()) Fail(handle_.damage);
     Fail("not an Exodus II file (" + exo_WhyFailed() + ")");
   }

@@ -286,3 +286,25 @@ void Importer::FailAtNode(const exo_Block& block, std::int64_t element, long lon
 exo_Import exo_ReadMesh(const cow_String& fileName, const exo_TypeMap& types, unsigned meshId) {
   return Importer(fileName, types).Run(meshId);
 }
+
+void exo_Renumber(exo_Import& import, unsigned meshId) {
+  import.mesh = std::make_unique<bme_Mesh>(*import.mesh, meshId);
+  bme_ElementData& elements = import.mesh->ElementDataToModify();
+  for (unsigned i = 0; i < elements.NumClasses(); ++i)
+    elements.GetClassToModify(i).SetMeshIndex(static_cast<int>(meshId));
+  for (exo_ImportedSet& set : import.sets) {
+    rgnC_SetData made;
+    made.SetLabel(set.data.GetSetLabel());
+    made.SetIndex(set.data.GetSetIndex());
+    made.SetType(set.data.GetSetType());
+    for (int i = 0; i < set.data.NumSubset(); ++i) {
+      const rgnC_SubsetData& old = set.data.SubSet(i);
+      if (old.IsUnsorted()) made.SetUnsorted(true);
+      made.AppendSubset(rgnC_SubsetData(
+          static_cast<int>(meshId), old.ClassIndex(), i, old.GetSetIndex(), old.SubsetType(),
+          old.IsUnsorted(), rgnC_SubsetData::Ids(old.IdArray()), rgnC_SubsetData::Ids(old.FacetIdArray())));
+    }
+    made.SetConstructionOk(true);
+    set.data = made;
+  }
+}

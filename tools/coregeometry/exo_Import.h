@@ -40,3 +40,6 @@ struct exo_Import {
 ///            stop.
 /// Cost       one pass; coordinates and connectivity go straight into their final arrays.
 exo_Import exo_ReadMesh(const cow_String& fileName, const exo_TypeMap& types, unsigned meshId = 0);
+
+/// Gives the mesh another identifier, and its classes and sets with it.
+void exo_Renumber(exo_Import& import, unsigned meshId);

@@ -11,7 +11,7 @@ class SkinWriter {
 public:
   SkinWriter(const bme_Mesh& mesh, const cli_Outside& outside) : mesh_(mesh), outside_(outside) {}
 
-  exo_SkinSummary Run(const cow_String& fileName, bool edges) {
+  exo_SkinSummary Run(uti_OutputFile& output, bool edges) {
     for (const cli_OuterFace& face : outside_.faces) AddFace(face);
     if (edges)
       for (const cli_OuterEdge& edge : outside_.edges)
@@ -19,7 +19,7 @@ public:
     AddBlocks();
     UseNodes();
     out_.title = "outside of the mesh";
-    exo_WriteFile(fileName, out_);
+    exo_WriteFile(output, out_);
     const auto note = [&](const char* what, long long count, const char* detail) {
       if (count > 0) summary_.ledger.push_back({what, count, detail});
     };
@@ -134,7 +134,7 @@ private:
 };
 } // namespace
 
-exo_SkinSummary exo_WriteSkin(const cow_String& fileName, const bme_Mesh& mesh, const cli_Outside& outside,
+exo_SkinSummary exo_WriteSkin(uti_OutputFile& output, const bme_Mesh& mesh, const cli_Outside& outside,
                               bool edges) {
-  return SkinWriter(mesh, outside).Run(fileName, edges);
+  return SkinWriter(mesh, outside).Run(output, edges);
 }

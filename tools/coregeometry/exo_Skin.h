@@ -4,6 +4,8 @@
 #include "cli_Outside.h"
 #include "exo_Ledger.h"
 
+#include <BasicUtils/uti_OutputFile.h>
+
 struct exo_SkinSummary {
   long long nodes = 0, faces = 0, shells = 0, edges = 0;
   exo_Ledger ledger;
@@ -12,5 +14,5 @@ struct exo_SkinSummary {
 /// Faces become shells, a block for each group and node count, and with `edges` the feature edges beams; the
 /// nodes they use keep label and order. Faces of 5 corners and more, which no shell has, are cut into
 /// triangles; those with some middle nodes only keep their corners.
-exo_SkinSummary exo_WriteSkin(const cow_String& fileName, const bme_Mesh& mesh, const cli_Outside& outside,
+exo_SkinSummary exo_WriteSkin(uti_OutputFile& output, const bme_Mesh& mesh, const cli_Outside& outside,
                               bool edges);

@@ -5,11 +5,8 @@
 #include <BasicUtils/wip_WIP.h>
 #include <algorithm>
 #include <exodusII.h>
-#include <filesystem>
 
 namespace {
-namespace fs = std::filesystem;
-
 ex_entity_type TypeOf(exo_SetKind kind) {
   return kind == exo_SetKind::Nodes ? EX_NODE_SET : kind == exo_SetKind::Sides ? EX_SIDE_SET : EX_ELEM_SET;
 }
@@ -129,14 +126,7 @@ private:
 };
 } // namespace
 
-void exo_WriteFile(const cow_String& fileName, const exo_OutMesh& mesh) {
-  const cow_String unfinished = fileName + ".part";
-  try {
-    Writer(unfinished, fileName, FormatFor(mesh)).Write(mesh);
-    fs::rename(unfinished, fileName);
-  } catch (...) {
-    std::error_code error;
-    fs::remove(unfinished, error);
-    throw;
-  }
+void exo_WriteFile(uti_OutputFile& output, const exo_OutMesh& mesh) {
+  Writer(output.Path(), output.Name(), FormatFor(mesh)).Write(mesh);
+  output.Commit();
 }

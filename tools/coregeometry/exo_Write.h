@@ -3,6 +3,8 @@
 
 #include "exo_File.h"
 
+#include <BasicUtils/uti_OutputFile.h>
+
 /// One element block as it is to stand in the file.
 struct exo_OutBlock {
   std::int64_t id = 0;
@@ -39,6 +41,6 @@ struct exo_OutMesh {
 
 inline constexpr std::size_t exo_kLongestTitle = 80, exo_kLongestType = 32, exo_kLongestName = 255;
 
-/// Under another name first, which takes the place of the file when all is written.
-/// Errors     nex_TextException naming the file and what was written; then the file is as it was.
-void exo_WriteFile(const cow_String& fileName, const exo_OutMesh& mesh);
+/// Writes and commits the file.
+/// Errors     nex_TextException naming the file and what was written; see uti_OutputFile.
+void exo_WriteFile(uti_OutputFile& output, const exo_OutMesh& mesh);

@@ -1,7 +1,7 @@
 // The coregeometry program: mesh files in, stored and queried models out.
 #include "cli_Command.h"
+#include "cli_Console.h"
 
-#include <BasicUtils/wip_WIP.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <iostream>
 
@@ -50,6 +50,7 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   std::ios::sync_with_stdio(false);
+  cli_HandleSignals();
   try {
     const DDB_CoreGeometry library;
     return Run(argc, argv);
@@ -61,7 +62,7 @@ int main(int argc, char** argv) {
     return cli_WRONG_USAGE;
   } catch (const wip_Cancelled&) {
     std::cerr << "coregeometry: interrupted, nothing was changed\n";
-    return cli_INTERRUPTED;
+    return cli_INTERRUPTED + cli_StopSignal();
   } catch (const std::bad_alloc&) {
     std::cerr << "coregeometry: out of memory\n";
     return cli_WRONG_INPUT;

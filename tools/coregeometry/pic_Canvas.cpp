@@ -3,13 +3,10 @@
 #include <BasicUtils/nex_Exception.h>
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <limits>
 #include <png.h>
 
 namespace {
-namespace fs = std::filesystem;
-
 pic_Vector Normalised(const pic_Vector& v) {
   const double length = std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]);
   return length > 0 ? pic_Vector{v[0] / length, v[1] / length, v[2] / length} : pic_Vector{0, 0, 1};
@@ -129,20 +126,14 @@ std::vector<unsigned char> pic_Canvas::Pixels() const {
   return pixels;
 }
 
-void pic_Canvas::WritePng(const cow_String& fileName) const {
+void pic_Canvas::WritePng(uti_OutputFile& output) const {
   const std::vector<unsigned char> pixels = Pixels();
-  const cow_String unfinished = fileName + ".part";
   png_image image = {};
   image.version = PNG_IMAGE_VERSION;
   image.width = static_cast<png_uint_32>(width_);
   image.height = static_cast<png_uint_32>(height_);
   image.format = PNG_FORMAT_RGB;
-  std::error_code error;
-  const bool isWritten =
-      png_image_write_to_file(&image, unfinished.c_str(), 0, pixels.data(), 0, nullptr) != 0;
-  if (isWritten) fs::rename(unfinished, fileName, error);
-  if (isWritten && !error) return;
-  const cow_String why = isWritten ? error.message() : cow_String(image.message);
-  fs::remove(unfinished, error);
-  throw nex_TextException(fileName + ": cannot be written: " + why);
+  if (png_image_write_to_file(&image, output.Path().c_str(), 0, pixels.data(), 0, nullptr) == 0)
+    throw nex_TextException(output.Name() + ": cannot be written: " + image.message);
+  output.Commit();
 }

@@ -1,7 +1,7 @@
 // pic_Canvas.h: a picture with depth
 #pragma once
 
-#include <CoreUtils/cow_String.h>
+#include <BasicUtils/uti_OutputFile.h>
 #include <array>
 #include <vector>
 
@@ -28,9 +28,8 @@ public:
   void Line(const pic_Vector& from, const pic_Vector& to, double width, const pic_Colour& colour,
             double lift);
 
-  std::vector<unsigned char> Pixels() const; ///< red, green, blue; rows from above
-  /// Throws nex_TextException when the file cannot be written; it is then as it was.
-  void WritePng(const cow_String& fileName) const;
+  std::vector<unsigned char> Pixels() const;   ///< red, green, blue; rows from above
+  void WritePng(uti_OutputFile& output) const; ///< and commits it
 
 private:
   struct Sample {

@@ -8,7 +8,6 @@
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
 #include <bit>
-#include <filesystem>
 #include <fstream>
 #include <map>
 #include <numeric>
@@ -16,8 +15,6 @@
 #include <zlib.h>
 
 namespace {
-namespace fs = std::filesystem;
-
 void AppendBase64(std::span<const unsigned char> bytes, cow_String& text) {
   static constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   for (std::size_t i = 0; i < bytes.size(); i += 3) {
@@ -120,19 +117,15 @@ public:
     Compress({reinterpret_cast<const unsigned char*>(all.data()), all.size_bytes()});
   }
 
-  void Write(const cow_String& fileName) const {
-    const cow_String unfinished = fileName + ".part";
-    std::ofstream out(unfinished, std::ios::binary);
+  void Write(uti_OutputFile& output) const {
+    std::ofstream out(output.Path(), std::ios::binary);
     const char* order = std::endian::native == std::endian::little ? "LittleEndian" : "BigEndian";
     out << "<?xml version=\"1.0\"?>\n<VTKFile type=\"UnstructuredGrid\" version=\"1.0\" byte_order=\""
         << order << "\" header_type=\"UInt64\" compressor=\"vtkZLibDataCompressor\">\n"
         << xml_ << "<AppendedData encoding=\"base64\">\n_" << appended_ << "\n</AppendedData>\n</VTKFile>\n";
     out.close();
-    std::error_code error;
-    if (out) fs::rename(unfinished, fileName, error);
-    if (out && !error) return;
-    fs::remove(unfinished, error);
-    throw nex_TextException(fileName + ": cannot be written");
+    if (!out) throw nex_TextException(output.Name() + ": cannot be written; is the disk full?");
+    output.Commit();
   }
 
 private:
@@ -192,8 +185,8 @@ public:
     for (const exo_ImportedSet& set : sets) CountSurfaces(set.data);
   }
 
-  exo_Ledger Run(const cow_String& fileName) {
-    AddCells(fileName);
+  exo_Ledger Run(uti_OutputFile& output) {
+    AddCells(output.Name());
     const bme_NodeData& nodes = mesh_.NodeData();
     out_.Text("<UnstructuredGrid>\n<Piece NumberOfPoints=\"" + std::to_string(nodes.NumNodes())
               + "\" NumberOfCells=\"" + std::to_string(types_.size()) + "\">\n<Points>\n");
@@ -210,7 +203,7 @@ public:
     out_.Array<int>("ElementClass", "Int32", 1, classes_);
     AddMarks(res_ELEMENT_SET, types_.size());
     out_.Text("</CellData>\n</Piece>\n</UnstructuredGrid>\n");
-    out_.Write(fileName);
+    out_.Write(output);
     exo_Ledger ledger;
     for (const auto& [what, count] : counts_)
       if (count > 0) ledger.push_back({what, count, {}});
@@ -292,7 +285,7 @@ private:
 };
 } // namespace
 
-exo_Ledger vtu_WriteMesh(const cow_String& fileName, const bme_Mesh& mesh,
+exo_Ledger vtu_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh,
                          std::span<const exo_ImportedSet> sets) {
-  return Exporter(mesh, sets).Run(fileName);
+  return Exporter(mesh, sets).Run(output);
 }

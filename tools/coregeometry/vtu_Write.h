@@ -3,6 +3,7 @@
 
 #include "exo_Sets.h"
 
+#include <BasicUtils/uti_OutputFile.h>
 #include <CoreGeometry/bme_Mesh.h>
 
 /// Writes nodes, elements as VTK cells, user labels, the class of each element, and a 0-1 array for each set
@@ -13,7 +14,6 @@
 /// another array. Of several of one name, first the file's own, then those of nodes, then those of elements,
 /// all but one get " (nodes)" or " (elements)" added, or " (nodes 2)".
 ///
-/// Errors     nex_TextException naming file, class, element and node; then the file is as it was.
+/// Errors     nex_TextException naming file, class, element and node; see uti_OutputFile, which is committed.
 /// Cost       the compressed file in memory.
-exo_Ledger vtu_WriteMesh(const cow_String& fileName, const bme_Mesh& mesh,
-                         std::span<const exo_ImportedSet> sets);
+exo_Ledger vtu_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const exo_ImportedSet> sets);
