@@ -2,37 +2,74 @@
 #include "cli_Console.h"
 #include "cli_Model.h"
 
+#include <BasicUtils/uti_OutputFile.h>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 
 namespace {
 struct Arguments {
-  std::string file, backup;
+  std::string file;
+  std::optional<std::string> backup;
   bool noBackup = false, dryRun = false, json = false;
 };
 
+using Classes = std::vector<cls_Database::StoredClass>;
+
+Classes OutdatedOf(const cls_Database& model) {
+  Classes outdated;
+  for (const auto& stored : model.Classes())
+    if (stored.outdated && stored.objects > 0) outdated.push_back(stored);
+  return outdated;
+}
+
+/// The file as it is, under another name when it is whole.
+void KeepBackup(const std::string& file, const cow_String& backup) {
+  try {
+    uti_OutputFile output(backup, {.inputs = {file}, .isModel = true});
+    // SQLite copies from no connection that changes the file, but another one reads beside it
+    cli_OpenModel(file).Backup(output.Path());
+    output.Commit();
+  } catch (const uti_FileExistsException& error) {
+    throw nex_TextException(error.Message() + "; name another file with --backup");
+  }
+}
+
+/// What was outdated. A backup that is made is of what was upgraded, and stays only with it.
+Classes Upgrade(const std::string& file, const cow_String& backup, bool& hasBackup) {
+  cls_Database model = cli_OpenModel(file, cls_Database::Mode::ReadWrite);
+  Classes outdated;
+  try {
+    model.Upgrade([&] {
+      outdated = OutdatedOf(model);
+      if (outdated.empty() || backup.empty()) return;
+      KeepBackup(file, backup);
+      hasBackup = true;
+    });
+  } catch (...) {
+    std::error_code error;
+    if (hasBackup) std::filesystem::remove(backup, error);
+    throw;
+  }
+  return outdated;
+}
+
 void Run(const Arguments& arguments) {
-  if (arguments.noBackup && !arguments.backup.empty())
+  if (arguments.noBackup && arguments.backup)
     throw cli_UsageError("--backup and --no-backup exclude each other");
   cli_Console console;
   console.Begin("upgrading " + arguments.file);
-  std::vector<cls_Database::StoredClass> outdated;
-  cow_String backup;
+  cow_String backup = arguments.noBackup ? cow_String() : arguments.backup.value_or(arguments.file + ".bak");
+  if (!arguments.noBackup) uti_OutputFile::CheckName(backup);
+  bool hasBackup = false;
+  Classes outdated;
   {
-    const cls_Database model = cls_Database::Open(arguments.file);
-    for (const auto& stored : model.Classes())
-      if (stored.outdated && stored.objects > 0) outdated.push_back(stored);
-    if (arguments.dryRun) {
-      model.Converted(); // proves that every object can be converted
-    } else if (!outdated.empty() && !arguments.noBackup) {
-      backup = arguments.backup.empty() ? arguments.file + ".bak" : arguments.backup;
-      if (std::filesystem::exists(backup))
-        throw nex_TextException(backup + ": exists already; name another file with --backup");
-      model.Backup(backup);
-    }
+    const cls_Database model = cli_OpenModel(arguments.file);
+    outdated = OutdatedOf(model);            // a model that needs nothing may be read-only
+    if (arguments.dryRun) model.Converted(); // proves that every object can be converted
   }
-  if (!outdated.empty() && !arguments.dryRun)
-    cls_Database::Open(arguments.file, cls_Database::Mode::ReadWrite).Upgrade();
+  if (!outdated.empty() && !arguments.dryRun) outdated = Upgrade(arguments.file, backup, hasBackup);
+  if (!hasBackup) backup.clear();
   console.End();
 
   long long count = 0;

@@ -4,6 +4,7 @@
 #include <BasicUtils/cls_Visitors.h>
 #include <BasicUtils/cow_COW.h>
 #include <BasicUtils/cow_List.h>
+#include <functional>
 #include <memory>
 
 class db_File;
@@ -88,8 +89,9 @@ public:
   template<class T> T GetValue(const cls_Location& location) const { return T(FieldVisitor(location)); }
 
   // change
-  /// Rewrites every object of a superseded layout, in one transaction. Returns how many.
-  long long Upgrade();
+  /// Rewrites every object of a superseded layout, in one transaction. Returns how many. `before` is called
+  /// when nobody else can change the file any more, and nothing is changed yet; when it throws, nothing is.
+  long long Upgrade(const std::function<void()>& before = {});
   /// Deletes what no root reaches and gives the space back to the file system.
   void Compact();
   /// Copies the database as it is now into a new file.
