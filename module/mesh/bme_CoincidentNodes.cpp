@@ -1,47 +1,81 @@
+#include <BasicUtils/nex_Exception.h>
 #include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/bme_NodeData.h>
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdint>
-#include <limits>
 #include <numeric>
+#include <span>
 
 namespace {
-struct Binned {
-  std::uint64_t bin; ///< z, y, x from the top, 21 bits each
+using Point = std::array<double, 3>;
+
+/// A node in the cell of space that it is in. Cells are counted in doubles: exact as far as neighbours can be
+/// told apart at all, and beyond that no two different coordinates are in the same cell or its neighbours.
+struct Placed {
+  Point cell; ///< z, y, x, which is their order
+  Point at;
   unsigned node;
-  std::array<double, 3> at;
 };
 
-/// Nodes sorted by bins no smaller than the tolerance, at most about a million along each axis.
-std::vector<Binned> SortIntoBins(const bme_NodeData& nodes, double tolerance) {
-  std::vector<Binned> binned;
-  std::array<double, 3> low, high;
-  low.fill(std::numeric_limits<double>::max());
-  high.fill(std::numeric_limits<double>::lowest());
+/// Finite nodes by cell.
+std::vector<Placed> SortByCell(const bme_NodeData& nodes, double width) {
+  std::vector<Placed> placed;
   for (unsigned node = 0; node < nodes.NumNodes(); ++node) {
     float x = 0, y = 0, z = 0;
     if (!nodes.GetNodalCoord(node, x, y, z)) continue;
     if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(z)) continue;
-    binned.push_back({0, node, {x, y, z}});
-    for (std::size_t a = 0; a < 3; ++a) {
-      low[a] = std::min(low[a], binned.back().at[a]);
-      high[a] = std::max(high[a], binned.back().at[a]);
-    }
+    const Point at{x, y, z};
+    Point cell{};
+    for (std::size_t a = 0; a < 3; ++a) cell[2 - a] = width > 0 ? std::floor(at[a] / width) : at[a];
+    placed.push_back({cell, at, node});
   }
-  double extent = 0;
-  for (std::size_t a = 0; a < 3; ++a) extent = std::max(extent, high[a] - low[a]);
-  const double smallest = extent > 0 ? std::ldexp(extent, -20) : 1;
-  // a little wider than the tolerance: rounding must not part neighbours by two bins
-  const double width = std::max(1.001 * tolerance, smallest);
-  for (Binned& entry : binned)
-    for (std::size_t a = 3; a-- > 0;)
-      entry.bin = entry.bin << 21 | (static_cast<std::uint64_t>((entry.at[a] - low[a]) / width) + 1);
-  std::ranges::sort(binned, [](const Binned& a, const Binned& b) {
-    return a.bin != b.bin ? a.bin < b.bin : a.node < b.node;
+  std::ranges::sort(placed, [](const Placed& a, const Placed& b) {
+    return a.cell != b.cell ? a.cell < b.cell : a.node < b.node;
   });
-  return binned;
+  return placed;
+}
+
+double SquaredDistance(const Point& a, const Point& b) {
+  double sum = 0;
+  for (std::size_t axis = 0; axis < 3; ++axis) sum += (a[axis] - b[axis]) * (a[axis] - b[axis]);
+  return sum;
+}
+
+/// Whether a point of one lies within the tolerance of a point of the other; reorders them. Boxes answer for
+/// many points at once, the larger one is halved until they can.
+bool AreClose(std::span<Placed> a, std::span<Placed> b, double tolerance) {
+  constexpr std::size_t kFew = 64;
+  if (a.size() * b.size() <= kFew)
+    return std::ranges::any_of(a, [&](const Placed& one) {
+      return std::ranges::any_of(
+          b, [&](const Placed& other) { return SquaredDistance(one.at, other.at) <= tolerance * tolerance; });
+    });
+  if (a.size() < b.size()) std::swap(a, b);
+  const auto box = [](std::span<const Placed> points) {
+    std::array<Point, 2> range{points[0].at, points[0].at};
+    for (const Placed& one : points)
+      for (std::size_t axis = 0; axis < 3; ++axis) {
+        range[0][axis] = std::min(range[0][axis], one.at[axis]);
+        range[1][axis] = std::max(range[1][axis], one.at[axis]);
+      }
+    return range;
+  };
+  const auto [lowA, highA] = box(a);
+  const auto [lowB, highB] = box(b);
+  Point gap, reach, length;
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    gap[axis] = std::max({lowA[axis] - highB[axis], lowB[axis] - highA[axis], 0.0});
+    reach[axis] = std::max(highA[axis] - lowB[axis], highB[axis] - lowA[axis]);
+    length[axis] = highA[axis] - lowA[axis];
+  }
+  if (SquaredDistance(gap, {}) > tolerance * tolerance) return false;
+  if (SquaredDistance(reach, {}) <= tolerance * tolerance) return true;
+  const auto longest = static_cast<std::size_t>(std::ranges::max_element(length) - length.begin());
+  const auto half = static_cast<std::ptrdiff_t>(a.size() / 2);
+  std::ranges::nth_element(a, a.begin() + half, {}, [&](const Placed& one) { return one.at[longest]; });
+  return AreClose(a.first(static_cast<std::size_t>(half)), b, tolerance)
+         || AreClose(a.subspan(static_cast<std::size_t>(half)), b, tolerance);
 }
 
 /// Groups as trees whose root is their smallest node.
@@ -63,30 +97,47 @@ private:
 };
 } // namespace
 
+// Cells are so small that all nodes of one are within the tolerance: many at one place are a group and no
+// pairs. Others within it are at most two cells away on each axis. Time n log n, whatever the distribution.
 bme_Rows bme_FindCoincidentNodes(const bme_NodeData& nodes, double tolerance) {
-  const std::vector<Binned> binned = SortIntoBins(nodes, tolerance);
+  if (!(tolerance >= 0))
+    throw nex_TextException("a tolerance of " + std::to_string(tolerance)
+                            + " for nodes at one place is below 0 or no number");
+  constexpr double kLeast = 1e-46; // less than single precision can tell apart
+  const double width = tolerance > kLeast ? 0.99 / std::sqrt(3.0) * std::min(tolerance, 1e300) : 0;
+  std::vector<Placed> placed = SortByCell(nodes, width);
   Groups groups(nodes.NumNodes());
-  const auto joinIfClose = [&](const Binned& a, const Binned& b) {
-    double squared = 0;
-    for (std::size_t k = 0; k < 3; ++k) squared += (a.at[k] - b.at[k]) * (a.at[k] - b.at[k]);
-    if (squared <= tolerance * tolerance) groups.Join(a.node, b.node);
-  };
-  // Half of the bins around: those behind in the order. Where a strip of three bins begins moves on with
-  // the nodes.
-  constexpr std::uint64_t kY = 1ULL << 21, kZ = 1ULL << 42;
-  constexpr std::uint64_t kStrips[] = {kY, kZ - kY, kZ, kZ + kY};
-  std::array<std::size_t, 4> begin{};
-  for (std::size_t i = 0; i < binned.size(); ++i) {
-    const Binned& node = binned[i];
-    for (std::size_t k = i + 1; k < binned.size() && binned[k].bin <= node.bin + 1; ++k)
-      joinIfClose(node, binned[k]);
-    for (std::size_t s = 0; s < 4; ++s) {
-      const std::uint64_t middle = node.bin + kStrips[s];
-      while (begin[s] < binned.size() && binned[begin[s]].bin < middle - 1) ++begin[s];
-      for (std::size_t k = begin[s]; k < binned.size() && binned[k].bin <= middle + 1; ++k)
-        joinIfClose(node, binned[k]);
-    }
+  std::vector<std::size_t> starts; // of cells
+  for (std::size_t i = 0; i < placed.size(); ++i) {
+    if (i == 0 || placed[i].cell != placed[i - 1].cell)
+      starts.push_back(i);
+    else
+      groups.Join(placed[starts.back()].node, placed[i].node);
   }
+  starts.push_back(placed.size());
+  const auto cell = [&](std::size_t c) -> const Point& { return placed[starts[c]].cell; };
+  const auto content = [&](std::size_t c) {
+    return std::span(placed).subspan(starts[c], starts[c + 1] - starts[c]);
+  };
+  const auto joinIfClose = [&](std::size_t c, std::size_t d) {
+    const unsigned a = placed[starts[c]].node, b = placed[starts[d]].node;
+    if (groups.Root(a) != groups.Root(b) && AreClose(content(c), content(d), tolerance)) groups.Join(a, b);
+  };
+  // Half of the cells around: those behind in the order, as strips along x. Where a strip begins moves on
+  // with the cells.
+  const std::size_t numCells = width > 0 ? starts.size() - 1 : 0;
+  for (int dz = 0; dz <= 2; ++dz)
+    for (int dy = dz == 0 ? 0 : -2; dy <= 2; ++dy) {
+      std::size_t begin = 0;
+      for (std::size_t c = 0; c < numCells; ++c) {
+        const Point& own = cell(c);
+        const Point first{own[0] + dz, own[1] + dy, own[2] - 2}, last{first[0], first[1], own[2] + 2};
+        begin = std::max(begin, dz == 0 && dy == 0 ? c + 1 : 0);
+        while (begin < numCells && cell(begin) < first) ++begin;
+        for (std::size_t d = begin; d < numCells && cell(d) <= last; ++d)
+          if (d > c) joinIfClose(c, d);
+      }
+    }
   // members of each group in order: a counting sort by root
   const unsigned numNodes = nodes.NumNodes();
   std::vector<unsigned> size(numNodes, 0), place(numNodes, 0);

@@ -1,6 +1,7 @@
 #include "chk_Findings.h"
 #include "cli_Regions.h"
 
+#include <BasicUtils/cls_ReadView.h>
 #include <CoreGeometry/rgnC_Facet.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <DiagnosticExtractor/ddr_DatabaseRoot.h>
@@ -84,6 +85,7 @@ void CheckSet(const rgnC_SetData& set, const Meshes& meshes, chk_Findings& findi
 } // namespace
 
 void chk_Sets(cls_Database& model, std::vector<chk_Finding>& all) {
+  const cls_ReadView view(model);
   const Meshes meshes(model);
   const ddr_DatabaseRoot::Scope here(model);
   for (const cow_String& root : model.Roots()) {

@@ -1,5 +1,6 @@
 #include "cli_Model.h"
 
+#include <BasicUtils/cls_ReadView.h>
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
@@ -24,6 +25,7 @@ cls_Database cli_OpenModel(const std::string& file, cls_Database::Mode mode) {
 }
 
 std::vector<cow_String> cli_MeshRoots(const cls_Database& model) {
+  const cls_ReadView view(model);
   std::vector<cow_String> meshes;
   for (const cow_String& root : model.Roots())
     if (model.TypeId(root) == bme_Mesh::TypeId()) meshes.push_back(root);

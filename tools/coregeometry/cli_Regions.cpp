@@ -1,5 +1,6 @@
 #include "cli_Regions.h"
 
+#include <BasicUtils/cls_ReadView.h>
 #include <CoreGeometry/dtu_6dofNodeDatumCsys.h>
 #include <CoreGeometry/dtu_DatumAxis.h>
 #include <CoreGeometry/dtu_DatumPlane.h>
@@ -8,6 +9,7 @@
 #include <set>
 
 std::vector<cli_RegionRoot> cli_Regions(const cls_Database& model) {
+  const cls_ReadView view(model);
   std::vector<cli_RegionRoot> regions;
   for (const cow_String& root : model.Roots())
     if (model.TypeId(root) == rgnC_Region::TypeId()) regions.push_back({root, *model.Get<rgnC_Region>(root)});
@@ -56,13 +58,16 @@ int cli_MeshId(const cls_Database& model, const cow_String& root) {
   return model.GetValue<Id>(model.Resolve(root)).value;
 }
 
-cow_String cli_MeshOfRegion(const cls_Database& model, const rgnC_Region& region, int meshId) {
-  std::vector<cow_String> meshes = cli_MeshRoots(model);
+cli_MeshIndex::cli_MeshIndex(const cls_Database& model) {
+  for (const cow_String& root : cli_MeshRoots(model)) roots_.emplace(cli_MeshId(model, root), root);
+}
+
+cow_String cli_MeshIndex::RootOf(const rgnC_Region& region, int meshId) const {
+  const auto [first, end] = roots_.equal_range(meshId);
+  if (first == end) return {};
   const cow_String owner = cli_kMeshFolder + cli_OwnerText(region);
-  std::stable_partition(meshes.begin(), meshes.end(), [&](const cow_String& root) { return root == owner; });
-  for (const cow_String& root : meshes)
-    if (cli_MeshId(model, root) == meshId) return root;
-  return {};
+  const auto own = std::find_if(first, end, [&](const auto& one) { return one.second == owner; });
+  return own == end ? first->second : own->second;
 }
 
 std::vector<cow_String> cli_DatumRoots(const cls_Database& model) {
@@ -80,6 +85,7 @@ std::vector<cow_String> cli_DatumRoots(const cls_Database& model) {
 }
 
 void cli_AddBareSets(const cls_Database& model, std::vector<cli_RegionRoot>& regions) {
+  const cls_ReadView view(model);
   std::set<cow_String> named;
   for (const cli_RegionRoot& one : regions) named.insert(one.region.GetSetData().Path());
   for (const cow_String& root : model.Roots()) {
@@ -101,14 +107,16 @@ rgnC_SetData cli_ContentsOf(const cls_Database& model, const rgnC_Region& region
 }
 
 std::vector<exo_ImportedSet> cli_SetsOfMesh(const cls_Database& model, const cow_String& root) {
+  const cls_ReadView view(model);
   std::vector<cli_RegionRoot> regions = cli_Regions(model);
   cli_AddBareSets(model, regions);
+  const cli_MeshIndex meshes(model);
   std::vector<exo_ImportedSet> sets;
   for (const auto& [regionRoot, region] : regions) {
     const rgnC_SetData contents = cli_ContentsOf(model, region);
     bool isOfMesh = contents.NumSubset() == 0 && cli_kMeshFolder + cli_OwnerText(region) == root;
     for (int i = 0; i < contents.NumSubset() && !isOfMesh; ++i)
-      isOfMesh = cli_MeshOfRegion(model, region, contents.SubSet(i).MeshIndex()) == root;
+      isOfMesh = meshes.RootOf(region, contents.SubSet(i).MeshIndex()) == root;
     if (!isOfMesh) continue;
     const res_SetTypeEnm type = contents.GetSetType();
     sets.push_back({region.Name(),

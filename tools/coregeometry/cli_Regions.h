@@ -5,6 +5,7 @@
 #include "exo_Sets.h"
 
 #include <CoreGeometry/rgnC_Region.h>
+#include <map>
 
 inline constexpr const char *cli_kRegionFolder = "regions/", *cli_kSetFolder = "sets/",
                             *cli_kDatumFolder = "datums/";
@@ -23,9 +24,16 @@ long long cli_NumItems(const rgnC_SetData& set);     ///< of all its subsets
 bool cli_HoldsElements(const rgnC_SetData& set, int meshId); ///< elements of that mesh, or parts of them
 int cli_MeshId(const cls_Database& model, const cow_String& root); ///< without reading the mesh
 
-/// Root of the mesh with that identifier: the region's owner if it is one, else the first; empty when none
-/// is.
-cow_String cli_MeshOfRegion(const cls_Database& model, const rgnC_Region& region, int meshId);
+/// The meshes of a model by their identifiers, looked up once for any number of regions.
+class cli_MeshIndex {
+public:
+  explicit cli_MeshIndex(const cls_Database& model);
+  /// The mesh with that identifier: the region's owner if it is one, else the first; empty when none is.
+  cow_String RootOf(const rgnC_Region& region, int meshId) const;
+
+private:
+  std::multimap<int, cow_String> roots_; ///< sorted within an identifier
+};
 
 /// Names of all roots that are datums of any class, sorted.
 std::vector<cow_String> cli_DatumRoots(const cls_Database& model);

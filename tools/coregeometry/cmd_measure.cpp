@@ -3,6 +3,7 @@
 #include "cli_Regions.h"
 #include "cli_Skin.h"
 
+#include <BasicUtils/cls_ReadView.h>
 #include <CoreGeometry/bme_EntityList.h>
 #include <CoreGeometry/bme_FEMElemList.h>
 #include <CoreGeometry/bme_Measures.h>
@@ -70,6 +71,7 @@ struct Group {
 
 std::vector<Group> GroupsOf(const Arguments& arguments, const cls_Database& model, const cow_String& root,
                             const bme_Mesh& mesh) {
+  const cls_ReadView view(model);
   std::vector<Group> groups;
   if (arguments.by == "class")
     for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i) {
@@ -79,14 +81,16 @@ std::vector<Group> GroupsOf(const Arguments& arguments, const cls_Database& mode
           {"class " + std::to_string(i) + ", " + type.ElemTypeLabel() + ", " + type.CategoryLabel(),
            {all.begin(), all.end()}});
     }
-  if (arguments.by == "set")
+  if (arguments.by == "set") {
+    const cli_MeshIndex meshes(model);
     for (const auto& [regionRoot, region] : cli_Regions(model)) {
-      if (!region.GetSetData().IsDefined() || cli_MeshOfRegion(model, region, mesh.Id()) != root) continue;
+      if (!region.GetSetData().IsDefined() || meshes.RootOf(region, mesh.Id()) != root) continue;
       const auto contents = region.GetSetData().Resolve(model);
       if (!cli_HoldsElements(*contents, mesh.Id())) continue;
       const auto elements = bme_FEMElemList::FromSet(mesh, *contents);
       groups.push_back({regionRoot, {elements.begin(), elements.end()}});
     }
+  }
   std::vector<unsigned> all(mesh.ElementData().NumElements());
   std::iota(all.begin(), all.end(), 0U);
   groups.push_back({"all elements", std::move(all)});

@@ -2,6 +2,7 @@
 #include "cli_Console.h"
 #include "cli_Regions.h"
 
+#include <BasicUtils/cls_ReadView.h>
 #include <CoreGeometry/bme_EntityList.h>
 #include <CoreGeometry/rgnC_Facet.h>
 #include <CoreGeometry/shp_Shape.h>
@@ -144,8 +145,14 @@ const cli_RegionRoot& Choose(const cls_Database& model, const std::vector<cli_Re
 void List(const Arguments& arguments, const cls_Database& model, const std::vector<cli_RegionRoot>& regions) {
   cli_Json json = cli_Json::array();
   if (!arguments.json && regions.empty()) std::cout << arguments.file << ": no regions\n";
+  std::vector<rgnC_SetData> all; // before anything is printed: who reads slowly must not hold up writers
+  {
+    const cls_ReadView view(model);
+    for (const cli_RegionRoot& one : regions) all.push_back(cli_ContentsOf(model, one.region));
+  }
+  auto next = all.begin();
   for (const auto& [root, region] : regions) {
-    const rgnC_SetData contents = cli_ContentsOf(model, region);
+    const rgnC_SetData& contents = *next++;
     const long long count = cli_NumItems(contents);
     if (arguments.json)
       json.push_back({{"region", root},
@@ -166,12 +173,13 @@ void PrintOne(const Arguments& arguments, const cls_Database& model, const cli_R
   const cow_String place = model.File() + ", " + one.root;
   std::map<int, cow_CountedHld<bme_Mesh>> meshes; // by identifier
   std::map<int, Contents> byMesh;
+  const cli_MeshIndex index(model);
   cow_String meshRoots;
   for (int i = 0; i < contents.NumSubset(); ++i) {
     const rgnC_SubsetData& subset = contents.SubSet(i);
     auto found = byMesh.find(subset.MeshIndex());
     if (found == byMesh.end()) {
-      const cow_String root = cli_MeshOfRegion(model, one.region, subset.MeshIndex());
+      const cow_String root = index.RootOf(one.region, subset.MeshIndex());
       if (!root.empty()) meshes.emplace(subset.MeshIndex(), model.Get<bme_Mesh>(root));
       meshRoots += (meshRoots.empty() ? "" : ", ") + (root.empty() ? "no mesh of the model" : root);
       const bme_Mesh* mesh = root.empty() ? nullptr : &*meshes.at(subset.MeshIndex());

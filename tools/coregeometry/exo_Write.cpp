@@ -5,6 +5,7 @@
 #include <BasicUtils/wip_WIP.h>
 #include <algorithm>
 #include <exodusII.h>
+#include <map>
 
 namespace {
 ex_entity_type TypeOf(exo_SetKind kind) {
@@ -36,12 +37,17 @@ public:
   void Write(const exo_OutMesh& mesh) {
     WriteHeader(mesh);
     WriteCoordinates(mesh);
-    for (const exo_OutBlock& block : mesh.blocks) WriteBlock(block);
+    std::vector<cow_String> names;
+    for (const exo_OutBlock& block : mesh.blocks) {
+      WriteBlock(block);
+      names.push_back(block.name);
+    }
+    WriteNames(EX_ELEM_BLOCK, names);
     if (!mesh.nodeLabels.empty())
       Check(ex_put_id_map(id_, EX_NODE_MAP, mesh.nodeLabels.data()), "node number map");
     if (!mesh.elementLabels.empty())
       Check(ex_put_id_map(id_, EX_ELEM_MAP, mesh.elementLabels.data()), "element number map");
-    for (const exo_OutSet& set : mesh.sets) WriteSet(set);
+    WriteSets(mesh.sets);
     WriteMaps(mesh.elementMaps);
     const int status = ex_close(id_);
     id_ = -1;
@@ -93,19 +99,35 @@ private:
     Check(ex_put_block(id_, EX_ELEM_BLOCK, block.id, type.c_str(), block.numElements, block.nodesPerElement,
                        0, 0, 0),
           what);
-    WriteName(EX_ELEM_BLOCK, block.id, block.name);
     if (!block.nodes.empty())
       Check(ex_put_conn(id_, EX_ELEM_BLOCK, block.id, block.nodes.data(), nullptr, nullptr), what);
   }
 
-  void WriteSet(const exo_OutSet& set) {
-    const ex_entity_type type = TypeOf(set.kind);
-    const cow_String what = "set " + std::to_string(set.id);
-    Check(ex_put_set_param(id_, type, set.id, static_cast<std::int64_t>(set.entries.size()), 0), what);
-    WriteName(type, set.id, set.name);
-    if (set.entries.empty()) return;
-    Check(ex_put_set(id_, type, set.id, set.entries.data(), set.sides.empty() ? nullptr : set.sides.data()),
-          what);
+  /// All in one call: the library moves what is written when it defines one more.
+  void WriteSets(std::span<const exo_OutSet> sets) {
+    std::vector<ex_set> all;
+    std::map<ex_entity_type, std::vector<cow_String>> names;
+    for (const exo_OutSet& set : sets) {
+      ex_set& made = all.emplace_back();
+      made.id = set.id;
+      made.type = TypeOf(set.kind);
+      made.num_entry = static_cast<std::int64_t>(set.entries.size());
+      if (!set.entries.empty()) made.entry_list = const_cast<int*>(set.entries.data());
+      if (!set.sides.empty()) made.extra_list = const_cast<int*>(set.sides.data());
+      names[made.type].push_back(set.name);
+    }
+    if (!all.empty()) Check(ex_put_sets(id_, all.size(), all.data()), "sets");
+    for (auto& [type, ofType] : names) WriteNames(type, ofType);
+  }
+
+  void WriteNames(ex_entity_type type, std::vector<cow_String>& names) {
+    std::vector<char*> texts;
+    for (cow_String& name : names) {
+      name.resize(std::min(name.size(), exo_kLongestName));
+      texts.push_back(name.data());
+    }
+    if (std::ranges::any_of(names, [](const cow_String& name) { return !name.empty(); }))
+      Check(ex_put_names(id_, type, texts.data()), "names");
   }
 
   void WriteMaps(std::span<const exo_OutMap> maps) {
