@@ -30,7 +30,7 @@ struct bme_NearestElement {
 ///
 /// Shares coordinates and connectivity with the mesh it was made from, as they were then, and owns its
 /// shapes. Elements without iso coordinates (points, rigid surfaces, types without a shape) and those with a
-/// node that is not in the mesh or not a number are left out; of elements with rings the first plane is
+/// node that is not in the mesh or not finite are left out; of elements with rings the first plane is
 /// searched. The placement of the mesh is not applied.
 ///
 /// Units      model length; points are x y z.

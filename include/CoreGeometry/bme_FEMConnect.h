@@ -89,8 +89,10 @@ private:
 };
 
 /// Groups of nodes that are at most the tolerance apart, or joined by a chain of such; each ascending,
-/// ordered by their first node. Nodes without finite coordinates are in none. By bins of the space, not by
-/// pairs.
+/// ordered by their first node. Nodes without finite coordinates are in none.
+///
+/// Errors     nex_TextException for a tolerance below 0 or not a number.
+/// Cost       n log n, however the nodes lie.
 CORE_GEOMETRY_API bme_Rows bme_FindCoincidentNodes(const bme_NodeData& nodes, double tolerance);
 
 /// The seeds and all faces of `within` that are reached from them over edges at which the normals of both

@@ -16,6 +16,12 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 using Point = bme_ElementLocator::Point;
 using bme_LocatorPoint::WidePoint;
 
+constexpr shp_FloatBox kEmptyBox{{1, 1, 1}, {-1, -1, -1}};
+bool IsFinite(const shp_FloatBox& box) {
+  const auto isFinite = [](float x) { return std::isfinite(x); };
+  return std::ranges::all_of(box.low, isFinite) && std::ranges::all_of(box.high, isFinite);
+}
+
 bool IsEmpty(const shp_FloatBox& box) { return !(box.low[0] <= box.high[0]); }
 
 double SquaredDistance(const shp_FloatBox& box, const Point& point) {
@@ -74,7 +80,7 @@ void bme_ElementLocator::AddClass(const bme_Mesh& mesh, unsigned classIndex) {
     if (std::ranges::all_of(row, isKnown))
       shape->BoundEach(row, width, coordinates_.Const(), boxes.subspan(k, 1));
     else
-      boxes[k] = {{1, 1, 1}, {-1, -1, -1}};
+      boxes[k] = kEmptyBox;
   }
 }
 
@@ -84,7 +90,8 @@ void bme_ElementLocator::ChooseGrid() {
   Point lengths{};
   low_.fill(kInfinity);
   high_.fill(-kInfinity);
-  for (const shp_FloatBox& box : boxes_) {
+  for (shp_FloatBox& box : boxes_) {
+    if (!IsFinite(box)) box = kEmptyBox;
     if (IsEmpty(box)) continue;
     ++numElements_;
     for (std::size_t axis = 0; axis < 3; ++axis) {

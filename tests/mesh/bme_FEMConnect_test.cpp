@@ -199,6 +199,41 @@ TEST_F(bme_FEMConnectTest, CoincidentNodesAreThoseOfEveryPair) {
   }
 }
 
+/// Distributions that are one cell, or few, to a grid that depends on the box; counted, since times are not
+/// asserted.
+TEST_F(bme_FEMConnectTest, CoincidentNodesAreFoundWhateverTheirDistribution) {
+  struct Case {
+    std::array<float, 3> place(int i) const {
+      const auto at = static_cast<float>(i);
+      switch (kind) {
+      case 0: return {1, 2, 3};                               // all at one place
+      case 1: return {at, 0, i == 0 ? 1e10F : 0};             // one far away
+      case 2: return {i % 2 ? 1.0F : 0.0F, at * 1e-9F, 0};    // two dense places, apart
+      case 3: return {i % 2 ? 0.001F : 0.0F, at * 1e-9F, 0};  // and together
+      default: return {at * 3e33F, -at * 3e33F, 1e-40F * at}; // near both ends of single precision
+      }
+    }
+    int kind;
+    double tolerance;
+    std::size_t groups, members;
+  };
+  constexpr int kNumNodes = 40000;
+  for (const Case& one :
+       {Case{0, 0, 1, 40000}, Case{0, 1e-3, 1, 40000}, Case{0, INFINITY, 1, 40000}, Case{1, 0.01, 0, 0},
+        Case{2, 0.01, 2, 40000}, Case{2, 0.99, 2, 40000}, Case{3, 0.01, 1, 40000}, Case{4, 1e-6, 0, 0}}) {
+    bme_NodeData nodes;
+    for (int i = 0; i < kNumNodes; ++i) {
+      const auto at = one.place(i);
+      nodes.AppendNode(at[0], at[1], at[2]);
+    }
+    const bme_Rows found = bme_FindCoincidentNodes(nodes, one.tolerance);
+    EXPECT_EQ(found.Count(), one.groups) << one.kind << ' ' << one.tolerance;
+    EXPECT_EQ(found.items.size(), one.members) << one.kind << ' ' << one.tolerance;
+  }
+  for (const double wrong : {-1.0, -INFINITY, static_cast<double>(NAN)})
+    EXPECT_THROW(bme_FindCoincidentNodes(bme_NodeData(), wrong), nex_TextException) << wrong;
+}
+
 TEST_F(bme_FEMConnectTest, FacesGrowUpToTheAngle) {
   const bme_Mesh mesh = Box(3, 2, 2);
   const bme_FEMFaceList outside = bme_ComputeFaces(bme_FEMElemList::All(mesh))->external;

@@ -116,7 +116,8 @@ struct Bad {
   }
 };
 
-void CheckClass(const bme_Mesh& mesh, const bme_ElementClass& type, chk_Findings& findings) {
+void CheckClass(const bme_Mesh& mesh, const bme_ElementClass& type, std::vector<unsigned>& withoutSize,
+                chk_Findings& findings) {
   const shp_Shape* shape = type.Shape();
   if (!shape || shape->NumGeomDims() < 1 || shape->NodeCoordinates().empty()) return;
   constexpr double kNothing = 1e-10;  // of the size
@@ -161,9 +162,10 @@ void CheckClass(const bme_Mesh& mesh, const bme_ElementClass& type, chk_Findings
     for (std::size_t axis = 0; axis < 3; ++axis)
       rounding[axis] = kSpacing * std::max(std::abs(low[axis]), std::abs(high[axis]));
     if (largest <= kNothing
-        || (nodes.AreFlat(*shape, places, rounding) && points.AreFlat(*shape, places, rounding)))
+        || (nodes.AreFlat(*shape, places, rounding) && points.AreFlat(*shape, places, rounding))) {
       flat.Add(label, largest);
-    else if (most < -kNothing)
+      withoutSize.push_back(static_cast<unsigned>(type.FirstElementIndex() + e));
+    } else if (most < -kNothing)
       inverted.Add(label, least);
     else if (pointLow <= kNothing)
       folded.Add(label, pointLow);
@@ -183,7 +185,10 @@ void CheckClass(const bme_Mesh& mesh, const bme_ElementClass& type, chk_Findings
 }
 } // namespace
 
-void chk_Elements(const bme_Mesh& mesh, chk_Findings& findings) {
+std::vector<unsigned> chk_Elements(const bme_Mesh& mesh, chk_Findings& findings) {
+  std::vector<unsigned> withoutSize;
   for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i)
-    CheckClass(mesh, mesh.ElementData().GetClass(i), findings);
+    CheckClass(mesh, mesh.ElementData().GetClass(i), withoutSize, findings);
+  std::ranges::sort(withoutSize);
+  return withoutSize;
 }

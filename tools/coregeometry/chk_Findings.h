@@ -29,13 +29,14 @@ private:
 };
 
 /// Elements inside out, without size, or with a Jacobian that is not positive at integration points or nodes.
-/// Every node of an element must be there.
-void chk_Elements(const bme_Mesh& mesh, chk_Findings& findings);
+/// Every node of an element must be there. Returns the elements without size, ascending.
+std::vector<unsigned> chk_Elements(const bme_Mesh& mesh, chk_Findings& findings);
 
-/// Duplicated elements, nodes without elements, at the same place (within a millionth of the mesh's size) or
+/// Duplicated elements, nodes without elements, at the same place (within a ten-thousandth of an edge) or
 /// on the side of an element that they do not belong to, and of shells open edges, edges of more than two,
-/// and neighbours with opposite normals; all of them notes. Every node of an element must be there.
-void chk_Topology(const bme_Mesh& mesh, chk_Findings& findings);
+/// and neighbours with opposite normals; all of them notes. Every node of an element must be there. Elements
+/// without size have no sides to be on.
+void chk_Topology(const bme_Mesh& mesh, std::span<const unsigned> withoutSize, chk_Findings& findings);
 
 /// Consistency of a mesh: lengths, connectivity within the node table, unique labels, finite coordinates,
 /// known element types.

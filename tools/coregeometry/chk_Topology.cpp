@@ -30,17 +30,59 @@ void Add(chk_Findings& findings, const char* className, const char* field, const
     findings.Add(className, field, std::to_string(labels.size()) + " " + what, advice, labels, kNote);
 }
 
+/// Median distance of nodes that follow each other in an element, of some twenty thousand elements; 0 when
+/// all elements are points.
+double TypicalEdge(const bme_Mesh& mesh) {
+  constexpr unsigned kMost = 20000;
+  const bme_ElementData& elements = mesh.ElementData();
+  const unsigned step = 1 + elements.NumElements() / kMost;
+  std::vector<double> lengths;
+  for (unsigned element = 0; element < elements.NumElements(); element += step) {
+    unsigned classIndex = 0, inClass = 0;
+    elements.GetClassAndElemIndex(element, classIndex, inClass);
+    const auto row = elements.GetClass(classIndex).Connectivity(static_cast<int>(inClass));
+    for (std::size_t k = 1; k < row.size(); ++k) {
+      const uti_Coord3D a = mesh.NodeData()[static_cast<unsigned>(row[k - 1])],
+                        b = mesh.NodeData()[static_cast<unsigned>(row[k])];
+      const double length = gsl_Vector(a.x - b.x, a.y - b.y, a.z - b.z).Magnitude();
+      if (length > 0) lengths.push_back(length);
+    }
+  }
+  if (lengths.empty()) return 0;
+  const auto middle = lengths.begin() + static_cast<std::ptrdiff_t>(lengths.size() / 2);
+  std::ranges::nth_element(lengths, middle);
+  return *middle;
+}
+
+/// The same nodes, and the elements but for some; indices of elements differ.
+bme_Mesh WithoutElements(const bme_Mesh& mesh, std::span<const unsigned> leftOut) {
+  std::vector<bme_ElementClass*> classes;
+  for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i) {
+    const bme_ElementClass& type = mesh.ElementData().GetClass(i);
+    std::vector<int> rows;
+    for (int e = 0; e < type.NumElements(); ++e) {
+      if (std::ranges::binary_search(leftOut, static_cast<unsigned>(type.FirstElementIndex() + e))) continue;
+      rows.insert(rows.end(), type.Connectivity(e).begin(), type.Connectivity(e).end());
+    }
+    const auto width = static_cast<std::size_t>(type.NumNodesPerElem());
+    if (!rows.empty())
+      classes.push_back(
+          new bme_ElementClass(type.ElemTypeLabel(), cls_xp2DArrayInt(width, cow_ArrayCOW<int>(rows))));
+  }
+  return {0, new bme_NodeData(mesh.NodeData()),
+          new bme_ElementData(classes.data(), static_cast<unsigned>(classes.size())), mesh.MeshType(),
+          nullptr};
+}
+
 class NodeCheck {
 public:
   NodeCheck(const bme_Mesh& mesh, chk_Findings& findings) : mesh_(mesh), findings_(findings) {}
 
-  void Run() {
+  void Run(std::span<const unsigned> withoutSize) {
     Report(mesh_.Connectivity().FreeNodes(), "nodes belong to no element",
            "remove them, unless something else refers to them");
-    // single precision keeps about seven digits of a coordinate
-    const gsl_BBox box = mesh_.GetBBox();
-    const double tolerance = box.IsEmpty() ? 0 : 1e-6 * gsl_Vector(box.Min(), box.Max()).Magnitude();
-    const bme_Rows together = bme_FindCoincidentNodes(mesh_.NodeData(), tolerance);
+    // of elements, not of the box, which a single node makes as large as it likes
+    const bme_Rows together = bme_FindCoincidentNodes(mesh_.NodeData(), 1e-4 * TypicalEdge(mesh_));
     std::vector<unsigned> others;
     groupOf_.assign(mesh_.NodeData().NumNodes(), 0);
     for (std::size_t i = 0; i < together.Count(); ++i) {
@@ -49,37 +91,39 @@ public:
     }
     Report(others, "nodes are where another node is",
            "merge them, unless the parts are meant to be separate there");
-    Report(Hanging(), "nodes lie on the side of an element that they do not belong to",
+    const bool isAll = withoutSize.empty();
+    Report(isAll ? Hanging(mesh_) : Hanging(WithoutElements(mesh_, withoutSize)),
+           "nodes lie on the side of an element that they do not belong to",
            "refine the element there, tie the node to it, or move the node away if the parts are separate");
   }
 
 private:
   /// Corners on the outside of the mesh that lie on the boundary of an element without being, or lying at,
   /// one of its nodes.
-  std::vector<unsigned> Hanging() const {
+  std::vector<unsigned> Hanging(const bme_Mesh& mesh) const {
     std::vector<unsigned> hanging;
-    const auto faces = bme_ComputeFaces(bme_FEMElemList::All(mesh_), {.leaveOut = bme_LEAVE_OUT_UNSUPPORTED});
+    const auto faces = bme_ComputeFaces(bme_FEMElemList::All(mesh), {.leaveOut = bme_LEAVE_OUT_UNSUPPORTED});
     if (!faces) return hanging;
-    const bme_ElementLocator locator(mesh_);
+    const bme_ElementLocator locator(mesh);
     std::vector<bme_ElementHit> owners;
     wip_Poll poll(4096);
     for (const unsigned node : bme_FEMNodeList::OfFaces(faces->external, bme_NodesOf::Corners)) {
       poll.Advance();
-      const uti_Coord3D at = mesh_.NodeData()[node];
+      const uti_Coord3D at = mesh.NodeData()[node];
       locator.FindAll({static_cast<double>(at.x), static_cast<double>(at.y), static_cast<double>(at.z)},
                       owners);
       if (std::ranges::any_of(owners, [&](const bme_ElementHit& hit) {
-            return hit.location == shp_Location::OnBoundary && !HasNode(hit.element, node);
+            return hit.location == shp_Location::OnBoundary && !HasNode(mesh, hit.element, node);
           }))
         hanging.push_back(node);
     }
     return hanging;
   }
 
-  bool HasNode(unsigned element, unsigned node) const {
+  bool HasNode(const bme_Mesh& mesh, unsigned element, unsigned node) const {
     unsigned classIndex = 0, inClass = 0;
-    mesh_.ElementData().GetClassAndElemIndex(element, classIndex, inClass);
-    const auto row = mesh_.ElementData().GetClass(classIndex).Connectivity(static_cast<int>(inClass));
+    mesh.ElementData().GetClassAndElemIndex(element, classIndex, inClass);
+    const auto row = mesh.ElementData().GetClass(classIndex).Connectivity(static_cast<int>(inClass));
     return std::ranges::any_of(row, [&](int other) {
       const auto index = static_cast<unsigned>(other);
       return index == node || (groupOf_[node] != 0 && groupOf_[index] == groupOf_[node]);
@@ -164,8 +208,8 @@ void CheckDuplicates(const bme_Mesh& mesh, chk_Findings& findings) {
 }
 } // namespace
 
-void chk_Topology(const bme_Mesh& mesh, chk_Findings& findings) {
+void chk_Topology(const bme_Mesh& mesh, std::span<const unsigned> withoutSize, chk_Findings& findings) {
   CheckDuplicates(mesh, findings);
-  NodeCheck(mesh, findings).Run();
+  NodeCheck(mesh, findings).Run(withoutSize);
   CheckShellEdges(mesh, findings);
 }

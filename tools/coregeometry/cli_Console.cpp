@@ -29,6 +29,78 @@ extern "C" void cli_AskToStop(int signal) {
 }
 } // namespace
 
+namespace {
+/// Length of the control character at the beginning, 0 when there is none; C1 controls have two bytes in
+/// UTF-8.
+std::size_t ControlLength(std::string_view text) {
+  const auto byte = [&](std::size_t k) { return k < text.size() ? static_cast<unsigned char>(text[k]) : 0U; };
+  if (byte(0) == 0xC2 && byte(1) >= 0x80 && byte(1) < 0xA0) return 2;
+  const bool isLayout = byte(0) == '\n' || byte(0) == '\t';
+  return (byte(0) < 0x20 && !isLayout) || byte(0) == 0x7F ? 1 : 0;
+}
+
+class Filter : public std::streambuf {
+public:
+  explicit Filter(std::streambuf* target) : target_(target) {}
+
+protected:
+  std::streamsize xsputn(const char* text, std::streamsize count) override {
+    const std::string_view all(text, static_cast<std::size_t>(count));
+    return Put(all) ? count : 0;
+  }
+  int_type overflow(int_type c) override {
+    const char one = traits_type::to_char_type(c);
+    return c == traits_type::eof() || Put({&one, 1}) ? traits_type::not_eof(c) : traits_type::eof();
+  }
+  int sync() override { return target_->pubsync(); }
+
+private:
+  bool Put(std::string_view text) {
+    std::size_t start = 0; // of what needs no change
+    bool isPut = true;
+    const auto put = [&](std::string_view part) {
+      isPut = isPut && target_->sputn(part.data(), std::ssize(part)) == std::ssize(part);
+    };
+    for (std::size_t at = 0; at < text.size(); ++at) {
+      const std::size_t length = ControlLength(text.substr(at));
+      if (length == 0) continue;
+      put(text.substr(start, at - start));
+      put(cli_Printable(text.substr(at, length)));
+      start = at + length;
+      at = start - 1;
+    }
+    put(text.substr(start));
+    return isPut;
+  }
+  std::streambuf* target_;
+};
+} // namespace
+
+std::string cli_Printable(std::string_view text, bool isJson) {
+  static constexpr char kDigits[] = "0123456789abcdef";
+  std::string shown;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t length = ControlLength(text.substr(at));
+    if (length == 0) {
+      shown += text[at++];
+      continue;
+    }
+    const auto code = static_cast<unsigned char>(text[at + length - 1]);
+    shown += isJson ? "\\u00" : "\\x";
+    shown += kDigits[code >> 4U];
+    shown += kDigits[code & 15U];
+    at += length;
+  }
+  return shown;
+}
+
+cli_PrintableOutput::cli_PrintableOutput()
+    : filter_(std::make_unique<Filter>(std::cout.rdbuf())), before_(std::cout.rdbuf(filter_.get())) {}
+cli_PrintableOutput::~cli_PrintableOutput() {
+  std::cout.flush();
+  std::cout.rdbuf(before_);
+}
+
 void cli_HandleSignals() {
   for (const Handled& one : kHandled) {
     struct sigaction action = {};
@@ -64,13 +136,13 @@ void cli_Console::End() {
 
 void cli_Console::Error(const cow_String& message) {
   End();
-  std::cerr << message << '\n';
+  std::cerr << cli_Printable(message) << '\n';
 }
 
 void cli_Console::Status(const cow_String& message) {
   if (!isTerminal_) return;
   End();
-  std::cerr << message << '\n';
+  std::cerr << cli_Printable(message) << '\n';
 }
 
 void cli_Console::Progress(double fraction) {
@@ -79,7 +151,7 @@ void cli_Console::Progress(double fraction) {
   if (!isTerminal_ || percent == percent_) return;
   percent_ = percent;
   const int filled = kWidth * percent / 100;
-  std::cerr << '\r' << work_ << " [" << std::string(static_cast<std::size_t>(filled), '#')
+  std::cerr << '\r' << cli_Printable(work_) << " [" << std::string(static_cast<std::size_t>(filled), '#')
             << std::string(static_cast<std::size_t>(kWidth - filled), '.') << "] " << percent << " %"
             << std::flush;
 }

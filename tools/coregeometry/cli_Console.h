@@ -2,6 +2,26 @@
 #pragma once
 
 #include <BasicUtils/wip_WIP.h>
+#include <memory>
+#include <streambuf>
+#include <string_view>
+
+/// Text as a terminal may show it: control characters as \xNN, but for ends of lines and tabs; as \u00NN for
+/// JSON.
+std::string cli_Printable(std::string_view text, bool isJson = false);
+
+/// What is written to std::cout goes through cli_Printable while it lives: names in a model are anybody's.
+class cli_PrintableOutput {
+public:
+  cli_PrintableOutput();
+  ~cli_PrintableOutput();
+  cli_PrintableOutput(const cli_PrintableOutput&) = delete;
+  cli_PrintableOutput& operator=(const cli_PrintableOutput&) = delete;
+
+private:
+  std::unique_ptr<std::streambuf> filter_;
+  std::streambuf* before_;
+};
 
 /// SIGINT, SIGTERM and SIGHUP ask the work to stop while a console lives; the second of them, and other
 /// signals that end a process, end it at once. What is half-written is removed. Signals that are ignored stay

@@ -1,8 +1,11 @@
 #include "cli_Model.h"
 
+#include "cli_Console.h"
+
 #include <BasicUtils/cls_ReadView.h>
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <filesystem>
 #include <iostream>
 
@@ -45,6 +48,23 @@ cow_String cli_ChooseMesh(const cls_Database& model, const cow_String& name) {
   throw nex_TextException(model.File() + ": no mesh \"" + name + "\", it holds " + list);
 }
 
+long long cli_NumNotFinite(const bme_Mesh& mesh) {
+  const std::span<const float> xyz = mesh.NodeData().Coordinates().Const();
+  const auto isFinite = [&](int node) {
+    const auto at = 3 * static_cast<std::size_t>(node);
+    return at + 2 >= xyz.size()
+           || std::ranges::all_of(xyz.subspan(at, 3), [](float x) { return std::isfinite(x); });
+  };
+  if (std::ranges::all_of(xyz, [](float x) { return std::isfinite(x); })) return 0;
+  long long count = 0;
+  for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i) {
+    const bme_ElementClass& type = mesh.ElementData().GetClass(i);
+    for (int e = 0; e < type.NumElements(); ++e)
+      count += !std::ranges::all_of(type.Connectivity(e), isFinite);
+  }
+  return count;
+}
+
 void cli_LabelRange::Add(std::span<const int> labels) {
   if (labels.empty()) return;
   const auto [low, high] = std::ranges::minmax(labels);
@@ -84,4 +104,8 @@ void cli_AddModelOptions(CLI::App& command, std::string& file, std::string& name
   command.add_flag("--json", json, "Print the facts as JSON");
 }
 
-void cli_PrintJson(const cli_Json& json) { std::cout << json.dump(2) << '\n'; }
+void cli_PrintJson(const cli_Json& json) {
+  // names that are not UTF-8 are shown with a sign in place of their bytes
+  const std::string text = json.dump(2, ' ', false, cli_Json::error_handler_t::replace);
+  std::cout << cli_Printable(text, /*isJson=*/true) << '\n';
+}

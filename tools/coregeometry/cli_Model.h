@@ -23,6 +23,9 @@ std::vector<cow_String> cli_MeshRoots(const cls_Database& model);
 /// nex_TextException naming the file and the meshes it has.
 cow_String cli_ChooseMesh(const cls_Database& model, const cow_String& name);
 
+/// Elements with a node whose coordinates are not finite: questions about places leave them out.
+long long cli_NumNotFinite(const bme_Mesh& mesh);
+
 /// Smallest and largest of some labels.
 struct cli_LabelRange {
   long long count = 0, smallest = 0, largest = 0;

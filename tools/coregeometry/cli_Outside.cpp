@@ -38,7 +38,8 @@ public:
     else
       for (const std::string& name : names) AddSet(Choose(sets, name));
     if (result_.faces.empty() && result_.lines.empty())
-      throw nex_TextException(place_ + ": nothing to see, no surface, solid or line element");
+      throw nex_TextException(place_ + ": nothing to see, no surface, solid or line element"
+                              + cow_String(result_.notFinite > 0 ? " with finite coordinates" : ""));
     FindEdges();
     return std::move(result_);
   }
@@ -89,10 +90,21 @@ private:
     const std::span<const float> xyz = mesh_.NodeData().Coordinates().Const();
     for (std::size_t i = 0; i < faces.Count(); ++i) {
       cli_OuterFace face{faces[i], groupOf(bme_ElementOf(faces[i])), faces.FaceNodes(i), {}};
-      if (face.nodes.corners < 3) continue;
+      if (face.nodes.corners < 3 || !IsFinite(face.nodes)) continue;
       face.normal = AreaVector(face.nodes.Corners(), xyz);
       result_.faces.push_back(face);
     }
+  }
+
+  /// Counts those that are not.
+  bool IsFinite(const bme_LocalNodes& nodes) {
+    const std::span<const float> xyz = mesh_.NodeData().Coordinates().Const();
+    const bool isFinite = std::ranges::all_of(nodes.Nodes(), [&](int node) {
+      const float* at = &xyz[3 * static_cast<std::size_t>(node)];
+      return std::isfinite(at[0]) && std::isfinite(at[1]) && std::isfinite(at[2]);
+    });
+    result_.notFinite += !isFinite;
+    return isFinite;
   }
 
   void AddLines(const bme_FEMElemList& elements, auto groupOf) {
@@ -112,7 +124,7 @@ private:
                                   + std::to_string(mesh_.NodeData().NumNodes()) + " nodes");
         line.nodes.nodes[line.nodes.count++] = index;
       }
-      if (line.nodes.count >= 2) result_.lines.push_back(line);
+      if (line.nodes.count >= 2 && IsFinite(line.nodes)) result_.lines.push_back(line);
     }
   }
 

@@ -38,10 +38,12 @@ struct cli_Outside {
   std::vector<cli_OuterFace> faces;
   std::vector<cli_OuterEdge> edges; ///< in order of their ends
   std::vector<cli_OuterLine> lines;
+  long long notFinite = 0; ///< faces and lines left out, since a node of theirs has no finite coordinates
 };
 
 /// Of the whole mesh, a group for each element class; with names of sets, of these alone: external faces of
-/// element sets, the faces of surfaces. Types without a shape are left out. Faces meet at a feature when
+/// element sets, the faces of surfaces. Types without a shape are left out, and what has nodes without
+/// finite coordinates. Faces meet at a feature when
 /// their normals are more than 30 degrees apart. Throws nex_TextException, beginning with `place`, when there
 /// is no such set, or nothing to see.
 cli_Outside cli_FindOutside(const bme_Mesh& mesh, std::span<const exo_ImportedSet> sets,

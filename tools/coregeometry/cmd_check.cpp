@@ -30,8 +30,8 @@ std::vector<chk_Finding> FindingsOf(const std::string& file, cli_Console& consol
       };
       if (std::any_of(findings.begin() + static_cast<std::ptrdiff_t>(before), findings.end(), isFault))
         continue;
-      chk_Elements(*mesh, here);
-      chk_Topology(*mesh, here);
+      const std::vector<unsigned> withoutSize = chk_Elements(*mesh, here);
+      chk_Topology(*mesh, withoutSize, here);
     }
     chk_Sets(model, findings);
   } catch (const cls_BusyException&) {

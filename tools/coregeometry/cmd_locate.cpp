@@ -20,7 +20,9 @@ struct Arguments {
 /// Points of a text file: three numbers a line, separated by blanks or commas; the rest of a line after # and
 /// empty lines are skipped. Throws nex_TextException naming file and line.
 std::vector<double> ReadPoints(const std::string& file) {
-  std::ifstream in(file);
+  std::ifstream opened;
+  if (file != "-") opened.open(file);
+  std::istream& in = file == "-" ? std::cin : opened;
   if (!in) throw nex_TextException(file + ": cannot be read");
   std::vector<double> points;
   std::string line;
@@ -156,11 +158,15 @@ void Run(const Arguments& arguments) {
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
   console.End();
 
-  const cli_Json json = {{"file", arguments.file}, {"mesh", root}, {"points", Answers(*mesh).All(points)}};
-  if (arguments.json)
-    cli_PrintJson(json);
-  else
-    for (const cli_Json& answer : json["points"]) Print(answer);
+  const long long notFinite = cli_NumNotFinite(*mesh);
+  const cli_Json json = {{"file", arguments.file},
+                         {"mesh", root},
+                         {"notFinite", notFinite},
+                         {"points", Answers(*mesh).All(points)}};
+  if (arguments.json) return cli_PrintJson(json);
+  for (const cli_Json& answer : json["points"]) Print(answer);
+  if (notFinite > 0)
+    std::cout << "Left out: " << notFinite << " elements with nodes that have no finite coordinates\n";
 }
 } // namespace
 
@@ -173,8 +179,9 @@ void cli_AddLocate(CLI::App& app) {
         return std::isfinite(std::strtod(text.c_str(), nullptr)) ? std::string()
                                                                  : "\"" + text + "\" is no coordinate";
       });
-  command->add_option("--points", arguments->pointFile,
-                      "File of points, three numbers a line; text after # is skipped");
+  command->add_option(
+      "--points", arguments->pointFile,
+      "File of points, - for the standard input, three numbers a line; text after # is skipped");
   command->footer(
       "Prints for each point: inside, with the element and its iso coordinates; on boundary, with all\n"
       "elements that share the place; outside, with the nearest element and its distance; or degenerate\n"

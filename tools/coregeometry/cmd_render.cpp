@@ -76,12 +76,16 @@ void Run(const Arguments& arguments) {
       std::cout << "  " << colour << ": " << outside.groups[i] << ", " << faces[i] << " faces"
                 << (lines[i] > 0 ? ", " + std::to_string(lines[i]) + " lines" : "") << '\n';
   }
+  if (outside.notFinite > 0 && !arguments.json)
+    std::cout << "Left out: " << outside.notFinite
+              << " faces and lines with nodes that have no finite coordinates\n";
   if (arguments.json)
     cli_PrintJson({{"file", arguments.file},
                    {"mesh", root},
                    {"output", output.Name()},
                    {"width", view.width},
                    {"height", view.height},
+                   {"notFinite", outside.notFinite},
                    {"groups", groups}});
 }
 } // namespace

@@ -51,6 +51,7 @@ int Run(int argc, char** argv) {
 int main(int argc, char** argv) {
   std::ios::sync_with_stdio(false);
   cli_HandleSignals();
+  const cli_PrintableOutput printable;
   try {
     const DDB_CoreGeometry library;
     return Run(argc, argv);
@@ -58,7 +59,7 @@ int main(int argc, char** argv) {
     std::cout.flush();
     return cli_WRONG_INPUT;
   } catch (const cli_UsageError& error) {
-    std::cerr << "coregeometry: " << error.what() << '\n';
+    std::cerr << "coregeometry: " << cli_Printable(error.what()) << '\n';
     return cli_WRONG_USAGE;
   } catch (const wip_Cancelled&) {
     std::cerr << "coregeometry: interrupted, nothing was changed\n";
@@ -67,7 +68,7 @@ int main(int argc, char** argv) {
     std::cerr << "coregeometry: out of memory\n";
     return cli_WRONG_INPUT;
   } catch (const std::exception& error) {
-    std::cerr << "coregeometry: " << error.what() << '\n';
+    std::cerr << "coregeometry: " << cli_Printable(error.what()) << '\n';
     return cli_WRONG_INPUT;
   }
 }
