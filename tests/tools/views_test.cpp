@@ -7,6 +7,7 @@
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
 #include <algorithm>
+#include <cmath>
 #include <exo_Export.h>
 #include <exo_Import.h>
 #include <exodusII.h>
@@ -214,6 +215,54 @@ TEST_F(Views, OutputsAreRefusedForWhatTheyWouldDestroyOrCannotBe) {
   std::ifstream picture(folder_ / "hex.png", std::ios::binary);
   EXPECT_EQ(stream.out, std::string(std::istreambuf_iterator<char>(picture), {}));
   EXPECT_NE(stream.err.find("is drawn in -"), std::string::npos);
+}
+
+ExodusMesh Cubes();
+
+/// Coordinates that are no numbers, and names that are no text for a terminal.
+TEST_F(Views, NothingOfWhatIsNotFiniteIsDrawnAndNothingOfANameReachesTheTerminalRaw) {
+  ExodusMesh mesh = Cubes();
+  mesh.blocks[0].name = "low\x1b[31m\xC2\x9B"
+                        "1m";
+  const std::string model = Import(mesh, "odd");
+  const double wrong[] = {INFINITY, -INFINITY, NAN};
+  int number = 0;
+  for (const double value : wrong) {
+    ExodusMesh broken = mesh;
+    for (std::size_t i = 0; i < (std::isnan(value) ? 3U : 1U); ++i)
+      broken.xyz[i] = value; // of node 1, of one cube
+    const std::string file = Import(broken, "broken" + std::to_string(++number));
+    const json drawn = ToolFacts({"render", file, "-o", folder_ / "b.png", "--force"}),
+               skin = ToolFacts({"skin", file, "-o", folder_ / "b.exo", "--force"}),
+               found = ToolFacts({"locate", file, "0.5", "0.5", "1.5", "0.5", "0.5", "0.5"}),
+               measured = json::parse(RunTool({"measure", file, "--json"}).out, nullptr, false);
+    EXPECT_EQ(drawn["notFinite"], 3) << value;
+    EXPECT_EQ(skin["faces"], 14 - 3);
+    EXPECT_EQ(skin["notCarried"][0]["count"], 3);
+    EXPECT_EQ(found["notFinite"], 1);
+    EXPECT_EQ(found["points"][0]["verdict"], "inside");
+    EXPECT_EQ(found["points"][1]["verdict"], "outside");
+    EXPECT_EQ(measured["groups"][0]["withoutNodes"], json({40}));
+  }
+  for (const std::vector<std::string>& words :
+       std::vector<std::vector<std::string>>{{"info", model},
+                                             {"sets", model},
+                                             {"sets", model,
+                                              "low\x1b[31m\xC2\x9B"
+                                              "1m"},
+                                             {"dump", model},
+                                             {"diff", model, folder_ / "broken1.cgdb"},
+                                             {"measure", model, "--by", "class"}}) {
+    const std::string text = RunTool(words).out, shown = "low\\x1b[31m\\x9b1m";
+    EXPECT_EQ(text.find_first_of("\x1b\x9B"), std::string::npos) << words[0];
+    EXPECT_TRUE(words[0] == "diff" || text.find(shown) != std::string::npos) << words[0] << text;
+    if (words[0] == "dump" || words[0] == "diff") continue;
+    std::vector<std::string> asJson = words;
+    asJson.emplace_back("--json");
+    const std::string facts = RunTool(asJson).out;
+    EXPECT_EQ(facts.find_first_of("\x1b\x9B"), std::string::npos) << words[0];
+    EXPECT_NE(facts.find("low\\u001b[31m\\u009b1m"), std::string::npos) << words[0];
+  }
 }
 
 TEST_F(Views, VtuFilesHoldPointsCellsLabelsAndSets) {
@@ -450,6 +499,28 @@ TEST_F(Views, ChecksFindHangingNodes) {
   EXPECT_EQ(facts["findings"][0]["labels"], json({15, 16}));
   EXPECT_NE(facts["findings"][0]["what"].get<std::string>().find("on the side of an element"),
             std::string::npos);
+}
+
+/// One far node does not make others coincide; what is pressed flat has no sides to hang on, and ends soon.
+TEST_F(Views, ChecksTakeTheirToleranceFromEdges) {
+  ExodusMesh mesh = Cubes();
+  mesh.xyz.insert(mesh.xyz.end(), {1e10, 1e10, 1e10, 0.0, 0.0, 1e-6, 0.0, 0.0, 1e-3});
+  mesh.nodeLabels.insert(mesh.nodeLabels.end(), {600, 601, 602});
+  const auto found = [&](const ExodusMesh& checked, const char* name) {
+    std::map<std::string, json> labels;
+    const json facts = json::parse(RunTool({"check", Import(checked, name), "--json"}).out, nullptr, false);
+    for (const json& one : facts["findings"]) {
+      const std::string what = one["what"];
+      labels[what.substr(what.find(' ') + 1)] = one["labels"];
+    }
+    return labels;
+  };
+  auto far = found(mesh, "far");
+  EXPECT_EQ(far["nodes belong to no element"], json({600, 601, 602}));
+  EXPECT_EQ(far["nodes are where another node is"], json({601}));
+  for (std::size_t i = 2; i < mesh.xyz.size(); i += 3) mesh.xyz[i] = 0;
+  const auto flat = found(mesh, "flat");
+  EXPECT_FALSE(flat.contains("nodes lie on the side of an element that they do not belong to"));
 }
 
 /// Meshes of others, when they are there: two unit cubes under shells; five layers that do not match.

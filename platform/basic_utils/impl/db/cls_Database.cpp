@@ -116,8 +116,7 @@ void cls_Database::ReadRange(const cow_String& path, cls_ArrayKind kind, std::si
 }
 
 long long cls_Database::Upgrade(const std::function<void()>& before) {
-  db_Writer writer(*file_);
-  if (before) before();
+  db_Writer writer(*file_, before);
   const cls_SchemaChanges changes = omi_Singleton<cls_MetadataRegistrar>::Instance().Registry().Changes();
   for (const auto& [from, to] : changes.renamedClasses) writer.RenameClass(from, to);
   const cls_RunningUpgrade running(*this, writer);

@@ -1,7 +1,6 @@
 #include <BasicUtils/cls_ReadView.h>
 
 #include "db_Reader.h"
-#include "db_Value.h"
 
 cls_ReadView::cls_ReadView(const cls_Database& database)
     : reader_(std::make_unique<db_Reader>(db_Access::FileOf(database))) {}

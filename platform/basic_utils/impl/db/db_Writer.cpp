@@ -14,13 +14,14 @@ constexpr int kDeepestNesting = 500;
 cls_ClassRegistrar& Registry() { return omi_Singleton<cls_MetadataRegistrar>::Instance().Registry(); }
 } // namespace
 
-db_Writer::db_Writer(db_File& file) : file_(file) {
+db_Writer::db_Writer(db_File& file, const std::function<void()>& before) : file_(file) {
   db_Connection& connection = file_.Connection();
   if (file_.IsReadOnly()) throw nex_TextException(connection.File() + ": was opened for reading only");
   if (connection.InTransaction()) throw nex_TextException(connection.File() + ": another write pass is open");
   connection.Begin("BEGIN IMMEDIATE");
   try {
     file_.Refresh();
+    if (before) before();
     file_.Modernise();
     if (!file_.KnowsAllClasses()) file_.ReloadClasses();
     lastId_ = connection.Number("SELECT coalesce(max(id), 0) FROM object");

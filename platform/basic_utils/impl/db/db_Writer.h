@@ -32,7 +32,8 @@ class db_Writer {
 public:
   using WriteFunction = void (*)(const void* object, const cls_WriteVisitor&);
 
-  explicit db_Writer(db_File& file);
+  /// `before` is called when nobody else can write any more, and nothing is changed yet.
+  explicit db_Writer(db_File& file, const std::function<void()>& before = {});
   ~db_Writer();
   db_Writer(const db_Writer&) = delete;
   db_Writer& operator=(const db_Writer&) = delete;
