@@ -19,7 +19,7 @@ class gsl_Vector;
 /// Tolerance  tol and rtol stand for gsl_Util's linear and relative tolerance.
 /// Errors     none. A line without direction and a plane without normal have NaN distances, so nothing is on
 ///            them. With a NaN coordinate every test is false but >=, which the other coordinates decide.
-///            Outputs    are written last, so that they may be this point or one of the arguments; this holds
+/// Aliasing   outputs are written last, so that they may be this point or one of the arguments; this holds
 ///            for the whole module but for flat arrays, which must not overlap.
 /// Cost       constructing takes a few nanoseconds for the uid: whole arrays go through gsl_Matrix, gsl_BBox
 ///            and gsl_Plane as flat coordinates.

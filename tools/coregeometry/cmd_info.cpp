@@ -101,7 +101,10 @@ void Run(const Arguments& arguments) {
   const cls_Database model = cli_OpenModel(arguments.file);
   const std::vector<cow_String> roots =
       arguments.name.empty() ? cli_MeshRoots(model) : std::vector{cli_ChooseMesh(model, arguments.name)};
-  cli_Json json = {{"file", arguments.file}, {"bytes", model.FileSize()}, {"outdated", model.IsOutdated()}};
+  cli_Json json = {{"file", arguments.file},
+                   {"bytes", model.FileSize()},
+                   {"fileFormat", model.Format()},
+                   {"outdated", model.IsOutdated()}};
   if (!arguments.json) std::cout << arguments.file << ": " << model.FileSize() << " bytes\n";
 
   json["roots"] = cli_Json::array();

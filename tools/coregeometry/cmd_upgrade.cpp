@@ -23,13 +23,11 @@ Classes OutdatedOf(const cls_Database& model) {
   return outdated;
 }
 
-/// The file as it is, under another name when it is whole.
+/// The file as it is, under another name.
 void KeepBackup(const std::string& file, const cow_String& backup) {
   try {
-    uti_OutputFile output(backup, {.inputs = {file}, .isModel = true});
     // SQLite copies from no connection that changes the file, but another one reads beside it
-    cli_OpenModel(file).Backup(output.Path());
-    output.Commit();
+    cli_OpenModel(file).Backup(backup);
   } catch (const uti_FileExistsException& error) {
     throw nex_TextException(error.Message() + "; name another file with --backup");
   }
@@ -42,7 +40,7 @@ Classes Upgrade(const std::string& file, const cow_String& backup, bool& hasBack
   try {
     model.Upgrade([&] {
       outdated = OutdatedOf(model);
-      if (outdated.empty() || backup.empty()) return;
+      if (backup.empty()) return;
       KeepBackup(file, backup);
       hasBackup = true;
     });
@@ -63,12 +61,15 @@ void Run(const Arguments& arguments) {
   if (!arguments.noBackup) uti_OutputFile::CheckName(backup);
   bool hasBackup = false;
   Classes outdated;
+  bool isOldFile = false;
   {
     const cls_Database model = cli_OpenModel(arguments.file);
-    outdated = OutdatedOf(model);            // a model that needs nothing may be read-only
+    outdated = OutdatedOf(model); // a model that needs nothing may be read-only
+    isOldFile = model.Format() < cls_Database::kFormat;
     if (arguments.dryRun) model.Converted(); // proves that every object can be converted
   }
-  if (!outdated.empty() && !arguments.dryRun) outdated = Upgrade(arguments.file, backup, hasBackup);
+  if ((isOldFile || !outdated.empty()) && !arguments.dryRun)
+    outdated = Upgrade(arguments.file, backup, hasBackup);
   if (!hasBackup) backup.clear();
   console.End();
 
@@ -82,17 +83,21 @@ void Run(const Arguments& arguments) {
     cli_PrintJson({{"file", arguments.file},
                    {"dryRun", arguments.dryRun},
                    {"upgraded", count},
+                   {"fileFormat", isOldFile ? cli_Json(cls_Database::kFormat) : cli_Json()},
                    {"classes", classes},
                    {"backup", backup.empty() ? cli_Json() : cli_Json(backup)}});
     return;
   }
-  if (count == 0) {
+  if (count == 0 && !isOldFile) {
     std::cout << arguments.file << ": every object is stored in its current layout\n";
     return;
   }
   for (const auto& stored : outdated)
     std::cout << "  " << stored.name << " version " << stored.version << ": " << stored.objects
               << (stored.objects == 1 ? " object\n" : " objects\n");
+  if (isOldFile)
+    std::cout << arguments.file << ": " << (arguments.dryRun ? "would get" : "has") << " file format "
+              << cls_Database::kFormat << '\n';
   std::cout << arguments.file << ": " << count << (count == 1 ? " object " : " objects ")
             << (arguments.dryRun ? "would be rewritten" : "rewritten") << " in the current layout\n";
   if (!backup.empty()) std::cout << "The file as it was: " << backup << '\n';

@@ -4,6 +4,7 @@
 #include <BasicUtils/cls_MetadataRegistrar.h>
 #include <BasicUtils/cls_RunningUpgrade.h>
 #include <BasicUtils/cls_WritePass.h>
+#include <BasicUtils/uti_OutputFile.h>
 #include <algorithm>
 
 cls_Database::cls_Database(std::unique_ptr<db_File> file) noexcept : file_(std::move(file)) {}
@@ -59,6 +60,11 @@ bool cls_Database::IsOutdated() const {
   for (const StoredClass& type : Classes())
     if (type.outdated && type.objects > 0) return true;
   return false;
+}
+
+int cls_Database::Format() const {
+  const db_Reader session(*file_);
+  return file_->Format();
 }
 
 long long cls_Database::FileSize() const {
@@ -152,10 +158,12 @@ void cls_Database::Compact() {
 }
 
 void cls_Database::Backup(const cow_String& file) const {
-  db_Connection target(file, file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-  if (target.Number("SELECT count(*) FROM sqlite_master") != 0)
-    throw nex_TextException(file + ": exists already");
-  file_->Connection().CopyTo(target);
+  uti_OutputFile output(file, {.inputs = {File()}, .isModel = true});
+  {
+    db_Connection target(file, output.Path(), SQLITE_OPEN_READWRITE);
+    file_->Connection().CopyTo(target);
+  }
+  output.Commit();
 }
 
 cls_Database cls_Database::Converted() const {

@@ -72,7 +72,7 @@ struct db_RootRow {
 
 class db_File {
 public:
-  static constexpr int kFirstFormat = 1, kFormat = 2;
+  static constexpr int kFirstFormat = 1, kFormat = cls_Database::kFormat;
 
   static std::unique_ptr<db_File> Create(const cow_String& file, const cls_Database::Options& options);
   static std::unique_ptr<db_File> Open(const cow_String& file, cls_Database::Mode mode);

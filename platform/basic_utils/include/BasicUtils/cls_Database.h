@@ -78,6 +78,9 @@ public:
   std::vector<StoredClass> Classes() const;
   bool IsOutdated() const; ///< holds objects in superseded layouts
   long long FileSize() const;
+  static constexpr int kFormat = 2; ///< of the files that this program writes
+  int Format()
+      const; ///< of the file; one of an older format gets today's with the next write pass, or Upgrade()
 
   // shortcuts
   /// path := root step*, step := '.' member | '[' index ']'.
@@ -94,7 +97,7 @@ public:
   long long Upgrade(const std::function<void()>& before = {});
   /// Deletes what no root reaches and gives the space back to the file system.
   void Compact();
-  /// Copies the database as it is now into a new file.
+  /// Copies the database as it is now into a new file, which is there when it is whole; see uti_OutputFile.
   void Backup(const cow_String& file) const;
   /// A copy in memory with every object in its current layout; this file stays as it is.
   cls_Database Converted() const;
