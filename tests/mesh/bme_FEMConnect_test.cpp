@@ -230,7 +230,7 @@ TEST_F(bme_FEMConnectTest, CoincidentNodesAreFoundWhateverTheirDistribution) {
     EXPECT_EQ(found.Count(), one.groups) << one.kind << ' ' << one.tolerance;
     EXPECT_EQ(found.items.size(), one.members) << one.kind << ' ' << one.tolerance;
   }
-  for (const double wrong : {-1.0, -INFINITY, static_cast<double>(NAN)})
+  for (const double wrong : {-1.0, -HUGE_VAL, std::nan("")})
     EXPECT_THROW(bme_FindCoincidentNodes(bme_NodeData(), wrong), nex_TextException) << wrong;
 }
 

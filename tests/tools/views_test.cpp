@@ -3,6 +3,7 @@
 #include "ToolRun.h"
 #include "VtuReader.h"
 
+#include <BasicUtils/cls_CreateModel.h>
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
@@ -225,13 +226,14 @@ TEST_F(Views, NothingOfWhatIsNotFiniteIsDrawnAndNothingOfANameReachesTheTerminal
   mesh.blocks[0].name = "low\x1b[31m\xC2\x9B"
                         "1m";
   const std::string model = Import(mesh, "odd");
-  const double wrong[] = {INFINITY, -INFINITY, NAN};
-  int number = 0;
-  for (const double value : wrong) {
-    ExodusMesh broken = mesh;
-    for (std::size_t i = 0; i < (std::isnan(value) ? 3U : 1U); ++i)
-      broken.xyz[i] = value; // of node 1, of one cube
-    const std::string file = Import(broken, "broken" + std::to_string(++number));
+  const DDB_CoreGeometry library;
+  const std::string file = folder_ / "broken.cgdb";
+  for (const float value : {INFINITY, -INFINITY, NAN}) {
+    const exo_Import import = exo_ReadMesh(folder_ / "odd.exo", exo_TypeMap());
+    import.mesh->NodeDataToModify().SetNodalCoord(0, value, 0, 0); // of one cube
+    std::filesystem::remove(file);
+    cls_CreateModel(file, {},
+                    [&](const cls_Database&, cls_WritePass& pass) { pass.Put("meshes/m", *import.mesh); });
     const json drawn = ToolFacts({"render", file, "-o", folder_ / "b.png", "--force"}),
                skin = ToolFacts({"skin", file, "-o", folder_ / "b.exo", "--force"}),
                found = ToolFacts({"locate", file, "0.5", "0.5", "1.5", "0.5", "0.5", "0.5"}),
@@ -251,7 +253,7 @@ TEST_F(Views, NothingOfWhatIsNotFiniteIsDrawnAndNothingOfANameReachesTheTerminal
                                               "low\x1b[31m\xC2\x9B"
                                               "1m"},
                                              {"dump", model},
-                                             {"diff", model, folder_ / "broken1.cgdb"},
+                                             {"diff", model, file},
                                              {"measure", model, "--by", "class"}}) {
     const std::string text = RunTool(words).out, shown = "low\\x1b[31m\\x9b1m";
     EXPECT_EQ(text.find_first_of("\x1b\x9B"), std::string::npos) << words[0];
