@@ -1,19 +1,23 @@
-# cg_layer(<name> SOURCES <files> [PUBLIC_HEADERS <files>] [INCLUDE <dirs>] [USES <layers>] [LINK <targets>] [PART_OF <library>])
+# cg_layer(<name> SOURCES <files> [PUBLIC_HEADERS <files>] [INCLUDE <dirs>] [FOLDERS <dirs>] [USES <layers>] [LINK <targets>])
 #
 # One object library per layer. USES lists the layers it may include headers of; that list is the whole
 # include path. A module's public headers all stand in include/CoreGeometry/; each layer sees only its own
-# and those of the layers it uses, through a folder of links in the build tree.
+# and those of the layers it uses, through a folder of links in the build tree. FOLDERS are rooms of the
+# layer, whose headers all its sources see and nobody else.
 # g++ 12 sees overlapping copies in sums of std::string where there are none (its bug 105651).
 add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 
 function(cg_layer name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC_HEADERS;INCLUDE;USES;LINK" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC_HEADERS;INCLUDE;FOLDERS;USES;LINK" ${ARGN})
   add_library(${name} OBJECT ${ARG_SOURCES})
   target_compile_features(${name} PUBLIC cxx_std_20)
   # exported functions are inlined and called directly within the library, as nobody replaces them
   target_compile_options(${name} PRIVATE -ffp-contract=off -fno-semantic-interposition)
   set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON CXX_EXTENSIONS OFF
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+  foreach(dir IN LISTS ARG_FOLDERS)
+    target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/${dir})
+  endforeach()
   foreach(dir IN LISTS ARG_INCLUDE)
     target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR}/${dir})
     set_property(GLOBAL APPEND PROPERTY CG_INCLUDE_DIRS ${CMAKE_CURRENT_SOURCE_DIR}/${dir})
@@ -41,13 +45,19 @@ function(cg_layer name)
   target_link_libraries(${name} PRIVATE ${ARG_LINK})
 endfunction()
 
+# While the version is 0.x every minor one may break what was linked before, and the CMake package refuses it.
+set(CG_SOVERSION ${PROJECT_VERSION_MAJOR})
+if(PROJECT_VERSION_MAJOR EQUAL 0)
+  string(APPEND CG_SOVERSION .${PROJECT_VERSION_MINOR})
+endif()
+
 # cg_shared_library(<target> EXPORT_AS <name> LAYERS <layers> LINK <targets>)
 function(cg_shared_library target)
   cmake_parse_arguments(ARG "" "EXPORT_AS" "LAYERS;LINK" ${ARGN})
   add_library(${target} SHARED)
   add_library(CoreGeometry::${ARG_EXPORT_AS} ALIAS ${target})
-  set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
-    EXPORT_NAME ${ARG_EXPORT_AS} LINKER_LANGUAGE CXX)
+  set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${CG_SOVERSION}
+    INSTALL_RPATH "$ORIGIN" EXPORT_NAME ${ARG_EXPORT_AS} LINKER_LANGUAGE CXX)
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
   foreach(layer IN LISTS ARG_LAYERS)
@@ -62,6 +72,12 @@ function(cg_shared_library target)
       target_link_libraries(${target} PRIVATE ${library})
     endif()
   endforeach()
-  install(TARGETS ${target} EXPORT CoreGeometryTargets
+  # Platform and CoreGeometry are one package; each other library is a component with a set of targets of its own
+  set(exported CoreGeometryTargets)
+  if(NOT ARG_EXPORT_AS MATCHES "^(Platform|CoreGeometry)$")
+    set(exported CoreGeometry${ARG_EXPORT_AS}Targets)
+    set_property(GLOBAL APPEND PROPERTY CG_COMPONENTS ${ARG_EXPORT_AS})
+  endif()
+  install(TARGETS ${target} EXPORT ${exported}
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/coregeometry)
 endfunction()

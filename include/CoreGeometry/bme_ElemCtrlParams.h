@@ -84,7 +84,7 @@ template<> struct omu_EnumTable<bme_ElemDeletion> {
 /// Tolerance  reals count as default within 1e-6, strictly; == compares every field exactly.
 /// Errors     values outside an enumeration's table are refused when written, not before.
 /// Threads    a value.
-/// Stored as  19 fields, elemLib to quadraticBulkVisk (module/mesh/bme_ElemCtrlParams.cpp, StoredFields);
+/// Stored as  19 fields, elemLib to quadraticBulkVisk (module/mesh/data/bme_ElemCtrlParams.cpp, StoredFields);
 ///            versions 203, 204 and 508 stay readable.
 class CORE_GEOMETRY_API bme_ElemCtrlParams {
 public:

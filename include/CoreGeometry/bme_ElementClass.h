@@ -26,7 +26,7 @@ template<> struct omu_EnumTable<bme_OrientationFreqEnm> {
 ///            otherwise; reading throws nex_TextException when the arrays do not fit the element count.
 /// Cost       copies share connectivity and labels; a change copies what is shared.
 /// Threads    a value.
-/// Stored as  13 fields, numElements to DDBconnectivity (module/mesh/bme_ElementClass.cpp, StoredFields)
+/// Stored as  13 fields, numElements to DDBconnectivity (module/mesh/data/bme_ElementClass.cpp, StoredFields)
 class CORE_GEOMETRY_API bme_ElementClass {
 public:
   static unsigned TypeId() noexcept;

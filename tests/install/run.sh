@@ -14,7 +14,7 @@ cmake --build "$work/cmake" >"$work/build.log"
 echo "find_package: built and ran"
 
 pc=$(dirname "$(find "$work/installed" -name coregeometry.pc)")
-read -ra options <<<"$(PKG_CONFIG_PATH=$pc pkg-config --cflags --libs coregeometry) $flags"
+read -ra options <<<"$(PKG_CONFIG_PATH=$pc pkg-config --cflags --libs coregeometry) -std=c++20 $flags"
 "$compiler" "$here/consumer/main.cpp" -o "$work/consumer" "${options[@]}" -Wl,-rpath,"$(dirname "$pc")"
 "$work/consumer"
 echo "pkg-config: built and ran"

@@ -1,4 +1,4 @@
-#include "../module/mesh/bme_Duplicates.h"
+#include "../module/mesh/faces/bme_Duplicates.h"
 #include "EntityMeshes.h"
 
 #include <CoreGeometry/bme_ExternalFaces.h>

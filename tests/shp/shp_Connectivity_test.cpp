@@ -1,4 +1,4 @@
-#include "../module/shp/impl/shp_FactsCheck.h"
+#include "../module/shp/impl/tables/shp_FactsCheck.h"
 
 #include <CoreGeometry/shp_ShapeDictionary.h>
 

@@ -150,8 +150,8 @@ protected:
     mesh.Write(file_);
     return exo_ReadMesh(file_, exo_TypeMap(), id);
   }
-  static const exo_ImportedSet& Named(const exo_Import& import, const std::string& name) {
-    const auto at = std::ranges::find(import.sets, name, &exo_ImportedSet::name);
+  static const bme_NamedSet& Named(const exo_Import& import, const std::string& name) {
+    const auto at = std::ranges::find(import.sets, name, &bme_NamedSet::name);
     if (at == import.sets.end()) throw std::out_of_range(name);
     return *at;
   }
@@ -185,7 +185,7 @@ TEST_F(Sets, KeepNodesElementsAndFacetsByClassInTheirOrder) {
     mesh.mode = mode;
     const exo_Import import = Import(mesh, 12);
     std::vector<std::string> names;
-    for (const exo_ImportedSet& set : import.sets) names.push_back(set.name);
+    for (const bme_NamedSet& set : import.sets) names.push_back(set.name);
     EXPECT_EQ(names, (std::vector<std::string>{"block 7", "roof", "skin", "node set 5", "fixed", "wet",
                                                "fixed (side set 9)", "some"}));
     const rgnC_SetData& fixed = Named(import, "fixed").data;

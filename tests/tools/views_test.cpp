@@ -292,7 +292,7 @@ TEST_F(Views, VtuFilesHoldPointsCellsLabelsAndSets) {
     EXPECT_NE(types[i], 2) << "a cloud of points";
   }
   const auto fixed = vtu.Values<signed char>("fixed");
-  const auto set = std::ranges::find(import.sets, "fixed", &exo_ImportedSet::name);
+  const auto set = std::ranges::find(import.sets, "fixed", &bme_NamedSet::name);
   ASSERT_EQ(fixed.size(), 1441U);
   EXPECT_EQ(std::accumulate(fixed.begin(), fixed.end(), 0), set->data.SubSet(0).NumItems());
 }

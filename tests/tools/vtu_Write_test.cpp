@@ -7,18 +7,18 @@
 #include <vtu_Write.h>
 
 namespace {
-exo_ImportedSet SetOf(const cow_String& name, rgnC_SetType kind,
+bme_NamedSet SetOf(const cow_String& name, rgnC_SetType kind,
                       const std::vector<std::pair<res_SetTypeEnm, std::vector<int>>>& subsets, int mesh = 1) {
-  exo_ImportedSet set{name, kind, {}};
+  bme_NamedSet set{name, kind, {}};
   for (const auto& [type, ids] : subsets)
     set.data.AppendSubset(
         {mesh, rgnC_SubsetData::kNoClass, 0, 0, type, false, rgnC_SubsetData::Ids(ids), {}});
   return set;
 }
-exo_ImportedSet Nodes(const cow_String& name, const std::vector<int>& ids) {
+bme_NamedSet Nodes(const cow_String& name, const std::vector<int>& ids) {
   return SetOf(name, rgnC_NODE_SET, {{res_NODE_SET, ids}});
 }
-exo_ImportedSet Elements(const cow_String& name, const std::vector<int>& ids) {
+bme_NamedSet Elements(const cow_String& name, const std::vector<int>& ids) {
   return SetOf(name, rgnC_ELEMENT_SET, {{res_ELEMENT_SET, ids}});
 }
 
@@ -39,7 +39,7 @@ TEST(vtu_Write, HasCellsAndMarksOfEveryClassAsTheyAre) {
                         .Class("NOSUCH", 3, {1, 2, 3}, {12})
                         .Make();
   const TestFolder folder;
-  const std::vector<exo_ImportedSet> sets = {Nodes("some <nodes> & \"more\"", {7, 0}),
+  const std::vector<bme_NamedSet> sets = {Nodes("some <nodes> & \"more\"", {7, 0}),
                                              Elements("shells", {3, 4}),
                                              SetOf("elsewhere", rgnC_NODE_SET, {{res_NODE_SET, {1}}}, 2)};
   uti_OutputFile all(folder / "all.vtu");
@@ -141,7 +141,7 @@ TEST(vtu_Write, HasLongArraysInBlocks) {
 
 TEST(vtu_Write, GivesEachArrayANameOfItsOwnAndTellsOfOthers) {
   const auto mesh = MeshMaker().Box(3, 1, 1).Make();
-  const std::vector<exo_ImportedSet> sets = {
+  const std::vector<bme_NamedSet> sets = {
       Elements("A", {0}),
       Nodes("A", {1}),
       Elements("A (elements)", {1}), // of its name there is no other
@@ -197,7 +197,7 @@ TEST(vtu_Write, RefusesSetsThatTheMeshDoesNotHaveAndLeavesTheFileAsItWas) {
     uti_OutputFile output(file);
     vtu_WriteMesh(output, *mesh, {});
   }
-  const std::vector<exo_ImportedSet> wrong = {Nodes("far", {8})};
+  const std::vector<bme_NamedSet> wrong = {Nodes("far", {8})};
   try {
     uti_OutputFile output(file, {.force = true});
     vtu_WriteMesh(output, *mesh, wrong);

@@ -1,5 +1,5 @@
 // The coregeometry program: mesh files in, stored and queried models out.
-#include "cli_Command.h"
+#include "cli_Commands.h"
 #include "cli_Console.h"
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
@@ -17,23 +17,7 @@ int Run(int argc, char** argv) {
              "Exit codes: 0 done, 1 wrong input, 2 wrong usage.");
   app.set_version_flag("--version", CORE_GEOMETRY_VERSION);
   app.require_subcommand(1);
-  cli_AddImport(app);
-  cli_AddInfo(app);
-  cli_AddQuery(app);
-  cli_AddSets(app);
-  cli_AddCsys(app);
-  cli_AddLocate(app);
-  cli_AddUpgrade(app);
-  cli_AddCompact(app);
-  cli_AddShapes(app);
-  cli_AddCheck(app);
-  cli_AddDiff(app);
-  cli_AddDump(app);
-  cli_AddTravel(app);
-  cli_AddExport(app);
-  cli_AddRender(app);
-  cli_AddSkin(app);
-  cli_AddMeasure(app);
+  for (const auto add : cli_kCommands) add(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

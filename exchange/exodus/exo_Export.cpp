@@ -1,0 +1,317 @@
+#include <CoreGeometry/exo_Export.h>
+
+#include "exo_Write.h"
+#include <CoreGeometry/exo_Types.h>
+
+#include <BasicUtils/nex_Exception.h>
+#include <CoreGeometry/rgnC_Facet.h>
+#include <algorithm>
+#include <map>
+#include <numeric>
+#include <set>
+
+namespace {
+struct Kind {
+  exo_SetKind kind;
+  res_SetTypeEnm whole; ///< the type of a set that has nothing in it
+  std::span<const res_SetTypeEnm> items;
+};
+constexpr res_SetTypeEnm kNodes[] = {res_NODE_SET}, kElements[] = {res_ELEMENT_SET},
+                         kSides[] = {res_SURFACE_FACET, res_SURFACE_EDGE, res_SURFACE_ELEMENT};
+constexpr Kind kKinds[] = {{exo_SetKind::Nodes, res_NODE_SET, kNodes},
+                           {exo_SetKind::Sides, res_SURFACE_SET, kSides},
+                           {exo_SetKind::Elements, res_ELEMENT_SET, kElements}};
+
+/// Numbers of one kind, none of them twice.
+class Ids {
+public:
+  std::int64_t Take(std::int64_t wanted) {
+    if (wanted > 0 && taken_.insert(wanted).second) return wanted;
+    ++changed_;
+    while (!taken_.insert(next_).second) ++next_;
+    return next_;
+  }
+  long long Changed() const { return changed_; }
+
+private:
+  std::set<std::int64_t> taken_;
+  std::int64_t next_ = 1;
+  long long changed_ = 0;
+};
+
+/// Everything before the last slash that all categories have in common; the title of the file they came from.
+cow_String CommonTitle(const bme_ElementData& elements) {
+  if (elements.NumClasses() == 0) return {};
+  cow_String title = elements.GetClass(0).CategoryLabel();
+  for (std::size_t slash; (slash = title.rfind('/')) != cow_String::npos;) {
+    title.resize(slash);
+    bool isCommon = title.size() <= exo_kLongestTitle;
+    for (unsigned i = 0; i < elements.NumClasses(); ++i)
+      isCommon = isCommon && elements.GetClass(i).CategoryLabel().starts_with(title + "/");
+    if (isCommon) return title;
+  }
+  return {};
+}
+
+class Exporter {
+public:
+  Exporter(const bme_Mesh& mesh, std::span<const bme_NamedSet> sets) : mesh_(mesh), sets_(sets) {}
+
+  exo_Ledger Run(uti_OutputFile& output) {
+    AddNodes();
+    title_ = CommonTitle(mesh_.ElementData());
+    out_.title = title_;
+    isBlock_.resize(sets_.size());
+    AddBlocks(output.Name());
+    AddLabels();
+    for (const Kind& kind : kKinds) {
+      Ids ids;
+      for (std::size_t i = 0; i < sets_.size(); ++i)
+        if (!isBlock_[i]) AddSet(kind, sets_[i], ids);
+      Count("numbers of sets") += ids.Changed();
+    }
+    CheckLengths();
+    exo_WriteFile(output, out_);
+    exo_Ledger ledger;
+    for (const auto& [what, count] : counts_)
+      if (count > 0) ledger.push_back({what, count, details_[what]});
+    exo_ListNotMesh(mesh_, ledger);
+    return ledger;
+  }
+
+private:
+  long long& Count(const cow_String& what, const cow_String& detail = {}) {
+    if (!detail.empty()) details_[what] = detail;
+    return counts_[what];
+  }
+
+  void AddNodes() {
+    const bme_NodeData& nodes = mesh_.NodeData();
+    out_.xyz = nodes.Coordinates().Const();
+    out_.numDims = static_cast<int>(std::clamp(nodes.Dimension(), 1U, 3U));
+    int needed = 1;
+    for (std::size_t i = 0; i < out_.xyz.size(); ++i)
+      if (out_.xyz[i] != 0) needed = std::max(needed, static_cast<int>(i % 3) + 1);
+    if (needed > out_.numDims) {
+      Count("dimensions of the mesh", "written with " + std::to_string(needed)
+                                          + ", since its nodes have such coordinates") = out_.numDims;
+      out_.numDims = needed;
+    }
+    if (nodes.HasUserNodeLabels()) out_.nodeLabels = nodes.UserNodeLabels().Const();
+  }
+
+  void AddBlocks(const cow_String& fileName) {
+    Ids ids;
+    for (unsigned i = 0; i < mesh_.ElementData().NumClasses(); ++i) {
+      const bme_ElementClass& type = mesh_.ElementData().GetClass(i);
+      exo_CheckNodes(mesh_, type, fileName);
+      exo_OutBlock& block = out_.blocks.emplace_back();
+      const cow_String& category = type.CategoryLabel();
+      block.name = title_.empty() || category.empty() ? category : category.substr(title_.size() + 1);
+      block.id = ids.Take(BlockId(type, block.name, static_cast<std::int64_t>(i) + 1));
+      block.numElements = type.NumElements();
+      AddRows(type, block);
+    }
+    Count("numbers of blocks") = ids.Changed();
+  }
+
+  /// Of the set that stands for the class, or the number given.
+  std::int64_t BlockId(const bme_ElementClass& type, const cow_String& name, std::int64_t otherwise) {
+    cow_String longName = name;
+    for (std::size_t i = 0; i < sets_.size(); ++i) {
+      const bme_NamedSet& set = sets_[i];
+      if (isBlock_[i] || set.kind != rgnC_ELEMENT_SET) continue;
+      const cow_String id = "block " + std::to_string(set.data.GetSetIndex());
+      if (set.name != name && set.name != id
+          && set.name != longName.assign(name).append(" (").append(id).append(")"))
+        continue;
+      if (set.name == id && !name.empty() && name != id) continue;
+      if (!HoldsAll(set.data, type)) continue;
+      isBlock_[i] = true;
+      return set.data.GetSetIndex();
+    }
+    return otherwise;
+  }
+
+  static bool HoldsAll(const rgnC_SetData& set, const bme_ElementClass& type) {
+    if (set.NumSubset() == 0) return type.NumElements() == 0;
+    const rgnC_SubsetData& only = set.SubSet(0);
+    if (set.NumSubset() > 1 || only.SubsetType() != res_ELEMENT_SET || only.NumItems() != type.NumElements())
+      return false;
+    int next = type.FirstElementIndex();
+    return std::ranges::all_of(only.IdArray(), [&](int id) { return id == next++; });
+  }
+
+  void AddRows(const bme_ElementClass& type, exo_OutBlock& block) {
+    const shp_Shape* shape = type.Shape();
+    const std::span<const int> all = type.ElementConnectivity().Const();
+    auto columns = static_cast<std::size_t>(type.NumNodesPerElem());
+    if (columns == 0 && shape) columns = static_cast<std::size_t>(shape->NumNodes());
+    const std::optional<exo_TypeName> name = shape ? exo_NameType(*shape, out_.numDims) : std::nullopt;
+    std::vector<int> order(name ? name->order.size() : columns);
+    if (name)
+      order = name->order;
+    else
+      std::iota(order.begin(), order.end(), 0);
+    sides_.push_back(name ? name->sides : std::vector<exo_Side>());
+    const cow_String& label = type.ElemTypeLabel();
+    block.type = name ? name->name : label;
+    const cow_String what = label + ", as " + block.type + std::to_string(order.size());
+    if (name && name->label != label)
+      Count("element types with a label of their own",
+            Joined("element types with a label of their own", what)) += 1;
+    if (shape && !name)
+      Count("element types unknown to the format", Joined("element types unknown to the format", what)) += 1;
+    if (order.size() < columns)
+      Count("elements without their last nodes", Joined("elements without their last nodes", what)) +=
+          type.NumElements();
+    block.nodesPerElement = static_cast<int>(order.size());
+    block.nodes.resize(static_cast<std::size_t>(type.NumElements()) * order.size());
+    for (std::size_t row = 0; row < static_cast<std::size_t>(type.NumElements()); ++row)
+      for (std::size_t k = 0; k < order.size(); ++k)
+        block.nodes[row * order.size() + static_cast<std::size_t>(order[k])] = all[row * columns + k] + 1;
+  }
+
+  /// Adds one more to the details, unless it is there.
+  cow_String Joined(const cow_String& what, const cow_String& more) {
+    const cow_String& before = details_[what];
+    if (before.empty()) return more;
+    const bool isThere = ("; " + before + ";").find("; " + more + ";") != cow_String::npos;
+    return isThere ? before : before + "; " + more;
+  }
+
+  void AddLabels() {
+    const bme_ElementData& elements = mesh_.ElementData();
+    const bool hasLabels = elements.HasUserElementLabels();
+    for (unsigned i = 0; i < elements.NumClasses(); ++i) {
+      const std::span<const int> labels = elements.GetClass(i).UserElementLabels();
+      if (hasLabels)
+        out_.elementLabels.insert(out_.elementLabels.end(), labels.begin(), labels.end());
+      else
+        Count("element labels that only some classes have") += static_cast<long long>(labels.size());
+    }
+  }
+
+  void AddSet(const Kind& kind, const bme_NamedSet& set, Ids& ids) {
+    const rgnC_SetData& data = set.data;
+    exo_OutSet made{kind.kind, 0, set.name, {}, {}};
+    bool isOfKind = data.NumSubset() == 0 && data.GetSetType() == kind.whole;
+    for (int i = 0; i < data.NumSubset(); ++i) {
+      const rgnC_SubsetData& subset = data.SubSet(i);
+      const res_SetTypeEnm type = subset.SubsetType();
+      if (kind.kind == exo_SetKind::Nodes && (type == res_SURFACE_NODE || type == res_SURFACE_ANALYTICAL))
+        Count("entries of surfaces that are nodes or analytic") += subset.NumItems();
+      if (std::ranges::find(kind.items, type) == kind.items.end()) continue;
+      isOfKind = true;
+      if (subset.MeshIndex() != mesh_.Id())
+        Count("entries of sets in other meshes") += subset.NumItems();
+      else if (kind.kind == exo_SetKind::Sides)
+        AddSides(subset, made);
+      else
+        AddIds(set, subset, made);
+    }
+    if (!isOfKind) return;
+    made.id = ids.Take(data.GetSetIndex());
+    out_.sets.push_back(std::move(made));
+  }
+
+  void AddIds(const bme_NamedSet& set, const rgnC_SubsetData& subset, exo_OutSet& made) const {
+    const unsigned most =
+        made.kind == exo_SetKind::Nodes ? mesh_.NodeData().NumNodes() : mesh_.ElementData().NumElements();
+    for (const int id : subset.IdArray()) {
+      if (static_cast<unsigned>(id) >= most)
+        throw nex_TextException("set \"" + set.name + "\": index " + std::to_string(id) + " is outside the "
+                                + std::to_string(most) + " of the mesh");
+      made.entries.push_back(id + 1);
+    }
+  }
+
+  void AddSides(const rgnC_SubsetData& subset, exo_OutSet& made) {
+    const std::span<const int> ids = subset.IdArray(), facets = subset.FacetIdArray();
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+      const int facet = facets.empty() ? 0 : facets[i];
+      const unsigned classIndex = mesh_.ElementData().GetClassIndex(static_cast<unsigned>(ids[i]));
+      const int side = classIndex < sides_.size() ? SideOf(classIndex, subset.SubsetType(), facet) : 0;
+      if (side == 0) {
+        ++Count("entries of surfaces", "no side of the file's element");
+        continue;
+      }
+      made.entries.push_back(ids[i] + 1);
+      made.sides.push_back(side);
+    }
+  }
+
+  /// Counted from 1; 0 when there is none.
+  int SideOf(unsigned classIndex, res_SetTypeEnm type, int facet) const {
+    const std::vector<exo_Side>& sides = sides_[classIndex];
+    if (sides.empty()) return type == res_SURFACE_ELEMENT ? 1 : 0; // any number means the element
+    const bool isWhole = type == res_SURFACE_ELEMENT;
+    auto at = std::ranges::find_if(
+        sides, [&](const exo_Side& side) { return side.kind == type && (isWhole || side.facet == facet); });
+    if (at == sides.end() && type == res_SURFACE_EDGE) { // the same edge as another face has it
+      const shp_Shape& shape = *mesh_.ElementData().GetClass(classIndex).Shape();
+      const std::set<int> wanted = EdgeNodes(shape, facet);
+      at = std::ranges::find_if(sides, [&](const exo_Side& side) {
+        return side.kind == type && EdgeNodes(shape, side.facet) == wanted;
+      });
+    }
+    return at == sides.end() ? 0 : static_cast<int>(at - sides.begin()) + 1;
+  }
+  static std::set<int> EdgeNodes(const shp_Shape& shape, int facet) {
+    const rgnC_EdgeFacet edge = rgnC_EdgeFacetOf(facet);
+    const std::span<const int> nodes = shape.EdgeNodes(edge.face, edge.edge);
+    return {nodes.begin(), nodes.end()};
+  }
+
+  void CheckLengths() {
+    for (const exo_OutBlock& block : out_.blocks) {
+      Count("ends of names", "longer than the format allows") += block.name.size() > exo_kLongestName;
+      Count("ends of names") += block.type.size() > exo_kLongestType;
+    }
+    for (const exo_OutSet& set : out_.sets) Count("ends of names") += set.name.size() > exo_kLongestName;
+  }
+
+  const bme_Mesh& mesh_;
+  std::span<const bme_NamedSet> sets_;
+  cow_String title_;
+  exo_OutMesh out_;
+  std::vector<char> isBlock_;                ///< of each set
+  std::vector<std::vector<exo_Side>> sides_; ///< of each class
+  std::map<cow_String, long long> counts_;
+  std::map<cow_String, cow_String> details_;
+};
+} // namespace
+
+exo_Ledger exo_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets) {
+  return Exporter(mesh, sets).Run(output);
+}
+
+void exo_ListNotMesh(const bme_Mesh& mesh, exo_Ledger& ledger) {
+  const auto note = [&](const char* what, long long count) {
+    if (count > 0) ledger.push_back({what, count, {}});
+  };
+  long long controls = 0, orientations = 0, locations = 0;
+  for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i) {
+    const bme_ElementClass& type = mesh.ElementData().GetClass(i);
+    controls += !type.GetElemControlParams().IsDefault();
+    orientations += type.OrientationFreq() != bme_ORIENTATION_NONE;
+    locations += type.LocationLabels() != cow_List<cow_String>();
+  }
+  note("placements of the mesh", mesh.Transform() ? 1 : 0);
+  note("classes with element control parameters", controls);
+  note("classes with orientations", orientations);
+  note("classes with section point labels", locations);
+}
+
+void exo_CheckNodes(const bme_Mesh& mesh, const bme_ElementClass& type, const cow_String& place) {
+  const std::span<const int> all = type.ElementConnectivity().Const();
+  const unsigned numNodes = mesh.NodeData().NumNodes();
+  const auto at =
+      std::ranges::find_if(all, [&](int node) { return static_cast<unsigned>(node) >= numNodes; });
+  if (at == all.end()) return;
+  const auto element = (at - all.begin()) / type.NumNodesPerElem();
+  throw nex_TextException(place + ": class " + std::to_string(type.ClassIndex()) + " (" + type.ElemTypeLabel()
+                          + "), element " + std::to_string(element + 1) + ": node index "
+                          + std::to_string(*at) + " is outside the " + std::to_string(numNodes)
+                          + " nodes of the mesh");
+}

@@ -1,0 +1,310 @@
+#include <CoreGeometry/exo_Import.h>
+
+#include "exo_File.h"
+#include "exo_Labels.h"
+
+#include <BasicUtils/thr_ThreadSingleton.h>
+#include <BasicUtils/wip_WIP.h>
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace {
+constexpr std::int64_t kSlice = 1 << 17; ///< numbers read at a time: they stay in the cache
+
+/// Tells the host how much of the file's numbers has been read.
+class Progress {
+public:
+  explicit Progress(const exo_File& file) : total_(3.0 * static_cast<double>(file.NumNodes())) {
+    for (const exo_Block& block : file.Blocks())
+      total_ += static_cast<double>(block.numElements) * static_cast<double>(block.nodesPerElement + 1);
+  }
+  void Add(std::int64_t numbers) {
+    done_ += static_cast<double>(numbers);
+    channel_.CheckCancelled();
+    if (total_ > 0) channel_.Progress(std::min(1.0, done_ / total_));
+  }
+
+private:
+  wip_WIP& channel_ = thr_ThreadSingleton<wip_WIP>::Instance();
+  double total_, done_ = 0;
+};
+
+/// One block's elements in the order of their positions in the file.
+struct LabelledBlock {
+  const exo_Block* block;
+  std::int64_t firstElement; ///< position in the whole file
+  cls_xp1DArrayListInt labels;
+};
+
+class Importer {
+public:
+  Importer(const cow_String& fileName, const exo_TypeMap& types)
+      : file_(fileName), types_(types), progress_(file_) {}
+  exo_Import Run(unsigned meshId);
+
+private:
+  [[noreturn]] void Fail(const cow_String& why) const { throw nex_TextException(file_.Name() + ": " + why); }
+  uti_CoordCont3D ReadCoordinates();
+  void Round(std::span<const double> values, std::int64_t firstNode, std::size_t axis, std::span<float> xyz);
+  [[noreturn]] void FailAtCoordinate(std::span<const double> values, std::int64_t firstNode,
+                                     std::size_t axis);
+  cls_xp1DArrayListInt ReadNodeLabels();
+  std::vector<LabelledBlock> ReadElementLabels();
+  bme_ElementClass* ReadBlock(const exo_Block& block, unsigned meshId, std::vector<exo_Side>& sides);
+  std::vector<exo_BlockPlace> Places() const;
+  template<class Int> void ReadRows(const exo_Block& block, std::span<const int> order, std::span<int> nodes);
+  [[noreturn]] void FailAtNode(const exo_Block& block, std::int64_t element, long long node) const;
+  static cow_String Describe(const exo_Block& block) {
+    return "block " + std::to_string(block.id) + " (" + block.type + ")";
+  }
+  cow_String CategoryOf(const exo_Block& block) const;
+
+  exo_File file_;
+  const exo_TypeMap& types_;
+  Progress progress_;
+  exo_Import result_;
+  std::int64_t roundedNode_ = -1;
+};
+
+exo_Import Importer::Run(unsigned meshId) {
+  auto nodes = std::make_unique<bme_NodeData>(ReadCoordinates(), static_cast<unsigned>(file_.NumDims()));
+  cls_xp1DArrayListInt nodeLabels = ReadNodeLabels();
+  if (roundedNode_ >= 0) result_.rounding.nodeLabel = nodeLabels.ConstGet(roundedNode_);
+  if (!nodeLabels.IsEmpty()) nodes->SetUserNodeLabels(std::move(nodeLabels));
+
+  std::vector<LabelledBlock> blocks = ReadElementLabels();
+  std::vector<exo_BlockPlace> places = Places();
+  std::vector<std::unique_ptr<bme_ElementClass>> classes;
+  for (exo_BlockPlace& place : places) {
+    if (place.classIndex < 0) continue;
+    LabelledBlock& labelled = blocks[static_cast<std::size_t>(place.classIndex)];
+    classes.emplace_back(ReadBlock(*labelled.block, meshId, place.sides));
+    classes.back()->SetUserElementLabels(std::move(labelled.labels));
+  }
+  std::vector<bme_ElementClass*> handedOver;
+  handedOver.reserve(classes.size());
+  for (auto& elements : classes) handedOver.push_back(elements.release());
+  auto* elements = new bme_ElementData(handedOver.data(), static_cast<unsigned>(handedOver.size()));
+  result_.mesh = std::make_unique<bme_Mesh>(meshId, nodes.release(), elements, bme_ORPHAN_MESH, nullptr);
+  result_.title = file_.Title();
+  result_.ledger = exo_ListNotCarried(file_);
+  result_.sets = exo_ReadSets(file_, places, static_cast<int>(meshId), result_.ledger);
+  return std::move(result_);
+}
+
+uti_CoordCont3D Importer::ReadCoordinates() {
+  const std::int64_t count = file_.NumNodes();
+  const auto dims = static_cast<std::size_t>(file_.NumDims());
+  cow_ArrayCOW<float> xyz;
+  xyz.ResizeUninitialised(static_cast<std::size_t>(3 * count));
+  const std::span<float> all = xyz.Modify();
+  std::vector<double> buffer[3];
+  for (std::size_t axis = 0; axis < dims; ++axis)
+    buffer[axis].resize(static_cast<std::size_t>(std::min(count, kSlice)));
+  for (std::int64_t first = 0; first < count; first += kSlice) {
+    const auto n = static_cast<std::size_t>(std::min(kSlice, count - first));
+    const std::span<float> part = all.subspan(static_cast<std::size_t>(3 * first), 3 * n);
+    const auto Part = [&](std::size_t axis) { return std::span(buffer[axis]).first(axis < dims ? n : 0); };
+    file_.ReadCoordinates(first, Part(0), Part(1), Part(2));
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      if (axis < dims)
+        Round(Part(axis), first, axis, part);
+      else
+        for (std::size_t i = 0; i < n; ++i) part[3 * i + axis] = 0.0F;
+    }
+    progress_.Add(static_cast<std::int64_t>(3 * n));
+  }
+  return uti_CoordCont3D(std::move(xyz));
+}
+
+void Importer::Round(std::span<const double> values, std::int64_t firstNode, std::size_t axis,
+                     std::span<float> xyz) {
+  double largest = 0;
+  bool isFinite = true;
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const auto rounded = static_cast<float>(values[i]);
+    isFinite &= std::abs(rounded) <= std::numeric_limits<float>::max();
+    largest = std::max(largest, std::abs(rounded - values[i]));
+    xyz[3 * i + axis] = rounded;
+  }
+  if (!isFinite) FailAtCoordinate(values, firstNode, axis);
+  if (largest <= result_.rounding.change) return;
+  std::size_t i = 0;
+  while (std::abs(xyz[3 * i + axis] - values[i]) < largest) ++i;
+  result_.rounding = {largest, 0, "xyz"[axis]};
+  roundedNode_ = firstNode + static_cast<std::int64_t>(i);
+}
+
+void Importer::FailAtCoordinate(std::span<const double> values, std::int64_t firstNode, std::size_t axis) {
+  std::size_t i = 0;
+  while (std::isfinite(static_cast<float>(values[i]))) ++i;
+  char text[40];
+  std::snprintf(text, sizeof text, "%.17g", values[i]);
+  Fail("node " + std::to_string(firstNode + static_cast<std::int64_t>(i) + 1) + ": " + "xyz"[axis] + " = "
+       + text + (std::isfinite(values[i]) ? " does not fit single precision" : " is not a number"));
+}
+
+cls_xp1DArrayListInt Importer::ReadNodeLabels() {
+  const std::int64_t count = file_.NumNodes();
+  cls_xp1DArrayListInt labels;
+  labels.Reserve(static_cast<std::size_t>(count));
+  std::vector<std::int64_t> buffer(static_cast<std::size_t>(std::min(count, kSlice)));
+  for (std::int64_t first = 0; first < count; first += kSlice) {
+    const std::span<std::int64_t> part(buffer.data(),
+                                       static_cast<std::size_t>(std::min(kSlice, count - first)));
+    file_.ReadNodeLabels(first, part);
+    const std::size_t fitting = exo_AppendLabels(part, labels);
+    if (fitting < part.size())
+      Fail("node " + std::to_string(first + static_cast<std::int64_t>(fitting) + 1) + ": label "
+           + std::to_string(part[fitting]) + " does not fit 32 bits");
+  }
+  const std::span<const int> all[] = {labels.Const()};
+  if (const auto twice = exo_FindDuplicate(all))
+    Fail("node label " + std::to_string(twice->label) + " is given twice, to nodes "
+         + std::to_string(twice->first + 1) + " and " + std::to_string(twice->second + 1));
+  return labels;
+}
+
+std::vector<LabelledBlock> Importer::ReadElementLabels() {
+  std::vector<LabelledBlock> blocks;
+  std::int64_t inFile = 0, inMesh = 0;
+  bool isImplicit = true;
+  std::vector<std::int64_t> buffer;
+  for (const exo_Block& block : file_.Blocks()) {
+    const std::int64_t start = inFile;
+    inFile += block.numElements;
+    if (block.isRagged) continue;
+    LabelledBlock& made = blocks.emplace_back(LabelledBlock{&block, start, {}});
+    made.labels.Reserve(static_cast<std::size_t>(block.numElements));
+    for (std::int64_t first = 0; first < block.numElements; first += kSlice) {
+      buffer.resize(static_cast<std::size_t>(std::min(kSlice, block.numElements - first)));
+      file_.ReadElementLabels(start + first, buffer);
+      const std::size_t fitting = exo_AppendLabels(buffer, made.labels);
+      if (fitting < buffer.size())
+        Fail(Describe(block) + ", element " + std::to_string(first + static_cast<std::int64_t>(fitting) + 1)
+             + ": label " + std::to_string(buffer[fitting]) + " does not fit 32 bits");
+      for (const std::int64_t label : buffer) isImplicit &= label == ++inMesh;
+      progress_.Add(static_cast<std::int64_t>(buffer.size()));
+    }
+  }
+  if (isImplicit) {
+    for (LabelledBlock& block : blocks) block.labels.Clear();
+    return blocks;
+  }
+  std::vector<std::span<const int>> all;
+  all.reserve(blocks.size());
+  for (const LabelledBlock& block : blocks) all.push_back(block.labels.Const());
+  if (const auto twice = exo_FindDuplicate(all)) {
+    const auto Place = [&](std::size_t position) {
+      std::size_t i = 0;
+      while (position >= all[i].size()) position -= all[i++].size();
+      return Describe(*blocks[i].block) + ", element " + std::to_string(position + 1);
+    };
+    Fail("element label " + std::to_string(twice->label) + " is given twice, to " + Place(twice->first)
+         + " and to " + Place(twice->second));
+  }
+  return blocks;
+}
+
+cow_String Importer::CategoryOf(const exo_Block& block) const {
+  const cow_String name = block.name.empty() ? "block " + std::to_string(block.id) : block.name;
+  return file_.Title().empty() ? name : file_.Title() + "/" + name;
+}
+
+std::vector<exo_BlockPlace> Importer::Places() const {
+  std::vector<exo_BlockPlace> places;
+  std::int64_t inFile = 0;
+  int inMesh = 0, numClasses = 0;
+  for (const exo_Block& block : file_.Blocks()) {
+    places.push_back({&block, inFile, inMesh, block.isRagged ? -1 : numClasses, {}});
+    inFile += block.numElements;
+    if (block.isRagged) continue;
+    inMesh += static_cast<int>(block.numElements);
+    ++numClasses;
+  }
+  return places;
+}
+
+bme_ElementClass* Importer::ReadBlock(const exo_Block& block, unsigned meshId, std::vector<exo_Side>& sides) {
+  const std::int64_t columns = block.numElements > 0 ? block.nodesPerElement : 0;
+  exo_ElementType type = types_.Find(block.type, static_cast<int>(block.nodesPerElement), file_.NumDims());
+  cow_ArrayCOW<int> rows;
+  rows.ResizeUninitialised(static_cast<std::size_t>(block.numElements * columns));
+  if (file_.HasWideNumbers())
+    ReadRows<std::int64_t>(block, type.order, rows.Modify());
+  else
+    ReadRows<int>(block, type.order, rows.Modify());
+  auto made = std::make_unique<bme_ElementClass>(
+      type.label, cls_xp2DArrayInt(static_cast<std::size_t>(columns), std::move(rows)));
+  sides = std::move(type.sides);
+  made->SetMeshIndex(static_cast<int>(meshId));
+  made->SetCategoryLabel(CategoryOf(block));
+  result_.blocks.push_back({block.id, block.type, type.label, type.supported, block.numElements});
+  return made.release();
+}
+
+template<class Int>
+void Importer::ReadRows(const exo_Block& block, std::span<const int> order, std::span<int> nodes) {
+  const std::int64_t columns = block.nodesPerElement;
+  if (columns == 0 || nodes.empty()) return;
+  const std::int64_t rowsPerSlice = std::max<std::int64_t>(1, kSlice / columns);
+  const auto numNodes = static_cast<std::uint64_t>(file_.NumNodes());
+  std::vector<Int> buffer(static_cast<std::size_t>(std::min(block.numElements, rowsPerSlice) * columns));
+  for (std::int64_t first = 0; first < block.numElements; first += rowsPerSlice) {
+    const std::int64_t rows = std::min(rowsPerSlice, block.numElements - first);
+    const auto count = static_cast<std::size_t>(rows * columns);
+    file_.ReadConnectivity(block, first, rows, buffer.data());
+    const std::span<const Int> read(buffer.data(), count);
+    const std::span<int> target = nodes.subspan(static_cast<std::size_t>(first * columns), count);
+    bool isInside = true;
+    for (std::size_t i = 0; i < count; ++i) {
+      const std::int64_t node = std::int64_t{read[i]} - 1;
+      isInside &= static_cast<std::uint64_t>(node) < numNodes;
+      target[i] = static_cast<int>(node);
+    }
+    if (!isInside) {
+      const auto at = std::ranges::find_if(
+          read, [&](Int node) { return static_cast<std::uint64_t>(std::int64_t{node} - 1) >= numNodes; });
+      FailAtNode(block, first + (at - read.begin()) / columns + 1, static_cast<long long>(*at));
+    }
+    if (!order.empty()) {
+      for (std::size_t row = 0; row < count; row += order.size())
+        for (std::size_t k = 0; k < order.size(); ++k)
+          target[row + k] = static_cast<int>(read[row + static_cast<std::size_t>(order[k])] - 1);
+    }
+    progress_.Add(static_cast<std::int64_t>(count));
+  }
+}
+
+void Importer::FailAtNode(const exo_Block& block, std::int64_t element, long long node) const {
+  Fail(Describe(block) + ", element " + std::to_string(element) + ": node " + std::to_string(node)
+       + " is outside 1.." + std::to_string(file_.NumNodes()));
+}
+} // namespace
+
+exo_Import exo_ReadMesh(const cow_String& fileName, const exo_TypeMap& types, unsigned meshId) {
+  return Importer(fileName, types).Run(meshId);
+}
+
+void exo_Renumber(exo_Import& import, unsigned meshId) {
+  import.mesh = std::make_unique<bme_Mesh>(*import.mesh, meshId);
+  bme_ElementData& elements = import.mesh->ElementDataToModify();
+  for (unsigned i = 0; i < elements.NumClasses(); ++i)
+    elements.GetClassToModify(i).SetMeshIndex(static_cast<int>(meshId));
+  for (bme_NamedSet& set : import.sets) {
+    rgnC_SetData made;
+    made.SetLabel(set.data.GetSetLabel());
+    made.SetIndex(set.data.GetSetIndex());
+    made.SetType(set.data.GetSetType());
+    for (int i = 0; i < set.data.NumSubset(); ++i) {
+      const rgnC_SubsetData& old = set.data.SubSet(i);
+      if (old.IsUnsorted()) made.SetUnsorted(true);
+      made.AppendSubset(rgnC_SubsetData(
+          static_cast<int>(meshId), old.ClassIndex(), i, old.GetSetIndex(), old.SubsetType(),
+          old.IsUnsorted(), rgnC_SubsetData::Ids(old.IdArray()), rgnC_SubsetData::Ids(old.FacetIdArray())));
+    }
+    made.SetConstructionOk(true);
+    set.data = made;
+  }
+}

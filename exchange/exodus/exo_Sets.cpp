@@ -1,0 +1,161 @@
+#include "exo_Sets.h"
+
+#include <BasicUtils/thr_ThreadSingleton.h>
+#include <BasicUtils/wip_WIP.h>
+#include <algorithm>
+#include <limits>
+#include <numeric>
+#include <set>
+
+namespace {
+struct Kind {
+  exo_SetKind kind;
+  const char* name;
+  const char* entry;
+  rgnC_SetType regionType;
+  res_SetTypeEnm setType;
+};
+constexpr Kind kBlocks{exo_SetKind::Elements, "block", "element", rgnC_ELEMENT_SET, res_ELEMENT_SET};
+constexpr Kind kKinds[] = {
+    {exo_SetKind::Nodes, "node set", "node", rgnC_NODE_SET, res_NODE_SET},
+    {exo_SetKind::Sides, "side set", "element", rgnC_MESH_SURFACE, res_SURFACE_SET},
+    {exo_SetKind::Elements, "element set", "element", rgnC_ELEMENT_SET, res_ELEMENT_SET}};
+
+/// The subset of one class and kind while it is gathered.
+struct Group {
+  int classIndex;
+  res_SetTypeEnm type;
+  std::vector<int> ids{}, facets{};
+};
+
+class Reader {
+public:
+  Reader(const exo_File& file, std::span<const exo_BlockPlace> blocks, int meshId)
+      : file_(file), blocks_(blocks), meshId_(meshId) {}
+
+  std::vector<bme_NamedSet> Run(exo_Ledger& ledger) {
+    for (const exo_BlockPlace& block : blocks_)
+      if (block.classIndex >= 0) AddBlock(block);
+    for (const exo_Set& set : file_.Sets()) {
+      thr_ThreadSingleton<wip_WIP>::Instance().CheckCancelled();
+      AddSet(set);
+    }
+    const auto note = [&](const char* what, long long count, const char* detail) {
+      if (count > 0) ledger.push_back({what, count, detail});
+    };
+    note("sides without a face or edge here", numUnknownSides_, "kept as elements of their surface");
+    note("entries of sets", numDropped_, "elements that were not carried over");
+    note("numbers of blocks and sets", numWideIds_, "do not fit 32 bits");
+    return std::move(sets_);
+  }
+
+private:
+  void AddBlock(const exo_BlockPlace& place) {
+    Group all{place.classIndex, res_ELEMENT_SET};
+    all.ids.resize(static_cast<std::size_t>(place.block->numElements));
+    std::iota(all.ids.begin(), all.ids.end(), place.firstInMesh);
+    Add(kBlocks, place.block->id, place.block->name, {&all, 1});
+  }
+
+  void AddSet(const exo_Set& set) {
+    const Kind& kind = *std::ranges::find(kKinds, set.kind, &Kind::kind);
+    file_.ReadSet(set, entries_, sides_);
+    const std::int64_t most = set.kind == exo_SetKind::Nodes ? file_.NumNodes() : file_.NumElements();
+    bool isInside = true;
+    for (const long long number : entries_) isInside &= number >= 1 && number <= most;
+    if (!isInside) {
+      const auto at =
+          std::ranges::find_if(entries_, [&](long long number) { return number < 1 || number > most; });
+      throw nex_TextException(file_.Name() + ": " + kind.name + " " + std::to_string(set.id) + ", entry "
+                              + std::to_string(at - entries_.begin() + 1) + ": " + kind.entry + " "
+                              + std::to_string(*at) + " is outside 1.." + std::to_string(most));
+    }
+    std::vector<Group> groups;
+    if (set.kind == exo_SetKind::Nodes)
+      groups = GatherNodes();
+    else
+      groups = GatherElements(set.kind);
+    Add(kind, set.id, set.name, groups);
+  }
+
+  std::vector<Group> GatherNodes() const {
+    std::vector<Group> groups(1, {rgnC_SubsetData::kNoClass, res_NODE_SET});
+    groups[0].ids.resize(entries_.size());
+    std::ranges::transform(entries_, groups[0].ids.begin(),
+                           [](long long number) { return static_cast<int>(number - 1); });
+    return groups;
+  }
+
+  /// One group for each kind in each block, many of them empty.
+  std::vector<Group> GatherElements(exo_SetKind kind) {
+    static constexpr res_SetTypeEnm kTypes[] = {res_ELEMENT_SET, res_SURFACE_FACET, res_SURFACE_EDGE,
+                                                res_SURFACE_ELEMENT};
+    constexpr std::size_t kNumTypes = std::size(kTypes);
+    std::vector<Group> groups;
+    for (const exo_BlockPlace& block : blocks_)
+      for (const res_SetTypeEnm type : kTypes) groups.push_back({block.classIndex, type});
+    const exo_BlockPlace* block = nullptr;
+    for (std::size_t i = 0; i < entries_.size(); ++i) {
+      const std::int64_t element = entries_[i] - 1;
+      if (!block || element < block->firstInFile || element - block->firstInFile >= block->block->numElements)
+        block = &BlockOf(element);
+      if (block->classIndex < 0) {
+        ++numDropped_;
+        continue;
+      }
+      std::size_t type = 0;
+      int facet = 0;
+      if (kind == exo_SetKind::Sides) {
+        const auto side = static_cast<std::uint64_t>(sides_[i] - 1);
+        const exo_Side found = side < block->sides.size() ? block->sides[side] : exo_Side();
+        type = static_cast<std::size_t>(std::ranges::find(kTypes, found.kind) - kTypes);
+        facet = found.facet;
+        numUnknownSides_ += found.kind == res_SURFACE_ELEMENT;
+      }
+      Group& group = groups[static_cast<std::size_t>(block - blocks_.data()) * kNumTypes + type];
+      group.ids.push_back(block->firstInMesh + static_cast<int>(element - block->firstInFile));
+      if (type == 1 || type == 2) group.facets.push_back(facet);
+    }
+    return groups;
+  }
+
+  const exo_BlockPlace& BlockOf(std::int64_t element) const {
+    return *(std::ranges::upper_bound(blocks_, element, {}, &exo_BlockPlace::firstInFile) - 1);
+  }
+
+  void Add(const Kind& kind, std::int64_t id, const cow_String& name, std::span<const Group> groups) {
+    const cow_String number = cow_String(kind.name) + " " + std::to_string(id);
+    bme_NamedSet made{name.empty() ? number : name, kind.regionType, {}};
+    while (!names_.insert(made.name).second) made.name += " (" + number + ")";
+    const bool isWide = id < std::numeric_limits<int>::min() || id > std::numeric_limits<int>::max();
+    numWideIds_ += isWide;
+    const int index = isWide ? 0 : static_cast<int>(id);
+    made.data.SetLabel(made.name);
+    made.data.SetIndex(index);
+    made.data.SetType(kind.setType);
+    for (const Group& group : groups) {
+      if (group.ids.empty()) continue;
+      const bool isUnsorted = !std::ranges::is_sorted(group.ids);
+      if (isUnsorted) made.data.SetUnsorted(true);
+      made.data.AppendSubset(cow_COW<rgnC_SubsetData>(
+          new rgnC_SubsetData(meshId_, group.classIndex, made.data.NumSubset(), index, group.type, isUnsorted,
+                              rgnC_SubsetData::Ids(group.ids), rgnC_SubsetData::Ids(group.facets))));
+    }
+    made.data.SetConstructionOk(true);
+    sets_.push_back(std::move(made));
+  }
+
+  const exo_File& file_;
+  std::span<const exo_BlockPlace> blocks_;
+  int meshId_;
+  std::vector<long long> entries_, sides_;
+  std::vector<bme_NamedSet> sets_;
+  std::set<cow_String> names_;
+  long long numUnknownSides_ = 0, numDropped_ = 0, numWideIds_ = 0;
+};
+} // namespace
+
+std::vector<bme_NamedSet> exo_ReadSets(const exo_File& file, std::span<const exo_BlockPlace> blocks,
+                                       int meshId, exo_Ledger& ledger) {
+  return Reader(file, blocks, meshId).Run(ledger);
+}

@@ -1,0 +1,27 @@
+// exo_Sets.h: the sets and blocks of an Exodus II file as sets of the mesh they were read with
+#pragma once
+
+#include "exo_File.h"
+#include <CoreGeometry/exo_Ledger.h>
+#include <CoreGeometry/exo_Sides.h>
+
+#include <CoreGeometry/bme_NamedSet.h>
+
+/// Where the elements of a block are in the mesh.
+struct exo_BlockPlace {
+  const exo_Block* block = nullptr;
+  std::int64_t firstInFile = 0; ///< position in the whole file
+  int firstInMesh = 0;
+  int classIndex = -1;         ///< -1 when the block was not carried over
+  std::vector<exo_Side> sides; ///< of each of its elements, side 1 first
+};
+
+/// Blocks become element sets, node and element sets what they are, side sets surfaces: facets and edges by
+/// their ids, sides that the element has no face or edge for as elements alone. Set index is the number in
+/// the file; a set without a name is called "node set <id>", "block <id>" and so on; of several of one name
+/// all but the first get that added. Order is kept within an element class.
+///
+/// Errors     nex_TextException naming file, set, entry and number; wip_Cancelled when the host asks to stop.
+/// Cost       one pass over flat arrays, one set in memory at a time.
+std::vector<bme_NamedSet> exo_ReadSets(const exo_File& file, std::span<const exo_BlockPlace> blocks,
+                                       int meshId, exo_Ledger& ledger);

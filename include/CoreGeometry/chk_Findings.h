@@ -1,0 +1,45 @@
+// chk_Findings.h: what the checks of stored objects find
+#pragma once
+
+#include <BasicUtils/cls_Check.h>
+#include <CoreGeometry/CoreGeometryExport.h>
+#include <span>
+
+class bme_Mesh;
+
+/// A finding about one root of a model, with the labels of the nodes or elements that it is about.
+struct chk_Finding : cls_Finding {
+  cow_String root;
+  std::vector<long long> labels; ///< the first kMostLabels of them
+  long long count = 0;           ///< of all of them
+  static constexpr std::size_t kMostLabels = 20;
+};
+
+/// Collects the findings about one root.
+class CORE_GEOMETRY_API chk_Findings {
+public:
+  chk_Findings(cow_String root, std::vector<chk_Finding>& findings)
+      : root_(std::move(root)), findings_(findings) {}
+
+  void Add(cow_String className, cow_String field, cow_String what, cow_String advice,
+           std::span<const long long> labels = {}, cls_Finding::Weight weight = cls_Finding::Weight::Fault);
+
+private:
+  cow_String root_;
+  std::vector<chk_Finding>& findings_;
+};
+
+/// Elements inside out, without size, or with a Jacobian that is not positive at integration points or nodes.
+/// Every node of an element must be there. Returns the elements without size, ascending.
+CORE_GEOMETRY_API std::vector<unsigned> chk_Elements(const bme_Mesh& mesh, chk_Findings& findings);
+
+/// Duplicated elements, nodes without elements, at the same place (within a ten-thousandth of an edge) or
+/// on the side of an element that they do not belong to, and of shells open edges, edges of more than two,
+/// and neighbours with opposite normals; all of them notes. Every node of an element must be there. Elements
+/// without size have no sides to be on.
+CORE_GEOMETRY_API void chk_Topology(const bme_Mesh& mesh, std::span<const unsigned> withoutSize,
+                                    chk_Findings& findings);
+
+/// Consistency of a mesh: lengths, connectivity within the node table, unique labels, finite coordinates,
+/// known element types.
+CORE_GEOMETRY_API void chk_Mesh(const bme_Mesh& mesh, chk_Findings& findings);

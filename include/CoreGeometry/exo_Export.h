@@ -1,0 +1,27 @@
+// exo_Export.h: a mesh as an Exodus II file
+#pragma once
+
+#include <CoreGeometry/ExchangeExport.h>
+#include <CoreGeometry/bme_NamedSet.h>
+
+#include <BasicUtils/uti_OutputFile.h>
+#include <CoreGeometry/bme_Mesh.h>
+
+/// Writes nodes, labels, element classes and sets: what reading the file again makes the same mesh of.
+///
+/// Classes become blocks in their order. The common beginning of their category labels is the title, the rest
+/// the name of the block; a set that holds just the elements of a class under that name gives the block its
+/// id. Node, element and side sets have the set's index as their id, or the next free one. Elements that
+/// the format has no type for are written with their first nodes only. What is lost is in the ledger.
+///
+/// Errors     nex_TextException naming file, class, element and node; see uti_OutputFile, which is committed.
+/// Cost       one pass; connectivity and sets are copied once.
+CORE_GEOMETRY_EXCHANGE_API exo_Ledger exo_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh,
+                                                    std::span<const bme_NamedSet> sets);
+
+/// What no format for meshes alone has a place for: placement, control parameters and so on.
+CORE_GEOMETRY_EXCHANGE_API void exo_ListNotMesh(const bme_Mesh& mesh, exo_Ledger& ledger);
+
+/// Throws nex_TextException unless every node of the class is one of the mesh; begins with `place`.
+CORE_GEOMETRY_EXCHANGE_API void exo_CheckNodes(const bme_Mesh& mesh, const bme_ElementClass& type,
+                                               const cow_String& place);

@@ -1,0 +1,12 @@
+// exo_Ledger.h: what a file holds that a model has no place for
+#pragma once
+
+#include <CoreUtils/cow_String.h>
+#include <vector>
+
+struct exo_LedgerEntry {
+  cow_String what;   ///< in plural, like "node sets"
+  long long count;   ///< -1 when the file does not tell
+  cow_String detail; ///< may be empty
+};
+using exo_Ledger = std::vector<exo_LedgerEntry>;

@@ -1,0 +1,36 @@
+// exo_NodeOrder.h: where the nodes of Exodus II elements and VTK cells stand, and how their order maps to
+// ours
+#pragma once
+
+#include <CoreGeometry/ExchangeExport.h>
+#include <CoreGeometry/shp_Topology.h>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+/// Forms of Exodus II elements.
+enum class exo_Cell { None, Point, Line, Triangle, Quadrilateral, Tetrahedron, Pyramid, Wedge, Hexahedron };
+
+/// Iso coordinates of the nodes of an Exodus II element in the order of its file format, in the frames that
+/// shp_Topology::NodeCoordinates uses; empty when the format has no such element.
+CORE_GEOMETRY_EXCHANGE_API std::vector<shp_IsoPoint> exo_NodeCoordinates(exo_Cell cell, int numNodes);
+
+/// Position in the Exodus II element of each node of a shape whose nodes stand at `ours`; nothing when the
+/// two sets of points differ. Found by comparing coordinates.
+CORE_GEOMETRY_EXCHANGE_API std::optional<std::vector<int>>
+exo_FindNodeOrder(exo_Cell cell, std::span<const shp_IsoPoint> ours);
+
+/// The one cell that has its nodes where the shape has them; None when there is none.
+CORE_GEOMETRY_EXCHANGE_API exo_Cell exo_FindCell(std::span<const shp_IsoPoint> ours);
+
+/// "HEX", "TETRA" and so on: the type name that the format uses, without a node count.
+CORE_GEOMETRY_EXCHANGE_API std::string_view exo_CellName(exo_Cell cell);
+
+/// A VTK cell that has its nodes where a shape has them.
+struct exo_VtkCell {
+  int type; ///< VTK's number
+  std::string_view name;
+  std::vector<int> order; ///< position in the cell of each node of the shape
+};
+CORE_GEOMETRY_EXCHANGE_API std::optional<exo_VtkCell> exo_FindVtkCell(std::span<const shp_IsoPoint> ours);

@@ -1,0 +1,19 @@
+// exo_Skin.h: the outside of a mesh as an Exodus II file
+#pragma once
+
+#include <CoreGeometry/ExchangeExport.h>
+#include <CoreGeometry/bme_Outside.h>
+#include <CoreGeometry/exo_Ledger.h>
+
+#include <BasicUtils/uti_OutputFile.h>
+
+struct exo_SkinSummary {
+  long long nodes = 0, faces = 0, shells = 0, edges = 0;
+  exo_Ledger ledger;
+};
+
+/// Faces become shells, a block for each group and node count, and with `edges` the feature edges beams; the
+/// nodes they use keep label and order. Faces of 5 corners and more, which no shell has, are cut into
+/// triangles; those with some middle nodes only keep their corners.
+CORE_GEOMETRY_EXCHANGE_API exo_SkinSummary exo_WriteSkin(uti_OutputFile& output, const bme_Mesh& mesh,
+                                                         const bme_Outside& outside, bool edges);

@@ -1,0 +1,51 @@
+// exo_Types.h: Exodus II element types and the element labels they become
+#pragma once
+
+#include <CoreGeometry/ExchangeExport.h>
+#include <CoreGeometry/exo_Sides.h>
+
+#include <CoreGeometry/shp_Shape.h>
+#include <CoreUtils/cow_String.h>
+#include <optional>
+#include <string_view>
+
+/// What the elements of a block become.
+struct exo_ElementType {
+  cow_String label;       ///< element label, or the type name of the file when there is none
+  bool supported = false; ///< the label has a shape with these nodes
+  /// Position in the file's element of each of our nodes; empty when the two orders are the same.
+  std::vector<int> order;
+  std::vector<exo_Side> sides; ///< side 1 first; empty when nobody knows them
+};
+
+/// From type names and node counts of Exodus II blocks to element labels.
+///
+/// Names are read in many spellings (hex8, HEX, Tetra, SHELL4); the node count of the block decides, whatever
+/// number the name carries.
+/// Errors     nex_TextException naming the type, the label and the counts.
+class CORE_GEOMETRY_EXCHANGE_API exo_TypeMap {
+public:
+  /// "HEX8=C3D8R": the type with that many nodes gets another label than by default.
+  void Override(const cow_String& assignment);
+  exo_ElementType Find(const cow_String& typeName, int numNodes, int numDims) const;
+
+private:
+  struct Entry {
+    cow_String family;
+    int numNodes;
+    cow_String label;
+  };
+  std::vector<Entry> overrides_;
+};
+
+/// How elements of a shape are written.
+struct exo_TypeName {
+  cow_String name;        ///< the format's name of their type
+  std::vector<int> order; ///< position in the file's element of each of our first nodes; the rest is left out
+  std::vector<exo_Side> sides; ///< side 1 first
+  cow_String label;            ///< of the element type that a reader makes of it
+};
+
+/// The format's element with its nodes where the shape has them, or else where the first nodes of the shape
+/// are; nothing when there is none.
+CORE_GEOMETRY_EXCHANGE_API std::optional<exo_TypeName> exo_NameType(const shp_Shape& shape, int numDims);

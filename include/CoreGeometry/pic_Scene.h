@@ -1,0 +1,19 @@
+// pic_Scene.h: a picture of the outside of a mesh
+#pragma once
+
+#include <CoreGeometry/PictureExport.h>
+#include <CoreGeometry/bme_Outside.h>
+#include <CoreGeometry/pic_Canvas.h>
+
+struct pic_View {
+  pic_Vector direction{1, -1.5, 1}; ///< from the model to the viewer, of any length but 0
+  int width = 1200, height = 900;
+  bool hasMeshEdges = false; ///< edges of all faces, not only feature edges
+};
+
+CORE_GEOMETRY_PICTURE_API pic_Colour pic_GroupColour(int group); ///< the same ten again and again
+CORE_GEOMETRY_PICTURE_API cow_String pic_ColourName(int group);
+
+/// Parallel projection that shows everything, z upwards where it can; axes in the lower left corner.
+CORE_GEOMETRY_PICTURE_API pic_Canvas pic_Draw(const bme_Outside& outside, std::span<const float> coordinates,
+                                              const pic_View& view);

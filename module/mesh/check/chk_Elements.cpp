@@ -1,0 +1,194 @@
+// Elements whose map is no good: inside out, without size, or folded somewhere.
+#include <CoreGeometry/chk_Findings.h>
+
+#include <BasicUtils/wip_Poll.h>
+#include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/shp_Shape.h>
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+namespace {
+using Point = shp_IsoPoint;
+
+Point Cross(const Point& a, const Point& b) {
+  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+double Dot(const Point& a, const Point& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+
+Point Plus(const Point& a, const Point& b) { return {a[0] + b[0], a[1] + b[1], a[2] + b[2]}; }
+/// The most that the components of a cross product can be, whatever the signs.
+Point Most(const Point& a, const Point& b) {
+  Point most;
+  for (std::size_t i = 0; i < 3; ++i) {
+    const std::size_t j = (i + 1) % 3, k = (i + 2) % 3;
+    most[i] = std::abs(a[j] * b[k]) + std::abs(a[k] * b[j]);
+  }
+  return most;
+}
+
+/// Length, area or volume of the map's image of a unit step in each iso direction; with a sign where the
+/// element has as many dimensions as its space.
+double Stretch(const shp_Shape& shape, const std::array<Point, 3>& columns) {
+  if (shape.NumGeomDims() == 3) return Dot(columns[0], Cross(columns[1], columns[2]));
+  if (shape.NumGeomDims() == 1) return std::sqrt(Dot(columns[0], columns[0]));
+  const Point normal = Cross(columns[0], columns[1]);
+  return shape.NumSpatialDims() == 2 ? normal[2] : std::sqrt(Dot(normal, normal));
+}
+
+/// The places at which the map is looked at, with the derivatives of the shape functions there.
+struct Places {
+  std::size_t numNodes;
+  std::vector<Point> derivatives; ///< a row of numNodes a place
+  std::vector<Point> sums;        ///< of their absolute values, a place
+
+  Places(const shp_Shape& shape, std::span<const Point> places) : numNodes(shape.NodeCoordinates().size()) {
+    derivatives.resize(places.size() * numNodes);
+    for (std::size_t i = 0; i < places.size(); ++i) {
+      const std::span<Point> own = std::span(derivatives).subspan(i * numNodes, numNodes);
+      shape.ShapeDerivatives(places[i], own);
+      Point sum{};
+      for (const Point& derivative : own)
+        for (std::size_t iso = 0; iso < 3; ++iso) sum[iso] += std::abs(derivative[iso]);
+      sums.push_back(sum);
+    }
+  }
+  std::array<Point, 3> Columns(std::size_t place, std::span<const Point> corners) const {
+    std::array<Point, 3> columns{};
+    for (std::size_t n = 0; n < numNodes; ++n)
+      for (std::size_t iso = 0; iso < 3; ++iso)
+        for (std::size_t axis = 0; axis < 3; ++axis)
+          columns[iso][axis] += derivatives[place * numNodes + n][iso] * corners[n][axis];
+    return columns;
+  }
+  /// Smallest and largest stretch of an element, as parts of its size to the power of its dimensions.
+  void Range(const shp_Shape& shape, std::span<const Point> corners, double unit, double& low,
+             double& high) const {
+    low = std::numeric_limits<double>::infinity();
+    high = -low;
+    for (std::size_t place = 0; place < sums.size(); ++place) {
+      const double stretch = Stretch(shape, Columns(place, corners)) / unit;
+      low = std::min(low, stretch);
+      high = std::max(high, stretch);
+    }
+  }
+  /// True when coordinates that are wrong by `rounding`, one number an axis, can make every stretch of an
+  /// element that is flat.
+  bool AreFlat(const shp_Shape& shape, std::span<const Point> corners, const Point& rounding) const {
+    if (shape.NumGeomDims() < 2) return false;
+    for (std::size_t place = 0; place < sums.size(); ++place) {
+      const auto columns = Columns(place, corners);
+      std::array<Point, 3> wrong{};
+      for (std::size_t iso = 0; iso < 3; ++iso)
+        for (std::size_t axis = 0; axis < 3; ++axis) wrong[iso][axis] = sums[place][iso] * rounding[axis];
+      const Point normal = Cross(columns[0], columns[1]),
+                  wrongNormal = Plus(Most(wrong[0], columns[1]), Most(columns[0], wrong[1]));
+      if (shape.NumGeomDims() == 3) {
+        double limit = 0;
+        for (std::size_t axis = 0; axis < 3; ++axis)
+          limit += wrongNormal[axis] * std::abs(columns[2][axis])
+                   + Most(columns[0], columns[1])[axis] * wrong[2][axis];
+        if (std::abs(Dot(normal, columns[2])) > limit) return false;
+      } else {
+        for (std::size_t axis = shape.NumSpatialDims() == 2 ? 2 : 0; axis < 3; ++axis)
+          if (std::abs(normal[axis]) > wrongNormal[axis]) return false;
+      }
+    }
+    return true;
+  }
+};
+
+/// Elements with one fault, and the worst of them.
+struct Bad {
+  const char *field, *what, *advice;
+  cls_Finding::Weight weight;
+  std::vector<long long> labels{};
+  double worst = std::numeric_limits<double>::infinity();
+  long long worstLabel = 0;
+
+  void Add(long long label, double value) {
+    labels.push_back(label);
+    if (value < worst) {
+      worst = value;
+      worstLabel = label;
+    }
+  }
+};
+
+void CheckClass(const bme_Mesh& mesh, const bme_ElementClass& type, std::vector<unsigned>& withoutSize,
+                chk_Findings& findings) {
+  const shp_Shape* shape = type.Shape();
+  if (!shape || shape->NumGeomDims() < 1 || shape->NodeCoordinates().empty()) return;
+  constexpr double kNothing = 1e-10;  // of the size
+  constexpr double kSpacing = 1.2e-7; // of numbers in single precision
+  const Places nodes(*shape, shape->NodeCoordinates()), points(*shape, shape->IntPtCoordinates());
+  Bad flat{"coordinates", "without length, area or volume", "merge their nodes or remove them",
+           cls_Finding::Weight::Fault};
+  Bad inverted{"DDBconnectivity", "inside out", "reverse the order of their nodes",
+               cls_Finding::Weight::Fault};
+  Bad folded{"coordinates", "folded: the Jacobian is not positive at an integration point",
+             "move their nodes or mesh that place anew", cls_Finding::Weight::Fault};
+  Bad atNode{"coordinates", "with a Jacobian that is not positive at a node",
+             "move that node, unless the element is meant to be collapsed there", cls_Finding::Weight::Note};
+  const std::span<const float> xyz = mesh.NodeData().Coordinates().Const();
+  const bool hasLabels = mesh.ElementData().HasUserElementLabels();
+  std::vector<Point> places(nodes.numNodes);
+  wip_Poll poll(2048);
+  for (int e = 0; e < type.NumElements(); ++e) {
+    poll.Advance();
+    const std::span<const int> row = type.Connectivity(e);
+    Point low, high;
+    low.fill(std::numeric_limits<double>::infinity());
+    high.fill(-std::numeric_limits<double>::infinity());
+    for (std::size_t n = 0; n < nodes.numNodes; ++n)
+      for (std::size_t axis = 0; axis < 3; ++axis) {
+        const auto value = static_cast<double>(xyz[3 * static_cast<std::size_t>(row[n]) + axis]);
+        places[n][axis] = value;
+        low[axis] = std::min(low[axis], value);
+        high[axis] = std::max(high[axis], value);
+      }
+    const Point size{high[0] - low[0], high[1] - low[1], high[2] - low[2]};
+    const double length = std::sqrt(Dot(size, size));
+    const double unit = length > 0 ? std::pow(length, shape->NumGeomDims()) : 1;
+    const long long label = hasLabels ? type.UserElementLabels()[static_cast<std::size_t>(e)]
+                                      : static_cast<long long>(type.FirstElementIndex()) + e + 1;
+    double nodeLow = 0, nodeHigh = 0, pointLow = 0, pointHigh = 0;
+    nodes.Range(*shape, places, unit, nodeLow, nodeHigh);
+    points.Range(*shape, places, unit, pointLow, pointHigh);
+    const double least = std::min(nodeLow, pointLow), most = std::max(nodeHigh, pointHigh),
+                 largest = std::max(-least, most);
+    Point rounding;
+    for (std::size_t axis = 0; axis < 3; ++axis)
+      rounding[axis] = kSpacing * std::max(std::abs(low[axis]), std::abs(high[axis]));
+    if (largest <= kNothing
+        || (nodes.AreFlat(*shape, places, rounding) && points.AreFlat(*shape, places, rounding))) {
+      flat.Add(label, largest);
+      withoutSize.push_back(static_cast<unsigned>(type.FirstElementIndex() + e));
+    } else if (most < -kNothing)
+      inverted.Add(label, least);
+    else if (pointLow <= kNothing)
+      folded.Add(label, pointLow);
+    else if (nodeLow <= kNothing)
+      atNode.Add(label, nodeLow);
+  }
+  for (const Bad* bad : {&flat, &inverted, &folded, &atNode}) {
+    if (bad->labels.empty()) continue;
+    char worst[96];
+    std::snprintf(worst, sizeof worst, "; the worst is %lld, with %.3g of its size", bad->worstLabel,
+                  bad->worst);
+    findings.Add("bme_ElementClass", bad->field,
+                 "element class " + std::to_string(type.ClassIndex()) + " (" + type.ElemTypeLabel()
+                     + "): " + std::to_string(bad->labels.size()) + " elements " + bad->what + worst,
+                 bad->advice, bad->labels, bad->weight);
+  }
+}
+} // namespace
+
+std::vector<unsigned> chk_Elements(const bme_Mesh& mesh, chk_Findings& findings) {
+  std::vector<unsigned> withoutSize;
+  for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i)
+    CheckClass(mesh, mesh.ElementData().GetClass(i), withoutSize, findings);
+  std::ranges::sort(withoutSize);
+  return withoutSize;
+}

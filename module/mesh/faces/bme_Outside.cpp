@@ -1,0 +1,175 @@
+#include <CoreGeometry/bme_Outside.h>
+
+#include <BasicUtils/nex_Exception.h>
+#include <CoreGeometry/bme_ExternalFaces.h>
+#include <CoreGeometry/shp_Shape.h>
+#include <algorithm>
+#include <cmath>
+
+namespace {
+using Vector = std::array<double, 3>;
+constexpr double kCosOfFeature = 0.8660254037844386; // of 30 degrees
+
+double Dot(const Vector& a, const Vector& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+
+/// Half the sum of the cross products of successive corners: for a flat polygon its area along the normal.
+Vector AreaVector(std::span<const int> corners, std::span<const float> xyz) {
+  Vector sum{};
+  const auto at = [&](std::size_t k, std::size_t axis) {
+    const auto node = static_cast<std::size_t>(corners[k % corners.size()]);
+    return static_cast<double>(xyz[3 * node + axis])
+           - static_cast<double>(xyz[3 * static_cast<std::size_t>(corners[0]) + axis]);
+  };
+  for (std::size_t k = 0; k < corners.size(); ++k)
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      const std::size_t b = (axis + 1) % 3, c = (axis + 2) % 3;
+      sum[axis] += (at(k, b) * at(k + 1, c) - at(k, c) * at(k + 1, b)) / 2;
+    }
+  return sum;
+}
+
+class Finder {
+public:
+  Finder(const bme_Mesh& mesh, cow_String place) : mesh_(mesh), place_(std::move(place)) {}
+
+  bme_Outside Run(std::span<const bme_NamedSet> sets, std::span<const std::string> names) {
+    if (names.empty())
+      AddClasses();
+    else
+      for (const std::string& name : names) AddSet(Choose(sets, name));
+    if (result_.faces.empty() && result_.lines.empty())
+      throw nex_TextException(place_ + ": nothing to see, no surface, solid or line element"
+                              + cow_String(result_.notFinite > 0 ? " with finite coordinates" : ""));
+    FindEdges();
+    return std::move(result_);
+  }
+
+private:
+  void AddClasses() {
+    const bme_ElementData& elements = mesh_.ElementData();
+    for (unsigned i = 0; i < elements.NumClasses(); ++i)
+      result_.groups.push_back(elements.GetClass(i).ElemTypeLabel() + " \""
+                               + elements.GetClass(i).CategoryLabel() + '"');
+    const bme_FEMElemList all = bme_FEMElemList::All(mesh_);
+    const auto groupOf = [&](unsigned element) { return static_cast<int>(elements.GetClassIndex(element)); };
+    AddFaces(External(all), groupOf);
+    AddLines(all, groupOf);
+  }
+
+  void AddSet(const bme_NamedSet& set) {
+    const int group = static_cast<int>(result_.groups.size());
+    const auto groupOf = [&](unsigned) { return group; };
+    result_.groups.push_back(set.name);
+    if (set.kind == rgnC_NODE_SET)
+      throw nex_TextException(place_ + ": \"" + set.name + "\" is a set of nodes, not of elements or faces");
+    if (set.kind == rgnC_MESH_SURFACE) return AddFaces(bme_FEMFaceList::FromSet(mesh_, set.data), groupOf);
+    const bme_FEMElemList elements = bme_FEMElemList::FromSet(mesh_, set.data);
+    AddFaces(External(elements), groupOf);
+    AddLines(elements, groupOf);
+  }
+
+  const bme_NamedSet& Choose(std::span<const bme_NamedSet> sets, const cow_String& name) const {
+    const auto at = std::ranges::find(sets, name, &bme_NamedSet::name);
+    if (at != sets.end()) return *at;
+    cow_String list;
+    for (const bme_NamedSet& set : sets)
+      if (set.kind != rgnC_NODE_SET) list += (list.empty() ? "" : ", ") + set.name;
+    throw nex_TextException(place_ + ": no set \"" + name + "\", it has " + (list.empty() ? "none" : list));
+  }
+
+  bme_FEMFaceList External(const bme_FEMElemList& elements) const {
+    bme_FaceOptions options;
+    options.leaveOut = bme_LEAVE_OUT_UNSUPPORTED;
+    const std::optional<bme_FaceSets> faces = bme_ComputeFaces(elements, options);
+    if (!faces)
+      throw nex_TextException(place_ + ": the elements cannot be worked on; \"coregeometry check\" says why");
+    return faces->external.Union(faces->shared);
+  }
+
+  void AddFaces(const bme_FEMFaceList& faces, auto groupOf) {
+    const std::span<const float> xyz = mesh_.NodeData().Coordinates().Const();
+    for (std::size_t i = 0; i < faces.Count(); ++i) {
+      bme_OuterFace face{faces[i], groupOf(bme_ElementOf(faces[i])), faces.FaceNodes(i), {}};
+      if (face.nodes.corners < 3 || !IsFinite(face.nodes)) continue;
+      face.normal = AreaVector(face.nodes.Corners(), xyz);
+      result_.faces.push_back(face);
+    }
+  }
+
+  /// Counts those that are not.
+  bool IsFinite(const bme_LocalNodes& nodes) {
+    const std::span<const float> xyz = mesh_.NodeData().Coordinates().Const();
+    const bool isFinite = std::ranges::all_of(nodes.Nodes(), [&](int node) {
+      const float* at = &xyz[3 * static_cast<std::size_t>(node)];
+      return std::isfinite(at[0]) && std::isfinite(at[1]) && std::isfinite(at[2]);
+    });
+    result_.notFinite += !isFinite;
+    return isFinite;
+  }
+
+  void AddLines(const bme_FEMElemList& elements, auto groupOf) {
+    for (const unsigned element : elements) {
+      unsigned classIndex = 0, inClass = 0;
+      mesh_.ElementData().GetClassAndElemIndex(element, classIndex, inClass);
+      const bme_ElementClass& type = mesh_.ElementData().GetClass(classIndex);
+      const shp_Shape* shape = type.Shape();
+      if (!shape || shape->NumGeomDims() != 1) continue;
+      const std::span<const int> row = type.Connectivity(static_cast<int>(inClass));
+      bme_OuterLine line{element, groupOf(element), {}};
+      for (const int node : shape->EdgeNodes(0, 0)) {
+        const int index = row[static_cast<std::size_t>(node)];
+        if (static_cast<unsigned>(index) >= mesh_.NodeData().NumNodes())
+          throw nex_TextException(place_ + ": element index " + std::to_string(element) + " has node index "
+                                  + std::to_string(index) + ", the mesh "
+                                  + std::to_string(mesh_.NodeData().NumNodes()) + " nodes");
+        line.nodes.nodes[line.nodes.count++] = index;
+      }
+      if (line.nodes.count >= 2 && IsFinite(line.nodes)) result_.lines.push_back(line);
+    }
+  }
+
+  struct Side {
+    std::array<int, 2> ends; ///< the smaller index first
+    unsigned face;
+    int middle;
+    bool isForward;
+  };
+
+  void FindEdges() {
+    std::vector<Side> sides;
+    for (unsigned f = 0; f < result_.faces.size(); ++f) {
+      const bme_OuterFace& face = result_.faces[f];
+      for (unsigned k = 0; k < face.nodes.corners; ++k) {
+        const int a = face.nodes.nodes[k], b = face.nodes.nodes[(k + 1) % face.nodes.corners];
+        const int middle = face.HasMidNodes() ? face.nodes.nodes[face.nodes.corners + k] : -1;
+        if (a != b) sides.push_back({{std::min(a, b), std::max(a, b)}, f, middle, a < b});
+      }
+    }
+    std::ranges::sort(sides, {}, [](const Side& side) { return std::pair(side.ends, side.face); });
+    for (auto first = sides.begin(); first != sides.end();) {
+      const auto next =
+          std::find_if(first, sides.end(), [&](const Side& s) { return s.ends != first->ends; });
+      const bool isFeature = next - first != 2 || Differ(first[0], first[1]);
+      result_.edges.push_back({first->ends, first->middle, first->face, isFeature});
+      first = next;
+    }
+  }
+
+  bool Differ(const Side& a, const Side& b) const {
+    const bme_OuterFace &first = result_.faces[a.face], &second = result_.faces[b.face];
+    if (first.group != second.group) return true;
+    const double lengths = std::sqrt(Dot(first.normal, first.normal) * Dot(second.normal, second.normal));
+    const double cosine = Dot(first.normal, second.normal) * (a.isForward == b.isForward ? -1 : 1);
+    return cosine < kCosOfFeature * lengths;
+  }
+
+  const bme_Mesh& mesh_;
+  cow_String place_;
+  bme_Outside result_;
+};
+} // namespace
+
+bme_Outside bme_FindOutside(const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
+                            std::span<const std::string> names, const cow_String& place) {
+  return Finder(mesh, place).Run(sets, names);
+}

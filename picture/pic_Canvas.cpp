@@ -1,0 +1,139 @@
+#include <CoreGeometry/pic_Canvas.h>
+
+#include <BasicUtils/nex_Exception.h>
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <png.h>
+
+namespace {
+pic_Vector Normalised(const pic_Vector& v) {
+  const double length = std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]);
+  return length > 0 ? pic_Vector{v[0] / length, v[1] / length, v[2] / length} : pic_Vector{0, 0, 1};
+}
+
+double Dot(const pic_Vector& a, const pic_Vector& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+
+float Light(double value) {
+  const double inside = std::clamp(value, 0.0, 1.0);
+  return static_cast<float>(inside * inside);
+}
+} // namespace
+
+pic_Canvas::pic_Canvas(int width, int height, const pic_Colour& below, const pic_Colour& above)
+    : width_(width), height_(height) {
+  constexpr long long kManyPixels = 3'000'000;
+  perPixel_ = static_cast<long long>(width) * height > kManyPixels ? 2 : 3;
+  const int columns = width_ * perPixel_, rows = height_ * perPixel_;
+  samples_.reserve(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows));
+  for (int y = 0; y < rows; ++y) {
+    const double up = static_cast<double>(y) / rows;
+    const auto mix = [&](double a, double b) { return Light(a + (b - a) * up); };
+    samples_.insert(
+        samples_.end(), static_cast<std::size_t>(columns),
+        Sample{-std::numeric_limits<float>::infinity(),
+               {mix(below.red, above.red), mix(below.green, above.green), mix(below.blue, above.blue)}});
+  }
+}
+
+/// A light over the viewer's left shoulder, some from everywhere, and a weak gloss.
+pic_Canvas::Sample pic_Canvas::Shaded(double depth, const pic_Vector& normal, const pic_Colour& colour) {
+  static const pic_Vector kToLight = Normalised({-0.45, 0.65, 0.9});
+  static const pic_Vector kHalfway = Normalised({kToLight[0], kToLight[1], kToLight[2] + 1});
+  pic_Vector facing = Normalised(normal);
+  if (facing[2] < 0) facing = {-facing[0], -facing[1], -facing[2]};
+  const double diffuse = std::max(0.0, Dot(facing, kToLight));
+  double gloss = std::max(0.0, Dot(facing, kHalfway));
+  for (int i = 0; i < 5; ++i) gloss *= gloss; // to the power of 32
+  const double shade = 0.60 + 0.10 * facing[2] + 0.40 * diffuse;
+  const auto lit = [&](double part) { return Light(part * shade + 0.08 * gloss); };
+  return {static_cast<float>(depth), {lit(colour.red), lit(colour.green), lit(colour.blue)}};
+}
+
+/// Calls paint(sample, x, y) for the middle of every sample in a box.
+template<class Paint>
+void pic_Canvas::Fill(double lowX, double highX, double lowY, double highY, Paint&& paint) {
+  const auto first = [&](double low) { return std::max(0.0, std::ceil(low * perPixel_ - 0.5)); };
+  const auto last = [&](double high, int most) {
+    return std::min(static_cast<double>(most) * perPixel_ - 1, std::floor(high * perPixel_ - 0.5));
+  };
+  const auto endX = static_cast<long long>(last(highX, width_)),
+             endY = static_cast<long long>(last(highY, height_));
+  for (auto y = static_cast<long long>(first(lowY)); y <= endY; ++y)
+    for (auto x = static_cast<long long>(first(lowX)); x <= endX; ++x)
+      paint(samples_[static_cast<std::size_t>(y * width_ * perPixel_ + x)],
+            (static_cast<double>(x) + 0.5) / perPixel_, (static_cast<double>(y) + 0.5) / perPixel_);
+}
+
+void pic_Canvas::Triangle(const std::array<Corner, 3>& corners, const pic_Colour& colour) {
+  const auto &a = corners[0].at, &b = corners[1].at, &c = corners[2].at;
+  const double area = (b[0] - a[0]) * (c[1] - a[1]) - (b[1] - a[1]) * (c[0] - a[0]);
+  if (area == 0) return;
+  const auto [lowX, highX] = std::minmax({a[0], b[0], c[0]});
+  const auto [lowY, highY] = std::minmax({a[1], b[1], c[1]});
+  Fill(lowX, highX, lowY, highY, [&](Sample& sample, double x, double y) {
+    const double wb = ((x - a[0]) * (c[1] - a[1]) - (y - a[1]) * (c[0] - a[0])) / area;
+    const double wc = ((b[0] - a[0]) * (y - a[1]) - (b[1] - a[1]) * (x - a[0])) / area;
+    const double wa = 1 - wb - wc;
+    if (wa < 0 || wb < 0 || wc < 0) return;
+    const double depth = wa * a[2] + wb * b[2] + wc * c[2];
+    if (static_cast<float>(depth) <= sample.depth) return;
+    pic_Vector normal;
+    for (std::size_t axis = 0; axis < 3; ++axis)
+      normal[axis] =
+          wa * corners[0].normal[axis] + wb * corners[1].normal[axis] + wc * corners[2].normal[axis];
+    sample = Shaded(depth, normal, colour);
+  });
+}
+
+void pic_Canvas::Line(const pic_Vector& from, const pic_Vector& to, double width, const pic_Colour& colour,
+                      double lift) {
+  const double half = width / 2, dx = to[0] - from[0], dy = to[1] - from[1];
+  const double square = dx * dx + dy * dy;
+  const std::array<float, 3> light{Light(colour.red), Light(colour.green), Light(colour.blue)};
+  const auto paint = [&](Sample& sample, double x, double y) {
+    const double along =
+        square > 0 ? std::clamp(((x - from[0]) * dx + (y - from[1]) * dy) / square, 0.0, 1.0) : 0.0;
+    const double offX = x - from[0] - along * dx, offY = y - from[1] - along * dy;
+    if (offX * offX + offY * offY > half * half) return;
+    const double depth = from[2] + along * (to[2] - from[2]);
+    if (depth + lift < static_cast<double>(sample.depth)) return;
+    sample = {std::max(sample.depth, static_cast<float>(depth)), light};
+  };
+  // piece by piece, so that the boxes around slanting lines are small
+  const int pieces = 1 + static_cast<int>(std::min(4096.0, std::sqrt(square) / 16));
+  for (int i = 0; i < pieces; ++i) {
+    const double s = static_cast<double>(i) / pieces, t = static_cast<double>(i + 1) / pieces;
+    const auto [lowX, highX] = std::minmax({from[0] + s * dx, from[0] + t * dx});
+    const auto [lowY, highY] = std::minmax({from[1] + s * dy, from[1] + t * dy});
+    Fill(lowX - half, highX + half, lowY - half, highY + half, paint);
+  }
+}
+
+std::vector<unsigned char> pic_Canvas::Pixels() const {
+  std::vector<unsigned char> pixels;
+  pixels.reserve(3 * static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_));
+  const auto n = static_cast<std::size_t>(perPixel_), columns = static_cast<std::size_t>(width_) * n;
+  for (std::size_t y = static_cast<std::size_t>(height_); y-- > 0;)
+    for (std::size_t x = 0; x < static_cast<std::size_t>(width_); ++x)
+      for (std::size_t channel = 0; channel < 3; ++channel) {
+        double sum = 0;
+        for (std::size_t k = 0; k < n * n; ++k)
+          sum += static_cast<double>(samples_[(y * n + k / n) * columns + x * n + k % n].light[channel]);
+        const double shown = std::sqrt(sum / static_cast<double>(n * n));
+        pixels.push_back(static_cast<unsigned char>(std::lround(shown * 255)));
+      }
+  return pixels;
+}
+
+void pic_Canvas::WritePng(uti_OutputFile& output) const {
+  const std::vector<unsigned char> pixels = Pixels();
+  png_image image = {};
+  image.version = PNG_IMAGE_VERSION;
+  image.width = static_cast<png_uint_32>(width_);
+  image.height = static_cast<png_uint_32>(height_);
+  image.format = PNG_FORMAT_RGB;
+  if (png_image_write_to_file(&image, output.Path().c_str(), 0, pixels.data(), 0, nullptr) == 0)
+    throw nex_TextException(output.Name() + ": cannot be written: " + image.message);
+  output.Commit();
+}

@@ -1,0 +1,10 @@
+// cli_Ledger.h: what one form of a mesh has no place for, as the sub-commands tell it
+#pragma once
+
+#include "cli_Command.h"
+#include <CoreGeometry/exo_Ledger.h>
+
+cli_Json cli_LedgerJson(const exo_Ledger& ledger);
+
+/// To stdout: `nothing` when the ledger is empty, else `heading` and a line for each entry.
+void cli_PrintLedger(const exo_Ledger& ledger, const char* nothing, const cow_String& heading);

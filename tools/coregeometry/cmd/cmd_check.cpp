@@ -1,0 +1,115 @@
+// coregeometry check: what is wrong with a model
+#include "chk_Sets.h"
+#include "cli_Commands.h"
+#include "cli_Console.h"
+#include "cli_Model.h"
+
+#include <algorithm>
+#include <iostream>
+
+namespace {
+struct Arguments {
+  std::string file;
+  bool json = false;
+};
+
+std::vector<chk_Finding> FindingsOf(const std::string& file, cli_Console& console) {
+  std::vector<chk_Finding> findings;
+  try {
+    console.Begin("checking " + file);
+    cls_Database model = cli_OpenModel(file);
+    for (cls_Finding& stored : cls_Check(model)) findings.push_back({std::move(stored), {}, {}, 0});
+    for (const chk_Finding& finding : findings)
+      if (finding.weight == cls_Finding::Weight::Fault) return findings;
+    for (const cow_String& root : cli_MeshRoots(model)) {
+      chk_Findings here(root, findings);
+      const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
+      const std::size_t before = findings.size();
+      chk_Mesh(*mesh, here);
+      const auto isFault = [](const chk_Finding& finding) {
+        return finding.weight == cls_Finding::Weight::Fault;
+      };
+      if (std::any_of(findings.begin() + static_cast<std::ptrdiff_t>(before), findings.end(), isFault))
+        continue;
+      const std::vector<unsigned> withoutSize = chk_Elements(*mesh, here);
+      chk_Topology(*mesh, withoutSize, here);
+    }
+    chk_Sets(model, findings);
+  } catch (const cls_BusyException&) {
+    throw;
+  } catch (const nex_TextException& failure) {
+    chk_Finding finding;
+    finding.what = failure.Message();
+    finding.advice = cls_kRestoreAdvice;
+    findings.push_back(std::move(finding));
+  }
+  return findings;
+}
+
+const char* WeightName(const chk_Finding& finding) {
+  return finding.weight == cls_Finding::Weight::Fault ? "fault" : "note";
+}
+
+cli_Json FindingJson(const chk_Finding& finding) {
+  return {{"weight", WeightName(finding)}, {"root", finding.root},   {"class", finding.className},
+          {"object", finding.object},      {"field", finding.field}, {"what", finding.what},
+          {"labels", finding.labels},      {"count", finding.count}, {"advice", finding.advice}};
+}
+
+void Print(const chk_Finding& finding) {
+  std::cout << WeightName(finding) << ": ";
+  cow_String place = finding.root;
+  const auto add = [&](const cow_String& part) { place += (place.empty() ? "" : ", ") + part; };
+  if (finding.object != 0)
+    add("object " + std::to_string(finding.object)
+        + (finding.className.empty() ? "" : " of " + finding.className));
+  else if (!finding.className.empty())
+    add(finding.className);
+  if (!finding.field.empty()) add("field " + finding.field);
+  std::cout << place << (place.empty() ? "" : ": ") << finding.what << '\n';
+  if (!finding.labels.empty()) {
+    std::cout << "  labels:";
+    for (const long long label : finding.labels) std::cout << ' ' << label;
+    if (const auto more = finding.count - static_cast<long long>(finding.labels.size()); more > 0)
+      std::cout << " and " << more << " more";
+    std::cout << '\n';
+  }
+  std::cout << "  advice: " << finding.advice << '\n';
+}
+
+void Run(const Arguments& arguments) {
+  cli_Console console;
+  const std::vector<chk_Finding> findings = FindingsOf(arguments.file, console);
+  console.End();
+  long long faults = 0;
+  for (const chk_Finding& finding : findings) faults += finding.weight == cls_Finding::Weight::Fault;
+  const auto notes = static_cast<long long>(findings.size()) - faults;
+  if (arguments.json) {
+    cli_Json list = cli_Json::array();
+    for (const chk_Finding& finding : findings) list.push_back(FindingJson(finding));
+    cli_PrintJson({{"file", arguments.file}, {"faults", faults}, {"notes", notes}, {"findings", list}});
+  } else {
+    for (const chk_Finding& finding : findings) Print(finding);
+    std::cout << arguments.file << ": " << (faults == 0 ? "sound" : std::to_string(faults) + " faults")
+              << (notes == 0 ? "" : ", " + std::to_string(notes) + (notes == 1 ? " note" : " notes")) << '\n';
+  }
+  if (faults > 0) throw cli_Incomplete();
+}
+} // namespace
+
+void cli_AddCheck(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("check", "Check a model: file, checksums, references, meshes");
+  auto arguments = std::make_shared<Arguments>();
+  command->add_option("MODEL", arguments->file, "Model file (.cgdb)")->required();
+  command->add_flag("--json", arguments->json, "Print the findings as JSON");
+  command->footer(
+      "Every page, checksum and reference of the file is checked, every root is read, and meshes are\n"
+      "checked for what makes no sense. Meshes are looked at when the file itself is sound; their elements\n"
+      "when labels, coordinates and nodes make sense: inside out, without size, bad Jacobians, duplicates,\n"
+      "free and hanging nodes, nodes at one place, open and branching edges and turned normals of shells.\n"
+      "Exit codes: 0 sound (there may be notes), 1 faults.\n"
+      "\n"
+      "Example:\n"
+      "  coregeometry check wing.cgdb");
+  command->callback([arguments] { Run(*arguments); });
+}

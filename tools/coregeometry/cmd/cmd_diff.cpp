@@ -1,0 +1,66 @@
+// coregeometry diff: how two models differ
+#include "cli_Commands.h"
+#include "cli_Console.h"
+#include "cli_Model.h"
+
+#include <BasicUtils/cls_Diff.h>
+#include <iostream>
+
+namespace {
+struct Arguments {
+  std::string first, second;
+  double tolerance = 0;
+  bool json = false;
+};
+
+cli_Json DifferenceJson(const cls_Difference& difference) {
+  return {{"place", difference.place},
+          {"first", difference.first},
+          {"second", difference.second},
+          {"numbers", difference.numbers},
+          {"largest", difference.largest}};
+}
+
+void Run(const Arguments& arguments) {
+  cli_Console console;
+  console.Begin("comparing " + arguments.first + " and " + arguments.second);
+  const auto differences =
+      cls_Diff(cli_OpenModel(arguments.first), cli_OpenModel(arguments.second), arguments.tolerance);
+  console.End();
+  if (arguments.json) {
+    cli_Json list = cli_Json::array();
+    for (const auto& difference : differences) list.push_back(DifferenceJson(difference));
+    cli_PrintJson({{"first", arguments.first},
+                   {"second", arguments.second},
+                   {"tolerance", arguments.tolerance},
+                   {"differences", list}});
+  } else {
+    for (const auto& difference : differences) {
+      std::cout << difference.place << ": " << difference.first << " against " << difference.second;
+      if (difference.numbers > 1)
+        std::cout << "; " << difference.numbers << " numbers differ, by at most " << difference.largest;
+      std::cout << '\n';
+    }
+    if (differences.empty()) std::cout << "no differences\n";
+  }
+  if (!differences.empty()) throw cli_Incomplete();
+}
+} // namespace
+
+void cli_AddDiff(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("diff", "Print where two models differ, by root and field");
+  auto arguments = std::make_shared<Arguments>();
+  command->add_option("FIRST", arguments->first, "Model file (.cgdb)")->required();
+  command->add_option("SECOND", arguments->second, "Model file (.cgdb)")->required();
+  command
+      ->add_option("--tolerance", arguments->tolerance,
+                   "Real numbers a and b are equal when |a - b| <= TOLERANCE * max(1, |a|, |b|)")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command->add_flag("--json", arguments->json, "Print the differences as JSON");
+  command->footer("Exit codes: 0 no differences, 1 differences or wrong input.\n"
+                  "\n"
+                  "Example:\n"
+                  "  coregeometry diff wing.cgdb wing-moved.cgdb --tolerance 1e-6");
+  command->callback([arguments] { Run(*arguments); });
+}

@@ -1,0 +1,73 @@
+// coregeometry export: a mesh of a model as a file for other programs
+#include "cli_Commands.h"
+#include "cli_Console.h"
+#include "cli_Ledger.h"
+#include "cli_Output.h"
+#include "cli_Regions.h"
+#include <CoreGeometry/exo_Export.h>
+#include <CoreGeometry/vtu_Write.h>
+
+#include <iostream>
+
+namespace {
+struct Arguments {
+  std::string file, name;
+  cli_OutputArguments output;
+  bool json = false;
+};
+
+struct Writer {
+  const char* name;
+  exo_Ledger (*write)(uti_OutputFile&, const bme_Mesh&, std::span<const bme_NamedSet>);
+};
+constexpr Writer kWriters[] = {{"an Exodus II file", exo_WriteMesh}, {"a VTU file", vtu_WriteMesh}};
+const std::vector<cli_FileFormat>& Formats() {
+  static const std::vector<cli_FileFormat> all = {{"exodus", {".exo", ".e", ".g"}}, {"vtu", {".vtu"}}};
+  return all;
+}
+
+void Run(const Arguments& arguments) {
+  const Writer& writer = kWriters[cli_ChooseFormat(arguments.output, Formats())];
+  cli_Console console;
+  uti_OutputFile output = cli_OpenOutput(arguments.output, Formats(), {arguments.file});
+  console.Begin("reading " + arguments.file);
+  const cls_Database model = cli_OpenModel(arguments.file);
+  const cow_String root = cli_ChooseMesh(model, arguments.name);
+  const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
+  const std::vector<bme_NamedSet> sets = cli_SetsOfMesh(model, root);
+  console.Begin("writing " + output.Name());
+  const exo_Ledger ledger = writer.write(output, *mesh, sets);
+  console.End();
+  if (arguments.json) {
+    cli_PrintJson({{"file", arguments.file},
+                   {"mesh", root},
+                   {"output", output.Name()},
+                   {"nodes", mesh->NodeData().NumNodes()},
+                   {"elements", mesh->ElementData().NumElements()},
+                   {"sets", sets.size()},
+                   {"notCarried", cli_LedgerJson(ledger)}});
+    return;
+  }
+  std::cout << root << " of " << arguments.file << " is written to " << output.Name() << ":\n  "
+            << mesh->NodeData().NumNodes() << " nodes, " << mesh->ElementData().NumElements() << " elements, "
+            << sets.size() << " sets\n";
+  cli_PrintLedger(ledger, "Everything in the mesh was carried over.",
+                  cow_String("Not carried over, since ") + writer.name + " has no place for it:");
+}
+} // namespace
+
+void cli_AddExport(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("export", "Write a mesh of a model as an Exodus II or VTU file");
+  auto arguments = std::make_shared<Arguments>();
+  cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
+  cli_AddOutputOptions(*command, arguments->output, Formats(), "File to write, .exo (.e, .g) or .vtu");
+  command->footer(
+      "Labels and sets go along, and what the file cannot hold is listed at the end. An Exodus II file\n"
+      "becomes the same mesh when it is imported again, except for what is listed. A VTU file has labels\n"
+      "and classes as arrays, and sets of nodes and elements as arrays of 0 and 1.\n"
+      "\n"
+      "Examples:\n"
+      "  coregeometry export bracket.cgdb -o bracket.exo\n"
+      "  coregeometry export bracket.cgdb -o bracket.vtu");
+  command->callback([arguments] { Run(*arguments); });
+}

@@ -1,0 +1,254 @@
+// coregeometry import: an Exodus II file becomes a mesh of a model
+#include "cli_Commands.h"
+#include "cli_Console.h"
+#include "cli_Ledger.h"
+#include "cli_Regions.h"
+#include <CoreGeometry/exo_Import.h>
+
+#include <BasicUtils/cls_CreateModel.h>
+#include <BasicUtils/uti_OutputFile.h>
+#include <filesystem>
+#include <iostream>
+#include <optional>
+
+namespace {
+namespace fs = std::filesystem;
+
+struct Arguments {
+  std::string file, name;
+  std::optional<std::string> model;
+  std::vector<std::string> words, maps;
+  bool force = false, json = false;
+};
+
+/// Words apart from options are the file, and assignments that follow the first one of --map.
+void SortWords(Arguments& arguments) {
+  std::error_code error;
+  for (const std::string& word : arguments.words) {
+    const bool isAssignment = word.find('=') != std::string::npos && !fs::exists(word, error);
+    if (isAssignment && !arguments.maps.empty())
+      arguments.maps.push_back(word);
+    else if (arguments.file.empty())
+      arguments.file = word;
+    else
+      throw cli_UsageError("import: one file at a time, not " + arguments.file + " and " + word);
+  }
+  if (arguments.file.empty()) throw cli_UsageError("import: FILE is required");
+}
+
+/// What the target is called.
+struct Target {
+  fs::path file;
+  cow_String name, root;
+  bool exists = false; ///< when the command begins
+
+  cow_String RegionRoot(const cow_String& set) const { return cli_kRegionFolder + name + "/" + set; }
+  cow_String SetRoot(const cow_String& set) const { return cli_kSetFolder + name + "/" + set; }
+};
+
+/// What belongs to the mesh alone: regions that have it as their owner, and their contents.
+std::vector<cow_String> RegionsOf(const cls_Database& model, const Target& target) {
+  std::vector<cow_String> roots;
+  for (const auto& [root, region] : cli_Regions(model)) {
+    if (region.OwnerNames() != cow_List<cow_String>{target.name}) continue;
+    roots.push_back(root);
+    const cow_String contents = region.GetSetData().Path();
+    if (contents.starts_with(target.SetRoot("")) && model.Has(contents)) roots.push_back(contents);
+  }
+  return roots;
+}
+
+/// A replaced mesh keeps its identifier; a new one gets the next.
+int ChooseMeshId(const cls_Database& model, const Target& target, bool force) {
+  if (model.Has(target.root)) {
+    if (!force)
+      throw nex_TextException(target.file.string() + ": already holds " + target.root
+                              + "; choose another --name, or replace it with --force");
+    return cli_MeshId(model, target.root);
+  }
+  int next = 0;
+  for (const cow_String& mesh : cli_MeshRoots(model)) next = std::max(next, cli_MeshId(model, mesh) + 1);
+  return next;
+}
+
+Target ChooseTarget(const Arguments& arguments) {
+  Target target;
+  target.file = arguments.model.value_or(fs::path(arguments.file).replace_extension(".cgdb").string());
+  target.name = arguments.name.empty() ? fs::path(arguments.file).stem().string() : arguments.name;
+  target.root = cli_kMeshFolder + target.name;
+  cli_ExpectFile(arguments.file, "a mesh");
+  cli_ExpectFile(target.file.string(), "a model");
+  std::error_code error;
+  if (fs::equivalent(target.file, arguments.file, error))
+    throw cli_UsageError("the model would overwrite the mesh file " + arguments.file + ", name it with -o");
+  target.exists = fs::exists(target.file, error);
+  return target;
+}
+
+cls_Database::Options OptionsFor(const bme_Mesh& mesh) {
+  constexpr std::size_t kBigModel = std::size_t{64} << 20;
+  std::size_t bytes = mesh.NodeData().NumNodes() * (3 * sizeof(float) + sizeof(int));
+  for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i)
+    bytes += mesh.ElementData().GetClass(i).ElementConnectivity().Const().size_bytes();
+  return {.pageSize = bytes > kBigModel ? 65536 : 16384};
+}
+
+/// A region and its contents for every set.
+void PutSets(const cls_Database& model, cls_WritePass& pass, const Target& target,
+             std::span<const bme_NamedSet> sets) {
+  for (const bme_NamedSet& set : sets) {
+    const cow_String regionRoot = target.RegionRoot(set.name), setRoot = target.SetRoot(set.name);
+    for (const cow_String& root : {regionRoot, setRoot})
+      if (model.Has(root))
+        throw nex_TextException(model.File() + ": already holds " + root
+                                + ", which is not of the mesh; choose another --name");
+    rgnC_Region region;
+    region.SetName(set.name);
+    region.SetOwnerNames({target.name});
+    region.SetSetTypeBits(1 << set.kind);
+    region.SetSetData(rgnC_SetDataShortcut(setRoot));
+    pass.Put(setRoot, set.data);
+    pass.Put(regionRoot, region);
+  }
+}
+
+/// Whatever depends on what the model holds is decided here, where nobody else can change it.
+void Put(const cls_Database& model, cls_WritePass& pass, const Target& target, exo_Import& import,
+         bool force) {
+  const int meshId = ChooseMeshId(model, target, force);
+  if (meshId != import.mesh->Id()) exo_Renumber(import, static_cast<unsigned>(meshId));
+  if (model.Has(target.root))
+    for (const cow_String& root : RegionsOf(model, target)) pass.Remove(root);
+  pass.Put(target.root, *import.mesh);
+  PutSets(model, pass, target, import.sets);
+}
+
+void Store(const Target& target, exo_Import& import, bool force) {
+  const auto put = [&](const cls_Database& model, cls_WritePass& pass) {
+    Put(model, pass, target, import, force);
+  };
+  if (target.exists) {
+    cls_Database model = cli_OpenModel(target.file.string(), cls_Database::Mode::ReadWrite);
+    cls_WritePass pass(model);
+    put(model, pass);
+    pass.Commit();
+    return;
+  }
+  try {
+    cls_CreateModel(target.file.string(), OptionsFor(*import.mesh), put);
+  } catch (const uti_FileExistsException& error) {
+    throw nex_TextException(error.Message()
+                            + ", made by another program meanwhile; import again to add the mesh to it");
+  }
+}
+
+cli_Json AsJson(const Arguments& arguments, const Target& target, const exo_Import& import) {
+  const bme_Mesh& mesh = *import.mesh;
+  cli_Json classes = cli_Json::array(), sets = cli_Json::array();
+  for (const exo_ImportedBlock& block : import.blocks)
+    classes.push_back({{"block", block.id},
+                       {"type", block.type},
+                       {"label", block.label},
+                       {"supported", block.supported},
+                       {"elements", block.numElements}});
+  for (const bme_NamedSet& set : import.sets)
+    sets.push_back({{"region", target.RegionRoot(set.name)},
+                    {"kind", cli_KindText(1 << set.kind)},
+                    {"items", cli_NumItems(set.data)}});
+  cli_Json rounding = {{"change", import.rounding.change}};
+  if (import.rounding.change > 0) {
+    rounding["node"] = import.rounding.nodeLabel;
+    rounding["axis"] = std::string(1, import.rounding.axis);
+  }
+  return {{"file", arguments.file},
+          {"model", target.file.string()},
+          {"mesh", target.root},
+          {"title", import.title},
+          {"dimensions", mesh.NodeData().Dimension()},
+          {"nodes", mesh.NodeData().NumNodes()},
+          {"elements", mesh.ElementData().NumElements()},
+          {"classes", classes},
+          {"sets", sets},
+          {"rounding", rounding},
+          {"notCarried", cli_LedgerJson(import.ledger)}};
+}
+
+void Print(const Arguments& arguments, const Target& target, const exo_Import& import) {
+  const bme_Mesh& mesh = *import.mesh;
+  std::cout << arguments.file << " is stored in " << target.file.string() << " as " << target.root << ":\n";
+  std::cout << "  " << mesh.NodeData().NumNodes() << " nodes, " << mesh.ElementData().NumElements()
+            << " elements in " << import.blocks.size() << " classes\n";
+  std::size_t index = 0;
+  for (const exo_ImportedBlock& block : import.blocks)
+    std::cout << "  block " << block.id << " (" << block.type << "): class " << index++ << ", "
+              << block.numElements << " elements " << block.label
+              << (block.supported ? "" : ", a type without a shape") << '\n';
+  for (const char* kind : {"node set", "element set", "surface"}) {
+    const auto count = std::ranges::count_if(import.sets, [&](const bme_NamedSet& set) {
+      return cli_KindText(1 << set.kind) == cow_String(kind);
+    });
+    if (count > 0) std::cout << "  " << count << ' ' << kind << (count == 1 ? "" : "s") << '\n';
+  }
+  if (import.rounding.change > 0)
+    std::cout << "Largest change by rounding to single precision: " << import.rounding.change << " in "
+              << import.rounding.axis << " of node " << import.rounding.nodeLabel << '\n';
+  else
+    std::cout << "No coordinate changed by rounding to single precision.\n";
+  cli_PrintLedger(import.ledger, "Everything in the file was carried over.",
+                  "Not carried over, since a model has no place for it:");
+}
+
+void Run(const Arguments& arguments) {
+  exo_TypeMap types;
+  for (const std::string& assignment : arguments.maps) {
+    try {
+      types.Override(assignment);
+    } catch (const nex_TextException& error) {
+      throw cli_UsageError("--map " + error.Message());
+    }
+  }
+  cli_Console console;
+  const Target target = ChooseTarget(arguments);
+  int meshId = 0; // likely; what holds is decided when the mesh is stored
+  if (target.exists) meshId = ChooseMeshId(cli_OpenModel(target.file.string()), target, arguments.force);
+  console.Begin("reading " + arguments.file);
+  exo_Import import = exo_ReadMesh(arguments.file, types, static_cast<unsigned>(meshId));
+  console.Begin("storing " + target.file.string());
+  Store(target, import, arguments.force);
+  console.End();
+  if (arguments.json)
+    cli_PrintJson(AsJson(arguments, target, import));
+  else
+    Print(arguments, target, import);
+}
+} // namespace
+
+void cli_AddImport(CLI::App& app) {
+  CLI::App* command =
+      app.add_subcommand("import", "Read an Exodus II file and store its mesh and sets in a model");
+  auto arguments = std::make_shared<Arguments>();
+  command->add_option("FILE", arguments->words, "Exodus II file")->required()->type_name("TEXT");
+  command->add_option("-o,--output", arguments->model,
+                      "Model file; FILE with the extension .cgdb by default");
+  command->add_option("--name", arguments->name, "Name of the mesh in the model; the file name by default");
+  command
+      ->add_option("--map", arguments->maps,
+                   "Element label for a type with that many nodes, as HEX8=C3D8R; several in a row, or again")
+      ->type_name("TYPE=LABEL")
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->take_all();
+  command->add_flag("--force", arguments->force, "Replace a mesh of the same name, and its regions");
+  command->add_flag("--json", arguments->json, "Print the facts as JSON");
+  command->footer(
+      "A model that exists gets the mesh as one more. Element blocks become element classes in their\n"
+      "order, number maps become user labels. Node sets, side sets, element sets and blocks become regions\n"
+      "of the mesh (see \"coregeometry sets\"). What a model cannot hold yet is listed at the end.\n"
+      "\n"
+      "Example: hexahedra with reduced integration, in a model of its own\n"
+      "  coregeometry import bracket.exo -o bracket.cgdb --map HEX8=C3D8R");
+  command->callback([arguments] {
+    SortWords(*arguments);
+    Run(*arguments);
+  });
+}

@@ -1,0 +1,196 @@
+// coregeometry locate: the elements that hold points
+#include "cli_Commands.h"
+#include "cli_Console.h"
+#include "cli_Model.h"
+
+#include <CoreGeometry/bme_ElementLocator.h>
+#include <CoreGeometry/shp_Shape.h>
+#include <charconv>
+#include <fstream>
+#include <iomanip>
+#include <iostream>
+#include <sstream>
+
+namespace {
+struct Arguments {
+  std::string file, name, pointFile;
+  std::vector<double> coordinates;
+  bool json = false;
+};
+
+/// Points of a text file: three numbers a line, separated by blanks or commas; the rest of a line after # and
+/// empty lines are skipped. Throws nex_TextException naming file and line.
+std::vector<double> ReadPoints(const std::string& file) {
+  std::ifstream opened;
+  if (file != "-") opened.open(file);
+  std::istream& in = file == "-" ? std::cin : opened;
+  if (!in) throw nex_TextException(file + ": cannot be read");
+  std::vector<double> points;
+  std::string line;
+  for (int number = 1; std::getline(in, line); ++number) {
+    const std::string_view text = std::string_view(line).substr(0, line.find('#'));
+    constexpr const char* kBlanks = " \t\r,;";
+    std::size_t count = 0;
+    for (std::size_t at = text.find_first_not_of(kBlanks); at < text.size();
+         at = text.find_first_not_of(kBlanks, at)) {
+      const std::size_t end = std::min(text.find_first_of(kBlanks, at), text.size());
+      double value = 0;
+      const auto [stop, error] = std::from_chars(text.data() + at, text.data() + end, value);
+      if (error != std::errc() || stop != text.data() + end || !std::isfinite(value))
+        throw nex_TextException(file + ", line " + std::to_string(number) + ": \""
+                                + std::string(text.substr(at, end - at)) + "\" is no coordinate");
+      points.push_back(value);
+      ++count;
+      at = end;
+    }
+    if (count != 0 && count != 3)
+      throw nex_TextException(file + ", line " + std::to_string(number) + ": has " + std::to_string(count)
+                              + " numbers, a point has 3");
+  }
+  return points;
+}
+
+const char* Verdict(shp_Location location) {
+  switch (location) {
+  case shp_Location::Inside: return "inside";
+  case shp_Location::OnBoundary: return "on boundary";
+  case shp_Location::Degenerate: return "degenerate element";
+  default: return "outside";
+  }
+}
+
+class Answers {
+public:
+  explicit Answers(const bme_Mesh& mesh) : elements_(mesh.ElementData()), locator_(mesh) {}
+
+  cli_Json All(std::span<const double> points) const {
+    std::vector<bme_ElementHit> hits(points.size() / 3), owners;
+    locator_.FindEach(points, hits);
+    cli_Json answers = cli_Json::array();
+    for (std::size_t k = 0; k < hits.size(); ++k) {
+      const bme_ElementLocator::Point point = {points[3 * k], points[3 * k + 1], points[3 * k + 2]};
+      cli_Json answer = {{"point", point}, {"verdict", Verdict(hits[k].location)}};
+      cli_Json holders = cli_Json::array();
+      if (hits[k].location == shp_Location::OnBoundary)
+        locator_.FindAll(point, owners);
+      else
+        owners.assign(hits[k].element == bme_kNotFound ? 0 : 1, hits[k]);
+      for (const bme_ElementHit& hit : owners) {
+        cli_Json holder = Element(hit.element);
+        holder["verdict"] = Verdict(hit.location);
+        if (hit.location != shp_Location::Degenerate) holder["iso"] = hit.iso;
+        holders.push_back(std::move(holder));
+      }
+      answer["elements"] = std::move(holders);
+      if (hits[k].location == shp_Location::Outside) {
+        const bme_NearestElement nearest = locator_.FindNearest(point);
+        answer["nearest"] = nullptr;
+        if (nearest.element != bme_kNotFound) {
+          answer["nearest"] = Element(nearest.element);
+          answer["nearest"]["distance"] = nearest.distance;
+          answer["nearest"]["iso"] = nearest.iso;
+        }
+      }
+      answers.push_back(std::move(answer));
+    }
+    return answers;
+  }
+
+private:
+  cli_Json Element(unsigned element) const {
+    unsigned classIndex = 0, inClass = 0;
+    elements_.GetClassAndElemIndex(element, classIndex, inClass);
+    const bme_ElementClass& type = elements_.GetClass(classIndex);
+    const long long label =
+        elements_.HasUserElementLabels() ? type.UserElementLabels()[inClass] : element + 1LL;
+    return {{"label", label}, {"index", element}, {"class", classIndex}, {"type", type.ElemTypeLabel()}};
+  }
+
+  const bme_ElementData& elements_;
+  bme_ElementLocator locator_;
+};
+
+cow_String Text(const cli_Json& point) {
+  std::ostringstream text;
+  text << std::setprecision(7);
+  for (const cli_Json& value : point) {
+    const double x = value.get<double>();
+    text << (text.tellp() > 0 ? ", " : "(") << (std::abs(x) < 1e-12 ? 0.0 : x);
+  }
+  return text.str() + ")";
+}
+
+cow_String Name(const cli_Json& element) {
+  return "element " + element["label"].dump() + ", class " + element["class"].dump() + ", "
+         + element["type"].get<std::string>();
+}
+
+void Print(const cli_Json& answer) {
+  std::cout << "point (" << answer["point"][0] << ", " << answer["point"][1] << ", " << answer["point"][2]
+            << "): " << answer["verdict"].get<std::string>() << '\n';
+  for (const cli_Json& element : answer["elements"]) {
+    std::cout << "  " << Name(element);
+    if (element.contains("iso")) std::cout << ", iso " << Text(element["iso"]);
+    std::cout << '\n';
+  }
+  if (!answer.contains("nearest")) return;
+  const cli_Json& nearest = answer["nearest"];
+  if (nearest.is_null())
+    std::cout << "  no element is near\n";
+  else
+    std::cout << "  nearest " << Name(nearest) << ", distance " << std::setprecision(7)
+              << nearest["distance"].get<double>() << " at iso " << Text(nearest["iso"]) << '\n';
+}
+
+void Run(const Arguments& arguments) {
+  std::vector<double> points = arguments.coordinates;
+  if (points.size() % 3 != 0)
+    throw cli_UsageError("locate: a point has 3 coordinates, " + std::to_string(points.size())
+                         + " numbers are given");
+  if (!arguments.pointFile.empty()) {
+    const std::vector<double> more = ReadPoints(arguments.pointFile);
+    points.insert(points.end(), more.begin(), more.end());
+  }
+  if (points.empty()) throw cli_UsageError("locate: give a point, X Y Z, or a file of points with --points");
+  cli_Console console;
+  console.Begin("reading " + arguments.file);
+  const cls_Database model = cli_OpenModel(arguments.file);
+  const cow_String root = cli_ChooseMesh(model, arguments.name);
+  const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
+  console.End();
+
+  const long long notFinite = cli_NumNotFinite(*mesh);
+  const cli_Json json = {{"file", arguments.file},
+                         {"mesh", root},
+                         {"notFinite", notFinite},
+                         {"points", Answers(*mesh).All(points)}};
+  if (arguments.json) return cli_PrintJson(json);
+  for (const cli_Json& answer : json["points"]) Print(answer);
+  if (notFinite > 0)
+    std::cout << "Left out: " << notFinite << " elements with nodes that have no finite coordinates\n";
+}
+} // namespace
+
+void cli_AddLocate(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("locate", "Find the elements that hold points");
+  auto arguments = std::make_shared<Arguments>();
+  cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
+  command->add_option("COORDINATES", arguments->coordinates, "X Y Z of one point or several")
+      ->check([](const std::string& text) {
+        return std::isfinite(std::strtod(text.c_str(), nullptr)) ? std::string()
+                                                                 : "\"" + text + "\" is no coordinate";
+      });
+  command->add_option(
+      "--points", arguments->pointFile,
+      "File of points, - for the standard input, three numbers a line; text after # is skipped");
+  command->footer(
+      "Prints for each point: inside, with the element and its iso coordinates; on boundary, with all\n"
+      "elements that share the place; outside, with the nearest element and its distance; or degenerate\n"
+      "element, when it can only be in one that is flat or inside out. On shells and beams a point may be\n"
+      "off by a millionth of the element.\n"
+      "\n"
+      "Examples:\n"
+      "  coregeometry locate bracket.cgdb 0.01 0.02 0.002\n"
+      "  coregeometry locate bracket.cgdb --points probes.txt --json");
+  command->callback([arguments] { Run(*arguments); });
+}

@@ -1,0 +1,119 @@
+// coregeometry render: a picture of a mesh
+#include "cli_Commands.h"
+#include "cli_Console.h"
+#include "cli_Output.h"
+#include "cli_Regions.h"
+#include <CoreGeometry/pic_Scene.h>
+
+#include <charconv>
+#include <iostream>
+#include <set>
+
+namespace {
+struct Arguments {
+  std::string file, name, size;
+  cli_OutputArguments output;
+  std::vector<std::string> sets;
+  std::vector<double> direction;
+  bool json = false, edges = false;
+};
+
+const std::vector<cli_FileFormat>& Formats() {
+  static const std::vector<cli_FileFormat> all = {{"png", {".png"}}};
+  return all;
+}
+
+pic_View ViewOf(const Arguments& arguments) {
+  pic_View view;
+  view.hasMeshEdges = arguments.edges;
+  if (!arguments.direction.empty()) {
+    std::ranges::copy(arguments.direction, view.direction.begin());
+    double square = 0;
+    for (const double part : view.direction) square += part * part;
+    if (!(square > 0 && square < 1e300))
+      throw cli_UsageError("render: --view is the direction to the viewer, not 0,0,0 or beyond all numbers");
+  }
+  if (arguments.size.empty()) return view;
+  constexpr int kLeast = 16, kMost = 4096;
+  const char *text = arguments.size.data(), *end = text + arguments.size.size();
+  const auto [x, first] = std::from_chars(text, end, view.width);
+  const bool hasX = first == std::errc() && x != end && (*x == 'x' || *x == 'X');
+  const auto [rest, second] = std::from_chars(hasX ? x + 1 : end, end, view.height);
+  const auto isGood = [](int length) { return length >= kLeast && length <= kMost; };
+  if (!hasX || second != std::errc() || rest != end || !isGood(view.width) || !isGood(view.height))
+    throw cli_UsageError("render: --size " + arguments.size + " is not WIDTHxHEIGHT with "
+                         + std::to_string(kLeast) + " to " + std::to_string(kMost) + " pixels each");
+  return view;
+}
+
+void Run(const Arguments& arguments) {
+  const pic_View view = ViewOf(arguments);
+  cli_Console console;
+  uti_OutputFile output = cli_OpenOutput(arguments.output, Formats(), {arguments.file});
+  console.Begin("reading " + arguments.file);
+  const cls_Database model = cli_OpenModel(arguments.file);
+  const cow_String root = cli_ChooseMesh(model, arguments.name);
+  const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
+  console.Begin("drawing " + root);
+  const std::vector<bme_NamedSet> sets =
+      arguments.sets.empty() ? std::vector<bme_NamedSet>() : cli_SetsOfMesh(model, root);
+  const bme_Outside outside = bme_FindOutside(*mesh, sets, arguments.sets, arguments.file + ", " + root);
+  pic_Draw(outside, mesh->NodeData().Coordinates().Const(), view).WritePng(output);
+  console.End();
+
+  std::vector<long long> faces(outside.groups.size()), lines(outside.groups.size());
+  for (const bme_OuterFace& face : outside.faces) ++faces[static_cast<std::size_t>(face.group)];
+  for (const bme_OuterLine& line : outside.lines) ++lines[static_cast<std::size_t>(line.group)];
+  cli_Json groups = cli_Json::array();
+  if (!arguments.json)
+    std::cout << root << " of " << arguments.file << " is drawn in " << output.Name() << ", " << view.width
+              << " x " << view.height << ":\n";
+  for (std::size_t i = 0; i < outside.groups.size(); ++i) {
+    if (faces[i] + lines[i] == 0) continue;
+    const cow_String colour = pic_ColourName(static_cast<int>(i));
+    groups.push_back(
+        {{"name", outside.groups[i]}, {"colour", colour}, {"faces", faces[i]}, {"lines", lines[i]}});
+    if (!arguments.json)
+      std::cout << "  " << colour << ": " << outside.groups[i] << ", " << faces[i] << " faces"
+                << (lines[i] > 0 ? ", " + std::to_string(lines[i]) + " lines" : "") << '\n';
+  }
+  if (outside.notFinite > 0 && !arguments.json)
+    std::cout << "Left out: " << outside.notFinite
+              << " faces and lines with nodes that have no finite coordinates\n";
+  if (arguments.json)
+    cli_PrintJson({{"file", arguments.file},
+                   {"mesh", root},
+                   {"output", output.Name()},
+                   {"width", view.width},
+                   {"height", view.height},
+                   {"notFinite", outside.notFinite},
+                   {"groups", groups}});
+}
+} // namespace
+
+void cli_AddRender(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("render", "Draw a mesh as a picture (PNG)");
+  auto arguments = std::make_shared<Arguments>();
+  cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
+  cli_AddOutputOptions(*command, arguments->output, Formats(), "Picture to write, .png");
+  command
+      ->add_option("--sets", arguments->sets,
+                   "Draw these sets and surfaces alone, each in a colour of its own")
+      ->delimiter(',')
+      ->allow_extra_args(false);
+  command->add_flag("--edges", arguments->edges, "Draw the edges of all faces, too");
+  command->add_option("--view", arguments->direction, "Direction to the viewer, X,Y,Z; 1,-1.5,1 by default")
+      ->delimiter(',')
+      ->expected(3);
+  command->add_option("--size", arguments->size, "WIDTHxHEIGHT in pixels; 1200x900 by default");
+  command->footer(
+      "Shows what is seen from outside: shells, and faces of solids that no other solid has, with the edges\n"
+      "where they turn by more than 30 degrees; line elements as lines. Colours tell element classes apart,\n"
+      "or sets. Points, and types without a shape, are not drawn. No display is needed; the same mesh gives\n"
+      "the same bytes.\n"
+      "\n"
+      "Examples:\n"
+      "  coregeometry render bracket.cgdb -o bracket.png --edges\n"
+      "  coregeometry render bracket.cgdb -o skin.png --sets skin_outside --view 0,-1,0 --size 800x600");
+  command->callback([arguments] { Run(*arguments); });
+}

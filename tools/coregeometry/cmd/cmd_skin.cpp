@@ -1,0 +1,77 @@
+// coregeometry skin: the outside of a mesh as shells of a file of its own
+#include "cli_Commands.h"
+#include "cli_Console.h"
+#include "cli_Ledger.h"
+#include "cli_Output.h"
+#include "cli_Regions.h"
+#include <CoreGeometry/bme_Outside.h>
+#include <CoreGeometry/exo_Skin.h>
+
+#include <iostream>
+
+namespace {
+struct Arguments {
+  std::string file, name;
+  cli_OutputArguments output;
+  std::vector<std::string> sets;
+  bool json = false, edges = false;
+};
+
+const std::vector<cli_FileFormat>& Formats() {
+  static const std::vector<cli_FileFormat> all = {{"exodus", {".exo", ".e", ".g"}}};
+  return all;
+}
+
+void Run(const Arguments& arguments) {
+  cli_Console console;
+  uti_OutputFile output = cli_OpenOutput(arguments.output, Formats(), {arguments.file});
+  console.Begin("reading " + arguments.file);
+  const cls_Database model = cli_OpenModel(arguments.file);
+  const cow_String root = cli_ChooseMesh(model, arguments.name);
+  const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
+  const std::vector<bme_NamedSet> sets =
+      arguments.sets.empty() ? std::vector<bme_NamedSet>() : cli_SetsOfMesh(model, root);
+  console.Begin("writing " + output.Name());
+  const bme_Outside outside = bme_FindOutside(*mesh, sets, arguments.sets, arguments.file + ", " + root);
+  const exo_SkinSummary summary = exo_WriteSkin(output, *mesh, outside, arguments.edges);
+  console.End();
+  if (arguments.json) {
+    cli_PrintJson({{"file", arguments.file},
+                   {"mesh", root},
+                   {"output", output.Name()},
+                   {"nodes", summary.nodes},
+                   {"faces", summary.faces},
+                   {"shells", summary.shells},
+                   {"edges", summary.edges},
+                   {"notCarried", cli_LedgerJson(summary.ledger)}});
+    return;
+  }
+  std::cout << "The outside of " << root << " of " << arguments.file << " is written to " << output.Name()
+            << ":\n  " << summary.nodes << " nodes, " << summary.faces << " faces as " << summary.shells
+            << " shells";
+  if (arguments.edges) std::cout << ", " << summary.edges << " feature edges as beams";
+  std::cout << '\n';
+  cli_PrintLedger(summary.ledger, "Every face was carried over whole.",
+                  "Not carried over, since an Exodus II file has no place for it:");
+}
+} // namespace
+
+void cli_AddSkin(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("skin", "Write the outside of a mesh as shells (Exodus II)");
+  auto arguments = std::make_shared<Arguments>();
+  cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
+  cli_AddOutputOptions(*command, arguments->output, Formats(), "File to write, .exo (.e, .g)");
+  command->add_option("--sets", arguments->sets, "The outside of these sets, and these surfaces, alone")
+      ->delimiter(',')
+      ->allow_extra_args(false);
+  command->add_flag("--edges", arguments->edges, "Write feature edges as beams, too");
+  command->footer(
+      "Shells and faces of solids that no other solid has; a block for each number of nodes in each element\n"
+      "class or set. Nodes keep their labels. Two element maps, source_element and source_face, tell the\n"
+      "label of the element that a shell was a face of, and which face, from 1; of a beam, one of its "
+      "faces.\n"
+      "\n"
+      "Example:\n"
+      "  coregeometry skin bracket.cgdb -o bracket-skin.exo --edges");
+  command->callback([arguments] { Run(*arguments); });
+}

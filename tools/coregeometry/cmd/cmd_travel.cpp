@@ -1,0 +1,138 @@
+// coregeometry travel: how far a model moves along a direction until it meets another
+#include "cli_Commands.h"
+#include "cli_Console.h"
+#include "cli_Model.h"
+#include "cli_Skin.h"
+
+#include <CoreGeometry/gsl_Travel.h>
+#include <CoreGeometry/gsl_Vector.h>
+#include <cmath>
+#include <iostream>
+#include <sstream>
+
+namespace {
+struct Arguments {
+  std::vector<std::string> files, names, parts;
+  std::vector<double> direction;
+  bool json = false;
+};
+
+/// One of the two that are to meet.
+struct Side {
+  cow_String file, root, part;
+  cow_CountedHld<bme_Mesh> mesh;
+  bme_FaceTriangles skin;
+
+  Side(const Arguments& arguments, std::size_t i) {
+    const auto choose = [i](const std::vector<std::string>& given) {
+      return i < given.size() ? given[i] : cow_String();
+    };
+    file = arguments.files[std::min(i, arguments.files.size() - 1)];
+    part = choose(arguments.parts);
+    const cls_Database model = cli_OpenModel(file);
+    root = cli_ChooseMesh(model, arguments.names.size() == 1 ? arguments.names[0] : choose(arguments.names));
+    mesh = model.Get<bme_Mesh>(root);
+    skin = cli_MakeSkin(model, root, *mesh, part);
+  }
+  int ElementLabel(int triangle) const {
+    const unsigned element = bme_ElementOf(skin.words[static_cast<std::size_t>(triangle)]);
+    unsigned classIndex = 0, inClass = 0;
+    const bme_ElementData& elements = mesh->ElementData();
+    if (elements.HasUserElementLabels() && elements.GetClassAndElemIndex(element, classIndex, inClass))
+      return elements.GetClass(classIndex).UserElementLabels()[inClass];
+    return static_cast<int>(element) + 1;
+  }
+  gsl_TriangleTree Tree(const gsl_Vector& direction) const {
+    return {mesh->NodeData().Coordinates().Const(), skin.nodes, direction};
+  }
+  cli_Json Facts() const {
+    cli_Json facts = {{"file", file}, {"mesh", root}, {"triangles", skin.words.size()}};
+    if (!part.empty()) facts["part"] = part;
+    return facts;
+  }
+};
+
+cow_String PointText(const std::array<double, 3>& p) {
+  std::ostringstream text;
+  text.precision(9);
+  text << '(' << p[0] << ", " << p[1] << ", " << p[2] << ')';
+  return text.str();
+}
+
+void Run(const Arguments& arguments) {
+  if (arguments.files.size() == 1 && arguments.parts.size() != 2)
+    throw cli_UsageError("travel: give two models, or one model and two parts of it");
+  const gsl_Vector direction(arguments.direction[0], arguments.direction[1], arguments.direction[2]);
+  if (!(direction.Magnitude() > 0 && std::isfinite(direction.Magnitude())))
+    throw cli_UsageError("travel: the direction must be finite and longer than zero");
+  cli_Console console;
+  console.Begin("reading " + arguments.files.front());
+  const Side moving(arguments, 0);
+  console.Begin("reading " + arguments.files.back());
+  const Side fixed(arguments, 1);
+  console.End();
+
+  gsl_Travel travel;
+  const bool meets = gsl_FindTravel(fixed.Tree(direction), moving.Tree(direction), direction, travel);
+  if (arguments.json) {
+    cli_Json json = {{"moving", moving.Facts()},
+                     {"fixed", fixed.Facts()},
+                     {"direction", arguments.direction},
+                     {"meets", meets}};
+    if (meets) {
+      json["distance"] = travel.distance;
+      json["moving"].update(
+          {{"element", moving.ElementLabel(travel.movableTriangle)}, {"point", travel.movablePoint}});
+      json["fixed"].update(
+          {{"element", fixed.ElementLabel(travel.fixedTriangle)}, {"point", travel.fixedPoint}});
+    }
+    return cli_PrintJson(json);
+  }
+  if (!meets) {
+    std::cout << "never meets\n";
+    return;
+  }
+  std::ostringstream distance;
+  distance.precision(9);
+  distance << travel.distance;
+  std::cout << "distance " << distance.str() << '\n'
+            << "element " << moving.ElementLabel(travel.movableTriangle) << " of what moves, at "
+            << PointText(travel.movablePoint) << '\n'
+            << "element " << fixed.ElementLabel(travel.fixedTriangle) << " of what is met, at "
+            << PointText(travel.fixedPoint) << '\n';
+}
+} // namespace
+
+void cli_AddTravel(CLI::App& app) {
+  CLI::App* command =
+      app.add_subcommand("travel", "How far a model moves along a direction until it meets another");
+  auto arguments = std::make_shared<Arguments>();
+  command->add_option("MODEL", arguments->files, "The model that moves and the one it is to meet (.cgdb)")
+      ->required()
+      ->expected(1, 2);
+  command->add_option("--direction", arguments->direction, "Three components; the length does not matter")
+      ->required()
+      ->expected(3);
+  command
+      ->add_option(
+          "--part", arguments->parts,
+          "Part of the first model, then of the second: an element type, a category of elements or its "
+          "last piece, a set or a surface. With one model both parts are of it")
+      ->type_name("NAME")
+      ->expected(1, 2);
+  command
+      ->add_option(
+          "--name", arguments->names,
+          "Name of the mesh of the first model, then of the second; not needed when a model has one mesh")
+      ->type_name("NAME")
+      ->expected(1, 2);
+  command->add_flag("--json", arguments->json, "Print the facts as JSON");
+  command->footer(
+      "Prints the distance, and the elements and points that meet; 0 when they touch or overlap. Shells and "
+      "the\n"
+      "outside of solids count, with straight edges between corners. Exit code 0 also when they never meet.\n"
+      "\n"
+      "Example: two parts of one model\n"
+      "  coregeometry travel press.cgdb --direction 0 0 -1 --part punch sheet");
+  command->callback([arguments] { Run(*arguments); });
+}

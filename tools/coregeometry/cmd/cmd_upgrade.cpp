@@ -1,0 +1,124 @@
+// coregeometry upgrade: objects in superseded layouts are rewritten in the current ones
+#include "cli_Commands.h"
+#include "cli_Console.h"
+#include "cli_Model.h"
+
+#include <BasicUtils/uti_OutputFile.h>
+#include <filesystem>
+#include <iostream>
+#include <optional>
+
+namespace {
+struct Arguments {
+  std::string file;
+  std::optional<std::string> backup;
+  bool noBackup = false, dryRun = false, json = false;
+};
+
+using Classes = std::vector<cls_Database::StoredClass>;
+
+Classes OutdatedOf(const cls_Database& model) {
+  Classes outdated;
+  for (const auto& stored : model.Classes())
+    if (stored.outdated && stored.objects > 0) outdated.push_back(stored);
+  return outdated;
+}
+
+/// The file as it is, under another name.
+void KeepBackup(const std::string& file, const cow_String& backup) {
+  try {
+    // SQLite copies from no connection that changes the file, but another one reads beside it
+    cli_OpenModel(file).Backup(backup);
+  } catch (const uti_FileExistsException& error) {
+    throw nex_TextException(error.Message() + "; name another file with --backup");
+  }
+}
+
+/// What was outdated. A backup that is made is of what was upgraded, and stays only with it.
+Classes Upgrade(const std::string& file, const cow_String& backup, bool& hasBackup) {
+  cls_Database model = cli_OpenModel(file, cls_Database::Mode::ReadWrite);
+  Classes outdated;
+  try {
+    model.Upgrade([&] {
+      outdated = OutdatedOf(model);
+      if (backup.empty()) return;
+      KeepBackup(file, backup);
+      hasBackup = true;
+    });
+  } catch (...) {
+    std::error_code error;
+    if (hasBackup) std::filesystem::remove(backup, error);
+    throw;
+  }
+  return outdated;
+}
+
+void Run(const Arguments& arguments) {
+  if (arguments.noBackup && arguments.backup)
+    throw cli_UsageError("--backup and --no-backup exclude each other");
+  cli_Console console;
+  console.Begin("upgrading " + arguments.file);
+  cow_String backup = arguments.noBackup ? cow_String() : arguments.backup.value_or(arguments.file + ".bak");
+  if (!arguments.noBackup) uti_OutputFile::CheckName(backup);
+  bool hasBackup = false;
+  Classes outdated;
+  bool isOldFile = false;
+  {
+    const cls_Database model = cli_OpenModel(arguments.file);
+    outdated = OutdatedOf(model); // a model that needs nothing may be read-only
+    isOldFile = model.Format() < cls_Database::kFormat;
+    if (arguments.dryRun) model.Converted(); // proves that every object can be converted
+  }
+  if ((isOldFile || !outdated.empty()) && !arguments.dryRun)
+    outdated = Upgrade(arguments.file, backup, hasBackup);
+  if (!hasBackup) backup.clear();
+  console.End();
+
+  long long count = 0;
+  cli_Json classes = cli_Json::array();
+  for (const auto& stored : outdated) {
+    count += stored.objects;
+    classes.push_back({{"class", stored.name}, {"version", stored.version}, {"objects", stored.objects}});
+  }
+  if (arguments.json) {
+    cli_PrintJson({{"file", arguments.file},
+                   {"dryRun", arguments.dryRun},
+                   {"upgraded", count},
+                   {"fileFormat", isOldFile ? cli_Json(cls_Database::kFormat) : cli_Json()},
+                   {"classes", classes},
+                   {"backup", backup.empty() ? cli_Json() : cli_Json(backup)}});
+    return;
+  }
+  if (count == 0 && !isOldFile) {
+    std::cout << arguments.file << ": every object is stored in its current layout\n";
+    return;
+  }
+  for (const auto& stored : outdated)
+    std::cout << "  " << stored.name << " version " << stored.version << ": " << stored.objects
+              << (stored.objects == 1 ? " object\n" : " objects\n");
+  if (isOldFile)
+    std::cout << arguments.file << ": " << (arguments.dryRun ? "would get" : "has") << " file format "
+              << cls_Database::kFormat << '\n';
+  std::cout << arguments.file << ": " << count << (count == 1 ? " object " : " objects ")
+            << (arguments.dryRun ? "would be rewritten" : "rewritten") << " in the current layout\n";
+  if (!backup.empty()) std::cout << "The file as it was: " << backup << '\n';
+}
+} // namespace
+
+void cli_AddUpgrade(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("upgrade", "Rewrite objects of older layouts in the current one");
+  auto arguments = std::make_shared<Arguments>();
+  command->add_option("MODEL", arguments->file, "Model file (.cgdb)")->required();
+  command->add_option("--backup", arguments->backup, "Where the file as it was is kept (default: MODEL.bak)");
+  command->add_flag("--no-backup", arguments->noBackup, "Keep no copy of the file as it was");
+  command->add_flag("--dry-run", arguments->dryRun,
+                    "Convert everything in memory and print what would change; the file stays as it is");
+  command->add_flag("--json", arguments->json, "Print the facts as JSON");
+  command->footer(
+      "Reading never needs it: old layouts are converted as they are read. \"coregeometry info\" tells\n"
+      "whether a model has any. All objects are rewritten, or none.\n"
+      "\n"
+      "Example:\n"
+      "  coregeometry upgrade old-wing.cgdb");
+  command->callback([arguments] { Run(*arguments); });
+}
