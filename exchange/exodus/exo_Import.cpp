@@ -2,6 +2,7 @@
 
 #include "exo_File.h"
 #include "exo_Labels.h"
+#include "exo_Sets.h"
 
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>

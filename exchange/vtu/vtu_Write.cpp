@@ -1,3 +1,4 @@
+#include <CoreGeometry/exo_NodeOrder.h>
 #include <CoreGeometry/vtu_Write.h>
 
 #include <CoreGeometry/exo_Export.h>

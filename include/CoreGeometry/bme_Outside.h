@@ -2,10 +2,9 @@
 #pragma once
 
 #include <CoreGeometry/CoreGeometryExport.h>
-#include <CoreGeometry/bme_NamedSet.h>
-
 #include <CoreGeometry/bme_FEMFaceList.h>
 #include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/bme_NamedSet.h>
 #include <array>
 #include <string>
 

@@ -1,11 +1,11 @@
 // exo_Export.h: a mesh as an Exodus II file
 #pragma once
 
-#include <CoreGeometry/ExchangeExport.h>
-#include <CoreGeometry/bme_NamedSet.h>
-
 #include <BasicUtils/uti_OutputFile.h>
+#include <CoreGeometry/ExchangeExport.h>
 #include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/bme_NamedSet.h>
+#include <CoreGeometry/exo_Ledger.h>
 
 /// Writes nodes, labels, element classes and sets: what reading the file again makes the same mesh of.
 ///

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <CoreGeometry/ExchangeExport.h>
-#include <CoreGeometry/bme_NamedSet.h>
-#include <CoreGeometry/exo_Types.h>
-
 #include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/bme_NamedSet.h>
+#include <CoreGeometry/exo_Ledger.h>
+#include <CoreGeometry/exo_Types.h>
 #include <memory>
 
 /// What one element block became.

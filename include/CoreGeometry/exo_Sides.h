@@ -3,7 +3,6 @@
 
 #include <CoreGeometry/ExchangeExport.h>
 #include <CoreGeometry/exo_NodeOrder.h>
-
 #include <CoreGeometry/res_SetType.h>
 
 /// How the sides of surface elements count. Solids, lines and points have one way each.

@@ -1,11 +1,10 @@
 // exo_Skin.h: the outside of a mesh as an Exodus II file
 #pragma once
 
+#include <BasicUtils/uti_OutputFile.h>
 #include <CoreGeometry/ExchangeExport.h>
 #include <CoreGeometry/bme_Outside.h>
 #include <CoreGeometry/exo_Ledger.h>
-
-#include <BasicUtils/uti_OutputFile.h>
 
 struct exo_SkinSummary {
   long long nodes = 0, faces = 0, shells = 0, edges = 0;

@@ -3,7 +3,6 @@
 
 #include <CoreGeometry/ExchangeExport.h>
 #include <CoreGeometry/exo_Sides.h>
-
 #include <CoreGeometry/shp_Shape.h>
 #include <CoreUtils/cow_String.h>
 #include <optional>

@@ -1,11 +1,11 @@
 // vtu_Write.h: a mesh as an unstructured grid in the XML form of VTK
 #pragma once
 
-#include <CoreGeometry/ExchangeExport.h>
-#include <CoreGeometry/bme_NamedSet.h>
-
 #include <BasicUtils/uti_OutputFile.h>
+#include <CoreGeometry/ExchangeExport.h>
 #include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/bme_NamedSet.h>
+#include <CoreGeometry/exo_Ledger.h>
 
 /// Writes nodes, elements as VTK cells, user labels, the class of each element, and a 0-1 array for each set
 /// of nodes or of elements; binary, compressed with zlib, in base64 after the XML. An element with no cell of

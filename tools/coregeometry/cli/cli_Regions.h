@@ -2,7 +2,7 @@
 #pragma once
 
 #include "cli_Model.h"
-#include "exo_Sets.h"
+#include <CoreGeometry/bme_NamedSet.h>
 
 #include <CoreGeometry/rgnC_Region.h>
 #include <map>
