@@ -178,9 +178,9 @@ cls_Location db_Reader::Resolve(std::string_view path) {
   };
   // a root name may itself contain dots and brackets: the longest known one wins
   std::size_t end = path.size();
-  if (const std::size_t longest = file_.LongestRoot(); longest < end) end = path.find_last_of(".[", longest);
-  std::optional<long long> row;
-  while (end != std::string_view::npos) {
+  std::optional<long long> row = file_.FindRoot(path); // mostly; without a look at all roots in any format
+  if (!row) end = path.find_last_of(".[", file_.LongestRoot());
+  while (!row && end != std::string_view::npos) {
     row = file_.FindRoot(path.substr(0, end));
     if (row || end == 0) break;
     end = path.find_last_of(".[", end - 1);
