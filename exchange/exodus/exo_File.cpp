@@ -1,4 +1,5 @@
 #include "exo_File.h"
+#include "exo_Streams.h"
 
 #include "exo_ClassicHeader.h"
 #include "exo_Layout.h"
@@ -48,7 +49,7 @@ exo_File::Handle::Handle(const char* name) {
   }
   damage = exo_CheckClassicHeader(name);
   if (!damage.empty()) return;
-  ex_opts(EX_DEFAULT); // no messages of the library's own
+  exo_QuietLibrary();
   // ex_open ends the process at some files that NetCDF cannot open
   exerrval = nc_open(name, NC_NOWRITE, &id);
   if (exerrval != NC_NOERR) {

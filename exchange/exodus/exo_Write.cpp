@@ -1,4 +1,5 @@
 #include "exo_Write.h"
+#include "exo_Streams.h"
 
 #include <BasicUtils/nex_Exception.h>
 #include <BasicUtils/thr_ThreadSingleton.h>
@@ -23,7 +24,7 @@ int FormatFor(const exo_OutMesh& mesh) {
 class Writer {
 public:
   Writer(const cow_String& name, const cow_String& shownName, int format) : shownName_(shownName) {
-    ex_opts(EX_DEFAULT);
+    exo_QuietLibrary();
     int given = sizeof(float), stored = sizeof(float);
     id_ = ex_create(name.c_str(), EX_CLOBBER | format, &given, &stored);
     Check(id_, "the file");
