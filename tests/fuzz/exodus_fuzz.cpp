@@ -5,7 +5,7 @@
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <cstdio>
 #include <cstdlib>
-#include <exo_Import.h>
+#include <CoreGeometry/exo_Import.h>
 #include <fcntl.h>
 #include <unistd.h>
 

@@ -5,9 +5,9 @@
 #include <BasicUtils/cls_Database.h>
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/exo_Import.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
 #include <cstdio>
-#include <exo_Import.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>

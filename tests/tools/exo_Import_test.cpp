@@ -4,7 +4,7 @@
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
-#include <exo_Import.h>
+#include <CoreGeometry/exo_Import.h>
 #include <exo_Labels.h>
 #include <exodusII.h>
 #include <fcntl.h>

@@ -2,9 +2,9 @@
 #include "ExodusWriter.h"
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/exo_Import.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <cmath>
-#include <exo_Import.h>
 #include <exodusII.h>
 #include <gtest/gtest.h>
 #include <numeric>

@@ -2,10 +2,10 @@
 #include "ExodusWriter.h"
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/exo_Import.h>
 #include <CoreGeometry/rgnC_Facet.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
-#include <exo_Import.h>
 #include <exodusII.h>
 #include <gtest/gtest.h>
 #include <numeric>

@@ -2,8 +2,8 @@
 #include <CoreGeometry/bme_ExternalEdges.h>
 #include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/bme_FEMNodeList.h>
+#include <CoreGeometry/exo_Import.h>
 #include <CoreGeometry/shp_Shape.h>
-#include <exo_Import.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 

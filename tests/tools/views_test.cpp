@@ -6,11 +6,11 @@
 #include <BasicUtils/cls_CreateModel.h>
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/exo_Export.h>
+#include <CoreGeometry/exo_Import.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
 #include <algorithm>
 #include <cmath>
-#include <exo_Export.h>
-#include <exo_Import.h>
 #include <exodusII.h>
 #include <fstream>
 #include <gtest/gtest.h>

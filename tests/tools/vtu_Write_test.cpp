@@ -2,13 +2,13 @@
 #include "VtuReader.h"
 
 #include <CoreGeometry/shp_ShapeDictionary.h>
+#include <CoreGeometry/vtu_Write.h>
 #include <gtest/gtest.h>
 #include <mesh/EntityMeshes.h>
-#include <vtu_Write.h>
 
 namespace {
 bme_NamedSet SetOf(const cow_String& name, rgnC_SetType kind,
-                      const std::vector<std::pair<res_SetTypeEnm, std::vector<int>>>& subsets, int mesh = 1) {
+                   const std::vector<std::pair<res_SetTypeEnm, std::vector<int>>>& subsets, int mesh = 1) {
   bme_NamedSet set{name, kind, {}};
   for (const auto& [type, ids] : subsets)
     set.data.AppendSubset(
@@ -40,8 +40,8 @@ TEST(vtu_Write, HasCellsAndMarksOfEveryClassAsTheyAre) {
                         .Make();
   const TestFolder folder;
   const std::vector<bme_NamedSet> sets = {Nodes("some <nodes> & \"more\"", {7, 0}),
-                                             Elements("shells", {3, 4}),
-                                             SetOf("elsewhere", rgnC_NODE_SET, {{res_NODE_SET, {1}}}, 2)};
+                                          Elements("shells", {3, 4}),
+                                          SetOf("elsewhere", rgnC_NODE_SET, {{res_NODE_SET, {1}}}, 2)};
   uti_OutputFile all(folder / "all.vtu");
   const exo_Ledger ledger = vtu_WriteMesh(all, *mesh, sets);
   const Vtu vtu(folder / "all.vtu");
