@@ -179,7 +179,7 @@ std::vector<std::string> Rows(const std::string& file) {
     const std::string columns =
         query("SELECT group_concat('quote(\"' || name || '\")', ' || '', '' || ') FROM "
               "pragma_table_info('"
-              + table + "') WHERE name NOT IN ('$sum', 'sum', 'uid')")[0];
+              + table + "') WHERE name NOT IN ('$sum', 'sum', 'content', 'uid')")[0];
     for (const std::string& row : query("SELECT " + columns + " FROM \"" + table + "\" ORDER BY 1"))
       all.push_back(table + ": " + row);
   }

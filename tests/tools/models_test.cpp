@@ -236,6 +236,20 @@ TEST_F(Models, AreUpgradedWithABackup) {
   EXPECT_EQ(RunTool({"upgrade", file, "--no-backup", "--backup", "x"}).exitCode, 2);
 }
 
+TEST_F(Models, OfTheFirstFileFormatAreUpgradedWhateverTheirLayouts) {
+  const std::string file = At("first.cgdb");
+  fs::copy_file(fs::path(TEST_FILES) / "meshes_0.1.0" / "model.cgdb", file);
+  const auto format = [&] { return json::parse(RunTool({"info", file, "--json"}).out)["fileFormat"]; };
+  const std::string text = file + ": every object is stored in its current layout";
+  EXPECT_EQ(RunTool({"upgrade", file, "--dry-run"}).out, text + "; the file would get format 2\n");
+  EXPECT_EQ(format(), 1);
+  EXPECT_EQ(RunTool({"upgrade", file}).out,
+            text + "; the file has format 2\nThe file as it was: " + file + ".bak\n");
+  EXPECT_EQ(format(), 2);
+  EXPECT_EQ(RunTool({"diff", file, file + ".bak"}).exitCode, 0);
+  EXPECT_EQ(RunTool({"upgrade", file}).out, text + "\n");
+}
+
 /// What a model holds may change until the command has it to itself: another pass is open when it looks
 /// first.
 TEST_F(Models, AreChangedByWhatTheyHoldWhenItIsTheCommandsTurn) {

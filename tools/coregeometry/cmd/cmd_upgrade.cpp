@@ -93,14 +93,15 @@ void Run(const Arguments& arguments) {
     std::cout << arguments.file << ": every object is stored in its current layout\n";
     return;
   }
+  if (count == 0)
+    std::cout << arguments.file << ": every object is stored in its current layout; the file "
+              << (arguments.dryRun ? "would get" : "has") << " format " << cls_Database::kFormat << '\n';
   for (const auto& stored : outdated)
     std::cout << "  " << stored.name << " version " << stored.version << ": " << stored.objects
               << (stored.objects == 1 ? " object\n" : " objects\n");
-  if (isOldFile)
-    std::cout << arguments.file << ": " << (arguments.dryRun ? "would get" : "has") << " file format "
-              << cls_Database::kFormat << '\n';
-  std::cout << arguments.file << ": " << count << (count == 1 ? " object " : " objects ")
-            << (arguments.dryRun ? "would be rewritten" : "rewritten") << " in the current layout\n";
+  if (count > 0)
+    std::cout << arguments.file << ": " << count << (count == 1 ? " object " : " objects ")
+              << (arguments.dryRun ? "would be rewritten" : "rewritten") << " in the current layout\n";
   if (!backup.empty()) std::cout << "The file as it was: " << backup << '\n';
 }
 } // namespace
