@@ -3,9 +3,9 @@
 #include "FuzzFile.h"
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/exo_Import.h>
 #include <cstdio>
 #include <cstdlib>
-#include <CoreGeometry/exo_Import.h>
 #include <fcntl.h>
 #include <unistd.h>
 
