@@ -163,7 +163,7 @@ std::vector<shp_IsoPoint> shp_IntegrationRule::Points() const {
     if (counts[0] == kFacesAndCorners) return FacesAndCorners();
     return Product(Gauss(counts[0]), Gauss(counts[1]), Gauss(counts[2]));
   }
-  const std::vector<shp_IsoPoint> inSimplex =
+  std::vector<shp_IsoPoint> inSimplex =
       facts.numSimplexDims == 2 ? TrianglePoints(counts[0]) : TetrahedronPoints(counts[0]);
   if (facts.IsSimplex()) return inSimplex;
   std::vector<shp_IsoPoint> points;

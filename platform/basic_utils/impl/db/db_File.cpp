@@ -17,7 +17,7 @@ std::size_t db_ElementSize(cls_ArrayKind kind) {
   }
 }
 
-db_Statement& db_File::Statement(std::string_view sql) {
+db_Statement& db_File::Statement(const char* sql) {
   auto& statement = statements_[sql];
   if (!statement) statement = std::make_unique<db_Statement>(connection_, sql);
   return *statement;

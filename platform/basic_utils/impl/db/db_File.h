@@ -7,6 +7,7 @@
 #include <BasicUtils/cls_Database.h>
 #include <map>
 #include <optional>
+#include <unordered_map>
 
 /// A class in one version as the file describes it.
 struct db_Class {
@@ -119,7 +120,7 @@ public:
   db_Identity LoadIdentity(long long id);
   db_StoredRow Load(long long id);
   void DeleteCells(const db_StoredRow& row);         ///< its row in the table of its class
-  db_Statement& Statement(std::string_view sql);     ///< prepared once per text; sql must be a literal
+  db_Statement& Statement(const char* sql);          ///< prepared once per literal
   static cow_String NameOf(const db_StoredRow& row); ///< "object 12 of gsl_Dot", for messages
 
   // arrays
@@ -170,7 +171,7 @@ private:
   bool readOnly_;
   int format_ = kFormat;
   std::vector<std::unique_ptr<db_Class>> classes_;
-  std::map<std::string_view, std::unique_ptr<db_Statement>> statements_;
+  std::unordered_map<const char*, std::unique_ptr<db_Statement>> statements_; // by address
   Totals changes_;                        ///< by the running transaction, not yet stored
   std::optional<db_Total> verifiedRoots_; ///< stored total at which all roots were last looked at
   std::size_t longestRoot_ = 0;           ///< valid with it

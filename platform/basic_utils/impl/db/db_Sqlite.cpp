@@ -35,7 +35,8 @@ const char* FailedOperation(int code) {
 
 db_Connection::db_Connection(cow_String file, const cow_String& path, int flags) : file_(std::move(file)) {
   sqlite3* opened = nullptr;
-  const int code = sqlite3_open_v2(path.c_str(), &opened, flags | SQLITE_OPEN_EXRESCODE, nullptr);
+  const int code =
+      sqlite3_open_v2(path.c_str(), &opened, flags | SQLITE_OPEN_EXRESCODE | SQLITE_OPEN_NOMUTEX, nullptr);
   handle_.reset(opened);
   if (code != SQLITE_OK) Fail(code);
   isOpen_ = true;

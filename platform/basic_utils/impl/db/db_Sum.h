@@ -2,6 +2,7 @@
 #pragma once
 
 #include <BasicUtils/cls_Row.h>
+#include <array>
 #include <cstring>
 #include <xxhash.h>
 
@@ -23,8 +24,8 @@ inline bool db_IsWrong([[maybe_unused]] long long sum, [[maybe_unused]] long lon
 /// begins with the table's name, so that a row of one table cannot stand in for one of another.
 class db_Sum {
 public:
-  db_Sum() = default;
-  explicit db_Sum(std::string_view table) {
+  db_Sum() {} // NOLINT(modernize-use-equals-default): the buffer is filled as far as it is used
+  explicit db_Sum(std::string_view table) : db_Sum() {
     if (!table.empty()) Add(table);
   }
   db_Sum& Add(long long value) { return Put('i', &value, sizeof value); }
@@ -37,16 +38,30 @@ public:
   }
   db_Sum& AddNull() { return Put('n', nullptr, 0); }
   db_Sum& Add(const cls_Cell& cell);
-  long long Value() const { return static_cast<long long>(XXH3_64bits(buffer_.data(), buffer_.size())); }
+  long long Value() const {
+    return static_cast<long long>(large_.empty() ? XXH3_64bits(small_.data(), size_)
+                                                 : XXH3_64bits(large_.data(), large_.size()));
+  }
 
 private:
   db_Sum& Put(char kind, const void* data, std::size_t size) {
-    buffer_ += kind;
-    buffer_.append(reinterpret_cast<const char*>(&size), sizeof size);
-    if (size != 0) buffer_.append(static_cast<const char*>(data), size);
+    Append(&kind, 1);
+    Append(&size, sizeof size);
+    if (size != 0) Append(data, size);
     return *this;
   }
-  std::string buffer_;
+  void Append(const void* data, std::size_t size) {
+    if (large_.empty() && size_ + size <= small_.size()) {
+      std::memcpy(small_.data() + size_, data, size);
+      size_ += size;
+      return;
+    }
+    if (large_.empty()) large_.assign(small_.data(), size_);
+    large_.append(static_cast<const char*>(data), size);
+  }
+  std::array<char, 256> small_; // most rows; the rest is in large_ with all before it
+  std::size_t size_ = 0;
+  std::string large_;
 };
 
 inline db_Sum& db_Sum::Add(const cls_Cell& cell) {
