@@ -1,20 +1,67 @@
 #!/usr/bin/env bash
-# Installs a build into a folder of its own, builds the consumer against it with CMake and with pkg-config, and
-# runs both.    run.sh BUILD WORK COMPILER FLAGS
+# Builds programs outside the project against an installed copy of it, with CMake and with pkg-config, and runs them.
+#    run.sh TREE WORK COMPILER FLAGS [COMPONENT...]
+# TREE is a build folder, which is installed first, or the prefix of an installed copy; shared or static libraries.
 set -euo pipefail
-build=$1 work=$2 compiler=$3 flags=$4
+tree=$1 work=$2 compiler=$3 flags=$4
+components=("${@:5}")
 here=$(cd "$(dirname "$0")" && pwd)
 rm -rf "$work" && mkdir -p "$work"
-cmake --install "$build" --prefix "$work/installed" >"$work/install.log"
+if [ -f "$tree/CMakeCache.txt" ]; then
+  cmake --install "$tree" --prefix "$work/installed" >"$work/install.log"
+  tree=$work/installed
+fi
+pc=$(dirname "$(find "$tree" -name coregeometry.pc)")
+lib=$(dirname "$pc")
+export PKG_CONFIG_PATH=$pc
+read -ra flags <<<"$flags"
 
-cmake -S "$here/consumer" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$work/installed" \
-  -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$flags" >"$work/configure.log"
+fail() {
+  echo "$*" >&2
+  exit 1
+}
+
+# programs of CMake
+cmake -S "$here/consumer" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$tree" -DCMAKE_CXX_COMPILER="$compiler" \
+  -DCMAKE_CXX_FLAGS="${flags[*]}" -DCOMPONENTS="$(IFS=';' && echo "${components[*]}")" >"$work/configure.log"
 cmake --build "$work/cmake" >"$work/build.log"
-"$work/cmake/consumer"
-echo "find_package: built and ran"
+for program in store "${components[@],,}"; do
+  "$work/cmake/$program"
+  echo "find_package: $program ran"
+done
+# a component that is not installed is refused by name
+for missing in Exchange Picture; do
+  [[ " ${components[*]} " == *" $missing "* ]] && continue
+  cmake -S "$here/consumer" -B "$work/missing" -G Ninja -DCMAKE_PREFIX_PATH="$tree" -DCMAKE_CXX_COMPILER="$compiler" \
+    -DCOMPONENTS="$missing" >"$work/missing.log" 2>&1 && fail "find_package found $missing, which is not installed"
+  grep -q "$missing" "$work/missing.log" || fail "find_package does not name $missing"
+  [ -e "$pc/coregeometry-${missing,,}.pc" ] && fail "pkg-config file of $missing, which is not installed"
+done
 
-pc=$(dirname "$(find "$work/installed" -name coregeometry.pc)")
-read -ra options <<<"$(PKG_CONFIG_PATH=$pc pkg-config --cflags --libs coregeometry) -std=c++20 $flags"
-"$compiler" "$here/consumer/main.cpp" -o "$work/consumer" "${options[@]}" -Wl,-rpath,"$(dirname "$pc")"
-"$work/consumer"
-echo "pkg-config: built and ran"
+# programs of pkg-config
+with_pkg_config() { # program package
+  local options
+  read -ra options <<<"$(pkg-config --cflags --libs "$2")"
+  [[ " ${options[*]} " != *" -std="* ]] || fail "$2 chooses the language standard"
+  "$compiler" -std=c++20 "${flags[@]}" "$here/consumer/$1.cpp" -o "$work/$1" "${options[@]}" -Wl,-rpath,"$lib"
+  "$work/$1"
+  echo "pkg-config $2: $1 ran"
+}
+with_pkg_config store coregeometry
+for component in "${components[@],,}"; do
+  with_pkg_config "$component" "coregeometry-$component"
+done
+
+# Of shared libraries each finds its neighbours by its own run path: in a program that needs only one of them, and
+# opened by a program that knows none.
+if compgen -G "$lib/libCoreGeometry*.so" >/dev/null; then
+  read -ra include <<<"$(pkg-config --cflags coregeometry)"
+  "$compiler" -std=c++20 "${flags[@]}" "${include[@]}" "$here/consumer/least.cpp" -o "$work/least" \
+    -L"$lib" -Wl,--as-needed -lCoreGeometry -Wl,-rpath,"$lib"
+  needed=$(readelf -d "$work/least" | grep -o 'libCoreGeometry[^]]*')
+  [ "$(wc -l <<<"$needed")" = 1 ] || fail "the smallest program needs more than one of the libraries: $needed"
+  "$work/least"
+  echo "the smallest program ran"
+  "$compiler" -std=c++20 "${flags[@]}" "$here/consumer/open.cpp" -o "$work/open" -ldl
+  (unset LD_LIBRARY_PATH && "$work/open" "$lib"/libCoreGeometry*.so)
+fi
