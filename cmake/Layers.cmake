@@ -51,10 +51,10 @@ if(PROJECT_VERSION_MAJOR EQUAL 0)
   string(APPEND CG_SOVERSION .${PROJECT_VERSION_MINOR})
 endif()
 
-# cg_shared_library(<target> EXPORT_AS <name> LAYERS <layers> LINK <targets>)
-function(cg_shared_library target)
+# cg_library(<target> EXPORT_AS <name> LAYERS <layers> LINK <targets>): shared or static, as BUILD_SHARED_LIBS says
+function(cg_library target)
   cmake_parse_arguments(ARG "" "EXPORT_AS" "LAYERS;LINK" ${ARGN})
-  add_library(${target} SHARED)
+  add_library(${target})
   add_library(CoreGeometry::${ARG_EXPORT_AS} ALIAS ${target})
   set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${CG_SOVERSION}
     INSTALL_RPATH "$ORIGIN" EXPORT_NAME ${ARG_EXPORT_AS} LINKER_LANGUAGE CXX)
@@ -73,11 +73,18 @@ function(cg_shared_library target)
     endif()
   endforeach()
   # Platform and CoreGeometry are one package; each other library is a component with a set of targets of its own
-  set(exported CoreGeometryTargets)
+  set(part "")
+  set(runtime Library)
   if(NOT ARG_EXPORT_AS MATCHES "^(Platform|CoreGeometry)$")
-    set(exported CoreGeometry${ARG_EXPORT_AS}Targets)
-    set_property(GLOBAL APPEND PROPERTY CG_COMPONENTS ${ARG_EXPORT_AS})
+    set(part ${ARG_EXPORT_AS})
+    set(runtime ${ARG_EXPORT_AS})
+    set_property(GLOBAL APPEND PROPERTY CG_COMPONENTS ${part})
   endif()
-  install(TARGETS ${target} EXPORT ${exported}
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/coregeometry)
+  set_property(GLOBAL APPEND PROPERTY CG_LINK_${part} ${ARG_LINK})
+  if(CORE_GEOMETRY_INSTALL)
+    install(TARGETS ${target} EXPORT CoreGeometry${part}Targets
+      LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${runtime} NAMELINK_COMPONENT Development
+      ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Development
+      INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/coregeometry)
+  endif()
 endfunction()

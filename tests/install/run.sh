@@ -8,7 +8,12 @@ components=("${@:5}")
 here=$(cd "$(dirname "$0")" && pwd)
 rm -rf "$work" && mkdir -p "$work"
 if [ -f "$tree/CMakeCache.txt" ]; then
+  # the manifest in the build folder belongs to who installed from it
+  manifest=$tree/install_manifest.txt
+  [ -f "$manifest" ] && cp "$manifest" "$work/manifest_before"
   cmake --install "$tree" --prefix "$work/installed" >"$work/install.log"
+  mv "$manifest" "$work/manifest"
+  [ -f "$work/manifest_before" ] && mv "$work/manifest_before" "$manifest"
   tree=$work/installed
 fi
 pc=$(dirname "$(find "$tree" -name coregeometry.pc)")
@@ -64,4 +69,14 @@ if compgen -G "$lib/libCoreGeometry*.so" >/dev/null; then
   echo "the smallest program ran"
   "$compiler" -std=c++20 "${flags[@]}" "$here/consumer/open.cpp" -o "$work/open" -ldl
   (unset LD_LIBRARY_PATH && "$work/open" "$lib"/libCoreGeometry*.so)
+fi
+
+for file in LICENSE README.md; do
+  find "$tree" -path "*/share/doc/*/$file" | grep -q . || fail "$file is not installed"
+done
+if [ -f "$work/manifest" ]; then
+  cmake -DMANIFEST="$work/manifest" -P "$here/../../cmake/Uninstall.cmake" >"$work/uninstall.log" 2>&1
+  left=$(find "$tree" ! -type d -o -iname 'coregeometry*')
+  [ -z "$left" ] || fail "uninstall leaves $left"
+  echo "uninstalled"
 fi
