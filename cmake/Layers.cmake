@@ -1,15 +1,16 @@
+# g++ 12 sees overlapping copies in sums of std::string where there are none (its bug 105651).
+add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+
 # cg_layer(<name> SOURCES <files> [PUBLIC_HEADERS <files>] [INCLUDE <dirs>] [FOLDERS <dirs>] [USES <layers>] [LINK <targets>])
 #
 # One object library per layer. USES lists the layers it may include headers of; that list is the whole
 # include path. A module's public headers all stand in include/CoreGeometry/; each layer sees only its own
 # and those of the layers it uses, through a folder of links in the build tree. FOLDERS are rooms of the
 # layer, whose headers all its sources see and nobody else.
-# g++ 12 sees overlapping copies in sums of std::string where there are none (its bug 105651).
-add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
-
 function(cg_layer name)
   cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC_HEADERS;INCLUDE;FOLDERS;USES;LINK" ${ARGN})
   add_library(${name} OBJECT ${ARG_SOURCES})
+  set_property(GLOBAL APPEND PROPERTY CG_LAYERS ${name})
   target_compile_features(${name} PUBLIC cxx_std_20)
   # exported functions are inlined and called directly within the library, as nobody replaces them
   target_compile_options(${name} PRIVATE -ffp-contract=off -fno-semantic-interposition)

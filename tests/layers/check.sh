@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# What an include path cannot see: no include climbs out of its folder, SQLite is called in one place only, no
-# static initialiser registers anything, and no file outside the shape module switches on a shape.    check.sh ROOT
+# What an include path cannot see: no include climbs out of its folder, SQLite is called in one place only, and no file
+# outside the shape module switches on a shape.    check.sh ROOT
 set -u
 cd "$1" || exit 2
 bad=0
