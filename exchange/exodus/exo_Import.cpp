@@ -1,17 +1,28 @@
 #include <CoreGeometry/exo_Import.h>
 
 #include "exo_File.h"
-#include "exo_Labels.h"
 #include "exo_Sets.h"
 
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
+#include <CoreUtils/omi_Duplicates.h>
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
 namespace {
 constexpr std::int64_t kSlice = 1 << 17; ///< numbers read at a time: they stay in the cache
+
+/// Appends the numbers as labels. Answers the position of the first that does not fit 32 bits, else the count.
+std::size_t AppendLabels(std::span<const std::int64_t> numbers, cls_xp1DArrayListInt& labels) {
+  std::vector<int> narrow(numbers.size());
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    narrow[i] = static_cast<int>(numbers[i]);
+    if (narrow[i] != numbers[i]) return i;
+  }
+  labels.Append(narrow);
+  return numbers.size();
+}
 
 /// Tells the host how much of the file's numbers has been read.
 class Progress {
@@ -155,13 +166,13 @@ cls_xp1DArrayListInt Importer::ReadNodeLabels() {
     const std::span<std::int64_t> part(buffer.data(),
                                        static_cast<std::size_t>(std::min(kSlice, count - first)));
     file_.ReadNodeLabels(first, part);
-    const std::size_t fitting = exo_AppendLabels(part, labels);
+    const std::size_t fitting = AppendLabels(part, labels);
     if (fitting < part.size())
       Fail("node " + std::to_string(first + static_cast<std::int64_t>(fitting) + 1) + ": label "
            + std::to_string(part[fitting]) + " does not fit 32 bits");
   }
   const std::span<const int> all[] = {labels.Const()};
-  if (const auto twice = exo_FindDuplicate(all))
+  if (const auto twice = omi_FindDuplicate(all))
     Fail("node label " + std::to_string(twice->label) + " is given twice, to nodes "
          + std::to_string(twice->first + 1) + " and " + std::to_string(twice->second + 1));
   return labels;
@@ -181,7 +192,7 @@ std::vector<LabelledBlock> Importer::ReadElementLabels() {
     for (std::int64_t first = 0; first < block.numElements; first += kSlice) {
       buffer.resize(static_cast<std::size_t>(std::min(kSlice, block.numElements - first)));
       file_.ReadElementLabels(start + first, buffer);
-      const std::size_t fitting = exo_AppendLabels(buffer, made.labels);
+      const std::size_t fitting = AppendLabels(buffer, made.labels);
       if (fitting < buffer.size())
         Fail(Describe(block) + ", element " + std::to_string(first + static_cast<std::int64_t>(fitting) + 1)
              + ": label " + std::to_string(buffer[fitting]) + " does not fit 32 bits");
@@ -196,7 +207,7 @@ std::vector<LabelledBlock> Importer::ReadElementLabels() {
   std::vector<std::span<const int>> all;
   all.reserve(blocks.size());
   for (const LabelledBlock& block : blocks) all.push_back(block.labels.Const());
-  if (const auto twice = exo_FindDuplicate(all)) {
+  if (const auto twice = omi_FindDuplicate(all)) {
     const auto Place = [&](std::size_t position) {
       std::size_t i = 0;
       while (position >= all[i].size()) position -= all[i++].size();

@@ -5,7 +5,6 @@
 #include <BasicUtils/wip_WIP.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/exo_Import.h>
-#include <exo_Labels.h>
 #include <exodusII.h>
 #include <fcntl.h>
 #include <filesystem>
@@ -369,7 +368,7 @@ TEST_F(ExodusImport, StopsWhenTheHostAsks) {
 TEST(DuplicateLabels, AreFoundInDenseAndSparseListsOverSeveralParts) {
   const auto Find = [](std::vector<int> a, std::vector<int> b) {
     const std::span<const int> parts[] = {a, b};
-    const auto found = exo_FindDuplicate(parts);
+    const auto found = omi_FindDuplicate(parts);
     return found ? std::tuple(found->label, found->first, found->second)
                  : std::tuple(0, std::size_t{0}, std::size_t{0});
   };

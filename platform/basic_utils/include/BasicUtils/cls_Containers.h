@@ -21,6 +21,7 @@ public:
   // make
   cls_xp1DArrayList() = default;
   explicit cls_xp1DArrayList(std::span<const T> values) { values_.Append(values); }
+  explicit cls_xp1DArrayList(cow_ArrayCOW<T> values) noexcept : values_(std::move(values)) {}
   explicit cls_xp1DArrayList(const cow_List<T>& list) {
     values_.ResizeUninitialised(static_cast<std::size_t>(list.Size()));
     auto* at = values_.Modify().data();

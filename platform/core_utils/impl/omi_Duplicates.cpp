@@ -1,6 +1,7 @@
-#include "exo_Labels.h"
+#include <CoreUtils/omi_Duplicates.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <vector>
 
@@ -24,9 +25,9 @@ std::size_t PositionOf(Spans spans, int wanted) {
 }
 
 /// Notes each label in a bit of its own.
-std::optional<exo_Duplicate> FindByBits(Spans spans, long long smallest, long long range) {
+std::optional<omi_Duplicate> FindByBits(Spans spans, long long smallest, long long range) {
   std::vector<std::uint64_t> seen(static_cast<std::size_t>(range / 64 + 1));
-  std::optional<exo_Duplicate> found;
+  std::optional<omi_Duplicate> found;
   ForEach(spans, [&](int label, std::size_t position) {
     const auto bit = static_cast<unsigned long long>(label - smallest);
     std::uint64_t& word = seen[bit / 64];
@@ -38,7 +39,7 @@ std::optional<exo_Duplicate> FindByBits(Spans spans, long long smallest, long lo
   return found;
 }
 
-std::optional<exo_Duplicate> FindBySorting(Spans spans, std::size_t count) {
+std::optional<omi_Duplicate> FindBySorting(Spans spans, std::size_t count) {
   std::vector<std::pair<int, std::size_t>> sorted;
   sorted.reserve(count);
   ForEach(spans, [&](int label, std::size_t position) {
@@ -46,7 +47,7 @@ std::optional<exo_Duplicate> FindBySorting(Spans spans, std::size_t count) {
     return true;
   });
   std::ranges::sort(sorted);
-  std::optional<exo_Duplicate> found;
+  std::optional<omi_Duplicate> found;
   for (std::size_t i = 1; i < sorted.size(); ++i) {
     if (sorted[i].first != sorted[i - 1].first) continue;
     if (!found || sorted[i].second < found->second)
@@ -56,7 +57,7 @@ std::optional<exo_Duplicate> FindBySorting(Spans spans, std::size_t count) {
 }
 } // namespace
 
-std::optional<exo_Duplicate> exo_FindDuplicate(Spans spans) {
+std::optional<omi_Duplicate> omi_FindDuplicate(Spans spans) {
   long long smallest = std::numeric_limits<long long>::max(), largest = std::numeric_limits<long long>::min();
   bool grows = true;
   std::size_t count = 0;
@@ -72,14 +73,4 @@ std::optional<exo_Duplicate> exo_FindDuplicate(Spans spans) {
   constexpr long long kBitsPerLabel = 64; // no more memory than the labels and their positions sorted
   if (range / kBitsPerLabel <= static_cast<long long>(count)) return FindByBits(spans, smallest, range);
   return FindBySorting(spans, count);
-}
-
-std::size_t exo_AppendLabels(std::span<const std::int64_t> numbers, cls_xp1DArrayListInt& labels) {
-  std::vector<int> narrow(numbers.size());
-  for (std::size_t i = 0; i < numbers.size(); ++i) {
-    narrow[i] = static_cast<int>(numbers[i]);
-    if (narrow[i] != numbers[i]) return i;
-  }
-  labels.Append(narrow);
-  return numbers.size();
 }

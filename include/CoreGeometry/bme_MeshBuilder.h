@@ -1,0 +1,66 @@
+// bme_MeshBuilder.h: a mesh from arrays, by value
+#pragma once
+
+#include <CoreGeometry/bme_Mesh.h>
+#include <initializer_list>
+
+/// Numbers that are handed over: a span, which is copied once, or an array, which is shared or moved without
+/// copying.
+template<class T> class bme_Numbers {
+public:
+  bme_Numbers() = default;
+  bme_Numbers(cow_ArrayCOW<T> values) : owned_(std::move(values)), values_(owned_.Const()), isOwned_(true) {}
+  bme_Numbers(std::initializer_list<T> values) : values_(values.begin(), values.size()) {}
+  template<class Range>
+  requires std::convertible_to<const Range&, std::span<const T>> bme_Numbers(const Range& values)
+      : values_(values) {}
+
+  std::span<const T> Values() const noexcept { return values_; }
+  bool IsOwned() const noexcept { return isOwned_; }
+  cow_ArrayCOW<T> Take() && noexcept { return std::move(owned_); }
+
+private:
+  cow_ArrayCOW<T> owned_;
+  std::span<const T> values_; ///< of the array, or of somebody else
+  bool isOwned_ = false;
+};
+
+/// Elements of one type for bme_MeshBuilder.
+struct bme_Block {
+  cow_String type;               ///< its label, as C3D8R
+  bme_Numbers<int> connectivity; ///< node indices from 0, row after row
+  bme_Numbers<int> labels{};     ///< one for each element; none, or in every block that has elements
+  cow_String category{};
+  int nodesPerElement = 0; ///< needed for a type without a shape alone
+};
+
+/// Makes a mesh of nodes and blocks of elements. Block i becomes element class i.
+///
+/// bme_NodeData and bme_ElementData change a mesh that is there already.
+///
+/// Errors     nex_TextException naming block, element and value, all counted from 0, as "block 3 (C3D20),
+///            element 118: node 90210 is outside 0..4711": coordinates that are not three for each node or not
+///            finite, rows that are not whole, labels that are negative, given twice or not one for each. A
+///            call that throws leaves the builder as it was.
+/// Cost       one pass over what is given, in which spans are copied; arrays are moved. Labels that do not
+///            grow take one pass more.
+/// Threads    a value.
+class CORE_GEOMETRY_API bme_MeshBuilder {
+public:
+  /// Flat x0 y0 z0 x1 ..., three for each node whatever the dimension; one label for each node, or none.
+  explicit bme_MeshBuilder(bme_Numbers<float> coordinates, bme_Numbers<int> labels = {},
+                           unsigned dimension = 3);
+
+  bme_MeshBuilder& Add(bme_Block block);
+  /// Hands over what was given; the builder is then one without nodes. nex_TextException, and nothing is
+  /// handed over, when blocks do not agree on their labels.
+  bme_Mesh Build(unsigned id = 0, bme_MeshType type = bme_NATIVE_MESH, const gsl_Matrix* transform = nullptr);
+
+private:
+  void CheckLabels() const;
+
+  bme_NodeData nodes_;
+  std::vector<bme_ElementClass> classes_;
+  bool doLabelsGrow_ = true; ///< those of the elements, from block to block
+  int lastLabel_ = -1;
+};
