@@ -1,35 +1,40 @@
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
-#include <CoreGeometry/bme_Mesh.h>
-#include <CoreGeometry/rgnC_Region.h>
+#include <CoreGeometry/bme_ElementLocator.h>
+#include <CoreGeometry/bme_ExternalFaces.h>
+#include <CoreGeometry/bme_FEMNodeList.h>
+#include <CoreGeometry/bme_Measures.h>
+#include <CoreGeometry/exo_Import.h>
+#include <filesystem>
 #include <iostream>
 
-int main() {
+int main(int argc, char** argv) try {
   const DDB_CoreGeometry library;
-  auto* nodes = new bme_NodeData;
-  for (int i = 0; i < 8; ++i) nodes->AppendNode(float(i & 1), float(i >> 1 & 1), float(i >> 2), 100 + i);
-  int brick[] = {0, 1, 3, 2, 4, 5, 7, 6}, *rows[] = {brick};
-  bme_ElementClass* classes[] = {new bme_ElementClass(1, "C3D8R", rows)};
-  const bme_Mesh cube(1, nodes, new bme_ElementData(classes, 1), bme_NATIVE_MESH, nullptr);
+  const exo_Import read = exo_ReadMesh(argc > 1 ? argv[1] : "bracket.exo", exo_TypeMap());
+  const bme_Mesh& mesh = *read.mesh;
 
-  const int base[] = {0, 1, 2, 3}; // a region names a set, whose ids are node indices of mesh 1
-  rgnC_SetData set;
-  set.AppendSubset({1, rgnC_SubsetData::kNoClass, 0, 0, res_NODE_SET, false, rgnC_SubsetData::Ids(base), {}});
-  rgnC_Region region;
-  region.SetName("Base");
-  region.SetSetData(rgnC_SetDataShortcut("sets/Cube/Base"));
+  const auto faces = bme_ComputeFaces(bme_FEMElemList::All(mesh));
+  if (!faces) return 1;
+  const bme_FEMNodeList outerNodes = bme_FEMNodeList::OfFaces(faces->external);
+  std::cout << faces->external.Count() << " faces and " << outerNodes.Count() << " of "
+            << mesh.NodeData().NumNodes() << " nodes are outside\n";
+  std::cout << "volume " << bme_CalculateMeasures(mesh).volume.Total() << '\n';
 
-  cls_Database model = cls_Database::Create("cube.cgdb");
+  const bme_ElementLocator locator(mesh);
+  const bme_ElementHit hit = locator.Find({0.031, 0.016, 0.002});
+  if (hit.element != bme_kNotFound) {
+    const bme_FEMElemList owner(mesh, {hit.element});
+    std::cout << "the point lies in element " << owner.Labels()[0] << '\n';
+  }
+
+  const cow_String file = "first.cgdb"; // a model that is there keeps what else is in it
+  cls_Database model = std::filesystem::exists(file) ? cls_Database::Open(file, cls_Database::Mode::ReadWrite)
+                                                     : cls_Database::Create(file);
   cls_WritePass pass(model); // one transaction: all of it or nothing
-  pass.Put("meshes/Cube", cube);
-  pass.Put("sets/Cube/Base", set);
-  pass.Put("regions/Cube/Base", region);
+  pass.Put("meshes/bracket", mesh);
+  bme_PutSet(pass, "bracket", "outside", faces->external.ToSet());
   pass.Commit();
-
-  const auto mesh = model.Get<bme_Mesh>("meshes/Cube");
-  mesh->Print(std::cout);
-  std::cout << "node 105 has index " << mesh->NodeData().GetMeshNodeIndex(105) << '\n';
-  const ddr_DatabaseRoot::Scope here(model); // where references by path lead
-  const rgnC_SetData found = model.Get<rgnC_Region>("regions/Cube/Base")->ConstSet();
-  std::cout << "the base has " << found.SubSet(0).NumItems() << " nodes\n";
+} catch (const std::exception& error) {
+  std::cerr << error.what() << '\n';
+  return 1;
 }

@@ -3,6 +3,7 @@
 
 #include <CoreGeometry/bme_Cache.h>
 #include <CoreGeometry/bme_ElementClass.h>
+#include <CoreGeometry/bme_EntityWord.h>
 #include <CoreUtils/omi_LabelTable.h>
 
 class bme_FEMElemList;
@@ -13,7 +14,7 @@ class bme_FEMElemList;
 /// elements but without user labels makes the labels of the whole mesh implicit: 1 to the element count. Of
 /// duplicate labels the last one wins.
 ///
-/// Errors     an index or label that is not known gives 4294967295; modifying calls with a wrong position
+/// Errors     an index or label that is not known gives bme_kNotFound; modifying calls with a wrong position
 ///            answer false and change nothing; GetClass throws nex_OutOfRangeException.
 /// Cost       copies share the classes. The first label query after a change builds the label map.
 /// Threads    label queries build the label map on first use: not at the same time on two threads before

@@ -4,26 +4,27 @@
 #include <BasicUtils/cls_Containers.h>
 #include <BasicUtils/uti_CoordCont3D.h>
 #include <CoreGeometry/CoreGeometryExport.h>
+#include <CoreGeometry/bme_EntityWord.h>
+#include <CoreGeometry/bme_LastingMesh.h>
 #include <CoreGeometry/shp_Topology.h>
 #include <memory>
 #include <span>
 #include <vector>
 
-class bme_Mesh;
 class shp_Shape;
 
 /// A point's place in an element.
 struct bme_ElementHit {
-  unsigned element = 4294967295U; ///< mesh element index; bme_kNotFound when no element holds the point
+  unsigned element = bme_kNotFound; ///< mesh element index; bme_kNotFound when no element holds the point
   shp_Location location = shp_Location::Outside;
   shp_IsoPoint iso{}; ///< set when the point is Inside or OnBoundary
 };
 
 /// The element closest to a point.
 struct bme_NearestElement {
-  unsigned element = 4294967295U; ///< bme_kNotFound when the locator has no elements
-  double distance = 0;            ///< 0 when the element holds the point; infinite without element
-  shp_IsoPoint iso{};             ///< of the closest place
+  unsigned element = bme_kNotFound; ///< bme_kNotFound when the locator has no elements
+  double distance = 0;              ///< 0 when the element holds the point; infinite without element
+  shp_IsoPoint iso{};               ///< of the closest place
 };
 
 /// Finds the elements of a mesh that hold a point: bins of a regular grid with the boxes of the elements.
@@ -49,9 +50,9 @@ class CORE_GEOMETRY_API bme_ElementLocator {
 public:
   using Point = std::array<double, 3>;
 
-  explicit bme_ElementLocator(const bme_Mesh& mesh);
+  explicit bme_ElementLocator(bme_LastingMesh mesh);
   /// Of some classes only; throws nex_OutOfRangeException for one that the mesh does not have.
-  bme_ElementLocator(const bme_Mesh& mesh, std::span<const unsigned> classIndices);
+  bme_ElementLocator(bme_LastingMesh mesh, std::span<const unsigned> classIndices);
 
   // ask
   unsigned NumElements() const noexcept { return numElements_; } ///< without those left out

@@ -3,13 +3,13 @@
 
 #include <CoreGeometry/CoreGeometryExport.h>
 #include <CoreGeometry/bme_EntityWord.h>
+#include <CoreGeometry/bme_LastingMesh.h>
 #include <CoreUtils/cow_String.h>
 #include <algorithm>
 #include <functional>
 #include <span>
+#include <string_view>
 #include <vector>
-
-class bme_Mesh;
 
 enum class bme_SetOperation { Union, Intersection, Difference, SymmetricDifference };
 
@@ -27,6 +27,11 @@ enum class bme_Touching { AnyNode, AllNodes };
 
 /// Labels as "1:100:2,205": runs of at least three with one step become first:last, or first:last:step.
 CORE_GEOMETRY_API cow_String bme_CompactLabels(std::span<const int> labels);
+
+/// The labels that such a text names, in its order: numbers and ranges between commas, with spaces round them or
+/// not. nex_TextException naming the part and its position when it is not one, when a step is 0 or leads
+/// away from the end, and when there are more than a hundred million labels.
+CORE_GEOMETRY_API std::vector<int> bme_LabelsOfText(std::string_view text);
 
 /// Both in mesh order; throws nex_TextException when they are of different meshes.
 CORE_GEOMETRY_API std::vector<unsigned> bme_CombineWords(bme_SetOperation operation, const bme_Mesh& meshA,
@@ -68,9 +73,10 @@ public:
   List Complement() const { return List::All(Mesh()).Difference(static_cast<const List&>(*this)); }
 
 protected:
-  explicit bme_EntityList(const bme_Mesh& mesh) : mesh_(&mesh) {}
+  explicit bme_EntityList(bme_LastingMesh mesh) : mesh_(&*mesh) {}
   /// Words in any order, some of them more than once.
-  bme_EntityList(const bme_Mesh& mesh, std::vector<unsigned> words) : mesh_(&mesh), words_(std::move(words)) {
+  bme_EntityList(bme_LastingMesh mesh, std::vector<unsigned> words)
+      : mesh_(&*mesh), words_(std::move(words)) {
     const auto arrange = [&](auto order) {
       if (!std::ranges::is_sorted(words_, {}, order)) std::ranges::sort(words_, {}, order);
     };

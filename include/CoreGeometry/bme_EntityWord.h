@@ -1,5 +1,8 @@
-// bme_EntityWord.h: the 32-bit words that name faces and edges of elements
+// bme_EntityWord.h: the 32-bit words that name faces and edges of elements, and the index of nothing
 #pragma once
+
+/// Index that stands for "not found" in every mesh query; no word either.
+inline constexpr unsigned bme_kNotFound = 4294967295U;
 
 /// Bits 0 to 25 hold the mesh element index, bits 26 to 28 the face. The rest is the side of a shell's face
 /// (bit 29, set for the back) or the edge of the face (bits 29 and 30).

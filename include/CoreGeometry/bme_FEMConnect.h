@@ -2,6 +2,7 @@
 #pragma once
 
 #include <CoreGeometry/CoreGeometryExport.h>
+#include <CoreGeometry/bme_LastingMesh.h>
 #include <optional>
 #include <span>
 #include <vector>
@@ -40,7 +41,7 @@ enum class bme_Across : int {
 /// Lifetime   belongs to a mesh, and is gone when that is changed (bme_Mesh::InvalidateMeshData) or copied.
 class CORE_GEOMETRY_API bme_FEMConnect {
 public:
-  explicit bme_FEMConnect(const bme_Mesh& mesh) : mesh_(mesh) {}
+  explicit bme_FEMConnect(bme_LastingMesh mesh) : mesh_(mesh) {}
   bme_FEMConnect(const bme_FEMConnect&) = delete;
   bme_FEMConnect& operator=(const bme_FEMConnect&) = delete;
 

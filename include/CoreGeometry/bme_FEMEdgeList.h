@@ -18,26 +18,28 @@ public:
   static constexpr bool kAreAddresses = true;
 
   // make
-  explicit bme_FEMEdgeList(const bme_Mesh& mesh) : bme_EntityList(mesh) {}
-  bme_FEMEdgeList(const bme_Mesh& mesh, std::vector<unsigned> words);
-  static bme_FEMEdgeList All(const bme_Mesh& mesh);
-  static bme_FEMEdgeList FromLabels(const bme_Mesh& mesh, std::span<const bme_EdgeLabel> labels,
+  explicit bme_FEMEdgeList(bme_LastingMesh mesh) : bme_EntityList(mesh) {}
+  bme_FEMEdgeList(bme_LastingMesh mesh, std::vector<unsigned> words);
+  static bme_FEMEdgeList All(bme_LastingMesh mesh);
+  static bme_FEMEdgeList FromLabels(bme_LastingMesh mesh, std::span<const bme_EdgeLabel> labels,
                                     bme_Unknown unknown = bme_Unknown::Refuse);
   /// From the edge subsets that name the mesh's identifier. No edges of the mesh in a set that is not empty
   /// are refused; OfFaces and OfElements make edges of those.
-  static bme_FEMEdgeList FromSet(const bme_Mesh& mesh, const rgnC_SetData& set,
+  static bme_FEMEdgeList FromSet(bme_LastingMesh mesh, const rgnC_SetData& set,
                                  bme_Unknown unknown = bme_Unknown::Refuse);
   /// From the contents of the region in the thread's database; messages begin with its name.
-  static bme_FEMEdgeList FromRegion(const bme_Mesh& mesh, const rgnC_Region& region,
+  static bme_FEMEdgeList FromRegion(bme_LastingMesh mesh, const rgnC_Region& region,
                                     bme_Unknown unknown = bme_Unknown::Refuse);
   /// Of those that OfElements lists, the edges with nodes in the box, or in the list.
-  static bme_FEMEdgeList InBox(const bme_Mesh& mesh, const gsl_BBox& box, bme_Touching touching);
+  static bme_FEMEdgeList InBox(bme_LastingMesh mesh, const gsl_BBox& box, bme_Touching touching);
   static bme_FEMEdgeList OfNodes(const bme_FEMNodeList& nodes, bme_Touching touching);
   /// Every edge of each of the faces, and of line elements.
   static bme_FEMEdgeList OfElements(const bme_FEMElemList& elements);
   static bme_FEMEdgeList OfFaces(const bme_FEMFaceList& faces);
 
   // ask
+  /// What FromSet makes the same list of. A SURFACE_EDGE subset for each class, sorted; none for an empty list.
+  rgnC_SetData ToSet() const;
   std::vector<bme_EdgeLabel> Labels() const; ///< element index + 1 when the labels of the mesh are implicit
   bme_LocalNodes EdgeNodes(std::size_t i) const; ///< first corner, interior nodes, last corner
 };

@@ -40,26 +40,28 @@ public:
   static constexpr bool kAreAddresses = true;
 
   // make
-  explicit bme_FEMFaceList(const bme_Mesh& mesh) : bme_EntityList(mesh) {}
-  bme_FEMFaceList(const bme_Mesh& mesh, std::vector<unsigned> words);
-  static bme_FEMFaceList All(const bme_Mesh& mesh);
-  static bme_FEMFaceList FromLabels(const bme_Mesh& mesh, std::span<const bme_FaceLabel> labels,
+  explicit bme_FEMFaceList(bme_LastingMesh mesh) : bme_EntityList(mesh) {}
+  bme_FEMFaceList(bme_LastingMesh mesh, std::vector<unsigned> words);
+  static bme_FEMFaceList All(bme_LastingMesh mesh);
+  static bme_FEMFaceList FromLabels(bme_LastingMesh mesh, std::span<const bme_FaceLabel> labels,
                                     bme_Unknown unknown = bme_Unknown::Refuse);
   /// From the facet subsets that name the mesh's identifier. Elements without facet ids stand for face 0 of
   /// surface elements, seen from the front, since the side is not known; for a solid they do not say which
   /// face is meant, and are refused. So are no faces of the mesh in a set that is not empty.
-  static bme_FEMFaceList FromSet(const bme_Mesh& mesh, const rgnC_SetData& set,
+  static bme_FEMFaceList FromSet(bme_LastingMesh mesh, const rgnC_SetData& set,
                                  bme_Unknown unknown = bme_Unknown::Refuse);
   /// From the contents of the region in the thread's database; messages begin with its name.
-  static bme_FEMFaceList FromRegion(const bme_Mesh& mesh, const rgnC_Region& region,
+  static bme_FEMFaceList FromRegion(bme_LastingMesh mesh, const rgnC_Region& region,
                                     bme_Unknown unknown = bme_Unknown::Refuse);
   /// Of those that OfElements lists, the faces with nodes in the box, or in the list.
-  static bme_FEMFaceList InBox(const bme_Mesh& mesh, const gsl_BBox& box, bme_Touching touching);
+  static bme_FEMFaceList InBox(bme_LastingMesh mesh, const gsl_BBox& box, bme_Touching touching);
   static bme_FEMFaceList OfNodes(const bme_FEMNodeList& nodes, bme_Touching touching);
   /// Every face of solids, the front of surface elements; lines and points have none.
   static bme_FEMFaceList OfElements(const bme_FEMElemList& elements);
 
   // ask
+  /// What FromSet makes the same list of. A SURFACE_FACET subset for each class, sorted; none for an empty list.
+  rgnC_SetData ToSet() const;
   std::vector<bme_FaceLabel> Labels() const; ///< element index + 1 when the labels of the mesh are implicit
   /// Nodes of the i-th face; from the back of a shell in the reverse order.
   bme_LocalNodes FaceNodes(std::size_t i) const;

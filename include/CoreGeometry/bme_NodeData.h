@@ -5,10 +5,8 @@
 #include <BasicUtils/uti_CoordCont3D.h>
 #include <CoreGeometry/CoreGeometryExport.h>
 #include <CoreGeometry/bme_Cache.h>
+#include <CoreGeometry/bme_EntityWord.h>
 #include <CoreUtils/omi_LabelTable.h>
-
-/// Index that stands for "not found" in every mesh query.
-inline constexpr unsigned bme_kNotFound = 4294967295U;
 
 /// Coordinates of the nodes of a mesh and, if wanted, one user label per node.
 ///

@@ -132,6 +132,10 @@ public:
   /// The last argument is the answer of a shape without a map.
   float InterpolateResultFromNodes(std::span<const float> values, std::span<const float, 3> iso,
                                    float otherwise = 0) const;
+  /// At iso coordinates as Locate finds them, with weights in double precision.
+  gsl_Point InterpolatePointFromNodes(std::span<const gsl_Point> nodes, const shp_IsoPoint& iso) const;
+  float InterpolateResultFromNodes(std::span<const float> values, const shp_IsoPoint& iso,
+                                   float otherwise = 0) const;
   /// Rows x, y, z; columns xi, eta, zeta.
   gsl_Matrix ShapeFunctionJacobian(std::span<const gsl_Point> nodes, std::span<const float, 3> iso) const;
   /// Nine values, row by row, for each base integration point; coordinates are three a node.

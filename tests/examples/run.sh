@@ -1,9 +1,22 @@
 #!/usr/bin/env bash
-# Runs the example in an empty folder and looks at what it prints.    run.sh PROGRAM WORK
+# Runs the examples in an empty folder and looks at what they print and store.    run.sh PROGRAMS WORK MESH TOOL
 set -euo pipefail
-rm -rf "$2" && mkdir -p "$2" && cd "$2"
-"$1" | tee out
+programs=$1 work=$2 mesh=$3 tool=$4
+rm -rf "$work" && mkdir -p "$work" && cd "$work"
+cp "$mesh" bracket.exo
+
+for run in first second; do # the second one finds the model
+  "$programs/first_model" | tee out
+  grep -qE "^[0-9]+ faces and [0-9]+ of [0-9]+ nodes are outside$" out
+  grep -qE "^volume [0-9.e-]+$" out
+  grep -qE "^the point lies in element [0-9]+$" out
+  "$tool" sets first.cgdb | grep -qE "^bracket/outside: surface, [0-9]+ facets$"
+done
+
+"$programs/mesh_from_arrays" | tee out
 grep -q "Element type label:          C3D8R" out
-grep -q "node 105 has index 5" out
-grep -q "the base has 4 nodes" out
-test -s cube.cgdb
+grep -q "the base has the nodes 100:103" out
+"$tool" sets two_bricks.cgdb base | grep -q "100:103"
+"$tool" check two_bricks.cgdb
+if "$programs/mesh_from_arrays" 2>err; then exit 1; fi
+grep -q two_bricks.cgdb err # it is told, not overwritten

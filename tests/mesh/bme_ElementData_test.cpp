@@ -60,7 +60,7 @@ TEST(bme_ElementData, OneUnlabelledClassMakesAllLabelsImplicit) {
   const bme_ElementData data(classes, 2);
   EXPECT_EQ(data.GetMeshElemIndexFromLabel(1), 0U);
   EXPECT_EQ(data.GetMeshElemIndexFromLabel(3), 2U);
-  for (const unsigned label : {0U, 4U, 11U, 4294967295U})
+  for (const unsigned label : {0U, 4U, 11U, bme_kNotFound})
     EXPECT_EQ(data.GetMeshElemIndexFromLabel(label), omi_LabelTable::kNotFound);
   EXPECT_EQ(data.CheckUserElementLabels(List({1})), 0) << "implicit labels are in no table";
   EXPECT_EQ(data.GetMaximalUserLabel(), 3);

@@ -2,9 +2,12 @@
 
 #include "StoredTest.h"
 
+#include <CoreGeometry/bme_ElementLocator.h>
+#include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/bme_FEMEdgeList.h>
 #include <CoreGeometry/bme_FEMElemList.h>
 #include <CoreGeometry/bme_FEMNodeList.h>
+#include <CoreGeometry/bme_NamedSet.h>
 #include <CoreGeometry/gsl_BBox.h>
 #include <CoreGeometry/rgnC_Facet.h>
 #include <CoreGeometry/rgnC_Region.h>
@@ -12,8 +15,27 @@
 #include <gtest/gtest.h>
 #include <random>
 #include <set>
+#include <type_traits>
 
 namespace {
+// What refers to a mesh is not made from one that is gone at the end of the line.
+template<class... Arguments>
+constexpr bool kMakeAll[] = {std::is_constructible_v<bme_FEMNodeList, Arguments...>,
+                             std::is_constructible_v<bme_FEMElemList, Arguments...>,
+                             std::is_constructible_v<bme_FEMFaceList, Arguments...>,
+                             std::is_constructible_v<bme_FEMEdgeList, Arguments...>,
+                             std::is_constructible_v<bme_FEMConnect, Arguments...>,
+                             std::is_constructible_v<bme_ElementLocator, Arguments...>};
+template<class Mesh>
+concept CanList = requires(Mesh&& mesh) {
+  bme_FEMNodeList::All(std::forward<Mesh>(mesh));
+}
+|| requires(Mesh&& mesh) { bme_FEMFaceList::All(std::forward<Mesh>(mesh)); };
+static_assert(std::ranges::count(kMakeAll<bme_Mesh&>, true) == 6);
+static_assert(std::ranges::count(kMakeAll<bme_Mesh>, true) == 0);
+static_assert(std::ranges::count(kMakeAll<const bme_Mesh>, true) == 0);
+static_assert(CanList<bme_Mesh&> && !CanList<bme_Mesh>);
+
 using Words = std::vector<unsigned>;
 template<class List> Words WordsOf(const List& list) { return {list.begin(), list.end()}; }
 
@@ -170,6 +192,88 @@ TEST(bme_EntityLists, WriteLabelsAsRanges) {
   EXPECT_EQ(text({1, 3, 5, 7, 205}), "1:7:2,205");
   EXPECT_EQ(text({1, 2, 4, 5, 6}), "1,2,4:6");
   EXPECT_EQ(text({-2147483647 - 1, 0, 2147483647}), "-2147483648,0,2147483647");
+}
+
+TEST(bme_EntityLists, ReadLabelsThatTheyWrote) {
+  std::mt19937 random(3);
+  for (int round = 0; round < 200; ++round) {
+    std::vector<int> labels;
+    for (unsigned run = random() % 5; run > 0; --run) {
+      const int first = static_cast<int>(random()) / 4, step = static_cast<int>(random() % 7) - 3;
+      for (int i = static_cast<int>(random() % 6); i >= 0; --i) labels.push_back(first + i * step);
+    }
+    if (round % 10 == 0) labels.insert(labels.end(), {-2147483647 - 1, 2147483647});
+    EXPECT_EQ(bme_LabelsOfText(bme_CompactLabels(labels)), labels);
+  }
+  EXPECT_EQ(bme_LabelsOfText(" 1 : 6 : 2 , 9 "), (std::vector<int>{1, 3, 5, 9})) << "6 is not met";
+  for (const auto& [text, message] :
+       {std::pair{"1,,2", "labels, part 2, \"\": \"\" is not a whole number"},
+        {"1:x", "labels, part 1, \"1:x\": \"x\" is not a whole number"},
+        {"1,2:", "labels, part 2, \"2:\": \"\" is not a whole number"},
+        {"1:2:3:4", "labels, part 1, \"1:2:3:4\": a range is FIRST:LAST or FIRST:LAST:STEP"},
+        {"1:9:0", "labels, part 1, \"1:9:0\": the step is 0"},
+        {"9:1", "labels, part 1, \"9:1\": steps of 1 lead from 9 away from 1"},
+        {"2147483648", "labels, part 1, \"2147483648\": 2147483648 does not fit 32 bits"},
+        {"0,1:100000000", "labels, part 2, \"1:100000000\": more than 100000000 labels"}})
+    EXPECT_EQ(FailureOf([&, t = text] { bme_LabelsOfText(t); }), message);
+}
+
+namespace {
+/// Some of the list's words become the same list again, by way of a set in which each class comes once.
+template<class List> void CheckSetOf(const bme_Mesh& mesh, const char* what) {
+  const List all = List::All(mesh);
+  std::mt19937 random(11);
+  for (const unsigned share : {1U, 3U, 50U}) {
+    Words words;
+    for (const unsigned word : all)
+      if (random() % share == 0) words.push_back(word);
+    if constexpr (std::is_same_v<List, bme_FEMFaceList>)
+      for (const unsigned word : Words(words))
+        if (mesh.ElementData().GetElemClass(bme_ElementOf(word)).Shape()->NumGeomDims() == 2)
+          words.push_back(word | 1U << 29); // the back
+    const List list(mesh, words);
+    const rgnC_SetData set = list.ToSet();
+    EXPECT_EQ(List::FromSet(mesh, set), list) << what;
+    std::set<int> classes;
+    for (int i = 0; i < set.NumSubset(); ++i) {
+      EXPECT_TRUE(classes.insert(set.SubSet(i).ClassIndex()).second) << what;
+      EXPECT_TRUE(std::ranges::is_sorted(set.SubSet(i).IdArray())) << what;
+      EXPECT_EQ(set.SubSet(i).SubsetIndex(), i);
+    }
+  }
+  EXPECT_EQ(List(mesh).ToSet().NumSubset(), 0);
+}
+} // namespace
+
+TEST(bme_EntityLists, BecomeSetsAndBack) {
+  MeshMaker maker;
+  maker.Box(2, 2, 2).Class("S4", 4, {0, 1, 4, 3, 1, 2, 5, 4}, {}).Class("B31", 2, {0, 1, 1, 2});
+  maker.Class("C3D6", 6, {0, 1, 3, 9, 10, 12}).Class("C3D4", 4, {0, 1, 3, 9}).Class("CPS3", 3, {0, 1, 3});
+  const auto mesh = maker.Make(5);
+  CheckSetOf<bme_FEMNodeList>(*mesh, "nodes");
+  CheckSetOf<bme_FEMElemList>(*mesh, "elements");
+  CheckSetOf<bme_FEMFaceList>(*mesh, "faces");
+  CheckSetOf<bme_FEMEdgeList>(*mesh, "edges");
+}
+
+TEST_F(StoredTest, ListsStandThereWithTheRegionThatNamesThem) {
+  const auto mesh = MeshMaker().Box(1, 1, 1).Make();
+  cls_Database model = Create();
+  for (const int round : {0, 1}) { // a second time they are replaced
+    cls_WritePass pass(model);
+    bme_PutSet(pass, "box", "corner", bme_FEMNodeList(*mesh, {unsigned(round)}).ToSet());
+    bme_PutSet(pass, "box", "skin", bme_FEMFaceList::All(*mesh).ToSet());
+    pass.Commit();
+  }
+  const ddr_DatabaseRoot::Scope here(model);
+  const auto corner = model.Get<rgnC_Region>("regions/box/corner"),
+             skin = model.Get<rgnC_Region>("regions/box/skin");
+  EXPECT_EQ(corner->OwnerNames(), cow_List<cow_String>{"box"});
+  EXPECT_EQ(corner->GetSetTypeBits(), 1 << rgnC_NODE_SET);
+  EXPECT_EQ(skin->GetSetTypeBits(), 1 << rgnC_MESH_SURFACE);
+  EXPECT_EQ(corner->ConstSet().GetSetLabel(), "corner");
+  EXPECT_EQ(WordsOf(bme_FEMNodeList::FromRegion(*mesh, *corner)), Words{1});
+  EXPECT_EQ(bme_FEMFaceList::FromRegion(*mesh, *skin), bme_FEMFaceList::All(*mesh));
 }
 
 TEST(bme_EntityLists, AreMadeFromSets) {

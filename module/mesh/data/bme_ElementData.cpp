@@ -7,7 +7,7 @@
 #include <limits>
 
 namespace {
-constexpr unsigned kNotFound = omi_LabelTable::kNotFound;
+static_assert(bme_kNotFound == omi_LabelTable::kNotFound);
 
 void CheckGiven(bool isNull, int position) {
   if (isNull) throw nex_AssertionException("element class " + std::to_string(position) + " is null");
@@ -92,25 +92,25 @@ const bme_ElementClass& bme_ElementData::GetElemClass(unsigned element) const {
 }
 
 unsigned bme_ElementData::GetClassIndex(unsigned element) const noexcept {
-  if (element >= NumElements()) return kNotFound;
+  if (element >= NumElements()) return bme_kNotFound;
   return static_cast<unsigned>(std::ranges::upper_bound(firstOfClass_, element) - firstOfClass_.begin()) - 1;
 }
 
 unsigned bme_ElementData::GetClassElemIndex(unsigned element) const noexcept {
   const unsigned classIndex = GetClassIndex(element);
-  return classIndex == kNotFound ? kNotFound : element - firstOfClass_[classIndex];
+  return classIndex == bme_kNotFound ? bme_kNotFound : element - firstOfClass_[classIndex];
 }
 
 bool bme_ElementData::GetClassAndElemIndex(unsigned element, unsigned& classIndex,
                                            unsigned& inClass) const noexcept {
   classIndex = GetClassIndex(element);
-  inClass = classIndex == kNotFound ? kNotFound : element - firstOfClass_[classIndex];
-  return classIndex != kNotFound;
+  inClass = classIndex == bme_kNotFound ? bme_kNotFound : element - firstOfClass_[classIndex];
+  return classIndex != bme_kNotFound;
 }
 
 unsigned bme_ElementData::GetMeshElemIndexFromClass(unsigned classIndex, unsigned inClass) const noexcept {
   if (classIndex >= NumClasses() || inClass >= firstOfClass_[classIndex + 1] - firstOfClass_[classIndex])
-    return kNotFound;
+    return bme_kNotFound;
   return firstOfClass_[classIndex] + inClass;
 }
 
@@ -157,7 +157,7 @@ const omi_LabelTable& bme_ElementData::Labels() const {
 
 unsigned bme_ElementData::GetMeshElemIndexFromLabel(unsigned label) const {
   const omi_LabelTable& table = Labels();
-  if (table.IsEmpty()) return label >= 1 && label <= NumElements() ? label - 1 : kNotFound;
+  if (table.IsEmpty()) return label >= 1 && label <= NumElements() ? label - 1 : bme_kNotFound;
   return table.Find(static_cast<int>(label));
 }
 
@@ -175,7 +175,7 @@ int bme_ElementData::CheckUserElementLabels(const cow_List<int>& labels) const {
   const omi_LabelTable& table = Labels();
   int position = 0;
   for (const int label : labels) {
-    if (table.Find(label) == kNotFound) break;
+    if (table.Find(label) == bme_kNotFound) break;
     ++position;
   }
   return position;

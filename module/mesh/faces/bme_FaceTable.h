@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-inline constexpr unsigned bme_kNone = 4294967295U; ///< ends chains and fills up keys
+inline constexpr unsigned bme_kNone = bme_kNotFound; ///< ends chains and fills up keys
 
 /// Different corners of a face in ascending order, then bme_kNone.
 using bme_FaceKey = std::array<unsigned, 4>;

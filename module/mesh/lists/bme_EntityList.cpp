@@ -2,6 +2,7 @@
 
 #include "bme_ListMaking.h"
 
+#include <charconv>
 #include <iterator>
 #include <numeric>
 
@@ -25,6 +26,77 @@ cow_String bme_CompactLabels(std::span<const int> labels) {
   }
   return text;
 }
+
+namespace {
+/// Reads a text of labels part by part.
+class LabelReader {
+public:
+  explicit LabelReader(std::string_view text) : text_(text) {}
+
+  std::vector<int> Read() {
+    if (text_.find_first_not_of(' ') == std::string_view::npos) return {};
+    for (std::size_t at = 0; at <= text_.size();) {
+      const std::size_t end = std::min(text_.find(',', at), text_.size());
+      ++number_;
+      ReadPart(text_.substr(at, end - at));
+      at = end + 1;
+    }
+    return std::move(labels_);
+  }
+
+private:
+  static constexpr long long kMost = 100'000'000;
+
+  [[noreturn]] void Fail(const cow_String& why) const {
+    throw nex_TextException("labels, part " + std::to_string(number_) + ", \"" + cow_String(part_)
+                            + "\": " + why);
+  }
+
+  void ReadPart(std::string_view part) {
+    part_ = Trimmed(part);
+    long long numbers[3] = {0, 0, 1}; // first, last, step
+    std::size_t count = 0;
+    for (std::string_view rest = part_;;) {
+      if (count == 3) Fail("a range is FIRST:LAST or FIRST:LAST:STEP");
+      const std::size_t colon = rest.find(':');
+      numbers[count++] = Number(Trimmed(rest.substr(0, colon)));
+      if (colon == std::string_view::npos) break;
+      rest.remove_prefix(colon + 1);
+    }
+    if (count == 1) numbers[1] = numbers[0];
+    const auto [first, last, step] = numbers;
+    if (step == 0) Fail("the step is 0");
+    if ((last - first) * (step > 0 ? 1 : -1) < 0)
+      Fail("steps of " + std::to_string(step) + " lead from " + std::to_string(first) + " away from "
+           + std::to_string(last));
+    const long long steps = (last - first) / step;
+    if (steps >= kMost - static_cast<long long>(labels_.size()))
+      Fail("more than " + std::to_string(kMost) + " labels");
+    for (long long i = 0; i <= steps; ++i) labels_.push_back(static_cast<int>(first + i * step));
+  }
+
+  long long Number(std::string_view text) const {
+    int value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error == std::errc::result_out_of_range) Fail(cow_String(text) + " does not fit 32 bits");
+    if (error != std::errc() || end != text.data() + text.size())
+      Fail("\"" + cow_String(text) + "\" is not a whole number");
+    return value;
+  }
+
+  static std::string_view Trimmed(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+    text.remove_suffix(text.size() - 1 - text.find_last_not_of(' '));
+    return text;
+  }
+
+  std::string_view text_, part_;
+  int number_ = 0;
+  std::vector<int> labels_;
+};
+} // namespace
+
+std::vector<int> bme_LabelsOfText(std::string_view text) { return LabelReader(text).Read(); }
 
 std::vector<unsigned> bme_CombineWords(bme_SetOperation operation, const bme_Mesh& meshA,
                                        std::span<const unsigned> a, const bme_Mesh& meshB,

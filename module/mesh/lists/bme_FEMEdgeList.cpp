@@ -3,6 +3,7 @@
 #include "bme_ListMaking.h"
 
 #include <CoreGeometry/bme_FEMElemList.h>
+#include <CoreGeometry/rgnC_Facet.h>
 
 namespace {
 bool IsEdge(const shp_Shape& shape, unsigned word) {
@@ -15,12 +16,12 @@ unsigned bme_WordOfEdge(const shp_Shape& shape, unsigned element, int face, int 
   return ofEdge < bme_NumEdges(shape, ofFace) ? bme_EdgeWord(element, ofFace, ofEdge) : bme_kNotFound;
 }
 
-bme_FEMEdgeList::bme_FEMEdgeList(const bme_Mesh& mesh, std::vector<unsigned> words)
+bme_FEMEdgeList::bme_FEMEdgeList(bme_LastingMesh mesh, std::vector<unsigned> words)
     : bme_EntityList(mesh, bme_CheckedWords(mesh, {"edge word", "edge words"}, std::move(words), IsEdge)) {}
 
-bme_FEMEdgeList bme_FEMEdgeList::All(const bme_Mesh& mesh) { return OfElements(bme_FEMElemList::All(mesh)); }
+bme_FEMEdgeList bme_FEMEdgeList::All(bme_LastingMesh mesh) { return OfElements(bme_FEMElemList::All(mesh)); }
 
-bme_FEMEdgeList bme_FEMEdgeList::FromLabels(const bme_Mesh& mesh, std::span<const bme_EdgeLabel> labels,
+bme_FEMEdgeList bme_FEMEdgeList::FromLabels(bme_LastingMesh mesh, std::span<const bme_EdgeLabel> labels,
                                             bme_Unknown unknown) {
   const auto word = [](const shp_Shape& shape, unsigned element, const bme_EdgeLabel& label) {
     return bme_WordOfEdge(shape, element, label.face, label.edge);
@@ -32,17 +33,17 @@ bme_FEMEdgeList bme_FEMEdgeList::FromLabels(const bme_Mesh& mesh, std::span<cons
   return {mesh, bme_WordsOfLabels(mesh, labels, {"element edge", "element edges"}, unknown, word, text)};
 }
 
-bme_FEMEdgeList bme_FEMEdgeList::FromSet(const bme_Mesh& mesh, const rgnC_SetData& set, bme_Unknown unknown) {
+bme_FEMEdgeList bme_FEMEdgeList::FromSet(bme_LastingMesh mesh, const rgnC_SetData& set, bme_Unknown unknown) {
   const bme_SetSource source(mesh, set, unknown);
   return source.Checked("edges", bme_FEMEdgeList(mesh, source.Edges()));
 }
 
-bme_FEMEdgeList bme_FEMEdgeList::FromRegion(const bme_Mesh& mesh, const rgnC_Region& region,
+bme_FEMEdgeList bme_FEMEdgeList::FromRegion(bme_LastingMesh mesh, const rgnC_Region& region,
                                             bme_Unknown unknown) {
   return bme_ListOfRegion<bme_FEMEdgeList>(mesh, region, unknown);
 }
 
-bme_FEMEdgeList bme_FEMEdgeList::InBox(const bme_Mesh& mesh, const gsl_BBox& box, bme_Touching touching) {
+bme_FEMEdgeList bme_FEMEdgeList::InBox(bme_LastingMesh mesh, const gsl_BBox& box, bme_Touching touching) {
   return OfNodes(bme_FEMNodeList::InBox(mesh, box), touching);
 }
 
@@ -82,6 +83,12 @@ bme_FEMEdgeList bme_FEMEdgeList::OfFaces(const bme_FEMFaceList& faces) {
         }
       });
   return {faces.Mesh(), std::move(edges)};
+}
+
+rgnC_SetData bme_FEMEdgeList::ToSet() const {
+  return bme_SetOfWords(Mesh(), Words(), res_SURFACE_EDGE, [](const shp_Shape&, unsigned word) {
+    return rgnC_EdgeFacetId({static_cast<int>(bme_FaceOf(word)), static_cast<int>(bme_EdgeOf(word))});
+  });
 }
 
 std::vector<bme_EdgeLabel> bme_FEMEdgeList::Labels() const {

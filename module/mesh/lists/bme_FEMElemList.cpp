@@ -18,38 +18,38 @@ std::vector<unsigned> ElementsOf(std::span<const unsigned> words) {
 }
 } // namespace
 
-bme_FEMElemList::bme_FEMElemList(const bme_Mesh& mesh, std::vector<unsigned> elements)
+bme_FEMElemList::bme_FEMElemList(bme_LastingMesh mesh, std::vector<unsigned> elements)
     : bme_EntityList(mesh, bme_CheckedIndices(mesh, kElementIndex, NumElements(mesh), std::move(elements))) {}
 
-bme_FEMElemList bme_FEMElemList::All(const bme_Mesh& mesh) { return {mesh, bme_UpTo(NumElements(mesh))}; }
+bme_FEMElemList bme_FEMElemList::All(bme_LastingMesh mesh) { return {mesh, bme_UpTo(NumElements(mesh))}; }
 
-bme_FEMElemList bme_FEMElemList::OfClass(const bme_Mesh& mesh, unsigned classIndex) {
-  const bme_ElementClass& type = mesh.ElementData().GetClass(classIndex);
+bme_FEMElemList bme_FEMElemList::OfClass(bme_LastingMesh mesh, unsigned classIndex) {
+  const bme_ElementClass& type = mesh->ElementData().GetClass(classIndex);
   std::vector<unsigned> elements(static_cast<std::size_t>(type.NumElements()));
   std::iota(elements.begin(), elements.end(), static_cast<unsigned>(type.FirstElementIndex()));
   return {mesh, std::move(elements)};
 }
 
-bme_FEMElemList bme_FEMElemList::FromLabels(const bme_Mesh& mesh, std::span<const int> labels,
+bme_FEMElemList bme_FEMElemList::FromLabels(bme_LastingMesh mesh, std::span<const int> labels,
                                             bme_Unknown unknown) {
   std::vector<unsigned> indices(labels.size());
-  mesh.ElementData().GetMeshElemIndices(labels, indices);
+  mesh->ElementData().GetMeshElemIndices(labels, indices);
   return {mesh,
           bme_KnownIndices(mesh, {"element label", "element labels"}, labels, std::move(indices), unknown)};
 }
 
-bme_FEMElemList bme_FEMElemList::FromSet(const bme_Mesh& mesh, const rgnC_SetData& set, bme_Unknown unknown) {
+bme_FEMElemList bme_FEMElemList::FromSet(bme_LastingMesh mesh, const rgnC_SetData& set, bme_Unknown unknown) {
   using enum bme_SetSource::Kind;
   const bme_SetSource source(mesh, set, unknown);
   return source.Checked("elements", bme_FEMElemList(mesh, source.Elements({Element, Facetless, Face, Edge})));
 }
 
-bme_FEMElemList bme_FEMElemList::FromRegion(const bme_Mesh& mesh, const rgnC_Region& region,
+bme_FEMElemList bme_FEMElemList::FromRegion(bme_LastingMesh mesh, const rgnC_Region& region,
                                             bme_Unknown unknown) {
   return bme_ListOfRegion<bme_FEMElemList>(mesh, region, unknown);
 }
 
-bme_FEMElemList bme_FEMElemList::InBox(const bme_Mesh& mesh, const gsl_BBox& box, bme_Touching touching) {
+bme_FEMElemList bme_FEMElemList::InBox(bme_LastingMesh mesh, const gsl_BBox& box, bme_Touching touching) {
   return OfNodes(bme_FEMNodeList::InBox(mesh, box), touching);
 }
 
@@ -72,6 +72,16 @@ bme_FEMElemList bme_FEMElemList::OfFaces(const bme_FEMFaceList& faces) {
 }
 bme_FEMElemList bme_FEMElemList::OfEdges(const bme_FEMEdgeList& edges) {
   return {edges.Mesh(), ElementsOf(edges.Words())};
+}
+
+rgnC_SetData bme_FEMElemList::ToSet() const {
+  bme_SetMaker maker(Mesh(), res_ELEMENT_SET);
+  bme_ForEachClassOfElements(
+      Mesh(), Words(),
+      [&](const bme_ElementClass& type, const shp_Shape*, std::span<const unsigned> elements) {
+        maker.Add(type.ClassIndex(), res_ELEMENT_SET, {elements.begin(), elements.end()});
+      });
+  return maker.Made();
 }
 
 std::vector<int> bme_FEMElemList::Labels() const {

@@ -3,6 +3,7 @@
 #include "bme_ListMaking.h"
 
 #include <CoreGeometry/bme_FEMElemList.h>
+#include <CoreGeometry/rgnC_Facet.h>
 
 namespace {
 bool IsFace(const shp_Shape& shape, unsigned word) {
@@ -17,12 +18,12 @@ unsigned bme_WordOfFace(const shp_Shape& shape, unsigned element, int face, bool
   return IsFace(shape, word) ? word : bme_kNotFound;
 }
 
-bme_FEMFaceList::bme_FEMFaceList(const bme_Mesh& mesh, std::vector<unsigned> words)
+bme_FEMFaceList::bme_FEMFaceList(bme_LastingMesh mesh, std::vector<unsigned> words)
     : bme_EntityList(mesh, bme_CheckedWords(mesh, {"face word", "face words"}, std::move(words), IsFace)) {}
 
-bme_FEMFaceList bme_FEMFaceList::All(const bme_Mesh& mesh) { return OfElements(bme_FEMElemList::All(mesh)); }
+bme_FEMFaceList bme_FEMFaceList::All(bme_LastingMesh mesh) { return OfElements(bme_FEMElemList::All(mesh)); }
 
-bme_FEMFaceList bme_FEMFaceList::FromLabels(const bme_Mesh& mesh, std::span<const bme_FaceLabel> labels,
+bme_FEMFaceList bme_FEMFaceList::FromLabels(bme_LastingMesh mesh, std::span<const bme_FaceLabel> labels,
                                             bme_Unknown unknown) {
   const auto word = [](const shp_Shape& shape, unsigned element, const bme_FaceLabel& label) {
     return bme_WordOfFace(shape, element, label.face, label.isBack);
@@ -34,7 +35,7 @@ bme_FEMFaceList bme_FEMFaceList::FromLabels(const bme_Mesh& mesh, std::span<cons
   return {mesh, bme_WordsOfLabels(mesh, labels, {"element face", "element faces"}, unknown, word, text)};
 }
 
-bme_FEMFaceList bme_FEMFaceList::FromSet(const bme_Mesh& mesh, const rgnC_SetData& set, bme_Unknown unknown) {
+bme_FEMFaceList bme_FEMFaceList::FromSet(bme_LastingMesh mesh, const rgnC_SetData& set, bme_Unknown unknown) {
   const bme_SetSource source(mesh, set, unknown);
   std::vector<unsigned> words = source.Faces();
   const std::vector<unsigned> others = source.FacesOfFacetless();
@@ -42,12 +43,12 @@ bme_FEMFaceList bme_FEMFaceList::FromSet(const bme_Mesh& mesh, const rgnC_SetDat
   return source.Checked("faces", bme_FEMFaceList(mesh, std::move(words)));
 }
 
-bme_FEMFaceList bme_FEMFaceList::FromRegion(const bme_Mesh& mesh, const rgnC_Region& region,
+bme_FEMFaceList bme_FEMFaceList::FromRegion(bme_LastingMesh mesh, const rgnC_Region& region,
                                             bme_Unknown unknown) {
   return bme_ListOfRegion<bme_FEMFaceList>(mesh, region, unknown);
 }
 
-bme_FEMFaceList bme_FEMFaceList::InBox(const bme_Mesh& mesh, const gsl_BBox& box, bme_Touching touching) {
+bme_FEMFaceList bme_FEMFaceList::InBox(bme_LastingMesh mesh, const gsl_BBox& box, bme_Touching touching) {
   return OfNodes(bme_FEMNodeList::InBox(mesh, box), touching);
 }
 
@@ -70,6 +71,12 @@ bme_FEMFaceList bme_FEMFaceList::OfElements(const bme_FEMElemList& elements) {
         }
       });
   return {elements.Mesh(), std::move(faces)};
+}
+
+rgnC_SetData bme_FEMFaceList::ToSet() const {
+  return bme_SetOfWords(Mesh(), Words(), res_SURFACE_FACET, [](const shp_Shape& shape, unsigned word) {
+    return rgnC_FacetId(shape, {static_cast<int>(bme_FaceOf(word)), bme_IsBack(word)});
+  });
 }
 
 std::vector<bme_FaceLabel> bme_FEMFaceList::Labels() const {

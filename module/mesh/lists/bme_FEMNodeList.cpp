@@ -11,19 +11,19 @@ constexpr bme_Noun kNodeIndex = {"node index", "node indices"};
 unsigned NumNodes(const bme_Mesh& mesh) { return mesh.NodeData().NumNodes(); }
 } // namespace
 
-bme_FEMNodeList::bme_FEMNodeList(const bme_Mesh& mesh, std::vector<unsigned> nodes)
+bme_FEMNodeList::bme_FEMNodeList(bme_LastingMesh mesh, std::vector<unsigned> nodes)
     : bme_EntityList(mesh, bme_CheckedIndices(mesh, kNodeIndex, NumNodes(mesh), std::move(nodes))) {}
 
-bme_FEMNodeList bme_FEMNodeList::All(const bme_Mesh& mesh) { return {mesh, bme_UpTo(NumNodes(mesh))}; }
+bme_FEMNodeList bme_FEMNodeList::All(bme_LastingMesh mesh) { return {mesh, bme_UpTo(NumNodes(mesh))}; }
 
-bme_FEMNodeList bme_FEMNodeList::FromLabels(const bme_Mesh& mesh, std::span<const int> labels,
+bme_FEMNodeList bme_FEMNodeList::FromLabels(bme_LastingMesh mesh, std::span<const int> labels,
                                             bme_Unknown unknown) {
   std::vector<unsigned> indices(labels.size());
-  mesh.NodeData().GetMeshNodeIndices(labels, indices);
+  mesh->NodeData().GetMeshNodeIndices(labels, indices);
   return {mesh, bme_KnownIndices(mesh, {"node label", "node labels"}, labels, std::move(indices), unknown)};
 }
 
-bme_FEMNodeList bme_FEMNodeList::FromSet(const bme_Mesh& mesh, const rgnC_SetData& set, bme_Unknown unknown) {
+bme_FEMNodeList bme_FEMNodeList::FromSet(bme_LastingMesh mesh, const rgnC_SetData& set, bme_Unknown unknown) {
   const bme_SetSource source(mesh, set, unknown);
   bme_FEMNodeList nodes(mesh, source.Words(kNodeIndex, {bme_SetSource::Kind::Node}, NumNodes(mesh),
                                            [](unsigned id, int) { return id; }));
@@ -35,14 +35,14 @@ bme_FEMNodeList bme_FEMNodeList::FromSet(const bme_Mesh& mesh, const rgnC_SetDat
   return source.Checked("nodes", std::move(nodes));
 }
 
-bme_FEMNodeList bme_FEMNodeList::FromRegion(const bme_Mesh& mesh, const rgnC_Region& region,
+bme_FEMNodeList bme_FEMNodeList::FromRegion(bme_LastingMesh mesh, const rgnC_Region& region,
                                             bme_Unknown unknown) {
   return bme_ListOfRegion<bme_FEMNodeList>(mesh, region, unknown);
 }
 
-bme_FEMNodeList bme_FEMNodeList::InBox(const bme_Mesh& mesh, const gsl_BBox& box) {
+bme_FEMNodeList bme_FEMNodeList::InBox(bme_LastingMesh mesh, const gsl_BBox& box) {
   std::vector<unsigned> nodes;
-  const std::span<const float> xyz = mesh.NodeData().Coordinates().Const();
+  const std::span<const float> xyz = mesh->NodeData().Coordinates().Const();
   const auto isIn = [&](const float* at, unsigned axis) {
     return static_cast<double>(at[axis]) >= box.Min()[axis]
            && static_cast<double>(at[axis]) <= box.Max()[axis];
@@ -98,6 +98,12 @@ bme_FEMNodeList bme_FEMNodeList::OfEdges(const bme_FEMEdgeList& edges, bme_Nodes
     }
   });
   return {edges.Mesh(), marks.Marked()};
+}
+
+rgnC_SetData bme_FEMNodeList::ToSet() const {
+  bme_SetMaker maker(Mesh(), res_NODE_SET);
+  if (!IsEmpty()) maker.Add(rgnC_SubsetData::kNoClass, res_NODE_SET, {begin(), end()});
+  return maker.Made();
 }
 
 std::vector<int> bme_FEMNodeList::Labels() const {

@@ -97,6 +97,40 @@ private:
   bme_Unknown treatment_;
 };
 
+/// Makes a set of a mesh, subset by subset.
+class bme_SetMaker {
+public:
+  bme_SetMaker(const bme_Mesh& mesh, res_SetTypeEnm type) : meshId_(mesh.Id()) { set_.SetType(type); }
+  void Add(int classIndex, res_SetTypeEnm type, const std::vector<int>& ids,
+           const std::vector<int>& facets = {});
+  rgnC_SetData Made() {
+    set_.SetConstructionOk(true);
+    return std::move(set_);
+  }
+
+private:
+  int meshId_;
+  rgnC_SetData set_;
+};
+
+/// The set of words of faces or edges; facetId(shape, word) is that of one.
+template<class FacetId>
+rgnC_SetData bme_SetOfWords(const bme_Mesh& mesh, std::span<const unsigned> words, res_SetTypeEnm type,
+                            FacetId facetId) {
+  bme_SetMaker maker(mesh, res_SURFACE_SET);
+  bme_ForEachClassOfWords(
+      mesh, words,
+      [&](const bme_ElementClass& elements, const shp_Shape* shape, std::span<const unsigned> some) {
+        std::vector<int> ids(some.size()), facets(some.size());
+        for (std::size_t i = 0; i < some.size(); ++i) {
+          ids[i] = static_cast<int>(bme_ElementOf(some[i]));
+          facets[i] = facetId(*shape, some[i]);
+        }
+        maker.Add(elements.ClassIndex(), type, ids, facets);
+      });
+  return maker.Made();
+}
+
 cow_String bme_NameOf(const rgnC_Region& region); ///< and of its owners, for messages
 
 /// The list's FromSet of what the region refers to.

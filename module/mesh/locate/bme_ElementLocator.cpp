@@ -36,13 +36,13 @@ double SquaredDistance(const shp_FloatBox& box, const Point& point) {
 
 } // namespace
 
-bme_ElementLocator::bme_ElementLocator(const bme_Mesh& mesh) : coordinates_(mesh.NodeData().Coordinates()) {
-  for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i) AddClass(mesh, i);
+bme_ElementLocator::bme_ElementLocator(bme_LastingMesh mesh) : coordinates_(mesh->NodeData().Coordinates()) {
+  for (unsigned i = 0; i < mesh->ElementData().NumClasses(); ++i) AddClass(mesh, i);
   ChooseGrid();
 }
 
-bme_ElementLocator::bme_ElementLocator(const bme_Mesh& mesh, std::span<const unsigned> classIndices)
-    : coordinates_(mesh.NodeData().Coordinates()) {
+bme_ElementLocator::bme_ElementLocator(bme_LastingMesh mesh, std::span<const unsigned> classIndices)
+    : coordinates_(mesh->NodeData().Coordinates()) {
   for (const unsigned index : classIndices) AddClass(mesh, index);
   std::ranges::sort(classes_, {}, &Class::firstElement);
   ChooseGrid();

@@ -93,10 +93,7 @@ void cli_AddBareSets(const cls_Database& model, std::vector<cli_RegionRoot>& reg
     const auto contents = model.Get<rgnC_SetData>(root);
     rgnC_Region region;
     region.SetName(contents->GetSetLabel());
-    const res_SetTypeEnm type = contents->GetSetType();
-    region.SetSetTypeBits(1 << (type == res_NODE_SET      ? rgnC_NODE_SET
-                                : type == res_ELEMENT_SET ? rgnC_ELEMENT_SET
-                                                          : rgnC_MESH_SURFACE));
+    region.SetSetTypeBits(1 << bme_KindOf(*contents));
     region.SetSetData(rgnC_SetDataShortcut(root));
     regions.push_back({root, region});
   }
@@ -118,12 +115,7 @@ std::vector<bme_NamedSet> cli_SetsOfMesh(const cls_Database& model, const cow_St
     for (int i = 0; i < contents.NumSubset() && !isOfMesh; ++i)
       isOfMesh = meshes.RootOf(region, contents.SubSet(i).MeshIndex()) == root;
     if (!isOfMesh) continue;
-    const res_SetTypeEnm type = contents.GetSetType();
-    sets.push_back({region.Name(),
-                    type == res_NODE_SET      ? rgnC_NODE_SET
-                    : type == res_ELEMENT_SET ? rgnC_ELEMENT_SET
-                                              : rgnC_MESH_SURFACE,
-                    contents});
+    sets.push_back({region.Name(), bme_KindOf(contents), contents});
   }
   std::ranges::stable_sort(sets, {}, [](const bme_NamedSet& set) { return set.data.GetSetIndex(); });
   return sets;

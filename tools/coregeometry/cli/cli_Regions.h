@@ -7,8 +7,7 @@
 #include <CoreGeometry/rgnC_Region.h>
 #include <map>
 
-inline constexpr const char *cli_kRegionFolder = "regions/", *cli_kSetFolder = "sets/",
-                            *cli_kDatumFolder = "datums/";
+inline constexpr const char* cli_kDatumFolder = "datums/";
 
 struct cli_RegionRoot {
   cow_String root;

@@ -42,8 +42,8 @@ struct Target {
   cow_String name, root;
   bool exists = false; ///< when the command begins
 
-  cow_String RegionRoot(const cow_String& set) const { return cli_kRegionFolder + name + "/" + set; }
-  cow_String SetRoot(const cow_String& set) const { return cli_kSetFolder + name + "/" + set; }
+  cow_String RegionRoot(const cow_String& set) const { return bme_kRegionFolder + name + "/" + set; }
+  cow_String SetRoot(const cow_String& set) const { return bme_kSetFolder + name + "/" + set; }
 };
 
 /// What belongs to the mesh alone: regions that have it as their owner, and their contents.
@@ -97,18 +97,11 @@ cls_Database::Options OptionsFor(const bme_Mesh& mesh) {
 void PutSets(const cls_Database& model, cls_WritePass& pass, const Target& target,
              std::span<const bme_NamedSet> sets) {
   for (const bme_NamedSet& set : sets) {
-    const cow_String regionRoot = target.RegionRoot(set.name), setRoot = target.SetRoot(set.name);
-    for (const cow_String& root : {regionRoot, setRoot})
+    for (const cow_String& root : {target.RegionRoot(set.name), target.SetRoot(set.name)})
       if (model.Has(root))
         throw nex_TextException(model.File() + ": already holds " + root
                                 + ", which is not of the mesh; choose another --name");
-    rgnC_Region region;
-    region.SetName(set.name);
-    region.SetOwnerNames({target.name});
-    region.SetSetTypeBits(1 << set.kind);
-    region.SetSetData(rgnC_SetDataShortcut(setRoot));
-    pass.Put(setRoot, set.data);
-    pass.Put(regionRoot, region);
+    bme_PutSet(pass, target.name, set.name, set.data);
   }
 }
 

@@ -3,13 +3,14 @@
 #include "cli_Console.h"
 #include "cli_Model.h"
 
+#include <CoreGeometry/bme_EntityList.h>
 #include <CoreGeometry/bme_Messages.h>
 #include <iostream>
 
 namespace {
 struct Arguments {
   std::string file, name;
-  std::vector<int> nodes, elements;
+  std::vector<std::string> nodes, elements; ///< texts of labels
   bool json = false;
 };
 
@@ -86,9 +87,25 @@ void PrintElement(const cli_Json& element) {
     std::cout << ", node indices " << List(element["nodeIndices"], " ") << '\n';
 }
 
+/// Of all the times that an option was given.
+std::vector<int> LabelsOf(const char* option, const std::vector<std::string>& texts) {
+  std::vector<int> labels;
+  for (const std::string& text : texts) {
+    try {
+      const std::vector<int> some = bme_LabelsOfText(text);
+      labels.insert(labels.end(), some.begin(), some.end());
+    } catch (const nex_TextException& error) {
+      throw cli_UsageError("query: " + std::string(option) + ": " + error.Message());
+    }
+  }
+  return labels;
+}
+
 void Run(const Arguments& arguments) {
   if (arguments.nodes.empty() && arguments.elements.empty())
     throw cli_UsageError("query: give at least one --node or --element");
+  const std::vector<int> nodes = LabelsOf("--node", arguments.nodes),
+                         elements = LabelsOf("--element", arguments.elements);
   cli_Console console;
   console.Begin("reading " + arguments.file);
   const cls_Database model = cli_OpenModel(arguments.file);
@@ -101,9 +118,9 @@ void Run(const Arguments& arguments) {
                    {"mesh", root},
                    {"nodes", cli_Json::array()},
                    {"elements", cli_Json::array()}};
-  for (const int label : arguments.nodes)
+  for (const int label : nodes)
     if (cli_Json node = query.Node(label); !node.is_null()) json["nodes"].push_back(std::move(node));
-  for (const int label : arguments.elements)
+  for (const int label : elements)
     if (cli_Json element = query.Element(label); !element.is_null())
       json["elements"].push_back(std::move(element));
 
@@ -121,17 +138,14 @@ void cli_AddQuery(CLI::App& app) {
   CLI::App* command = app.add_subcommand("query", "Look up nodes and elements by user label");
   auto arguments = std::make_shared<Arguments>();
   cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
-  command->add_option("--node", arguments->nodes, "Node labels, separated by commas; can be given again")
-      ->delimiter(',')
-      ->type_name("LABEL")
+  command->add_option("--node", arguments->nodes, "Node labels, as 1,5 or 10:20:2; can be given again")
+      ->type_name("LABELS")
       ->expected(1)
       ->allow_extra_args(false)
       ->take_all();
   command
-      ->add_option("--element", arguments->elements,
-                   "Element labels, separated by commas; can be given again")
-      ->delimiter(',')
-      ->type_name("LABEL")
+      ->add_option("--element", arguments->elements, "Element labels, as 1,5 or 10:20:2; can be given again")
+      ->type_name("LABELS")
       ->expected(1)
       ->allow_extra_args(false)
       ->take_all();

@@ -125,7 +125,7 @@ private:
 };
 
 cow_String Title(const cow_String& root) {
-  return root.starts_with(cli_kRegionFolder) ? root.substr(cow_String(cli_kRegionFolder).size()) : root;
+  return root.starts_with(bme_kRegionFolder) ? root.substr(cow_String(bme_kRegionFolder).size()) : root;
 }
 
 /// The region with that root, that root without its folder, or that name if no other has it.

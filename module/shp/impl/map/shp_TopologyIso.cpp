@@ -168,6 +168,28 @@ float shp_Topology::InterpolateResultFromNodes(std::span<const float> values, Is
   return static_cast<float>(sum);
 }
 
+gsl_Point shp_Topology::InterpolatePointFromNodes(std::span<const gsl_Point> nodes,
+                                                  const shp_IsoPoint& iso) const {
+  if (!basis_) return {};
+  shp_Basis::Values weights;
+  basis_->Evaluate(iso, weights);
+  Vector point{};
+  for (std::size_t node = 0; node < At(basis_->NumNodes()); ++node)
+    for (unsigned axis = 0; axis < 3; ++axis) point[axis] += weights[node] * nodes[node][axis];
+  return {point[0], point[1], point[2]};
+}
+
+float shp_Topology::InterpolateResultFromNodes(std::span<const float> values, const shp_IsoPoint& iso,
+                                               float otherwise) const {
+  if (!basis_) return otherwise;
+  shp_Basis::Values weights;
+  basis_->Evaluate(iso, weights);
+  double sum = 0;
+  for (std::size_t node = 0; node < At(basis_->NumNodes()); ++node)
+    sum += weights[node] * static_cast<double>(values[node]);
+  return static_cast<float>(sum);
+}
+
 gsl_Matrix shp_Topology::ShapeFunctionJacobian(std::span<const gsl_Point> nodes, Iso iso) const {
   double elements[4][4] = {{0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 1}};
   if (basis_) {
