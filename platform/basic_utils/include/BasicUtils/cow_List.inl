@@ -202,7 +202,7 @@ template<class T> bool cow_List<T>::IsEqual(const cow_List& other) const {
   for (int i = 0; i < count_;) {
     const std::span<const T> mine = BlockFrom(i), its = other.BlockFrom(i);
     const std::size_t n = std::min(mine.size(), its.size());
-    if (mine.data() != its.data() && !std::equal(mine.begin(), mine.begin() + n, its.begin())) return false;
+    if (mine.data() != its.data() && !std::equal(mine.data(), mine.data() + n, its.data())) return false;
     i += static_cast<int>(n);
   }
   return true;
@@ -349,7 +349,7 @@ template<class T> cow_List<T>& cow_List<T>::Concatenate(const cow_List& other) {
 template<class T> cow_List<T>& cow_List<T>::Initialize(int n) {
   if (n < 0) RaiseOutOfRange(n);
   cow_List ready;
-  if (n >= 256) ready.shift_ = std::bit_width(static_cast<unsigned>(n)) - 1 - 3;
+  if (n >= 256) ready.shift_ = static_cast<int>(std::bit_width(static_cast<unsigned>(n))) - 1 - 3;
   const int raised = ready.shift_ > kShift ? static_cast<int>(ready.BlocksFor(n)) : 0;
   if (n != 0) ready.Rebuild(kSlots + raised);
   return *this = std::move(ready);
