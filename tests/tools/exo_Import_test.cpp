@@ -5,6 +5,7 @@
 #include <BasicUtils/wip_WIP.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/exo_Import.h>
+#include <CoreUtils/omi_Duplicates.h>
 #include <exodusII.h>
 #include <fcntl.h>
 #include <filesystem>
