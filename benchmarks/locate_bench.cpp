@@ -6,6 +6,7 @@
 
 #include <CoreGeometry/bme_ElementLocator.h>
 #include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/shp_ElementSearch.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
 #include <cmath>
 #include <map>
@@ -92,21 +93,22 @@ void InverseMapping(benchmark::State& state) {
   const auto locateAll = [&] {
     double sum = 0;
     if (isBatch) {
-      shape.LocateEach(targets, rows, narrow, found, locations);
+      shp_ElementSearch(shape).LocateEach(targets, rows, narrow, found, locations);
       return found.back()[0];
     }
     for (std::size_t k = 0; k < isos.size(); ++k) {
       shp_IsoPoint iso{9, 9, 9};
-      const auto location = shape.Locate({targets[3 * k], targets[3 * k + 1], targets[3 * k + 2]},
-                                         std::span(xyz).subspan(k / kPoints * size, size), iso);
+      const auto location =
+          shp_ElementSearch(shape).Locate({targets[3 * k], targets[3 * k + 1], targets[3 * k + 2]},
+                                          std::span(xyz).subspan(k / kPoints * size, size), iso);
       sum += iso[0] + static_cast<double>(static_cast<int>(location));
     }
     return sum;
   };
   for (std::size_t k = 0; k < isos.size(); ++k) {
     shp_IsoPoint iso{9, 9, 9};
-    shape.Locate({targets[3 * k], targets[3 * k + 1], targets[3 * k + 2]},
-                 std::span(xyz).subspan(k / kPoints * size, size), iso);
+    shp_ElementSearch(shape).Locate({targets[3 * k], targets[3 * k + 1], targets[3 * k + 2]},
+                                    std::span(xyz).subspan(k / kPoints * size, size), iso);
     for (std::size_t axis = 0; axis < 3; ++axis) worst = std::max(worst, std::abs(iso[axis] - isos[k][axis]));
   }
 #ifdef BENCH_HAS_VTK

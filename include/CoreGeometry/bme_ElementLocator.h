@@ -6,12 +6,9 @@
 #include <CoreGeometry/CoreGeometryExport.h>
 #include <CoreGeometry/bme_EntityWord.h>
 #include <CoreGeometry/bme_LastingMesh.h>
-#include <CoreGeometry/shp_Topology.h>
-#include <memory>
+#include <CoreGeometry/shp_ElementSearch.h>
 #include <span>
 #include <vector>
-
-class shp_Shape;
 
 /// A point's place in an element.
 struct bme_ElementHit {
@@ -66,7 +63,7 @@ public:
 
 private:
   struct Class {
-    std::shared_ptr<const shp_Shape> shape;
+    shp_ElementSearch search;
     cls_xp2DArrayInt connectivity;
     unsigned firstElement; ///< mesh element index
     unsigned firstSlot;    ///< position of the first box

@@ -20,30 +20,6 @@ struct shp_WeightTables;
 /// Iso coordinates (xi, eta, zeta) of a point of an element; 0 in the directions the element does not have.
 using shp_IsoPoint = std::array<double, 3>;
 
-/// Where a point lies in an element.
-enum class shp_Location : int {
-  Outside,
-  Inside,
-  OnBoundary, ///< within the box tolerance of the rim, from either side
-  Degenerate  ///< the element has no volume, area or length there, or is inside out
-};
-
-/// True when an element holds the point.
-constexpr bool shp_IsHeld(shp_Location location) noexcept {
-  return location == shp_Location::Inside || location == shp_Location::OnBoundary;
-}
-
-/// Corners of a box in single precision.
-struct shp_FloatBox {
-  std::array<float, 3> low, high;
-};
-
-/// A point, three values, and the element, indices of its nodes, that it is looked for in.
-struct shp_ElementQuestion {
-  const double* target;
-  const int* nodes;
-};
-
 /// Dimensions, counts, flags, faces and edges of an element shape, all derived from its attribute key.
 ///
 /// Numbering  nodes, faces and the edges of a face count from zero. Every edge belongs to a face: one shared
@@ -132,7 +108,7 @@ public:
   /// The last argument is the answer of a shape without a map.
   float InterpolateResultFromNodes(std::span<const float> values, std::span<const float, 3> iso,
                                    float otherwise = 0) const;
-  /// At iso coordinates as Locate finds them, with weights in double precision.
+  /// At iso coordinates as shp_ElementSearch finds them, with weights in double precision.
   gsl_Point InterpolatePointFromNodes(std::span<const gsl_Point> nodes, const shp_IsoPoint& iso) const;
   float InterpolateResultFromNodes(std::span<const float> values, const shp_IsoPoint& iso,
                                    float otherwise = 0) const;
@@ -159,39 +135,9 @@ public:
   /// lines and surfaces need not be the target. True for what may be taken as in the element.
   bool FindIsoPointLocation(const gsl_Point& target, std::span<const gsl_Point> nodes,
                             std::span<float, 3> iso) const;
-  /// True containment: Locate says Inside or OnBoundary.
+  /// True containment: shp_ElementSearch::Locate says Inside or OnBoundary.
   bool FindPointInShape(const gsl_Point& target, std::span<const gsl_Point> nodes,
                         std::span<float, 3> iso) const;
-  /// In double precision, for elements of any size: Newton steps, and where they do not arrive inside a
-  /// search by halves of the element. Inside includes gsl_Util's linear tolerance in iso coordinates; on
-  /// lines and surfaces the target must lie within a millionth of the element's box. The iso coordinates are
-  /// set when the answer is not Outside or Degenerate.
-  shp_Location Locate(const std::array<double, 3>& target, std::span<const double> coordinates,
-                      shp_IsoPoint& iso) const;
-  /// Each target, three values, in its own element: a row of base nodes into the coordinates.
-  void LocateEach(std::span<const double> targets, std::span<const int> connectivity,
-                  std::span<const float> coordinates, std::span<shp_IsoPoint> isos,
-                  std::span<shp_Location> locations) const;
-  /// For many candidates: as Locate, but where the target is not found the answer is Outside whatever the
-  /// element is. Without `thorough` only the Newton steps are made, which find nearly all points. Element
-  /// nodes are indices into the coordinates, three values a node.
-  shp_Location FindInElement(const std::array<double, 3>& target, std::span<const int> elementNodes,
-                             std::span<const float> coordinates, shp_IsoPoint& iso,
-                             bool thorough = true) const;
-  /// As FindInElement without `thorough` for each question; several at a time where the processor can.
-  void FindInElements(std::span<const shp_ElementQuestion> questions, std::span<const float> coordinates,
-                      std::span<shp_IsoPoint> isos, std::span<shp_Location> locations) const;
-  /// Distance to the closest place of the element, by descent on each face and edge from several starts, and
-  /// that place; 0 where FindInElement finds the target, infinite when there is nothing to be close to.
-  double FindClosestPoint(const std::array<double, 3>& target, std::span<const int> elementNodes,
-                          std::span<const float> coordinates, shp_IsoPoint& iso) const;
-  /// Flat or inside out at the centre or at a corner, or without size, or with a coordinate that is no
-  /// number.
-  bool IsDegenerate(std::span<const int> elementNodes, std::span<const float> coordinates) const;
-  /// Boxes outside of which Locate finds nothing, of elements whose rows begin every nodesPerRow numbers;
-  /// empty (low above high) for elements with a coordinate that is not a number.
-  void BoundEach(std::span<const int> connectivity, std::size_t nodesPerRow,
-                 std::span<const float> coordinates, std::span<shp_FloatBox> boxes) const;
   /// Where the line through two points enters and leaves the element: parameters are 0 and 1 at the points,
   /// at most two, the smallest and the largest of all hits. The first hit's point, and the node coordinates
   /// of its face, or of its edge for lines and for surfaces hit in their plane. True when there is a hit;
@@ -254,6 +200,8 @@ protected:
   ~shp_Topology() = default;
 
 private:
+  friend class shp_ElementSearch;
+
   /// What the family and its node pattern decide; the defaults are those of a key without a family.
   struct Counts {
     int geomDims = 0;

@@ -1,5 +1,6 @@
 #include <CoreGeometry/bme_ElementLocator.h>
 #include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/shp_ElementSearch.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
 
 #include <BasicUtils/thr_ThreadSingleton.h>
@@ -136,10 +137,11 @@ TEST_P(bme_ElementLocatorTest, AgreesWithEveryElementAskedInTurn) {
       ForEachElement(mesh, [&](unsigned element, const shp_Shape& shape, std::span<const int> nodes,
                                const std::vector<double>& wide) {
         bme_ElementHit hit{element};
-        hit.location = shape.Locate(points[k], wide, hit.iso);
+        hit.location = shp_ElementSearch(shape).Locate(points[k], wide, hit.iso);
         if (IsHeld(hit.location)) expected.push_back(hit);
         shp_IsoPoint closest{};
-        if (expected.empty()) least = std::min(least, shape.FindClosestPoint(points[k], nodes, xyz, closest));
+        if (expected.empty())
+          least = std::min(least, shp_ElementSearch(shape).FindClosestPoint(points[k], nodes, xyz, closest));
       });
       locator.FindAll(points[k], owners);
       ASSERT_EQ(owners.size(), expected.size());
@@ -195,7 +197,7 @@ TEST_P(bme_ElementLocatorTest, ClosestPlacesAreCloserThanAnyOther) {
     for (int k = 0; k < 10; ++k) {
       const Point target = {Between(random, -1, 2), Between(random, -1, 2), Between(random, -1, 2)};
       shp_IsoPoint closest{};
-      const double least = shape.FindClosestPoint(target, nodes, xyz, closest);
+      const double least = shp_ElementSearch(shape).FindClosestPoint(target, nodes, xyz, closest);
       if (least == 0) continue;
       EXPECT_NEAR(distance(position(closest), target), least, 1e-12);
       for (int sampled = 0; sampled < 2000; ++sampled) {

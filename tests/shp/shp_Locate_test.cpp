@@ -1,6 +1,7 @@
 #include "shp/AllocationCounter.h"
 
 #include <CoreGeometry/gsl_Point.h>
+#include <CoreGeometry/shp_ElementSearch.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
 
 #include <cmath>
@@ -107,7 +108,7 @@ TEST_F(shp_LocateTest, PointsInDistortedElementsOfAnySizeAreFound) {
       for (int k = 0; k < 50; ++k) {
         const shp_IsoPoint iso = RandomInside(shape, random, numCorners);
         shp_IsoPoint found{9, 9, 9};
-        const shp_Location location = shape.Locate(Position(shape, xyz, iso), xyz, found);
+        const shp_Location location = shp_ElementSearch(shape).Locate(Position(shape, xyz, iso), xyz, found);
         bool right = location == shp_Location::Inside || location == shp_Location::OnBoundary;
         for (std::size_t axis = 0; axis < 3; ++axis) right &= std::abs(found[axis] - iso[axis]) < 1e-8;
         ++tried;
@@ -129,7 +130,7 @@ TEST_F(shp_LocateTest, TheVerdictTellsRimOutsideAndElementsThatAreNone) {
   const std::vector<double> cube = {0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 0, 0, 1, 1, 0, 1, 1, 1, 1, 0, 1, 1};
   const auto locate = [&](const char* label, const std::vector<double>& xyz, const Vector& target) {
     shp_IsoPoint iso{};
-    const shp_Location location = Shape(label).Locate(target, xyz, iso);
+    const shp_Location location = shp_ElementSearch(Shape(label)).Locate(target, xyz, iso);
     EXPECT_TRUE(std::isfinite(iso[0]) && std::isfinite(iso[1]) && std::isfinite(iso[2]));
     return location;
   };
@@ -168,7 +169,7 @@ TEST_F(shp_LocateTest, TheVerdictTellsRimOutsideAndElementsThatAreNone) {
   const std::vector<double> targets = {0.75, 0.5, 0.5, 0.75, 0.5, 0.5};
   std::vector<shp_IsoPoint> isos(2);
   std::vector<shp_Location> locations(2);
-  shape.LocateEach(targets, connectivity, coordinates, isos, locations);
+  shp_ElementSearch(shape).LocateEach(targets, connectivity, coordinates, isos, locations);
   EXPECT_EQ(locations, (std::vector{Inside, Degenerate}));
   EXPECT_NEAR(isos[0][0], 0.5, 1e-12);
 }
@@ -199,13 +200,14 @@ TEST_F(shp_LocateTest, ManyElementsAtOnceAreAsEachByItself) {
     }
     std::vector<shp_IsoPoint> isos(kCount);
     std::vector<shp_Location> locations(kCount);
-    shape.LocateEach(targets, rows, coordinates, isos, locations);
+    shp_ElementSearch(shape).LocateEach(targets, rows, coordinates, isos, locations);
     const std::vector<double> wide(coordinates.begin(), coordinates.end());
     int numFound = 0;
     for (std::size_t k = 0; k < kCount; ++k) {
       shp_IsoPoint iso{};
-      const shp_Location location = shape.Locate({targets[3 * k], targets[3 * k + 1], targets[3 * k + 2]},
-                                                 std::span(wide).subspan(3 * k * size, 3 * size), iso);
+      const shp_Location location =
+          shp_ElementSearch(shape).Locate({targets[3 * k], targets[3 * k + 1], targets[3 * k + 2]},
+                                          std::span(wide).subspan(3 * k * size, 3 * size), iso);
       EXPECT_EQ(locations[k], location) << label << " " << k;
       EXPECT_EQ(isos[k], iso) << label << " " << k << ": not the same to the last bit";
       numFound += location == shp_Location::Inside || location == shp_Location::OnBoundary;
@@ -291,7 +293,7 @@ TEST_F(shp_LocateTest, DegenerateElementsOfEveryFamilyAreReported) {
         for (std::size_t axis = 0; axis < 3; ++axis) joined[3 * a + axis] = joined[3 * b + axis];
       }
       const auto locate = [&](const std::vector<double>& xyz, const Vector& target, shp_IsoPoint& found) {
-        const shp_Location location = shape.Locate(target, xyz, found);
+        const shp_Location location = shp_ElementSearch(shape).Locate(target, xyz, found);
         EXPECT_TRUE(std::isfinite(found[0]) && std::isfinite(found[1]) && std::isfinite(found[2])) << label;
         return location;
       };
@@ -334,9 +336,9 @@ TEST_F(shp_LocateTest, QuestionsAboutWholeArraysDoNotAllocate) {
     gsl_Point at;
     int count = 0;
     const auto ask = [&] {
-      shape.LocateEach(targets, rows, narrow, isos, locations);
-      shape.BoundEach(rows, size, narrow, boxes);
-      shape.FindClosestPoint({3, 3, 3}, rows, narrow, isos[0]);
+      shp_ElementSearch(shape).LocateEach(targets, rows, narrow, isos, locations);
+      shp_ElementSearch(shape).BoundEach(rows, size, narrow, boxes);
+      shp_ElementSearch(shape).FindClosestPoint({3, 3, 3}, rows, narrow, isos[0]);
       shape.IntPtJacobians(xyz, jacobians);
       shape.ExtrapolateEachToNodes(2, values, res_INTEGRATION_POINT, carried, 6);
       shape.LineShapeIntersection(from, to, nodes, parameters, face, count, false, at);

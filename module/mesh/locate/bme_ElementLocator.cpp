@@ -50,12 +50,13 @@ bme_ElementLocator::bme_ElementLocator(bme_LastingMesh mesh, std::span<const uns
 
 void bme_ElementLocator::AddClass(const bme_Mesh& mesh, unsigned classIndex) {
   const bme_ElementClass& elements = mesh.ElementData().GetClass(classIndex);
-  const auto shape =
-      thr_ThreadSingleton<shp_ShapeDictionary>::Instance().ShareShape(elements.ElemTypeLabel());
+  const shp_Shape* shape =
+      thr_ThreadSingleton<shp_ShapeDictionary>::Instance().GetShape(elements.ElemTypeLabel());
   const auto count = static_cast<std::size_t>(elements.NumElements());
   if (!shape || shape->NodeCoordinates().empty() || count == 0) return;
   const auto firstSlot = static_cast<unsigned>(boxes_.size());
-  classes_.push_back({shape, elements.ElementConnectivity(),
+  const shp_ElementSearch search(*shape);
+  classes_.push_back({search, elements.ElementConnectivity(),
                       static_cast<unsigned>(elements.FirstElementIndex()), firstSlot});
   boxes_.resize(boxes_.size() + count);
   const std::span<const int> nodes = elements.ElementConnectivity().Const();
@@ -70,7 +71,7 @@ void bme_ElementLocator::AddClass(const bme_Mesh& mesh, unsigned classIndex) {
   });
   if (areKnown)
     return wip_InBlocks(count, kBlock, [&](std::size_t first, std::size_t end) {
-      shape->BoundEach(nodes.subspan(first * width, (end - first) * width), width, coordinates_.Const(),
+      search.BoundEach(nodes.subspan(first * width, (end - first) * width), width, coordinates_.Const(),
                        boxes.subspan(first, end - first));
     });
   wip_Poll poll(kBlock);
@@ -78,7 +79,7 @@ void bme_ElementLocator::AddClass(const bme_Mesh& mesh, unsigned classIndex) {
     poll.Advance();
     const auto row = nodes.subspan(k * width, width);
     if (std::ranges::all_of(row, isKnown))
-      shape->BoundEach(row, width, coordinates_.Const(), boxes.subspan(k, 1));
+      search.BoundEach(row, width, coordinates_.Const(), boxes.subspan(k, 1));
     else
       boxes[k] = kEmptyBox;
   }
@@ -205,7 +206,7 @@ bme_ElementHit bme_ElementLocator::FindInRow(std::size_t row, const Point& point
   const auto search = [&](bool thorough) {
     ForEachCandidate(row, point, [&](bme_ElementHit& hit, const Class& elements, unsigned slot) {
       if (hit.element >= found.element) return true; // found before
-      hit.location = elements.shape->FindInElement(point, Nodes(elements, slot), coordinates_.Const(),
+      hit.location = elements.search.FindInElement(point, Nodes(elements, slot), coordinates_.Const(),
                                                    hit.iso, thorough);
       if (shp_IsHeld(hit.location)) found = hit;
       return shp_IsHeld(hit.location);
@@ -217,7 +218,7 @@ bme_ElementHit bme_ElementLocator::FindInRow(std::size_t row, const Point& point
   search(true);
   if (shp_IsHeld(found.location)) return found;
   ForEachCandidate(row, point, [&](bme_ElementHit& hit, const Class& elements, unsigned slot) {
-    if (!elements.shape->IsDegenerate(Nodes(elements, slot), coordinates_.Const())) return false;
+    if (!elements.search.IsDegenerate(Nodes(elements, slot), coordinates_.Const())) return false;
     found = {hit.element, shp_Location::Degenerate};
     return true;
   });
@@ -232,7 +233,7 @@ void bme_ElementLocator::FindAll(const Point& point, std::vector<bme_ElementHit>
   owners.clear();
   if (!IsOnGrid(point)) return;
   ForEachCandidate(Row(BinOf(point)), point, [&](bme_ElementHit& hit, const Class& elements, unsigned slot) {
-    hit.location = elements.shape->FindInElement(point, Nodes(elements, slot), coordinates_.Const(), hit.iso);
+    hit.location = elements.search.FindInElement(point, Nodes(elements, slot), coordinates_.Const(), hit.iso);
     if (shp_IsHeld(hit.location)) owners.push_back(hit);
     return false;
   });
@@ -256,7 +257,7 @@ void bme_ElementLocator::ImproveNearest(const Bin& bin, const Bin& start, const 
     const unsigned element = elements.firstElement + (slot - elements.firstSlot);
     shp_IsoPoint iso{};
     const double distance =
-        elements.shape->FindClosestPoint(point, Nodes(elements, slot), coordinates_.Const(), iso);
+        elements.search.FindClosestPoint(point, Nodes(elements, slot), coordinates_.Const(), iso);
     if (distance < best.distance || (distance == best.distance && element < best.element))
       best = {element, distance, iso};
   }

@@ -3,7 +3,6 @@
 #include "bme_LocatorPoint.h"
 
 #include <BasicUtils/wip_Poll.h>
-#include <CoreGeometry/shp_Shape.h>
 #include <limits>
 #include <numeric>
 
@@ -128,7 +127,7 @@ private:
       const Class& elements = locator_.classes_[k];
       isos_.resize(questions.size());
       locations_.resize(questions.size());
-      elements.shape->FindInElements(questions, locator_.coordinates_.Const(), isos_, locations_);
+      elements.search.FindInElements(questions, locator_.coordinates_.Const(), isos_, locations_);
       for (std::size_t i = 0; i < questions.size(); ++i)
         Take(searches_[searches[i]], elements, locations_[i], isos_[i]);
       questions.clear();

@@ -23,10 +23,7 @@ void wip_WIP::Error(const cow_String& message) {
 }
 
 void wip_WIP::Status(const cow_String& message) {
-  if (sink_)
-    sink_->Status(message);
-  else
-    std::cerr << message << '\n';
+  if (sink_) sink_->Status(message);
 }
 
 void wip_WIP::Progress(double fraction) {

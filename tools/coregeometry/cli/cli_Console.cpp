@@ -141,8 +141,8 @@ void cli_Console::Error(const cow_String& message) {
 
 void cli_Console::Status(const cow_String& message) {
   if (!isTerminal_) return;
-  End();
-  std::cerr << cli_Printable(message) << '\n';
+  Begin(message);
+  Progress(0);
 }
 
 void cli_Console::Progress(double fraction) {

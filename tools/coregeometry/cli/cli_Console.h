@@ -29,8 +29,8 @@ private:
 void cli_HandleSignals();
 int cli_StopSignal(); ///< the signal that asked to stop, 0 for none
 
-/// The calling thread's work reports here while the console lives: messages go to stderr, progress to a bar
-/// on stderr when that is a terminal.
+/// The calling thread's work reports here while the console lives: messages go to stderr; what the work is
+/// doing and how far it is to one line on stderr when that is a terminal.
 class cli_Console : public wip_WIPBase {
 public:
   cli_Console();

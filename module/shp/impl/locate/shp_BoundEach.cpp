@@ -1,7 +1,7 @@
 // Boxes that hold whole elements, curved ones too.
 #include "shp_MappedElement.h"
 
-#include <CoreGeometry/shp_Topology.h>
+#include <CoreGeometry/shp_ElementSearch.h>
 
 namespace {
 struct Rows {
@@ -63,15 +63,15 @@ struct Rows {
 #endif
 } // namespace
 
-void shp_Topology::BoundEach(std::span<const int> connectivity, std::size_t nodesPerRow,
-                             std::span<const float> coordinates, std::span<shp_FloatBox> boxes) const {
-  if (!basis_) {
+void shp_ElementSearch::BoundEach(std::span<const int> connectivity, std::size_t nodesPerRow,
+                                  std::span<const float> coordinates, std::span<shp_FloatBox> boxes) const {
+  if (!table_) {
     std::ranges::fill(boxes, shp_FloatBox{{1, 1, 1}, {-1, -1, -1}});
     return;
   }
   const Rows rows{connectivity, nodesPerRow, coordinates};
 #ifdef __x86_64__
-  if (map_->isWide) return BoundAvx2(*map_, rows, boxes);
+  if (table_->isWide) return BoundAvx2(*table_, rows, boxes);
 #endif
-  Bound(*map_, rows, boxes);
+  Bound(*table_, rows, boxes);
 }

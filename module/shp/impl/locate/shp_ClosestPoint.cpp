@@ -1,7 +1,7 @@
 // The place of an element that is closest to a point.
 #include "shp_MappedElement.h"
 
-#include <CoreGeometry/shp_Topology.h>
+#include <CoreGeometry/shp_ElementSearch.h>
 
 namespace {
 using State = shp_MappedElement::State;
@@ -131,17 +131,18 @@ private:
 };
 } // namespace
 
-double shp_Topology::FindClosestPoint(const std::array<double, 3>& target, std::span<const int> elementNodes,
-                                      std::span<const float> coordinates, shp_IsoPoint& iso) const {
+double shp_ElementSearch::FindClosestPoint(const std::array<double, 3>& target,
+                                           std::span<const int> elementNodes,
+                                           std::span<const float> coordinates, shp_IsoPoint& iso) const {
   constexpr double kNone = std::numeric_limits<double>::infinity();
-  if (!basis_) return kNone;
+  if (!table_) return kNone;
   const shp_Location location = FindInElement(target, elementNodes, coordinates, iso);
   if (shp_IsHeld(location)) return 0;
   const auto nodeAt = [&](std::size_t node) {
     return coordinates.data() + 3 * static_cast<std::size_t>(elementNodes[node]);
   };
-  const shp_Frame frame(*map_, nodeAt);
+  const shp_Frame frame(*table_, nodeAt);
   if (!frame.IsSound()) return kNone;
-  const shp_MappedElement element(*map_, nodeAt, frame);
+  const shp_MappedElement element(*table_, nodeAt, frame);
   return std::sqrt(Search(element, frame.Normalised(target)).Run(iso)) * frame.size;
 }

@@ -5,7 +5,7 @@
 #include <BasicUtils/omi_Singleton.h>
 #include <CoreGeometry/gsl_Point.h>
 #include <CoreGeometry/gsl_Util.h>
-#include <CoreGeometry/shp_Topology.h>
+#include <CoreGeometry/shp_ElementSearch.h>
 
 namespace {
 constexpr std::size_t At(int index) { return static_cast<std::size_t>(index); }
@@ -216,43 +216,44 @@ struct ByIndex {
 };
 } // namespace
 
-shp_Location shp_Topology::Locate(const std::array<double, 3>& target, std::span<const double> coordinates,
-                                  shp_IsoPoint& iso) const {
-  if (!basis_) return shp_Location::Outside;
-  const Answer answer = LocateAnyhow(*map_, InOrder{coordinates.data()}, target, Effort::Reason);
+shp_Location shp_ElementSearch::Locate(const std::array<double, 3>& target,
+                                       std::span<const double> coordinates, shp_IsoPoint& iso) const {
+  if (!table_) return shp_Location::Outside;
+  const Answer answer = LocateAnyhow(*table_, InOrder{coordinates.data()}, target, Effort::Reason);
   if (shp_IsHeld(answer.location)) iso = answer.iso;
   return answer.location;
 }
 
-shp_Location shp_Topology::FindInElement(const std::array<double, 3>& target,
-                                         std::span<const int> elementNodes,
-                                         std::span<const float> coordinates, shp_IsoPoint& iso,
-                                         bool thorough) const {
-  if (!basis_) return shp_Location::Outside;
-  const Answer answer = LocateAnyhow(*map_, ByIndex{coordinates.data(), elementNodes.data()}, target,
+shp_Location shp_ElementSearch::FindInElement(const std::array<double, 3>& target,
+                                              std::span<const int> elementNodes,
+                                              std::span<const float> coordinates, shp_IsoPoint& iso,
+                                              bool thorough) const {
+  if (!table_) return shp_Location::Outside;
+  const Answer answer = LocateAnyhow(*table_, ByIndex{coordinates.data(), elementNodes.data()}, target,
                                      thorough ? Effort::Search : Effort::Steps);
   if (shp_IsHeld(answer.location)) iso = answer.iso;
   return answer.location;
 }
 
-bool shp_Topology::IsDegenerate(std::span<const int> elementNodes, std::span<const float> coordinates) const {
-  if (!basis_) return false;
+bool shp_ElementSearch::IsDegenerate(std::span<const int> elementNodes,
+                                     std::span<const float> coordinates) const {
+  if (!table_) return false;
   const ByIndex nodeAt{coordinates.data(), elementNodes.data()};
-  const shp_Frame frame(*map_, nodeAt);
-  return !frame.IsSound() || shp_LocateSearch::IsDegenerate({*map_, nodeAt, frame});
+  const shp_Frame frame(*table_, nodeAt);
+  return !frame.IsSound() || shp_LocateSearch::IsDegenerate({*table_, nodeAt, frame});
 }
 
-void shp_Topology::FindInElements(std::span<const shp_ElementQuestion> questions,
-                                  std::span<const float> coordinates, std::span<shp_IsoPoint> isos,
-                                  std::span<shp_Location> locations) const {
+void shp_ElementSearch::FindInElements(std::span<const shp_ElementQuestion> questions,
+                                       std::span<const float> coordinates, std::span<shp_IsoPoint> isos,
+                                       std::span<shp_Location> locations) const {
   std::ranges::fill(locations, shp_Location::Outside);
-  if (!basis_) return;
+  if (!table_) return;
   const double tolerance = omi_Singleton<gsl_Util>::Instance().Tolerance();
   std::size_t k = 0;
-  if (shp_CanLocateLanes(*map_))
+  if (shp_CanLocateLanes(*table_))
     for (; k + 4 <= questions.size(); k += 4) {
       shp_LaneHits hits;
-      shp_LocateLanes(*map_, questions.subspan(k).first<4>(), coordinates.data(), tolerance, hits);
+      shp_LocateLanes(*table_, questions.subspan(k).first<4>(), coordinates.data(), tolerance, hits);
       for (std::size_t lane = 0; lane < 4; ++lane) {
         if (!hits.isFound[lane]) continue;
         const Answer answer = Verdict(hits.isos[lane], hits.excesses[lane], hits.isSound[lane], tolerance);
@@ -262,20 +263,20 @@ void shp_Topology::FindInElements(std::span<const shp_ElementQuestion> questions
     }
   for (; k < questions.size(); ++k) {
     const auto& [target, nodes] = questions[k];
-    const Answer answer = LocateAnyhow(*map_, ByIndex{coordinates.data(), nodes},
+    const Answer answer = LocateAnyhow(*table_, ByIndex{coordinates.data(), nodes},
                                        {target[0], target[1], target[2]}, Effort::Steps);
     locations[k] = answer.location;
     if (shp_IsHeld(answer.location)) isos[k] = answer.iso;
   }
 }
 
-void shp_Topology::LocateEach(std::span<const double> targets, std::span<const int> connectivity,
-                              std::span<const float> coordinates, std::span<shp_IsoPoint> isos,
-                              std::span<shp_Location> locations) const {
+void shp_ElementSearch::LocateEach(std::span<const double> targets, std::span<const int> connectivity,
+                                   std::span<const float> coordinates, std::span<shp_IsoPoint> isos,
+                                   std::span<shp_Location> locations) const {
   constexpr std::size_t kBlock = 64;
   std::array<shp_ElementQuestion, kBlock> questions;
   std::array<shp_IsoPoint, kBlock> found;
-  const std::size_t numNodes = NodeCoordinates().size();
+  const std::size_t numNodes = table_ ? table_->numNodes : 0;
   for (std::size_t first = 0; first < locations.size(); first += kBlock) {
     const std::size_t count = std::min(kBlock, locations.size() - first);
     for (std::size_t k = 0; k < count; ++k)
@@ -283,9 +284,9 @@ void shp_Topology::LocateEach(std::span<const double> targets, std::span<const i
     const auto places = locations.subspan(first, count);
     FindInElements(std::span(questions).first(count), coordinates, found, places);
     for (std::size_t k = 0; k < count; ++k) {
-      if (places[k] == shp_Location::Outside && basis_) {
+      if (places[k] == shp_Location::Outside && table_) {
         const auto& [target, nodes] = questions[k];
-        const Answer answer = LocateAnyhow(*map_, ByIndex{coordinates.data(), nodes},
+        const Answer answer = LocateAnyhow(*table_, ByIndex{coordinates.data(), nodes},
                                            {target[0], target[1], target[2]}, Effort::Reason);
         places[k] = answer.location;
         found[k] = answer.iso;
@@ -302,8 +303,8 @@ bool shp_Topology::FindPointInShape(const gsl_Point& target, std::span<const gsl
   for (std::size_t node = 0; node < numNodes; ++node)
     for (unsigned axis = 0; axis < 3; ++axis) gathered[3 * node + axis] = nodes[node][axis];
   shp_IsoPoint found{};
-  const shp_Location location =
-      Locate({target[0], target[1], target[2]}, std::span(gathered).first(3 * numNodes), found);
+  const shp_Location location = shp_ElementSearch(*this).Locate(
+      {target[0], target[1], target[2]}, std::span(gathered).first(3 * numNodes), found);
   if (!shp_IsHeld(location)) return false;
   for (std::size_t axis = 0; axis < 3; ++axis) iso[axis] = static_cast<float>(found[axis]);
   return true;

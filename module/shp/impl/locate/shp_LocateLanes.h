@@ -3,7 +3,7 @@
 
 #include "shp_MapTable.h"
 
-#include <CoreGeometry/shp_Topology.h>
+#include <CoreGeometry/shp_ElementSearch.h>
 
 /// Of four questions.
 struct shp_LaneHits {

@@ -172,91 +172,131 @@ void db_Reader::Done(std::size_t bytes) {
   if (expected_ > 0) progress.Progress(std::min(1.0, done_ / expected_));
 }
 
-cls_Location db_Reader::Resolve(std::string_view path) {
-  const auto fail = [&](const cow_String& what) {
-    throw nex_TextException(file_.Connection().File() + ": path \"" + cow_String(path) + "\": " + what);
-  };
-  // a root name may itself contain dots and brackets: the longest known one wins
-  std::size_t end = path.size();
-  std::optional<long long> row = file_.FindRoot(path); // mostly; without a look at all roots in any format
-  if (!row) end = path.find_last_of(".[", file_.LongestRoot());
-  while (!row && end != std::string_view::npos) {
-    row = file_.FindRoot(path.substr(0, end));
-    if (row || end == 0) break;
-    end = path.find_last_of(".[", end - 1);
-  }
-  if (!row) fail("no such root");
-  cls_Location location{*row, -1, -1};
-  auto object = LoadObject(*row, 0);
-  // the object that the location names so far, when it names one
-  const auto step = [&](long long next, long long owner) {
-    Enter(next);
-    Leave();
-    object = LoadObject(next, owner);
-    location = {next, -1, -1};
-  };
-  const auto ownerOf = [&](long long next) { return file_.Load(next).owner; };
-  while (end < path.size()) {
-    std::size_t stop = end + 1;
-    if (path[end] == '.') {
-      stop = std::min(path.find_first_of(".[", end + 1), path.size());
-      const std::string_view member = path.substr(end + 1, stop - end - 1);
-      if (location.field >= 0) {
-        const auto* next = std::get_if<long long>(&object->cells[static_cast<std::size_t>(location.field)]);
-        if (!next
-            || object->record->Attributes()[static_cast<std::size_t>(location.field)].type
-                   != cls_AttributeType::Object)
-          fail("\"" + cow_String(member) + "\" follows a field that is no object");
-        step(*next, ownerOf(*next));
-      }
-      location.field = object->record->Find(object->record->MemberField(member));
-      if (location.field < 0) fail(object->record->Name() + " has no member \"" + cow_String(member) + "\"");
-    } else if (path[end] == '[') {
-      stop = path.find(']', end);
-      long long index = 0;
-      const auto digits =
-          stop == std::string_view::npos ? std::string_view() : path.substr(end + 1, stop - end - 1);
-      if (digits.empty()
-          || std::from_chars(digits.data(), digits.data() + digits.size(), index).ptr
-                 != digits.data() + digits.size())
-        fail("\"[\" is not followed by an index and \"]\"");
-      ++stop;
-      if (location.field < 0) fail("an index needs a list before it");
-      const auto& attribute = object->record->Attributes()[static_cast<std::size_t>(location.field)];
-      const auto* cell = std::get_if<cls_Blob>(&object->cells[static_cast<std::size_t>(location.field)]);
-      if (!cell) fail(attribute.name + " is not a list");
-      long long next = 0;
-      const auto read = [](std::span<const std::byte> bytes, std::size_t at) {
-        long long value;
-        std::memcpy(&value, bytes.data() + at * sizeof value, sizeof value);
-        return value;
-      };
-      if (attribute.type == cls_AttributeType::ObjectMap) {
-        const auto entries = cls_DecodeArray(*cell, cls_ArrayKind::Map);
-        for (std::size_t i = 0; i + 1 < entries.size() / 8; i += 2)
-          if (read(entries, i) == index) next = read(entries, i + 1);
-      } else if (attribute.type == cls_AttributeType::Object) {
-        const auto ids = cls_DecodeArray(*cell, cls_ArrayKind::RowIds);
-        if (index >= 0 && static_cast<std::size_t>(index) < ids.size() / 8)
-          next = read(ids, static_cast<std::size_t>(index));
-      } else {
-        fail(attribute.name + " is not a list of objects");
-      }
-      if (next == 0) fail("index " + std::to_string(index) + " is outside " + attribute.name);
-      step(next, ownerOf(next));
-    } else {
-      fail("\"" + cow_String(path.substr(end)) + "\" is neither a member nor an index");
+namespace {
+/// One walk along a path such as "meshes/part.elementData.classes[2]".
+class PathWalk {
+public:
+  PathWalk(db_Reader& reader, std::string_view path) : reader_(reader), path_(path) {}
+
+  cls_Location Run() {
+    std::size_t at = FindRoot();
+    while (at < path_.size()) {
+      if (path_[at] == '.')
+        at = TakeMember(at + 1);
+      else if (path_[at] == '[')
+        at = TakeIndex(at + 1);
+      else
+        Fail("\"" + cow_String(path_.substr(at)) + "\" is neither a member nor an index");
     }
-    end = stop;
+    // a field that is one object is that object
+    if (const auto owned = FieldObject()) location_ = {*owned, -1, -1};
+    return location_;
   }
-  // a field that is one object is that object
-  if (location.field >= 0
-      && object->record->Attributes()[static_cast<std::size_t>(location.field)].type
-             == cls_AttributeType::Object)
-    if (const auto* next = std::get_if<long long>(&object->cells[static_cast<std::size_t>(location.field)]))
-      location = {*next, -1, -1};
-  return location;
-}
+
+private:
+  [[noreturn]] void Fail(const cow_String& what) const {
+    throw nex_TextException(reader_.File().Connection().File() + ": path \"" + cow_String(path_)
+                            + "\": " + what);
+  }
+
+  /// Enters the root and returns where its name ends. A name may itself contain dots and brackets: the
+  /// longest known one wins.
+  std::size_t FindRoot() {
+    db_File& file = reader_.File();
+    std::size_t end = path_.size();
+    std::optional<long long> row = file.FindRoot(path_); // mostly; without a look at all roots in any format
+    if (!row) end = path_.find_last_of(".[", file.LongestRoot());
+    while (!row && end != std::string_view::npos) {
+      row = file.FindRoot(path_.substr(0, end));
+      if (row || end == 0) break;
+      end = path_.find_last_of(".[", end - 1);
+    }
+    if (!row) Fail("no such root");
+    object_ = reader_.LoadObject(*row, 0);
+    location_ = {*row, -1, -1};
+    return end;
+  }
+
+  /// Goes into an object that a cell names.
+  void Enter(long long row) {
+    reader_.Enter(row);
+    reader_.Leave();
+    object_ = reader_.LoadObject(row, reader_.File().Load(row).owner);
+    location_ = {row, -1, -1};
+  }
+
+  const cls_ClassMetadata::Attribute& Field() const {
+    return object_->record->Attributes()[static_cast<std::size_t>(location_.field)];
+  }
+  const cls_Cell& Cell() const { return object_->cells[static_cast<std::size_t>(location_.field)]; }
+
+  /// The object that the present field is, when it is one.
+  std::optional<long long> FieldObject() const {
+    if (location_.field < 0 || Field().type != cls_AttributeType::Object) return std::nullopt;
+    const auto* row = std::get_if<long long>(&Cell());
+    return row ? std::optional(*row) : std::nullopt;
+  }
+
+  std::size_t TakeMember(std::size_t begin) {
+    const std::size_t end = std::min(path_.find_first_of(".[", begin), path_.size());
+    const std::string_view member = path_.substr(begin, end - begin);
+    if (location_.field >= 0) {
+      const auto owned = FieldObject();
+      if (!owned) Fail("\"" + cow_String(member) + "\" follows a field that is no object");
+      Enter(*owned);
+    }
+    const cls_ClassMetadata& record = *object_->record;
+    location_.field = record.Find(record.MemberField(member));
+    if (location_.field < 0) Fail(record.Name() + " has no member \"" + cow_String(member) + "\"");
+    return end;
+  }
+
+  std::size_t TakeIndex(std::size_t begin) {
+    const std::size_t end = path_.find(']', begin);
+    const std::string_view digits =
+        end == std::string_view::npos ? std::string_view() : path_.substr(begin, end - begin);
+    long long index = 0;
+    const char* const last = digits.data() + digits.size();
+    if (digits.empty() || std::from_chars(digits.data(), last, index).ptr != last)
+      Fail("\"[\" is not followed by an index and \"]\"");
+    if (location_.field < 0) Fail("an index needs a list before it");
+    const cow_String list = Field().name;
+    const long long row = ElementOf(index);
+    if (row == 0) Fail("index " + std::to_string(index) + " is outside " + list);
+    Enter(row);
+    return end + 1;
+  }
+
+  /// Row of an element of the present list or map; 0 when it has none of that index.
+  long long ElementOf(long long index) const {
+    const auto* cell = std::get_if<cls_Blob>(&Cell());
+    if (!cell) Fail(Field().name + " is not a list");
+    const auto numbers = [&](cls_ArrayKind kind) {
+      const std::span<const std::byte> bytes = cls_DecodeArray(*cell, kind);
+      std::vector<long long> values(bytes.size() / sizeof(long long));
+      std::memcpy(values.data(), bytes.data(), values.size() * sizeof(long long));
+      return values;
+    };
+    if (Field().type == cls_AttributeType::ObjectMap) {
+      const std::vector<long long> entries = numbers(cls_ArrayKind::Map);
+      for (std::size_t i = 0; i + 1 < entries.size(); i += 2)
+        if (entries[i] == index) return entries[i + 1];
+      return 0;
+    }
+    if (Field().type != cls_AttributeType::Object) Fail(Field().name + " is not a list of objects");
+    const std::vector<long long> rows = numbers(cls_ArrayKind::RowIds);
+    return index >= 0 && index < static_cast<long long>(rows.size()) ? rows[static_cast<std::size_t>(index)]
+                                                                     : 0;
+  }
+
+  db_Reader& reader_;
+  std::string_view path_;
+  std::shared_ptr<db_Object> object_; ///< the one that the location names so far, or whose field it names
+  cls_Location location_;
+};
+} // namespace
+
+cls_Location db_Reader::Resolve(std::string_view path) { return PathWalk(*this, path).Run(); }
 
 std::shared_ptr<db_ReadPlace> db_Reader::PlaceOf(std::shared_ptr<db_Object> object) {
   auto place = std::make_shared<db_ReadPlace>();

@@ -8,6 +8,7 @@ class CORE_GEOMETRY_PLATFORM_API wip_WIPBase {
 public:
   virtual ~wip_WIPBase();
   virtual void Error(const cow_String& message);
+  /// What the work is doing now: a line to replace the one before.
   virtual void Status(const cow_String& message);
   /// Fraction of the current work that is done, 0 to 1, never going back within one piece of work.
   virtual void Progress(double fraction);
@@ -23,7 +24,7 @@ public:
 };
 
 /// The calling thread's channel (thr_ThreadSingleton<wip_WIP>::Instance()): forwards to the host's sink.
-/// Without a sink errors and status texts go to std::cerr and progress is not shown.
+/// Without a sink errors go to std::cerr; status texts and progress are not shown.
 class CORE_GEOMETRY_PLATFORM_API wip_WIP : public wip_WIPBase {
 public:
   /// The sink must outlive its use; null brings the default back.
