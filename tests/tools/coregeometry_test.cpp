@@ -38,12 +38,12 @@ TEST_F(Program, ImportsTheSampleAndAnswersFromTheStoredModel) {
   const std::string model = folder_ / "bracket.cgdb";
   const json info = ToolFacts({"info", model});
   const json& facts = info["meshes"][0];
-  EXPECT_EQ(facts["root"], "meshes/bracket");
+  EXPECT_EQ(facts["mesh"], "meshes/bracket");
   EXPECT_EQ(facts["box"], json::parse(R"({"min": [0.0, 0.0, 0.0], "max": [0.04, 0.03, 0.035]})"));
   EXPECT_EQ(facts["nodeLabels"], json::parse(R"({"count": 1441, "smallest": 1000, "largest": 9438})"));
   EXPECT_EQ(facts["elementLabels"]["largest"], 6001);
   std::string labels;
-  for (const json& type : facts["classes"]) labels += type["label"].get<std::string>() + " ";
+  for (const json& type : facts["classes"]) labels += type["type"].get<std::string>() + " ";
   EXPECT_EQ(labels, "C3D8 C3D6 C3D20 S4 B31 MASS ");
   EXPECT_EQ(facts["classes"][4]["category"], "Angle bracket/stiffener");
   EXPECT_EQ(info["bytes"], fs::file_size(model));
@@ -146,8 +146,8 @@ TEST_F(Program, KeepsWhatAModelHoldsUnlessToldOtherwise) {
   ASSERT_EQ(RunTool(With(import, {"--force", "--map", "HEX8=C3D8I"})).exitCode, 0);
   const json meshes = ToolFacts({"info", model_})["meshes"];
   ASSERT_EQ(meshes.size(), 2U);
-  EXPECT_EQ(meshes[0]["classes"][0]["label"], "C3D8I");
-  EXPECT_EQ(meshes[1]["classes"][0]["label"], "C3D8R");
+  EXPECT_EQ(meshes[0]["classes"][0]["type"], "C3D8I");
+  EXPECT_EQ(meshes[1]["classes"][0]["type"], "C3D8R");
 
   // a replaced mesh keeps its number, which no other has, and only its own regions go
   EXPECT_EQ(meshes[0]["id"], 0);
@@ -198,7 +198,7 @@ TEST_F(Program, TakesAssignmentsOfLabelsBeforeAndAfterTheFile) {
     words.insert(words.end(), {"-o", model_, "--force"});
     std::string labels;
     const json facts = ToolFacts(words);
-    for (const json& type : facts["classes"]) labels += type["label"].get<std::string>() + " ";
+    for (const json& type : facts["classes"]) labels += type["type"].get<std::string>() + " ";
     return labels;
   };
   const std::string wanted = "C3D8R C3D6 C3D20R S4 B31 MASS ";
@@ -225,9 +225,35 @@ TEST_F(Program, TellsWrongUsageFromWrongInput) {
                                              {"shapes"}}) {
     const ToolRun run = RunTool(wrong);
     EXPECT_EQ(run.exitCode, 2) << testing::PrintToString(wrong);
-    EXPECT_NE(run.err, "");
+    EXPECT_TRUE(run.err.starts_with("coregeometry: ")) << run.err;
+    EXPECT_TRUE(run.err.ends_with("--help\" to see how it is used.\n")) << run.err;
     EXPECT_EQ(run.out, "");
   }
+  using Words = std::vector<std::string>;
+  ASSERT_EQ(RunTool({"-q", "import", SAMPLE, "-o", model_}).out, "");
+  for (const auto& [words, exitCode, meant] : std::vector<std::tuple<Words, int, std::string>>{
+           {{"improt", SAMPLE}, 2, "improt: no such command; did you mean import?"},
+           {{"info", model_, "--jsn"},
+            2,
+            "info: The following argument was not expected: --jsn; did you mean --json?"},
+           {{"info", model_, "--name", "brakcet"}, 1, "no mesh \"brakcet\"; did you mean bracket?"},
+           {{"sets", model_, "fixd"}, 1, "no set or surface \"fixd\"; did you mean fixed?"},
+           {{"skin", model_, "-o", folder_ / "s.exo", "--sets", "plat,loaded"},
+            1,
+            "no set \"plat\"; did you mean plate?"},
+           {{"measure", model_, "--density", "nonsense=5"}, 1, "no part \"nonsense\"; there is C3D8, plate"},
+           {{"locate", model_, "0", "0"}, 2, "a point has 3 coordinates, 2 numbers are given"},
+           {{"travel", model_, "--direction", "0,0"}, 2, "--direction 0,0: give three numbers, X,Y,Z"}}) {
+    const ToolRun run = RunTool(words);
+    EXPECT_EQ(run.exitCode, exitCode) << run.err;
+    EXPECT_NE(run.err.find(meant), std::string::npos) << run.err;
+  }
+  const auto points = [&](const Words& words) { return ToolFacts(words)["points"]; };
+  EXPECT_EQ(points({"locate", model_, "-.5,0,1", "1,2,-3"}),
+            points({"locate", model_, "-.5", "0", "1", "1", "2", "-3"}));
+  const json facts =
+      json::parse(RunTool({"query", model_, "--node", "1010,1", "--json", "--element", "7"}).out);
+  EXPECT_EQ(facts["unknown"], json::parse(R"({"nodes": [1], "elements": [7]})"));
   for (const char* command : {"info", "sets", "csys", "upgrade", "compact", "import"}) {
     const ToolRun run = RunTool({command, folder_ / "missing"});
     EXPECT_EQ(run.exitCode, 1) << command;
@@ -422,7 +448,7 @@ TEST_F(Program, LocatesPointsGivenOnTheCommandLineAndInAFile) {
 TEST_F(Program, PrintsEverythingAboutOneShape) {
   const json shape = ToolFacts({"shapes", "--label", "c3d27"});
   EXPECT_EQ(shape["exodus"], "HEX27");
-  EXPECT_EQ(shape["vtk"], json::parse(R"({"name": "VTK_TRIQUADRATIC_HEXAHEDRON", "type": 29})"));
+  EXPECT_EQ(shape["vtk"], json::parse(R"({"name": "VTK_TRIQUADRATIC_HEXAHEDRON", "number": 29})"));
   // face centres and body centre: zeta, eta, xi here; the body first in Exodus II; xi, eta, zeta in VTK
   const int exodus[] = {21, 22, 25, 24, 26, 23, 20}, vtk[] = {24, 25, 22, 21, 23, 20, 26};
   for (std::size_t k = 0; k < 7; ++k) {

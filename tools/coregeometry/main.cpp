@@ -1,11 +1,25 @@
 // The coregeometry program: mesh files in, stored and queried models out.
 #include "cli_Commands.h"
 #include "cli_Console.h"
+#include "cli_Model.h"
+#include "cli_Words.h"
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
+#include <algorithm>
 #include <iostream>
+#include <span>
 
 namespace {
+bool wantsJson = false;
+
+/// Says on stderr what went wrong, and in the answer when that is JSON.
+int Fail(const std::string& what, int exitCode) {
+  std::cerr << "coregeometry: " << cli_Printable(what) << '\n';
+  if (wantsJson) cli_PrintJson({{"error", {{"message", what}, {"exitCode", exitCode}}}});
+  std::cout.flush();
+  return exitCode;
+}
+
 int Run(int argc, char** argv) {
   CLI::App app("Stores finite-element meshes in a model file and answers questions about them.",
                "coregeometry");
@@ -17,11 +31,31 @@ int Run(int argc, char** argv) {
              "Exit codes: 0 done, 1 wrong input, 2 wrong usage.");
   app.set_version_flag("--version", CORE_GEOMETRY_VERSION);
   app.require_subcommand(1);
+  app.fallthrough();
+  app.add_flag_callback(
+      "-q,--quiet", [] { cli_SetTalk(cli_Talk::Quiet); },
+      "No progress and no report of what was done: only answers and errors");
+  app.add_flag_callback(
+      "-v,--verbose", [] { cli_SetTalk(cli_Talk::Verbose); },
+      "Tell each step and the time it took on stderr");
   for (const auto add : cli_kCommands) add(app);
+  const std::vector<std::string> words = cli_JoinTriples(app, std::span(argv, argv + argc).subspan(1));
+  wantsJson = std::ranges::find(words, "--json") != words.end();
+  const CLI::App& command = cli_CommandOf(app, words);
+  const auto refuse = [&](const std::string& what) {
+    const std::string name = &command == &app ? "coregeometry" : "coregeometry " + command.get_name();
+    throw cli_UsageError((&command == &app ? "" : command.get_name() + ": ") + what + "\nRun \"" + name
+                         + " --help\" to see how it is used.");
+  };
   try {
-    app.parse(argc, argv);
+    cli_CheckCommandName(app, words);
+    app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+  } catch (const CLI::Success& request) {
+    return app.exit(request);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? cli_OK : cli_WRONG_USAGE;
+    refuse(cli_Explain(app, error));
+  } catch (const cli_UsageError& error) {
+    refuse(error.what());
   }
   std::cout.flush();
   if (!std::cout) {
@@ -43,16 +77,12 @@ int main(int argc, char** argv) {
     std::cout.flush();
     return cli_WRONG_INPUT;
   } catch (const cli_UsageError& error) {
-    std::cerr << "coregeometry: " << cli_Printable(error.what()) << '\n';
-    return cli_WRONG_USAGE;
+    return Fail(error.what(), cli_WRONG_USAGE);
   } catch (const wip_Cancelled&) {
-    std::cerr << "coregeometry: interrupted, nothing was changed\n";
-    return cli_INTERRUPTED + cli_StopSignal();
+    return Fail("interrupted, nothing was changed", cli_INTERRUPTED + cli_StopSignal());
   } catch (const std::bad_alloc&) {
-    std::cerr << "coregeometry: out of memory\n";
-    return cli_WRONG_INPUT;
+    return Fail("out of memory", cli_WRONG_INPUT);
   } catch (const std::exception& error) {
-    std::cerr << "coregeometry: " << cli_Printable(error.what()) << '\n';
-    return cli_WRONG_INPUT;
+    return Fail(error.what(), cli_WRONG_INPUT);
   }
 }

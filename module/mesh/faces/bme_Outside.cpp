@@ -3,6 +3,7 @@
 #include <BasicUtils/nex_Exception.h>
 #include <CoreGeometry/bme_ExternalFaces.h>
 #include <CoreGeometry/shp_Shape.h>
+#include <CoreUtils/atr_Near.h>
 #include <algorithm>
 #include <cmath>
 
@@ -71,10 +72,10 @@ private:
   const bme_NamedSet& Choose(std::span<const bme_NamedSet> sets, const cow_String& name) const {
     const auto at = std::ranges::find(sets, name, &bme_NamedSet::name);
     if (at != sets.end()) return *at;
-    cow_String list;
+    std::vector<cow_String> names;
     for (const bme_NamedSet& set : sets)
-      if (set.kind != rgnC_NODE_SET) list += (list.empty() ? "" : ", ") + set.name;
-    throw nex_TextException(place_ + ": no set \"" + name + "\", it has " + (list.empty() ? "none" : list));
+      if (set.kind != rgnC_NODE_SET) names.push_back(set.name);
+    throw nex_TextException(place_ + ": no set \"" + name + '"' + atr_Alternatives(name, names));
   }
 
   bme_FEMFaceList External(const bme_FEMElemList& elements) const {

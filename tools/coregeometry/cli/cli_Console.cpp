@@ -113,13 +113,24 @@ void cli_HandleSignals() {
 
 int cli_StopSignal() { return theRequest; }
 
-cli_Console::cli_Console() : isTerminal_(isatty(STDERR_FILENO) != 0) {
+namespace {
+cli_Talk theTalk = cli_Talk::Normal;
+}
+
+void cli_SetTalk(cli_Talk talk) { theTalk = talk; }
+
+std::ostream& cli_Report() {
+  static std::ostream nowhere(nullptr);
+  return theTalk == cli_Talk::Quiet ? nowhere : std::cout;
+}
+
+cli_Console::cli_Console() : isTerminal_(isatty(STDERR_FILENO) != 0 && theTalk != cli_Talk::Quiet) {
   thr_ThreadSingleton<wip_WIP>::Instance().SetSink(this);
   theConsoles = theConsoles + 1;
 }
 
 cli_Console::~cli_Console() {
-  End();
+  EraseBar();
   theConsoles = theConsoles - 1;
   thr_ThreadSingleton<wip_WIP>::Instance().SetSink(nullptr);
 }
@@ -127,22 +138,30 @@ cli_Console::~cli_Console() {
 void cli_Console::Begin(const cow_String& work) {
   End();
   work_ = work;
+  begun_ = std::chrono::steady_clock::now();
 }
 
 void cli_Console::End() {
+  EraseBar();
+  if (theTalk == cli_Talk::Verbose && !work_.empty()) {
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begun_;
+    std::cerr << cli_Printable(work_) << ": " << time.count() << " s\n";
+  }
+  work_.clear();
+}
+
+void cli_Console::EraseBar() {
   if (percent_ >= 0) std::cerr << "\r\033[K" << std::flush;
   percent_ = -1;
 }
 
 void cli_Console::Error(const cow_String& message) {
-  End();
+  EraseBar();
   std::cerr << cli_Printable(message) << '\n';
 }
 
 void cli_Console::Status(const cow_String& message) {
-  if (!isTerminal_) return;
-  Begin(message);
-  Progress(0);
+  if (isTerminal_ || theTalk == cli_Talk::Verbose) Begin(message);
 }
 
 void cli_Console::Progress(double fraction) {

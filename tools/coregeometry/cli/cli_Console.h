@@ -2,7 +2,9 @@
 #pragma once
 
 #include <BasicUtils/wip_WIP.h>
+#include <chrono>
 #include <memory>
+#include <ostream>
 #include <streambuf>
 #include <string_view>
 
@@ -23,6 +25,13 @@ private:
   std::streambuf* before_;
 };
 
+/// How much the program says beside answers and errors: nothing, a report of what it made, or also each step
+/// with its time.
+enum class cli_Talk { Quiet, Normal, Verbose };
+void cli_SetTalk(cli_Talk talk);
+/// Where a command reports what it made: std::cout, or nowhere when the user wants quiet.
+std::ostream& cli_Report();
+
 /// SIGINT, SIGTERM and SIGHUP ask the work to stop while a console lives; the second of them, and other
 /// signals that end a process, end it at once. What is half-written is removed. Signals that are ignored stay
 /// so.
@@ -38,9 +47,9 @@ public:
   cli_Console(const cli_Console&) = delete;
   cli_Console& operator=(const cli_Console&) = delete;
 
-  /// Names the work that is to come; its bar starts at 0.
+  /// Names the work that is to come, after what was begun before; its bar starts at 0.
   void Begin(const cow_String& work);
-  void End(); ///< removes the bar
+  void End(); ///< of the work; removes the bar
 
   void Error(const cow_String& message) override;
   void Status(const cow_String& message) override;
@@ -51,4 +60,7 @@ private:
   bool isTerminal_;
   cow_String work_;
   int percent_ = -1; ///< shown, -1 for no bar
+  std::chrono::steady_clock::time_point begun_;
+
+  void EraseBar();
 };

@@ -1,5 +1,7 @@
 #include "cli_Ledger.h"
 
+#include "cli_Console.h"
+
 #include <iostream>
 
 cli_Json cli_LedgerJson(const exo_Ledger& ledger) {
@@ -12,11 +14,11 @@ cli_Json cli_LedgerJson(const exo_Ledger& ledger) {
 }
 
 void cli_PrintLedger(const exo_Ledger& ledger, const char* nothing, const cow_String& heading) {
-  std::cout << (ledger.empty() ? cow_String(nothing) : heading) << '\n';
+  cli_Report() << (ledger.empty() ? cow_String(nothing) : heading) << '\n';
   for (const exo_LedgerEntry& entry : ledger) {
-    std::cout << "  " << entry.what << ": "
-              << (entry.count < 0 ? "unknown count" : std::to_string(entry.count));
-    if (!entry.detail.empty()) std::cout << " (" << entry.detail << ')';
-    std::cout << '\n';
+    cli_Report() << "  " << entry.what << ": "
+                 << (entry.count < 0 ? "unknown count" : std::to_string(entry.count));
+    if (!entry.detail.empty()) cli_Report() << " (" << entry.detail << ')';
+    cli_Report() << '\n';
   }
 }

@@ -3,9 +3,11 @@
 #include "cli_Console.h"
 
 #include <BasicUtils/cls_ReadView.h>
+#include <CoreUtils/atr_Near.h>
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <iostream>
 
@@ -41,11 +43,13 @@ cow_String cli_ChooseMesh(const cls_Database& model, const cow_String& name) {
   if (name.empty() && meshes.size() == 1) return meshes.front();
   for (const cow_String& root : meshes)
     if (!name.empty() && (root == name || root == cli_kMeshFolder + name)) return root;
-  cow_String list;
-  for (const cow_String& root : meshes) list += (list.empty() ? "" : ", ") + root;
   if (name.empty())
-    throw nex_TextException(model.File() + ": holds several meshes (" + list + "), choose one with --name");
-  throw nex_TextException(model.File() + ": no mesh \"" + name + "\", it holds " + list);
+    throw nex_TextException(model.File() + ": holds several meshes, choose one with --name"
+                            + atr_Alternatives("", meshes));
+  std::vector<cow_String> names;
+  for (const cow_String& root : meshes)
+    names.push_back(root.starts_with(cli_kMeshFolder) ? root.substr(std::strlen(cli_kMeshFolder)) : root);
+  throw nex_TextException(model.File() + ": no mesh \"" + name + '"' + atr_Alternatives(name, names));
 }
 
 long long cli_NumNotFinite(const bme_Mesh& mesh) {
@@ -104,8 +108,44 @@ void cli_AddModelOptions(CLI::App& command, std::string& file, std::string& name
   command.add_flag("--json", json, "Print the facts as JSON");
 }
 
-void cli_PrintJson(const cli_Json& json) {
+namespace {
+/// As JSON, `depth` levels deep in what is printed.
+std::string Text(const cli_Json& json, std::size_t depth) {
   // names that are not UTF-8 are shown with a sign in place of their bytes
-  const std::string text = json.dump(2, ' ', false, cli_Json::error_handler_t::replace);
-  std::cout << cli_Printable(text, /*isJson=*/true) << '\n';
+  const std::string text =
+      cli_Printable(json.dump(2, ' ', false, cli_Json::error_handler_t::replace), /*isJson=*/true);
+  const std::string indent(2 * depth, ' ');
+  std::string indented;
+  for (const char c : text) {
+    indented += c;
+    if (c == '\n') indented += indent;
+  }
+  return indented;
+}
+
+/// The members of an object without its braces.
+std::string Members(const cli_Json& json) {
+  const std::string text = Text(json, 0);
+  return json.empty() ? "" : text.substr(1, text.size() - 3);
+}
+} // namespace
+
+void cli_PrintJson(const cli_Json& json) { std::cout << Text(json, 0) << '\n'; }
+
+cli_JsonStream::cli_JsonStream(const cli_Json& head) { std::cout << '{' << Members(head); }
+
+void cli_JsonStream::BeginList(const char* key) {
+  std::cout << ",\n  " << cli_Json(key).dump() << ": [";
+  isFirst_ = true;
+}
+
+void cli_JsonStream::Add(const cli_Json& item) {
+  std::cout << (isFirst_ ? "\n    " : ",\n    ") << Text(item, 2);
+  isFirst_ = false;
+}
+
+void cli_JsonStream::EndList() { std::cout << (isFirst_ ? "]" : "\n  ]"); }
+
+void cli_JsonStream::End(const cli_Json& tail) {
+  std::cout << (tail.empty() ? "" : ",") << Members(tail) << "\n}\n";
 }

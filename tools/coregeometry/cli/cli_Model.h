@@ -43,3 +43,16 @@ cli_Json cli_Number(float value); ///< as JSON, without digits that single preci
 void cli_AddModelOptions(CLI::App& command, std::string& file, std::string& name, bool& json);
 
 void cli_PrintJson(const cli_Json& json); ///< to stdout, indented
+
+/// Prints an object whose lists are too long to be kept: the same text as cli_PrintJson prints of the whole.
+class cli_JsonStream {
+public:
+  explicit cli_JsonStream(const cli_Json& head); ///< an object with at least one key
+  void BeginList(const char* key);
+  void Add(const cli_Json& item);
+  void EndList();
+  void End(const cli_Json& tail = cli_Json::object()); ///< with the keys that come last
+
+private:
+  bool isFirst_ = true;
+};

@@ -96,7 +96,7 @@ cli_Json cli_ShapeSheet(const shp_Shape& shape) {
   const exo_Cell cell = exo_FindCell(places);
   const auto exodus = cell == exo_Cell::None ? std::nullopt : exo_FindNodeOrder(cell, places);
   const auto vtk = exo_FindVtkCell(places);
-  cli_Json sheet = {{"label", shape.Label()},
+  cli_Json sheet = {{"type", shape.Label()},
                     {"family", FormOf(shape.Options().Family()).name},
                     {"nodes", shape.NumNodes()},
                     {"integrationPoints", shape.NumIntPts()},
@@ -107,7 +107,7 @@ cli_Json cli_ShapeSheet(const shp_Shape& shape) {
                     {"exodus", nullptr},
                     {"vtk", nullptr}};
   if (exodus) sheet["exodus"] = std::string(exo_CellName(cell)) + std::to_string(places.size());
-  if (vtk) sheet["vtk"] = {{"name", vtk->name}, {"type", vtk->type}};
+  if (vtk) sheet["vtk"] = {{"name", vtk->name}, {"number", vtk->type}};
   sheet["nodeTable"] = cli_Json::array();
   for (std::size_t node = 0; node < places.size(); ++node) {
     cli_Json row = {{"node", node}, {"iso", places[node]}, {"exodus", nullptr}, {"vtk", nullptr}};
@@ -136,7 +136,7 @@ void cli_PrintShapeSheet(std::ostream& out, const cli_Json& sheet) {
     const int count = sheet[key];
     return std::to_string(count) + what + (count == 1 ? "" : "s");
   };
-  out << sheet["label"].get<std::string>() << ": " << form->name << ", " << counted("nodes", " node") << ", "
+  out << sheet["type"].get<std::string>() << ": " << form->name << ", " << counted("nodes", " node") << ", "
       << counted("integrationPoints", " integration point") << ", order " << sheet["order"] << ", in "
       << sheet["spaceDimensions"] << "-D space\n";
   if (sheet["rings"] != 1) out << "The tables are those of the first of " << sheet["rings"] << " planes.\n";
@@ -152,7 +152,7 @@ void cli_PrintShapeSheet(std::ostream& out, const cli_Json& sheet) {
     if (vtk.is_null())
       out << "none\n";
     else
-      out << vtk["name"].get<std::string>() << " (" << vtk["type"] << ")\n";
+      out << vtk["name"].get<std::string>() << " (" << vtk["number"] << ")\n";
   }
   out << "\nFaces: corners | other nodes\n";
   for (const cli_Json& row : sheet["faceTable"]) {

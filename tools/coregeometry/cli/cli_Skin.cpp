@@ -1,6 +1,7 @@
 #include "cli_Skin.h"
 
 #include <CoreGeometry/bme_ExternalFaces.h>
+#include <CoreUtils/atr_Near.h>
 #include <algorithm>
 
 bool cli_IsPart(const bme_ElementClass& type, const cow_String& part) {
@@ -9,17 +10,20 @@ bool cli_IsPart(const bme_ElementClass& type, const cow_String& part) {
          || part == category.substr(category.rfind('/') + 1);
 }
 
-namespace {
-cow_String PartNames(const bme_ElementData& elements, std::span<const bme_NamedSet> sets) {
-  cow_String names;
-  const auto add = [&](const cow_String& name) { names += (names.empty() ? "" : ", ") + name; };
-  for (unsigned i = 0; i < elements.NumClasses(); ++i)
-    add(elements.GetClass(i).ElemTypeLabel() + " \"" + elements.GetClass(i).CategoryLabel() + '"');
-  for (const bme_NamedSet& set : sets)
-    if (set.kind != rgnC_NODE_SET) add(set.name);
+std::vector<cow_String> cli_PartNames(const bme_ElementData& elements) {
+  std::vector<cow_String> names;
+  const auto add = [&](const cow_String& name) {
+    if (!name.empty() && std::ranges::find(names, name) == names.end()) names.push_back(name);
+  };
+  for (unsigned i = 0; i < elements.NumClasses(); ++i) {
+    const cow_String& category = elements.GetClass(i).CategoryLabel();
+    add(elements.GetClass(i).ElemTypeLabel());
+    add(category.substr(category.rfind('/') + 1));
+  }
   return names;
 }
 
+namespace {
 bme_FEMFaceList Outside(const bme_FEMElemList& elements, const cow_String& place) {
   bme_FaceOptions options;
   options.leaveOut = bme_LEAVE_OUT_UNSUPPORTED;
@@ -42,8 +46,12 @@ bme_FEMFaceList FacesOf(const cls_Database& model, const cow_String& root, const
   if (isThere) return Outside(chosen, place);
   const std::vector<bme_NamedSet> sets = cli_SetsOfMesh(model, root);
   const auto set = std::ranges::find(sets, part, &bme_NamedSet::name);
-  if (set == sets.end())
-    throw nex_TextException(place + ": no part \"" + part + "\", it holds " + PartNames(elements, sets));
+  if (set == sets.end()) {
+    std::vector<cow_String> names = cli_PartNames(elements);
+    for (const bme_NamedSet& one : sets)
+      if (one.kind != rgnC_NODE_SET) names.push_back(one.name);
+    throw nex_TextException(place + ": no part \"" + part + '"' + atr_Alternatives(part, names));
+  }
   if (set->kind == rgnC_MESH_SURFACE) return bme_FEMFaceList::FromSet(mesh, set->data);
   return Outside(bme_FEMElemList::FromSet(mesh, set->data), place);
 }

@@ -7,6 +7,8 @@
 
 /// Whether a part is named by the class: by its element type, its category or the last piece of that.
 bool cli_IsPart(const bme_ElementClass& type, const cow_String& part);
+/// Element types, and last pieces of categories, in the order of the classes.
+std::vector<cow_String> cli_PartNames(const bme_ElementData& elements);
 
 /// The outside of a part of a mesh, cut into triangles between the corners of the faces: surface elements as
 /// they are, of solids the faces that no other solid of the part has; of a surface its own faces. A part is

@@ -51,7 +51,7 @@ const char* WeightName(const chk_Finding& finding) {
 }
 
 cli_Json FindingJson(const chk_Finding& finding) {
-  return {{"weight", WeightName(finding)}, {"root", finding.root},   {"class", finding.className},
+  return {{"weight", WeightName(finding)}, {"root", finding.root},   {"className", finding.className},
           {"object", finding.object},      {"field", finding.field}, {"what", finding.what},
           {"labels", finding.labels},      {"count", finding.count}, {"advice", finding.advice}};
 }

@@ -22,7 +22,7 @@ void Run(const Arguments& arguments) {
   if (arguments.json)
     cli_PrintJson({{"file", arguments.file}, {"bytesBefore", before}, {"bytesAfter", after}});
   else
-    std::cout << arguments.file << ": " << before << " bytes before, " << after << " bytes now\n";
+    cli_Report() << arguments.file << ": " << before << " bytes before, " << after << " bytes now\n";
 }
 } // namespace
 

@@ -136,7 +136,7 @@ void Add(const Arguments& arguments) {
                    z = x.CrossProduct(given).UnitCopy();
   constexpr double kParallel = 1e-6; // sine of the angle between them
   if (!(x.CrossProduct(given).Magnitude() > kParallel))
-    throw cli_UsageError("csys: --x and --y must be two directions, not one");
+    throw cli_UsageError("--x and --y must be two directions, not one");
   const dtu_DatumCsysType kind = arguments.kind == "cylindrical" ? dtu_CYLINDRICAL
                                  : arguments.kind == "spherical" ? dtu_SPHERICAL
                                                                  : dtu_CARTESIAN;

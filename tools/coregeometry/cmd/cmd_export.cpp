@@ -48,9 +48,9 @@ void Run(const Arguments& arguments) {
                    {"notCarried", cli_LedgerJson(ledger)}});
     return;
   }
-  std::cout << root << " of " << arguments.file << " is written to " << output.Name() << ":\n  "
-            << mesh->NodeData().NumNodes() << " nodes, " << mesh->ElementData().NumElements() << " elements, "
-            << sets.size() << " sets\n";
+  cli_Report() << root << " of " << arguments.file << " is written to " << output.Name() << ":\n  "
+               << mesh->NodeData().NumNodes() << " nodes, " << mesh->ElementData().NumElements()
+               << " elements, " << sets.size() << " sets\n";
   cli_PrintLedger(ledger, "Everything in the mesh was carried over.",
                   cow_String("Not carried over, since ") + writer.name + " has no place for it:");
 }

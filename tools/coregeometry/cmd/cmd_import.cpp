@@ -31,9 +31,9 @@ void SortWords(Arguments& arguments) {
     else if (arguments.file.empty())
       arguments.file = word;
     else
-      throw cli_UsageError("import: one file at a time, not " + arguments.file + " and " + word);
+      throw cli_UsageError("one file at a time, not " + arguments.file + " and " + word);
   }
-  if (arguments.file.empty()) throw cli_UsageError("import: FILE is required");
+  if (arguments.file.empty()) throw cli_UsageError("FILE is required");
 }
 
 /// What the target is called.
@@ -140,8 +140,8 @@ cli_Json AsJson(const Arguments& arguments, const Target& target, const exo_Impo
   cli_Json classes = cli_Json::array(), sets = cli_Json::array();
   for (const exo_ImportedBlock& block : import.blocks)
     classes.push_back({{"block", block.id},
-                       {"type", block.type},
-                       {"label", block.label},
+                       {"exodusType", block.type},
+                       {"type", block.label},
                        {"supported", block.supported},
                        {"elements", block.numElements}});
   for (const bme_NamedSet& set : import.sets)
@@ -168,25 +168,26 @@ cli_Json AsJson(const Arguments& arguments, const Target& target, const exo_Impo
 
 void Print(const Arguments& arguments, const Target& target, const exo_Import& import) {
   const bme_Mesh& mesh = *import.mesh;
-  std::cout << arguments.file << " is stored in " << target.file.string() << " as " << target.root << ":\n";
-  std::cout << "  " << mesh.NodeData().NumNodes() << " nodes, " << mesh.ElementData().NumElements()
-            << " elements in " << import.blocks.size() << " classes\n";
+  cli_Report() << arguments.file << " is stored in " << target.file.string() << " as " << target.root
+               << ":\n";
+  cli_Report() << "  " << mesh.NodeData().NumNodes() << " nodes, " << mesh.ElementData().NumElements()
+               << " elements in " << import.blocks.size() << " classes\n";
   std::size_t index = 0;
   for (const exo_ImportedBlock& block : import.blocks)
-    std::cout << "  block " << block.id << " (" << block.type << "): class " << index++ << ", "
-              << block.numElements << " elements " << block.label
-              << (block.supported ? "" : ", a type without a shape") << '\n';
+    cli_Report() << "  block " << block.id << " (" << block.type << "): class " << index++ << ", "
+                 << block.numElements << " elements " << block.label
+                 << (block.supported ? "" : ", a type without a shape") << '\n';
   for (const char* kind : {"node set", "element set", "surface"}) {
     const auto count = std::ranges::count_if(import.sets, [&](const bme_NamedSet& set) {
       return cli_KindText(1 << set.kind) == cow_String(kind);
     });
-    if (count > 0) std::cout << "  " << count << ' ' << kind << (count == 1 ? "" : "s") << '\n';
+    if (count > 0) cli_Report() << "  " << count << ' ' << kind << (count == 1 ? "" : "s") << '\n';
   }
   if (import.rounding.change > 0)
-    std::cout << "Largest change by rounding to single precision: " << import.rounding.change << " in "
-              << import.rounding.axis << " of node " << import.rounding.nodeLabel << '\n';
+    cli_Report() << "Largest change by rounding to single precision: " << import.rounding.change << " in "
+                 << import.rounding.axis << " of node " << import.rounding.nodeLabel << '\n';
   else
-    std::cout << "No coordinate changed by rounding to single precision.\n";
+    cli_Report() << "No coordinate changed by rounding to single precision.\n";
   cli_PrintLedger(import.ledger, "Everything in the file was carried over.",
                   "Not carried over, since a model has no place for it:");
 }

@@ -76,14 +76,14 @@ cli_Json MeshJson(const cow_String& root, const bme_Mesh& mesh) {
   for (unsigned i = 0; i < elements.NumClasses(); ++i) {
     const bme_ElementClass& type = elements.GetClass(i);
     classes.push_back({{"index", i},
-                       {"label", type.ElemTypeLabel()},
+                       {"type", type.ElemTypeLabel()},
                        {"supported", type.IsSupported()},
                        {"elements", type.NumElements()},
                        {"nodesPerElement", type.NumNodesPerElem()},
                        {"elementLabels", Range(LabelsOf(elements, type))},
                        {"category", type.CategoryLabel()}});
   }
-  return {{"root", root},
+  return {{"mesh", root},
           {"id", mesh.Id()},
           {"dimensions", mesh.NodeData().Dimension()},
           {"nodes", mesh.NodeData().NumNodes()},
@@ -129,7 +129,7 @@ void Run(const Arguments& arguments) {
   json["stored"] = cli_Json::array();
   if (!arguments.json) std::cout << "Stored classes:\n";
   for (const auto& stored : model.Classes()) {
-    json["stored"].push_back({{"class", stored.name},
+    json["stored"].push_back({{"className", stored.name},
                               {"version", stored.version},
                               {"objects", stored.objects},
                               {"outdated", stored.outdated}});

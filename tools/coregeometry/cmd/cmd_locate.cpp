@@ -2,11 +2,12 @@
 #include "cli_Commands.h"
 #include "cli_Console.h"
 #include "cli_Model.h"
+#include "cli_Words.h"
 
 #include <CoreGeometry/bme_ElementLocator.h>
 #include <CoreGeometry/shp_Shape.h>
-#include <charconv>
 #include <fstream>
+#include <functional>
 #include <iomanip>
 #include <iostream>
 #include <sstream>
@@ -14,7 +15,7 @@
 namespace {
 struct Arguments {
   std::string file, name, pointFile;
-  std::vector<double> coordinates;
+  std::vector<std::string> coordinates;
   bool json = false;
 };
 
@@ -34,12 +35,11 @@ std::vector<double> ReadPoints(const std::string& file) {
     for (std::size_t at = text.find_first_not_of(kBlanks); at < text.size();
          at = text.find_first_not_of(kBlanks, at)) {
       const std::size_t end = std::min(text.find_first_of(kBlanks, at), text.size());
-      double value = 0;
-      const auto [stop, error] = std::from_chars(text.data() + at, text.data() + end, value);
-      if (error != std::errc() || stop != text.data() + end || !std::isfinite(value))
+      const auto value = cli_NumberOf(text.substr(at, end - at));
+      if (!value)
         throw nex_TextException(file + ", line " + std::to_string(number) + ": \""
                                 + std::string(text.substr(at, end - at)) + "\" is no coordinate");
-      points.push_back(value);
+      points.push_back(*value);
       ++count;
       at = end;
     }
@@ -63,40 +63,41 @@ class Answers {
 public:
   explicit Answers(const bme_Mesh& mesh) : elements_(mesh.ElementData()), locator_(mesh) {}
 
-  cli_Json All(std::span<const double> points) const {
-    std::vector<bme_ElementHit> hits(points.size() / 3), owners;
+  /// Calls take(answer) for each point.
+  void ForEach(std::span<const double> points, const std::function<void(const cli_Json&)>& take) const {
+    std::vector<bme_ElementHit> hits(points.size() / 3);
     locator_.FindEach(points, hits);
-    cli_Json answers = cli_Json::array();
-    for (std::size_t k = 0; k < hits.size(); ++k) {
-      const bme_ElementLocator::Point point = {points[3 * k], points[3 * k + 1], points[3 * k + 2]};
-      cli_Json answer = {{"point", point}, {"verdict", Verdict(hits[k].location)}};
-      cli_Json holders = cli_Json::array();
-      if (hits[k].location == shp_Location::OnBoundary)
-        locator_.FindAll(point, owners);
-      else
-        owners.assign(hits[k].element == bme_kNotFound ? 0 : 1, hits[k]);
-      for (const bme_ElementHit& hit : owners) {
-        cli_Json holder = Element(hit.element);
-        holder["verdict"] = Verdict(hit.location);
-        if (hit.location != shp_Location::Degenerate) holder["iso"] = hit.iso;
-        holders.push_back(std::move(holder));
-      }
-      answer["elements"] = std::move(holders);
-      if (hits[k].location == shp_Location::Outside) {
-        const bme_NearestElement nearest = locator_.FindNearest(point);
-        answer["nearest"] = nullptr;
-        if (nearest.element != bme_kNotFound) {
-          answer["nearest"] = Element(nearest.element);
-          answer["nearest"]["distance"] = nearest.distance;
-          answer["nearest"]["iso"] = nearest.iso;
-        }
-      }
-      answers.push_back(std::move(answer));
-    }
-    return answers;
+    for (std::size_t k = 0; k < hits.size(); ++k)
+      take(Answer({points[3 * k], points[3 * k + 1], points[3 * k + 2]}, hits[k]));
   }
 
 private:
+  cli_Json Answer(const bme_ElementLocator::Point& point, const bme_ElementHit& first) const {
+    std::vector<bme_ElementHit> owners;
+    if (first.location == shp_Location::OnBoundary)
+      locator_.FindAll(point, owners);
+    else if (first.element != bme_kNotFound)
+      owners.push_back(first);
+    cli_Json answer = {{"point", point}, {"verdict", Verdict(first.location)}};
+    answer["elements"] = cli_Json::array();
+    for (const bme_ElementHit& hit : owners) {
+      cli_Json holder = Element(hit.element);
+      holder["verdict"] = Verdict(hit.location);
+      if (hit.location != shp_Location::Degenerate) holder["iso"] = hit.iso;
+      answer["elements"].push_back(std::move(holder));
+    }
+    if (first.location == shp_Location::Outside) {
+      const bme_NearestElement nearest = locator_.FindNearest(point);
+      answer["nearest"] = nullptr;
+      if (nearest.element != bme_kNotFound) {
+        answer["nearest"] = Element(nearest.element);
+        answer["nearest"]["distance"] = nearest.distance;
+        answer["nearest"]["iso"] = nearest.iso;
+      }
+    }
+    return answer;
+  }
+
   cli_Json Element(unsigned element) const {
     unsigned classIndex = 0, inClass = 0;
     elements_.GetClassAndElemIndex(element, classIndex, inClass);
@@ -142,30 +143,50 @@ void Print(const cli_Json& answer) {
               << nearest["distance"].get<double>() << " at iso " << Text(nearest["iso"]) << '\n';
 }
 
-void Run(const Arguments& arguments) {
-  std::vector<double> points = arguments.coordinates;
+/// Of the words of the command line, "X Y Z" or "X,Y,Z" again and again, and of the file.
+std::vector<double> PointsOf(const Arguments& arguments) {
+  std::vector<double> points;
+  for (const std::string& word : arguments.coordinates) {
+    for (std::size_t at = 0; at <= word.size();) {
+      const std::size_t comma = std::min(word.find(',', at), word.size());
+      const auto value = cli_NumberOf(std::string_view(word).substr(at, comma - at));
+      if (!value) throw cli_UsageError('"' + word + "\" is no coordinate, and no X,Y,Z");
+      points.push_back(*value);
+      at = comma + 1;
+    }
+  }
   if (points.size() % 3 != 0)
-    throw cli_UsageError("locate: a point has 3 coordinates, " + std::to_string(points.size())
+    throw cli_UsageError("a point has 3 coordinates, " + std::to_string(points.size())
                          + " numbers are given");
   if (!arguments.pointFile.empty()) {
     const std::vector<double> more = ReadPoints(arguments.pointFile);
     points.insert(points.end(), more.begin(), more.end());
   }
-  if (points.empty()) throw cli_UsageError("locate: give a point, X Y Z, or a file of points with --points");
+  if (points.empty()) throw cli_UsageError("give a point, X,Y,Z, or a file of points with --points");
+  return points;
+}
+
+void Run(const Arguments& arguments) {
+  const std::vector<double> points = PointsOf(arguments);
   cli_Console console;
   console.Begin("reading " + arguments.file);
   const cls_Database model = cli_OpenModel(arguments.file);
   const cow_String root = cli_ChooseMesh(model, arguments.name);
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
+  console.Begin("making a locator");
+  const Answers answers(*mesh);
   console.End();
 
   const long long notFinite = cli_NumNotFinite(*mesh);
-  const cli_Json json = {{"file", arguments.file},
-                         {"mesh", root},
-                         {"notFinite", notFinite},
-                         {"points", Answers(*mesh).All(points)}};
-  if (arguments.json) return cli_PrintJson(json);
-  for (const cli_Json& answer : json["points"]) Print(answer);
+  if (arguments.json) {
+    cli_JsonStream json({{"file", arguments.file}, {"mesh", root}, {"notFinite", notFinite}});
+    json.BeginList("points");
+    answers.ForEach(points, [&](const cli_Json& answer) { json.Add(answer); });
+    json.EndList();
+    json.End();
+    return;
+  }
+  answers.ForEach(points, Print);
   if (notFinite > 0)
     std::cout << "Left out: " << notFinite << " elements with nodes that have no finite coordinates\n";
 }
@@ -175,11 +196,10 @@ void cli_AddLocate(CLI::App& app) {
   CLI::App* command = app.add_subcommand("locate", "Find the elements that hold points");
   auto arguments = std::make_shared<Arguments>();
   cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
-  command->add_option("COORDINATES", arguments->coordinates, "X Y Z of one point or several")
-      ->check([](const std::string& text) {
-        return std::isfinite(std::strtod(text.c_str(), nullptr)) ? std::string()
-                                                                 : "\"" + text + "\" is no coordinate";
-      });
+  command
+      ->add_option("COORDINATES", arguments->coordinates,
+                   "X,Y,Z of one point or several, or three words each")
+      ->type_name("NUMBERS");
   command->add_option(
       "--points", arguments->pointFile,
       "File of points, - for the standard input, three numbers a line; text after # is skipped");
@@ -190,7 +210,7 @@ void cli_AddLocate(CLI::App& app) {
       "off by a millionth of the element.\n"
       "\n"
       "Examples:\n"
-      "  coregeometry locate bracket.cgdb 0.01 0.02 0.002\n"
+      "  coregeometry locate bracket.cgdb 0.01,0.02,0.002\n"
       "  coregeometry locate bracket.cgdb --points probes.txt --json");
   command->callback([arguments] { Run(*arguments); });
 }

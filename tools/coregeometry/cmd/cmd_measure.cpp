@@ -3,6 +3,7 @@
 #include "cli_Console.h"
 #include "cli_Regions.h"
 #include "cli_Skin.h"
+#include "cli_Words.h"
 
 #include <BasicUtils/cls_ReadView.h>
 #include <CoreGeometry/bme_EntityList.h>
@@ -10,7 +11,7 @@
 #include <CoreGeometry/bme_Measures.h>
 #include <CoreGeometry/dtu_DatumCsys.h>
 #include <CoreGeometry/gsl_Matrix.h>
-#include <charconv>
+#include <CoreUtils/atr_Near.h>
 #include <cmath>
 #include <iomanip>
 #include <iostream>
@@ -39,17 +40,23 @@ struct PartValue {
   double value;
 };
 
-bme_ElementValue ParseValues(const ValueOption& option) {
+bme_ElementValue ParseValues(const ValueOption& option, const bme_ElementData& elements) {
   std::vector<PartValue> values;
   for (const std::string& word : option.words) {
     const std::size_t equals = word.rfind('=');
     const std::string number = equals == std::string::npos ? word : word.substr(equals + 1);
-    double value = 0;
-    const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
-    if (error != std::errc() || end != number.data() + number.size() || !std::isfinite(value) || value < 0)
-      throw cli_UsageError("measure: " + std::string(option.name) + " " + word
+    const auto value = cli_NumberOf(number);
+    if (!value || *value < 0)
+      throw cli_UsageError(std::string(option.name) + " " + word
                            + ": give a number not below 0, or PART=NUMBER");
-    values.push_back({equals == std::string::npos ? "" : word.substr(0, equals), value});
+    const cow_String part = equals == std::string::npos ? "" : word.substr(0, equals);
+    bool isThere = part.empty();
+    for (unsigned i = 0; i < elements.NumClasses() && !isThere; ++i)
+      isThere = cli_IsPart(elements.GetClass(i), part);
+    if (!isThere)
+      throw nex_TextException(std::string(option.name) + " " + word + ": no part \"" + part + '"'
+                              + atr_Alternatives(part, cli_PartNames(elements)));
+    values.push_back({part, *value});
   }
   if (values.empty()) return {};
   return [values](const bme_ElementClass& type, int) -> std::optional<double> {
@@ -204,17 +211,19 @@ gsl_Matrix FrameOf(const Arguments& arguments, const cls_Database& model) {
     if (csys && bme_GetFrame(*csys, frame)) return frame;
     throw nex_TextException(arguments.file + ", " + root + ": has no axes to measure in");
   }
-  throw nex_TextException(arguments.file + ": no datum \"" + arguments.csys + "\"");
+  throw nex_TextException(arguments.file + ": no datum \"" + arguments.csys + '"'
+                          + atr_Alternatives(arguments.csys, cli_DatumRoots(model)));
 }
 
 void Run(const Arguments& arguments) {
-  bme_MeasureOptions options;
-  for (const ValueOption& value : arguments.values) options.*value.target = ParseValues(value);
   cli_Console console;
   console.Begin("reading " + arguments.file);
   const cls_Database model = cli_OpenModel(arguments.file);
   const cow_String root = cli_ChooseMesh(model, arguments.name);
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
+  bme_MeasureOptions options;
+  for (const ValueOption& value : arguments.values)
+    options.*value.target = ParseValues(value, mesh->ElementData());
   const gsl_Matrix frame = FrameOf(arguments, model);
   const std::vector<Group> groups = GroupsOf(arguments, model, root, *mesh);
   console.End();

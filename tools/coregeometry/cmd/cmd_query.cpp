@@ -2,9 +2,11 @@
 #include "cli_Commands.h"
 #include "cli_Console.h"
 #include "cli_Model.h"
+#include "cli_Words.h"
 
 #include <CoreGeometry/bme_EntityList.h>
 #include <CoreGeometry/bme_Messages.h>
+#include <cstring>
 #include <iostream>
 
 namespace {
@@ -22,7 +24,7 @@ public:
     const unsigned index = mesh_.NodeData().GetMeshNodeIndex(label);
     float x = 0, y = 0, z = 0;
     if (index == bme_kNotFound || !mesh_.NodeData().GetNodalCoord(index, x, y, z))
-      return Unknown("node", label, bme_INVALID_NODE_LABEL);
+      return Unknown("nodes", label, bme_INVALID_NODE_LABEL);
     return {
         {"label", label}, {"index", index}, {"coordinates", {cli_Number(x), cli_Number(y), cli_Number(z)}}};
   }
@@ -30,7 +32,7 @@ public:
   cli_Json Element(int label) {
     unsigned classIndex = 0, inClass = 0;
     if (!mesh_.GetClassAndElemIndexFromElementLabel(label, classIndex, inClass))
-      return Unknown("element", label, bme_INVALID_ELEMENT_LABEL);
+      return Unknown("elements", label, bme_INVALID_ELEMENT_LABEL);
     const bme_ElementClass& type = mesh_.ElementData().GetClass(classIndex);
     const bool byLabel = mesh_.NodeData().HasUserNodeLabels();
     cli_Json nodes = cli_Json::array();
@@ -45,13 +47,15 @@ public:
             {byLabel ? "nodes" : "nodeIndices", nodes}};
   }
 
-  bool HasUnknown() const { return hasUnknown_; }
+  /// Labels that were asked for and are not there, of nodes and of elements.
+  const cli_Json& Unknown() const { return unknown_; }
+  bool HasUnknown() const { return !unknown_["nodes"].empty() || !unknown_["elements"].empty(); }
 
 private:
   cli_Json Unknown(const char* kind, int label, bme_Message message) {
-    std::cerr << "coregeometry: " << place_ << ", " << kind << ' ' << label << ": "
-              << bme_MessageText(message) << '\n';
-    hasUnknown_ = true;
+    std::cerr << "coregeometry: " << place_ << ", " << cow_String(kind, std::strlen(kind) - 1) << ' ' << label
+              << ": " << bme_MessageText(message) << '\n';
+    unknown_[kind].push_back(label);
     return nullptr;
   }
 
@@ -63,7 +67,7 @@ private:
 
   cow_String place_;
   const bme_Mesh& mesh_;
-  bool hasUnknown_ = false;
+  cli_Json unknown_ = {{"nodes", cli_Json::array()}, {"elements", cli_Json::array()}};
 };
 
 cow_String List(const cli_Json& values, const char* separator) {
@@ -87,25 +91,11 @@ void PrintElement(const cli_Json& element) {
     std::cout << ", node indices " << List(element["nodeIndices"], " ") << '\n';
 }
 
-/// Of all the times that an option was given.
-std::vector<int> LabelsOf(const char* option, const std::vector<std::string>& texts) {
-  std::vector<int> labels;
-  for (const std::string& text : texts) {
-    try {
-      const std::vector<int> some = bme_LabelsOfText(text);
-      labels.insert(labels.end(), some.begin(), some.end());
-    } catch (const nex_TextException& error) {
-      throw cli_UsageError("query: " + std::string(option) + ": " + error.Message());
-    }
-  }
-  return labels;
-}
-
 void Run(const Arguments& arguments) {
   if (arguments.nodes.empty() && arguments.elements.empty())
-    throw cli_UsageError("query: give at least one --node or --element");
-  const std::vector<int> nodes = LabelsOf("--node", arguments.nodes),
-                         elements = LabelsOf("--element", arguments.elements);
+    throw cli_UsageError("give at least one --node or --element");
+  const std::vector<int> nodes = cli_LabelsOf("--node", arguments.nodes),
+                         elements = cli_LabelsOf("--element", arguments.elements);
   cli_Console console;
   console.Begin("reading " + arguments.file);
   const cls_Database model = cli_OpenModel(arguments.file);
@@ -114,21 +104,22 @@ void Run(const Arguments& arguments) {
   console.End();
 
   Query query(arguments.file + ", " + root, *mesh);
-  cli_Json json = {{"file", arguments.file},
-                   {"mesh", root},
-                   {"nodes", cli_Json::array()},
-                   {"elements", cli_Json::array()}};
-  for (const int label : nodes)
-    if (cli_Json node = query.Node(label); !node.is_null()) json["nodes"].push_back(std::move(node));
-  for (const int label : elements)
-    if (cli_Json element = query.Element(label); !element.is_null())
-      json["elements"].push_back(std::move(element));
-
-  if (arguments.json) {
-    cli_PrintJson(json);
+  if (!arguments.json) {
+    for (const int label : nodes)
+      if (const cli_Json node = query.Node(label); !node.is_null()) PrintNode(node);
+    for (const int label : elements)
+      if (const cli_Json element = query.Element(label); !element.is_null()) PrintElement(element);
   } else {
-    for (const cli_Json& node : json["nodes"]) PrintNode(node);
-    for (const cli_Json& element : json["elements"]) PrintElement(element);
+    cli_JsonStream json({{"file", arguments.file}, {"mesh", root}});
+    json.BeginList("nodes");
+    for (const int label : nodes)
+      if (const cli_Json node = query.Node(label); !node.is_null()) json.Add(node);
+    json.EndList();
+    json.BeginList("elements");
+    for (const int label : elements)
+      if (const cli_Json element = query.Element(label); !element.is_null()) json.Add(element);
+    json.EndList();
+    json.End({{"unknown", query.Unknown()}});
   }
   if (query.HasUnknown()) throw cli_Incomplete();
 }
@@ -138,17 +129,8 @@ void cli_AddQuery(CLI::App& app) {
   CLI::App* command = app.add_subcommand("query", "Look up nodes and elements by user label");
   auto arguments = std::make_shared<Arguments>();
   cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
-  command->add_option("--node", arguments->nodes, "Node labels, as 1,5 or 10:20:2; can be given again")
-      ->type_name("LABELS")
-      ->expected(1)
-      ->allow_extra_args(false)
-      ->take_all();
-  command
-      ->add_option("--element", arguments->elements, "Element labels, as 1,5 or 10:20:2; can be given again")
-      ->type_name("LABELS")
-      ->expected(1)
-      ->allow_extra_args(false)
-      ->take_all();
+  cli_AddLabels(*command, "--node", arguments->nodes, "Node labels");
+  cli_AddLabels(*command, "--element", arguments->elements, "Element labels");
   command->footer(
       "Prints the coordinates of nodes; class, type and node labels of elements. Labels that the mesh\n"
       "does not have are reported, and the exit code is 1.\n"

@@ -3,6 +3,7 @@
 #include "cli_Console.h"
 #include "cli_Output.h"
 #include "cli_Regions.h"
+#include "cli_Words.h"
 #include <CoreGeometry/pic_Scene.h>
 
 #include <charconv>
@@ -31,7 +32,7 @@ pic_View ViewOf(const Arguments& arguments) {
     double square = 0;
     for (const double part : view.direction) square += part * part;
     if (!(square > 0 && square < 1e300))
-      throw cli_UsageError("render: --view is the direction to the viewer, not 0,0,0 or beyond all numbers");
+      throw cli_UsageError("--view is the direction to the viewer, not 0,0,0 or beyond all numbers");
   }
   if (arguments.size.empty()) return view;
   constexpr int kLeast = 16, kMost = 4096;
@@ -41,8 +42,8 @@ pic_View ViewOf(const Arguments& arguments) {
   const auto [rest, second] = std::from_chars(hasX ? x + 1 : end, end, view.height);
   const auto isGood = [](int length) { return length >= kLeast && length <= kMost; };
   if (!hasX || second != std::errc() || rest != end || !isGood(view.width) || !isGood(view.height))
-    throw cli_UsageError("render: --size " + arguments.size + " is not WIDTHxHEIGHT with "
-                         + std::to_string(kLeast) + " to " + std::to_string(kMost) + " pixels each");
+    throw cli_UsageError("--size " + arguments.size + " is not WIDTHxHEIGHT with " + std::to_string(kLeast)
+                         + " to " + std::to_string(kMost) + " pixels each");
   return view;
 }
 
@@ -66,20 +67,20 @@ void Run(const Arguments& arguments) {
   for (const bme_OuterLine& line : outside.lines) ++lines[static_cast<std::size_t>(line.group)];
   cli_Json groups = cli_Json::array();
   if (!arguments.json)
-    std::cout << root << " of " << arguments.file << " is drawn in " << output.Name() << ", " << view.width
-              << " x " << view.height << ":\n";
+    cli_Report() << root << " of " << arguments.file << " is drawn in " << output.Name() << ", " << view.width
+                 << " x " << view.height << ":\n";
   for (std::size_t i = 0; i < outside.groups.size(); ++i) {
     if (faces[i] + lines[i] == 0) continue;
     const cow_String colour = pic_ColourName(static_cast<int>(i));
     groups.push_back(
         {{"name", outside.groups[i]}, {"colour", colour}, {"faces", faces[i]}, {"lines", lines[i]}});
     if (!arguments.json)
-      std::cout << "  " << colour << ": " << outside.groups[i] << ", " << faces[i] << " faces"
-                << (lines[i] > 0 ? ", " + std::to_string(lines[i]) + " lines" : "") << '\n';
+      cli_Report() << "  " << colour << ": " << outside.groups[i] << ", " << faces[i] << " faces"
+                   << (lines[i] > 0 ? ", " + std::to_string(lines[i]) + " lines" : "") << '\n';
   }
   if (outside.notFinite > 0 && !arguments.json)
-    std::cout << "Left out: " << outside.notFinite
-              << " faces and lines with nodes that have no finite coordinates\n";
+    cli_Report() << "Left out: " << outside.notFinite
+                 << " faces and lines with nodes that have no finite coordinates\n";
   if (arguments.json)
     cli_PrintJson({{"file", arguments.file},
                    {"mesh", root},
@@ -96,11 +97,8 @@ void cli_AddRender(CLI::App& app) {
   auto arguments = std::make_shared<Arguments>();
   cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
   cli_AddOutputOptions(*command, arguments->output, Formats(), "Picture to write, .png");
-  command
-      ->add_option("--sets", arguments->sets,
-                   "Draw these sets and surfaces alone, each in a colour of its own")
-      ->delimiter(',')
-      ->allow_extra_args(false);
+  cli_AddNames(*command, "--sets", arguments->sets,
+               "Draw these sets and surfaces alone, each in a colour of its own");
   command->add_flag("--edges", arguments->edges, "Draw the edges of all faces, too");
   command->add_option("--view", arguments->direction, "Direction to the viewer, X,Y,Z; 1,-1.5,1 by default")
       ->delimiter(',')

@@ -7,6 +7,7 @@
 #include <CoreGeometry/bme_EntityList.h>
 #include <CoreGeometry/rgnC_Facet.h>
 #include <CoreGeometry/shp_Shape.h>
+#include <CoreUtils/atr_Near.h>
 #include <algorithm>
 #include <iostream>
 #include <map>
@@ -85,7 +86,7 @@ private:
 
   Part Describe(const rgnC_SubsetData& subset, bool areNodes, int facet) const {
     Part part;
-    part.facts["type"] = omu_FindText(omu_EnumTable<res_SetTypeEnm>::entries, subset.SubsetType());
+    part.facts["subset"] = omu_FindText(omu_EnumTable<res_SetTypeEnm>::entries, subset.SubsetType());
     const char* const numbers = !mesh_                                               ? "indices"
                                 : areNodes && !mesh_->NodeData().HasUserNodeLabels() ? "node indices"
                                 : areNodes                                           ? "nodes"
@@ -139,7 +140,12 @@ const cli_RegionRoot& Choose(const cls_Database& model, const std::vector<cli_Re
   if (named.size() == 1) return *named.front();
   cow_String list;
   for (const cli_RegionRoot* one : named) list += (list.empty() ? "" : ", ") + Title(one->root);
-  if (named.empty()) throw nex_TextException(model.File() + ": no set or surface \"" + name + "\"");
+  if (named.empty()) {
+    std::vector<cow_String> names;
+    for (const cli_RegionRoot& one : regions) names.push_back(one.region.Name());
+    throw nex_TextException(model.File() + ": no set or surface \"" + name + '"'
+                            + atr_Alternatives(name, names));
+  }
   throw nex_TextException(model.File() + ": several sets \"" + name + "\": " + list);
 }
 

@@ -17,7 +17,7 @@ cli_Json AsJson(const shp_ShapeDictionary& dictionary) {
   cli_Json shapes = cli_Json::array();
   for (const auto& [label, key] : dictionary.LabelTable()) {
     const shp_Shape& shape = *dictionary.GetShape(label);
-    shapes.push_back({{"label", shape.Label()},
+    shapes.push_back({{"type", shape.Label()},
                       {"nodes", shape.NumNodes()},
                       {"integrationPoints", shape.NumIntPts()},
                       {"faces", shape.NumFaces()},
@@ -31,7 +31,7 @@ cli_Json AsJson(const shp_ShapeDictionary& dictionary) {
 void Run(const Arguments& arguments) {
   const bool one = !arguments.label.empty();
   if (int{arguments.table} + int{arguments.nodeCounts} + int{arguments.json || one} != 1)
-    throw cli_UsageError("shapes: give one of --table, --node-counts, --label and --json");
+    throw cli_UsageError("give one of --table, --node-counts, --label and --json");
   const auto& dictionary = thr_ThreadSingleton<shp_ShapeDictionary>::Instance();
   if (one) {
     const shp_Shape* shape = dictionary.GetShape(arguments.label);
@@ -64,6 +64,6 @@ void cli_AddShapes(CLI::App& app) {
                     "Labels with their main facts as JSON; with --label the facts of that type");
   command->footer("Examples: one element type; labels of elements with 20 nodes\n"
                   "  coregeometry shapes --label C3D20R\n"
-                  "  coregeometry shapes --json | jq -r '.[] | select(.nodes == 20).label'");
+                  "  coregeometry shapes --json | jq -r '.[] | select(.nodes == 20).type'");
   command->callback([arguments] { Run(*arguments); });
 }

@@ -4,6 +4,7 @@
 #include "cli_Ledger.h"
 #include "cli_Output.h"
 #include "cli_Regions.h"
+#include "cli_Words.h"
 #include <CoreGeometry/bme_Outside.h>
 #include <CoreGeometry/exo_Skin.h>
 
@@ -46,11 +47,11 @@ void Run(const Arguments& arguments) {
                    {"notCarried", cli_LedgerJson(summary.ledger)}});
     return;
   }
-  std::cout << "The outside of " << root << " of " << arguments.file << " is written to " << output.Name()
-            << ":\n  " << summary.nodes << " nodes, " << summary.faces << " faces as " << summary.shells
-            << " shells";
-  if (arguments.edges) std::cout << ", " << summary.edges << " feature edges as beams";
-  std::cout << '\n';
+  cli_Report() << "The outside of " << root << " of " << arguments.file << " is written to " << output.Name()
+               << ":\n  " << summary.nodes << " nodes, " << summary.faces << " faces as " << summary.shells
+               << " shells";
+  if (arguments.edges) cli_Report() << ", " << summary.edges << " feature edges as beams";
+  cli_Report() << '\n';
   cli_PrintLedger(summary.ledger, "Every face was carried over whole.",
                   "Not carried over, since an Exodus II file has no place for it:");
 }
@@ -61,9 +62,7 @@ void cli_AddSkin(CLI::App& app) {
   auto arguments = std::make_shared<Arguments>();
   cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
   cli_AddOutputOptions(*command, arguments->output, Formats(), "File to write, .exo (.e, .g)");
-  command->add_option("--sets", arguments->sets, "The outside of these sets, and these surfaces, alone")
-      ->delimiter(',')
-      ->allow_extra_args(false);
+  cli_AddNames(*command, "--sets", arguments->sets, "The outside of these sets, and these surfaces, alone");
   command->add_flag("--edges", arguments->edges, "Write feature edges as beams, too");
   command->footer(
       "Shells and faces of solids that no other solid has; a block for each number of nodes in each element\n"

@@ -3,6 +3,7 @@
 #include "cli_Console.h"
 #include "cli_Model.h"
 #include "cli_Skin.h"
+#include "cli_Words.h"
 
 #include <CoreGeometry/gsl_Travel.h>
 #include <CoreGeometry/gsl_Vector.h>
@@ -13,7 +14,7 @@
 namespace {
 struct Arguments {
   std::vector<std::string> files, names, parts;
-  std::vector<double> direction;
+  std::optional<std::array<double, 3>> direction;
   bool json = false;
 };
 
@@ -61,10 +62,11 @@ cow_String PointText(const std::array<double, 3>& p) {
 
 void Run(const Arguments& arguments) {
   if (arguments.files.size() == 1 && arguments.parts.size() != 2)
-    throw cli_UsageError("travel: give two models, or one model and two parts of it");
-  const gsl_Vector direction(arguments.direction[0], arguments.direction[1], arguments.direction[2]);
+    throw cli_UsageError("give two models, or one model and two parts of it");
+  const auto& [x, y, z] = *arguments.direction;
+  const gsl_Vector direction(x, y, z);
   if (!(direction.Magnitude() > 0 && std::isfinite(direction.Magnitude())))
-    throw cli_UsageError("travel: the direction must be finite and longer than zero");
+    throw cli_UsageError("the direction must be finite and longer than zero");
   cli_Console console;
   console.Begin("reading " + arguments.files.front());
   const Side moving(arguments, 0);
@@ -77,14 +79,14 @@ void Run(const Arguments& arguments) {
   if (arguments.json) {
     cli_Json json = {{"moving", moving.Facts()},
                      {"fixed", fixed.Facts()},
-                     {"direction", arguments.direction},
+                     {"direction", *arguments.direction},
                      {"meets", meets}};
     if (meets) {
       json["distance"] = travel.distance;
       json["moving"].update(
-          {{"element", moving.ElementLabel(travel.movableTriangle)}, {"point", travel.movablePoint}});
+          {{"label", moving.ElementLabel(travel.movableTriangle)}, {"point", travel.movablePoint}});
       json["fixed"].update(
-          {{"element", fixed.ElementLabel(travel.fixedTriangle)}, {"point", travel.fixedPoint}});
+          {{"label", fixed.ElementLabel(travel.fixedTriangle)}, {"point", travel.fixedPoint}});
     }
     return cli_PrintJson(json);
   }
@@ -110,9 +112,8 @@ void cli_AddTravel(CLI::App& app) {
   command->add_option("MODEL", arguments->files, "The model that moves and the one it is to meet (.cgdb)")
       ->required()
       ->expected(1, 2);
-  command->add_option("--direction", arguments->direction, "Three components; the length does not matter")
-      ->required()
-      ->expected(3);
+  cli_AddTriple(*command, "--direction", arguments->direction, "Where to; the length does not matter")
+      ->required();
   command
       ->add_option(
           "--part", arguments->parts,
@@ -133,6 +134,6 @@ void cli_AddTravel(CLI::App& app) {
       "outside of solids count, with straight edges between corners. Exit code 0 also when they never meet.\n"
       "\n"
       "Example: two parts of one model\n"
-      "  coregeometry travel press.cgdb --direction 0 0 -1 --part punch sheet");
+      "  coregeometry travel press.cgdb --direction 0,0,-1 --part punch sheet");
   command->callback([arguments] { Run(*arguments); });
 }

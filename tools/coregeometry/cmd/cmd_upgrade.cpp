@@ -78,7 +78,7 @@ void Run(const Arguments& arguments) {
   cli_Json classes = cli_Json::array();
   for (const auto& stored : outdated) {
     count += stored.objects;
-    classes.push_back({{"class", stored.name}, {"version", stored.version}, {"objects", stored.objects}});
+    classes.push_back({{"className", stored.name}, {"version", stored.version}, {"objects", stored.objects}});
   }
   if (arguments.json) {
     cli_PrintJson({{"file", arguments.file},
@@ -90,19 +90,19 @@ void Run(const Arguments& arguments) {
     return;
   }
   if (count == 0 && !isOldFile) {
-    std::cout << arguments.file << ": every object is stored in its current layout\n";
+    cli_Report() << arguments.file << ": every object is stored in its current layout\n";
     return;
   }
   if (count == 0)
-    std::cout << arguments.file << ": every object is stored in its current layout; the file "
-              << (arguments.dryRun ? "would get" : "has") << " format " << cls_Database::kFormat << '\n';
+    cli_Report() << arguments.file << ": every object is stored in its current layout; the file "
+                 << (arguments.dryRun ? "would get" : "has") << " format " << cls_Database::kFormat << '\n';
   for (const auto& stored : outdated)
-    std::cout << "  " << stored.name << " version " << stored.version << ": " << stored.objects
-              << (stored.objects == 1 ? " object\n" : " objects\n");
+    cli_Report() << "  " << stored.name << " version " << stored.version << ": " << stored.objects
+                 << (stored.objects == 1 ? " object\n" : " objects\n");
   if (count > 0)
-    std::cout << arguments.file << ": " << count << (count == 1 ? " object " : " objects ")
-              << (arguments.dryRun ? "would be rewritten" : "rewritten") << " in the current layout\n";
-  if (!backup.empty()) std::cout << "The file as it was: " << backup << '\n';
+    cli_Report() << arguments.file << ": " << count << (count == 1 ? " object " : " objects ")
+                 << (arguments.dryRun ? "would be rewritten" : "rewritten") << " in the current layout\n";
+  if (!backup.empty()) cli_Report() << "The file as it was: " << backup << '\n';
 }
 } // namespace
 
