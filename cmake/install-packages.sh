@@ -7,7 +7,8 @@ packages=(
   cmake g++ ninja-build pkg-config ccache       # build
   libsqlite3-dev libxxhash-dev                  # database
   libcli11-dev nlohmann-json3-dev libexodusii-dev libpng-dev zlib1g-dev # program
-  libgtest-dev librapidcheck-dev                # tests
+  help2man                                      # man pages
+  libgtest-dev librapidcheck-dev zsh fish       # tests
   "$@"
 )
 

@@ -1,5 +1,6 @@
 // The coregeometry program: mesh files in, stored and queried models out.
 #include "cli_Commands.h"
+#include "cli_Completion.h"
 #include "cli_Console.h"
 #include "cli_Model.h"
 #include "cli_Words.h"
@@ -30,6 +31,15 @@ int Run(int argc, char** argv) {
              "\"coregeometry COMMAND --help\" explains a command with an example.\n"
              "Exit codes: 0 done, 1 wrong input, 2 wrong usage.");
   app.set_version_flag("--version", CORE_GEOMETRY_VERSION);
+  app.add_option_function<std::string>(
+         "--completion",
+         [&app](const std::string& shell) {
+           std::cout << cli_CompletionScript(app, shell);
+           throw CLI::Success();
+         },
+         "Print the script that completes command lines in a shell")
+      ->check(CLI::IsMember({"bash", "zsh", "fish"}))
+      ->trigger_on_parse();
   app.require_subcommand(1);
   app.fallthrough();
   app.add_flag_callback(

@@ -120,7 +120,11 @@ std::vector<std::string> cli_JoinTriples(CLI::App& app, std::span<const char* co
 }
 
 void cli_CheckCommandName(const CLI::App& app, const std::vector<std::string>& words) {
-  const auto word = std::ranges::find_if_not(words, IsOption);
+  auto word = words.begin();
+  for (; word != words.end() && IsOption(*word); ++word) {
+    const CLI::Option* option = app.get_option_no_throw(*word);
+    if (option && option->get_items_expected_max() > 0 && word + 1 != words.end()) ++word; // its value
+  }
   if (word == words.end()) return;
   const std::vector<cow_String> names = CommandNames(app);
   if (std::ranges::find(names, *word) != names.end()) return;
