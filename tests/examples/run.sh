@@ -13,10 +13,10 @@ for run in first second; do # the second one finds the model
   "$tool" sets first.cgdb | grep -qE "^bracket/outside: surface, [0-9]+ facets$"
 done
 
-"$programs/mesh_from_arrays" | tee out
+"$programs/cookbook/mesh_from_arrays" | tee out
 grep -q "Element type label:          C3D8R" out
 grep -q "the base has the nodes 100:103" out
 "$tool" sets two_bricks.cgdb base | grep -q "100:103"
 "$tool" check two_bricks.cgdb
-if "$programs/mesh_from_arrays" 2>err; then exit 1; fi
+if "$programs/cookbook/mesh_from_arrays" 2>err; then exit 1; fi
 grep -q two_bricks.cgdb err # it is told, not overwritten

@@ -1,0 +1,24 @@
+#include <BasicUtils/cls_CreateModel.h>
+#include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/bme_NamedSet.h>
+#include <CoreGeometry/exo_Import.h>
+#include <iostream>
+
+int main() try {
+  const DDB_CoreGeometry library;
+  const exo_Import read = exo_ReadMesh("bracket.exo", exo_TypeMap());
+  for (const exo_LedgerEntry& lost : read.ledger) std::cout << "not carried over: " << lost.what << '\n';
+
+  cls_CreateModel("stored.cgdb", {}, [&](const cls_Database&, cls_WritePass& pass) {
+    pass.Put("meshes/bracket", *read.mesh);
+    for (const bme_NamedSet& set : read.sets) bme_PutSet(pass, "bracket", set.name, set.data);
+  });
+
+  const cls_Database model = cls_Database::Open("stored.cgdb");
+  const auto mesh = model.Get<bme_Mesh>("meshes/bracket");
+  std::cout << "stored: " << mesh->NodeData().NumNodes() << " nodes, " << mesh->ElementData().NumElements()
+            << " elements, " << model.Roots().Size() << " roots\n";
+} catch (const std::exception& error) {
+  std::cerr << error.what() << '\n';
+  return 1;
+}
