@@ -27,7 +27,7 @@ gsl_Vector gsl_Matrix::NewYAxis() const noexcept { return Column(1); }
 gsl_Vector gsl_Matrix::NewZAxis() const noexcept { return Column(2); }
 
 void gsl_Matrix::GetRotationAngles(double& x, double& y, double& z) const noexcept {
-  const double cosine = std::hypot(m_[0][0], m_[1][0]);
+  const double cosine = std::hypot(m_[0][0], m_[1][0], 0);
   y = std::atan2(-m_[2][0], cosine);
   // at a right angle only z - x or z + x is known
   const bool locked = cosine < gsl_RelTol();

@@ -80,7 +80,7 @@ gsl_TravelSearch::gsl_TravelSearch(const gsl_TriangleTree& fixed, const gsl_Tria
   for (int axis = 0; axis < 3; ++axis) {
     const double low = std::min(fixed.low_[axis], movable.low_[axis]);
     const double high = std::max(fixed.high_[axis], movable.high_[axis]);
-    extent = std::hypot(extent, high - low);
+    extent = std::hypot(extent, high - low, 0);
     largest = std::max({largest, std::fabs(low), std::fabs(high)});
   }
   tolerance_ = std::max(kTolerance * extent, kRounding * largest);

@@ -30,8 +30,8 @@ void Diagonalise(bme_Tensor& m, bme_Tensor& vectors) {
     for (const auto& [p, q] : {std::array<std::size_t, 2>{0, 1}, {0, 2}, {1, 2}}) {
       if (m[p][q] == 0) continue;
       const double theta = (m[q][q] - m[p][p]) / (2 * m[p][q]);
-      const double t = (theta < 0 ? -1 : 1) / (std::abs(theta) + std::hypot(theta, 1));
-      const double c = 1 / std::hypot(t, 1), s = t * c;
+      const double t = (theta < 0 ? -1 : 1) / (std::abs(theta) + std::hypot(theta, 1, 0));
+      const double c = 1 / std::hypot(t, 1, 0), s = t * c;
       for (bme_Tensor* matrix : {&m, &vectors})
         for (Vector& row : *matrix) {
           const double x = row[p], y = row[q];

@@ -42,7 +42,8 @@ private:
     const shp_ProfilePoint start = lines_.back().back();
     const double x0 = start[0] - centre[0], y0 = start[1] - centre[1];
     const double x1 = end[0] - centre[0], y1 = end[1] - centre[1];
-    const double from = std::atan2(y0, x0), radius = std::hypot(x0, y0), growth = std::hypot(x1, y1) - radius;
+    const double from = std::atan2(y0, x0), radius = std::hypot(x0, y0, 0),
+                 growth = std::hypot(x1, y1, 0) - radius;
     double sweep = std::atan2(x0 * y1 - y0 * x1, x0 * x1 + y0 * y1); // -pi to pi
     if (sweep < -kHalfTurn) sweep += 2 * kPi;
     const double largest = std::max(radius, radius + growth);
@@ -57,7 +58,7 @@ private:
 
   void AddParabola(const shp_ProfilePoint& end, const shp_ProfilePoint& control) {
     const shp_ProfilePoint start = lines_.back().back();
-    const double bend = std::hypot(start[0] - 2 * control[0] + end[0], start[1] - 2 * control[1] + end[1]);
+    const double bend = std::hypot(start[0] - 2 * control[0] + end[0], start[1] - 2 * control[1] + end[1], 0);
     if (!std::isfinite(bend)) return;
     const int pieces = PiecesFor(std::sqrt(bend / (4 * tolerance_)));
     for (int i = 1; i < pieces; ++i) {
