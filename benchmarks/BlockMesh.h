@@ -1,7 +1,7 @@
 // BlockMesh.h: blocks of elements for benchmarks
 #pragma once
 
-#include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/bme_MeshBuilder.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
 #include <cmath>
 #include <random>
@@ -11,7 +11,7 @@ inline double Between(std::mt19937& random, double low, double high) {
 }
 
 /// n x n x n cubes of one type with shared nodes, each moved a little.
-inline bme_Mesh* Block(const shp_Shape& shape, int n) {
+inline bme_Mesh Block(const shp_Shape& shape, int n) {
   const bool isTetrahedron = shape.Options().Family() == shp_Family::Tetrahedron;
   const int perCube = shape.NumBaseNodes() == shape.NumCorners() ? 1 : 2, width = n * perCube + 1;
   std::mt19937 random(2);
@@ -43,8 +43,7 @@ inline bme_Mesh* Block(const shp_Shape& shape, int n) {
   for (int k = 0; k < n * n * n; ++k)
     for (const int offset : pattern)
       *node++ = offset + perCube * (k % n + width * (k / n % n + width * (k / n / n)));
-  bme_ElementClass* classes[] = {
-      new bme_ElementClass(shape.Label(), cls_xp2DArrayInt(shape.NodeCoordinates().size(), nodes))};
-  return new bme_Mesh(1, new bme_NodeData(uti_CoordCont3D(xyz)), new bme_ElementData(classes, 1),
-                      bme_NATIVE_MESH, nullptr);
+  return bme_MeshBuilder(std::move(xyz))
+      .Add({.type = shape.Label(), .connectivity = std::move(nodes)})
+      .Build(1);
 }

@@ -148,7 +148,7 @@ void LocatePoints(benchmark::State& state) {
   const shp_Shape& shape = *dictionary.GetShape(type.label);
   const bool isTetrahedron = shape.Options().Family() == shp_Family::Tetrahedron;
   const int n = isTetrahedron ? 55 : shape.NumBaseNodes() > 8 ? 60 : 100;
-  const std::unique_ptr<bme_Mesh> mesh(Block(shape, n));
+  const bme_Mesh mesh = Block(shape, n);
   state.SetLabel(std::string(type.label)
                  + (what == Build   ? " build"
                     : what == Batch ? " batch"
@@ -157,10 +157,10 @@ void LocatePoints(benchmark::State& state) {
   std::mt19937 random(3);
   std::vector<double> points(3 * kPoints);
   for (double& x : points) x = Between(random, 0.2, n - 0.2);
-  const bme_ElementLocator locator(*mesh);
+  const bme_ElementLocator locator(mesh);
   std::vector<bme_ElementHit> hits(kPoints);
   const auto work = [&]() -> double {
-    if (what == Build) return bme_ElementLocator(*mesh).NumElements();
+    if (what == Build) return bme_ElementLocator(mesh).NumElements();
     if (what == Batch) {
       locator.FindEach(points, hits);
     } else {
@@ -174,13 +174,13 @@ void LocatePoints(benchmark::State& state) {
 #ifdef BENCH_HAS_VTK
   vtkNew<vtkUnstructuredGrid> grid;
   vtkNew<vtkPoints> vtkNodes;
-  const auto xyz = mesh->NodeData().Coordinates().Const();
+  const auto xyz = mesh.NodeData().Coordinates().Const();
   vtkNodes->SetNumberOfPoints(static_cast<vtkIdType>(xyz.size() / 3));
   for (std::size_t k = 0; k < xyz.size() / 3; ++k)
     vtkNodes->SetPoint(static_cast<vtkIdType>(k), static_cast<double>(xyz[3 * k]),
                        static_cast<double>(xyz[3 * k + 1]), static_cast<double>(xyz[3 * k + 2]));
   grid->SetPoints(vtkNodes);
-  const cls_xp2DArrayInt& rows = mesh->ElementData().GetClass(0).ElementConnectivity();
+  const cls_xp2DArrayInt& rows = mesh.ElementData().GetClass(0).ElementConnectivity();
   vtkNew<vtkCellArray> vtkCells;
   for (std::size_t row = 0; row < rows.NumRows(); ++row) {
     const auto nodes = rows.Row(row);
@@ -210,7 +210,7 @@ void LocatePoints(benchmark::State& state) {
   const auto yardstick = [&] { return std::accumulate(points.begin(), points.end(), 0.0); };
 #endif
   if (what != Build) state.counters["found"] = work() / kPoints;
-  SideBySide(state, what == Build ? mesh->ElementData().NumElements() : static_cast<double>(kPoints), work,
+  SideBySide(state, what == Build ? mesh.ElementData().NumElements() : static_cast<double>(kPoints), work,
              yardstick);
   state.counters["speed"] = 1 / state.counters["ratio"];
 }

@@ -4,6 +4,7 @@
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/bme_Measures.h>
+#include <CoreGeometry/bme_MeshBuilder.h>
 #include <cstdint>
 
 namespace {
@@ -11,11 +12,11 @@ constexpr int kSide = 100; // a million bricks, or five tetrahedra in each of 20
 
 bme_Mesh Box(bool tetrahedra) {
   const int layers = tetrahedra ? kSide / 5 : kSide, row = kSide + 1;
-  uti_CoordCont3D nodes;
+  std::vector<float> nodes;
   for (int z = 0; z <= layers; ++z)
     for (int y = 0; y <= kSide; ++y)
       for (int x = 0; x <= kSide; ++x)
-        nodes.Append(static_cast<float>(x), static_cast<float>(y), static_cast<float>(z));
+        nodes.insert(nodes.end(), {static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)});
   constexpr int kFive[] = {0, 1, 3, 4, 1, 2, 3, 6, 4, 6, 5, 1, 4, 7, 6, 3, 1, 6, 3, 4};
   std::vector<int> elements;
   for (int z = 0; z < layers; ++z)
@@ -29,12 +30,9 @@ bme_Mesh Box(bool tetrahedra) {
         else
           elements.insert(elements.end(), std::begin(brick), std::end(brick));
       }
-  cow_ArrayCOW<int> connectivity;
-  connectivity.Append(elements);
-  auto* data = new bme_ElementData;
-  data->AddElementClass(
-      new bme_ElementClass(tetrahedra ? "C3D4" : "C3D8", cls_xp2DArrayInt(tetrahedra ? 4 : 8, connectivity)));
-  return {1, new bme_NodeData(nodes), data, bme_ORPHAN_MESH, nullptr};
+  return bme_MeshBuilder(nodes)
+      .Add({.type = tetrahedra ? "C3D4" : "C3D8", .connectivity = elements})
+      .Build(1, bme_ORPHAN_MESH);
 }
 
 /// Every node of every element, and its coordinates.

@@ -98,20 +98,20 @@ enum Yardstick { Hash, Vtk };
 void ExternalFaces(benchmark::State& state) {
   const Type& type = kTypes[state.range(0)];
   state.SetLabel(type.label);
-  const std::unique_ptr<bme_Mesh> mesh(Block(*shp_ShapeDictionary().GetShape(type.label), type.size));
-  if (state.range(1) != 0) Shuffle(*mesh);
-  const bme_FEMElemList all = bme_FEMElemList::All(*mesh);
+  bme_Mesh mesh = Block(*shp_ShapeDictionary().GetShape(type.label), type.size);
+  if (state.range(1) != 0) Shuffle(mesh);
+  const bme_FEMElemList all = bme_FEMElemList::All(mesh);
   // of quadratic elements the surface with its mid nodes is wanted, as VTK gives it
-  const bool isQuadratic = mesh->ElementData().GetClass(0).Shape()->InterpOrder() > 1;
+  const bool isQuadratic = mesh.ElementData().GetClass(0).Shape()->InterpOrder() > 1;
   const auto work = [&] {
     const bme_FEMFaceList faces = bme_ComputeFaces(all)->external;
     return isQuadratic ? bme_Triangulate(faces, bme_NodesOf::All).words.size() : faces.Count();
   };
-  const auto byHash = [&] { return CountByHash(*mesh); };
+  const auto byHash = [&] { return CountByHash(mesh); };
 #ifdef BENCH_HAS_VTK
   vtkNew<vtkUnstructuredGrid> grid;
   vtkNew<vtkPoints> points;
-  const std::span<const float> xyz = mesh->NodeData().Coordinates().Const();
+  const std::span<const float> xyz = mesh.NodeData().Coordinates().Const();
   points->SetNumberOfPoints(static_cast<vtkIdType>(xyz.size() / 3));
   for (std::size_t k = 0; k < xyz.size() / 3; ++k)
     points->SetPoint(static_cast<vtkIdType>(k), static_cast<double>(xyz[3 * k]),
@@ -119,7 +119,7 @@ void ExternalFaces(benchmark::State& state) {
   grid->SetPoints(points);
   vtkNew<vtkCellArray> cells;
   for (const unsigned element : all) {
-    const std::span<const int> row = mesh->ElementData().GetClass(0).Connectivity(static_cast<int>(element));
+    const std::span<const int> row = mesh.ElementData().GetClass(0).Connectivity(static_cast<int>(element));
     const std::vector<vtkIdType> ids(row.begin(), row.end());
     cells->InsertNextCell(static_cast<vtkIdType>(ids.size()), ids.data());
   }
@@ -161,8 +161,8 @@ BENCHMARK(ExternalFaces)->Apply(Arguments);
 
 /// Edges and triangles of the outside of a million hexahedra; the yardstick reads the faces' nodes.
 void EdgesAndTriangles(benchmark::State& state) {
-  const std::unique_ptr<bme_Mesh> mesh(Block(*shp_ShapeDictionary().GetShape("C3D8"), 100));
-  const bme_FEMFaceList faces = bme_ComputeFaces(bme_FEMElemList::All(*mesh))->external;
+  const bme_Mesh mesh = Block(*shp_ShapeDictionary().GetShape("C3D8"), 100);
+  const bme_FEMFaceList faces = bme_ComputeFaces(bme_FEMElemList::All(mesh))->external;
   const auto edges = [&] { return bme_ComputeEdges(faces)->unique.Count(); };
   const auto triangles = [&] { return bme_Triangulate(faces).words.size(); };
   SideBySide(state, static_cast<double>(faces.Count()), edges, triangles);

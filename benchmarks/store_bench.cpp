@@ -5,7 +5,7 @@
 
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
-#include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/bme_MeshBuilder.h>
 #include <cls_Fields.h>
 #include <fcntl.h>
 #include <filesystem>
@@ -31,13 +31,12 @@ const bme_Mesh& BigMesh() {
     for (float& x : xyz.Modify()) x = static_cast<float>(random());
     std::vector<int> labels(kNodes);
     std::iota(labels.begin(), labels.end(), 1);
-    auto* nodes = new bme_NodeData(uti_CoordCont3D(xyz));
-    nodes->SetUserNodeLabels(labels.data());
     cow_ArrayCOW<int> rows;
     rows.ResizeUninitialised(std::size_t{8} * kElements);
     for (int& node : rows.Modify()) node = static_cast<int>(random() % kNodes);
-    bme_ElementClass* classes[] = {new bme_ElementClass("C3D8", cls_xp2DArrayInt(8, rows))};
-    return bme_Mesh(1, nodes, new bme_ElementData(classes, 1), bme_ORPHAN_MESH, nullptr);
+    return bme_MeshBuilder(std::move(xyz), labels)
+        .Add({.type = "C3D8", .connectivity = std::move(rows)})
+        .Build(1, bme_ORPHAN_MESH);
   }();
   return mesh;
 }

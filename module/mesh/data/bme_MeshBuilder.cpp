@@ -3,6 +3,7 @@
 #include <CoreGeometry/gsl_Matrix.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <CoreUtils/omi_Duplicates.h>
+#include <bit>
 #include <cmath>
 #include <cstdio>
 
@@ -33,8 +34,14 @@ class Growth {
 public:
   explicit Growth(int last) : last_(last) {}
   bool operator()(std::span<const int> slice) {
-    bool grows = slice.front() > last_;
-    for (std::size_t i = 1; i < slice.size(); ++i) grows &= slice[i] > slice[i - 1];
+    // the sign of the sum says whether one of them is negative or not above the one before: a loop that even
+    // the oldest processors run on several labels at once
+    unsigned signs = 0;
+    for (std::size_t i = 1; i < slice.size(); ++i) {
+      const auto label = static_cast<unsigned>(slice[i]), before = static_cast<unsigned>(slice[i - 1]);
+      signs |= label | before | (label - before - 1);
+    }
+    const bool grows = static_cast<int>(signs) >= 0 && slice.front() > last_;
     last_ = slice.back();
     return grows;
   }
@@ -96,9 +103,11 @@ bme_MeshBuilder::bme_MeshBuilder(bme_Numbers<float> coordinates, bme_Numbers<int
 
   cow_ArrayCOW<float> xyz;
   const bool areFinite = Take(coordinates, xyz, [](std::span<const float> slice) {
-    bool areFinite = true;
-    for (const float x : slice) areFinite &= std::abs(x) <= std::numeric_limits<float>::max();
-    return areFinite;
+    // a number is finite when its exponent has a bit that is 0; then the difference is negative
+    constexpr unsigned kAllButSign = 0x7fffffff, kInfinity = 0x7f800000;
+    unsigned signs = ~0U;
+    for (const float x : slice) signs &= (std::bit_cast<unsigned>(x) & kAllButSign) - kInfinity;
+    return static_cast<int>(signs) < 0;
   });
   if (!areFinite) RefuseCoordinates(xyz.Const());
   nodes_ = bme_NodeData(uti_CoordCont3D(std::move(xyz)), dimension);
@@ -130,9 +139,10 @@ bme_MeshBuilder& bme_MeshBuilder::Add(bme_Block block) {
   const unsigned numNodes = nodes_.NumNodes();
   cow_ArrayCOW<int> rows, labels;
   const bool areNodes = Take(block.connectivity, rows, [numNodes](std::span<const int> slice) {
-    bool areNodes = true;
-    for (const int node : slice) areNodes &= static_cast<unsigned>(node) < numNodes;
-    return areNodes;
+    unsigned signs = 0; // of a node that is negative, or above the last one
+    for (const int node : slice)
+      signs |= static_cast<unsigned>(node) | (numNodes - 1 - static_cast<unsigned>(node));
+    return static_cast<int>(signs) >= 0;
   });
   if (!areNodes) {
     const auto at =

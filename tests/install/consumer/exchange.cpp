@@ -1,5 +1,6 @@
 // Writes a mesh as a file for other programs and reads it back.
 #include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/bme_MeshBuilder.h>
 #include <CoreGeometry/exo_Export.h>
 #include <CoreGeometry/exo_Import.h>
 #include <CoreGeometry/vtu_Write.h>
@@ -7,11 +8,10 @@
 
 int main(int, char** arguments) {
   const DDB_CoreGeometry library;
-  auto* nodes = new bme_NodeData;
-  for (int i = 0; i < 8; ++i) nodes->AppendNode(float(i & 1), float(i >> 1 & 1), float(i >> 2), 100 + i);
-  int brick[] = {0, 1, 3, 2, 4, 5, 7, 6}, *rows[] = {brick};
-  bme_ElementClass* classes[] = {new bme_ElementClass(1, "C3D8R", rows)};
-  const bme_Mesh cube(1, nodes, new bme_ElementData(classes, 1), bme_NATIVE_MESH, nullptr);
+  const std::vector<float> xyz = {0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 0, 0, 1, 1, 0, 1, 1, 1, 1, 0, 1, 1};
+  const bme_Mesh cube = bme_MeshBuilder(xyz, std::vector{100, 101, 102, 103, 104, 105, 106, 107})
+                            .Add({.type = "C3D8R", .connectivity = {0, 1, 2, 3, 4, 5, 6, 7}})
+                            .Build(1);
 
   const cow_String exo = cow_String(arguments[0]) + ".exo", vtu = cow_String(arguments[0]) + ".vtu";
   uti_OutputFile file(exo, {.force = true}), other(vtu, {.force = true});
