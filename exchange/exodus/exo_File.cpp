@@ -29,6 +29,8 @@ struct KindOfSet {
   const char* name;
   const char *entries, *sides; ///< stems of the file's variables
 };
+constexpr const char* kAxes[] = {"coordx", "coordy", "coordz"};
+
 constexpr KindOfSet kKinds[] = {
     {exo_SetKind::Nodes, EX_NODE_SET, EX_INQ_NODE_SETS, "node set", "node_ns", nullptr},
     {exo_SetKind::Sides, EX_SIDE_SET, EX_INQ_SIDE_SETS, "side set", "elem_ss", "side_ss"},
@@ -41,12 +43,16 @@ cow_String exo_WhyFailed() {
   return nc_strerror(exerrval);
 }
 
-exo_File::Handle::Handle(const char* name) {
+exo_File::Handle::Handle(const cow_String& file) {
   std::error_code error;
-  if (fs::exists(name, error) && !fs::is_regular_file(name, error) && !fs::is_directory(name, error)) {
-    damage = "is not a regular file"; // a pipe would have to be waited for
+  if (!fs::is_regular_file(file, error)) {
+    if (fs::exists(file, error) && !fs::is_directory(file, error))
+      damage = "is not a regular file"; // a pipe would have to be waited for
     return;
   }
+  // the libraries take a name such as http://... for an address, and connect to it; never a path from the root
+  const cow_String path = fs::absolute(file, error).string();
+  const char* const name = path.c_str();
   damage = exo_CheckClassicHeader(name);
   if (!damage.empty()) return;
   exo_QuietLibrary();
@@ -69,10 +75,12 @@ exo_File::Handle::~Handle() {
   if (id >= 0) ex_close(id);
 }
 
-exo_File::exo_File(const cow_String& name) : name_(name), handle_(name.c_str()), id_(handle_.id) {
+exo_File::exo_File(const cow_String& name) : name_(name), handle_(name), id_(handle_.id) {
   if (id_ < 0) {
     std::error_code error;
-    if (!fs::exists(name, error)) Fail("no such file");
+    if (!fs::exists(name, error))
+      Fail(name.find("://") == cow_String::npos ? "no such file"
+                                                : "is an address, not a file; fetch it first");
     if (fs::is_directory(name, error)) Fail("is a folder");
     if (fs::is_regular_file(name, error) && fs::file_size(name, error) == 0) Fail("is empty");
     if (!handle_.damage.empty()) Fail(handle_.damage);
@@ -137,7 +145,6 @@ void exo_File::CheckTexts() const {
 
 // Before memory is asked for: a count that stands alone may be any number.
 void exo_File::CheckCoordinates() const {
-  constexpr const char* kAxes[] = {"coordx", "coordy", "coordz"};
   if (exo_NumValues(id_, "coord")) return CheckStored("coord", numNodes_ * numDims_);
   for (int axis = 0; axis < numDims_; ++axis) CheckStored(kAxes[axis], numNodes_);
 }
@@ -158,6 +165,7 @@ void exo_File::ReadBlocks() {
   const std::int64_t count = Inquire(EX_INQ_ELEM_BLK, "number of element blocks");
   std::vector<std::int64_t> ids(static_cast<std::size_t>(count));
   if (count > 0) Check(ex_get_ids(id_, EX_ELEM_BLOCK, ids.data()), "element block ids");
+  CheckIds(ids, "element block");
   std::int64_t total = 0;
   for (const std::int64_t id : ids) {
     ex_block raw = {};
@@ -190,6 +198,14 @@ void exo_File::ReadBlocks() {
          + std::to_string(numElements_));
 }
 
+// The Exodus II library finds blocks and sets by their id: the second of two would be read as the first.
+void exo_File::CheckIds(std::span<const std::int64_t> ids, const cow_String& what) const {
+  std::vector<std::int64_t> sorted(ids.begin(), ids.end());
+  std::ranges::sort(sorted);
+  const auto twice = std::ranges::adjacent_find(sorted);
+  if (twice != sorted.end()) Fail("two of its " + what + "s have the id " + std::to_string(*twice));
+}
+
 cow_String exo_File::NameOf(int type, std::int64_t id) const {
   std::vector<char> name(NC_MAX_NAME + 1);
   if (ex_get_name(id_, static_cast<ex_entity_type>(type), id, name.data()) < 0) return {};
@@ -203,6 +219,7 @@ void exo_File::ReadSets() {
     if (count == 0) continue;
     std::vector<std::int64_t> ids(static_cast<std::size_t>(count));
     Check(ex_get_ids(id_, kind.type, ids.data()), cow_String(kind.name) + " ids");
+    CheckIds(ids, kind.name);
     std::int64_t position = 0;
     for (const std::int64_t id : ids) {
       const cow_String where = cow_String(kind.name) + " " + std::to_string(id);
@@ -240,9 +257,19 @@ void exo_File::ReadNumbers(const cow_String& variable, std::span<long long> numb
 
 void exo_File::ReadCoordinates(std::int64_t first, std::span<double> x, std::span<double> y,
                                std::span<double> z) const {
-  Check(ex_get_partial_coord(id_, first + 1, static_cast<std::int64_t>(x.size()), x.data(),
-                             numDims_ > 1 ? y.data() : nullptr, numDims_ > 2 ? z.data() : nullptr),
-        "coordinates");
+  // by name: the Exodus II library takes variable 0, the first of the file, for one that is not there
+  int whole = 0;
+  const bool isWhole = nc_inq_varid(id_, "coord", &whole) == NC_NOERR;
+  const std::span<double> axes[] = {x, y, z};
+  for (std::size_t axis = 0; axis < static_cast<std::size_t>(numDims_); ++axis) {
+    const std::size_t start[] = {isWhole ? axis : static_cast<std::size_t>(first),
+                                 static_cast<std::size_t>(first)},
+                      count[] = {isWhole ? 1 : axes[axis].size(), axes[axis].size()};
+    int variable = whole;
+    exerrval = isWhole ? NC_NOERR : nc_inq_varid(id_, kAxes[axis], &variable);
+    if (exerrval == NC_NOERR) exerrval = nc_get_vara_double(id_, variable, start, count, axes[axis].data());
+    Check(exerrval == NC_NOERR ? 0 : -1, "coordinates");
+  }
 }
 
 void exo_File::ReadConnectivity(const exo_Block& block, std::int64_t first, std::int64_t count,

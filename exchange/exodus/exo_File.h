@@ -72,7 +72,7 @@ public:
 private:
   class Handle {
   public:
-    explicit Handle(const char* name);
+    explicit Handle(const cow_String& file);
     ~Handle();
     Handle(const Handle&) = delete;
     Handle& operator=(const Handle&) = delete;
@@ -84,6 +84,7 @@ private:
   [[noreturn]] void Fail(const cow_String& why) const;
   void CheckTexts() const;
   void CheckCoordinates() const;
+  void CheckIds(std::span<const std::int64_t> ids, const cow_String& what) const;
   void CheckStored(const cow_String& variable, std::int64_t wanted) const;
   void ReadTitle();
   void ReadBlocks();

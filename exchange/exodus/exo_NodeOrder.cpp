@@ -21,8 +21,7 @@ constexpr shp_IsoPoint kQuadrilateral[] = {{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}, {
 constexpr shp_IsoPoint kTetrahedron[] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
 constexpr shp_IsoPoint kPyramid[] = {{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}, {-1, 1, 0}, {0, 0, 1}};
 constexpr shp_IsoPoint kWedge[] = {{0, 0, -1}, {1, 0, -1}, {0, 1, -1}, {0, 0, 1}, {1, 0, 1}, {0, 1, 1}};
-/// VTK sees the base of a wedge from outside.
-constexpr shp_IsoPoint kVtkWedge[] = {kWedge[0], kWedge[2], kWedge[1], kWedge[3], kWedge[5], kWedge[4]};
+constexpr shp_IsoPoint kMirroredWedge[] = {kWedge[0], kWedge[2], kWedge[1], kWedge[3], kWedge[5], kWedge[4]};
 constexpr shp_IsoPoint kHexahedron[] = {{-1, -1, -1}, {1, -1, -1}, {1, 1, -1}, {-1, 1, -1},
                                         {-1, -1, 1},  {1, -1, 1},  {1, 1, 1},  {-1, 1, 1}};
 
@@ -74,10 +73,10 @@ constexpr VtkRow kVtkRows[] = {
     {28, "VTK_BIQUADRATIC_QUAD",                  kQuadrilateral, "01 12 23 30 0123"},
     {10, "VTK_TETRA",                             kTetrahedron,   ""},
     {24, "VTK_QUADRATIC_TETRA",                   kTetrahedron,   "01 12 20 03 13 23"},
-    {13, "VTK_WEDGE",                             kVtkWedge,      ""},
-    {31, "VTK_QUADRATIC_LINEAR_WEDGE",            kVtkWedge,      "01 12 20 34 45 53"},
-    {26, "VTK_QUADRATIC_WEDGE",                   kVtkWedge,      "01 12 20 34 45 53 03 14 25"},
-    {32, "VTK_BIQUADRATIC_QUADRATIC_WEDGE",       kVtkWedge,      "01 12 20 34 45 53 03 14 25 0143 1254 2035"},
+    {13, "VTK_WEDGE",                             kWedge,         ""},
+    {31, "VTK_QUADRATIC_LINEAR_WEDGE",            kWedge,         "01 12 20 34 45 53"},
+    {26, "VTK_QUADRATIC_WEDGE",                   kWedge,         "01 12 20 34 45 53 03 14 25"},
+    {32, "VTK_BIQUADRATIC_QUADRATIC_WEDGE",       kWedge,         "01 12 20 34 45 53 03 14 25 0143 1254 2035"},
     {12, "VTK_HEXAHEDRON",                        kHexahedron,    ""},
     {25, "VTK_QUADRATIC_HEXAHEDRON",              kHexahedron,    "01 12 23 30 45 56 67 74 04 15 26 37"},
     {33, "VTK_BIQUADRATIC_QUADRATIC_HEXAHEDRON",  kHexahedron,    "01 12 23 30 45 56 67 74 04 15 26 37 0374 1265 0154 2376"},
@@ -85,15 +84,16 @@ constexpr VtkRow kVtkRows[] = {
 };
 // clang-format on
 
-std::vector<shp_IsoPoint> Nodes(const auto& row) {
-  std::vector<shp_IsoPoint> nodes(row.corners.begin(), row.corners.end());
-  for (std::string_view rest = row.mids; !rest.empty();) {
+/// The corners, then the mean of the corners of each word.
+std::vector<shp_IsoPoint> Nodes(std::span<const shp_IsoPoint> corners, std::string_view mids) {
+  std::vector<shp_IsoPoint> nodes(corners.begin(), corners.end());
+  for (std::string_view rest = mids; !rest.empty();) {
     const std::string_view word = rest.substr(0, rest.find(' '));
     shp_IsoPoint mean{};
     for (const char corner : word)
       for (std::size_t axis = 0; axis < 3; ++axis)
         mean[axis] +=
-            row.corners[static_cast<std::size_t>(corner - '0')][axis] / static_cast<double>(word.size());
+            corners[static_cast<std::size_t>(corner - '0')][axis] / static_cast<double>(word.size());
     nodes.push_back(mean);
     rest.remove_prefix(std::min(rest.size(), word.size() + 1));
   }
@@ -111,7 +111,7 @@ bool Coincide(const shp_IsoPoint& a, const shp_IsoPoint& b) {
 std::vector<shp_IsoPoint> exo_NodeCoordinates(exo_Cell cell, int numNodes) {
   for (const Row& row : kRows) {
     if (row.cell != cell) continue;
-    std::vector<shp_IsoPoint> nodes = Nodes(row);
+    std::vector<shp_IsoPoint> nodes = Nodes(row.corners, row.mids);
     if (nodes.size() == static_cast<std::size_t>(numNodes)) return nodes;
   }
   return {};
@@ -147,8 +147,15 @@ std::string_view exo_CellName(exo_Cell cell) {
   return at == std::end(kCells) ? std::string_view() : at->name;
 }
 
-std::optional<exo_VtkCell> exo_FindVtkCell(std::span<const shp_IsoPoint> ours) {
-  for (const VtkRow& row : kVtkRows)
-    if (auto order = Order(Nodes(row), ours)) return exo_VtkCell{row.type, row.name, std::move(*order)};
+std::optional<exo_VtkCell> exo_FindVtkCell(std::span<const shp_IsoPoint> ours, exo_VtkWedges wedges) {
+  for (const VtkRow& row : kVtkRows) {
+    const bool isWedge = row.corners.data() == std::data(kWedge), isLinear = row.mids.empty();
+    const bool isMirrored =
+        isWedge
+        && (wedges == exo_VtkWedges::Mirrored || (wedges == exo_VtkWedges::LinearMirrored && isLinear));
+    const std::span<const shp_IsoPoint> corners = isMirrored ? std::span(kMirroredWedge) : row.corners;
+    if (auto order = Order(Nodes(corners, row.mids), ours))
+      return exo_VtkCell{row.type, row.name, std::move(*order)};
+  }
   return std::nullopt;
 }

@@ -21,7 +21,8 @@ constexpr Spelling kSpellings[] = {
     {"QUADRI", "QUAD"},     {"SHELL", "SHELL"},    {"QUADRILATERAL", "QUAD"}, {"TRI", "TRI"},
     {"TRIANGLE", "TRI"},    {"TRISHELL", "SHELL"}, {"SHELLTRI", "SHELL"},     {"BEAM", "BEAM"},
     {"BAR", "BAR"},         {"ROD", "BAR"},        {"TRUSS", "TRUSS"},        {"SPHERE", "SPHERE"},
-    {"CIRCLE", "SPHERE"},   {"POINT", "SPHERE"},   {"MASS", "SPHERE"},
+    {"CIRCLE", "SPHERE"},   {"POINT", "SPHERE"},   {"MASS", "SPHERE"},        {"NODE", "SPHERE"},
+    {"EDGE", "BAR"},        {"LINE", "BAR"},
 };
 
 /// Default labels; null where an element type has none.
@@ -98,6 +99,18 @@ std::optional<std::vector<int>> OrderFor(const shp_Shape& shape, exo_Cell cell, 
   if (order && std::ranges::is_sorted(*order)) order->clear();
   return order;
 }
+
+/// The name that most programs read: those that write none of our labels do not look at the node count of a block,
+/// so it stands in the name, but for the first order of three families whose name with a count few know.
+cow_String NameWith(std::string_view family, int numNodes) {
+  constexpr std::pair<std::string_view, int> kBare[] = {
+      {"TETRA", 4}, {"WEDGE", 6}, {"PYRAMID", 5}, {"SPHERE", 1}};
+  const cow_String name(family == "TET" ? "TETRA" : family);
+  for (const auto& [bare, count] : kBare)
+    if (name == bare && numNodes == count) return name;
+  return name + std::to_string(numNodes);
+}
+
 /// Sides of a quadrilateral are its edges everywhere; those of a triangle only in a plane.
 exo_SideForm SideFormOf(std::string_view family, int numDims) {
   const bool hasFaces = family == "SHELL" || (family == "TRI" && numDims == 3);
@@ -179,7 +192,8 @@ std::optional<exo_TypeName> exo_NameType(const shp_Shape& shape, int numDims) {
   for (const Row& row : kRows) {
     const bool isInSpace = numDims == 3;
     if (row.numNodes != numNodes || (isInSpace ? row.inSpace : row.inPlane) != cell) continue;
-    if (row.inPlane != row.inSpace && !isInSpace) continue; // a name that means two things
+    // a shell is a quadrilateral to some programs, so lines and triangles have names of their own
+    if (row.family == "SHELL" && cell != Quadrilateral) continue;
     const char* label = isInSpace ? row.labelInSpace : row.labelInPlane;
     const bool hasSides = !isShell || SideFormOf(row.family, numDims) == exo_SideForm::FacesThenEdges;
     const int worth = (label && label == shape.Label() ? 4 : 0) + (hasSides ? 2 : 0) + (label ? 1 : 0);
@@ -188,10 +202,10 @@ std::optional<exo_TypeName> exo_NameType(const shp_Shape& shape, int numDims) {
     bestWorth = worth;
   }
   exo_TypeName made;
-  made.name = best ? cow_String(best->family) : cow_String(exo_CellName(cell));
-  if (best && best->family == "TET") made.name = exo_CellName(cell); // the name that every reader knows
+  const std::string_view family = best ? best->family : exo_CellName(cell);
+  made.name = NameWith(family, numNodes);
   made.order = *exo_FindNodeOrder(cell, nodes);
-  made.sides = exo_FindSides(cell, SideFormOf(made.name, numDims), made.order, shape);
+  made.sides = exo_FindSides(cell, SideFormOf(family, numDims), made.order, shape);
   made.label = exo_TypeMap().Find(made.name, numNodes, numDims).label;
   return made;
 }

@@ -161,12 +161,12 @@ struct Cell {
   std::vector<std::size_t> nodes;
 };
 
-Cell CellOf(const bme_ElementClass& elements) {
+Cell CellOf(const bme_ElementClass& elements, exo_VtkWedges wedges) {
   Cell cell;
   const shp_Shape* shape = elements.Shape();
   std::span<const shp_IsoPoint> nodes = shape ? shape->NodeCoordinates() : std::span<const shp_IsoPoint>();
   for (; !nodes.empty(); nodes = nodes.first(nodes.size() - 1)) {
-    const std::optional<exo_VtkCell> found = exo_FindVtkCell(nodes);
+    const std::optional<exo_VtkCell> found = exo_FindVtkCell(nodes, wedges);
     if (!found) continue;
     cell.type = found->type;
     cell.nodes.resize(nodes.size());
@@ -181,8 +181,8 @@ Cell CellOf(const bme_ElementClass& elements) {
 
 class Exporter {
 public:
-  Exporter(const bme_Mesh& mesh, std::span<const bme_NamedSet> sets)
-      : mesh_(mesh), marks_(FindMarks(sets, mesh.Id())) {
+  Exporter(const bme_Mesh& mesh, std::span<const bme_NamedSet> sets, exo_VtkWedges wedges)
+      : mesh_(mesh), wedges_(wedges), marks_(FindMarks(sets, mesh.Id())) {
     for (const bme_NamedSet& set : sets) CountSurfaces(set.data);
   }
 
@@ -221,7 +221,7 @@ private:
     for (unsigned i = 0; i < elements.NumClasses(); ++i) {
       const bme_ElementClass& type = elements.GetClass(i);
       exo_CheckNodes(mesh_, type, fileName);
-      const Cell cell = CellOf(type);
+      const Cell cell = CellOf(type, wedges_);
       const auto count = static_cast<std::size_t>(type.NumElements());
       const auto columns = static_cast<std::size_t>(type.NumNodesPerElem());
       const std::span<const int> all = type.ElementConnectivity().Const();
@@ -277,6 +277,7 @@ private:
   }
 
   const bme_Mesh& mesh_;
+  exo_VtkWedges wedges_;
   std::vector<Marks> marks_;
   Document out_;
   std::vector<int> connectivity_, labels_, classes_;
@@ -286,6 +287,7 @@ private:
 };
 } // namespace
 
-exo_Ledger vtu_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets) {
-  return Exporter(mesh, sets).Run(output);
+exo_Ledger vtu_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
+                         exo_VtkWedges wedges) {
+  return Exporter(mesh, sets, wedges).Run(output);
 }

@@ -33,4 +33,8 @@ struct exo_VtkCell {
   std::string_view name;
   std::vector<int> order; ///< position in the cell of each node of the shape
 };
-CORE_GEOMETRY_EXCHANGE_API std::optional<exo_VtkCell> exo_FindVtkCell(std::span<const shp_IsoPoint> ours);
+/// Which way round VTK counts the nodes of wedges, which has changed: releases since 9.7 count as we do, all
+/// of them; 9.5 and 9.6 see the base of the linear one from outside, 9.1 that of all four.
+enum class exo_VtkWedges { Plain, LinearMirrored, Mirrored };
+CORE_GEOMETRY_EXCHANGE_API std::optional<exo_VtkCell>
+exo_FindVtkCell(std::span<const shp_IsoPoint> ours, exo_VtkWedges wedges = exo_VtkWedges::Plain);

@@ -303,6 +303,55 @@ void WriteCounts(const std::string& name, std::initializer_list<Dimension> dims,
   ASSERT_EQ(nc_close(file), NC_NOERR);
 }
 
+/// The Exodus II library takes the number 0 of a variable for one that is not there.
+TEST_F(ExodusImport, ReadsCoordinatesThatAreTheFirstVariablesOfTheFile) {
+  for (const int mode : {NC_64BIT_OFFSET, NC_NETCDF4})
+    for (int first = 0; first < 3; ++first) {
+      const std::string file = folder_ / "first.exo";
+      int id = 0, nodes = 0, made = 0;
+      ASSERT_EQ(nc_create(file.c_str(), NC_CLOBBER | mode, &id), NC_NOERR);
+      nc_def_dim(id, "num_nodes", 2, &nodes);
+      nc_def_dim(id, "num_dim", 3, &made);
+      nc_def_dim(id, "time_step", NC_UNLIMITED, &made);
+      std::array<int, 3> axes{};
+      for (int k = 0; k < 3; ++k) {
+        const int axis = (first + k) % 3;
+        const std::string name = std::string("coord") + "xyz"[axis];
+        nc_def_var(id, name.c_str(), NC_DOUBLE, 1, &nodes, &axes[static_cast<std::size_t>(axis)]);
+      }
+      const float version = 5.0F;
+      const int size = 8;
+      nc_put_att_float(id, NC_GLOBAL, "version", NC_FLOAT, 1, &version);
+      nc_put_att_float(id, NC_GLOBAL, "api_version", NC_FLOAT, 1, &version);
+      nc_put_att_int(id, NC_GLOBAL, "floating_point_word_size", NC_INT, 1, &size);
+      nc_put_att_text(id, NC_GLOBAL, "title", 1, "t");
+      nc_enddef(id);
+      for (int axis = 0; axis < 3; ++axis) {
+        const double values[] = {axis + 1.0, axis + 10.0};
+        nc_put_var_double(id, axes[static_cast<std::size_t>(axis)], values);
+      }
+      nc_close(id);
+      const exo_Import read = exo_ReadMesh(file, {});
+      const auto xyz = read.mesh->NodeData().Coordinates().Const();
+      EXPECT_EQ(std::vector<float>(xyz.begin(), xyz.end()), (std::vector<float>{1, 2, 3, 10, 11, 12}))
+          << first;
+    }
+}
+
+TEST_F(ExodusImport, RefusesIdsThatRepeatAndAddresses) {
+  ExodusMesh mesh = OneHex();
+  mesh.more = [](int file) {
+    int ids = 0;
+    const int both[] = {7, 7};
+    nc_inq_varid(file, "eb_prop1", &ids);
+    nc_put_var_int(file, ids, both);
+  };
+  mesh.blocks.push_back({8, "HEX8", 8, {1, 2, 3, 4, 5, 6, 7, 8}});
+  EXPECT_EQ(Failure(mesh), "two of its element blocks have the id 7");
+  for (const char* address : {"http://127.0.0.1:9/a.exo", "s3://a/b.exo", "file://a.exo#mode=zarr"})
+    EXPECT_THROW(exo_ReadMesh(address, {}), nex_TextException) << address;
+}
+
 TEST_F(ExodusImport, RefusesCountsThatNothingStandsBehind) {
   WriteCounts(file_, {{"num_dim", 3}, {"num_nodes", 2000000000}, {"num_elem", 1}});
   EXPECT_EQ(FailureOfFile(), "variable coordx has 0 values, fewer than the 2000000000 that the counts of the "

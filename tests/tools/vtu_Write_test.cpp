@@ -80,8 +80,8 @@ TEST(vtu_Write, HasNodesOfSolidsWhereTheCellHasThem) {
   const TestFolder folder;
   for (const auto& [label, type, side, edges] : {Case{"C3D4", 10, 1, {}},
                                                  {"C3D10", 24, 1, ofTetrahedron},
-                                                 {"C3D6", 13, -1, {}},
-                                                 {"C3D15", 26, -1, ofWedge},
+                                                 {"C3D6", 13, 1, {}},
+                                                 {"C3D15", 26, 1, ofWedge},
                                                  {"C3D8", 12, 1, {}},
                                                  {"C3D20", 25, 1, ofHexahedron}}) {
     const shp_Shape& shape = *thr_ThreadSingleton<shp_ShapeDictionary>::Instance().GetShape(label);
@@ -107,6 +107,11 @@ TEST(vtu_Write, HasNodesOfSolidsWhereTheCellHasThem) {
                       * ((at(1, a + 1) - at(0, a + 1)) * (at(2, a + 2) - at(0, a + 2))
                          - (at(1, a + 2) - at(0, a + 2)) * (at(2, a + 1) - at(0, a + 1)))};
     EXPECT_GT(along * side, 0.5) << label;
+    for (const auto wedges : {exo_VtkWedges::LinearMirrored, exo_VtkWedges::Mirrored}) {
+      const bool isMirrored = type == 13 || (type == 26 && wedges == exo_VtkWedges::Mirrored);
+      const auto order = exo_FindVtkCell(shape.NodeCoordinates(), wedges)->order;
+      EXPECT_EQ(order[0] == 0 && order[1] == 2 && order[2] == 1, isMirrored) << label;
+    }
     for (std::size_t k = 0; k < edges.size(); ++k)
       for (std::size_t axis = 0; axis < 3; ++axis)
         EXPECT_EQ(2 * at(numCorners + k, axis), at(edges[k][0], axis) + at(edges[k][1], axis)) << label << k;

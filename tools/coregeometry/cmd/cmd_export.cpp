@@ -13,14 +13,25 @@ namespace {
 struct Arguments {
   std::string file, name;
   cli_OutputArguments output;
+  std::string wedges;
   bool json = false;
 };
 
+exo_VtkWedges WedgesOf(const Arguments& arguments) {
+  if (arguments.wedges == "mirrored") return exo_VtkWedges::Mirrored;
+  return arguments.wedges == "linear-mirrored" ? exo_VtkWedges::LinearMirrored : exo_VtkWedges::Plain;
+}
+
 struct Writer {
   const char* name;
-  exo_Ledger (*write)(uti_OutputFile&, const bme_Mesh&, std::span<const bme_NamedSet>);
+  exo_Ledger (*write)(uti_OutputFile&, const bme_Mesh&, std::span<const bme_NamedSet>, const Arguments&);
 };
-constexpr Writer kWriters[] = {{"an Exodus II file", exo_WriteMesh}, {"a VTU file", vtu_WriteMesh}};
+constexpr Writer kWriters[] = {
+    {"an Exodus II file", [](uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
+                             const Arguments&) { return exo_WriteMesh(output, mesh, sets); }},
+    {"a VTU file",
+     [](uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
+        const Arguments& arguments) { return vtu_WriteMesh(output, mesh, sets, WedgesOf(arguments)); }}};
 const std::vector<cli_FileFormat>& Formats() {
   static const std::vector<cli_FileFormat> all = {{"exodus", {".exo", ".e", ".g"}}, {"vtu", {".vtu"}}};
   return all;
@@ -36,7 +47,7 @@ void Run(const Arguments& arguments) {
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
   const std::vector<bme_NamedSet> sets = cli_SetsOfMesh(model, root);
   console.Begin("writing " + output.Name());
-  const exo_Ledger ledger = writer.write(output, *mesh, sets);
+  const exo_Ledger ledger = writer.write(output, *mesh, sets, arguments);
   console.End();
   if (arguments.json) {
     cli_PrintJson({{"file", arguments.file},
@@ -61,6 +72,12 @@ void cli_AddExport(CLI::App& app) {
   auto arguments = std::make_shared<Arguments>();
   cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
   cli_AddOutputOptions(*command, arguments->output, Formats(), "File to write, .exo (.e, .g) or .vtu");
+  command
+      ->add_option(
+          "--vtk-wedges", arguments->wedges,
+          "Order of the nodes of wedges in a VTU file: plain for VTK 9.7 and later, linear-mirrored for "
+          "9.5 and 9.6, mirrored for 9.1")
+      ->check(CLI::IsMember({"plain", "linear-mirrored", "mirrored"}));
   command->footer(
       "Labels and sets go along, and what the file cannot hold is listed at the end. An Exodus II file\n"
       "becomes the same mesh when it is imported again, except for what is listed. A VTU file has labels\n"
