@@ -3,6 +3,7 @@
 
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
+#include <ThrownBy.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -44,13 +45,3 @@ protected:
   cow_String file_ =
       (std::filesystem::temp_directory_path() / ("stored_" + std::to_string(getpid()) + ".cgdb")).string();
 };
-
-/// Message of what the call throws.
-template<class E = nex_Exception, class F> cow_String ThrownBy(F&& call) {
-  try {
-    call();
-  } catch (const E& failure) {
-    return failure.Message();
-  }
-  return "(nothing was thrown)";
-}

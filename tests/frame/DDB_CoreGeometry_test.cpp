@@ -11,30 +11,25 @@
 #include <CoreGeometry/gsl_Util.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
 #include <ROM/dbc_OldClassVersion.h>
+#include <ThrownBy.h>
 #include <gtest/gtest.h>
 
 TEST(DDB_CoreGeometry, CountsEveryPairThatReallyStartsAndStops) {
-  int n = 0;
-  DDB_CoreGeometry_initialize(n);
-  EXPECT_EQ(n, 15);
-  DDB_CoreGeometry_initialize(n);
-  EXPECT_EQ(n, 15);
-  DDB_CoreGeometry_finalize(n);
-  EXPECT_EQ(n, 15);
-  DDB_CoreGeometry_finalize(n);
-  EXPECT_EQ(n, 0);
-}
-
-TEST(DDB_CoreGeometry, AModuleThatTheHostStartedFirstOnlyCountsUp) {
-  int n = 0;
-  bme_initialize(n);
-  EXPECT_EQ(n, 1);
-  DDB_CoreGeometry_initialize(n);
-  EXPECT_EQ(n, 15);
-  DDB_CoreGeometry_finalize(n);
-  EXPECT_EQ(n, 1);
-  bme_finalize(n);
-  EXPECT_EQ(n, 0);
+  for (const bool isStartedByHost : {false, true}) {
+    int n = 0;
+    if (isStartedByHost) bme_initialize(n);
+    EXPECT_EQ(n, isStartedByHost ? 1 : 0);
+    DDB_CoreGeometry_initialize(n);
+    const int all = n;
+    EXPECT_GT(all, 8);
+    DDB_CoreGeometry_initialize(n);
+    DDB_CoreGeometry_finalize(n);
+    EXPECT_EQ(n, all);
+    DDB_CoreGeometry_finalize(n);
+    EXPECT_EQ(n, isStartedByHost ? 1 : 0);
+    if (isStartedByHost) bme_finalize(n);
+    EXPECT_EQ(n, 0);
+  }
 }
 
 TEST(DDB_CoreGeometry, AFinaliseWithoutStartWrapsAndTheNextStartDoesNothing) {
@@ -50,21 +45,15 @@ TEST(DDB_CoreGeometry, AFinaliseWithoutStartWrapsAndTheNextStartDoesNothing) {
 }
 
 TEST(DDB_CoreGeometry, RegistersEverythingOnceAfterEachStart) {
-  for (int round = 0; round < 2; ++round) {
+  std::array<std::size_t, 4> counts[2];
+  for (auto& count : counts) {
     const DDB_CoreGeometry library;
     const auto& registrar = omi_Singleton<dbc_OldClassRegistrar>::Instance();
     auto& metadata = omi_Singleton<cls_MetadataRegistrar>::Instance();
-    EXPECT_EQ(typ_ArchCompTable::Entries().size(), 8U);
+    count = {typ_ArchCompTable::Entries().size(), registrar.Entries().size(),
+             omu_EnumRegistrar::Entries().size(), metadata.NumFunctions()};
     EXPECT_STREQ(typ_ArchCompTable::Entries().at(812).prefix, "bme");
-    ASSERT_EQ(registrar.Entries().size(), 16U);
-    EXPECT_EQ(std::ranges::count(registrar.Entries(), 4U, &dbc_OldClassRegistrar::Entry::rank), 12);
-    EXPECT_EQ(std::ranges::count(registrar.Entries(), 5U, &dbc_OldClassRegistrar::Entry::rank), 4);
-    EXPECT_EQ(omu_EnumRegistrar::Entries().size(), 38U);
-    EXPECT_EQ(metadata.NumFunctions(), 49U);
-    EXPECT_EQ(registrar.Entries()[0].version.Count(), 1);
-    const std::size_t functions = metadata.NumFunctions();
     const cls_ClassRegistrar& registry = metadata.Registry();
-    EXPECT_EQ(metadata.NumFunctions(), functions);
     std::size_t current = 0;
     for (const auto& [key, record] : registry.Records()) {
       current += record.IsCurrent() ? 1 : 0;
@@ -74,12 +63,11 @@ TEST(DDB_CoreGeometry, RegistersEverythingOnceAfterEachStart) {
       EXPECT_NE(registry.Find(record.TypeId(), next->version), nullptr) << record.Name();
       EXPECT_NE(registrar.Converter().Find(record.TypeId(), record.Version()), nullptr);
     }
-    EXPECT_EQ(current, functions);
-    EXPECT_EQ(registry.FindByName("bme_ElemCtrlParams")->Attributes().size(), 19U);
+    EXPECT_EQ(current, metadata.NumFunctions());
     EXPECT_EQ(registry.FindByName("bme_Mesh")->Find("transform"), 5);
     EXPECT_TRUE(registrar.Converter().Converters().at(508).Upgrades().contains({"bem_Mesh", 53215233, 203}));
-    EXPECT_TRUE(registrar.Converter().Converters().contains(203));
   }
+  EXPECT_EQ(counts[0], counts[1]);
   EXPECT_TRUE(typ_ArchCompTable::Entries().empty());
   EXPECT_EQ(omi_Singleton<cls_MetadataRegistrar>::Instance().NumFunctions(), 0U);
 }
@@ -97,7 +85,7 @@ TEST(DDB_CoreGeometry, FinaliseReleasesTolerancesAndShapes) {
 
 TEST(DDB_CoreGeometry, EveryRegisteredEnumerationGoesFromTextToValueAndBack) {
   const DDB_CoreGeometry library;
-  EXPECT_GE(omu_EnumRegistrar::Entries().size(), 9U);
+  EXPECT_GE(omu_EnumRegistrar::Entries().size(), 38U);
   for (const auto& [name, table] : omu_EnumRegistrar::Entries()) {
     ASSERT_FALSE(table.empty()) << name;
     for (const omu_EnumEntry& entry : table) {
@@ -108,22 +96,19 @@ TEST(DDB_CoreGeometry, EveryRegisteredEnumerationGoesFromTextToValueAndBack) {
 }
 
 TEST(omu_PrimEnum, RefusesWhatIsNotInTheTableWithTheMessageOfItsForm) {
-  const auto message = [](auto&& make) {
-    try {
-      make();
-    } catch (const omu_ValueErrorException& failure) {
-      EXPECT_EQ(failure.Source(), "generated/include/omu_PrimEnum");
-      return failure.Message();
-    }
-    return cow_String("(nothing was thrown)");
-  };
   using Rate = omu_PrimEnum<bme_StressRate, 1>;
   EXPECT_EQ(Rate(cow_String("Spin")).Value(), bme_SPIN);
-  EXPECT_EQ(message([] { Rate(cow_String("spin")); }),
-            "omu_PrimEnum(const cow_String&) - str not allowed: spin  Permissible: Polar, Spin");
-  EXPECT_EQ(message([] { Rate(static_cast<bme_StressRate>(0)); }),
+  try {
+    Rate(cow_String("spin"));
+    FAIL();
+  } catch (const omu_ValueErrorException& failure) {
+    EXPECT_EQ(failure.Source(), "generated/include/omu_PrimEnum");
+    EXPECT_EQ(failure.Message(),
+              "omu_PrimEnum(const cow_String&) - str not allowed: spin  Permissible: Polar, Spin");
+  }
+  EXPECT_EQ(ThrownBy<omu_ValueErrorException>([] { Rate(static_cast<bme_StressRate>(0)); }),
             "omu_PrimEnum(Enum) - Enum value not allowed: 0  Permissible: Polar, Spin");
   const omu_PrimEnum<bme_ElemLibrary, 1> other(bme_EXPLICIT);
-  EXPECT_EQ(message([&] { Rate{static_cast<const omu_PrimEnumBase&>(other)}; }),
+  EXPECT_EQ(ThrownBy<omu_ValueErrorException>([&] { Rate{static_cast<const omu_PrimEnumBase&>(other)}; }),
             "omu_PrimEnum(const omu_PrimEnumBase&) - str not allowed: Explicit");
 }

@@ -9,15 +9,9 @@
 #include <vector>
 
 namespace {
-constexpr double kSpecial[] = {0.0,
-                               -0.0,
-                               1e-45,
-                               1e38,
-                               -1e38,
-                               1e-310,
-                               std::numeric_limits<double>::infinity(),
-                               -std::numeric_limits<double>::infinity(),
-                               std::numeric_limits<double>::quiet_NaN()};
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kSpecial[] = {
+    0.0, -0.0, 1e-45, 1e38, -1e38, 1e-310, kInfinity, -kInfinity, std::numeric_limits<double>::quiet_NaN()};
 
 template<class T> std::vector<T> Coordinates(std::size_t n, bool special, unsigned seed) {
   RandomGeometry random(seed);

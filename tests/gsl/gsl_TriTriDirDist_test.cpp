@@ -4,6 +4,7 @@
 #include "gsl_TestGeometry.h"
 #include "gsl_TriangleSets.h"
 #include <CoreGeometry/gsl_Travel.h>
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -159,102 +160,62 @@ TEST(gsl_TriTriDirDist, MeetsWhatFacesOrIsReversed) {
   EXPECT_FALSE(search.FindDirectionalDistance(d));
 }
 
+/// Two triangles, the travel of the first one along z, negative for none, and its point of contact.
 struct Pair {
-  const char* contact;
-  gsl_Point a[3], b[3];
-  double distance; ///< of a along z, negative for none
-  gsl_Point onA;
+  const char *contact, *numbers;
 };
 
 TEST(gsl_TriTriDirDist, MeetsVerticesFacesAndEdges) {
   const Pair pairs[] = {
-      {"vertex on face",
-       {{1, 1, 0}, {2, 1, -1}, {1, 2, -1}},
-       {{0, 0, 3}, {0, 9, 3}, {9, 0, 3}},
-       3,
-       {1, 1, 0}},
-      {"face on vertex", {{0, 0, 0}, {9, 0, 0}, {0, 9, 0}}, {{1, 1, 3}, {1, 2, 4}, {2, 1, 4}}, 3, {1, 1, 0}},
-      {"edge on edge", {{-2, 0, 0}, {2, 0, 0}, {0, 5, -5}}, {{0, -2, 3}, {0, 2, 3}, {5, 0, 8}}, 3, {0, 0, 0}},
-      {"faces away", {{0, 0, 0}, {0, 9, 0}, {9, 0, 0}}, {{1, 1, 3}, {1, 2, 4}, {2, 1, 4}}, -1, {}},
-      {"beside", {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{2, 2, 3}, {2, 3, 3}, {3, 2, 3}}, -1, {}},
-      {"beyond", {{0, 0, 5}, {9, 0, 5}, {0, 9, 5}}, {{1, 1, 3}, {1, 2, 4}, {2, 1, 4}}, -1, {}},
-      {"edge-on, vertex ahead",
-       {{1, 1, -1}, {2, 1, -1}, {1.5, 1, 0}},
-       {{0, 0, 3}, {0, 9, 3}, {9, 0, 3}},
-       3,
-       {1.5, 1, 0}},
-      {"edge-on, wider than the face",
-       {{-9, 1, 0}, {9, 1, 0}, {0, 1, -1}},
-       {{0, 0, 3}, {0, 4, 3}, {4, 0, 3}},
-       3,
-       {0, 1, 0}},
-      {"the other one edge-on",
-       {{0, 0, 0}, {4, 0, 0}, {0, 4, 0}},
-       {{1, 1, 3}, {2, 1, 4}, {1, 1, 5}},
-       3,
-       {1, 1, 0}},
-      {"both edge-on in one plane",
-       {{0, 1, 0}, {4, 1, 0}, {2, 1, -1}},
-       {{1, 1, 3}, {1, 1, 5}, {0, 1, 4}},
-       3,
-       {1, 1, 0}},
-      {"both edge-on, planes cross",
-       {{0, 1, 0}, {4, 1, 0}, {2, 1, -1}},
-       {{2, 0, 3}, {2, 4, 3}, {2, 2, 5}},
-       3,
-       {2, 1, 0}},
-      {"edge-on, pierces",
-       {{1, 1, -1}, {2, 1, -1}, {1.5, 1, 1}},
-       {{0, 0, 0}, {0, 9, 0}, {9, 0, 0}},
-       0,
-       {1.25, 1, 0}},
-      {"edge-on, pierces with a face wider than the other",
-       {{-9, 1, -1}, {9, 1, -1}, {0, 1, 8}},
-       {{0, 0, 0}, {0, 4, 0}, {4, 0, 0}},
-       0,
-       {0, 1, 0}},
-      {"the other one edge-on, pierces",
-       {{0, 0, 0}, {4, 0, 0}, {0, 4, 0}},
-       {{1, 1, -1}, {2, 1, -1}, {1, 1, 1}},
-       0,
-       {1, 1, 0}},
-      {"edge-on, past by less than the tolerance",
-       {{1, 1, 4}, {2, 1, 4}, {1.5, 1, 5e-7}},
-       {{0, 0, 0}, {0, 9, 0}, {9, 0, 0}},
-       -1,
-       {}},
-      {"both edge-on in one plane, overlap",
-       {{0, 1, 0}, {4, 1, 0}, {2, 1, 3}},
-       {{1, 1, 1}, {3, 1, 1}, {2, 1, 5}},
-       0,
-       {2, 1, 15.0 / 7}},
-      {"both edge-on, one inside the other",
-       {{0, 1, 0}, {9, 1, 0}, {0, 1, 9}},
-       {{1, 1, 1}, {2, 1, 1}, {1, 1, 2}},
-       0,
-       {1, 1, 16.0 / 9}},
-      {"both edge-on, planes cross, overlap",
-       {{0, 1, 0}, {4, 1, 0}, {2, 1, 4}},
-       {{2, 0, 3}, {2, 4, 3}, {2, 2, 5}},
-       0,
-       {2, 1, 3.2}},
-      {"both edge-on, apart", {{0, 1, 0}, {4, 1, 0}, {2, 1, -1}}, {{1, 2, 3}, {1, 2, 5}, {0, 2, 4}}, -1, {}},
-      {"colinear", {{0, 0, 0}, {1, 1, 0}, {2, 2, 0}}, {{0, 0, 3}, {0, 9, 3}, {9, 0, 3}}, -1, {}}};
+      // clang-format off
+      {"vertex on face", "1 1 0 2 1 -1 1 2 -1, 0 0 3 0 9 3 9 0 3, 3, 1 1 0"},
+      {"face on vertex", "0 0 0 9 0 0 0 9 0, 1 1 3 1 2 4 2 1 4, 3, 1 1 0"},
+      {"edge on edge", "-2 0 0 2 0 0 0 5 -5, 0 -2 3 0 2 3 5 0 8, 3, 0 0 0"},
+      {"faces away", "0 0 0 0 9 0 9 0 0, 1 1 3 1 2 4 2 1 4, -1, 0 0 0"},
+      {"beside", "0 0 0 1 0 0 0 1 0, 2 2 3 2 3 3 3 2 3, -1, 0 0 0"},
+      {"beyond", "0 0 5 9 0 5 0 9 5, 1 1 3 1 2 4 2 1 4, -1, 0 0 0"},
+      {"edge-on, vertex ahead", "1 1 -1 2 1 -1 1.5 1 0, 0 0 3 0 9 3 9 0 3, 3, 1.5 1 0"},
+      {"edge-on, wider than the face", "-9 1 0 9 1 0 0 1 -1, 0 0 3 0 4 3 4 0 3, 3, 0 1 0"},
+      {"the other one edge-on", "0 0 0 4 0 0 0 4 0, 1 1 3 2 1 4 1 1 5, 3, 1 1 0"},
+      {"both edge-on in one plane", "0 1 0 4 1 0 2 1 -1, 1 1 3 1 1 5 0 1 4, 3, 1 1 0"},
+      {"both edge-on, planes cross", "0 1 0 4 1 0 2 1 -1, 2 0 3 2 4 3 2 2 5, 3, 2 1 0"},
+      {"edge-on, pierces", "1 1 -1 2 1 -1 1.5 1 1, 0 0 0 0 9 0 9 0 0, 0, 1.25 1 0"},
+      {"edge-on, pierces with a face wider than the other", "-9 1 -1 9 1 -1 0 1 8, 0 0 0 0 4 0 4 0 0, 0, 0 1 0"},
+      {"the other one edge-on, pierces", "0 0 0 4 0 0 0 4 0, 1 1 -1 2 1 -1 1 1 1, 0, 1 1 0"},
+      {"edge-on, past by less than the tolerance", "1 1 4 2 1 4 1.5 1 5e-07, 0 0 0 0 9 0 9 0 0, -1, 0 0 0"},
+      {"both edge-on in one plane, overlap", "0 1 0 4 1 0 2 1 3, 1 1 1 3 1 1 2 1 5, 0, 2 1 2.142857142857143"},
+      {"both edge-on, one inside the other", "0 1 0 9 1 0 0 1 9, 1 1 1 2 1 1 1 1 2, 0, 1 1 1.777777777777778"},
+      {"both edge-on, planes cross, overlap", "0 1 0 4 1 0 2 1 4, 2 0 3 2 4 3 2 2 5, 0, 2 1 3.2"},
+      {"both edge-on, apart", "0 1 0 4 1 0 2 1 -1, 1 2 3 1 2 5 0 2 4, -1, 0 0 0"},
+      {"colinear", "0 0 0 1 1 0 2 2 0, 0 0 3 0 9 3 9 0 3, -1, 0 0 0"},
+      // clang-format on
+  };
   const bool noFlip[2] = {false, false};
-  for (const Pair& p : pairs) {
+  for (const Pair& pair : pairs) {
+    std::string text = pair.numbers;
+    std::ranges::replace(text, ',', ' ');
+    std::istringstream numbers(text);
+    gsl_Point a[3], b[3], onA;
+    double distance = 0;
+    const auto read = [&](gsl_Point& point) { numbers >> point[0] >> point[1] >> point[2]; };
+    for (gsl_Point& point : a) read(point);
+    for (gsl_Point& point : b) read(point);
+    numbers >> distance;
+    read(onA);
+    ASSERT_TRUE(numbers) << pair.contact;
     gsl_Point contact[2];
     double d = 50;
-    const bool found = gsl_TriTriMinDirectionalDist(gsl_Vector(0, 0, 4), p.a[0], p.a[1], p.a[2], p.b[0],
-                                                    p.b[1], p.b[2], noFlip, 1e-6, contact, d);
-    ASSERT_EQ(found, p.distance >= 0) << p.contact;
-    if (!found) continue;
-    EXPECT_NEAR(d, p.distance, 1e-12) << p.contact;
-    EXPECT_LT(contact[0].GetDistance(p.onA), 1e-9) << p.contact;
-    EXPECT_LT(contact[1].GetDistance(contact[0] + gsl_Vector(0, 0, d)), 1e-9) << p.contact;
+    const auto meet = [&](double& bound) {
+      return gsl_TriTriMinDirectionalDist(gsl_Vector(0, 0, 4), a[0], a[1], a[2], b[0], b[1], b[2], noFlip,
+                                          1e-6, contact, bound);
+    };
+    ASSERT_EQ(meet(d), distance >= 0) << pair.contact;
+    if (distance < 0) continue;
+    EXPECT_NEAR(d, distance, 1e-12) << pair.contact;
+    EXPECT_LT(contact[0].GetDistance(onA), 1e-9) << pair.contact;
+    EXPECT_LT(contact[1].GetDistance(contact[0] + gsl_Vector(0, 0, d)), 1e-9) << pair.contact;
     double same = d; // strictly below the bound
-    EXPECT_FALSE(gsl_TriTriMinDirectionalDist(gsl_Vector(0, 0, 4), p.a[0], p.a[1], p.a[2], p.b[0], p.b[1],
-                                              p.b[2], noFlip, 1e-6, contact, same))
-        << p.contact;
+    EXPECT_FALSE(meet(same)) << pair.contact;
   }
 }
 

@@ -4,6 +4,7 @@
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
 #include <CoreGeometry/bme_Mesh.h>
+#include <ThrownBy.h>
 #include <array>
 #include <gtest/gtest.h>
 #include <memory>
@@ -24,9 +25,10 @@ struct MeshMaker {
     EXPECT_TRUE(classes.back()->SetUserElementLabels(labels));
     return *this;
   }
-  /// a x b x c unit cubes of nodes x + (a + 1)(y + (b + 1) z); hexahedra, or five tetrahedra each.
+  /// a x b x c unit cubes of further nodes x + (a + 1)(y + (b + 1) z); hexahedra, or five tetrahedra each.
   MeshMaker& Box(int a, int b, int c, bool areTetrahedra = false) {
-    const auto node = [&](int x, int y, int z) { return x + (a + 1) * (y + (b + 1) * z); };
+    const auto first = static_cast<int>(xyz.size() / 3);
+    const auto node = [&](int x, int y, int z) { return first + x + (a + 1) * (y + (b + 1) * z); };
     for (int z = 0; z <= c; ++z)
       for (int y = 0; y <= b; ++y)
         for (int x = 0; x <= a; ++x)

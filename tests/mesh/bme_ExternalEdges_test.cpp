@@ -1,6 +1,7 @@
 #include "EntityMeshes.h"
 
 #include <CoreGeometry/bme_ExternalEdges.h>
+#include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/bme_FEMNodeList.h>
 #include <CoreGeometry/bme_FaceTriangles.h>
 #include <CoreGeometry/bme_Messages.h>
@@ -61,6 +62,18 @@ TEST_P(BoxEdges, CloseAndFollowEuler) {
 INSTANTIATE_TEST_SUITE_P(Sizes, BoxEdges,
                          testing::Values(std::array{1, 1, 1, 0}, std::array{3, 4, 5, 0},
                                          std::array{4, 3, 2, 1}));
+
+/// Layers of one body whose elements do not match share no nodes.
+TEST(bme_ExternalEdges, OfLayersThatDoNotMatchAreThoseOfABrickEach) {
+  const auto mesh = MeshMaker().Box(2, 3, 1).Box(3, 2, 2).Box(2, 3, 1).Make();
+  const bme_FEMFaceList outside = Outside(*mesh);
+  const auto edges = bme_ComputeEdges(outside);
+  EXPECT_EQ(mesh->Connectivity().FindComponents(bme_Across::Face).count, 3U);
+  EXPECT_EQ(outside.Count(), 22U + 32 + 22);
+  EXPECT_EQ(edges->unique.Count(), 2 * outside.Count());
+  EXPECT_TRUE(edges->free.IsEmpty() && edges->nonManifold.IsEmpty());
+  EXPECT_EQ(bme_FEMNodeList::OfFaces(outside).Count() + outside.Count() - edges->unique.Count(), 3U * 2);
+}
 
 TEST(bme_ExternalEdges, TellBordersSeamsAndFlippedShells) {
   // a strip of three shells, the last one flipped and turned up by 90 degrees; a fourth on the first seam

@@ -1,5 +1,7 @@
 #include <CoreGeometry/bme_FEMConnect.h>
 
+#include "EntityMeshes.h"
+
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_ExternalEdges.h>
 #include <CoreGeometry/bme_ExternalFaces.h>
@@ -14,38 +16,6 @@
 #include <set>
 
 namespace {
-bme_Mesh MakeMesh(const std::vector<std::array<float, 3>>& nodes,
-                  const std::vector<std::pair<const char*, std::vector<int>>>& classes) {
-  auto* nodeData = new bme_NodeData;
-  for (const auto& p : nodes) nodeData->AppendNode(p[0], p[1], p[2]);
-  auto* elements = new bme_ElementData;
-  for (const auto& [label, rows] : classes) {
-    cow_ArrayCOW<int> connectivity;
-    connectivity.Append(rows);
-    const bme_ElementClass probe(0, label, nullptr);
-    elements->AddElementClass(new bme_ElementClass(
-        label, cls_xp2DArrayInt(static_cast<std::size_t>(probe.NumNodesPerElem()), connectivity)));
-  }
-  return {1, nodeData, elements, bme_ORPHAN_MESH, nullptr};
-}
-
-/// A box of n x m x k unit cubes.
-bme_Mesh Box(int n, int m, int k) {
-  std::vector<std::array<float, 3>> nodes;
-  std::vector<int> rows;
-  const auto at = [&](int x, int y, int z) { return x + (n + 1) * (y + (m + 1) * z); };
-  for (int z = 0; z <= k; ++z)
-    for (int y = 0; y <= m; ++y)
-      for (int x = 0; x <= n; ++x) nodes.push_back({float(x), float(y), float(z)});
-  for (int z = 0; z < k; ++z)
-    for (int y = 0; y < m; ++y)
-      for (int x = 0; x < n; ++x)
-        for (const int up : {0, 1})
-          for (const auto& [dx, dy] : {std::pair{0, 0}, {1, 0}, {1, 1}, {0, 1}})
-            rows.push_back(at(x + dx, y + dy, z + up));
-  return MakeMesh(nodes, {{"C3D8", rows}});
-}
-
 using Sets = std::vector<std::set<std::set<int>>>;
 
 /// The corner sets by which elements meet, by looking at every face and edge.
@@ -92,15 +62,15 @@ TEST_F(bme_FEMConnectTest, AgreesWithEveryPairOfElements) {
   std::mt19937 random(11);
   for (int round = 0; round < 60; ++round) {
     const int numNodes = 9 + round % 4;
-    std::vector<std::pair<const char*, std::vector<int>>> classes;
+    MeshMaker maker;
+    maker.Nodes(numNodes);
     for (const auto& [label, size] :
          {std::pair{"C3D8", 8}, {"C3D4", 4}, {"S4", 4}, {"C3D6", 6}, {"S3", 3}, {"B31", 2}}) {
-      classes.push_back({label, {}});
-      for (int i = 0; i < size * 4; ++i) // nodes may be repeated within an element
-        classes.back().second.push_back(static_cast<int>(random() % static_cast<unsigned>(numNodes)));
+      std::vector<int> rows(static_cast<std::size_t>(size * 4)); // nodes may be repeated within an element
+      for (int& node : rows) node = static_cast<int>(random() % static_cast<unsigned>(numNodes));
+      maker.Class(label, static_cast<std::size_t>(size), rows);
     }
-    const bme_Mesh mesh =
-        MakeMesh(std::vector<std::array<float, 3>>(static_cast<std::size_t>(numNodes)), classes);
+    const bme_Mesh mesh = *maker.Make();
     const bme_FEMConnect& connect = mesh.Connectivity();
     for (const bme_Across across : {bme_Across::Node, bme_Across::Edge, bme_Across::Face}) {
       const Sets keys = KeysOf(mesh, across);
@@ -127,7 +97,7 @@ TEST_F(bme_FEMConnectTest, AgreesWithEveryPairOfElements) {
 }
 
 TEST_F(bme_FEMConnectTest, SidesRingsAndNodesOfABox) {
-  bme_Mesh mesh = Box(4, 3, 2);
+  bme_Mesh mesh = *MeshMaker().Box(4, 3, 2).Make();
   const bme_FEMConnect& connect = mesh.Connectivity();
   EXPECT_EQ(connect.Neighbours(bme_Across::Face).items.size(), 2U * (3 * 3 * 2 + 4 * 2 * 2 + 4 * 3 * 1));
   EXPECT_EQ(connect.Neighbours(bme_Across::Node)[5].size(), 17U);
@@ -148,10 +118,7 @@ TEST_F(bme_FEMConnectTest, SidesRingsAndNodesOfABox) {
   // a copy has its own; a change is seen after it is announced
   const bme_Mesh copy = mesh;
   EXPECT_NE(&copy.Connectivity(), &connect);
-  mesh.ElementDataToModify().GetClassToModify(0).RemoveElements(
-      23, std::vector<int>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23}
-              .data());
-  mesh.ElementDataToModify().Init();
+  mesh.ElementDataToModify().RemoveElements(bme_FEMElemList(mesh, {0}).Complement());
   mesh.InvalidateMeshData();
   EXPECT_EQ(mesh.Connectivity().FreeNodes().size(), 60U - 8);
   EXPECT_EQ(copy.Connectivity().FreeNodes().size(), 0U);
@@ -235,7 +202,7 @@ TEST_F(bme_FEMConnectTest, CoincidentNodesAreFoundWhateverTheirDistribution) {
 }
 
 TEST_F(bme_FEMConnectTest, FacesGrowUpToTheAngle) {
-  const bme_Mesh mesh = Box(3, 2, 2);
+  const bme_Mesh mesh = *MeshMaker().Box(3, 2, 2).Make();
   const bme_FEMFaceList outside = bme_ComputeFaces(bme_FEMElemList::All(mesh))->external;
   const bme_FEMFaceList seed(mesh, {bme_FaceWord(0, 0)}); // zeta = -1
   constexpr double kPi = std::numbers::pi;

@@ -1,51 +1,50 @@
+#include <BasicUtils/cls_MetadataRegistrar.h>
 #include <CoreGeometry/odiC_Convert.h>
+#include <CoreGeometry/odiC_Exception.h>
+#include <CoreGeometry/res_Field.h>
+#include <CoreGeometry/res_Load.h>
 
 #include <gtest/gtest.h>
-#include <map>
 
 namespace {
-auto Position(int value) { return static_cast<res_OutputPositionEnm>(value); }
-auto DataType(int value) { return static_cast<res_DataTypeEnm>(value); }
-
-TEST(odiC_Convert, EveryPositionHasACodeKnownOrNot) {
-  const std::map<int, int> codes = {{1, 0x20},  {2, 0x80},    {3, 0x400},  {4, 0x100},  {5, 0x200},
-                                    {6, 0x200}, {11, 0x1000}, {12, 0x800}, {13, 0x800}, {14, 0x1000}};
-  for (int value = -3; value < 40; ++value) {
-    const auto row = codes.find(value);
-    EXPECT_EQ(odiC_ConvertResToOdm(Position(value)), row != codes.end() ? row->second : 0x10) << value;
-  }
-  const std::map<int, int> back = {{0x20, 1},  {0x80, 2},   {0x100, 4},  {0x200, 6},
-                                   {0x400, 3}, {0x800, 13}, {0x1000, 14}};
-  for (int code = -1; code < 0x3000; ++code) {
-    const auto row = back.find(code);
-    ASSERT_EQ(odiC_ConvertOdmToRes(static_cast<odm_PositionEnm>(code)), row != back.end() ? row->second : 0)
-        << code;
-  }
-}
-
-TEST(odiC_Convert, EveryDataTypeHasACodeKnownOrNot) {
-  for (int value = -3; value < 40; ++value) {
-    const int code = value == 3                  ? 1
-                     : value == 4                ? 2
-                     : value == 6 || value == 7  ? 4
-                     : value >= 8 && value <= 13 ? 8
-                                                 : 0;
-    EXPECT_EQ(odiC_ConvertResToOdm(DataType(value)), code) << value;
-  }
-  const std::map<int, int> back = {{1, 3}, {2, 4}, {4, 7}, {8, 8}};
-  for (int code = -1; code < 20; ++code) {
-    const auto row = back.find(code);
-    EXPECT_EQ(odiC_ConvertOdmToRes(static_cast<odm_DataTypeEnm>(code)), row != back.end() ? row->second : 15)
-        << code;
-  }
-}
-
-TEST(odiC_Convert, ThereAndBackLosesWhatTheDatabaseDoesNotTellApart) {
-  const auto back = [](auto value) { return odiC_ConvertOdmToRes(odiC_ConvertResToOdm(value)); };
-  EXPECT_EQ(back(res_WHOLE_ELEMENT), res_ELEMENT_CENTROID);
-  EXPECT_EQ(back(res_SURFACE_NODAL), 13);
-  EXPECT_EQ(back(res_WHOLE_MODEL), res_UNDEFINED_POSITION);
-  EXPECT_EQ(back(res_QUATERNION_2D), res_QUATERNION_3D);
-  EXPECT_EQ(back(res_MATRIX), 15);
+/// Every value near the enumeration, then every code near the other one, as what it becomes; the usual answer
+/// of what is not known is left out.
+template<class Res, class Odm> std::string Conversions(int lastCode, int unknownCode, int unknownValue) {
+  std::string text;
+  const auto add = [&](int from, int to, int unknown) {
+    if (to != unknown) text += std::to_string(from) + ">" + std::to_string(to) + " ";
+  };
+  for (int value = -3; value < 40; ++value)
+    add(value, odiC_ConvertResToOdm(static_cast<Res>(value)), unknownCode);
+  text += "| ";
+  for (int code = -1; code <= lastCode; ++code)
+    add(code, odiC_ConvertOdmToRes(static_cast<Odm>(code)), unknownValue);
+  return text;
 }
 } // namespace
+
+TEST(odiC_Convert, EveryValueHasACodeAndEveryCodeAValueKnownOrNot) {
+  EXPECT_EQ((Conversions<res_OutputPositionEnm, odm_PositionEnm>(0x3000, 0x10, 0)),
+            "1>32 2>128 3>1024 4>256 5>512 6>512 11>4096 12>2048 13>2048 14>4096 | "
+            "32>1 128>2 256>4 512>6 1024>3 2048>13 4096>14 ");
+  EXPECT_EQ((Conversions<res_DataTypeEnm, odm_DataTypeEnm>(20, 0, 15)),
+            "3>1 4>2 6>4 7>4 8>8 9>8 10>8 11>8 12>8 13>8 | 1>3 2>4 4>7 8>8 ");
+}
+
+TEST(res_Enumerations, OddTextsAreKeptAndTheirCorrectionsRefused) {
+  EXPECT_EQ(omu_PrimEnum<res_ClampTypeEnm>(cow_String("MAXINUM_CLAMP")), 2);
+  EXPECT_THROW(omu_PrimEnum<res_ClampTypeEnm>(cow_String("MAXIMUM_CLAMP")), omu_ValueErrorException);
+  EXPECT_EQ(omu_PrimEnum<res_LoadDescriptorEnm>(cow_String("BODY FLUX")), 16);
+  EXPECT_THROW(omu_PrimEnum<res_LoadDescriptorEnm>(static_cast<res_LoadDescriptorEnm>(14)),
+               omu_ValueErrorException);
+}
+
+TEST(odiC_Exception, IsThrownAsWhatItIs) {
+  try {
+    nex_Exception::Throw(odiC_Exception("frame 3: no field \"S\""), "reader", 7);
+  } catch (const nex_Exception& failure) {
+    const auto& thrown = dynamic_cast<const odiC_Exception&>(failure);
+    EXPECT_EQ(thrown.Line(), 7);
+    EXPECT_EQ(thrown.DynTypeId(), 44302337U);
+  }
+}

@@ -7,6 +7,7 @@
 #include <BasicUtils/cls_xoList.h>
 #include <BasicUtils/uti_CoordCont3D.h>
 #include <CaeUtils/mdl_MapInt2ObjCow.h>
+#include <ThrownBy.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <random>
@@ -115,12 +116,3 @@ protected:
   std::filesystem::path folder_;
   cow_String file_;
 };
-
-template<class F> cow_String MessageOf(F&& call) {
-  try {
-    call();
-  } catch (const nex_Exception& failure) {
-    return failure.Message();
-  }
-  return "(nothing was thrown)";
-}

@@ -42,9 +42,9 @@ TEST_F(Limits, ChainsOfOwnedObjectsAreReadToACertainDepth) {
   cls_Database db = cls_Database::Open(file_, cls_Database::Mode::ReadWrite);
   EXPECT_EQ(db.Get<Bag>("near")->inner->inner->whole, 1);
   const char* const tooDeep = "nested more than 500 levels";
-  EXPECT_NE(MessageOf([&] { db.Get<Bag>("far"); }).find(tooDeep), cow_String::npos);
+  EXPECT_NE(ThrownBy([&] { db.Get<Bag>("far"); }).find(tooDeep), cow_String::npos);
   std::ostringstream out;
-  EXPECT_NE(MessageOf([&] { cls_Dump(db, out); }).find(tooDeep), cow_String::npos);
+  EXPECT_NE(ThrownBy([&] { cls_Dump(db, out); }).find(tooDeep), cow_String::npos);
   const auto findings = cls_Check(db);
   ASSERT_EQ(findings.size(), 1U);
   EXPECT_NE(findings[0].what.find(tooDeep), cow_String::npos);
@@ -52,10 +52,10 @@ TEST_F(Limits, ChainsOfOwnedObjectsAreReadToACertainDepth) {
   cow_String path = "far";
   for (int i = 1; i < kDepth; ++i) path += ".inner";
   EXPECT_GT(db.Resolve(path).row, 0) << "a path goes one object at a time";
-  EXPECT_NE(MessageOf([&] { db.Resolve(path + ".inner.inner"); }).find("follows a field that is no object"),
+  EXPECT_NE(ThrownBy([&] { db.Resolve(path + ".inner.inner"); }).find("follows a field that is no object"),
             cow_String::npos);
   const cow_String brackets(200000, '[');
-  EXPECT_NE(MessageOf([&] { db.Resolve(brackets); }).find("no such root"), cow_String::npos);
+  EXPECT_NE(ThrownBy([&] { db.Resolve(brackets); }).find("no such root"), cow_String::npos);
   {
     cls_WritePass pass(db);
     pass.Remove("far");
@@ -74,7 +74,7 @@ TEST_F(Limits, CirclesAreNamed) {
     pass.Commit();
   }
   const cls_Database db = cls_Database::Open(file_);
-  EXPECT_NE(MessageOf([&] { db.Get<Bag>("circle"); }).find("owns itself"), cow_String::npos);
+  EXPECT_NE(ThrownBy([&] { db.Get<Bag>("circle"); }).find("owns itself"), cow_String::npos);
   std::ostringstream out;
   cls_Dump(db, out);
   EXPECT_NE(out.str().find("inner: = #1"), std::string::npos);

@@ -104,32 +104,32 @@ TEST_F(DatabaseTest, ATruncatedFileIsRefused) {
 }
 
 TEST_F(DatabaseTest, FilesOfOthersAreRefusedByName) {
-  const auto opening = [&] { return MessageOf([&] { cls_Database::Open(file_); }); };
+  const auto opening = [&] { return ThrownBy([&] { cls_Database::Open(file_); }); };
   EXPECT_EQ(opening(), file_ + ": does not exist");
   SetBytes(file_, "");
   EXPECT_EQ(opening(), file_ + ": is empty, not a model database");
   SetBytes(file_, std::string(5000, 'x'));
   EXPECT_EQ(opening(), file_ + ": not a model database");
-  EXPECT_EQ(MessageOf([&] { Create(); }), file_ + ": exists already");
+  EXPECT_EQ(ThrownBy([&] { Create(); }), file_ + ": exists already");
   SetBytes(file_, "");
   Sql(file_, "CREATE TABLE t(x)");
   EXPECT_EQ(opening(), file_ + ": not a model database");
-  EXPECT_NE(MessageOf([&] { cls_Database::Open(folder_.string()); }).find("is a folder"), cow_String::npos);
+  EXPECT_NE(ThrownBy([&] { cls_Database::Open(folder_.string()); }).find("is a folder"), cow_String::npos);
   std::filesystem::remove(file_);
   Store("bag", Bag());
-  EXPECT_NE(MessageOf([&] { cls_Database::Open(file_).Get<Bag>("none"); }).find("has no root \"none\""),
+  EXPECT_NE(ThrownBy([&] { cls_Database::Open(file_).Get<Bag>("none"); }).find("has no root \"none\""),
             cow_String::npos);
-  EXPECT_NE(MessageOf([&] { cls_Database::Open(file_).Get<Spot>("bag"); }).find("is of class Bag, not Spot"),
+  EXPECT_NE(ThrownBy([&] { cls_Database::Open(file_).Get<Spot>("bag"); }).find("is of class Bag, not Spot"),
             cow_String::npos);
   {
     cls_Database db = cls_Database::Open(file_);
-    EXPECT_NE(MessageOf([&] { cls_WritePass pass(db); }).find("reading only"), cow_String::npos);
+    EXPECT_NE(ThrownBy([&] { cls_WritePass pass(db); }).find("reading only"), cow_String::npos);
   }
-  EXPECT_EQ(MessageOf([&] { cls_Database::Create(""); }), "a model database needs a file name");
-  EXPECT_NE(MessageOf([&] { cls_Database::Create(":memory:"); }).find("needs a file"), cow_String::npos);
+  EXPECT_EQ(ThrownBy([&] { cls_Database::Create(""); }), "a model database needs a file name");
+  EXPECT_NE(ThrownBy([&] { cls_Database::Create(":memory:"); }).find("needs a file"), cow_String::npos);
   const cow_String pipe = (folder_ / "pipe").string();
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-  EXPECT_EQ(MessageOf([&] { cls_Database::Open(pipe); }),
+  EXPECT_EQ(ThrownBy([&] { cls_Database::Open(pipe); }),
             pipe + ": is a device or a pipe, not a model database");
   // what stands beside the expected tables, or in their place
   const std::string good = Bytes(file_);
@@ -185,7 +185,7 @@ TEST_F(DatabaseTest, CraftedRowsAreRefusedByTheirChecksums) {
 TEST_F(DatabaseTest, AnUnknownClassIsNamed) {
   Store("bag", Bag());
   omi_Singleton<cls_MetadataRegistrar>::Instance().Clear();
-  const cow_String message = MessageOf([&] { cls_Database::Open(file_).Get<Bag>("bag"); });
+  const cow_String message = ThrownBy([&] { cls_Database::Open(file_).Get<Bag>("bag"); });
   EXPECT_NE(message.find("Bag version 5"), cow_String::npos) << message;
   EXPECT_THROW(Store("again", Bag()), nex_TextException);
 }
@@ -212,7 +212,7 @@ TEST_F(DatabaseTest, AFileInUseGivesABusyErrorAndThePassCanBeMadeAgain) {
       EXPECT_THROW(pass.Commit(), cls_BusyException);
     }
     EXPECT_EQ(second.Get<Bag>("bag")->whole, 1) << "a pass that failed keeps no reader out";
-    EXPECT_NE(MessageOf([&] { pass.Commit(); }).find("the write pass has ended"), cow_String::npos);
+    EXPECT_NE(ThrownBy([&] { pass.Commit(); }).find("the write pass has ended"), cow_String::npos);
     sqlite3_exec(reader, "COMMIT", nullptr, nullptr, nullptr);
     sqlite3_close(reader);
   }
@@ -244,7 +244,7 @@ TEST_F(DatabaseTest, AKilledModelIsRecoveredThroughALinkAsWell) {
   const cow_String next =
       (folder_ / "next.cgdb").string(); // its journal, left behind, is not played into another model
   std::filesystem::copy_file(killed + "-journal", next + "-journal");
-  EXPECT_NE(MessageOf([&] { cls_Database::Create(next); }).find(next + "-journal"), cow_String::npos);
+  EXPECT_NE(ThrownBy([&] { cls_Database::Create(next); }).find(next + "-journal"), cow_String::npos);
   EXPECT_EQ(ReadAll(link), expected);
 }
 

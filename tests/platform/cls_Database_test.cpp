@@ -69,7 +69,7 @@ TEST_F(DatabaseTest, EveryKindOfValueComesBackBitForBit) {
   EXPECT_EQ(db.TypeId("bag"), 9002U);
   EXPECT_EQ(db.GetRange<unsigned>("bag.words", 1'048'570, 12)[11], bag.words.Const()[1'048'581]);
   EXPECT_EQ(db.GetRange<int>("bag.labels", 1, 1)[0], -5);
-  EXPECT_NE(MessageOf([&] { db.GetRange<int>("bag.labels", 3, 1); }).find("labels"), cow_String::npos);
+  EXPECT_NE(ThrownBy([&] { db.GetRange<int>("bag.labels", 3, 1); }).find("labels"), cow_String::npos);
 }
 
 TEST_F(DatabaseTest, SharedObjectsAreStoredOncePerPassAndSharedAgain) {
@@ -124,11 +124,11 @@ TEST_F(DatabaseTest, AFailedPutLeavesThePassAsItWas) {
   bad.inner.Modify().spot.colour = static_cast<Colour>(99);
   pass.Put("good", good);
   EXPECT_NE(
-      MessageOf([&] { pass.Put("good", bad); }).find("Enum value not allowed: 99  Permissible: RED, GREEN"),
+      ThrownBy([&] { pass.Put("good", bad); }).find("Enum value not allowed: 99  Permissible: RED, GREEN"),
       cow_String::npos);
   const auto holder = cow_CountedHld<Bag>(new Bag);
   holder->inner = cow_COW<Bag>(holder);
-  EXPECT_NE(MessageOf([&] { pass.Put("loop", holder); }).find("owns itself"), cow_String::npos);
+  EXPECT_NE(ThrownBy([&] { pass.Put("loop", holder); }).find("owns itself"), cow_String::npos);
   holder->inner = {};
   pass.Put("after", holder);
   pass.Commit();
@@ -210,7 +210,7 @@ TEST_F(DatabaseTest, PathsLeadToObjectsFieldsAndElements) {
   for (const char* wrong :
        {"", "none", "parts/a.b[1].spots[2]", "parts/a.b[1].nothing", "parts/a.b[1].inner[0]",
         "parts/a.b[1].spots[x]", "parts/a.b[1].spots[", "parts/a.b[1].bags[0]"})
-    EXPECT_NE(MessageOf([&] { db.Resolve(wrong); }).find(wrong), cow_String::npos) << wrong;
+    EXPECT_NE(ThrownBy([&] { db.Resolve(wrong); }).find(wrong), cow_String::npos) << wrong;
 }
 
 namespace {
@@ -250,9 +250,9 @@ TEST_F(DatabaseTest, OldLayoutsAreConvertedWhileReadingAndByUpgrade) {
     outer.Set("words", cls_EncodeArray(cls_ArrayKind::Uint, 1, std::as_bytes(std::span(words))));
     pass.PutRow("old", 9002, 9, outer);
     pass.PutRow(9001, 1, cls_Row().SetDouble("_x", 6).SetInt("tint", 0)); // nothing reaches it
-    EXPECT_NE(MessageOf([&] { pass.PutRow(9001, 1, cls_Row().SetDouble("_x", 6)); }).find("tint"),
+    EXPECT_NE(ThrownBy([&] { pass.PutRow(9001, 1, cls_Row().SetDouble("_x", 6)); }).find("tint"),
               cow_String::npos);
-    EXPECT_NE(MessageOf([&] { pass.PutRow(9001, 8, cls_Row()); }).find("version 8"), cow_String::npos);
+    EXPECT_NE(ThrownBy([&] { pass.PutRow(9001, 8, cls_Row()); }).find("version 8"), cow_String::npos);
     pass.Commit();
     EXPECT_EQ(Stored(db, "Spot"), 2);
   }

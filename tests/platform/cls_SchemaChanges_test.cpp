@@ -113,7 +113,7 @@ TEST_F(SchemaChanges, ThatCannotBeMadeChangeNothing) {
   Store("new/place/binder", Bag());
   ComeToday();
   cls_Database db = cls_Database::Open(file_, cls_Database::Mode::ReadWrite);
-  EXPECT_NE(MessageOf([&] { db.Upgrade(); }).find("root \"old/binder\" cannot become"), cow_String::npos);
+  EXPECT_NE(ThrownBy([&] { db.Upgrade(); }).find("root \"old/binder\" cannot become"), cow_String::npos);
   EXPECT_EQ(db.Get<Binder>("old/binder")->note->number, 5);
   EXPECT_TRUE(db.IsOutdated());
 }

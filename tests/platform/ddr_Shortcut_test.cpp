@@ -74,7 +74,7 @@ TEST_F(ShortcutTest, LeadsToObjectsListsAndElementsAfterBeingStored) {
   EXPECT_EQ(read->spot.Resolve()->x, 3);
   EXPECT_THROW(read->none.Resolve(), nex_TextException);
   EXPECT_NE(
-      MessageOf([&] { ddr_Shortcut<Spot>(new SpotOfSpots(list, 2)).Resolve(); }).find("parts/bag.spots[2]"),
+      ThrownBy([&] { ddr_Shortcut<Spot>(new SpotOfSpots(list, 2)).Resolve(); }).find("parts/bag.spots[2]"),
       cow_String::npos);
 }
 

@@ -98,10 +98,10 @@ TEST_F(uti_OutputFile_, RefusesWhatItWouldDestroy) {
         Case{At("model"), {.force = true}, "is a model"}, Case{At("link"), {.force = true}, "is a model"},
         Case{At("pipe"), {.force = true}, "not a regular file"},
         Case{"/dev/null", {.force = true}, "not a regular file"}})
-    EXPECT_NE(MessageOf([&] { uti_OutputFile(one.name, one.rules); }).find(one.told), cow_String::npos)
-        << one.name << ": " << MessageOf([&] { uti_OutputFile(one.name, one.rules); });
+    EXPECT_NE(ThrownBy([&] { uti_OutputFile(one.name, one.rules); }).find(one.told), cow_String::npos)
+        << one.name << ": " << ThrownBy([&] { uti_OutputFile(one.name, one.rules); });
   const cls_Database open = cls_Database::Open(At("model"));
-  EXPECT_NE(MessageOf([&] { uti_OutputFile(At("link"), {.force = true}); }).find("open in this program"),
+  EXPECT_NE(ThrownBy([&] { uti_OutputFile(At("link"), {.force = true}); }).find("open in this program"),
             cow_String::npos)
       << "its locks would be lost";
   // what comes while the work goes on
@@ -109,12 +109,12 @@ TEST_F(uti_OutputFile_, RefusesWhatItWouldDestroy) {
   SetText(At("late"), "of another program");
   fs::copy_file(At("model"), At("forced"));
   EXPECT_THROW(late.Commit(), uti_FileExistsException);
-  EXPECT_NE(MessageOf([&] { forced.Commit(); }).find("is a model"), cow_String::npos);
+  EXPECT_NE(ThrownBy([&] { forced.Commit(); }).find("is a model"), cow_String::npos);
   EXPECT_EQ(Text(At("late")), "of another program");
   EXPECT_EQ(Text(At("text")), "kept");
   Write(At("x.VTU"), "suffixes in any case", {.suffixes = {".vtu"}});
   EXPECT_EQ(uti_OutputFile::Numbered("a%03db", 7) + uti_OutputFile::Numbered("%d", 1234), "a007b1234");
-  EXPECT_NE(MessageOf([] { uti_OutputFile::Numbered("a", 1); }), "");
+  EXPECT_NE(ThrownBy([] { uti_OutputFile::Numbered("a", 1); }), "");
 }
 
 TEST_F(uti_OutputFile_, LeavesNothingBehindHoweverTheWorkEnds) {
@@ -158,15 +158,15 @@ TEST_F(uti_OutputFile_, OfTwoThatMakeAModelOneHasItAndTheOtherIsTold) {
   EXPECT_THROW(cls_CreateModel(At("n"), {}, [](const cls_Database&, cls_WritePass&) { throw 1; }), int);
   for (const char* journal : {"n-journal", "n-wal"}) {
     SetText(At(journal), "stale");
-    EXPECT_NE(MessageOf([&] { cls_CreateModel(At("n"), {}, PutSpot); }).find(journal), cow_String::npos);
+    EXPECT_NE(ThrownBy([&] { cls_CreateModel(At("n"), {}, PutSpot); }).find(journal), cow_String::npos);
     fs::remove(At(journal));
   }
   // a journal that comes meanwhile
-  EXPECT_NE(MessageOf([&] {
+  EXPECT_NE(ThrownBy([&] {
               cls_CreateModel(At("n"), {},
                               [&](const cls_Database&, cls_WritePass&) { SetText(At("n-journal"), "x"); });
             }).find("n-journal"),
             cow_String::npos);
   EXPECT_EQ(Names(), "m n-journal ");
-  EXPECT_NE(MessageOf([] { cls_CreateModel(":memory:", {}, PutSpot); }), "");
+  EXPECT_NE(ThrownBy([] { cls_CreateModel(":memory:", {}, PutSpot); }), "");
 }

@@ -34,7 +34,7 @@ TEST_F(rgnC_Sets, FacetIdsAreNoneOrOneForEachId) {
     return ThrownBy<nex_TextException>(
         [&] { rgnC_SubsetData(1, 2, 3, 4, res_SURFACE_FACET, false, Of(ids), Of(facets)); });
   };
-  const cow_String wrong = "Error - wrong facet ids array length.", fine = "(nothing was thrown)";
+  const cow_String wrong = "Error - wrong facet ids array length.", fine = kNothingThrown;
   EXPECT_EQ(made({1, 2, 3}, {1, 2}), wrong);
   EXPECT_EQ(made({}, {1}), wrong);
   EXPECT_EQ(made({1, 2, 3}, {}), fine);

@@ -195,19 +195,6 @@ TEST_F(shp_ExtrapolationTest, PointsAreThoseOfTheirDegree) {
   }
 }
 
-TEST_F(shp_ExtrapolationTest, FullRulesHaveTheirKnownFactors) {
-  const auto row = [&](const char* label) { return Shape(label).IntPtToNodeWeights(); };
-  EXPECT_FLOAT_EQ(row("SAX2")[0], 1.3660254F);
-  EXPECT_FLOAT_EQ(row("SAX2")[1], -0.3660254F);
-  EXPECT_FLOAT_EQ(row("CPS4")[0], 1.8660254F);
-  EXPECT_FLOAT_EQ(row("CPS4")[1], -0.5F);
-  EXPECT_FLOAT_EQ(row("CPS4")[3], 0.1339746F);
-  EXPECT_FLOAT_EQ(row("C3D8")[0], 2.5490381F);
-  EXPECT_FLOAT_EQ(row("C3D8")[7], -0.0490381F);
-  EXPECT_EQ(row("CPS4R")[3], 1);
-  for (std::size_t k = 0; k < 64; ++k) EXPECT_EQ(row("DC3D8")[k], k % 9 == 0 ? 1 : 0);
-}
-
 TEST_F(shp_ExtrapolationTest, PositionsThatAreNotKnownAreReportedOnceAndGiveZeros) {
   const shp_Shape& shape = Shape("C3D8");
   Errors errors;

@@ -115,25 +115,6 @@ TEST_F(shp_InverseTopoTableTest, AgreesWithTheFaceAndEdgeTablesOfEveryShape) {
   }
 }
 
-TEST_F(shp_InverseTopoTableTest, FacesOwnFourBitsWhateverTheirEdges) {
-  const auto summary = [&](const char* label) {
-    std::ostringstream stream;
-    Shape(label).PrintInverseTable(stream);
-    return stream.str().substr(0, stream.str().find('\n'));
-  };
-  EXPECT_EQ(summary("C3D8"), "nEdge=24, nUniqueEdge=12, nCorner= 8, edgesMask=00ffffff, facesMask=0000003f");
-  EXPECT_EQ(summary("C3D4"), "nEdge=12, nUniqueEdge= 6, nCorner= 4, edgesMask=00007777, facesMask=0000000f");
-  EXPECT_EQ(summary("C3D15"), "nEdge=18, nUniqueEdge= 9, nCorner= 6, edgesMask=000fff77, facesMask=0000001f");
-  EXPECT_EQ(summary("CIN3D8"),
-            "nEdge=20, nUniqueEdge=12, nCorner= 8, edgesMask=007777ff, facesMask=0000003f");
-  EXPECT_EQ(summary("CINPE4"),
-            "nEdge= 3, nUniqueEdge= 3, nCorner= 4, edgesMask=00000007, facesMask=00000001");
-  EXPECT_EQ(summary("CAXA84"),
-            "nEdge= 4, nUniqueEdge= 4, nCorner= 4, edgesMask=0000000f, facesMask=00000001");
-  EXPECT_EQ(summary("B32"), "nEdge= 1, nUniqueEdge= 1, nCorner= 2, edgesMask=00000001, facesMask=00000001");
-  EXPECT_EQ(summary("MASS"), "nEdge= 0, nUniqueEdge= 0, nCorner= 1, edgesMask=00000000, facesMask=00000000");
-}
-
 TEST_F(shp_InverseTopoTableTest, OnlyCornersAreNodesOfEdges) {
   const shp_Shape& hexahedron = Shape("C3D20");
   Mask first = 1; // the edge between corners 0 and 3

@@ -2,12 +2,10 @@
 // program of its time: folders that exist stay as they are.
 //
 //   FOLDER/<class>_<version>   one for each superseded layout
-//   FOLDER/present_<VERSION>   geometry and mesh in the layouts of that version of the program
+//   FOLDER/present_<VERSION>   an object of every class in the layouts of that version of the program
 //   FOLDER/meshes_<VERSION>    two meshes that share an array, with sets
-//
-// The other classes of a version: reread write FOLDER/datums_<VERSION>/model.cgdb, then coregeometry dump.
 #include "OldModels.h"
-#include "PresentModel.h"
+#include "OneOfEach.h"
 #include "TwoMeshes.h"
 
 #include <BasicUtils/cls_Dump.h>
@@ -41,6 +39,6 @@ int main(int argc, char** argv) {
       model.write(pass, 0);
       pass.Commit();
     });
-  Make(folder / ("present_" + std::string(argv[2])), WritePresentModel);
+  Make(folder / ("present_" + std::string(argv[2])), WriteOneOfEach);
   Make(folder / ("meshes_" + std::string(argv[2])), WriteTwoMeshes);
 }

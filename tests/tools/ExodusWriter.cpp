@@ -59,7 +59,9 @@ void ExodusMesh::Write(const std::string& fileName) const {
   }
   for (const ExodusSet& set : sets) {
     const auto type = static_cast<ex_entity_type>(set.type);
-    ASSERT_EQ(ex_put_set_param(file, type, set.id, static_cast<std::int64_t>(set.entries.size()), 0), 0);
+    ASSERT_EQ(
+        ex_put_set_param(file, type, set.id, static_cast<std::int64_t>(set.entries.size()), set.numFactors),
+        0);
     if (!set.name.empty()) ex_put_name(file, type, set.id, set.name.c_str());
     if (set.entries.empty()) continue;
     ASSERT_EQ(

@@ -33,6 +33,7 @@ struct ExodusSet {
   std::int64_t id;
   std::string name;
   std::vector<std::int64_t> entries, sides{};
+  int numFactors = 0; ///< of distribution
 };
 
 /// What a file is to hold. Maps and names that are empty are not written.

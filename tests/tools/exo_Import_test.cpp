@@ -6,6 +6,7 @@
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/exo_Import.h>
 #include <CoreUtils/omi_Duplicates.h>
+#include <ThrownBy.h>
 #include <exodusII.h>
 #include <fcntl.h>
 #include <filesystem>
@@ -28,14 +29,9 @@ protected:
     return FailureOfFile();
   }
   std::string FailureOfFile() {
-    try {
-      exo_ReadMesh(file_, types_);
-    } catch (const nex_TextException& error) {
-      const std::string &text = error.Message(), start = file_ + ": ";
-      EXPECT_TRUE(text.starts_with(start)) << text;
-      return text.substr(std::min(text.size(), start.size()));
-    }
-    return "no failure";
+    const std::string text = ThrownBy([&] { exo_ReadMesh(file_, types_); }), start = file_ + ": ";
+    EXPECT_TRUE(text.starts_with(start)) << text;
+    return text.substr(std::min(text.size(), start.size()));
   }
   static long long Count(const exo_Import& import, const std::string& what) {
     for (const exo_LedgerEntry& entry : import.ledger)
@@ -162,14 +158,7 @@ TEST_F(ExodusImport, GivesOtherLabelsOnRequest) {
   EXPECT_EQ(import.mesh->ElementData().GetClass(0).ElemTypeLabel(), "C3D8R");
   EXPECT_EQ(import.mesh->ElementData().GetClass(1).ElemTypeLabel(), "C3D8I");
 
-  const auto Refusal = [this](const char* assignment) {
-    try {
-      types_.Override(assignment);
-    } catch (const nex_TextException& error) {
-      return std::string(error.Message());
-    }
-    return std::string("taken");
-  };
+  const auto Refusal = [this](const char* words) { return ThrownBy([&] { types_.Override(words); }); };
   EXPECT_EQ(Refusal("HEX8=NOSUCH"), "\"HEX8=NOSUCH\": no element label NOSUCH");
   EXPECT_EQ(Refusal("HEX8=C3D20"), "\"HEX8=C3D20\": label C3D20 has 20 nodes, type HEX8 has 8");
   EXPECT_EQ(Refusal("HEX8=CPS8"),
@@ -193,10 +182,13 @@ TEST_F(ExodusImport, TellsTheLargestChangeByRounding) {
 TEST_F(ExodusImport, ListsWhatAModelHasNoPlaceFor) {
   ExodusMesh mesh = OneHex();
   mesh.blocks[0].name = "cube";
+  mesh.sets = {{EX_NODE_SET, 1, "n", {1, 2, 3}, {}, 3}, {EX_SIDE_SET, 2, "s", {1}, {1}}};
   mesh.more = [](int file) {
     const double step = 0.5;
     ex_put_time(file, 1, &step);
-    ex_put_variable_param(file, EX_NODAL, 3);
+    int number = 1;
+    for (const ex_entity_type of : {EX_GLOBAL, EX_NODAL, EX_ELEM_BLOCK, EX_NODE_SET, EX_SIDE_SET})
+      ex_put_variable_param(file, of, ++number);
     char program[] = "p", version[] = "v", date[] = "d", time[] = "t";
     char* record[2][4] = {{program, version, date, time}, {program, version, date, time}};
     ex_put_qa(file, 2, record);
@@ -211,14 +203,20 @@ TEST_F(ExodusImport, ListsWhatAModelHasNoPlaceFor) {
     nc_enddef(file);
   };
   const exo_Import import = Import(mesh);
-  EXPECT_EQ(Count(import, "time steps"), 1);
-  EXPECT_EQ(Count(import, "nodal variables"), 3);
-  EXPECT_EQ(Count(import, "QA records"), 2);
-  EXPECT_EQ(Count(import, "element block properties"), 1);
-  EXPECT_EQ(Count(import, "assemblies"), 2);
-  ASSERT_EQ(Count(import, "other variables of the file"), 1);
+  for (const auto& [what, count] : {std::pair{"time steps", 1},
+                                    {"QA records", 2},
+                                    {"element block properties", 1},
+                                    {"assemblies", 2},
+                                    {"global variables", 2},
+                                    {"nodal variables", 3},
+                                    {"element variables", 4},
+                                    {"node set variables", 5},
+                                    {"side set variables", 6},
+                                    {"distribution factors of node sets", 3},
+                                    {"other variables of the file", 1}})
+    EXPECT_EQ(Count(import, what), count) << what;
   EXPECT_EQ(import.ledger.back().detail, "weather");
-  EXPECT_EQ(import.ledger.size(), 6U);
+  EXPECT_EQ(import.ledger.size(), 11U);
   EXPECT_TRUE(Import(OneHex()).ledger.empty());
 }
 

@@ -5,9 +5,7 @@
 #include <CoreGeometry/exo_Import.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <cmath>
-#include <exodusII.h>
 #include <gtest/gtest.h>
-#include <numeric>
 
 namespace {
 /// Where the format puts the nodes of a type, in halves: 0, 1, 2 along x, y, z of the box around the element.
@@ -125,56 +123,6 @@ INSTANTIATE_TEST_SUITE_P(EveryType, NodeOrder, testing::ValuesIn(Elements()), []
   return std::string(info.param.type) + "_" + std::to_string(info.param.numNodes) + "_in_"
          + std::to_string(info.param.dims) + "D";
 });
-
-// The Exodus II library knows the nodes of each side by itself: corners in cyclic order, middles, centre.
-TEST(NodeOrderOfTheFormat, AgreesWithTheSidesThatTheExodusLibraryLists) {
-  const struct {
-    exo_Cell cell;
-    const char* type;
-    int numNodes, numSides; ///< of a wedge the first three: the library miscounts the others
-  } kSolids[] = {{exo_Cell::Hexahedron, "HEX", 20, 6},
-                 {exo_Cell::Hexahedron, "HEX", 27, 6},
-                 {exo_Cell::Tetrahedron, "TETRA", 10, 4},
-                 {exo_Cell::Wedge, "WEDGE", 15, 3}};
-  for (const auto& solid : kSolids) {
-    SCOPED_TRACE(solid.type + std::to_string(solid.numNodes));
-    const auto iso = exo_NodeCoordinates(solid.cell, solid.numNodes);
-    ASSERT_EQ(iso.size(), static_cast<std::size_t>(solid.numNodes));
-    const TestFolder folder;
-    int realSize = sizeof(double), storedSize = sizeof(double);
-    const int file = ex_create((folder / "sides.exo").c_str(), EX_CLOBBER, &realSize, &storedSize);
-    ASSERT_GE(file, 0);
-    ASSERT_EQ(ex_put_init(file, "", 3, solid.numNodes, 1, 1, 0, 1), 0);
-    ASSERT_EQ(ex_put_block(file, EX_ELEM_BLOCK, 1, solid.type, 1, solid.numNodes, 0, 0, 0), 0);
-    std::vector<int> nodes(iso.size());
-    std::iota(nodes.begin(), nodes.end(), 1);
-    ASSERT_EQ(ex_put_conn(file, EX_ELEM_BLOCK, 1, nodes.data(), nullptr, nullptr), 0);
-    std::vector<int> elements(static_cast<std::size_t>(solid.numSides), 1), sides(elements.size());
-    std::iota(sides.begin(), sides.end(), 1);
-    ASSERT_EQ(ex_put_set_param(file, EX_SIDE_SET, 1, solid.numSides, 0), 0);
-    ASSERT_EQ(ex_put_set(file, EX_SIDE_SET, 1, elements.data(), sides.data()), 0);
-    std::vector<int> counts(elements.size()), listed(elements.size() * 9);
-    ASSERT_EQ(ex_get_side_set_node_list(file, 1, counts.data(), listed.data()), 0);
-    ex_close(file);
-
-    std::size_t at = 0;
-    for (const int count : counts) {
-      const auto node = [&](std::size_t k) { return iso[static_cast<std::size_t>(listed[at + k] - 1)]; };
-      const std::size_t corners = count == 6 ? 3 : 4;
-      shp_IsoPoint centre{};
-      for (std::size_t k = 0; k < corners; ++k)
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-          EXPECT_NEAR(node(corners + k)[axis], (node(k)[axis] + node((k + 1) % corners)[axis]) / 2, 1e-12);
-          centre[axis] += node(k)[axis] / static_cast<double>(corners);
-        }
-      if (count == 9) {
-        for (std::size_t axis = 0; axis < 3; ++axis) EXPECT_NEAR(node(8)[axis], centre[axis], 1e-12);
-      }
-      at += static_cast<std::size_t>(count);
-    }
-    EXPECT_GT(at, 0U);
-  }
-}
 
 TEST(NodeOrderOfTheFormat, RefusesShapesWithNodesElsewhere) {
   const auto hex20 = exo_NodeCoordinates(exo_Cell::Hexahedron, 20);

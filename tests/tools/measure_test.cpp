@@ -37,6 +37,9 @@ TEST(Measure, TellsTheMassOfWhatIsKnownAndListsTheRest) {
   EXPECT_NEAR(partial[0]["mass"]["total"].get<double>(), 48.0, 1e-12);
   EXPECT_EQ(measure({}, 0)["groups"][0]["noThickness"], json({12})); // no mass was asked for
   EXPECT_EQ(measure({"--density", "block=2", "--thickness", "1"}, 1)["groups"][0]["noDensity"], json({12}));
+  EXPECT_EQ(RunTool({"check", model}).exitCode, 0);
+  EXPECT_EQ(ToolFacts({"skin", model, "-o", folder / "skin.exo"})["faces"], 6 + 1)
+      << "of the solid, the shell";
   EXPECT_EQ(RunTool({"measure", model, "--density", "heavy"}).exitCode, 2);
   EXPECT_EQ(RunTool({"measure", model, "--csys", "none"}).exitCode, 1);
   EXPECT_NE(RunTool({"measure", model}).out.find("volume"), std::string::npos);

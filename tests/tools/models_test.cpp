@@ -4,7 +4,7 @@
 
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
-#include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/bme_MeshBuilder.h>
 #include <CoreGeometry/rgnC_Region.h>
 #include <fcntl.h>
 #include <filesystem>
@@ -32,20 +32,16 @@ protected:
   }
   /// A model with a row of two hexahedra after some change of the mesh.
   std::string Write(const char* name, void (*change)(bme_NodeData&, bme_ElementClass&)) const {
-    std::vector<float> nodes;
+    std::vector<float> xyz;
     std::vector<int> rows, labels;
     for (int i = 0; i < 12; ++i) {
-      nodes.insert(nodes.end(), {static_cast<float>(-(i / 4)), static_cast<float>(i % 4 / 2),
-                                 static_cast<float>((i % 4 + 1) / 2 % 2)});
+      for (const int value : {-(i / 4), i % 4 / 2, (i % 4 + 1) / 2 % 2})
+        xyz.push_back(static_cast<float>(value));
       labels.push_back(100 + i);
     }
     for (int i = 0; i < 16; ++i) rows.push_back(i / 8 * 4 + i % 8);
-    auto* const elements = new bme_ElementClass("C3D8", cls_xp2DArrayInt(8, cow_ArrayCOW<int>(rows)));
-    elements->SetUserElementLabels(std::vector{7, 8});
-    bme_ElementClass* classes[] = {elements};
-    bme_Mesh mesh(0, new bme_NodeData(uti_CoordCont3D(cow_ArrayCOW<float>(nodes))),
-                  new bme_ElementData(classes, 1), bme_NATIVE_MESH, nullptr);
-    mesh.NodeDataToModify().SetUserNodeLabels(labels.data());
+    const std::vector<int> elementLabels = {7, 8};
+    bme_Mesh mesh = bme_MeshBuilder(xyz, labels).Add({"C3D8", rows, elementLabels}).Build();
     change(mesh.NodeDataToModify(), mesh.ElementDataToModify().GetClassToModify(0));
     const std::string file = At(name);
     cls_Database db = cls_Database::Create(file);

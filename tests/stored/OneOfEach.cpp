@@ -1,0 +1,205 @@
+#include "OneOfEach.h"
+
+#include <CoreGeometry/bdo_EOReference.h>
+#include <CoreGeometry/bdo_Theory.h>
+#include <CoreGeometry/bme_MeshBuilder.h>
+#include <CoreGeometry/dtmC_DatumRef.h>
+#include <CoreGeometry/dtu_6dofNodeDatumCsys.h>
+#include <CoreGeometry/dtu_DatumAxis.h>
+#include <CoreGeometry/dtu_DatumPlane.h>
+#include <CoreGeometry/dtu_DatumPoint.h>
+#include <CoreGeometry/gsl_ModelSegment.h>
+#include <CoreGeometry/gsl_ObjectArray.h>
+#include <CoreGeometry/gsl_PersistentMatrix.h>
+#include <CoreGeometry/gsl_PersistentVector.h>
+#include <CoreGeometry/gsl_Segment.h>
+#include <CoreGeometry/odiC_Exception.h>
+#include <CoreGeometry/rgnC_RegionPair.h>
+#include <CoreGeometry/shp_AnalyticRigidSurfaceData.h>
+#include <cmath>
+#include <memory>
+
+namespace {
+/// Written as what it is, read as `Base`.
+template<class Base, class T> StoredObject As(const cow_String& root, T object) {
+  const auto shared = std::make_shared<T>(std::move(object));
+  return {root, [=](cls_WritePass& pass) { pass.Put(root, *shared); },
+          [=](const cls_Database& from, cls_WritePass& to) -> cow_String {
+            const cow_CountedHld<Base> read = from.Get<Base>(root);
+            to.Put(root, read);
+            const Base& built = *shared;
+            if constexpr (requires { *read == built; })
+              if (!(*read == built)) return root + " is not equal to what was stored";
+            if constexpr (requires { built.DynTypeId(); })
+              if (read->DynTypeId() != built.DynTypeId()) return root + " is of another class";
+            if constexpr (std::is_same_v<T, rgnC_SetData>)
+              if (&read->SubSet(0) != &read->SubSet(1)) return root + ": its subsets are no longer one";
+            return {};
+          }};
+}
+template<class T> StoredObject Of(const cow_String& root, T object) { return As<T>(root, std::move(object)); }
+
+/// A plane or a line with what both can be told.
+template<class T> T Told(const gsl_Vector& direction, decltype(T().Method()) method) {
+  T object(gsl_Point(1.5, -2.25, std::nan("")), direction);
+  object.SetMethod(method);
+  object.SetOk(false);
+  object.SetFlipped(true);
+  object.SetParentIds(std::vector<int>{5, -6});
+  object.SetOwnerFeatId(77);
+  return object;
+}
+template<class Array, class T> Array ArrayOf(const T& object) {
+  Array array;
+  array.SetGrowthRatio(1.5);
+  array.Append(object);
+  return array;
+}
+
+bme_Mesh Mesh() {
+  const std::vector<float> xyz = {0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 0, 0, 1, 1, 0, 1, 1, 1, 1, 0, 1, 1};
+  const std::vector<int> nodeLabels = {10, 20, 30, 40, 50, 60, 70, 80}, nodes = {0, 1, 2, 3, 4, 5, 6, 7},
+                         labels = {7};
+  gsl_Matrix shift;
+  shift.SetTranslation({1, 2, 3});
+  bme_Mesh mesh = bme_MeshBuilder(xyz, nodeLabels)
+                      .Add({.type = "C3D8R", .connectivity = nodes, .labels = labels, .category = "solid"})
+                      .Build(4, bme_NATIVE_MESH, &shift);
+  bme_ElementClass& bricks = mesh.ElementDataToModify().GetClassToModify(0);
+  bme_ElemCtrlParams controls;
+  controls.SetStressRate(bme_SPIN);
+  bricks.SetElemControlParams(controls);
+  bricks.SetLocationLabels(cow_List<cow_String>().Append("top").Append("bottom"));
+  return mesh;
+}
+
+rgnC_SubsetData Subset() {
+  const int ids[] = {9, 7, 8}, facets[] = {0, 1, 5};
+  return {1, 2, 3, 4, res_SURFACE_FACET, true, rgnC_SubsetData::Ids(ids), rgnC_SubsetData::Ids(facets)};
+}
+
+rgnC_SetData Set() {
+  rgnC_SetData set;
+  set.SetIndex(4);
+  set.SetLabel("Skin");
+  set.SetType(res_SURFACE_SET);
+  set.SetInternal(true);
+  set.SetUnsorted(true);
+  set.SetConstructionOk(true);
+  const cow_COW<rgnC_SubsetData> shared(Subset().Copy());
+  set.AppendSubset(shared);
+  set.AppendSubset(shared);
+  return set;
+}
+
+rgnC_Region Region(const cow_String& name) {
+  rgnC_Region region;
+  region.SetName(name);
+  region.SetInternal(true);
+  region.SetOwnerNames({"Assembly", "Wing"});
+  region.SetSpace(3);
+  region.SetSetTypeBits(16);
+  region.SetSetData(rgnC_SetDataShortcut("sets/" + name));
+  return region;
+}
+
+shp_AnalyticSurface Surface() {
+  using Segment = shp_AnalyticSurfaceSegment;
+  shp_AnalyticSurface surface;
+  surface.SetType(shp_AnalyticSurface::REVOLUTION);
+  surface.SetFilletRadius(0.1);
+  surface.SetName("Die");
+  surface.SetProfile({{Segment::START, {{{1, 2, 3}}}}, {Segment::CIRCLE, {{{4, 5, 6}}, {{7, 8, 9}}}}});
+  surface.SetLocalCoordData({{{1, 0, 0}}, {{0, 2, 0}}});
+  return surface;
+}
+
+shp_AnalyticRigidSurfaceData OldSurface() {
+  shp_AnalyticRigidSurfaceData data(shp_EXTSEGS);
+  data.SetElement(1, 2, 3);
+  data.SetSurfaceName("Punch");
+  data.SetLocalCoordDef({{{7, 8, 9}}});
+  data.SetDataPairList({{{{1, 2, 3}}, shp_CIRCL}, {{{4, 5, 6}}, shp_PARAB}});
+  return data;
+}
+
+template<class T> T WithOutline(T datum) {
+  datum.UpdateOutline({{0, 0, 0}, {4, 4, 4}});
+  return datum;
+}
+
+} // namespace
+
+std::vector<StoredObject> OneOfEach() {
+  const dtu_DatumCsys csys(9, 10, {1, 2, 3}, {0, 1, 0}, {0, 0, 2}, {1, 0, 0}, dtu_SPHERICAL);
+  dtu_DynamicDatumCsys dynamic(11, 12, 1, 2, 3, 10, 20, 30, dtu_CYLINDRICAL, true);
+  dynamic.Regenerate({{{1, 0, 0}, {0, 1, 0}, {-1, 0, 0}}}, false);
+  dtu_6dofNodeDatumCsys sixDof(13, 14, 4, 99, dtu_SPHERICAL, &csys);
+  sixDof.Regenerate({{1, 2, 3}, {0.1F, 0.2F, 0.3F}}, false);
+  rgnC_RegionList regions;
+  regions.ListToModify().Append(Region("A")).Append(Region("B"));
+  using Profile = shp_AnalyticSurfaceSegmentListShortcut;
+  const shp_AnalyticSurfaceShortcut surface("surfaces/Die");
+  const Profile profile(new shp_AnalyticSurfaceSegmentListInAnalyticSurfaceShortcut(surface, "profile"));
+  const gsl_Point point(1.5, -2.25, std::nan(""));
+  gsl_Matrix turn;
+  turn.AxisRotation(gsl_Point(1, 2, 3), gsl_Vector(1, 1, 1), 0.5);
+  const gsl_Dot dot(4, 99), at(1e-300, 1e300, 0.1);
+  gsl_Dot moved = at; // of one identifier, but elsewhere
+  moved.SetValues(8, 9, 10);
+  const auto line = Told<gsl_StLine>({1, 2, 3}, gsl_FROM_DATUM_CSYS);
+  const auto plane = Told<gsl_Plane>({0, 0, 9}, gsl_FROM_ELEM_FACE);
+  return {
+      Of("geometry/point", point),
+      Of("geometry/vector", gsl_PersistentVector(gsl_Vector(3, 4, 12))),
+      Of("geometry/matrix", gsl_PersistentMatrix(turn)),
+      Of("geometry/identity", gsl_PersistentMatrix(gsl_Matrix())),
+      Of("geometry/noMatrix", gsl_PersistentMatrix()),
+      Of("geometry/line", line),
+      Of("geometry/plane", plane),
+      Of("geometry/segment", gsl_Segment(point, gsl_Point(4, 5, 6))),
+      Of("geometry/box", gsl_BBox(gsl_Point(1, 2, 3), gsl_Point(4, 5, 6))),
+      Of("geometry/dot", dot),
+      Of("geometry/modelSegment", gsl_ModelSegment(at, moved)),
+      Of("geometry/dots", ArrayOf<gsl_DotArray>(dot)),
+      Of("geometry/lines", ArrayOf<gsl_LineArray>(line)),
+      Of("geometry/planes", ArrayOf<gsl_PlaneArray>(plane)),
+      Of("failure", odiC_Exception("frame 3: no field \"S\"")),
+      Of("meshes/mesh", Mesh()),
+      Of("datums/base", dtu_Datum(1, 2, dtu_PLANE)),
+      As<dtu_Datum>("datums/point", dtu_DatumPoint(3, 4, {1, 2, 3})),
+      As<dtu_Datum>("datums/axis", WithOutline(dtu_DatumAxis(5, 6, {1, 2, 3}, {0, 2, 0}))),
+      As<dtu_Datum>("datums/plane", WithOutline(dtu_DatumPlane(7, 8, {1, 2, 3}, {1, 1, 0}))),
+      As<dtu_Datum>("datums/csys", csys),
+      As<dtu_DatumCsys>("datums/dynamic", dynamic),
+      As<dtu_Datum>("datums/sixDof", sixDof),
+      Of("nodes", dtu_NodesPackage(1, 2, 3, 10, 20, 30, true)),
+      Of("sets/Skin", Set()),
+      Of("subset", Subset()),
+      Of("regions/Skin", Region("Skin")),
+      Of("pair", rgnC_RegionPair(Region("A"), Region("B"), true, false, true)),
+      Of("regionList", rgnC_RegionListPropAttr(regions, true)),
+      Of("toSet", rgnC_SetDataShortcut("sets/Skin")),
+      Of("toSetInList",
+         rgnC_SetDataShortcut(new rgnC_SetDataInSetDataListShortcut(rgnC_SetDataShortcut("list"), 2))),
+      Of("toSurface", surface),
+      Of("toProfile", profile),
+      Of("toProfileByPath", Profile("surfaces/Die.profile")),
+      Of("toSegment", shp_AnalyticSurfaceSegmentShortcut(
+                          new shp_AnalyticSurfaceSegmentInAnalyticSurfaceSegmentListShortcut(profile, 1))),
+      Of("toSegmentByPath", shp_AnalyticSurfaceSegmentShortcut("surfaces/Die.profile[1]")),
+      Of("surfaces/Die", Surface()),
+      Of("oldSurface", OldSurface()),
+      Of("eoReference", bdo_EOReference("Part", "Wing")),
+      Of("theory", bdo_Theory(bdo_2D_SPACE, bdo_EULERIAN, bdo_TYPE_ASSEMBLY, true)),
+      Of("datumRef", dtmC_DatumRef(5, 6, "Wing", 7)),
+  };
+}
+
+void WriteOneOfEach(cls_Database& database) {
+  for (const StoredObject& one : OneOfEach()) {
+    cls_WritePass pass(database);
+    one.write(pass);
+    pass.Commit();
+  }
+}
