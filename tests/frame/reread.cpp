@@ -1,16 +1,19 @@
 // One object of every persistent class, written by one process and read by another.
 //
 //   reread write FILE    stores them
-//   reread read FILE     reads them, compares them with fresh ones, stores what was read once more and compares
-//                        the two files row by row
+//   reread read FILE     reads them, compares them with fresh ones and with their dump in tests/files, stores
+//                        what was read once more and compares the two files row by row
 #include "../stored/OneOfEach.h"
 
+#include <BasicUtils/cls_Dump.h>
 #include <BasicUtils/cls_MetadataRegistrar.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <set>
 #include <sqlite3.h>
+#include <sstream>
 
 namespace {
 int theFailures = 0;
@@ -68,6 +71,13 @@ void Read(const std::string& file) {
   Expect(wanted.size() > 100 && wanted.size() == found.size(), "another number of rows");
   for (std::size_t i = 0; i < std::min(wanted.size(), found.size()); ++i)
     Expect(wanted[i] == found[i], wanted[i] + "\n  came back as " + found[i]);
+
+  std::ostringstream dump;
+  cls_Dump(db, dump);
+  std::ifstream golden(TEST_FILES "/one_of_each.txt");
+  const std::string expected{std::istreambuf_iterator<char>(golden), {}}, text = file + ".txt";
+  std::ofstream(text) << dump.str();
+  Expect(dump.str() == expected, "tests/files/one_of_each.txt is not " + text);
 
   std::set<unsigned> stored;
   for (const auto& type : db.Classes()) stored.insert(type.typeId);

@@ -65,6 +65,13 @@ struct MeshMaker {
   }
 };
 
+/// Name of a test on a box of these numbers of cubes, of tetrahedra when the last one is not 0.
+inline std::string BoxName(const testing::TestParamInfo<std::array<int, 4>>& info) {
+  const auto [a, b, c, areTetrahedra] = info.param;
+  return std::to_string(a) + "x" + std::to_string(b) + "x" + std::to_string(c)
+         + (areTetrahedra != 0 ? "_tetrahedra" : "_hexahedra");
+}
+
 /// Hears what work on this thread says.
 class Listener : public wip_WIPBase {
 public:

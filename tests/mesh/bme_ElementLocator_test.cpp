@@ -219,7 +219,13 @@ INSTANTIATE_TEST_SUITE_P(Types, bme_ElementLocatorTest,
                                          std::vector{"C3D4"}, std::vector{"C3D10", "C3D15"},
                                          std::vector{"C3D6", "C3D15V"}, std::vector{"S4", "S3", "B31"},
                                          std::vector{"S8R", "STRI65", "B32"},
-                                         std::vector{"B31", "C3D8", "S9R5", "C3D4"}));
+                                         std::vector{"B31", "C3D8", "S9R5", "C3D4"}),
+                         [](const auto& info) {
+                           std::string name;
+                           for (const char* label : info.param)
+                             name.append(name.empty() ? "" : "_").append(label);
+                           return name;
+                         });
 
 TEST(bme_ElementLocator, LeavesOutWhatCannotBeFoundAndNamesDegenerateElements) {
   Sample sample;

@@ -302,7 +302,7 @@ cow_String TextOf(const bme_Mesh& mesh, const rgnC_SetData& set, bme_Unknown unk
 TEST(bme_EntityLists, AreMadeFromSetsOfOtherKindsOrSayWhyNot) {
   MeshMaker maker; // a hexahedron, a shell on its bottom and a beam on one of its edges
   const auto mesh = maker.Box(1, 1, 1).Class("S4", 4, {0, 1, 3, 2}).Class("B31", 2, {0, 1}).Make();
-  const auto text = [](unsigned word) { return " " + std::to_string(word); };
+  const auto text = [](unsigned word) { return std::string(" ").append(std::to_string(word)); };
   const std::string shell = text(bme_FaceWord(1, 0)), all = " 0 1 2 3 4 5 6 7", no = "no",
                     element = "ELEMENT_SET of mesh 1", facet = "SURFACE_FACET of mesh 1",
                     surface = "SURFACE_ELEMENT of mesh 1", edge = "SURFACE_EDGE of mesh 1",
@@ -341,7 +341,9 @@ TEST(bme_EntityLists, AreMadeFromSetsOfOtherKindsOrSayWhyNot) {
     rgnC_SetData set;
     for (const rgnC_SubsetData& subset : c.subsets) set.AppendSubset(subset);
     const auto expected = [&](const char* what, const std::string& words) {
-      return words == no ? "mesh 1: no " + std::string(what) + " in a set that holds " + c.holds : words;
+      return words == no
+                 ? std::string("mesh 1: no ").append(what).append(" in a set that holds ").append(c.holds)
+                 : words;
     };
     EXPECT_EQ(TextOf<bme_FEMNodeList>(*mesh, set), expected("nodes", c.nodes));
     EXPECT_EQ(TextOf<bme_FEMElemList>(*mesh, set), expected("elements", c.elements));

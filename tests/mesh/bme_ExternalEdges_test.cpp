@@ -61,7 +61,8 @@ TEST_P(BoxEdges, CloseAndFollowEuler) {
 }
 INSTANTIATE_TEST_SUITE_P(Sizes, BoxEdges,
                          testing::Values(std::array{1, 1, 1, 0}, std::array{3, 4, 5, 0},
-                                         std::array{4, 3, 2, 1}));
+                                         std::array{4, 3, 2, 1}),
+                         BoxName);
 
 /// Layers of one body whose elements do not match share no nodes.
 TEST(bme_ExternalEdges, OfLayersThatDoNotMatchAreThoseOfABrickEach) {

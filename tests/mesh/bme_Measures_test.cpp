@@ -172,27 +172,6 @@ TEST_F(bme_MeasuresTest, OrderOfTheElementsDoesNotShow) {
   }
 }
 
-TEST_F(bme_MeasuresTest, SphereConvergesWithTheOrderOfItsElements) {
-  // the cube blown up along its radii
-  const auto blow = [](const std::array<double, 3>& p) {
-    const double outer = std::max({std::abs(p[0]), std::abs(p[1]), std::abs(p[2])});
-    const double length = std::hypot(p[0], p[1], p[2]), f = length > 0 ? outer / length : 0;
-    return std::array<double, 3>{f * p[0], f * p[1], f * p[2]};
-  };
-  const double volume = 4 * std::numbers::pi / 3, inertia = 0.4 * volume;
-  const auto errorsOf = [&](const char* label, int n) {
-    const Model model = Grid(label, n, blow);
-    const bme_Measures measures = bme_CalculateMeasures(model.elements, model.xyz);
-    return std::array<double, 2>{std::abs(measures.volume.Total() - volume),
-                                 std::abs(measures.volume.InertiaAbout(gsl_Point(0, 0, 0))[2][2] - inertia)};
-  };
-  for (const auto& [label, order] : {std::pair{"C3D8", 2.0}, {"C3D20", 4.0}, {"C3D27", 4.0}}) {
-    const auto coarse = errorsOf(label, 4), fine = errorsOf(label, 8);
-    for (std::size_t k = 0; k < 2; ++k)
-      EXPECT_NEAR(std::log2(coarse[k] / fine[k]), order, 0.35) << label << ' ' << k;
-  }
-}
-
 TEST_F(bme_MeasuresTest, WhatIsNotKnownIsReported) {
   Model model;
   model.Add("S4R", {{{0, 0, 1}, {2, 0, 1}, {2, 3, 1}, {0, 3, 1}}}).SetUserElementLabels(std::vector<int>{10});

@@ -2,7 +2,6 @@
 
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
-#include <ROM/dbc_OldClassVersion.h>
 #include <bit>
 #include <cmath>
 #include <fstream>
@@ -213,71 +212,16 @@ TEST_F(DatabaseTest, PathsLeadToObjectsFieldsAndElements) {
     EXPECT_NE(ThrownBy([&] { db.Resolve(wrong); }).find(wrong), cow_String::npos) << wrong;
 }
 
-namespace {
-constexpr dbc_OldField kSpot1Fields[] = {{"_x", cls_AttributeType::Double}, {"tint", cls_AttributeType::Int}};
-const dbc_OldLayout kSpot1{
-    "Spot", 9001, 1, 2, 1, "Spot", kSpot1Fields, [](const dbc_Row& old, dbc_Row& now, int) -> void* {
-      now.SetText("colour", old.GetInt("tint") == 0 ? "RED" : "GREEN");
-      return nullptr;
-    }};
-constexpr dbc_OldField kBag9Fields[] = {{"id", cls_AttributeType::Int},
-                                        {"spot", cls_AttributeType::Object, 9001},
-                                        {"words", cls_AttributeType::UintArray},
-                                        {"inner", cls_AttributeType::Object, 9002}};
-const dbc_OldLayout kBag9{"Bag", 9002, 9, 5, 1, "Bag", kBag9Fields};
-
-void RegisterOldLayouts() {
-  auto& registrar = omi_Singleton<dbc_OldClassRegistrar>::Instance();
-  for (const dbc_OldLayout* layout : {&kSpot1, &kBag9})
-    registrar.Register(new cow_CountedHld<dbc_OldClassVersion>(new dbc_TabledOldVersion(*layout)), 4);
-}
-} // namespace
-
-TEST_F(DatabaseTest, OldLayoutsAreConvertedWhileReadingAndByUpgrade) {
-  RegisterOldLayouts();
-  {
-    cls_Database db = Create();
-    cls_WritePass pass(db);
-    const long long spot = pass.PutRow(9001, 1, cls_Row().SetDouble("_x", 4).SetInt("tint", 1));
-    const long long innerSpot = pass.PutRow(9001, 1, cls_Row().SetDouble("_x", 5).SetInt("tint", 0));
-    const std::vector<int> none;
-    cls_Row inner, outer;
-    inner.SetInt("id", 11).SetEmbedded("spot", innerSpot).Set("inner", {});
-    inner.Set("words", cls_EncodeArray(cls_ArrayKind::Uint, 1, {}));
-    const long long innerRow = pass.PutRow(9002, 9, inner);
-    outer.SetInt("id", 10).SetEmbedded("spot", spot).SetOwned("inner", innerRow);
-    const unsigned words[] = {1, 2, 3};
-    outer.Set("words", cls_EncodeArray(cls_ArrayKind::Uint, 1, std::as_bytes(std::span(words))));
-    pass.PutRow("old", 9002, 9, outer);
-    pass.PutRow(9001, 1, cls_Row().SetDouble("_x", 6).SetInt("tint", 0)); // nothing reaches it
-    EXPECT_NE(ThrownBy([&] { pass.PutRow(9001, 1, cls_Row().SetDouble("_x", 6)); }).find("tint"),
-              cow_String::npos);
-    EXPECT_NE(ThrownBy([&] { pass.PutRow(9001, 8, cls_Row()); }).find("version 8"), cow_String::npos);
-    pass.Commit();
-    EXPECT_EQ(Stored(db, "Spot"), 2);
-  }
-  const auto check = [](const Bag& bag) {
-    EXPECT_EQ(bag.whole, 10);
-    EXPECT_EQ(bag.spot.x, 4);
-    EXPECT_EQ(bag.spot.colour, Colour::Green);
-    EXPECT_EQ(bag.words.ConstGet(2), 3U);
-    EXPECT_EQ(bag.colour, Colour::Green) << "a field that the old layout lacks has its default value";
-    EXPECT_EQ(bag.inner->whole, 11);
-    EXPECT_EQ(bag.inner->spot.colour, Colour::Red);
-  };
-  const auto time = std::filesystem::last_write_time(file_);
-  {
-    const cls_Database db = cls_Database::Open(file_);
-    EXPECT_TRUE(db.IsOutdated());
-    check(*db.Get<Bag>("old"));
-  }
-  EXPECT_EQ(std::filesystem::last_write_time(file_), time);
-  cls_Database db = cls_Database::Open(file_, cls_Database::Mode::ReadWrite);
-  EXPECT_EQ(db.Upgrade(), 4);
-  EXPECT_FALSE(db.IsOutdated());
-  EXPECT_EQ(Stored(db, "Bag"), 2);
-  EXPECT_EQ(Stored(db, "Spot"), 2);
-  check(*db.Get<Bag>("old"));
+TEST_F(DatabaseTest, RowsAreRefusedWithoutTheirFieldsAndOfVersionsThatAreNotKnown) {
+  cls_Database db = Create();
+  cls_WritePass pass(db);
+  EXPECT_NE(ThrownBy([&] { pass.PutRow(9001, 2, cls_Row().SetDouble("_x", 6)); }).find("_y"),
+            cow_String::npos);
+  EXPECT_NE(ThrownBy([&] { pass.PutRow(9001, 8, cls_Row()); }).find("version 8"), cow_String::npos);
+  cls_Row spot;
+  pass.PutRow(9001, 2, spot.SetDouble("_x", 1).SetDouble("_y", 2).SetText("colour", "RED"));
+  pass.Commit();
+  EXPECT_EQ(Stored(db, "Spot"), 0) << "nothing reaches it";
 }
 
 namespace {

@@ -1,6 +1,5 @@
 #include <CoreGeometry/rgnC_RegionPair.h>
 #include <StoredTest.h>
-#include <cls_Fields.h>
 
 namespace {
 class rgnC_Regions : public StoredTest {};
@@ -24,22 +23,6 @@ rgnC_SetData Set(int index) {
   return set;
 }
 
-/// An object that holds a list of sets.
-struct Drawer {
-  static unsigned TypeId() { return 9301; }
-  static void* Ctor(cls_ReadVisitor& visitor) { return new Drawer(visitor); }
-  static constexpr auto StoredFields() { return cls_Fields{cls_Field{"sets", &Drawer::sets}}; }
-  static void InitializeMetadata(cls_ClassRegistrar& registrar) {
-    cls_DescribeClass<Drawer>(registrar, "Drawer", 1, StoredFields());
-  }
-  Drawer() = default;
-  explicit Drawer(const cls_ReadVisitor& visitor) { cls_ReadFields(visitor, *this, StoredFields()); }
-  void DBWrite(const cls_WriteVisitor& visitor) const {
-    cls_WriteFields(visitor, TypeId(), uid, *this, StoredFields());
-  }
-  cls_Uid uid = cls_Uid::AllocateUid();
-  cls_xoList<rgnC_SetData> sets;
-};
 } // namespace
 
 TEST_F(rgnC_Regions, AnyAssemblyOwnsTheSame) {
@@ -86,42 +69,6 @@ TEST_F(rgnC_Regions, LeadToTheirContentsInTheDatabaseOfTheThread) {
   EXPECT_EQ(ThrownBy<nex_TextException>([] { rgnC_Region().ConstSet(); }),
             "Cannot retrieve set - shortcut is undefined");
   EXPECT_THROW(Region({}, "sets/Gone").ConstSet(), nex_TextException);
-}
-
-TEST_F(rgnC_Regions, ShortcutsLeadToListsAndElementsAfterBeingStored) {
-  omi_Singleton<cls_MetadataRegistrar>::Instance().initClassMetadata(&Drawer::InitializeMetadata, 7);
-  const rgnC_SetDataShortcut sets("drawer.sets");
-  const rgnC_SetDataShortcut second(new rgnC_SetDataInSetDataListShortcut(sets, 1));
-  const shp_AnalyticSurfaceShortcut surface("surfaces/Die");
-  const shp_AnalyticSurfaceSegmentListShortcut profile(
-      new shp_AnalyticSurfaceSegmentListInAnalyticSurfaceShortcut(surface, "analyticSurfaceProfile"));
-  const shp_AnalyticSurfaceSegmentShortcut segment(
-      new shp_AnalyticSurfaceSegmentInAnalyticSurfaceSegmentListShortcut(profile, 1));
-  EXPECT_EQ(segment.Path(), "surfaces/Die.analyticSurfaceProfile[1]");
-  shp_AnalyticSurface die;
-  using Segment = shp_AnalyticSurfaceSegment;
-  die.SetProfile({{Segment::START, {{{0, 0, 0}}}}, {Segment::LINE, {{{1, 0, 0}}}}});
-  {
-    cls_Database db = Create();
-    cls_WritePass pass(db);
-    Drawer drawer;
-    drawer.sets.ListToModify().Append(Set(1)).Append(Set(2));
-    rgnC_Region region = Region({});
-    region.SetSetData(second);
-    pass.Put("drawer", drawer);
-    pass.Put("region", region);
-    pass.Put("surfaces/Die", die);
-    pass.Put("surface", surface);
-    pass.Put("profile", profile);
-    pass.Put("segment", segment);
-    pass.Commit();
-  }
-  cls_Database db = cls_Database::Open(file_);
-  const ddr_DatabaseRoot::Scope here(db);
-  EXPECT_EQ(db.Get<rgnC_Region>("region")->ConstSet().GetSetIndex(), 2);
-  EXPECT_EQ(db.Get<shp_AnalyticSurfaceShortcut>("surface")->Resolve()->Profile().Size(), 2);
-  EXPECT_TRUE(*db.Get<shp_AnalyticSurfaceSegmentListShortcut>("profile")->Resolve() == die.Profile());
-  EXPECT_EQ(db.Get<shp_AnalyticSurfaceSegmentShortcut>("segment")->Resolve()->Type(), Segment::LINE);
 }
 
 TEST_F(rgnC_Regions, PairsKeepTheirOrder) {

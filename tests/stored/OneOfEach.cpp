@@ -135,15 +135,17 @@ std::vector<StoredObject> OneOfEach() {
   dtu_DynamicDatumCsys dynamic(11, 12, 1, 2, 3, 10, 20, 30, dtu_CYLINDRICAL, true);
   dynamic.Regenerate({{{1, 0, 0}, {0, 1, 0}, {-1, 0, 0}}}, false);
   dtu_6dofNodeDatumCsys sixDof(13, 14, 4, 99, dtu_SPHERICAL, &csys);
-  sixDof.Regenerate({{1, 2, 3}, {0.1F, 0.2F, 0.3F}}, false);
+  sixDof.Regenerate({{1, 2, 3}, {0, 0, 0}}, false);
   rgnC_RegionList regions;
   regions.ListToModify().Append(Region("A")).Append(Region("B"));
   using Profile = shp_AnalyticSurfaceSegmentListShortcut;
   const shp_AnalyticSurfaceShortcut surface("surfaces/Die");
   const Profile profile(new shp_AnalyticSurfaceSegmentListInAnalyticSurfaceShortcut(surface, "profile"));
-  const gsl_Point point(1.5, -2.25, std::nan(""));
+  const gsl_Point point(1.5, -2.25, 0.1);
   gsl_Matrix turn;
-  turn.AxisRotation(gsl_Point(1, 2, 3), gsl_Vector(1, 1, 1), 0.5);
+  turn.SetRow(0, {0, -1, 0});
+  turn.SetRow(1, {0.6, 0, 0.8});
+  turn.SetTranslation({1, 2, 3});
   const gsl_Dot dot(4, 99), at(1e-300, 1e300, 0.1);
   gsl_Dot moved = at; // of one identifier, but elsewhere
   moved.SetValues(8, 9, 10);

@@ -15,6 +15,11 @@ struct Element {
   int dims;
   const char* label;
   std::vector<const char*> nodes;
+
+  std::string Name() const {
+    return type + ("_" + std::to_string(numNodes)) + "_in_" + std::to_string(dims) + "D";
+  }
+  friend void PrintTo(const Element& element, std::ostream* out) { *out << element.Name(); }
 };
 const std::vector<const char*> kHex20 = {"000", "200", "220", "020", "002", "202", "222",
                                          "022", "100", "210", "120", "010", "001", "201",
@@ -119,10 +124,8 @@ TEST_P(NodeOrder, PutsEveryNodeWhereTheShapeHasIt) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryType, NodeOrder, testing::ValuesIn(Elements()), [](const auto& info) {
-  return std::string(info.param.type) + "_" + std::to_string(info.param.numNodes) + "_in_"
-         + std::to_string(info.param.dims) + "D";
-});
+INSTANTIATE_TEST_SUITE_P(EveryType, NodeOrder, testing::ValuesIn(Elements()),
+                         [](const auto& info) { return info.param.Name(); });
 
 TEST(NodeOrderOfTheFormat, RefusesShapesWithNodesElsewhere) {
   const auto hex20 = exo_NodeCoordinates(exo_Cell::Hexahedron, 20);

@@ -71,6 +71,11 @@ void ExpectSameSide(const Nodes& ours, std::size_t corners, const Nodes& listed)
 struct Element {
   const char* type;
   int numNodes, dims, numSides, numFacets; ///< the facets come first, edges follow
+
+  std::string Name() const {
+    return type + ("_" + std::to_string(numNodes)) + "_in_" + std::to_string(dims) + "D";
+  }
+  friend void PrintTo(const Element& element, std::ostream* out) { *out << element.Name(); }
 };
 
 class Sides : public testing::TestWithParam<Element> {
@@ -140,10 +145,7 @@ INSTANTIATE_TEST_SUITE_P(EveryType, Sides,
                                          Element{"tri6", 6, 2, 3, 0}, Element{"SHELL4", 4, 2, 6, 2},
                                          Element{"BEAM", 2, 3, 2, 0}, Element{"TRUSS3", 3, 3, 2, 0},
                                          Element{"BAR2", 2, 2, 1, 0}, Element{"SPHERE", 1, 3, 1, 1}),
-                         [](const auto& info) {
-                           return std::string(info.param.type) + "_" + std::to_string(info.param.numNodes)
-                                  + "_in_" + std::to_string(info.param.dims) + "D";
-                         });
+                         [](const auto& info) { return info.param.Name(); });
 
 class Sets : public testing::Test {
 protected:
