@@ -17,7 +17,7 @@ struct Element {
   std::vector<const char*> nodes;
 
   std::string Name() const {
-    return type + ("_" + std::to_string(numNodes)) + "_in_" + std::to_string(dims) + "D";
+    return std::string(type) + "_" + std::to_string(numNodes) + "_in_" + std::to_string(dims) + "D";
   }
   friend void PrintTo(const Element& element, std::ostream* out) { *out << element.Name(); }
 };

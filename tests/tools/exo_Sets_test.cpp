@@ -73,7 +73,7 @@ struct Element {
   int numNodes, dims, numSides, numFacets; ///< the facets come first, edges follow
 
   std::string Name() const {
-    return type + ("_" + std::to_string(numNodes)) + "_in_" + std::to_string(dims) + "D";
+    return std::string(type) + "_" + std::to_string(numNodes) + "_in_" + std::to_string(dims) + "D";
   }
   friend void PrintTo(const Element& element, std::ostream* out) { *out << element.Name(); }
 };
