@@ -11,8 +11,7 @@ class bme_FEMFaceList;
 class bme_Mesh;
 class bme_NodeData;
 
-/// Rows of indices of different length, one behind the other: row i is items[first[i]] to items[first[i +
-/// 1]].
+/// Adjacency lists as the rows of a compressed sparse matrix: row i is items[first[i]] to items[first[i + 1]].
 struct bme_Rows {
   std::vector<unsigned> first{0}, items;
 
@@ -34,10 +33,10 @@ enum class bme_Across : int {
 ///
 /// Relations are of mesh element and node indices, rows ascending and without repetition.
 /// Empty      elements whose type has no shape meet others at nodes only.
-/// Errors     node indices outside the mesh are passed over; nex_OutOfRangeException for an element or side
+/// Errors     node indices outside the mesh are ignored; nex_OutOfRangeException for an element or side
 ///            that is not there; wip_Cancelled when the host asks to stop, and nothing has changed.
 /// Cost       each relation is built once, when it is first asked for, in time linear in its size.
-/// Threads    asking builds: one thread at a time.
+/// Threads    const queries build lazily and are not thread-safe: one thread at a time.
 /// Lifetime   belongs to a mesh, and is gone when that is changed (bme_Mesh::InvalidateMeshData) or copied.
 class CORE_GEOMETRY_API bme_FEMConnect {
 public:
@@ -47,7 +46,7 @@ public:
 
   // ask: relations
   const bme_Rows& ElementsOfNodes() const;
-  /// Of each element the others. Across faces: the dual graph, ready for a graph partitioner.
+  /// Neighbours of each element, itself excluded. Across faces: the dual graph, ready for a graph partitioner.
   const bme_Rows& Neighbours(bme_Across across) const;
   std::vector<unsigned> FreeNodes() const; ///< of no element
 
@@ -58,7 +57,8 @@ public:
 
     bool operator==(const Side&) const = default;
   };
-  /// The next one of the sides that meet there, in a cycle by element and side; itself when it is alone.
+  /// The next of the sides with the same corners, in a cycle ordered by element and side; itself when no other
+  /// element has it.
   Side NextAcross(Side side) const;
 
   // ask: wider

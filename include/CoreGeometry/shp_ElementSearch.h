@@ -37,8 +37,8 @@ class CORE_GEOMETRY_API shp_ElementSearch {
 public:
   shp_ElementSearch(const shp_Topology& shape) noexcept : table_(shape.map_) {}
 
-  /// In double precision, for elements of any size: Newton steps, and where they do not arrive inside a
-  /// search by halves of the element. Inside includes gsl_Util's linear tolerance in iso coordinates; on
+  /// In double precision, for elements of any size: Newton steps, and bisection of the element where they do not
+  /// converge inside. Inside includes gsl_Util's linear tolerance in iso coordinates; on
   /// lines and surfaces the target must lie within a millionth of the element's box. The iso coordinates are
   /// set when the answer is not Outside or Degenerate.
   shp_Location Locate(const std::array<double, 3>& target, std::span<const double> coordinates,

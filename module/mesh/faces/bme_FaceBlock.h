@@ -3,8 +3,8 @@
 
 #include "bme_FaceTable.h"
 
-/// Keys and words of the faces of up to sixteen elements: tables by corner are a cache miss for each face
-/// when nodes are numbered at random, and so many are on their way at once.
+/// Keys and words of the faces of up to sixteen elements. When nodes are numbered at random, each look-up by corner
+/// is a cache miss; prefetches of a block overlap, which hides them.
 struct bme_FaceBlock {
   static constexpr std::size_t kElements = 16, kFaces = kElements * bme_kMaxWordFaces;
 

@@ -101,12 +101,12 @@ private:
   std::vector<std::uint64_t> bits_;
 };
 
-/// Faces that wait for the other element that has them: chains of records by smallest corner, several chains
-/// a corner where many faces have the same one. A face that finds its like takes it out, and its record is
-/// used again, so the table holds little more than the front that moves through the mesh.
+/// Hash table of the faces that have been seen once: chains of records by smallest corner, several chains for a
+/// corner that many faces share. A match removes the waiting face and recycles its record, so the table is
+/// bounded by the moving front of the mesh.
 ///
-/// A face that comes a third time finds nothing. Its like leaves a trace, though: bits by hashed key, so that
-/// the second pair of the same four faces is noticed (and now and then a pair that was the only one).
+/// Matched faces enter a Bloom filter, by hashed key. A third face of one key finds no record, but its key is in
+/// the filter; false positives are recounted exactly in a second pass.
 class bme_FaceTable {
 public:
   /// Room for a number of faces, of elements with some of the nodes as corners.

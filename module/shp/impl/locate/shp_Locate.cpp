@@ -36,8 +36,8 @@ bool MayContain(const shp_MapTable& table, const shp_Frame& frame, const shp_Vec
   return true;
 }
 
-/// For what the iteration did not find inside: the search by halves, and whether the element is degenerate
-/// where the reason is wanted. `elsewhere` is a place outside the bounds that maps to the target.
+/// Fallback after Newton: bisection, then a test for degeneracy when the reason is wanted. `elsewhere` is a place
+/// outside the bounds of the iso coordinates that maps to the target.
 template<class NodeAt>
 [[gnu::noinline]] Answer LocateThoroughly(const shp_MapTable& table, const NodeAt& nodeAt,
                                           const shp_Vector& target, double tolerance, Effort effort,

@@ -18,9 +18,10 @@ const shp_NodePattern& FullPattern(const shp_NodePattern& pattern, std::size_t n
   return *full;
 }
 
-/// Bernstein's control points from the values at the places of a full pattern. A bubble is half of
-/// Bernstein's function of the middle, and a linear factor that of its end and half the one of the middle;
-/// correcting these weights like functions makes them weights of values.
+/// Control points of the Bernstein form from nodal values of the full pattern. On [-1, 1], with the Bernstein
+/// polynomials B0 = (1 - x)^2 / 4, B1 = (1 - x^2) / 2 and B2 = (1 + x)^2 / 4: the bubble is 1 - x^2 = 2 B1, and the
+/// linear functions are (1 - x) / 2 = B0 + B1 / 2 and (1 + x) / 2 = B2 + B1 / 2 (Farin, Curves and Surfaces for CAGD).
+/// Applying the corrections of the basis to these weights makes them weights of nodal values.
 void FillControls(shp_MapTable& table, const shp_NodePattern& full, const shp_Basis& own) {
   const shp_Basis& basis = shp_BasisOf(full);
   const auto size = static_cast<std::size_t>(full.numNodes);

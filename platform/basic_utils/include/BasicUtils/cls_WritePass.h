@@ -17,7 +17,7 @@ public:
   cls_WritePass(const cls_WritePass&) = delete;
   cls_WritePass& operator=(const cls_WritePass&) = delete;
 
-  /// Stores the object and gives it the name; what the name stood for before goes when nothing else needs it.
+  /// Stores the object under the name. The previous object is deleted unless it is still referenced.
   template<class T> void Put(const cow_String& root, const T& object) {
     PutReference(root, &object, &WriteAs<T>);
   }
