@@ -36,7 +36,16 @@ bool cls_Database::Has(const cow_String& root) const {
 
 unsigned cls_Database::TypeId(const cow_String& root) const {
   const db_Reader session(*file_);
-  return file_->Load(file_->Root(root)).type->typeId;
+  return file_->ClassOf(file_->Root(root)).typeId;
+}
+
+std::vector<cow_String> cls_Database::RootsOf(std::initializer_list<unsigned> typeIds) const {
+  const db_Reader session(*file_);
+  std::vector<cow_String> names;
+  for (db_RootRow& root : file_->Roots())
+    if (std::ranges::count(typeIds, file_->ClassOf(root.object).typeId) > 0)
+      names.push_back(std::move(root.name));
+  return names;
 }
 
 std::vector<cls_Database::StoredClass> cls_Database::Classes() const {
@@ -67,9 +76,7 @@ int cls_Database::Format() const {
   return file_->Format();
 }
 
-long long cls_Database::FileSize() const {
-  return file_->Connection().Number("SELECT page_count * page_size FROM pragma_page_count, pragma_page_size");
-}
+long long cls_Database::FileSize() const { return file_->Size(); }
 
 std::shared_ptr<void> cls_Database::ReadRoot(const cow_String& root, unsigned typeId) const {
   db_Reader session(*file_);
@@ -80,7 +87,7 @@ std::shared_ptr<void> cls_Database::ReadRoot(const cow_String& root, unsigned ty
 
 std::shared_ptr<void> cls_Database::ReadObject(const cls_Location& location, unsigned typeId) const {
   db_Reader session(*file_);
-  return session.Read(location.row, typeId, file_->Load(location.row).owner);
+  return session.Read(location.row, typeId, db_Reader::kAnyOwner);
 }
 
 cls_Location cls_Database::Resolve(const cow_String& path) const {

@@ -23,6 +23,11 @@ db_Statement& db_File::Statement(const char* sql) {
   return *statement;
 }
 
+long long db_File::Size() {
+  const db_Use size(Statement("SELECT page_count * page_size FROM pragma_page_count, pragma_page_size"));
+  return size->Step() ? size->Int(0) : 0;
+}
+
 cow_String db_File::NameOf(const db_StoredRow& row) {
   return "object " + std::to_string(row.id) + (row.type ? " of " + row.type->name : cow_String());
 }
@@ -134,14 +139,23 @@ db_Identity db_File::LoadIdentity(long long id) {
   return identity;
 }
 
+db_Class& db_File::ClassOf(const db_Identity& object) {
+  if (object.type == 0) connection_.Damaged("object " + std::to_string(object.id) + " has no class");
+  return ClassById(object.type);
+}
+
+// In a file of the first format only the checksum of the fields covers the class.
+db_Class& db_File::ClassOf(long long id) {
+  return format_ == kFirstFormat ? *Load(id).type : ClassOf(LoadIdentity(id));
+}
+
 db_StoredRow db_File::Load(long long id) {
   db_StoredRow row;
   row.id = id;
   const db_Identity identity = LoadIdentity(id);
   row.uid = identity.uid;
   row.owner = identity.owner;
-  if (identity.type == 0) connection_.Damaged(NameOf(row) + " has no class");
-  row.type = &ClassById(identity.type);
+  row.type = &ClassOf(identity);
   if (!row.type->select)
     row.type->select = std::make_unique<db_Statement>(connection_, "SELECT * FROM " + row.type->table
                                                                        + " WHERE \"$object\" = ?1");
@@ -260,8 +274,7 @@ db_Array db_File::LoadArray(long long id) {
   if (db_IsWrong(SumOf(array), found->Int(4)) || identity.type != 0 || identity.owner != 0)
     connection_.Damaged("description of " + name);
   const auto size = static_cast<long long>(db_ElementSize(array.kind));
-  const long long fileSize =
-      connection_.Number("SELECT page_count * page_size FROM pragma_page_count, pragma_page_size");
+  const long long fileSize = Size();
   if (size == 0 || array.width < 1 || array.chunkRows < 1 || array.count < 0 || found->Int(1) != array.width
       || array.count > fileSize / size || array.count % array.width != 0 || array.firstChunk < 0
       || array.firstChunk > (1LL << 60) || array.chunkRows > (1LL << 40) / (size * array.width))

@@ -81,6 +81,7 @@ public:
 
   db_Connection& Connection() noexcept { return connection_; }
   bool IsReadOnly() const noexcept { return readOnly_; }
+  long long Size(); ///< bytes
   int Format() const noexcept { return format_; }
   /// Brings a file of the first format into today's, within the running transaction (db_FirstFormat.cpp).
   void Modernise();
@@ -119,6 +120,7 @@ public:
   void DeleteIdentity(const db_Identity& object); ///< its row in `object` alone
   db_Identity LoadIdentity(long long id);
   db_StoredRow Load(long long id);
+  db_Class& ClassOf(long long id);                   ///< of an object, proven by a checksum
   void DeleteCells(const db_StoredRow& row);         ///< its row in the table of its class
   db_Statement& Statement(const char* sql);          ///< prepared once per literal
   static cow_String NameOf(const db_StoredRow& row); ///< "object 12 of gsl_Dot", for messages
@@ -154,6 +156,7 @@ public:
 
 private:
   db_File(const cow_String& file, const cow_String& path, int flags, bool readOnly);
+  db_Class& ClassOf(const db_Identity& object);
   void CheckSchema();
   void MakeTables();
   long long ReadFormat();

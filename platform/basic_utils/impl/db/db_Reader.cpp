@@ -64,15 +64,20 @@ long long db_Reader::RowOf(const void* object) const noexcept {
   return found == rows_.end() ? 0 : found->second;
 }
 
+db_StoredRow db_Reader::Load(long long id) {
+  const auto known = ahead_.extract(id);
+  return known.empty() ? file_.Load(id) : std::move(known.mapped());
+}
+
 std::shared_ptr<db_Object> db_Reader::LoadObject(long long id, long long owner, const db_Object* parent) {
-  db_StoredRow stored = file_.Load(id);
-  if (stored.owner != owner)
+  db_StoredRow stored = Load(id);
+  if (owner != kAnyOwner && stored.owner != owner)
     file_.Connection().Damaged(db_File::NameOf(stored) + " belongs to another object");
   return UpToDate(std::move(stored), parent);
 }
 
 std::shared_ptr<db_Object> db_Reader::LoadChild(long long id, const db_Object& parent) {
-  db_StoredRow stored = file_.Load(id);
+  db_StoredRow stored = Load(id);
   if (stored.owner != 0 && stored.owner != parent.id)
     file_.Connection().Damaged(db_File::NameOf(stored) + " belongs to another object");
   return UpToDate(std::move(stored), &parent);
@@ -147,8 +152,9 @@ void db_Reader::Expect(long long root) {
   std::set<long long> seen{root};
   std::vector<long long> left{root};
   while (!left.empty()) {
-    const db_StoredRow row = file_.Load(left.back());
+    const long long id = left.back();
     left.pop_back();
+    const db_StoredRow& row = ahead_.emplace(id, file_.Load(id)).first->second;
     for (std::size_t field = 0; field < row.cells.size(); ++field) {
       const auto type = row.type->attributes[field].type;
       for (const long long child : db_ChildRows(row.cells[field], type)) {
@@ -212,8 +218,9 @@ private:
       end = path_.find_last_of(".[", end - 1);
     }
     if (!row) Fail("no such root");
-    object_ = reader_.LoadObject(*row, 0);
     location_ = {*row, -1, -1};
+    // mostly the whole path: the object is read by who asked where it is
+    if (end < path_.size() || file.LoadIdentity(*row).owner != 0) object_ = reader_.LoadObject(*row, 0);
     return end;
   }
 
@@ -221,7 +228,7 @@ private:
   void Enter(long long row) {
     reader_.Enter(row);
     reader_.Leave();
-    object_ = reader_.LoadObject(row, reader_.File().Load(row).owner);
+    object_ = reader_.LoadObject(row, db_Reader::kAnyOwner);
     location_ = {row, -1, -1};
   }
 
@@ -306,7 +313,7 @@ std::shared_ptr<db_ReadPlace> db_Reader::PlaceOf(std::shared_ptr<db_Object> obje
 }
 
 std::shared_ptr<db_ReadPlace> db_Reader::PlaceOf(const cls_Location& location) {
-  auto place = PlaceOf(LoadObject(location.row, file_.Load(location.row).owner));
+  auto place = PlaceOf(LoadObject(location.row, kAnyOwner));
   place->cell = location.field;
   place->element = location.element;
   return place;

@@ -27,6 +27,7 @@ public:
   /// The object of a row as `typeId`, which its class must be or derive from. The rest as in LoadObject.
   std::shared_ptr<void> Read(long long row, unsigned typeId, long long owner = 0,
                              const db_Object* parent = nullptr);
+  static constexpr long long kAnyOwner = -1; ///< embedded or not
   /// The row with its layout brought up to date. `owner` is the row it must be embedded in, 0 for none;
   /// conversions may look at `parent`, the object that embeds it or refers to it.
   std::shared_ptr<db_Object> LoadObject(long long row, long long owner, const db_Object* parent = nullptr);
@@ -37,7 +38,7 @@ public:
   std::shared_ptr<db_ReadPlace> PlaceOf(std::shared_ptr<db_Object> object);
   std::shared_ptr<db_ReadPlace> PlaceOf(const cls_Location& location);
 
-  /// Announces how much will be read, for the progress shown to the host.
+  /// Announces how much will be read, for the progress shown to the host. What it reads is kept until asked for.
   void Expect(long long root);
   void Done(std::size_t bytes);
 
@@ -49,6 +50,7 @@ public:
   long long RowOf(const void* object) const noexcept;
 
 private:
+  db_StoredRow Load(long long row);
   std::shared_ptr<db_Object> UpToDate(db_StoredRow stored, const db_Object* parent);
 
   db_File& file_;
@@ -59,6 +61,7 @@ private:
   };
   std::map<long long, Known> objects_;
   std::map<const void*, long long> rows_;
+  std::unordered_map<long long, db_StoredRow> ahead_; ///< read by Expect
   int depth_ = 0;
   double expected_ = 0, done_ = 0;
 };
