@@ -220,8 +220,9 @@ ExodusMesh Cubes();
 /// Coordinates that are no numbers, and names that are no text for a terminal.
 TEST_F(Views, NothingOfWhatIsNotFiniteIsDrawnAndNothingOfANameReachesTheTerminalRaw) {
   ExodusMesh mesh = Cubes();
-  mesh.blocks[0].name = "low\x1b[31m\xC2\x9B"
-                        "1m";
+  const std::string name = "low\x1b[31m\xC2\x9B"
+                           "1m\nso\tund";
+  mesh.blocks[0].name = name;
   const std::string model = Import(mesh, "odd");
   const DDB_CoreGeometry library;
   const std::string file = folder_ / "broken.cgdb";
@@ -231,6 +232,9 @@ TEST_F(Views, NothingOfWhatIsNotFiniteIsDrawnAndNothingOfANameReachesTheTerminal
     std::filesystem::remove(file);
     cls_CreateModel(file, {},
                     [&](const cls_Database&, cls_WritePass& pass) { pass.Put("meshes/m", *import.mesh); });
+    const json info = ToolFacts({"info", file})["meshes"][0];
+    EXPECT_EQ(info["notFinite"], 1);
+    EXPECT_EQ(info["box"]["max"], json({1, 1, 3}));
     const json drawn = ToolFacts({"render", file, "-o", folder_ / "b.png", "--force"}),
                skin = ToolFacts({"skin", file, "-o", folder_ / "b.exo", "--force"}),
                found = ToolFacts({"locate", file, "0.5", "0.5", "1.5", "0.5", "0.5", "0.5"}),
@@ -246,21 +250,24 @@ TEST_F(Views, NothingOfWhatIsNotFiniteIsDrawnAndNothingOfANameReachesTheTerminal
   for (const std::vector<std::string>& words :
        std::vector<std::vector<std::string>>{{"info", model},
                                              {"sets", model},
-                                             {"sets", model,
-                                              "low\x1b[31m\xC2\x9B"
-                                              "1m"},
+                                             {"sets", model, name},
+                                             {"sets", model, name + "?"},
                                              {"dump", model},
                                              {"diff", model, file},
                                              {"measure", model, "--by", "class"}}) {
-    const std::string text = RunTool(words).out, shown = "low\\x1b[31m\\x9b1m";
+    const ToolRun run = RunTool(words);
+    const bool isRefused = words.back() == name + "?";
+    const std::string text = isRefused ? run.err : run.out, newLine = words[0] == "dump" ? "\\n" : "\\x0a",
+                      shown = "low\\x1b[31m\\x9b1m" + newLine + "so\\x09und";
+    EXPECT_EQ(text.find("\nso"), std::string::npos) << words[0];
     EXPECT_EQ(text.find_first_of("\x1b\x9B"), std::string::npos) << words[0];
     EXPECT_TRUE(words[0] == "diff" || text.find(shown) != std::string::npos) << words[0] << text;
-    if (words[0] == "dump" || words[0] == "diff") continue;
+    if (isRefused || words[0] == "dump" || words[0] == "diff") continue;
     std::vector<std::string> asJson = words;
     asJson.emplace_back("--json");
     const std::string facts = RunTool(asJson).out;
     EXPECT_EQ(facts.find_first_of("\x1b\x9B"), std::string::npos) << words[0];
-    EXPECT_NE(facts.find("low\\u001b[31m\\u009b1m"), std::string::npos) << words[0];
+    EXPECT_NE(facts.find("low\\u001b[31m\\u009b1m\\nso\\tund"), std::string::npos) << words[0];
   }
 }
 

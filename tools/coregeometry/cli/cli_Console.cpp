@@ -30,12 +30,12 @@ extern "C" void cli_AskToStop(int signal) {
 } // namespace
 
 namespace {
-/// Length of the control character at the beginning, 0 when there is none; C1 controls have two bytes in
-/// UTF-8.
-std::size_t ControlLength(std::string_view text) {
+/// Length of the control character at the beginning that is not shown as it is, 0 when there is none; C1
+/// controls have two bytes in UTF-8.
+std::size_t ControlLength(std::string_view text, cli_Escape escape) {
   const auto byte = [&](std::size_t k) { return k < text.size() ? static_cast<unsigned char>(text[k]) : 0U; };
   if (byte(0) == 0xC2 && byte(1) >= 0x80 && byte(1) < 0xA0) return 2;
-  const bool isLayout = byte(0) == '\n' || byte(0) == '\t';
+  const bool isLayout = escape != cli_Escape::Line && (byte(0) == '\n' || byte(0) == '\t');
   return (byte(0) < 0x20 && !isLayout) || byte(0) == 0x7F ? 1 : 0;
 }
 
@@ -62,7 +62,7 @@ private:
       isPut = isPut && target_->sputn(part.data(), std::ssize(part)) == std::ssize(part);
     };
     for (std::size_t at = 0; at < text.size(); ++at) {
-      const std::size_t length = ControlLength(text.substr(at));
+      const std::size_t length = ControlLength(text.substr(at), cli_Escape::Lines);
       if (length == 0) continue;
       put(text.substr(start, at - start));
       put(cli_Printable(text.substr(at, length)));
@@ -76,17 +76,17 @@ private:
 };
 } // namespace
 
-std::string cli_Printable(std::string_view text, bool isJson) {
+std::string cli_Printable(std::string_view text, cli_Escape escape) {
   static constexpr char kDigits[] = "0123456789abcdef";
   std::string shown;
   for (std::size_t at = 0; at < text.size();) {
-    const std::size_t length = ControlLength(text.substr(at));
+    const std::size_t length = ControlLength(text.substr(at), escape);
     if (length == 0) {
       shown += text[at++];
       continue;
     }
     const auto code = static_cast<unsigned char>(text[at + length - 1]);
-    shown += isJson ? "\\u00" : "\\x";
+    shown += escape == cli_Escape::Json ? "\\u00" : "\\x";
     shown += kDigits[code >> 4U];
     shown += kDigits[code & 15U];
     at += length;
@@ -119,9 +119,9 @@ cli_Talk theTalk = cli_Talk::Normal;
 
 void cli_SetTalk(cli_Talk talk) { theTalk = talk; }
 
-std::ostream& cli_Report() {
+cli_Out cli_Report() {
   static std::ostream nowhere(nullptr);
-  return theTalk == cli_Talk::Quiet ? nowhere : std::cout;
+  return cli_Out(theTalk == cli_Talk::Quiet ? nowhere : std::cout);
 }
 
 cli_Console::cli_Console() : isTerminal_(isatty(STDERR_FILENO) != 0 && theTalk != cli_Talk::Quiet) {
@@ -157,7 +157,7 @@ void cli_Console::EraseBar() {
 
 void cli_Console::Error(const cow_String& message) {
   EraseBar();
-  std::cerr << cli_Printable(message) << '\n';
+  std::cerr << cli_Printable(message, cli_Escape::Lines) << '\n';
 }
 
 void cli_Console::Status(const cow_String& message) {

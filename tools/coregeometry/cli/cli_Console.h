@@ -3,16 +3,39 @@
 
 #include <BasicUtils/wip_WIP.h>
 #include <chrono>
+#include <iostream>
 #include <memory>
-#include <ostream>
-#include <streambuf>
 #include <string_view>
+#include <type_traits>
 
-/// Text as a terminal may show it: control characters as \xNN, but for ends of lines and tabs; as \u00NN for
-/// JSON.
-std::string cli_Printable(std::string_view text, bool isJson = false);
+/// How a control character is shown. Lines keeps ends of lines and tabs as they are.
+enum class cli_Escape { Line, Lines, Json };
 
-/// What is written to std::cout goes through cli_Printable while it lives: names in a model are anybody's.
+/// Text as a terminal may show it, on one line: control characters as \xNN, or as \u00NN for JSON.
+std::string cli_Printable(std::string_view text, cli_Escape escape = cli_Escape::Line);
+
+/// Writes to a stream. Strings may hold names, which are anybody's: they go through cli_Printable and stay on
+/// their line. Literals are as they are.
+class cli_Out {
+public:
+  explicit cli_Out(std::ostream& out = std::cout) : out_(out) {}
+  template<class T> cli_Out& operator<<(const T& value) {
+    if constexpr (std::is_same_v<T, std::string> || std::is_same_v<T, std::string_view>)
+      out_ << cli_Printable(value);
+    else
+      out_ << value;
+    return *this;
+  }
+  cli_Out& operator<<(std::ios_base& (*set)(std::ios_base&)) {
+    out_ << set;
+    return *this;
+  }
+
+private:
+  std::ostream& out_;
+};
+
+/// What reaches std::cout in any other way goes through cli_Printable by lines while it lives.
 class cli_PrintableOutput {
 public:
   cli_PrintableOutput();
@@ -30,7 +53,7 @@ private:
 enum class cli_Talk { Quiet, Normal, Verbose };
 void cli_SetTalk(cli_Talk talk);
 /// Where a command reports what it made: std::cout, or nowhere when the user wants quiet.
-std::ostream& cli_Report();
+cli_Out cli_Report();
 
 /// SIGINT, SIGTERM and SIGHUP ask the work to stop while a console lives; the second of them, and other
 /// signals that end a process, end it at once. What is half-written is removed. Signals that are ignored stay

@@ -2,7 +2,6 @@
 
 #include "cli_Console.h"
 
-#include <BasicUtils/cls_ReadView.h>
 #include <CoreUtils/atr_Near.h>
 #include <algorithm>
 #include <charconv>
@@ -30,11 +29,7 @@ cls_Database cli_OpenModel(const std::string& file, cls_Database::Mode mode) {
 }
 
 std::vector<cow_String> cli_MeshRoots(const cls_Database& model) {
-  const cls_ReadView view(model);
-  std::vector<cow_String> meshes;
-  for (const cow_String& root : model.Roots())
-    if (model.TypeId(root) == bme_Mesh::TypeId()) meshes.push_back(root);
-  return meshes;
+  return model.RootsOf({bme_Mesh::TypeId()});
 }
 
 cow_String cli_ChooseMesh(const cls_Database& model, const cow_String& name) {
@@ -113,7 +108,7 @@ namespace {
 std::string Text(const cli_Json& json, std::size_t depth) {
   // names that are not UTF-8 are shown with a sign in place of their bytes
   const std::string text =
-      cli_Printable(json.dump(2, ' ', false, cli_Json::error_handler_t::replace), /*isJson=*/true);
+      cli_Printable(json.dump(2, ' ', false, cli_Json::error_handler_t::replace), cli_Escape::Json);
   const std::string indent(2 * depth, ' ');
   std::string indented;
   for (const char c : text) {

@@ -11,8 +11,8 @@
 std::vector<cli_RegionRoot> cli_Regions(const cls_Database& model) {
   const cls_ReadView view(model);
   std::vector<cli_RegionRoot> regions;
-  for (const cow_String& root : model.Roots())
-    if (model.TypeId(root) == rgnC_Region::TypeId()) regions.push_back({root, *model.Get<rgnC_Region>(root)});
+  for (const cow_String& root : model.RootsOf({rgnC_Region::TypeId()}))
+    regions.push_back({root, *model.Get<rgnC_Region>(root)});
   return regions;
 }
 
@@ -71,25 +71,17 @@ cow_String cli_MeshIndex::RootOf(const rgnC_Region& region, int meshId) const {
 }
 
 std::vector<cow_String> cli_DatumRoots(const cls_Database& model) {
-  const unsigned classes[] = {dtu_Datum::TypeId(),
-                              dtu_DatumPoint::TypeId(),
-                              dtu_DatumAxis::TypeId(),
-                              dtu_DatumPlane::TypeId(),
-                              dtu_DatumCsys::TypeId(),
-                              dtu_DynamicDatumCsys::TypeId(),
-                              dtu_6dofNodeDatumCsys::TypeId()};
-  std::vector<cow_String> datums;
-  for (const cow_String& root : model.Roots())
-    if (std::ranges::find(classes, model.TypeId(root)) != std::end(classes)) datums.push_back(root);
-  return datums;
+  return model.RootsOf({dtu_Datum::TypeId(), dtu_DatumPoint::TypeId(), dtu_DatumAxis::TypeId(),
+                        dtu_DatumPlane::TypeId(), dtu_DatumCsys::TypeId(), dtu_DynamicDatumCsys::TypeId(),
+                        dtu_6dofNodeDatumCsys::TypeId()});
 }
 
 void cli_AddBareSets(const cls_Database& model, std::vector<cli_RegionRoot>& regions) {
   const cls_ReadView view(model);
   std::set<cow_String> named;
   for (const cli_RegionRoot& one : regions) named.insert(one.region.GetSetData().Path());
-  for (const cow_String& root : model.Roots()) {
-    if (named.contains(root) || model.TypeId(root) != rgnC_SetData::TypeId()) continue;
+  for (const cow_String& root : model.RootsOf({rgnC_SetData::TypeId()})) {
+    if (named.contains(root)) continue;
     const auto contents = model.Get<rgnC_SetData>(root);
     rgnC_Region region;
     region.SetName(contents->GetSetLabel());

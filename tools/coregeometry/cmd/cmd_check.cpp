@@ -5,7 +5,6 @@
 #include "cli_Model.h"
 
 #include <algorithm>
-#include <iostream>
 
 namespace {
 struct Arguments {
@@ -57,7 +56,7 @@ cli_Json FindingJson(const chk_Finding& finding) {
 }
 
 void Print(const chk_Finding& finding) {
-  std::cout << WeightName(finding) << ": ";
+  cli_Out() << WeightName(finding) << ": ";
   cow_String place = finding.root;
   const auto add = [&](const cow_String& part) { place += (place.empty() ? "" : ", ") + part; };
   if (finding.object != 0)
@@ -66,15 +65,15 @@ void Print(const chk_Finding& finding) {
   else if (!finding.className.empty())
     add(finding.className);
   if (!finding.field.empty()) add("field " + finding.field);
-  std::cout << place << (place.empty() ? "" : ": ") << finding.what << '\n';
+  cli_Out() << place << (place.empty() ? "" : ": ") << finding.what << '\n';
   if (!finding.labels.empty()) {
-    std::cout << "  labels:";
-    for (const long long label : finding.labels) std::cout << ' ' << label;
+    cli_Out() << "  labels:";
+    for (const long long label : finding.labels) cli_Out() << ' ' << label;
     if (const auto more = finding.count - static_cast<long long>(finding.labels.size()); more > 0)
-      std::cout << " and " << more << " more";
-    std::cout << '\n';
+      cli_Out() << " and " << more << " more";
+    cli_Out() << '\n';
   }
-  std::cout << "  advice: " << finding.advice << '\n';
+  cli_Out() << "  advice: " << finding.advice << '\n';
 }
 
 void Run(const Arguments& arguments) {
@@ -90,7 +89,7 @@ void Run(const Arguments& arguments) {
     cli_PrintJson({{"file", arguments.file}, {"faults", faults}, {"notes", notes}, {"findings", list}});
   } else {
     for (const chk_Finding& finding : findings) Print(finding);
-    std::cout << arguments.file << ": " << (faults == 0 ? "sound" : std::to_string(faults) + " faults")
+    cli_Out() << arguments.file << ": " << (faults == 0 ? "sound" : std::to_string(faults) + " faults")
               << (notes == 0 ? "" : ", " + std::to_string(notes) + (notes == 1 ? " note" : " notes")) << '\n';
   }
   if (faults > 0) throw cli_Incomplete();

@@ -7,7 +7,6 @@
 #include <CoreGeometry/dtu_DatumAxis.h>
 #include <CoreGeometry/dtu_DatumPlane.h>
 #include <CoreGeometry/dtu_Mapping.h>
-#include <iostream>
 
 namespace {
 struct Arguments {
@@ -67,12 +66,12 @@ void List(const Arguments& arguments, const cls_Database& model) {
   if (json.empty() && !arguments.name.empty())
     throw nex_TextException(model.File() + ": no datum \"" + arguments.name + "\"");
   if (arguments.json) return cli_PrintJson({{"file", arguments.file}, {"datums", json}});
-  if (json.empty()) std::cout << arguments.file << ": no coordinate systems or other datums\n";
+  if (json.empty()) cli_Out() << arguments.file << ": no coordinate systems or other datums\n";
   for (const cli_Json& facts : json) {
-    std::cout << facts["datum"].get<std::string>() << ": " << facts["kind"].get<std::string>();
+    cli_Out() << facts["datum"].get<std::string>() << ": " << facts["kind"].get<std::string>();
     for (const auto& [key, value] : facts.items())
-      if (value.is_array()) std::cout << ", " << key << ' ' << TripleText(value);
-    std::cout << '\n';
+      if (value.is_array()) cli_Out() << ", " << key << ' ' << TripleText(value);
+    cli_Out() << '\n';
   }
 }
 
@@ -122,10 +121,10 @@ void Map(const Arguments& arguments, const cls_Database& model) {
   for (const cli_Json& point : points) {
     const char* separator = "";
     for (const auto& [key, value] : point.items()) {
-      std::cout << separator << key << ' ' << TripleText(value);
+      cli_Out() << separator << key << ' ' << TripleText(value);
       separator = " is ";
     }
-    std::cout << '\n';
+    cli_Out() << '\n';
   }
 }
 

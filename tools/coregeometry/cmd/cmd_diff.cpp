@@ -4,7 +4,6 @@
 #include "cli_Model.h"
 
 #include <BasicUtils/cls_Diff.h>
-#include <iostream>
 
 namespace {
 struct Arguments {
@@ -36,12 +35,12 @@ void Run(const Arguments& arguments) {
                    {"differences", list}});
   } else {
     for (const auto& difference : differences) {
-      std::cout << difference.place << ": " << difference.first << " against " << difference.second;
+      cli_Out() << difference.place << ": " << difference.first << " against " << difference.second;
       if (difference.numbers > 1)
-        std::cout << "; " << difference.numbers << " numbers differ, by at most " << difference.largest;
-      std::cout << '\n';
+        cli_Out() << "; " << difference.numbers << " numbers differ, by at most " << difference.largest;
+      cli_Out() << '\n';
     }
-    if (differences.empty()) std::cout << "no differences\n";
+    if (differences.empty()) cli_Out() << "no differences\n";
   }
   if (!differences.empty()) throw cli_Incomplete();
 }

@@ -4,7 +4,8 @@
 #include "cli_Regions.h"
 
 #include <CoreGeometry/shp_Shape.h>
-#include <iostream>
+#include <algorithm>
+#include <cmath>
 #include <map>
 
 namespace {
@@ -48,22 +49,57 @@ cow_String Plural(std::size_t count, const cow_String& what) {
   return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
+/// The box of the nodes whose coordinates are all finite, and how many the others are.
+struct FiniteBox {
+  explicit FiniteBox(const bme_Mesh& mesh) {
+    const std::span<const float> all = mesh.NodeData().Coordinates().Const();
+    for (std::size_t i = 0; i + 2 < all.size(); i += 3) {
+      const std::span<const float> node = all.subspan(i, 3);
+      if (std::ranges::all_of(node, [](float x) { return std::isfinite(x); }))
+        box.Add(node);
+      else
+        ++others;
+    }
+  }
+  gsl_BBox box;
+  long long others = 0;
+};
+
+/// Ends of lines come from std::endl, alone; within a text they belong to a name.
+class NamesOnOneLine : public std::streambuf {
+  std::streamsize xsputn(const char* text, std::streamsize count) override {
+    cli_Out() << std::string_view(text, static_cast<std::size_t>(count));
+    return count;
+  }
+  int_type overflow(int_type c) override {
+    cli_Out() << traits_type::to_char_type(c);
+    return traits_type::not_eof(c);
+  }
+};
+
 void PrintMesh(const cow_String& root, const bme_Mesh& mesh) {
   const bme_ElementData& elements = mesh.ElementData();
-  const gsl_BBox box = mesh.GetBBox();
-  std::cout << "\nMesh " << root << ", " << mesh.NodeData().Dimension() << " dimensions\n";
-  mesh.Print(std::cout);
-  std::cout << "  Box:            ";
+  const FiniteBox finite(mesh);
+  const gsl_BBox& box = finite.box;
+  NamesOnOneLine buffer;
+  std::ostream lines(&buffer);
+  cli_Out() << "\nMesh " << root << ", " << mesh.NodeData().Dimension() << " dimensions\n";
+  mesh.Print(lines);
+  cli_Out() << "  Box:            ";
   if (box.IsEmpty())
-    std::cout << "empty\n";
+    cli_Out() << "empty";
   else
-    std::cout << PointText(box.Min()) << " to " << PointText(box.Max()) << '\n';
-  std::cout << "  Node labels:    " << RangeText(cli_NodeLabels(mesh.NodeData()), true) << '\n';
-  std::cout << "  Element labels: " << RangeText(cli_ElementLabels(elements), elements.HasUserElementLabels())
+    cli_Out() << PointText(box.Min()) << " to " << PointText(box.Max());
+  if (finite.others > 0)
+    cli_Out() << ", without " << Plural(static_cast<std::size_t>(finite.others), "node")
+              << " whose coordinates are not finite";
+  cli_Out() << '\n';
+  cli_Out() << "  Node labels:    " << RangeText(cli_NodeLabels(mesh.NodeData()), true) << '\n';
+  cli_Out() << "  Element labels: " << RangeText(cli_ElementLabels(elements), elements.HasUserElementLabels())
             << '\n';
   for (unsigned i = 0; i < elements.NumClasses(); ++i) {
     const bme_ElementClass& type = elements.GetClass(i);
-    std::cout << "  Class " << i << ": " << type.ElemTypeLabel() << ", labels "
+    cli_Out() << "  Class " << i << ": " << type.ElemTypeLabel() << ", labels "
               << RangeText(LabelsOf(elements, type), true) << ", category \"" << type.CategoryLabel()
               << "\"\n";
   }
@@ -71,7 +107,8 @@ void PrintMesh(const cow_String& root, const bme_Mesh& mesh) {
 
 cli_Json MeshJson(const cow_String& root, const bme_Mesh& mesh) {
   const bme_ElementData& elements = mesh.ElementData();
-  const gsl_BBox box = mesh.GetBBox();
+  const FiniteBox finite(mesh);
+  const gsl_BBox& box = finite.box;
   cli_Json classes = cli_Json::array();
   for (unsigned i = 0; i < elements.NumClasses(); ++i) {
     const bme_ElementClass& type = elements.GetClass(i);
@@ -90,6 +127,7 @@ cli_Json MeshJson(const cow_String& root, const bme_Mesh& mesh) {
           {"elements", elements.NumElements()},
           {"box", box.IsEmpty() ? cli_Json()
                                 : cli_Json{{"min", PointJson(box.Min())}, {"max", PointJson(box.Max())}}},
+          {"notFinite", finite.others},
           {"nodeLabels", Range(cli_NodeLabels(mesh.NodeData()))},
           {"elementLabels", Range(cli_ElementLabels(elements))},
           {"elementLabelsImplicit", !elements.HasUserElementLabels()},
@@ -106,13 +144,13 @@ void Run(const Arguments& arguments) {
                    {"bytes", model.FileSize()},
                    {"fileFormat", model.Format()},
                    {"outdated", model.IsOutdated()}};
-  if (!arguments.json) std::cout << arguments.file << ": " << model.FileSize() << " bytes\n";
+  if (!arguments.json) cli_Out() << arguments.file << ": " << model.FileSize() << " bytes\n";
 
   json["roots"] = cli_Json::array();
-  if (!arguments.json) std::cout << "Roots:\n";
+  if (!arguments.json) cli_Out() << "Roots:\n";
   for (const cow_String& root : model.Roots()) {
     json["roots"].push_back(root);
-    if (!arguments.json) std::cout << "  " << root << '\n';
+    if (!arguments.json) cli_Out() << "  " << root << '\n';
   }
   std::map<cow_String, std::size_t> kinds;
   for (const cli_RegionRoot& one : cli_Regions(model)) ++kinds[cli_KindText(one.region.GetSetTypeBits())];
@@ -120,21 +158,21 @@ void Run(const Arguments& arguments) {
   json["regions"] = cli_Json::object();
   for (const auto& [kind, count] : kinds) {
     json["regions"][kind] = count;
-    if (!arguments.json) std::cout << Plural(count, kind) << " (see \"coregeometry sets\")\n";
+    if (!arguments.json) cli_Out() << Plural(count, kind) << " (see \"coregeometry sets\")\n";
   }
   json["datums"] = numDatums;
   if (!arguments.json && numDatums > 0)
-    std::cout << Plural(numDatums, "datum") << " (see \"coregeometry csys\")\n";
+    cli_Out() << Plural(numDatums, "datum") << " (see \"coregeometry csys\")\n";
 
   json["stored"] = cli_Json::array();
-  if (!arguments.json) std::cout << "Stored classes:\n";
+  if (!arguments.json) cli_Out() << "Stored classes:\n";
   for (const auto& stored : model.Classes()) {
     json["stored"].push_back({{"className", stored.name},
                               {"version", stored.version},
                               {"objects", stored.objects},
                               {"outdated", stored.outdated}});
     if (!arguments.json)
-      std::cout << "  " << stored.name << " version " << stored.version << ": " << stored.objects
+      cli_Out() << "  " << stored.name << " version " << stored.version << ": " << stored.objects
                 << " objects" << (stored.outdated ? ", outdated (see \"coregeometry upgrade\")" : "") << '\n';
   }
   json["meshes"] = cli_Json::array();

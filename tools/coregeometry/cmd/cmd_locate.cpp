@@ -127,19 +127,19 @@ cow_String Name(const cli_Json& element) {
 }
 
 void Print(const cli_Json& answer) {
-  std::cout << "point (" << answer["point"][0] << ", " << answer["point"][1] << ", " << answer["point"][2]
+  cli_Out() << "point (" << answer["point"][0] << ", " << answer["point"][1] << ", " << answer["point"][2]
             << "): " << answer["verdict"].get<std::string>() << '\n';
   for (const cli_Json& element : answer["elements"]) {
-    std::cout << "  " << Name(element);
-    if (element.contains("iso")) std::cout << ", iso " << Text(element["iso"]);
-    std::cout << '\n';
+    cli_Out() << "  " << Name(element);
+    if (element.contains("iso")) cli_Out() << ", iso " << Text(element["iso"]);
+    cli_Out() << '\n';
   }
   if (!answer.contains("nearest")) return;
   const cli_Json& nearest = answer["nearest"];
   if (nearest.is_null())
-    std::cout << "  no element is near\n";
+    cli_Out() << "  no element is near\n";
   else
-    std::cout << "  nearest " << Name(nearest) << ", distance " << std::setprecision(7)
+    cli_Out() << "  nearest " << Name(nearest) << ", distance " << std::setprecision(7)
               << nearest["distance"].get<double>() << " at iso " << Text(nearest["iso"]) << '\n';
 }
 
@@ -188,7 +188,7 @@ void Run(const Arguments& arguments) {
   }
   answers.ForEach(points, Print);
   if (notFinite > 0)
-    std::cout << "Left out: " << notFinite << " elements with nodes that have no finite coordinates\n";
+    cli_Out() << "Left out: " << notFinite << " elements with nodes that have no finite coordinates\n";
 }
 } // namespace
 

@@ -166,36 +166,36 @@ cli_Json Describe(const Group& group, const bme_Measures& measures, const gsl_Ma
 }
 
 cow_String Text(const cli_Json& number) {
-  std::ostringstream text;
-  text << std::setprecision(9) << number.get<double>();
-  return text.str();
+  char text[40];
+  return {text,
+          std::to_chars(text, text + sizeof text, number.get<double>(), std::chars_format::general, 9).ptr};
 }
 cow_String Triple(const cli_Json& values) {
   return "(" + Text(values[0]) + ", " + Text(values[1]) + ", " + Text(values[2]) + ")";
 }
 
 void Print(const cli_Json& group, const bme_Measures& measures) {
-  std::cout << group["name"].get<std::string>() << ": " << group["elements"]
+  cli_Out() << group["name"].get<std::string>() << ": " << group["elements"]
             << (measures.numElements == 1 ? " element\n" : " elements\n");
   for (const Kind& kind : kKinds) {
     if (!group.contains(kind.key) || group[kind.key]["total"] == 0) continue;
     const cli_Json& facts = group[kind.key];
-    std::cout << "  " << std::left << std::setw(8) << kind.key << std::setw(16) << Text(facts["total"])
+    cli_Out() << "  " << std::left << std::setw(8) << kind.key << std::setw(16) << Text(facts["total"])
               << std::right;
-    if (facts["total"] != facts["signedTotal"]) std::cout << "signed " << Text(facts["signedTotal"]) << "  ";
-    if (facts.contains("centre")) std::cout << "centre " << Triple(facts["centre"]);
-    std::cout << '\n';
+    if (facts["total"] != facts["signedTotal"]) cli_Out() << "signed " << Text(facts["signedTotal"]) << "  ";
+    if (facts.contains("centre")) cli_Out() << "centre " << Triple(facts["centre"]);
+    cli_Out() << '\n';
     const bool isBody = kind.moments == &bme_Measures::mass
                         || (kind.moments == &bme_Measures::volume && !group.contains("mass"));
     if (!isBody || !facts.contains("principalMoments")) continue;
-    std::cout << "    principal moments about the centre " << Triple(facts["principalMoments"]) << '\n';
-    for (const cli_Json& axis : facts["principalAxes"]) std::cout << "      axis " << Triple(axis) << '\n';
+    cli_Out() << "    principal moments about the centre " << Triple(facts["principalMoments"]) << '\n';
+    for (const cli_Json& axis : facts["principalAxes"]) cli_Out() << "      axis " << Triple(axis) << '\n';
   }
   constexpr std::size_t kMost = 20;
   for (const LabelList& list : kLists) {
     const std::vector<int>& labels = measures.*list.labels;
     if (labels.empty()) continue;
-    std::cout << "  " << labels.size() << ' ' << list.text << ": "
+    cli_Out() << "  " << labels.size() << ' ' << list.text << ": "
               << bme_CompactLabels(std::span(labels).first(std::min(kMost, labels.size())))
               << (labels.size() > kMost ? ", ..." : "") << '\n';
   }
@@ -232,16 +232,18 @@ void Run(const Arguments& arguments) {
   for (const Group& group : groups) {
     const bme_Measures measures = bme_CalculateMeasures(*mesh, group.elements, options);
     cli_Json facts = Describe(group, measures, frame, static_cast<bool>(options.density));
-    if (!arguments.json) Print(facts, measures);
-    json["groups"].push_back(std::move(facts));
+    if (arguments.json)
+      json["groups"].push_back(std::move(facts));
+    else
+      Print(facts, measures);
     for (const LabelList& list : kLists)
       if (list.lack == Lack::Everything || (list.lack == Lack::Mass && options.density))
         isIncomplete |= !(measures.*list.labels).empty();
   }
   if (arguments.json) cli_PrintJson(json);
   if (isIncomplete) {
-    std::cerr << "coregeometry: " << arguments.file << ", " << root
-              << ": the totals lack elements, which are listed\n";
+    cli_Out(std::cerr) << "coregeometry: " << arguments.file << ", " << root
+                       << ": the totals lack elements, which are listed\n";
     throw cli_Incomplete();
   }
 }

@@ -53,8 +53,8 @@ public:
 
 private:
   cli_Json Unknown(const char* kind, int label, bme_Message message) {
-    std::cerr << "coregeometry: " << place_ << ", " << cow_String(kind, std::strlen(kind) - 1) << ' ' << label
-              << ": " << bme_MessageText(message) << '\n';
+    cli_Out(std::cerr) << "coregeometry: " << place_ << ", " << cow_String(kind, std::strlen(kind) - 1) << ' '
+                       << label << ": " << bme_MessageText(message) << '\n';
     unknown_[kind].push_back(label);
     return nullptr;
   }
@@ -78,17 +78,17 @@ cow_String List(const cli_Json& values, const char* separator) {
 }
 
 void PrintNode(const cli_Json& node) {
-  std::cout << "node " << node["label"] << ": (" << List(node["coordinates"], ", ") << ")\n";
+  cli_Out() << "node " << node["label"] << ": (" << List(node["coordinates"], ", ") << ")\n";
 }
 
 void PrintElement(const cli_Json& element) {
-  std::cout << "element " << element["label"] << ": class " << element["class"] << ", "
+  cli_Out() << "element " << element["label"] << ": class " << element["class"] << ", "
             << element["type"].get<std::string>() << (element["supported"].get<bool>() ? "" : " (no shape)")
             << ", category " << element["category"];
   if (element.contains("nodes"))
-    std::cout << ", nodes " << List(element["nodes"], " ") << '\n';
+    cli_Out() << ", nodes " << List(element["nodes"], " ") << '\n';
   else
-    std::cout << ", node indices " << List(element["nodeIndices"], " ") << '\n';
+    cli_Out() << ", node indices " << List(element["nodeIndices"], " ") << '\n';
 }
 
 void Run(const Arguments& arguments) {

@@ -9,7 +9,6 @@
 #include <CoreGeometry/shp_Shape.h>
 #include <CoreUtils/atr_Near.h>
 #include <algorithm>
-#include <iostream>
 #include <map>
 
 namespace {
@@ -151,7 +150,7 @@ const cli_RegionRoot& Choose(const cls_Database& model, const std::vector<cli_Re
 
 void List(const Arguments& arguments, const cls_Database& model, const std::vector<cli_RegionRoot>& regions) {
   cli_Json json = cli_Json::array();
-  if (!arguments.json && regions.empty()) std::cout << arguments.file << ": no regions\n";
+  if (!arguments.json && regions.empty()) cli_Out() << arguments.file << ": no regions\n";
   std::vector<rgnC_SetData> all; // before anything is printed: who reads slowly must not hold up writers
   {
     const cls_ReadView view(model);
@@ -169,7 +168,7 @@ void List(const Arguments& arguments, const cls_Database& model, const std::vect
                       {"index", contents.GetSetIndex()},
                       {"items", count}});
     else
-      std::cout << Title(root) << ": " << cli_KindText(region.GetSetTypeBits()) << ", " << count << ' '
+      cli_Out() << Title(root) << ": " << cli_KindText(region.GetSetTypeBits()) << ", " << count << ' '
                 << ItemName(contents, count) << '\n';
   }
   if (arguments.json) cli_PrintJson({{"file", arguments.file}, {"regions", json}});
@@ -205,12 +204,12 @@ void PrintOne(const Arguments& arguments, const cls_Database& model, const cli_R
                    {"items", count},
                    {"parts", cli_Json::array()}};
   if (!arguments.json)
-    std::cout << one.root << ": " << kind << (meshRoots.empty() ? "" : " of " + meshRoots) << ", " << count
+    cli_Out() << one.root << ": " << kind << (meshRoots.empty() ? "" : " of " + meshRoots) << ", " << count
               << ' ' << ItemName(contents, count) << '\n';
   for (const auto& [id, all] : byMesh)
     for (const Part& part : all.Parts()) {
       if (!arguments.json) {
-        std::cout << "  " << part.what << ": " << bme_CompactLabels(part.labels) << '\n';
+        cli_Out() << "  " << part.what << ": " << bme_CompactLabels(part.labels) << '\n';
         continue;
       }
       cli_Json facts = part.facts;

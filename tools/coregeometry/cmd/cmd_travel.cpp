@@ -8,7 +8,6 @@
 #include <CoreGeometry/gsl_Travel.h>
 #include <CoreGeometry/gsl_Vector.h>
 #include <cmath>
-#include <iostream>
 #include <sstream>
 
 namespace {
@@ -91,13 +90,13 @@ void Run(const Arguments& arguments) {
     return cli_PrintJson(json);
   }
   if (!meets) {
-    std::cout << "never meets\n";
+    cli_Out() << "never meets\n";
     return;
   }
   std::ostringstream distance;
   distance.precision(9);
   distance << travel.distance;
-  std::cout << "distance " << distance.str() << '\n'
+  cli_Out() << "distance " << distance.str() << '\n'
             << "element " << moving.ElementLabel(travel.movableTriangle) << " of what moves, at "
             << PointText(travel.movablePoint) << '\n'
             << "element " << fixed.ElementLabel(travel.fixedTriangle) << " of what is met, at "

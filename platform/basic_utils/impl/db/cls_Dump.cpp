@@ -12,7 +12,7 @@ public:
   Dump(db_File& file, std::ostream& out) : reader_(file), out_(out) {}
 
   void Root(const cow_String& name) {
-    out_ << name << ": ";
+    out_ << Escaped(name) << ": ";
     const long long row = reader_.File().Root(name);
     Object(
         row, [&] { return reader_.LoadObject(row, 0); }, 1);
@@ -60,7 +60,7 @@ private:
     out_ << '\n';
   }
   void Print(const cow_String& text, const Place& place) {
-    out_ << (place.isEnum ? text : Quoted(text)) << '\n';
+    out_ << (place.isEnum ? Escaped(text) : Quoted(text)) << '\n';
   }
   void Print(const std::vector<cow_String>& texts, const Place& place) {
     out_ << texts.size() << (texts.size() == 1 ? " text\n" : " texts\n");
@@ -101,13 +101,15 @@ private:
     out_.write(text, std::to_chars(text, text + sizeof text, value).ptr - text);
   }
 
-  /// The text in quotes, its control characters visible.
-  static cow_String Quoted(const cow_String& text) {
+  static cow_String Quoted(const cow_String& text) { return '"' + Escaped(text, true) + '"'; }
+
+  /// The text with its control characters visible, and what would end its quotes.
+  static cow_String Escaped(const cow_String& text, bool isQuoted = false) {
     constexpr const char* kDigits = "0123456789abcdef";
-    cow_String result = "\"";
+    cow_String result;
     for (const char c : text) {
       const auto code = static_cast<unsigned char>(c);
-      if (c == '"' || c == '\\')
+      if (isQuoted && (c == '"' || c == '\\'))
         result += {'\\', c};
       else if (c == '\n')
         result += "\\n";
@@ -116,7 +118,7 @@ private:
       else
         result += c;
     }
-    return result + '"';
+    return result;
   }
 
   db_Reader reader_;
