@@ -2,9 +2,15 @@
 
 #include <BasicUtils/nex_Exception.h>
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <csetjmp>
+#include <cstdio>
+#include <cstring>
 #include <limits>
+#include <new>
 #include <png.h>
+#include <utility>
 
 namespace {
 pic_Vector Normalised(const pic_Vector& v) {
@@ -59,10 +65,13 @@ void pic_Canvas::Fill(double lowX, double highX, double lowY, double highY, Pain
   };
   const auto endX = static_cast<long long>(last(highX, width_)),
              endY = static_cast<long long>(last(highY, height_));
-  for (auto y = static_cast<long long>(first(lowY)); y <= endY; ++y)
-    for (auto x = static_cast<long long>(first(lowX)); x <= endX; ++x)
+  const auto startX = static_cast<long long>(first(lowX));
+  for (auto y = static_cast<long long>(first(lowY)); y <= endY; ++y) {
+    poll_.Advance(4 + static_cast<std::size_t>(std::max(0LL, endX - startX)));
+    for (auto x = startX; x <= endX; ++x)
       paint(samples_[static_cast<std::size_t>(y * width_ * perPixel_ + x)],
             (static_cast<double>(x) + 0.5) / perPixel_, (static_cast<double>(y) + 0.5) / perPixel_);
+  }
 }
 
 void pic_Canvas::Triangle(const std::array<Corner, 3>& corners, const pic_Colour& colour) {
@@ -114,7 +123,9 @@ std::vector<unsigned char> pic_Canvas::Pixels() const {
   std::vector<unsigned char> pixels;
   pixels.reserve(3 * static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_));
   const auto n = static_cast<std::size_t>(perPixel_), columns = static_cast<std::size_t>(width_) * n;
-  for (std::size_t y = static_cast<std::size_t>(height_); y-- > 0;)
+  wip_Poll poll(64);
+  for (std::size_t y = static_cast<std::size_t>(height_); y-- > 0;) {
+    poll.Advance();
     for (std::size_t x = 0; x < static_cast<std::size_t>(width_); ++x)
       for (std::size_t channel = 0; channel < 3; ++channel) {
         double sum = 0;
@@ -123,17 +134,71 @@ std::vector<unsigned char> pic_Canvas::Pixels() const {
         const double shown = std::sqrt(sum / static_cast<double>(n * n));
         pixels.push_back(static_cast<unsigned char>(std::lround(shown * 255)));
       }
+  }
   return pixels;
 }
 
+namespace {
+/// The format's library writing one file, and why it could not.
+class PngFile {
+public:
+  explicit PngFile(const cow_String& path) : file_(std::fopen(path.c_str(), "wb")) {
+    if (!file_) Fail(std::strerror(errno));
+  }
+  ~PngFile() {
+    png_destroy_write_struct(&png_, &info_);
+    if (file_) std::fclose(file_);
+  }
+  PngFile(const PngFile&) = delete;
+  PngFile& operator=(const PngFile&) = delete;
+
+  /// Rows of red, green and blue, from above. False when it failed.
+  bool Write(int width, int height, const unsigned char* pixels) {
+    if (!file_) return false;
+    png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, this, OnError, [](png_structp, png_const_charp) {});
+    if (png_) info_ = png_create_info_struct(png_);
+    if (!info_) throw std::bad_alloc();
+    if (setjmp(png_jmpbuf(png_)) != 0) return false; // OnError comes back here
+    png_init_io(png_, file_);
+    png_set_IHDR(png_, info_, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), 8,
+                 PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
+    png_set_sRGB(png_, info_, PNG_sRGB_INTENT_PERCEPTUAL);
+    png_write_info(png_, info_);
+    WriteRows(static_cast<std::size_t>(width) * 3, static_cast<std::size_t>(height), pixels);
+    png_write_end(png_, info_);
+    const int closed = std::fclose(std::exchange(file_, nullptr));
+    if (closed != 0) Fail(std::strerror(errno));
+    return closed == 0;
+  }
+  const char* Reason() const { return reason_.data(); }
+
+private:
+  // Nothing here has a destructor that a jump would miss; wip_Cancelled passes no function of the library.
+  void WriteRows(std::size_t size, std::size_t count, const unsigned char* pixels) {
+    for (std::size_t y = 0; y < count; ++y) {
+      if (y % 64 == 0) wip_Poll::Now();
+      png_write_row(png_, pixels + y * size);
+    }
+  }
+  void Fail(const char* reason) { std::string_view(reason).copy(reason_.data(), reason_.size() - 1); }
+  static void OnError(png_structp png, png_const_charp message) {
+    static_cast<PngFile*>(png_get_error_ptr(png))->Fail(message);
+    png_longjmp(png, 1);
+  }
+
+  std::FILE* file_;
+  png_structp png_ = nullptr;
+  png_infop info_ = nullptr;
+  std::array<char, 128> reason_{};
+};
+} // namespace
+
 void pic_Canvas::WritePng(uti_OutputFile& output) const {
   const std::vector<unsigned char> pixels = Pixels();
-  png_image image = {};
-  image.version = PNG_IMAGE_VERSION;
-  image.width = static_cast<png_uint_32>(width_);
-  image.height = static_cast<png_uint_32>(height_);
-  image.format = PNG_FORMAT_RGB;
-  if (png_image_write_to_file(&image, output.Path().c_str(), 0, pixels.data(), 0, nullptr) == 0)
-    throw nex_TextException(output.Name() + ": cannot be written: " + image.message);
+  {
+    PngFile file(output.Path());
+    if (!file.Write(width_, height_, pixels.data()))
+      throw nex_TextException(output.Name() + ": cannot be written: " + file.Reason());
+  }
   output.Commit();
 }

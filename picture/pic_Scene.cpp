@@ -1,5 +1,6 @@
 #include <CoreGeometry/pic_Scene.h>
 
+#include <BasicUtils/wip_Poll.h>
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -96,6 +97,7 @@ private:
     constexpr double kFar = std::numeric_limits<double>::infinity();
     pic_Vector low{kFar, kFar, kFar}, high{-kFar, -kFar, -kFar};
     const auto add = [&](std::span<const int> nodes) {
+      poll_.Advance(nodes.size());
       for (const int node : nodes) {
         const pic_Vector turned = camera_.Turn(Model(node));
         for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -115,14 +117,18 @@ private:
   /// Compressed rows: the faces of each node.
   void FindFacesOfNodes() {
     firstFace_.assign(xyz_.size() / 3 + 1, 0);
-    for (const bme_OuterFace& face : outside_.faces)
+    for (const bme_OuterFace& face : outside_.faces) {
+      poll_.Advance();
       for (const int node : face.nodes.Nodes()) ++firstFace_[static_cast<std::size_t>(node) + 1];
+    }
     std::partial_sum(firstFace_.begin(), firstFace_.end(), firstFace_.begin());
     facesOfNodes_.resize(firstFace_.back());
     std::vector<unsigned> next(firstFace_.begin(), firstFace_.end() - 1);
-    for (unsigned f = 0; f < outside_.faces.size(); ++f)
+    for (unsigned f = 0; f < outside_.faces.size(); ++f) {
+      poll_.Advance();
       for (const int node : outside_.faces[f].nodes.Nodes())
         facesOfNodes_[next[static_cast<std::size_t>(node)]++] = f;
+    }
   }
 
   /// The mean of the faces around the node that turn away little from this one.
@@ -130,6 +136,7 @@ private:
     pic_Vector sum{};
     const pic_Vector own = Normalised(face.normal);
     const auto at = static_cast<std::size_t>(node);
+    poll_.Advance(firstFace_[at + 1] - firstFace_[at]);
     for (unsigned i = firstFace_[at]; i < firstFace_[at + 1]; ++i) {
       const pic_Vector& other = outside_.faces[facesOfNodes_[i]].normal;
       const double cosine = Dot(own, other), length = std::sqrt(Dot(other, other));
@@ -234,6 +241,7 @@ private:
   const pic_View& view_;
   Camera camera_;
   pic_Canvas canvas_;
+  mutable wip_Poll poll_{1U << 16U}; ///< of nodes and faces
   double lineWidth_, scale_ = 1;
   pic_Vector centre_{};
   std::vector<unsigned> firstFace_, facesOfNodes_;

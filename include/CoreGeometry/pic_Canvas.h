@@ -2,6 +2,7 @@
 #pragma once
 
 #include <BasicUtils/uti_OutputFile.h>
+#include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/PictureExport.h>
 #include <array>
 #include <vector>
@@ -14,6 +15,7 @@ struct pic_Colour {
 
 /// Triangles and lines hidden by what is nearer to the viewer.
 ///
+/// Errors     wip_Cancelled when the host wants the work to stop; no file is left then.
 /// Units      pixels: x to the right, y up from the lower left corner, z towards the viewer.
 /// Cost       several samples a pixel, 16 bytes each. Same bytes for the same calls: only the four operations
 ///            and square roots of doubles.
@@ -41,5 +43,6 @@ private:
   template<class Paint> void Fill(double lowX, double highX, double lowY, double highY, Paint&& paint);
 
   int width_, height_, perPixel_;
+  wip_Poll poll_{1U << 17U}; ///< of samples
   std::vector<Sample> samples_;
 };

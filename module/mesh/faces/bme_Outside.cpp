@@ -1,6 +1,7 @@
 #include <CoreGeometry/bme_Outside.h>
 
 #include <BasicUtils/nex_Exception.h>
+#include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/bme_ExternalFaces.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <CoreUtils/atr_Near.h>
@@ -90,6 +91,7 @@ private:
   void AddFaces(const bme_FEMFaceList& faces, auto groupOf) {
     const std::span<const float> xyz = mesh_.NodeData().Coordinates().Const();
     for (std::size_t i = 0; i < faces.Count(); ++i) {
+      poll_.Advance();
       bme_OuterFace face{faces[i], groupOf(bme_ElementOf(faces[i])), faces.FaceNodes(i), {}};
       if (face.nodes.corners < 3 || !IsFinite(face.nodes)) continue;
       face.normal = AreaVector(face.nodes.Corners(), xyz);
@@ -110,6 +112,7 @@ private:
 
   void AddLines(const bme_FEMElemList& elements, auto groupOf) {
     for (const unsigned element : elements) {
+      poll_.Advance();
       unsigned classIndex = 0, inClass = 0;
       mesh_.ElementData().GetClassAndElemIndex(element, classIndex, inClass);
       const bme_ElementClass& type = mesh_.ElementData().GetClass(classIndex);
@@ -139,6 +142,7 @@ private:
   void FindEdges() {
     std::vector<Side> sides;
     for (unsigned f = 0; f < result_.faces.size(); ++f) {
+      poll_.Advance();
       const bme_OuterFace& face = result_.faces[f];
       for (unsigned k = 0; k < face.nodes.corners; ++k) {
         const int a = face.nodes.nodes[k], b = face.nodes.nodes[(k + 1) % face.nodes.corners];
@@ -146,8 +150,12 @@ private:
         if (a != b) sides.push_back({{std::min(a, b), std::max(a, b)}, f, middle, a < b});
       }
     }
-    std::ranges::sort(sides, {}, [](const Side& side) { return std::pair(side.ends, side.face); });
+    std::ranges::sort(sides, {}, [&](const Side& side) {
+      poll_.Advance();
+      return std::pair(side.ends, side.face);
+    });
     for (auto first = sides.begin(); first != sides.end();) {
+      poll_.Advance();
       const auto next =
           std::find_if(first, sides.end(), [&](const Side& s) { return s.ends != first->ends; });
       const bool isFeature = next - first != 2 || Differ(first[0], first[1]);
@@ -166,6 +174,7 @@ private:
 
   const bme_Mesh& mesh_;
   cow_String place_;
+  wip_Poll poll_{1U << 15U};
   bme_Outside result_;
 };
 } // namespace
