@@ -18,8 +18,10 @@ using bme_LocatorPoint::WidePoint;
 
 constexpr shp_FloatBox kEmptyBox{{1, 1, 1}, {-1, -1, -1}};
 bool IsFinite(const shp_FloatBox& box) {
-  const auto isFinite = [](float x) { return std::isfinite(x); };
-  return std::ranges::all_of(box.low, isFinite) && std::ranges::all_of(box.high, isFinite);
+  float sum = 0; // x - x is 0 for all that is finite, and else no number
+  for (std::size_t axis = 0; axis < 3; ++axis)
+    sum += (box.low[axis] - box.low[axis]) + (box.high[axis] - box.high[axis]);
+  return sum == 0;
 }
 
 bool IsEmpty(const shp_FloatBox& box) { return !(box.low[0] <= box.high[0]); }
@@ -61,8 +63,8 @@ void bme_ElementLocator::AddClass(const bme_Mesh& mesh, unsigned classIndex) {
   boxes_.resize(boxes_.size() + count);
   const std::span<const int> nodes = elements.ElementConnectivity().Const();
   const std::size_t width = elements.ElementConnectivity().NumColumns();
-  const auto numNodes = static_cast<int>(coordinates_.Size());
-  const auto isKnown = [numNodes](int node) { return node >= 0 && node < numNodes; };
+  const auto numNodes = static_cast<unsigned>(coordinates_.Size());
+  const auto isKnown = [numNodes](int node) { return static_cast<unsigned>(node) < numNodes; };
   const std::span<shp_FloatBox> boxes = std::span(boxes_).subspan(firstSlot);
   constexpr std::size_t kBlock = 16384;
   bool areKnown = true;
