@@ -12,6 +12,7 @@
 #include <CoreGeometry/dtu_DatumCsys.h>
 #include <CoreGeometry/gsl_Matrix.h>
 #include <CoreUtils/atr_Near.h>
+#include <charconv>
 #include <cmath>
 #include <iomanip>
 #include <iostream>
