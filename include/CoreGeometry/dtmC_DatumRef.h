@@ -20,6 +20,7 @@ public:
   // make
   dtmC_DatumRef() = default;
   dtmC_DatumRef(int datumId, int instanceId, const cow_String& ownerName, int axisId);
+  dtmC_DatumRef(int datumId, int instanceId, const cow_List<cow_String>& ownerNames, int axisId);
   explicit dtmC_DatumRef(const cls_ReadVisitor& visitor);
   dtmC_DatumRef(const dtmC_DatumRef&) = default;
   dtmC_DatumRef& operator=(const dtmC_DatumRef&) = default;

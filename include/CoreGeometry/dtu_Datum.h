@@ -67,4 +67,7 @@ protected:
   unsigned featId_ = 0;
   unsigned instFeatId_ = 0;
   cls_OwnUid uid_;
+
+private:
+  friend class dtu_DatumContainer; ///< gives its datums their identifiers
 };

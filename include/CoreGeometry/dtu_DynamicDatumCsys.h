@@ -79,8 +79,9 @@ public:
 
   // change
   /// Fills the display frame or the stored one, never both: origin at node 1, x to node 2, z normal to the
-  /// plane; nodes on a circle: origin at its centre, x to node 1, z its normal.
-  void Regenerate(const dtu_NodesCoordPackage& coords, bool display);
+  /// plane; nodes on a circle: origin at its centre, x to node 1, z its normal. False, and nothing changed, when
+  /// the nodes are colinear.
+  bool Regenerate(const dtu_NodesCoordPackage& coords, bool display);
 
 protected:
   static constexpr auto StoredFields();

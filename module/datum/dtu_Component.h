@@ -14,7 +14,8 @@ enum dtu_ClassId : unsigned {
   dtu_kDatumPoint,
   dtu_kDynamicDatumCsys,
   dtu_k6dofNodeDatumCsys,
-  dtu_kNodesPackage
+  dtu_kNodesPackage,
+  dtu_kDatumContainer
 };
 
 /// Version of every class: none has a superseded layout.

@@ -57,14 +57,14 @@ void dtu_DynamicDatumCsys::DisplayGeometry(gsl_Point& origin, gsl_Vector& x, gsl
   z = display_.z;
 }
 
-void dtu_DynamicDatumCsys::Regenerate(const dtu_NodesCoordPackage& coords, bool display) {
+bool dtu_DynamicDatumCsys::Regenerate(const dtu_NodesCoordPackage& coords, bool display) {
   const auto node = [&](unsigned i) {
     const auto& at = coords.coordinates[i];
     return gsl_Point(at[0], at[1], at[2]);
   };
   const gsl_Point p1 = node(0), p2 = node(1), p3 = node(2);
   gsl_Vector normal;
-  if (!gsl_NormalToThreePoints(p1, p2, p3, normal)) return;
+  if (!gsl_NormalToThreePoints(p1, p2, p3, normal)) return false;
   const bool circular = nodesPackage_.NodesOnCircle();
   if (display)
     gsl_Transcribe3PointsIntoOriginAndAxes(circular, p1, p2, p3, display_.origin, display_.x, display_.y,
@@ -72,6 +72,7 @@ void dtu_DynamicDatumCsys::Regenerate(const dtu_NodesCoordPackage& coords, bool 
   else
     gsl_Transcribe3PointsIntoOriginAndAxes(circular, p1, p2, p3, origin_, xAxis_.Vector(), yAxis_.Vector(),
                                            zAxis_.Vector());
+  return true;
 }
 
 bool dtu_DynamicDatumCsys::IsSame(const dtu_Datum& other) const {

@@ -3,6 +3,7 @@
 #include "dtu_Component.h"
 #include <CoreGeometry/dtu_6dofNodeDatumCsys.h>
 #include <CoreGeometry/dtu_DatumAxis.h>
+#include <CoreGeometry/dtu_DatumContainer.h>
 #include <CoreGeometry/dtu_DatumPlane.h>
 #include <CoreGeometry/dtu_DatumPoint.h>
 
@@ -16,7 +17,8 @@ constexpr cls_MetadataFunction kClasses[] = {&dtu_Datum::InitializeMetadata,
                                              &dtu_DatumPoint::InitializeMetadata,
                                              &dtu_DynamicDatumCsys::InitializeMetadata,
                                              &dtu_6dofNodeDatumCsys::InitializeMetadata,
-                                             &dtu_NodesPackage::InitializeMetadata};
+                                             &dtu_NodesPackage::InitializeMetadata,
+                                             &dtu_DatumContainer::InitializeMetadata};
 
 constexpr omu_EnumRegistrar::Entry kEnumerations[] = {omu_EnumRegistrar::Of<dtu_DatumType>(),
                                                       omu_EnumRegistrar::Of<dtu_DatumCsysType>()};

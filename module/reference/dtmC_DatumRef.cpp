@@ -21,6 +21,9 @@ dtmC_DatumRef::dtmC_DatumRef(int datumId, int instanceId, const cow_String& owne
   if (!ownerName.empty()) ownerNames_.ListToModify().Append(ownerName);
 }
 
+dtmC_DatumRef::dtmC_DatumRef(int datumId, int instanceId, const cow_List<cow_String>& ownerNames, int axisId)
+    : ownerNames_(ownerNames), datumId_(datumId), instanceId_(instanceId), axisId_(axisId) {}
+
 dtmC_DatumRef::dtmC_DatumRef(const cls_ReadVisitor& visitor) : uid_(visitor.GetUid()) {
   cls_ReadFields(visitor, *this, StoredFields());
 }

@@ -6,6 +6,7 @@
 #include <CoreGeometry/dtmC_DatumRef.h>
 #include <CoreGeometry/dtu_6dofNodeDatumCsys.h>
 #include <CoreGeometry/dtu_DatumAxis.h>
+#include <CoreGeometry/dtu_DatumContainer.h>
 #include <CoreGeometry/dtu_DatumPlane.h>
 #include <CoreGeometry/dtu_DatumPoint.h>
 #include <CoreGeometry/gsl_ModelSegment.h>
@@ -136,6 +137,10 @@ std::vector<StoredObject> OneOfEach() {
   dynamic.Regenerate({{{1, 0, 0}, {0, 1, 0}, {-1, 0, 0}}}, false);
   dtu_6dofNodeDatumCsys sixDof(13, 14, 4, 99, dtu_SPHERICAL, &csys);
   sixDof.Regenerate({{1, 2, 3}, {0, 0, 0}}, false);
+  dtu_DatumContainer datums;
+  datums.SetOwnerNames({"Assembly", "Wing"});
+  datums.Add(sixDof, "spar");
+  datums.Add(dtu_DatumPoint(0, 4, {1, 2, 3}), "tip");
   rgnC_RegionList regions;
   regions.ListToModify().Append(Region("A")).Append(Region("B"));
   using Profile = shp_AnalyticSurfaceSegmentListShortcut;
@@ -175,6 +180,7 @@ std::vector<StoredObject> OneOfEach() {
       As<dtu_Datum>("datums/csys", csys),
       As<dtu_DatumCsys>("datums/dynamic", dynamic),
       As<dtu_Datum>("datums/sixDof", sixDof),
+      Of("datums/Wing", datums),
       Of("nodes", dtu_NodesPackage(1, 2, 3, 10, 20, 30, true)),
       Of("sets/Skin", Set()),
       Of("subset", Subset()),

@@ -6,12 +6,13 @@
 #include <map>
 
 /// Ordered map from int to owned objects. Copies share everything: a change copies the table of handles, and
-/// GetToModify the one object.
+/// GetToModify the one object, as the policy says.
 ///
 /// Cost       copy O(1); look-up O(log n).
-template<class T> class mdl_MapInt2ObjCow {
+template<class T, class Policy = cow_Direct<T>> class mdl_MapInt2ObjCow {
 public:
-  using Map = std::map<int, cow_COW<T>>;
+  using Handle = cow_COW<T, Policy>;
+  using Map = std::map<int, Handle>;
   static constexpr cls_AttributeType kStoredAs = cls_AttributeType::ObjectMap;
   static unsigned ElemTypeId() { return T::TypeId(); }
 
@@ -19,14 +20,14 @@ public:
   mdl_MapInt2ObjCow() : map_(new Map) {}
   explicit mdl_MapInt2ObjCow(const cls_ReadVisitor& visitor) : map_(new Map) {
     for (auto& [key, object] : visitor.GetObjectMap<T>())
-      map_.Modify().emplace(key, cow_COW<T>(std::move(object)));
+      map_.Modify().emplace(key, Handle(std::move(object)));
   }
 
   // ask
   int Count() const noexcept { return static_cast<int>(map_->size()); }
   bool Has(int key) const { return map_->contains(key); }
   const T& Get(int key) const { return *Find(key); }
-  const cow_COW<T>& Find(int key) const {
+  const Handle& Find(int key) const {
     const auto found = map_->find(key);
     if (found == map_->end()) throw nex_OutOfRangeException(key, Count());
     return found->second;
@@ -41,7 +42,7 @@ public:
   }
 
   // change
-  void Insert(int key, cow_COW<T> object) { map_.Modify().insert_or_assign(key, std::move(object)); }
+  void Insert(int key, Handle object) { map_.Modify().insert_or_assign(key, std::move(object)); }
   T& GetToModify(int key) {
     Find(key);
     return map_.Modify().find(key)->second.Modify();
