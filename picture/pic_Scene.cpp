@@ -1,5 +1,6 @@
 #include <CoreGeometry/pic_Scene.h>
 
+#include "pic_Datums.h"
 #include <BasicUtils/wip_Poll.h>
 #include <algorithm>
 #include <cmath>
@@ -55,10 +56,13 @@ private:
 
 class Painter {
 public:
-  Painter(const bme_Outside& outside, std::span<const float> xyz, const pic_View& view)
+  Painter(const bme_Outside& outside, std::span<const float> xyz, const pic_View& view,
+          std::span<const dtu_Datum* const> datums)
       : outside_(outside), xyz_(xyz), view_(view), camera_(view),
         canvas_(view.width, view.height, kBelow, kAbove),
-        lineWidth_(std::max(1.0, std::min(view.width, view.height) / 450.0)) {}
+        lineWidth_(std::max(1.0, std::min(view.width, view.height) / 450.0)),
+        datumLines_(datums.empty() ? std::vector<pic_DatumLine>()
+                                   : pic_LinesOf(datums, BoxOf(outside, xyz))) {}
 
   pic_Canvas Run() {
     Fit();
@@ -77,11 +81,21 @@ public:
         canvas_.Line(At(nodes[k - 1]), At(nodes[k]), 2.2 * lineWidth_, colour, 3 * lineWidth_);
       }
     }
+    DrawDatums();
     DrawAxes();
     return std::move(canvas_);
   }
 
 private:
+  static gsl_BBox BoxOf(const bme_Outside& outside, std::span<const float> xyz) {
+    gsl_BBox box;
+    const auto add = [&](std::span<const int> nodes) {
+      for (const int node : nodes) box.Add(xyz.subspan(3 * static_cast<std::size_t>(node), 3));
+    };
+    for (const bme_OuterFace& face : outside.faces) add(face.nodes.Nodes());
+    for (const bme_OuterLine& line : outside.lines) add(line.nodes.Nodes());
+    return box;
+  }
   pic_Vector Model(int node) const {
     const std::size_t i = 3 * static_cast<std::size_t>(node);
     return {xyz_[i], xyz_[i + 1], xyz_[i + 2]};
@@ -96,18 +110,23 @@ private:
   void Fit() {
     constexpr double kFar = std::numeric_limits<double>::infinity();
     pic_Vector low{kFar, kFar, kFar}, high{-kFar, -kFar, -kFar};
+    const auto addPoint = [&](const pic_Vector& point) {
+      const pic_Vector turned = camera_.Turn(point);
+      for (std::size_t axis = 0; axis < 3; ++axis) {
+        low[axis] = std::min(low[axis], turned[axis]);
+        high[axis] = std::max(high[axis], turned[axis]);
+      }
+    };
     const auto add = [&](std::span<const int> nodes) {
       poll_.Advance(nodes.size());
-      for (const int node : nodes) {
-        const pic_Vector turned = camera_.Turn(Model(node));
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-          low[axis] = std::min(low[axis], turned[axis]);
-          high[axis] = std::max(high[axis], turned[axis]);
-        }
-      }
+      for (const int node : nodes) addPoint(Model(node));
     };
     for (const bme_OuterFace& face : outside_.faces) add(face.nodes.Nodes());
     for (const bme_OuterLine& line : outside_.lines) add(line.nodes.Nodes());
+    for (const pic_DatumLine& line : datumLines_) {
+      addPoint(line.from);
+      addPoint(line.to);
+    }
     centre_ = Scaled(Sum(low, high), 0.5);
     const double fits = std::min((1 - 2 * kMargin) * view_.width / std::max(high[0] - low[0], 1e-300),
                                  (1 - 2 * kMargin) * view_.height / std::max(high[1] - low[1], 1e-300));
@@ -204,6 +223,15 @@ private:
     }
   }
 
+  /// Thin over everything, then wide where nothing is before it.
+  void DrawDatums() {
+    constexpr double kFront = 1e30;
+    for (const double width : {0.8 * lineWidth_, 2 * lineWidth_})
+      for (const pic_DatumLine& line : datumLines_)
+        canvas_.Line(ToPicture(line.from), ToPicture(line.to), width, line.colour,
+                     width < lineWidth_ ? kFront : width);
+  }
+
   void DrawAxes() {
     struct Axis {
       pic_Vector direction;
@@ -211,9 +239,9 @@ private:
       std::vector<std::array<double, 4>> letter; ///< strokes in a box from -1 to 1
     };
     const Axis axes[] = {
-        {{1, 0, 0}, {0.80, 0.15, 0.15}, {{-0.7, -1, 0.7, 1}, {-0.7, 1, 0.7, -1}}},
-        {{0, 1, 0}, {0.10, 0.55, 0.15}, {{-0.7, 1, 0, 0}, {0.7, 1, 0, 0}, {0, 0, 0, -1}}},
-        {{0, 0, 1}, {0.15, 0.30, 0.80}, {{-0.7, 1, 0.7, 1}, {0.7, 1, -0.7, -1}, {-0.7, -1, 0.7, -1}}}};
+        {{1, 0, 0}, pic_kAxisColours[0], {{-0.7, -1, 0.7, 1}, {-0.7, 1, 0.7, -1}}},
+        {{0, 1, 0}, pic_kAxisColours[1], {{-0.7, 1, 0, 0}, {0.7, 1, 0, 0}, {0, 0, 0, -1}}},
+        {{0, 0, 1}, pic_kAxisColours[2], {{-0.7, 1, 0.7, 1}, {0.7, 1, -0.7, -1}, {-0.7, -1, 0.7, -1}}}};
     const double length = 0.07 * std::min(view_.width, view_.height), front = 1e30; // before everything
     const pic_Vector origin{1.6 * length, 1.6 * length, front};
     std::array<int, 3> order{0, 1, 2};
@@ -246,6 +274,7 @@ private:
   pic_Vector centre_{};
   std::vector<unsigned> firstFace_, facesOfNodes_;
   std::vector<pic_Canvas::Corner> rim_;
+  std::vector<pic_DatumLine> datumLines_;
 };
 } // namespace
 
@@ -253,6 +282,7 @@ pic_Colour pic_GroupColour(int group) { return PaletteOf(group).colour; }
 
 cow_String pic_ColourName(int group) { return PaletteOf(group).name; }
 
-pic_Canvas pic_Draw(const bme_Outside& outside, std::span<const float> coordinates, const pic_View& view) {
-  return Painter(outside, coordinates, view).Run();
+pic_Canvas pic_Draw(const bme_Outside& outside, std::span<const float> coordinates, const pic_View& view,
+                    std::span<const dtu_Datum* const> datums) {
+  return Painter(outside, coordinates, view, datums).Run();
 }

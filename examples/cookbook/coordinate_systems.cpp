@@ -1,5 +1,6 @@
 #include <BasicUtils/cls_CreateModel.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/dtu_DatumContainer.h>
 #include <CoreGeometry/dtu_DatumCsys.h>
 #include <CoreGeometry/dtu_Mapping.h>
 #include <iostream>
@@ -19,8 +20,11 @@ int main() try {
   dtu_RotateVectorsIntoLocal(at, hole, force);
   std::cout << "radial force " << force[0] << '\n';
 
+  dtu_DatumContainer datums; // of the mesh "meshes/plate"
+  datums.SetOwnerNames({"plate"});
+  datums.Add(hole, "hole");
   cls_CreateModel("hole.cgdb", {},
-                  [&](const cls_Database&, cls_WritePass& pass) { pass.Put("datums/hole", hole); });
+                  [&](const cls_Database&, cls_WritePass& pass) { pass.Put("datums/plate", datums); });
 } catch (const std::exception& error) {
   std::cerr << error.what() << '\n';
   return 1;

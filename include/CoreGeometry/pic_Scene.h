@@ -5,6 +5,8 @@
 #include <CoreGeometry/bme_Outside.h>
 #include <CoreGeometry/pic_Canvas.h>
 
+class dtu_Datum;
+
 struct pic_View {
   pic_Vector direction{1, -1.5, 1}; ///< from the model to the viewer, of any length but 0
   int width = 1200, height = 900;
@@ -14,6 +16,9 @@ struct pic_View {
 CORE_GEOMETRY_PICTURE_API pic_Colour pic_GroupColour(int group); ///< the same ten again and again
 CORE_GEOMETRY_PICTURE_API cow_String pic_ColourName(int group);
 
-/// Parallel projection that shows everything, z upwards where it can; axes in the lower left corner.
+/// Parallel projection that shows everything, z upwards where it can; axes in the lower left corner. Datums are
+/// seen through the mesh, in thinner lines: points as crosses, axes and planes as far as the mesh goes, planes
+/// with their normal, systems with their axes in the colours of those in the corner.
 CORE_GEOMETRY_PICTURE_API pic_Canvas pic_Draw(const bme_Outside& outside, std::span<const float> coordinates,
-                                              const pic_View& view);
+                                              const pic_View& view,
+                                              std::span<const dtu_Datum* const> datums = {});

@@ -95,27 +95,6 @@ TEST_F(Program, PrintsSetsByUserLabelInCompactRanges) {
             json::parse(R"({"element set": 7, "node set": 2, "surface": 3})"));
 }
 
-TEST_F(Program, MapsPointsThroughCoordinateSystems) {
-  ASSERT_EQ(RunTool({"import", SAMPLE, "-o", model_}).exitCode, 0);
-  EXPECT_EQ(ToolFacts({"csys", model_})["datums"], json::array());
-  EXPECT_EQ(RunTool({"csys", model_, "--to-local", "1,2,3"}).exitCode, 1) << "there is none yet";
-  const json added = ToolFacts({"csys", model_, "--add", "hole", "--kind", "cylindrical", "--origin", "1,2,3",
-                                "--x", "0,2,0", "--y", "0,1,5"});
-  EXPECT_EQ(added["datums"][0], json::parse(R"({"datum": "datums/hole", "kind": "cylindrical system",
-    "origin": [1.0, 2.0, 3.0], "x": [0.0, 1.0, 0.0], "y": [0.0, 0.0, 1.0], "z": [1.0, 0.0, 0.0]})"));
-  EXPECT_EQ(RunTool({"csys", model_, "--add", "hole"}).exitCode, 1) << "not without --force";
-  EXPECT_EQ(RunTool({"csys", model_, "--to-local", "5,2,5", "--to-local", "5,-1,3"}).out,
-            "global (5.0, 2.0, 5.0) is local (2.0, 90.0, 4.0)\n"
-            "global (5.0, -1.0, 3.0) is local (3.0, 180.0, 4.0)\n");
-  const json radians = ToolFacts({"csys", model_, "--radians", "--to-local", "5,2,5"});
-  EXPECT_NEAR(radians["points"][0]["local"][1].get<double>(), 1.5707963267948966, 1e-12);
-  EXPECT_EQ(radians["degrees"], false);
-  const json back = ToolFacts({"csys", model_, "hole", "--to-global", "2,90,4"})["points"][0]["global"];
-  EXPECT_NEAR(back[1].get<double>(), 2, 1e-12);
-  EXPECT_NEAR(back[2].get<double>(), 5, 1e-12);
-  EXPECT_EQ(ToolFacts({"info", model_})["datums"], 1);
-}
-
 TEST_F(Program, ReportsUnknownLabelsAndAnswersTheOthers) {
   OneHex().Write(folder_ / "cube.exo");
   ASSERT_EQ(RunTool({"import", folder_ / "cube.exo", "-o", model_}).exitCode, 0);

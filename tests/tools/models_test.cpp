@@ -258,7 +258,7 @@ TEST_F(Models, AreChangedByWhatTheyHoldWhenItIsTheCommandsTurn) {
   };
   const Case cases[] = {{{"import", cube, "-o", file, "--name", "one"}, "meshes/one", 1},
                         {{"import", cube, "-o", file, "--name", "two"}, "meshes/other", 0},
-                        {{"csys", file, "--add", "c"}, "datums/c", 1}};
+                        {{"csys", file, "--name", "row", "--add", "c"}, "datums/row", 1}};
   for (const Case& one : cases) {
     cls_Database model = cls_Database::Open(file, cls_Database::Mode::ReadWrite);
     pid_t tool = 0;

@@ -1,5 +1,6 @@
 // What leaves a model: files for other programs, outsides, pictures.
 #include "ExodusWriter.h"
+#include "Picture.h"
 #include "ToolRun.h"
 #include "VtuReader.h"
 
@@ -17,7 +18,6 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <numeric>
-#include <png.h>
 #include <random>
 #include <sys/stat.h>
 
@@ -327,32 +327,6 @@ TEST_F(Views, SkinsHaveTheFacesThatNoOtherElementHasWithTheirSources) {
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_NE(run.err.find("is a set of nodes"), std::string::npos) << run.err;
 }
-
-struct Picture {
-  explicit Picture(const std::string& file) {
-    png_image image = {};
-    image.version = PNG_IMAGE_VERSION;
-    EXPECT_TRUE(png_image_begin_read_from_file(&image, file.c_str())) << image.message;
-    image.format = PNG_FORMAT_RGB;
-    width = static_cast<int>(image.width);
-    height = static_cast<int>(image.height);
-    rgb.resize(PNG_IMAGE_SIZE(image));
-    EXPECT_TRUE(png_image_finish_read(&image, nullptr, rgb.data(), 0, nullptr)) << image.message;
-  }
-  /// What a pixel looks like.
-  std::string At(int x, int y) const {
-    const unsigned char* p = &rgb[3 * static_cast<std::size_t>(y * width + x)];
-    const auto [low, high] = std::minmax({p[0], p[1], p[2]});
-    if (high - low < 30) return "light";
-    return p[2] == high ? "blue" : p[0] == high ? "orange" : "other";
-  }
-  int Sum(int x, int y) const {
-    const unsigned char* p = &rgb[3 * static_cast<std::size_t>(y * width + x)];
-    return p[0] + p[1] + p[2];
-  }
-  int width = 0, height = 0;
-  std::vector<unsigned char> rgb;
-};
 
 TEST_F(Views, PicturesShowWhatIsInFrontInItsColour) {
   const std::string model = Import(Cubes(), "cubes"), file = folder_ / "cubes.png";

@@ -1,10 +1,6 @@
 #include "cli_Regions.h"
 
 #include <BasicUtils/cls_ReadView.h>
-#include <CoreGeometry/dtu_6dofNodeDatumCsys.h>
-#include <CoreGeometry/dtu_DatumAxis.h>
-#include <CoreGeometry/dtu_DatumPlane.h>
-#include <CoreGeometry/dtu_DatumPoint.h>
 #include <algorithm>
 #include <set>
 
@@ -68,12 +64,6 @@ cow_String cli_MeshIndex::RootOf(const rgnC_Region& region, int meshId) const {
   const cow_String owner = cli_kMeshFolder + cli_OwnerText(region);
   const auto own = std::find_if(first, end, [&](const auto& one) { return one.second == owner; });
   return own == end ? first->second : own->second;
-}
-
-std::vector<cow_String> cli_DatumRoots(const cls_Database& model) {
-  return model.RootsOf({dtu_Datum::TypeId(), dtu_DatumPoint::TypeId(), dtu_DatumAxis::TypeId(),
-                        dtu_DatumPlane::TypeId(), dtu_DatumCsys::TypeId(), dtu_DynamicDatumCsys::TypeId(),
-                        dtu_6dofNodeDatumCsys::TypeId()});
 }
 
 void cli_AddBareSets(const cls_Database& model, std::vector<cli_RegionRoot>& regions) {

@@ -1,4 +1,4 @@
-// cli_Regions.h: regions of a model file with the meshes that they are regions of, and datums
+// cli_Regions.h: regions of a model file with the meshes that they are regions of
 #pragma once
 
 #include "cli_Model.h"
@@ -6,8 +6,6 @@
 
 #include <CoreGeometry/rgnC_Region.h>
 #include <map>
-
-inline constexpr const char* cli_kDatumFolder = "datums/";
 
 struct cli_RegionRoot {
   cow_String root;
@@ -33,9 +31,6 @@ public:
 private:
   std::multimap<int, cow_String> roots_; ///< sorted within an identifier
 };
-
-/// Names of all roots that are datums of any class, sorted.
-std::vector<cow_String> cli_DatumRoots(const cls_Database& model);
 
 /// Adds contents that no region refers to, as regions without an owner.
 void cli_AddBareSets(const cls_Database& model, std::vector<cli_RegionRoot>& regions);

@@ -1,6 +1,7 @@
 // coregeometry export: a mesh of a model as a file for other programs
 #include "cli_Commands.h"
 #include "cli_Console.h"
+#include "cli_Datums.h"
 #include "cli_Ledger.h"
 #include "cli_Output.h"
 #include "cli_Regions.h"
@@ -37,6 +38,14 @@ const std::vector<cli_FileFormat>& Formats() {
   return all;
 }
 
+/// Neither file has a place for them.
+void AddDatums(exo_Ledger& ledger, const std::vector<cli_Datum>& datums) {
+  if (datums.empty()) return;
+  exo_LedgerEntry entry{"datums", static_cast<long long>(datums.size()), {}};
+  for (const cli_Datum& one : datums) entry.detail += (entry.detail.empty() ? "" : ", ") + one.name;
+  ledger.push_back(entry);
+}
+
 void Run(const Arguments& arguments) {
   const Writer& writer = kWriters[cli_ChooseFormat(arguments.output, Formats())];
   cli_Console console;
@@ -47,7 +56,8 @@ void Run(const Arguments& arguments) {
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
   const std::vector<bme_NamedSet> sets = cli_SetsOfMesh(model, root);
   console.Begin("writing " + output.Name());
-  const exo_Ledger ledger = writer.write(output, *mesh, sets, arguments);
+  exo_Ledger ledger = writer.write(output, *mesh, sets, arguments);
+  AddDatums(ledger, cli_Datums(model, root));
   console.End();
   if (arguments.json) {
     cli_PrintJson({{"file", arguments.file},

@@ -1,8 +1,10 @@
 // coregeometry import: an Exodus II file becomes a mesh of a model
 #include "cli_Commands.h"
 #include "cli_Console.h"
+#include "cli_Datums.h"
 #include "cli_Ledger.h"
 #include "cli_Regions.h"
+#include <CoreGeometry/bme_RegenerateDatums.h>
 #include <CoreGeometry/exo_Import.h>
 
 #include <BasicUtils/cls_CreateModel.h>
@@ -105,6 +107,18 @@ void PutSets(const cls_Database& model, cls_WritePass& pass, const Target& targe
   }
 }
 
+/// Systems that follow nodes of the mesh that was there before follow those of the new one.
+void FollowNodes(const cls_Database& model, cls_WritePass& pass, const Target& target, const bme_Mesh& mesh) {
+  const cow_String root = cli_DatumRoot(target.root);
+  if (!model.Has(root) || model.TypeId(root) != dtu_DatumContainer::TypeId()) return;
+  const cow_CountedHld<dtu_DatumContainer> stored = model.Get<dtu_DatumContainer>(root);
+  dtu_DatumContainer datums = *stored;
+  for (const bme_LostDatum& lost : bme_RegenerateDatums(datums, mesh))
+    std::cerr << "coregeometry: " << target.file.string() << ", " << root << '/' << datums.NameOf(lost.datum)
+              << " keeps its frame: " << lost.Text() << '\n';
+  if (!(datums == *stored)) pass.Put(root, datums);
+}
+
 /// Whatever depends on what the model holds is decided here, where nobody else can change it.
 void Put(const cls_Database& model, cls_WritePass& pass, const Target& target, exo_Import& import,
          bool force) {
@@ -113,6 +127,7 @@ void Put(const cls_Database& model, cls_WritePass& pass, const Target& target, e
   if (model.Has(target.root))
     for (const cow_String& root : RegionsOf(model, target)) pass.Remove(root);
   pass.Put(target.root, *import.mesh);
+  FollowNodes(model, pass, target, *import.mesh);
   PutSets(model, pass, target, import.sets);
 }
 
@@ -232,7 +247,8 @@ void cli_AddImport(CLI::App& app) {
       ->expected(1)
       ->allow_extra_args(false)
       ->take_all();
-  command->add_flag("--force", arguments->force, "Replace a mesh of the same name, and its regions");
+  command->add_flag("--force", arguments->force,
+                    "Replace a mesh of the same name, and its regions; its datums stay");
   command->add_flag("--json", arguments->json, "Print the facts as JSON");
   command->footer(
       "A model that exists gets the mesh as one more. Element blocks become element classes in their\n"

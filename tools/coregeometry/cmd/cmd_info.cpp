@@ -1,6 +1,7 @@
 // coregeometry info: what a model file holds
 #include "cli_Commands.h"
 #include "cli_Console.h"
+#include "cli_Datums.h"
 #include "cli_Regions.h"
 
 #include <CoreGeometry/shp_Shape.h>
@@ -154,7 +155,7 @@ void Run(const Arguments& arguments) {
   }
   std::map<cow_String, std::size_t> kinds;
   for (const cli_RegionRoot& one : cli_Regions(model)) ++kinds[cli_KindText(one.region.GetSetTypeBits())];
-  const std::size_t numDatums = cli_DatumRoots(model).size();
+  const std::size_t numDatums = cli_Datums(model).size();
   json["regions"] = cli_Json::object();
   for (const auto& [kind, count] : kinds) {
     json["regions"][kind] = count;

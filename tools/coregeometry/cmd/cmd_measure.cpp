@@ -1,6 +1,7 @@
 // coregeometry measure: lengths, areas, volumes, masses and inertia of a mesh and its parts
 #include "cli_Commands.h"
 #include "cli_Console.h"
+#include "cli_Datums.h"
 #include "cli_Regions.h"
 #include "cli_Skin.h"
 #include "cli_Words.h"
@@ -202,18 +203,14 @@ void Print(const cli_Json& group, const bme_Measures& measures) {
   }
 }
 
-gsl_Matrix FrameOf(const Arguments& arguments, const cls_Database& model) {
+gsl_Matrix FrameOf(const Arguments& arguments, const cls_Database& model, const cow_String& root) {
   gsl_Matrix frame;
   if (arguments.csys.empty()) return frame;
-  for (const cow_String& root : cli_DatumRoots(model)) {
-    if (root != arguments.csys && root != cli_kDatumFolder + arguments.csys) continue;
-    const auto datum = model.Get<dtu_Datum>(root);
-    const auto* csys = dynamic_cast<const dtu_DatumCsys*>(&*datum);
-    if (csys && bme_GetFrame(*csys, frame)) return frame;
-    throw nex_TextException(arguments.file + ", " + root + ": has no axes to measure in");
-  }
-  throw nex_TextException(arguments.file + ": no datum \"" + arguments.csys + '"'
-                          + atr_Alternatives(arguments.csys, cli_DatumRoots(model)));
+  const std::vector<cli_Datum> datums = cli_Datums(model, root);
+  const cli_Datum& chosen = cli_ChooseDatum(model, datums, arguments.csys, "datum");
+  const auto* csys = dynamic_cast<const dtu_DatumCsys*>(&*chosen.datum);
+  if (csys && bme_GetFrame(*csys, frame)) return frame;
+  throw nex_TextException(arguments.file + ", " + chosen.Path() + ": has no axes to measure in");
 }
 
 void Run(const Arguments& arguments) {
@@ -225,7 +222,7 @@ void Run(const Arguments& arguments) {
   bme_MeasureOptions options;
   for (const ValueOption& value : arguments.values)
     options.*value.target = ParseValues(value, mesh->ElementData());
-  const gsl_Matrix frame = FrameOf(arguments, model);
+  const gsl_Matrix frame = FrameOf(arguments, model, root);
   const std::vector<Group> groups = GroupsOf(arguments, model, root, *mesh);
   console.End();
   cli_Json json = {{"file", arguments.file}, {"mesh", root}, {"groups", cli_Json::array()}};

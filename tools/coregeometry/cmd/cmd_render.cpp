@@ -1,6 +1,7 @@
 // coregeometry render: a picture of a mesh
 #include "cli_Commands.h"
 #include "cli_Console.h"
+#include "cli_Datums.h"
 #include "cli_Output.h"
 #include "cli_Regions.h"
 #include "cli_Words.h"
@@ -16,7 +17,7 @@ struct Arguments {
   cli_OutputArguments output;
   std::vector<std::string> sets;
   std::vector<double> direction;
-  bool json = false, edges = false;
+  bool json = false, edges = false, datums = false;
 };
 
 const std::vector<cli_FileFormat>& Formats() {
@@ -59,7 +60,10 @@ void Run(const Arguments& arguments) {
   const std::vector<bme_NamedSet> sets =
       arguments.sets.empty() ? std::vector<bme_NamedSet>() : cli_SetsOfMesh(model, root);
   const bme_Outside outside = bme_FindOutside(*mesh, sets, arguments.sets, arguments.file + ", " + root);
-  pic_Draw(outside, mesh->NodeData().Coordinates().Const(), view).WritePng(output);
+  const std::vector<cli_Datum> datums = arguments.datums ? cli_Datums(model, root) : std::vector<cli_Datum>();
+  std::vector<const dtu_Datum*> drawn;
+  for (const cli_Datum& one : datums) drawn.push_back(&*one.datum);
+  pic_Draw(outside, mesh->NodeData().Coordinates().Const(), view, drawn).WritePng(output);
   console.End();
 
   std::vector<long long> faces(outside.groups.size()), lines(outside.groups.size());
@@ -78,6 +82,13 @@ void Run(const Arguments& arguments) {
       cli_Report() << "  " << colour << ": " << outside.groups[i] << ", " << faces[i] << " faces"
                    << (lines[i] > 0 ? ", " + std::to_string(lines[i]) + " lines" : "") << '\n';
   }
+  cli_Json paths = cli_Json::array();
+  for (const cli_Datum& one : datums) {
+    paths.push_back(one.Path());
+    if (!arguments.json) std::cout << "  " << one.Path() << ", " << cli_KindText(*one.datum) << '\n';
+  }
+  if (arguments.datums && datums.empty() && !arguments.json)
+    std::cout << "  no datums: the model holds none of this mesh\n";
   if (outside.notFinite > 0 && !arguments.json)
     cli_Report() << "Left out: " << outside.notFinite
                  << " faces and lines with nodes that have no finite coordinates\n";
@@ -88,7 +99,8 @@ void Run(const Arguments& arguments) {
                    {"width", view.width},
                    {"height", view.height},
                    {"notFinite", outside.notFinite},
-                   {"groups", groups}});
+                   {"groups", groups},
+                   {"datums", paths}});
 }
 } // namespace
 
@@ -100,6 +112,8 @@ void cli_AddRender(CLI::App& app) {
   cli_AddNames(*command, "--sets", arguments->sets,
                "Draw these sets and surfaces alone, each in a colour of its own");
   command->add_flag("--edges", arguments->edges, "Draw the edges of all faces, too");
+  command->add_flag("--datums", arguments->datums,
+                    "Draw the points, axes, planes and coordinate systems of the mesh, too");
   command->add_option("--view", arguments->direction, "Direction to the viewer, X,Y,Z; 1,-1.5,1 by default")
       ->delimiter(',')
       ->expected(3);
@@ -108,7 +122,9 @@ void cli_AddRender(CLI::App& app) {
       "Shows what is seen from outside: shells, and faces of solids that no other solid has, with the edges\n"
       "where they turn by more than 30 degrees; line elements as lines. Colours tell element classes apart,\n"
       "or sets. Points, and types without a shape, are not drawn. No display is needed; the same mesh gives\n"
-      "the same bytes.\n"
+      "the same bytes. Datums are thin where the part is before them; the axes of a system have the colours "
+      "of\n"
+      "those in the corner.\n"
       "\n"
       "Examples:\n"
       "  coregeometry render bracket.cgdb -o bracket.png --edges\n"
