@@ -9,7 +9,7 @@
 
 namespace {
 constexpr pic_Colour kDatum{0.72, 0.10, 0.58};
-constexpr double kSystem = 0.12, kNormal = 0.08, kPoint = 0.02,
+constexpr double kSystem = 0.12, kNormal = 0.08, kPoint = 0.03,
                  kBeyond = 0.05; ///< parts of the diagonal of all
 
 class Drawer {

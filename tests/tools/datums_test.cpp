@@ -121,7 +121,7 @@ TEST_F(Datums, PicturesShowDatumsBesideAndThroughThePart) {
   ASSERT_EQ(RunTool({"import", folder_ / "hex.exo", "-o", model_, "--name", "m"}).exitCode, 0);
   const auto draw = [&](const char* view, bool hasDatums) {
     std::vector<std::string> all{"render", model_, "-o",     file,     "--force",
-                                 "--view", view,   "--size", "400x300"};
+                                 "--view", view,   "--size", "800x600"};
     if (hasDatums) all.push_back("--datums");
     EXPECT_EQ(ToolFacts(all)["datums"], hasDatums ? json({"datums/m/it"}) : json::array());
     return Picture(file);
