@@ -121,19 +121,27 @@ void pic_Canvas::Line(const pic_Vector& from, const pic_Vector& to, double width
 
 std::vector<unsigned char> pic_Canvas::Pixels() const {
   std::vector<unsigned char> pixels;
-  pixels.reserve(3 * static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_));
+  pixels.reserve((isTransparent_ ? 4 : 3) * static_cast<std::size_t>(width_)
+                 * static_cast<std::size_t>(height_));
   const auto n = static_cast<std::size_t>(perPixel_), columns = static_cast<std::size_t>(width_) * n;
   wip_Poll poll(64);
   for (std::size_t y = static_cast<std::size_t>(height_); y-- > 0;) {
     poll.Advance();
-    for (std::size_t x = 0; x < static_cast<std::size_t>(width_); ++x)
-      for (std::size_t channel = 0; channel < 3; ++channel) {
-        double sum = 0;
-        for (std::size_t k = 0; k < n * n; ++k)
-          sum += static_cast<double>(samples_[(y * n + k / n) * columns + x * n + k % n].light[channel]);
-        const double shown = std::sqrt(sum / static_cast<double>(n * n));
-        pixels.push_back(static_cast<unsigned char>(std::lround(shown * 255)));
+    for (std::size_t x = 0; x < static_cast<std::size_t>(width_); ++x) {
+      std::array<double, 3> sum{};
+      std::size_t count = 0;
+      for (std::size_t k = 0; k < n * n; ++k) {
+        const Sample& sample = samples_[(y * n + k / n) * columns + x * n + k % n];
+        if (isTransparent_ && std::isinf(sample.depth) && sample.depth < 0) continue;
+        ++count;
+        for (std::size_t channel = 0; channel < 3; ++channel)
+          sum[channel] += static_cast<double>(sample.light[channel]);
       }
+      const auto byte = [](double shown) { return static_cast<unsigned char>(std::lround(shown * 255)); };
+      for (const double light : sum)
+        pixels.push_back(byte(count > 0 ? std::sqrt(light / static_cast<double>(count)) : 0));
+      if (isTransparent_) pixels.push_back(byte(static_cast<double>(count) / static_cast<double>(n * n)));
+    }
   }
   return pixels;
 }
@@ -152,8 +160,8 @@ public:
   PngFile(const PngFile&) = delete;
   PngFile& operator=(const PngFile&) = delete;
 
-  /// Rows of red, green and blue, from above. False when it failed.
-  bool Write(int width, int height, const unsigned char* pixels) {
+  /// Rows of red, green, blue and opacity if there is one, from above. False when it failed.
+  bool Write(int width, int height, bool hasOpacity, const unsigned char* pixels) {
     if (!file_) return false;
     png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, this, OnError, [](png_structp, png_const_charp) {});
     if (png_) info_ = png_create_info_struct(png_);
@@ -161,10 +169,12 @@ public:
     if (setjmp(png_jmpbuf(png_)) != 0) return false; // OnError comes back here
     png_init_io(png_, file_);
     png_set_IHDR(png_, info_, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), 8,
-                 PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
+                 hasOpacity ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
     png_set_sRGB(png_, info_, PNG_sRGB_INTENT_PERCEPTUAL);
     png_write_info(png_, info_);
-    WriteRows(static_cast<std::size_t>(width) * 3, static_cast<std::size_t>(height), pixels);
+    WriteRows(static_cast<std::size_t>(width) * (hasOpacity ? 4 : 3), static_cast<std::size_t>(height),
+              pixels);
     png_write_end(png_, info_);
     const int closed = std::fclose(std::exchange(file_, nullptr));
     if (closed != 0) Fail(std::strerror(errno));
@@ -197,7 +207,7 @@ void pic_Canvas::WritePng(uti_OutputFile& output) const {
   const std::vector<unsigned char> pixels = Pixels();
   {
     PngFile file(output.Path());
-    if (!file.Write(width_, height_, pixels.data()))
+    if (!file.Write(width_, height_, isTransparent_, pixels.data()))
       throw nex_TextException(output.Name() + ": cannot be written: " + file.Reason());
   }
   output.Commit();

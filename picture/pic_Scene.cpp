@@ -1,9 +1,12 @@
 #include <CoreGeometry/pic_Scene.h>
 
 #include "pic_Datums.h"
+#include "pic_Text.h"
+
 #include <BasicUtils/wip_Poll.h>
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <numeric>
 
@@ -19,6 +22,8 @@ constexpr Named kPalette[] = {{{0.42, 0.62, 0.84}, "blue"},   {{0.95, 0.68, 0.36
                               {{0.68, 0.58, 0.50}, "brown"},  {{0.70, 0.73, 0.76}, "grey"}};
 constexpr pic_Colour kBelow{0.82, 0.86, 0.91}, kAbove{0.99, 0.99, 1.0}, kFeature{0.10, 0.12, 0.16},
     kMeshEdge{0.30, 0.34, 0.40};
+constexpr pic_Colour kWhite{1, 1, 1};
+constexpr double kFront = 1e30; ///< before everything
 constexpr double kMargin = 0.07, kCosOfSmooth = 0.8660254037844386;
 
 const Named& PaletteOf(int group) { return kPalette[static_cast<std::size_t>(group) % std::size(kPalette)]; }
@@ -59,10 +64,13 @@ public:
   Painter(const bme_Outside& outside, std::span<const float> xyz, const pic_View& view,
           std::span<const dtu_Datum* const> datums)
       : outside_(outside), xyz_(xyz), view_(view), camera_(view),
-        canvas_(view.width, view.height, kBelow, kAbove),
+        canvas_(view.width, view.height, view.background == pic_Background::Shaded ? kBelow : kWhite,
+                view.background == pic_Background::Shaded ? kAbove : kWhite),
         lineWidth_(std::max(1.0, std::min(view.width, view.height) / 450.0)),
         datumLines_(datums.empty() ? std::vector<pic_DatumLine>()
-                                   : pic_LinesOf(datums, BoxOf(outside, xyz))) {}
+                                   : pic_LinesOf(datums, BoxOf(outside, xyz))) {
+    canvas_.SetTransparent(view.background == pic_Background::Transparent);
+  }
 
   pic_Canvas Run() {
     Fit();
@@ -81,8 +89,14 @@ public:
         canvas_.Line(At(nodes[k - 1]), At(nodes[k]), 2.2 * lineWidth_, colour, 3 * lineWidth_);
       }
     }
+    DrawPoints();
     DrawDatums();
-    DrawAxes();
+    if (view_.hasAxes) DrawAxes();
+    DrawTitle();
+    if (view_.hasLegend) {
+      DrawLegend();
+      DrawScaleBar();
+    }
     return std::move(canvas_);
   }
 
@@ -102,8 +116,8 @@ private:
   }
   pic_Vector ToPicture(const pic_Vector& v) const {
     const pic_Vector turned = camera_.Turn(v);
-    return {view_.width / 2.0 + scale_ * (turned[0] - centre_[0]),
-            view_.height / 2.0 + scale_ * (turned[1] - centre_[1]), scale_ * (turned[2] - centre_[2])};
+    return {middle_[0] + scale_ * (turned[0] - centre_[0]), middle_[1] + scale_ * (turned[1] - centre_[1]),
+            scale_ * (turned[2] - centre_[2])};
   }
   pic_Vector At(int node) const { return ToPicture(Model(node)); }
 
@@ -123,14 +137,131 @@ private:
     };
     for (const bme_OuterFace& face : outside_.faces) add(face.nodes.Nodes());
     for (const bme_OuterLine& line : outside_.lines) add(line.nodes.Nodes());
+    for (const bme_OuterPoint& point : outside_.points) addPoint(Model(static_cast<int>(point.node)));
     for (const pic_DatumLine& line : datumLines_) {
       addPoint(line.from);
       addPoint(line.to);
     }
     centre_ = Scaled(Sum(low, high), 0.5);
-    const double fits = std::min((1 - 2 * kMargin) * view_.width / std::max(high[0] - low[0], 1e-300),
-                                 (1 - 2 * kMargin) * view_.height / std::max(high[1] - low[1], 1e-300));
-    scale_ = std::isfinite(fits) && fits < 1e290 ? fits : 1; // of one point
+    // what is written has its own strips; the axes have either the left or the bottom one, whichever costs less
+    Strips best;
+    double bestScale = -1;
+    for (const bool areLeft : {true, false}) {
+      const Strips strips = StripsWith(areLeft);
+      const double width = view_.width - strips.left - strips.right,
+                   height = view_.height - strips.bottom - strips.top;
+      const double fits = std::min((1 - 2 * kMargin) * width / std::max(high[0] - low[0], 1e-300),
+                                   (1 - 2 * kMargin) * height / std::max(high[1] - low[1], 1e-300));
+      if (fits <= bestScale) continue;
+      bestScale = fits;
+      best = strips;
+    }
+    scale_ = std::isfinite(bestScale) && bestScale < 1e290 && bestScale > 0 ? bestScale : 1; // of one point
+    middle_ = {(view_.width + best.left - best.right) / 2, (view_.height + best.bottom - best.top) / 2};
+  }
+
+  struct Strips {
+    double left = 0, right = 0, bottom = 0, top = 0;
+  };
+  Strips StripsWith(bool areAxesLeft) const {
+    Strips strips;
+    if (view_.hasAxes) (areAxesLeft ? strips.left : strips.bottom) = 2.9 * AxisLength();
+    if (!view_.title.empty()) strips.top = 3 * TextHeight();
+    if (view_.hasLegend) {
+      strips.right = LegendWidth();
+      strips.bottom = std::max(strips.bottom, 5 * TextHeight());
+    }
+    return strips;
+  }
+  double AxisLength() const { return 0.055 * std::min(view_.width, view_.height); }
+  double TextHeight() const { return std::max(7.0, 0.018 * std::min(view_.width, view_.height)); }
+
+  /// Groups that something is seen of, in order.
+  std::vector<std::size_t> SeenGroups() const {
+    std::vector<char> isSeen(outside_.groups.size());
+    for (const auto& face : outside_.faces) isSeen[static_cast<std::size_t>(face.group)] = 1;
+    for (const auto& line : outside_.lines) isSeen[static_cast<std::size_t>(line.group)] = 1;
+    for (const auto& point : outside_.points) isSeen[static_cast<std::size_t>(point.group)] = 1;
+    std::vector<std::size_t> seen;
+    for (std::size_t i = 0; i < isSeen.size(); ++i)
+      if (isSeen[i] != 0) seen.push_back(i);
+    return seen;
+  }
+  /// C3D8 "plate" of C3D8 "Angle bracket/plate": the legend is narrow.
+  cow_String LegendText(std::size_t group) const {
+    const cow_String& name = outside_.groups[group];
+    const std::size_t quote = name.find('"'), slash = name.rfind('/');
+    if (quote == cow_String::npos || slash == cow_String::npos || slash < quote) return name;
+    return name.substr(0, quote + 1) + name.substr(slash + 1);
+  }
+  double LegendWidth() const {
+    double widest = 0;
+    for (const std::size_t group : SeenGroups())
+      widest = std::max(widest, pic_TextWidth(LegendText(group), TextHeight()));
+    return std::min(widest + 5 * TextHeight(), 0.35 * view_.width);
+  }
+
+  void DrawTitle() {
+    const double height = 1.25 * TextHeight();
+    if (view_.title.empty()) return;
+    pic_DrawText(canvas_, 1.2 * height, view_.height - 2.4 * height, height,
+                 pic_FittingText(view_.title, height, view_.width - 2.4 * height), kFeature);
+  }
+
+  /// As many groups as there is room for, and how many more there are.
+  void DrawLegend() {
+    const double height = TextHeight(), line = 2 * height, left = view_.width - LegendWidth() + height;
+    const std::vector<std::size_t> groups = SeenGroups();
+    double y = view_.height - (view_.title.empty() ? line : 3 * height + line);
+    const auto room = static_cast<std::size_t>(std::max(1.0, (y - 5 * height) / line));
+    const std::size_t shown = groups.size() > room ? room - 1 : groups.size();
+    const double width = view_.width - left - 3 * height;
+    for (std::size_t i = 0; i < shown; ++i, y -= line) {
+      canvas_.Line({left, y + height / 2, kFront}, {left + height, y + height / 2, kFront}, height,
+                   pic_GroupColour(static_cast<int>(groups[i])), kFront);
+      pic_DrawText(canvas_, left + 2.2 * height, y, height,
+                   pic_FittingText(LegendText(groups[i]), height, width), kFeature);
+    }
+    if (shown < groups.size())
+      pic_DrawText(canvas_, left + 2.2 * height, y, height,
+                   pic_FittingText("and " + std::to_string(groups.size() - shown) + " more", height, width),
+                   kFeature);
+  }
+
+  /// A length of 1, 2 or 5 times a power of ten, about a fifth of the picture, in the lower right corner.
+  void DrawScaleBar() {
+    const double most = 0.22 * view_.width / scale_;
+    if (!(most > 1e-300 && most < 1e300)) return;
+    double length = 1;
+    while (length > most) length /= 10;
+    while (10 * length <= most) length *= 10;
+    for (const double factor : {5.0, 2.0})
+      if (factor * length <= most) {
+        length *= factor;
+        break;
+      }
+    char text[32];
+    std::snprintf(text, sizeof text, "%g", length);
+    const double height = TextHeight(), right = view_.width - 2 * height, y = 1.5 * height,
+                 left = right - length * scale_;
+    const auto draw = [&](double x0, double y0, double x1, double y1) {
+      canvas_.Line({x0, y0, kFront}, {x1, y1, kFront}, 1.2 * lineWidth_, kFeature, kFront);
+    };
+    draw(left, y, right, y);
+    for (const double x : {left, right}) draw(x, y - height / 3, x, y + height / 3);
+    pic_DrawText(canvas_, (left + right - pic_TextWidth(text, height)) / 2, y + 0.8 * height, height, text,
+                 kFeature);
+  }
+
+  void DrawPoints() {
+    for (const bme_OuterPoint& point : outside_.points) {
+      poll_.Advance();
+      const pic_Vector at = At(static_cast<int>(point.node));
+      pic_Colour rim = pic_GroupColour(point.group);
+      rim = {0.5 * rim.red, 0.5 * rim.green, 0.5 * rim.blue};
+      canvas_.Line(at, at, 5.5 * lineWidth_, rim, kFront);
+      canvas_.Line(at, at, 4 * lineWidth_, pic_GroupColour(point.group), kFront);
+    }
   }
 
   /// Compressed rows: the faces of each node.
@@ -225,7 +356,6 @@ private:
 
   /// Thin over everything, then wide where nothing is before it.
   void DrawDatums() {
-    constexpr double kFront = 1e30;
     for (const double width : {0.8 * lineWidth_, 2 * lineWidth_})
       for (const pic_DatumLine& line : datumLines_)
         canvas_.Line(ToPicture(line.from), ToPicture(line.to), width, line.colour,
@@ -242,8 +372,8 @@ private:
         {{1, 0, 0}, pic_kAxisColours[0], {{-0.7, -1, 0.7, 1}, {-0.7, 1, 0.7, -1}}},
         {{0, 1, 0}, pic_kAxisColours[1], {{-0.7, 1, 0, 0}, {0.7, 1, 0, 0}, {0, 0, 0, -1}}},
         {{0, 0, 1}, pic_kAxisColours[2], {{-0.7, 1, 0.7, 1}, {0.7, 1, -0.7, -1}, {-0.7, -1, 0.7, -1}}}};
-    const double length = 0.07 * std::min(view_.width, view_.height), front = 1e30; // before everything
-    const pic_Vector origin{1.6 * length, 1.6 * length, front};
+    const double length = AxisLength(), front = kFront;
+    const pic_Vector origin{1.5 * length, 1.5 * length, front};
     std::array<int, 3> order{0, 1, 2};
     const auto depth = [&](int i) { return camera_.Turn(axes[i].direction)[2]; };
     std::ranges::sort(order, {}, depth);
@@ -272,6 +402,7 @@ private:
   mutable wip_Poll poll_{1U << 16U}; ///< of nodes and faces
   double lineWidth_, scale_ = 1;
   pic_Vector centre_{};
+  std::array<double, 2> middle_{}; ///< of what the mesh has of the picture
   std::vector<unsigned> firstFace_, facesOfNodes_;
   std::vector<pic_Canvas::Corner> rim_;
   std::vector<pic_DatumLine> datumLines_;

@@ -137,5 +137,8 @@ private:
 
 exo_SkinSummary exo_WriteSkin(uti_OutputFile& output, const bme_Mesh& mesh, const bme_Outside& outside,
                               bool edges) {
+  if (!outside.points.empty())
+    throw nex_TextException("\"" + outside.groups[static_cast<std::size_t>(outside.points.front().group)]
+                            + "\" is a set of nodes, which have no outside");
   return SkinWriter(mesh, outside).Run(output, edges);
 }

@@ -33,16 +33,24 @@ struct bme_OuterLine {
   bme_LocalNodes nodes; ///< first, interior, last
 };
 
+/// A node of a set of nodes.
+struct bme_OuterPoint {
+  unsigned node = 0;
+  int group = 0;
+};
+
 struct bme_Outside {
   std::vector<cow_String> groups; ///< the set, or the element type and category of the class
   std::vector<bme_OuterFace> faces;
   std::vector<bme_OuterEdge> edges; ///< in order of their ends
   std::vector<bme_OuterLine> lines;
+  std::vector<bme_OuterPoint> points;
   long long notFinite = 0; ///< faces and lines left out, since a node of theirs has no finite coordinates
 };
 
 /// Of the whole mesh, a group for each element class; with names of sets, of these alone: external faces of
-/// element sets, the faces of surfaces. Types without a shape are left out, and what has nodes without
+/// element sets, the faces of surfaces, and the nodes of node sets; with node sets alone also of the whole mesh,
+/// as one group. Types without a shape are left out, and what has nodes without
 /// finite coordinates. Faces meet at a feature when
 /// their normals are more than 30 degrees apart. Throws nex_TextException, beginning with `place`, when there
 /// is no such set, or nothing to see.

@@ -21,7 +21,10 @@ struct pic_Colour {
 ///            and square roots of doubles.
 class CORE_GEOMETRY_PICTURE_API pic_Canvas {
 public:
+  /// A canvas whose colour goes from one at the bottom to one at the top.
   pic_Canvas(int width, int height, const pic_Colour& below, const pic_Colour& above);
+  /// What nothing is drawn on stays transparent in the file.
+  void SetTransparent(bool isTransparent) noexcept { isTransparent_ = isTransparent; }
 
   struct Corner {
     pic_Vector at, normal; ///< the normal may point away from the viewer, of any length
@@ -31,18 +34,20 @@ public:
   void Line(const pic_Vector& from, const pic_Vector& to, double width, const pic_Colour& colour,
             double lift);
 
-  std::vector<unsigned char> Pixels() const;   ///< red, green, blue; rows from above
+  std::vector<unsigned char>
+  Pixels() const; ///< red, green, blue, and opacity if transparent; rows from above
   void WritePng(uti_OutputFile& output) const; ///< and commits it
 
 private:
   struct Sample {
-    float depth;
+    float depth;                ///< minus infinity where nothing is drawn
     std::array<float, 3> light; ///< squares of the colour: about what adds up in the eye
   };
   static Sample Shaded(double depth, const pic_Vector& normal, const pic_Colour& colour);
   template<class Paint> void Fill(double lowX, double highX, double lowY, double highY, Paint&& paint);
 
   int width_, height_, perPixel_;
+  bool isTransparent_ = false;
   wip_Poll poll_{1U << 17U}; ///< of samples
   std::vector<Sample> samples_;
 };

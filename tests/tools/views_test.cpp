@@ -337,20 +337,67 @@ TEST_F(Views, PicturesShowWhatIsInFrontInItsColour) {
     EXPECT_EQ(run.exitCode, 0) << run.err;
     return Picture(file);
   };
-  const Picture above = draw({"--view", "0,0,1"});
+  const auto plain = [&](std::vector<std::string> more) {
+    more.push_back("--plain");
+    return draw(more);
+  };
+  const Picture above = plain({"--view", "0,0,1"});
   EXPECT_EQ(above.width, 200);
   EXPECT_EQ(above.height, 100);
   EXPECT_EQ(above.At(100, 50), "orange");
   EXPECT_EQ(above.At(140, 50), "orange"); // the square is 86 wide
   EXPECT_EQ(above.At(150, 50), "light");
   EXPECT_LT(above.Sum(142, 50) + 60, above.Sum(140, 50)); // its edge
-  EXPECT_EQ(draw({"--view", "0,0,-1"}).At(100, 50), "blue");
-  const Picture side = draw({"--view", "0,-5,0"});
+  EXPECT_EQ(plain({"--view", "0,0,-1"}).At(100, 50), "blue");
+  const Picture side = plain({"--view", "0,-5,0"});
   EXPECT_EQ(side.At(100, 21), "orange");
   EXPECT_EQ(side.At(100, 50), "blue");
   EXPECT_EQ(side.At(100, 65), "blue"); // between two elements that share a face no edge is drawn
-  EXPECT_EQ(draw({"--view", "0,-5,0", "--sets", "high,low"}).At(100, 50), "orange");
+  EXPECT_EQ(plain({"--view", "0,-5,0", "--sets", "high,low"}).At(100, 50), "orange");
   EXPECT_EQ(draw({"--view", "1,1,1", "--edges"}).rgb, draw({"--view", "1,1,1", "--edges"}).rgb);
+}
+
+TEST_F(Views, PicturesHaveATitleALegendAScaleAndDotsOfNodes) {
+  const std::string model = Import(Cubes(), "cubes"), file = folder_ / "cubes.png";
+  const auto draw = [&](const std::vector<std::string>& more) {
+    std::vector<std::string> all{"render", model,     "-o",     file,    "--force",
+                                 "--size", "600x400", "--view", "0,-1,0"};
+    all.insert(all.end(), more.begin(), more.end());
+    EXPECT_EQ(RunTool(all).exitCode, 0);
+    return Picture(file);
+  };
+  const auto count = [](const Picture& picture, int left, int right, int top, int bottom, auto isCounted) {
+    int found = 0;
+    for (int y = top; y < bottom; ++y)
+      for (int x = left; x < right; ++x) found += isCounted(picture, x, y);
+    return found;
+  };
+  const auto isDark = [](const Picture& picture, int x, int y) { return picture.Sum(x, y) < 600; };
+  const auto isWhite = [](const Picture& picture, int x, int y) { return picture.Sum(x, y) == 765; };
+  const Picture full = draw({"--background", "white"}), plain = draw({"--background", "white", "--plain"});
+  const auto title = [&](const Picture& picture) { return count(picture, 0, 200, 0, 25, isDark); };
+  const auto bar = [&](const Picture& picture) { return count(picture, 450, 600, 365, 400, isDark); };
+  EXPECT_GT(title(full), 40);
+  EXPECT_GT(title(draw({"--background", "white", "--title", "A longer title"})), 1.5 * title(full));
+  EXPECT_EQ(title(plain), 0);
+  EXPECT_GT(bar(full), 60);
+  EXPECT_EQ(bar(plain), 0);
+  // the axes, 3 times their length of 22 pixels wide, stand alone in their corner
+  EXPECT_EQ(count(full, 64, 74, 330, 400, isWhite), 10 * 70);
+  EXPECT_NE(count(full, 0, 64, 330, 400, isWhite), 64 * 70);
+  const ToolRun dots = RunTool({"render", model, "-o", file, "--force", "--sets", "nodes", "--json"});
+  const json groups = json::parse(dots.out)["groups"];
+  EXPECT_EQ(groups[0]["name"], "mesh");
+  EXPECT_EQ(groups[1]["name"], "nodes");
+  EXPECT_GT(groups[1]["nodes"], 0);
+  const auto isOrange = [](const Picture& picture, int x, int y) { return picture.At(x, y) == "orange"; };
+  EXPECT_GT(count(draw({"--sets", "nodes", "--plain"}), 0, 600, 0, 400, isOrange), 10);
+  png_image image = {};
+  image.version = PNG_IMAGE_VERSION;
+  draw({"--background", "transparent"});
+  ASSERT_TRUE(png_image_begin_read_from_file(&image, file.c_str()));
+  EXPECT_EQ(image.format & PNG_FORMAT_FLAG_ALPHA, unsigned{PNG_FORMAT_FLAG_ALPHA});
+  png_image_free(&image);
 }
 
 TEST_F(Views, PicturesAreRefusedForWrongViewsSizesAndSets) {

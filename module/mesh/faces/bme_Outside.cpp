@@ -3,6 +3,7 @@
 #include <BasicUtils/nex_Exception.h>
 #include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/bme_ExternalFaces.h>
+#include <CoreGeometry/bme_FEMNodeList.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <CoreUtils/atr_Near.h>
 #include <algorithm>
@@ -38,7 +39,7 @@ public:
     if (names.empty())
       AddClasses();
     else
-      for (const std::string& name : names) AddSet(Choose(sets, name));
+      AddSets(sets, names);
     if (result_.faces.empty() && result_.lines.empty())
       throw nex_TextException(place_ + ": nothing to see, no surface, solid or line element"
                               + cow_String(result_.notFinite > 0 ? " with finite coordinates" : ""));
@@ -58,12 +59,37 @@ private:
     AddLines(all, groupOf);
   }
 
+  void AddSets(std::span<const bme_NamedSet> sets, std::span<const std::string> names) {
+    std::vector<const bme_NamedSet*> chosen;
+    for (const std::string& name : names) chosen.push_back(&Choose(sets, name));
+    const auto isOfNodes = [](const bme_NamedSet* set) { return set->kind == rgnC_NODE_SET; };
+    if (std::ranges::all_of(chosen, isOfNodes)) {
+      const auto groupOf = [](unsigned) { return 0; };
+      result_.groups.push_back("mesh");
+      const bme_FEMElemList all = bme_FEMElemList::All(mesh_);
+      AddFaces(External(all), groupOf);
+      AddLines(all, groupOf);
+    }
+    for (const bme_NamedSet* set : chosen) AddSet(*set);
+  }
+
+  void AddPoints(const bme_FEMNodeList& nodes, int group) {
+    for (const unsigned node : nodes) {
+      float x = 0, y = 0, z = 0;
+      const bool isFinite = mesh_.NodeData().GetNodalCoord(node, x, y, z) && std::isfinite(x)
+                            && std::isfinite(y) && std::isfinite(z);
+      if (isFinite)
+        result_.points.push_back({node, group});
+      else
+        ++result_.notFinite;
+    }
+  }
+
   void AddSet(const bme_NamedSet& set) {
     const int group = static_cast<int>(result_.groups.size());
     const auto groupOf = [&](unsigned) { return group; };
     result_.groups.push_back(set.name);
-    if (set.kind == rgnC_NODE_SET)
-      throw nex_TextException(place_ + ": \"" + set.name + "\" is a set of nodes, not of elements or faces");
+    if (set.kind == rgnC_NODE_SET) return AddPoints(bme_FEMNodeList::FromSet(mesh_, set.data), group);
     if (set.kind == rgnC_MESH_SURFACE) return AddFaces(bme_FEMFaceList::FromSet(mesh_, set.data), groupOf);
     const bme_FEMElemList elements = bme_FEMElemList::FromSet(mesh_, set.data);
     AddFaces(External(elements), groupOf);
@@ -74,8 +100,7 @@ private:
     const auto at = std::ranges::find(sets, name, &bme_NamedSet::name);
     if (at != sets.end()) return *at;
     std::vector<cow_String> names;
-    for (const bme_NamedSet& set : sets)
-      if (set.kind != rgnC_NODE_SET) names.push_back(set.name);
+    for (const bme_NamedSet& set : sets) names.push_back(set.name);
     throw nex_TextException(place_ + ": no set \"" + name + '"' + atr_Alternatives(name, names));
   }
 

@@ -2,6 +2,7 @@
 #include "cli_Commands.h"
 #include "cli_Console.h"
 #include "cli_Datums.h"
+#include "cli_Words.h"
 
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/bme_RegenerateDatums.h>
@@ -11,7 +12,8 @@
 namespace {
 struct Arguments {
   std::string file, name, mesh, added, removed, kind = "cartesian";
-  std::vector<double> toLocal, toGlobal, origin = {0, 0, 0}, x = {1, 0, 0}, y = {0, 1, 0};
+  std::vector<double> toLocal, toGlobal;
+  std::optional<std::array<double, 3>> origin, x, y;
   std::vector<int> nodes;
   bool onCircle = false, radians = false, force = false, json = false;
 };
@@ -107,14 +109,17 @@ void Map(const Arguments& arguments, const cls_Database& model) {
 
 /// Unit axes at right angles: x as given, y on the side that is given.
 dtu_DatumCsys FixedSystem(const Arguments& arguments, dtu_DatumCsysType kind) {
-  const auto vector = [](const std::vector<double>& v) { return gsl_Vector(v[0], v[1], v[2]); };
-  const gsl_Vector x = vector(arguments.x).UnitCopy(), given = vector(arguments.y).UnitCopy(),
-                   z = x.CrossProduct(given).UnitCopy();
+  using Triple = std::array<double, 3>;
+  const auto vector = [](const std::optional<Triple>& given, const Triple& otherwise) {
+    const Triple& v = given ? *given : otherwise;
+    return gsl_Vector(v[0], v[1], v[2]);
+  };
+  const gsl_Vector x = vector(arguments.x, {1, 0, 0}).UnitCopy(),
+                   given = vector(arguments.y, {0, 1, 0}).UnitCopy(), z = x.CrossProduct(given).UnitCopy();
   constexpr double kParallel = 1e-6; // sine of the angle between them
   if (!(x.CrossProduct(given).Magnitude() > kParallel))
     throw cli_UsageError("--x and --y must be two directions, not one");
-  const gsl_Point origin(arguments.origin[0], arguments.origin[1], arguments.origin[2]);
-  return {0, 0, origin, x, z.CrossProduct(x), z, kind};
+  return {0, 0, gsl_Point(0, 0, 0) + vector(arguments.origin, {0, 0, 0}), x, z.CrossProduct(x), z, kind};
 }
 
 std::unique_ptr<dtu_Datum> MakeSystem(const Arguments& arguments) {
@@ -192,7 +197,7 @@ void Change(const Arguments& arguments) {
 
 void CheckTriples(const char* option, const std::vector<double>& numbers) {
   if (numbers.size() % 3 != 0)
-    throw cli_UsageError(cow_String("csys: ") + option + " needs three coordinates a point, X,Y,Z");
+    throw cli_UsageError(cow_String(option) + " needs three coordinates a point, X,Y,Z");
 }
 
 void Run(const Arguments& arguments) {
@@ -247,12 +252,10 @@ void cli_AddCsys(CLI::App& app) {
       ->add_flag("--on-circle", arguments->onCircle,
                  "The nodes lie on a circle: its origin is the centre, x points to the first node")
       ->needs(nodes);
-  const auto addTriple = [&](const char* name, std::vector<double>& triple, const char* help) {
-    command->add_option(name, triple, help)->delimiter(',')->type_name("X,Y,Z")->expected(3)->excludes(nodes);
-  };
-  addTriple("--origin", arguments->origin, "Its origin, 0,0,0 by default");
-  addTriple("--x", arguments->x, "Its x direction, 1,0,0 by default");
-  addTriple("--y", arguments->y, "A direction on the side of its y, 0,1,0 by default");
+  cli_AddTriple(*command, "--origin", arguments->origin, "Its origin, 0,0,0 by default")->excludes(nodes);
+  cli_AddTriple(*command, "--x", arguments->x, "Its x direction, 1,0,0 by default")->excludes(nodes);
+  cli_AddTriple(*command, "--y", arguments->y, "A direction on the side of its y, 0,1,0 by default")
+      ->excludes(nodes);
   command->add_flag("--force", arguments->force, "Replace a datum of the same name");
   command->add_flag("--json", arguments->json, "Print the facts as JSON");
   command->footer(

@@ -13,11 +13,11 @@
 
 namespace {
 struct Arguments {
-  std::string file, name, size;
+  std::string file, name, size, title, background;
   cli_OutputArguments output;
   std::vector<std::string> sets;
-  std::vector<double> direction;
-  bool json = false, edges = false, datums = false;
+  std::optional<std::array<double, 3>> direction;
+  bool json = false, plain = false, edges = false, datums = false;
 };
 
 const std::vector<cli_FileFormat>& Formats() {
@@ -28,8 +28,12 @@ const std::vector<cli_FileFormat>& Formats() {
 pic_View ViewOf(const Arguments& arguments) {
   pic_View view;
   view.hasMeshEdges = arguments.edges;
-  if (!arguments.direction.empty()) {
-    std::ranges::copy(arguments.direction, view.direction.begin());
+  view.hasLegend = view.hasAxes = !arguments.plain;
+  view.background = arguments.background == "white"         ? pic_Background::White
+                    : arguments.background == "transparent" ? pic_Background::Transparent
+                                                            : pic_Background::Shaded;
+  if (arguments.direction) {
+    view.direction = *arguments.direction;
     double square = 0;
     for (const double part : view.direction) square += part * part;
     if (!(square > 0 && square < 1e300))
@@ -49,7 +53,7 @@ pic_View ViewOf(const Arguments& arguments) {
 }
 
 void Run(const Arguments& arguments) {
-  const pic_View view = ViewOf(arguments);
+  pic_View view = ViewOf(arguments);
   cli_Console console;
   uti_OutputFile output = cli_OpenOutput(arguments.output, Formats(), {arguments.file});
   console.Begin("reading " + arguments.file);
@@ -57,6 +61,8 @@ void Run(const Arguments& arguments) {
   const cow_String root = cli_ChooseMesh(model, arguments.name);
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
   console.Begin("drawing " + root);
+  if (!arguments.plain)
+    view.title = arguments.title.empty() ? root.substr(root.rfind('/') + 1) : cow_String(arguments.title);
   const std::vector<bme_NamedSet> sets =
       arguments.sets.empty() ? std::vector<bme_NamedSet>() : cli_SetsOfMesh(model, root);
   const bme_Outside outside = bme_FindOutside(*mesh, sets, arguments.sets, arguments.file + ", " + root);
@@ -66,32 +72,40 @@ void Run(const Arguments& arguments) {
   pic_Draw(outside, mesh->NodeData().Coordinates().Const(), view, drawn).WritePng(output);
   console.End();
 
-  std::vector<long long> faces(outside.groups.size()), lines(outside.groups.size());
+  std::vector<long long> faces(outside.groups.size()), lines(outside.groups.size()),
+      nodes(outside.groups.size());
   for (const bme_OuterFace& face : outside.faces) ++faces[static_cast<std::size_t>(face.group)];
   for (const bme_OuterLine& line : outside.lines) ++lines[static_cast<std::size_t>(line.group)];
+  for (const bme_OuterPoint& point : outside.points) ++nodes[static_cast<std::size_t>(point.group)];
   cli_Json groups = cli_Json::array();
   if (!arguments.json)
     cli_Report() << root << " of " << arguments.file << " is drawn in " << output.Name() << ", " << view.width
                  << " x " << view.height << ":\n";
   for (std::size_t i = 0; i < outside.groups.size(); ++i) {
-    if (faces[i] + lines[i] == 0) continue;
+    if (faces[i] + lines[i] + nodes[i] == 0) continue;
     const cow_String colour = pic_ColourName(static_cast<int>(i));
-    groups.push_back(
-        {{"name", outside.groups[i]}, {"colour", colour}, {"faces", faces[i]}, {"lines", lines[i]}});
-    if (!arguments.json)
-      cli_Report() << "  " << colour << ": " << outside.groups[i] << ", " << faces[i] << " faces"
-                   << (lines[i] > 0 ? ", " + std::to_string(lines[i]) + " lines" : "") << '\n';
+    groups.push_back({{"name", outside.groups[i]},
+                      {"colour", colour},
+                      {"faces", faces[i]},
+                      {"lines", lines[i]},
+                      {"nodes", nodes[i]}});
+    if (arguments.json) continue;
+    cli_Report() << "  " << colour << ": " << outside.groups[i];
+    for (const auto& [count, what] :
+         {std::pair{faces[i], " faces"}, {lines[i], " lines"}, {nodes[i], " nodes"}})
+      if (count > 0) cli_Report() << ", " << count << what;
+    cli_Report() << '\n';
   }
   cli_Json paths = cli_Json::array();
   for (const cli_Datum& one : datums) {
     paths.push_back(one.Path());
-    if (!arguments.json) std::cout << "  " << one.Path() << ", " << cli_KindText(*one.datum) << '\n';
+    if (!arguments.json) cli_Report() << "  " << one.Path() << ", " << cli_KindText(*one.datum) << '\n';
   }
   if (arguments.datums && datums.empty() && !arguments.json)
-    std::cout << "  no datums: the model holds none of this mesh\n";
+    cli_Report() << "  no datums: the model holds none of this mesh\n";
   if (outside.notFinite > 0 && !arguments.json)
     cli_Report() << "Left out: " << outside.notFinite
-                 << " faces and lines with nodes that have no finite coordinates\n";
+                 << " faces, lines and nodes without finite coordinates\n";
   if (arguments.json)
     cli_PrintJson({{"file", arguments.file},
                    {"mesh", root},
@@ -110,18 +124,21 @@ void cli_AddRender(CLI::App& app) {
   cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
   cli_AddOutputOptions(*command, arguments->output, Formats(), "Picture to write, .png");
   cli_AddNames(*command, "--sets", arguments->sets,
-               "Draw these sets and surfaces alone, each in a colour of its own");
+               "Draw these sets and surfaces alone, each in a colour of its own; nodes as dots");
   command->add_flag("--edges", arguments->edges, "Draw the edges of all faces, too");
   command->add_flag("--datums", arguments->datums,
                     "Draw the points, axes, planes and coordinate systems of the mesh, too");
-  command->add_option("--view", arguments->direction, "Direction to the viewer, X,Y,Z; 1,-1.5,1 by default")
-      ->delimiter(',')
-      ->expected(3);
+  cli_AddTriple(*command, "--view", arguments->direction, "Direction to the viewer; 1,-1.5,1 by default");
+  command->add_option("--title", arguments->title, "Line at the top; the name of the mesh by default");
+  command->add_flag("--plain", arguments->plain, "Neither title, legend, scale nor axes");
+  command->add_option("--background", arguments->background, "What is behind the mesh")
+      ->check(CLI::IsMember({"shaded", "white", "transparent"}));
   command->add_option("--size", arguments->size, "WIDTHxHEIGHT in pixels; 1200x900 by default");
   command->footer(
       "Shows what is seen from outside: shells, and faces of solids that no other solid has, with the edges\n"
       "where they turn by more than 30 degrees; line elements as lines. Colours tell element classes apart,\n"
-      "or sets. Points, and types without a shape, are not drawn. No display is needed; the same mesh gives\n"
+      "or sets. Sets of nodes alone are dots on the whole mesh. The bar is a length in the model.\n"
+      "Points, and types without a shape, are not drawn. No display is needed; the same mesh gives\n"
       "the same bytes. Datums are thin where the part is before them; the axes of a system have the colours "
       "of\n"
       "those in the corner.\n"
