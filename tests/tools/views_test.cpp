@@ -377,7 +377,7 @@ TEST_F(Views, PicturesHaveATitleALegendAScaleAndDotsOfNodes) {
   const Picture full = draw({"--background", "white"}), plain = draw({"--background", "white", "--plain"});
   const auto title = [&](const Picture& picture) { return count(picture, 0, 200, 0, 25, isDark); };
   const auto bar = [&](const Picture& picture) { return count(picture, 450, 600, 365, 400, isDark); };
-  EXPECT_GT(title(full), 40);
+  EXPECT_GT(title(full), 15);
   EXPECT_GT(title(draw({"--background", "white", "--title", "A longer title"})), 1.5 * title(full));
   EXPECT_EQ(title(plain), 0);
   EXPECT_GT(bar(full), 60);
