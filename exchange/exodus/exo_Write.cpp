@@ -104,7 +104,8 @@ private:
       Check(ex_put_conn(id_, EX_ELEM_BLOCK, block.id, block.nodes.data(), nullptr, nullptr), what);
   }
 
-  /// All in one call: the library moves what is written when it defines one more.
+  /// Defined in one call: the library moves what is written when it defines one more. The numbers go past it to their
+  /// variables: it would look each set up in the list of all.
   void WriteSets(std::span<const exo_OutSet> sets) {
     std::vector<ex_set> all;
     std::map<ex_entity_type, std::vector<cow_String>> names;
@@ -113,12 +114,26 @@ private:
       made.id = set.id;
       made.type = TypeOf(set.kind);
       made.num_entry = static_cast<std::int64_t>(set.entries.size());
-      if (!set.entries.empty()) made.entry_list = const_cast<int*>(set.entries.data());
-      if (!set.sides.empty()) made.extra_list = const_cast<int*>(set.sides.data());
       names[made.type].push_back(set.name);
     }
     if (!all.empty()) Check(ex_put_sets(id_, all.size(), all.data()), "sets");
+    std::map<ex_entity_type, int> positions;
+    for (const exo_OutSet& set : sets) {
+      const cow_String position = std::to_string(++positions[TypeOf(set.kind)]);
+      const bool areSides = set.kind == exo_SetKind::Sides;
+      const char* const stem = areSides ? "elem_ss" : set.kind == exo_SetKind::Nodes ? "node_ns" : "elem_els";
+      WriteNumbers(stem + position, set.entries);
+      if (areSides) WriteNumbers("side_ss" + position, set.sides);
+    }
     for (auto& [type, ofType] : names) WriteNames(type, ofType);
+  }
+
+  void WriteNumbers(const cow_String& variable, std::span<const int> numbers) {
+    if (numbers.empty()) return;
+    int number = 0;
+    exerrval = nc_inq_varid(id_, variable.c_str(), &number);
+    if (exerrval == NC_NOERR) exerrval = nc_put_var_int(id_, number, numbers.data());
+    Check(exerrval == NC_NOERR ? 0 : -1, variable);
   }
 
   void WriteNames(ex_entity_type type, std::vector<cow_String>& names) {

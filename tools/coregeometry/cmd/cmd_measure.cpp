@@ -158,12 +158,17 @@ constexpr Kind kKinds[] = {{"length", &bme_Measures::length},
                            {"volume", &bme_Measures::volume},
                            {"mass", &bme_Measures::mass}};
 
-cli_Json Describe(const Group& group, const bme_Measures& measures, const gsl_Matrix& frame, bool hasMass) {
+/// All facts for JSON; for text without the kinds that a group has nothing of.
+cli_Json Describe(const Group& group, const bme_Measures& measures, const gsl_Matrix& frame, bool hasMass,
+                  bool isJson) {
   cli_Json json = {{"name", group.name}, {"elements", measures.numElements}};
-  for (const Kind& kind : kKinds)
-    if (kind.moments != &bme_Measures::mass || hasMass)
+  for (const Kind& kind : kKinds) {
+    const bool isMass = kind.moments == &bme_Measures::mass;
+    if (isMass ? hasMass : isJson || (measures.*kind.moments).Total() != 0)
       json[kind.key] = Describe(measures.*kind.moments, frame);
-  for (const LabelList& list : kLists) json[list.key] = measures.*list.labels;
+  }
+  if (isJson)
+    for (const LabelList& list : kLists) json[list.key] = measures.*list.labels;
   return json;
 }
 
@@ -229,7 +234,7 @@ void Run(const Arguments& arguments) {
   bool isIncomplete = false;
   for (const Group& group : groups) {
     const bme_Measures measures = bme_CalculateMeasures(*mesh, group.elements, options);
-    cli_Json facts = Describe(group, measures, frame, static_cast<bool>(options.density));
+    cli_Json facts = Describe(group, measures, frame, static_cast<bool>(options.density), arguments.json);
     if (arguments.json)
       json["groups"].push_back(std::move(facts));
     else
