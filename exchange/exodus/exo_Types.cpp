@@ -105,7 +105,7 @@ std::optional<std::vector<int>> OrderFor(const shp_Shape& shape, exo_Cell cell, 
 cow_String NameWith(std::string_view family, int numNodes) {
   constexpr std::pair<std::string_view, int> kBare[] = {
       {"TETRA", 4}, {"WEDGE", 6}, {"PYRAMID", 5}, {"SPHERE", 1}};
-  const cow_String name(family == "TET" ? "TETRA" : family);
+  cow_String name(family == "TET" ? "TETRA" : family);
   for (const auto& [bare, count] : kBare)
     if (name == bare && numNodes == count) return name;
   return name + std::to_string(numNodes);

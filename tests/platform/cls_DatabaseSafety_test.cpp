@@ -153,6 +153,21 @@ TEST_F(DatabaseTest, CraftedRowsAreRefusedByTheirChecksums) {
   }
 }
 
+TEST_F(DatabaseTest, AChunkInThePlaceOfAnotherIsRefused) {
+  Bag bag;
+  std::vector<int> labels(1U << 21U); // four chunks
+  std::iota(labels.begin(), labels.end(), 0);
+  bag.labels = cls_xp1DArrayListInt(std::span<const int>(labels));
+  Store("bag", bag);
+  ASSERT_FALSE(ReadAll(file_).starts_with("error"));
+  Sql(file_, "CREATE TEMP TABLE old AS SELECT * FROM chunk; UPDATE chunk SET (data, sum) = (SELECT old.data, "
+             "old.sum FROM "
+             "old WHERE old.array = chunk.array AND old.seq = 1 - chunk.seq) WHERE seq < 2 AND array = "
+             "(SELECT array "
+             "FROM old WHERE seq = 1)");
+  EXPECT_TRUE(ReadAll(file_).starts_with("error: " + file_)) << ReadAll(file_).substr(0, 200);
+}
+
 TEST_F(DatabaseTest, AnUnknownClassIsNamed) {
   Store("bag", Bag());
   omi_Singleton<cls_MetadataRegistrar>::Instance().Clear();
