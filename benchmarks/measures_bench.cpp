@@ -74,7 +74,7 @@ void BuildDualGraph(benchmark::State& state) {
 void QueryDualGraph(benchmark::State& state) {
   const DDB_CoreGeometry library;
   const bme_Mesh mesh = Box(state.range(0) != 0);
-  const bme_Rows& rows = mesh.Connectivity().Neighbours(bme_Across::Face);
+  const bme_Adjacency& rows = mesh.Connectivity().Neighbours(bme_Across::Face);
   SideBySide(
       state, static_cast<double>(rows.items.size()),
       [&] {

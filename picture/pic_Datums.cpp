@@ -23,7 +23,7 @@ public:
   void Draw(const dtu_Datum& datum) {
     switch (datum.GetDatumType()) {
     case dtu_POINT: return DrawPoint(datum);
-    case dtu_AXIS: return DrawOutline(datum);
+    case dtu_AXIS:
     case dtu_PLANE: return DrawOutline(datum);
     case dtu_CSYS: return DrawSystem(datum);
     }

@@ -11,7 +11,7 @@ int main() try {
   const bme_Mesh mesh = bme_MeshBuilder(xyz, std::vector{11, 12, 13, 14, 21, 22, 23, 24})
                             .Add({.type = "S4", .connectivity = {0, 1, 2, 3, 4, 5, 6, 7}, .labels = {1, 2}})
                             .Build();
-  const bme_Rows groups = bme_FindCoincidentNodes(mesh.NodeData(), 1e-5);
+  const bme_Adjacency groups = bme_FindCoincidentNodes(mesh.NodeData(), 1e-5);
   for (std::size_t i = 0; i < groups.Count(); ++i) {
     const auto group = groups[i];
     std::cout << "at one place: "

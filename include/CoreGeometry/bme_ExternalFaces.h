@@ -6,15 +6,15 @@
 #include <array>
 #include <optional>
 
-/// Kinds of elements that work on faces and edges leaves out, as bits.
-enum bme_LeaveOut : unsigned {
-  bme_LEAVE_OUT_NOTHING = 0,
-  bme_LEAVE_OUT_RIGID = 1,
-  bme_LEAVE_OUT_INTERACTION = 2,
-  bme_LEAVE_OUT_INTERNAL = 4,
-  bme_LEAVE_OUT_SURFACE = 8,
-  bme_LEAVE_OUT_ANALYTIC = 16,
-  bme_LEAVE_OUT_UNSUPPORTED = 32 ///< types without a shape, which are an error otherwise
+/// Kinds of elements that are excluded from work on faces and edges, as bits.
+enum bme_Exclude : unsigned {
+  bme_EXCLUDE_NOTHING = 0,
+  bme_EXCLUDE_RIGID = 1,
+  bme_EXCLUDE_INTERACTION = 2,
+  bme_EXCLUDE_INTERNAL = 4,
+  bme_EXCLUDE_SURFACE = 8,
+  bme_EXCLUDE_ANALYTIC = 16,
+  bme_EXCLUDE_UNSUPPORTED = 32 ///< types without a shape, which are an error otherwise
 };
 
 /// What the words of faces and edges can address.
@@ -24,7 +24,7 @@ struct bme_EntityLimits {
 };
 
 struct bme_FaceOptions {
-  unsigned leaveOut = bme_LEAVE_OUT_NOTHING;
+  unsigned exclude = bme_EXCLUDE_NOTHING;
   bool matchAllNodes = false;     ///< faces meet when all their nodes are the same, not only the corners
   bool bothSides = false;         ///< list the back of surface elements, too
   bool shellsCoverSolids = false; ///< a surface element on a face of a solid hides it

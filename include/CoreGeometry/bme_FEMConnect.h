@@ -12,7 +12,7 @@ class bme_Mesh;
 class bme_NodeData;
 
 /// Adjacency lists as the rows of a compressed sparse matrix: row i is items[first[i]] to items[first[i + 1]].
-struct bme_Rows {
+struct bme_Adjacency {
   std::vector<unsigned> first{0}, items;
 
   std::size_t Count() const noexcept { return first.size() - 1; }
@@ -45,9 +45,9 @@ public:
   bme_FEMConnect& operator=(const bme_FEMConnect&) = delete;
 
   // ask: relations
-  const bme_Rows& ElementsOfNodes() const;
+  const bme_Adjacency& ElementsOfNodes() const;
   /// Neighbours of each element, itself excluded. Across faces: the dual graph, ready for a graph partitioner.
-  const bme_Rows& Neighbours(bme_Across across) const;
+  const bme_Adjacency& Neighbours(bme_Across across) const;
   std::vector<unsigned> FreeNodes() const; ///< of no element
 
   // ask: one side
@@ -81,11 +81,11 @@ private:
   };
   const Links& LinksOf(bme_Across across) const;
   Links MakeLinks(bme_Across across) const;
-  bme_Rows MakeNodeNeighbours() const;
-  bme_Rows MakeSideNeighbours(bme_Across across) const;
+  bme_Adjacency MakeNodeNeighbours() const;
+  bme_Adjacency MakeSideNeighbours(bme_Across across) const;
 
   const bme_Mesh& mesh_;
-  mutable std::optional<bme_Rows> elementsOfNodes_, neighbours_[3];
+  mutable std::optional<bme_Adjacency> elementsOfNodes_, neighbours_[3];
   mutable std::optional<Links> links_[3];
 };
 
@@ -94,7 +94,7 @@ private:
 ///
 /// Errors     nex_TextException for a tolerance below 0 or not a number.
 /// Cost       n log n, however the nodes lie.
-CORE_GEOMETRY_API bme_Rows bme_FindCoincidentNodes(const bme_NodeData& nodes, double tolerance);
+CORE_GEOMETRY_API bme_Adjacency bme_FindCoincidentNodes(const bme_NodeData& nodes, double tolerance);
 
 /// The seeds and all faces of `within` that are reached from them over edges at which the normals of both
 /// faces make no more than the angle, in radians. nex_TextException when it is not one of 0 to pi;

@@ -28,7 +28,7 @@ public:
 
 /// Numbers that tell one result of a piece of work from another.
 using Result = std::vector<double>;
-Result Of(const bme_Rows& rows) { return {rows.items.begin(), rows.items.end()}; }
+Result Of(const bme_Adjacency& rows) { return {rows.items.begin(), rows.items.end()}; }
 template<class List> Result Of(const List& list) { return {list.begin(), list.end()}; }
 
 struct Work {

@@ -205,9 +205,8 @@ TEST(bme_ExternalFaces, EndInAMessageWhenTheyCannotBeFound) {
   };
   const bme_FEMElemList all = bme_FEMElemList::All(*mesh), solids = bme_FEMElemList::OfClass(*mesh, 0);
   EXPECT_EQ(errorOf(all, {}), bme_MessageText(bme_UNSUPPORTED_TYPE, "NOSUCH"));
-  EXPECT_EQ(
-      errorOf(all.Difference(bme_FEMElemList::OfClass(*mesh, 3)), {.leaveOut = bme_LEAVE_OUT_UNSUPPORTED}),
-      bme_MessageText(bme_FACE_LIST_ERROR, "99"));
+  EXPECT_EQ(errorOf(all.Difference(bme_FEMElemList::OfClass(*mesh, 3)), {.exclude = bme_EXCLUDE_UNSUPPORTED}),
+            bme_MessageText(bme_FACE_LIST_ERROR, "99"));
   EXPECT_EQ(errorOf(bme_FEMElemList::OfClass(*mesh, 3), {}), bme_MessageText(bme_FACE_LIST_ERROR, "-1"));
   EXPECT_EQ(errorOf(solids, {.limits = {.elements = 1}}), bme_MessageText(bme_TOO_MANY_FOR_FACES));
   EXPECT_EQ(errorOf(solids, {.limits = {.faces = 5}}), bme_MessageText(bme_TOO_MANY_FOR_FACES));
@@ -220,11 +219,11 @@ TEST(bme_ExternalFaces, EndInAMessageWhenTheyCannotBeFound) {
   EXPECT_THROW(bme_ComputeFaces(solids), wip_Cancelled);
 }
 
-TEST(bme_ExternalFaces, LeaveOutTheKindsOfElementsThatAreNotWanted) {
+TEST(bme_ExternalFaces, ExcludeTheKindsOfElementsThatAreNotWanted) {
   MeshMaker maker;
   const auto mesh = maker.Nodes(8).Class("R3D4", 4, {0, 1, 2, 3}).Class("S4", 4, {4, 5, 6, 7}).Make();
   const bme_FEMElemList all = bme_FEMElemList::All(*mesh);
   EXPECT_EQ(bme_ComputeFaces(all)->external.Count(), 2U);
-  EXPECT_EQ(WordsOf(bme_ComputeFaces(all, {.leaveOut = bme_LEAVE_OUT_RIGID})->external),
+  EXPECT_EQ(WordsOf(bme_ComputeFaces(all, {.exclude = bme_EXCLUDE_RIGID})->external),
             Words{bme_FaceWord(1, 0)});
 }

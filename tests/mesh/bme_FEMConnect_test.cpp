@@ -74,7 +74,7 @@ TEST_F(bme_FEMConnectTest, AgreesWithEveryPairOfElements) {
     const bme_FEMConnect& connect = mesh.Connectivity();
     for (const bme_Across across : {bme_Across::Node, bme_Across::Edge, bme_Across::Face}) {
       const Sets keys = KeysOf(mesh, across);
-      const bme_Rows& rows = connect.Neighbours(across);
+      const bme_Adjacency& rows = connect.Neighbours(across);
       ASSERT_EQ(rows.Count(), keys.size());
       for (unsigned e = 0; e < keys.size(); ++e) {
         std::vector<unsigned> expected;
@@ -159,7 +159,7 @@ TEST_F(bme_FEMConnectTest, CoincidentNodesAreThoseOfEveryPair) {
         if (group[i] == root) members.push_back(i);
       if (members.size() > 1) expected.push_back(members);
     }
-    const bme_Rows found = bme_FindCoincidentNodes(nodes, tolerance);
+    const bme_Adjacency found = bme_FindCoincidentNodes(nodes, tolerance);
     ASSERT_EQ(found.Count(), expected.size()) << tolerance;
     for (std::size_t k = 0; k < expected.size(); ++k)
       EXPECT_EQ(std::vector<unsigned>(found[k].begin(), found[k].end()), expected[k]) << tolerance;
@@ -193,7 +193,7 @@ TEST_F(bme_FEMConnectTest, CoincidentNodesAreFoundWhateverTheirDistribution) {
       const auto at = one.place(i);
       nodes.AppendNode(at[0], at[1], at[2]);
     }
-    const bme_Rows found = bme_FindCoincidentNodes(nodes, one.tolerance);
+    const bme_Adjacency found = bme_FindCoincidentNodes(nodes, one.tolerance);
     EXPECT_EQ(found.Count(), one.groups) << one.kind << ' ' << one.tolerance;
     EXPECT_EQ(found.items.size(), one.members) << one.kind << ' ' << one.tolerance;
   }

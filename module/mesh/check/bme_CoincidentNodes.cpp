@@ -99,7 +99,7 @@ private:
 
 // Cells are so small that all nodes of one are within the tolerance: many at one place are a group and no
 // pairs. Others within it are at most two cells away on each axis. Time n log n, whatever the distribution.
-bme_Rows bme_FindCoincidentNodes(const bme_NodeData& nodes, double tolerance) {
+bme_Adjacency bme_FindCoincidentNodes(const bme_NodeData& nodes, double tolerance) {
   if (!(tolerance >= 0))
     throw nex_TextException("a tolerance of " + std::to_string(tolerance)
                             + " for nodes at one place is below 0 or no number");
@@ -142,7 +142,7 @@ bme_Rows bme_FindCoincidentNodes(const bme_NodeData& nodes, double tolerance) {
   const unsigned numNodes = nodes.NumNodes();
   std::vector<unsigned> size(numNodes, 0), place(numNodes, 0);
   for (unsigned node = 0; node < numNodes; ++node) ++size[groups.Root(node)];
-  bme_Rows rows;
+  bme_Adjacency rows;
   unsigned end = 0;
   for (unsigned root = 0; root < numNodes; ++root) {
     if (size[root] < 2) continue;

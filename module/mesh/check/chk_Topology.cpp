@@ -82,7 +82,7 @@ public:
     Report(mesh_.Connectivity().FreeNodes(), "nodes belong to no element",
            "remove them, unless something else refers to them");
     // of elements, not of the box, which a single node makes as large as it likes
-    const bme_Rows together = bme_FindCoincidentNodes(mesh_.NodeData(), 1e-4 * TypicalEdge(mesh_));
+    const bme_Adjacency together = bme_FindCoincidentNodes(mesh_.NodeData(), 1e-4 * TypicalEdge(mesh_));
     std::vector<unsigned> others;
     groupOf_.assign(mesh_.NodeData().NumNodes(), 0);
     for (std::size_t i = 0; i < together.Count(); ++i) {
@@ -102,7 +102,7 @@ private:
   /// one of its nodes.
   std::vector<unsigned> Hanging(const bme_Mesh& mesh) const {
     std::vector<unsigned> hanging;
-    const auto faces = bme_ComputeFaces(bme_FEMElemList::All(mesh), {.leaveOut = bme_LEAVE_OUT_UNSUPPORTED});
+    const auto faces = bme_ComputeFaces(bme_FEMElemList::All(mesh), {.exclude = bme_EXCLUDE_UNSUPPORTED});
     if (!faces) return hanging;
     const bme_ElementLocator locator(mesh);
     std::vector<bme_ElementHit> owners;

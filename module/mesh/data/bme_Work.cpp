@@ -6,12 +6,12 @@
 #include <BasicUtils/wip_WIP.h>
 #include <numbers>
 
-bool bme_IsLeftOut(const shp_Shape& shape, unsigned leaveOut) noexcept {
-  return ((leaveOut & bme_LEAVE_OUT_RIGID) != 0 && shape.IsRigid())
-         || ((leaveOut & bme_LEAVE_OUT_INTERACTION) != 0 && shape.IsInteraction())
-         || ((leaveOut & bme_LEAVE_OUT_INTERNAL) != 0 && shape.IsInternal())
-         || ((leaveOut & bme_LEAVE_OUT_SURFACE) != 0 && shape.IsSurface())
-         || ((leaveOut & bme_LEAVE_OUT_ANALYTIC) != 0 && shape.IsAnalyticalRigidSurface());
+bool bme_IsLeftOut(const shp_Shape& shape, unsigned exclude) noexcept {
+  return ((exclude & bme_EXCLUDE_RIGID) != 0 && shape.IsRigid())
+         || ((exclude & bme_EXCLUDE_INTERACTION) != 0 && shape.IsInteraction())
+         || ((exclude & bme_EXCLUDE_INTERNAL) != 0 && shape.IsInternal())
+         || ((exclude & bme_EXCLUDE_SURFACE) != 0 && shape.IsSurface())
+         || ((exclude & bme_EXCLUDE_ANALYTIC) != 0 && shape.IsAnalyticalRigidSurface());
 }
 
 bool bme_CanWorkOn(const bme_FEMElemList& elements, const bme_FaceOptions& options, bme_Message tooMany) {
@@ -22,12 +22,12 @@ bool bme_CanWorkOn(const bme_FEMElemList& elements, const bme_FaceOptions& optio
       elements.Mesh(), elements.Words(),
       [&](const bme_ElementClass& type, const shp_Shape* shape, std::span<const unsigned>) {
         if (shape)
-          isTooMuch |= !bme_IsLeftOut(*shape, options.leaveOut)
+          isTooMuch |= !bme_IsLeftOut(*shape, options.exclude)
                        && bme_NumListedFaces(*shape) > std::min(options.limits.faces, bme_kMaxWordFaces);
         else if (std::ranges::find(unsupported, type.ElemTypeLabel()) == unsupported.end())
           unsupported.push_back(type.ElemTypeLabel());
       });
-  if (!unsupported.empty() && (options.leaveOut & bme_LEAVE_OUT_UNSUPPORTED) == 0) {
+  if (!unsupported.empty() && (options.exclude & bme_EXCLUDE_UNSUPPORTED) == 0) {
     cow_String labels;
     for (const cow_String& label : unsupported) labels += (labels.empty() ? "" : ", ") + label;
     bme_Report(bme_UNSUPPORTED_TYPE, labels);

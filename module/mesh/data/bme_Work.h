@@ -5,7 +5,7 @@
 #include <CoreGeometry/bme_Messages.h>
 #include <CoreGeometry/shp_Shape.h>
 
-bool bme_IsLeftOut(const shp_Shape& shape, unsigned leaveOut) noexcept;
+bool bme_IsLeftOut(const shp_Shape& shape, unsigned exclude) noexcept;
 
 /// False after reporting elements or faces beyond what words address, or types without a shape that are not
 /// left out.

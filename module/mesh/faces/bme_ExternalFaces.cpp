@@ -22,7 +22,7 @@ std::optional<Listed> Choose(const bme_FEMElemList& elements, const bme_FaceOpti
   bme_ForEachClassOfElements(
       elements.Mesh(), elements.Words(),
       [&](const bme_ElementClass& type, const shp_Shape* shape, std::span<const unsigned> words) {
-        if (!shape || bme_IsLeftOut(*shape, options.leaveOut) || bme_NumListedFaces(*shape) == 0) return;
+        if (!shape || bme_IsLeftOut(*shape, options.exclude) || bme_NumListedFaces(*shape) == 0) return;
         const bool isSolid = shape->NumGeomDims() == 3;
         (isSolid ? listed.solids.classes : listed.surfaces).emplace_back(type, *shape, words);
         if (isSolid) listed.numSolids += words.size();

@@ -1,4 +1,4 @@
-#include "bme_KeyLinks.h"
+#include "bme_SiblingFaces.h"
 #include "bme_Work.h"
 
 #include <BasicUtils/wip_Poll.h>

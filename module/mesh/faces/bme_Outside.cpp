@@ -106,7 +106,7 @@ private:
 
   bme_FEMFaceList External(const bme_FEMElemList& elements) const {
     bme_FaceOptions options;
-    options.leaveOut = bme_LEAVE_OUT_UNSUPPORTED;
+    options.exclude = bme_EXCLUDE_UNSUPPORTED;
     const std::optional<bme_FaceSets> faces = bme_ComputeFaces(elements, options);
     if (!faces)
       throw nex_TextException(place_ + ": the elements cannot be worked on; \"coregeometry check\" says why");

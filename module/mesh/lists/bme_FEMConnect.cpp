@@ -1,4 +1,4 @@
-#include "bme_KeyLinks.h"
+#include "bme_SiblingFaces.h"
 
 #include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/bme_FEMConnect.h>
@@ -74,7 +74,7 @@ public:
     }
     rowStart_ = piece_.size();
   }
-  bme_Rows Take() {
+  bme_Adjacency Take() {
     pieces_.push_back(std::exchange(piece_, {}));
     rows_.items.reserve(count_);
     for (std::vector<unsigned>& piece : pieces_) {
@@ -86,14 +86,14 @@ public:
   }
 
 private:
-  bme_Rows rows_;
+  bme_Adjacency rows_;
   std::vector<std::vector<unsigned>> pieces_;
   std::vector<unsigned> piece_;
   std::size_t rowStart_ = 0, count_ = 0;
 };
 } // namespace
 
-const bme_Rows& bme_FEMConnect::ElementsOfNodes() const {
+const bme_Adjacency& bme_FEMConnect::ElementsOfNodes() const {
   if (elementsOfNodes_) return *elementsOfNodes_;
   const bme_ElementData& elements = mesh_.ElementData();
   const unsigned numNodes = mesh_.NodeData().NumNodes();
@@ -117,7 +117,7 @@ const bme_Rows& bme_FEMConnect::ElementsOfNodes() const {
       });
     }
   };
-  bme_Rows rows;
+  bme_Adjacency rows;
   rows.first.assign(static_cast<std::size_t>(numNodes) + 1, 0);
   visit([&](std::size_t node, unsigned) { ++rows.first[node + 1]; });
   std::partial_sum(rows.first.begin(), rows.first.end(), rows.first.begin());
@@ -166,9 +166,9 @@ const bme_FEMConnect::Links& bme_FEMConnect::LinksOf(bme_Across across) const {
   return links ? *links : links.emplace(MakeLinks(across));
 }
 
-bme_Rows bme_FEMConnect::MakeNodeNeighbours() const {
+bme_Adjacency bme_FEMConnect::MakeNodeNeighbours() const {
   const bme_ElementData& elements = mesh_.ElementData();
-  const bme_Rows& ofNodes = ElementsOfNodes();
+  const bme_Adjacency& ofNodes = ElementsOfNodes();
   RowMaker rows;
   std::vector<unsigned> seen(elements.NumElements(), bme_kNotFound);
   wip_Poll poll(kElementsBetween);
@@ -192,7 +192,7 @@ bme_Rows bme_FEMConnect::MakeNodeNeighbours() const {
   return rows.Take();
 }
 
-bme_Rows bme_FEMConnect::MakeSideNeighbours(bme_Across across) const {
+bme_Adjacency bme_FEMConnect::MakeSideNeighbours(bme_Across across) const {
   const Links& links = LinksOf(across);
   const bme_ElementData& elements = mesh_.ElementData();
   std::vector<unsigned> elementOfSlot(links.next.size());
@@ -218,14 +218,14 @@ bme_Rows bme_FEMConnect::MakeSideNeighbours(bme_Across across) const {
   return rows.Take();
 }
 
-const bme_Rows& bme_FEMConnect::Neighbours(bme_Across across) const {
-  std::optional<bme_Rows>& rows = neighbours_[static_cast<std::size_t>(across)];
+const bme_Adjacency& bme_FEMConnect::Neighbours(bme_Across across) const {
+  std::optional<bme_Adjacency>& rows = neighbours_[static_cast<std::size_t>(across)];
   if (rows) return *rows;
   return rows.emplace(across == bme_Across::Node ? MakeNodeNeighbours() : MakeSideNeighbours(across));
 }
 
 std::vector<unsigned> bme_FEMConnect::FreeNodes() const {
-  const bme_Rows& rows = ElementsOfNodes();
+  const bme_Adjacency& rows = ElementsOfNodes();
   std::vector<unsigned> nodes;
   for (std::size_t node = 0; node < rows.Count(); ++node)
     if (rows.first[node] == rows.first[node + 1]) nodes.push_back(static_cast<unsigned>(node));
@@ -256,7 +256,7 @@ bme_FEMConnect::Side bme_FEMConnect::NextAcross(Side side) const {
 
 std::vector<std::vector<unsigned>> bme_FEMConnect::Rings(std::span<const unsigned> seeds, int count,
                                                          bme_Across across) const {
-  const bme_Rows& rows = Neighbours(across);
+  const bme_Adjacency& rows = Neighbours(across);
   std::vector<bool> isReached(rows.Count());
   std::vector<std::vector<unsigned>> rings(1);
   for (const unsigned seed : seeds) {
@@ -296,7 +296,7 @@ bme_FEMConnect::Components bme_FEMConnect::FindComponents(bme_Across across) con
     }
   };
   // across nodes the rows of the nodes are enough, each once
-  const bme_Rows& rows = across == bme_Across::Node ? ElementsOfNodes() : Neighbours(across);
+  const bme_Adjacency& rows = across == bme_Across::Node ? ElementsOfNodes() : Neighbours(across);
   if (across == bme_Across::Node) isNodeDone.resize(rows.Count());
   wip_Poll poll(kElementsBetween);
   for (unsigned seed = 0; seed < numElements; ++seed) {

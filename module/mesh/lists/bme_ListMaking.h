@@ -105,7 +105,7 @@ public:
            const std::vector<int>& facets = {});
   rgnC_SetData Made() {
     set_.SetConstructionOk(true);
-    return std::move(set_);
+    return set_;
   }
 
 private:

@@ -42,6 +42,7 @@ cow_String cli_ChooseMesh(const cls_Database& model, const cow_String& name) {
     throw nex_TextException(model.File() + ": holds several meshes, choose one with --name"
                             + atr_Alternatives("", meshes));
   std::vector<cow_String> names;
+  names.reserve(meshes.size());
   for (const cow_String& root : meshes)
     names.push_back(root.starts_with(cli_kMeshFolder) ? root.substr(std::strlen(cli_kMeshFolder)) : root);
   throw nex_TextException(model.File() + ": no mesh \"" + name + '"' + atr_Alternatives(name, names));

@@ -26,7 +26,7 @@ std::vector<cow_String> cli_PartNames(const bme_ElementData& elements) {
 namespace {
 bme_FEMFaceList Outside(const bme_FEMElemList& elements, const cow_String& place) {
   bme_FaceOptions options;
-  options.leaveOut = bme_LEAVE_OUT_UNSUPPORTED;
+  options.exclude = bme_EXCLUDE_UNSUPPORTED;
   const std::optional<bme_FaceSets> faces = bme_ComputeFaces(elements, options);
   if (!faces)
     throw nex_TextException(place + ": the elements cannot be worked on; \"coregeometry check\" says why");

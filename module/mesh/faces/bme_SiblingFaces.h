@@ -1,4 +1,4 @@
-// bme_KeyLinks.h: records of the same corners, brought together
+// bme_SiblingFaces.h: records of the same corners, brought together
 #pragma once
 
 #include <array>
