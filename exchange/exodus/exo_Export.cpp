@@ -4,6 +4,7 @@
 #include <CoreGeometry/exo_Types.h>
 
 #include <BasicUtils/nex_Exception.h>
+#include <CoreGeometry/bme_Pyramids.h>
 #include <CoreGeometry/rgnC_Facet.h>
 #include <algorithm>
 #include <map>
@@ -40,14 +41,13 @@ private:
 };
 
 /// Everything before the last slash that all categories have in common; the title of the file they came from.
-cow_String CommonTitle(const bme_ElementData& elements) {
-  if (elements.NumClasses() == 0) return {};
-  cow_String title = elements.GetClass(0).CategoryLabel();
+cow_String CommonTitle(std::span<const cow_String> categories) {
+  if (categories.empty()) return {};
+  cow_String title = categories[0];
   for (std::size_t slash; (slash = title.rfind('/')) != cow_String::npos;) {
     title.resize(slash);
     bool isCommon = title.size() <= exo_kLongestTitle;
-    for (unsigned i = 0; i < elements.NumClasses(); ++i)
-      isCommon = isCommon && elements.GetClass(i).CategoryLabel().starts_with(title + "/");
+    for (const cow_String& category : categories) isCommon = isCommon && category.starts_with(title + "/");
     if (isCommon) return title;
   }
   return {};
@@ -59,10 +59,13 @@ public:
 
   exo_Ledger Run(uti_OutputFile& output) {
     AddNodes();
-    title_ = CommonTitle(mesh_.ElementData());
+    std::vector<cow_String> categories;
+    for (unsigned i = 0; i < mesh_.ElementData().NumClasses(); ++i)
+      categories.push_back(bme_PlainCategory(mesh_.ElementData().GetClass(i)));
+    title_ = CommonTitle(categories);
     out_.title = title_;
     isBlock_.resize(sets_.size());
-    AddBlocks(output.Name());
+    AddBlocks(output.Name(), categories);
     AddLabels();
     for (const Kind& kind : kKinds) {
       Ids ids;
@@ -100,13 +103,13 @@ private:
     if (nodes.HasUserNodeLabels()) out_.nodeLabels = nodes.UserNodeLabels().Const();
   }
 
-  void AddBlocks(const cow_String& fileName) {
+  void AddBlocks(const cow_String& fileName, std::span<const cow_String> categories) {
     Ids ids;
     for (unsigned i = 0; i < mesh_.ElementData().NumClasses(); ++i) {
       const bme_ElementClass& type = mesh_.ElementData().GetClass(i);
       exo_CheckNodes(mesh_, type, fileName);
       exo_OutBlock& block = out_.blocks.emplace_back();
-      const cow_String& category = type.CategoryLabel();
+      const cow_String& category = categories[i];
       block.name = title_.empty() || category.empty() ? category : category.substr(title_.size() + 1);
       block.id = ids.Take(BlockId(type, block.name, static_cast<std::int64_t>(i) + 1));
       block.numElements = type.NumElements();
@@ -147,7 +150,9 @@ private:
     const std::span<const int> all = type.ElementConnectivity().Const();
     auto columns = static_cast<std::size_t>(type.NumNodesPerElem());
     if (columns == 0 && shape) columns = static_cast<std::size_t>(shape->NumNodes());
-    const std::optional<exo_TypeName> name = shape ? exo_NameType(*shape, out_.numDims) : std::nullopt;
+    const std::optional<exo_TypeName> name =
+        shape ? exo_NameType(*shape, out_.numDims, bme_PyramidNodes(type)) : std::nullopt;
+    const std::size_t written = name ? static_cast<std::size_t>(name->numNodes) : columns;
     std::vector<int> order(name ? name->order.size() : columns);
     if (name)
       order = name->order;
@@ -156,7 +161,8 @@ private:
     sides_.push_back(name ? name->sides : std::vector<exo_Side>());
     const cow_String& label = type.ElemTypeLabel();
     block.type = name ? name->name : label;
-    const cow_String what = label + ", as " + block.type + std::to_string(order.size());
+    const bool hasCount = !block.type.empty() && block.type.back() >= '0' && block.type.back() <= '9';
+    const cow_String what = label + ", as " + block.type + (hasCount ? "" : std::to_string(written));
     if (name && name->label != label)
       Count("element types with a label of their own",
             Joined("element types with a label of their own", what)) += 1;
@@ -165,11 +171,11 @@ private:
     if (order.size() < columns)
       Count("elements without their last nodes", Joined("elements without their last nodes", what)) +=
           type.NumElements();
-    block.nodesPerElement = static_cast<int>(order.size());
-    block.nodes.resize(static_cast<std::size_t>(type.NumElements()) * order.size());
+    block.nodesPerElement = static_cast<int>(written);
+    block.nodes.resize(static_cast<std::size_t>(type.NumElements()) * written);
     for (std::size_t row = 0; row < static_cast<std::size_t>(type.NumElements()); ++row)
       for (std::size_t k = 0; k < order.size(); ++k)
-        block.nodes[row * order.size() + static_cast<std::size_t>(order[k])] = all[row * columns + k] + 1;
+        block.nodes[row * written + static_cast<std::size_t>(order[k])] = all[row * columns + k] + 1;
   }
 
   /// Adds one more to the details, unless it is there.
@@ -229,7 +235,7 @@ private:
   void AddSides(const rgnC_SubsetData& subset, exo_OutSet& made) {
     const std::span<const int> ids = subset.IdArray(), facets = subset.FacetIdArray();
     for (std::size_t i = 0; i < ids.size(); ++i) {
-      const int facet = facets.empty() ? 0 : facets[i];
+      const std::optional<int> facet = facets.empty() ? std::nullopt : std::optional(facets[i]);
       const unsigned classIndex = mesh_.ElementData().GetClassIndex(static_cast<unsigned>(ids[i]));
       const int side = classIndex < sides_.size() ? SideOf(classIndex, subset.SubsetType(), facet) : 0;
       if (side == 0) {
@@ -242,9 +248,11 @@ private:
   }
 
   /// Counted from 1; 0 when there is none.
-  int SideOf(unsigned classIndex, res_SetTypeEnm type, int facet) const {
+  int SideOf(unsigned classIndex, res_SetTypeEnm type, std::optional<int> ofElement) const {
     const std::vector<exo_Side>& sides = sides_[classIndex];
-    if (sides.empty()) return type == res_SURFACE_ELEMENT ? 1 : 0; // any number means the element
+    const int facet = ofElement.value_or(0);
+    if (sides.empty())
+      return type == res_SURFACE_ELEMENT && ofElement ? facet + 1 : 0; // the number of the file
     const bool isWhole = type == res_SURFACE_ELEMENT;
     auto at = std::ranges::find_if(
         sides, [&](const exo_Side& side) { return side.kind == type && (isWhole || side.facet == facet); });

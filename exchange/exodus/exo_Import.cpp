@@ -5,6 +5,8 @@
 
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
+#include <CoreGeometry/bme_Pyramids.h>
+#include <CoreGeometry/shp_Shape.h>
 #include <CoreUtils/omi_Duplicates.h>
 #include <algorithm>
 #include <cmath>
@@ -70,7 +72,8 @@ private:
   static cow_String Describe(const exo_Block& block) {
     return "block " + std::to_string(block.id) + " (" + block.type + ")";
   }
-  cow_String CategoryOf(const exo_Block& block) const;
+  cow_String CategoryOf(const exo_Block& block, bool arePyramids) const;
+  void CountCurvedPyramids();
 
   exo_File file_;
   const exo_TypeMap& types_;
@@ -101,6 +104,7 @@ exo_Import Importer::Run(unsigned meshId) {
   result_.mesh = std::make_unique<bme_Mesh>(meshId, nodes.release(), elements, bme_ORPHAN_MESH, nullptr);
   result_.title = file_.Title();
   result_.ledger = exo_ListNotCarried(file_);
+  CountCurvedPyramids();
   result_.sets = exo_ReadSets(file_, places, static_cast<int>(meshId), result_.ledger);
   return std::move(result_);
 }
@@ -219,8 +223,9 @@ std::vector<LabelledBlock> Importer::ReadElementLabels() {
   return blocks;
 }
 
-cow_String Importer::CategoryOf(const exo_Block& block) const {
+cow_String Importer::CategoryOf(const exo_Block& block, bool arePyramids) const {
   const cow_String name = block.name.empty() ? "block " + std::to_string(block.id) : block.name;
+  if (arePyramids) return bme_PyramidCategory(file_.Title(), name, static_cast<int>(block.nodesPerElement));
   return file_.Title().empty() ? name : file_.Title() + "/" + name;
 }
 
@@ -239,8 +244,10 @@ std::vector<exo_BlockPlace> Importer::Places() const {
 }
 
 bme_ElementClass* Importer::ReadBlock(const exo_Block& block, unsigned meshId, std::vector<exo_Side>& sides) {
-  const std::int64_t columns = block.numElements > 0 ? block.nodesPerElement : 0;
   exo_ElementType type = types_.Find(block.type, static_cast<int>(block.nodesPerElement), file_.NumDims());
+  const std::int64_t columns = block.numElements == 0 ? 0
+                               : type.order.empty()   ? block.nodesPerElement
+                                                      : static_cast<std::int64_t>(type.order.size());
   cow_ArrayCOW<int> rows;
   rows.ResizeUninitialised(static_cast<std::size_t>(block.numElements * columns));
   if (file_.HasWideNumbers())
@@ -251,7 +258,7 @@ bme_ElementClass* Importer::ReadBlock(const exo_Block& block, unsigned meshId, s
       type.label, cls_xp2DArrayInt(static_cast<std::size_t>(columns), std::move(rows)));
   sides = std::move(type.sides);
   made->SetMeshIndex(static_cast<int>(meshId));
-  made->SetCategoryLabel(CategoryOf(block));
+  made->SetCategoryLabel(CategoryOf(block, type.arePyramids));
   result_.blocks.push_back({block.id, block.type, type.label, type.supported, block.numElements});
   return made.release();
 }
@@ -260,6 +267,7 @@ template<class Int>
 void Importer::ReadRows(const exo_Block& block, std::span<const int> order, std::span<int> nodes) {
   const std::int64_t columns = block.nodesPerElement;
   if (columns == 0 || nodes.empty()) return;
+  const auto ours = order.empty() ? static_cast<std::size_t>(columns) : order.size();
   const std::int64_t rowsPerSlice = std::max<std::int64_t>(1, kSlice / columns);
   const auto numNodes = static_cast<std::uint64_t>(file_.NumNodes());
   std::vector<Int> buffer(static_cast<std::size_t>(std::min(block.numElements, rowsPerSlice) * columns));
@@ -268,25 +276,56 @@ void Importer::ReadRows(const exo_Block& block, std::span<const int> order, std:
     const auto count = static_cast<std::size_t>(rows * columns);
     file_.ReadConnectivity(block, first, rows, buffer.data());
     const std::span<const Int> read(buffer.data(), count);
-    const std::span<int> target = nodes.subspan(static_cast<std::size_t>(first * columns), count);
     bool isInside = true;
-    for (std::size_t i = 0; i < count; ++i) {
-      const std::int64_t node = std::int64_t{read[i]} - 1;
-      isInside &= static_cast<std::uint64_t>(node) < numNodes;
-      target[i] = static_cast<int>(node);
-    }
+    for (std::size_t i = 0; i < count; ++i)
+      isInside &= static_cast<std::uint64_t>(std::int64_t{read[i]} - 1) < numNodes;
     if (!isInside) {
       const auto at = std::ranges::find_if(
           read, [&](Int node) { return static_cast<std::uint64_t>(std::int64_t{node} - 1) >= numNodes; });
       FailAtNode(block, first + (at - read.begin()) / columns + 1, static_cast<long long>(*at));
     }
-    if (!order.empty()) {
-      for (std::size_t row = 0; row < count; row += order.size())
-        for (std::size_t k = 0; k < order.size(); ++k)
-          target[row + k] = static_cast<int>(read[row + static_cast<std::size_t>(order[k])] - 1);
-    }
+    int* target = nodes.data() + static_cast<std::size_t>(first) * ours;
+    for (std::size_t i = 0; order.empty() && i < count; ++i) target[i] = static_cast<int>(read[i] - 1);
+    for (std::size_t row = 0; !order.empty() && row < count; row += static_cast<std::size_t>(columns))
+      for (const int from : order)
+        *target++ = static_cast<int>(read[row + static_cast<std::size_t>(from)] - 1);
     progress_.Add(static_cast<std::int64_t>(count));
   }
+}
+
+/// A collapsed quadratic face is the six-node triangle unless the edge across from the apex is curved: the two
+/// differ by a bubble that is as large as that edge's bend (R. E. Newton, 1974).
+void Importer::CountCurvedPyramids() {
+  constexpr double kRounding = 2.4e-7; // of coordinates in single precision, of the sum of four
+  const std::span<const float> xyz = result_.mesh->NodeData().Coordinates().Const();
+  const bme_ElementData& elements = result_.mesh->ElementData();
+  long long count = 0;
+  for (unsigned i = 0; i < elements.NumClasses(); ++i) {
+    const bme_ElementClass& type = elements.GetClass(i);
+    if (bme_PyramidNodes(type) != 13) continue;
+    const shp_Shape& shape = *type.Shape();
+    for (int e = 0; e < type.NumElements(); ++e) {
+      const std::span<const int> row = type.Connectivity(e);
+      bool isCurved = false;
+      for (int edge = 0; edge < 4; ++edge) {
+        const std::span<const int> local = shape.EdgeNodes(0, edge);
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+          const auto at = [&](std::size_t k) {
+            const auto node = static_cast<std::size_t>(row[static_cast<std::size_t>(local[k])]);
+            return static_cast<double>(xyz[3 * node + axis]);
+          };
+          const double a = at(0), middle = at(1), b = at(2);
+          isCurved |= std::abs(a + b - 2 * middle) > kRounding * (std::abs(a) + std::abs(b));
+        }
+      }
+      count += isCurved;
+    }
+  }
+  if (count > 0)
+    result_.ledger.push_back(
+        {"pyramids of 13 nodes with a curved edge of the base", count,
+         "faces at such an edge, as collapsed faces of C3D20, are not quite the triangles of "
+         "six nodes that they were"});
 }
 
 void Importer::FailAtNode(const exo_Block& block, std::int64_t element, long long node) const {

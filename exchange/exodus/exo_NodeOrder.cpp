@@ -73,6 +73,8 @@ constexpr VtkRow kVtkRows[] = {
     {28, "VTK_BIQUADRATIC_QUAD",                  kQuadrilateral, "01 12 23 30 0123"},
     {10, "VTK_TETRA",                             kTetrahedron,   ""},
     {24, "VTK_QUADRATIC_TETRA",                   kTetrahedron,   "01 12 20 03 13 23"},
+    {14, "VTK_PYRAMID",                           kPyramid,       ""},
+    {27, "VTK_QUADRATIC_PYRAMID",                 kPyramid,       "01 12 23 30 04 14 24 34"},
     {13, "VTK_WEDGE",                             kWedge,         ""},
     {31, "VTK_QUADRATIC_LINEAR_WEDGE",            kWedge,         "01 12 20 34 45 53"},
     {26, "VTK_QUADRATIC_WEDGE",                   kWedge,         "01 12 20 34 45 53 03 14 25"},
@@ -118,22 +120,36 @@ std::vector<shp_IsoPoint> exo_NodeCoordinates(exo_Cell cell, int numNodes) {
 }
 
 namespace {
-/// Position among theirs of each of our nodes; nothing when the two sets of points differ.
+/// Position among theirs of each of our nodes, of which several may be at one place; nothing when the two sets of
+/// points differ.
 std::optional<std::vector<int>> Order(std::span<const shp_IsoPoint> theirs,
                                       std::span<const shp_IsoPoint> ours) {
-  if (theirs.empty() || theirs.size() != ours.size()) return std::nullopt;
+  if (theirs.empty() || theirs.size() > ours.size()) return std::nullopt;
   std::vector<int> order;
+  std::vector<char> isUsed(theirs.size());
   for (const shp_IsoPoint& node : ours) {
     const auto at = std::ranges::find_if(theirs, [&](const auto& other) { return Coincide(node, other); });
     if (at == theirs.end()) return std::nullopt;
     order.push_back(static_cast<int>(at - theirs.begin()));
+    isUsed[static_cast<std::size_t>(at - theirs.begin())] = 1;
   }
+  if (std::ranges::count(isUsed, 0) > 0) return std::nullopt;
   return order;
 }
 } // namespace
 
+std::vector<shp_IsoPoint> exo_Collapsed(std::span<const shp_IsoPoint> ours) {
+  std::vector<shp_IsoPoint> collapsed;
+  for (const auto& [x, y, z] : ours) collapsed.push_back({x * (1 - z) / 2, y * (1 - z) / 2, (1 + z) / 2});
+  return collapsed;
+}
+
+std::optional<std::vector<int>> exo_FindNodeOrder(exo_Cell cell, std::span<const shp_IsoPoint> ours,
+                                                  int numNodes) {
+  return Order(exo_NodeCoordinates(cell, numNodes), ours);
+}
 std::optional<std::vector<int>> exo_FindNodeOrder(exo_Cell cell, std::span<const shp_IsoPoint> ours) {
-  return Order(exo_NodeCoordinates(cell, static_cast<int>(ours.size())), ours);
+  return exo_FindNodeOrder(cell, ours, static_cast<int>(ours.size()));
 }
 
 exo_Cell exo_FindCell(std::span<const shp_IsoPoint> ours) {

@@ -44,6 +44,7 @@ public:
       if (count > 0) ledger.push_back({what, count, detail});
     };
     note("sides without a face or edge here", numUnknownSides_, "kept as elements of their surface");
+    note("sides that their elements do not have", numWrongSides_, wrongSides_.c_str());
     note("entries of sets", numDropped_, "elements that were not carried over");
     note("numbers of blocks and sets", numWideIds_, "do not fit 32 bits");
     return std::move(sets_);
@@ -76,6 +77,25 @@ private:
     else
       groups = GatherElements(set.kind);
     Add(kind, set.id, set.name, groups);
+    if (set.kind == exo_SetKind::Sides) ListWrongSides(set);
+  }
+
+  static bool HasSide(const exo_BlockPlace& block, long long side) {
+    return side >= 1 && (block.sides.empty() || side <= static_cast<long long>(block.sides.size()));
+  }
+
+  /// Counts them, and names the first ones.
+  void ListWrongSides(const exo_Set& set) {
+    constexpr long long kMost = 10;
+    for (std::size_t i = 0; i < entries_.size(); ++i) {
+      const exo_BlockPlace& block = BlockOf(entries_[i] - 1);
+      if (block.classIndex < 0 || HasSide(block, sides_[i]) || numWrongSides_++ > kMost) continue;
+      wrongSides_ += numWrongSides_ == 1 ? "left out: " : ", ";
+      wrongSides_ += numWrongSides_ > kMost
+                         ? cow_String("...")
+                         : "side " + std::to_string(sides_[i]) + " of element " + std::to_string(entries_[i])
+                               + " in side set " + std::to_string(set.id);
+    }
   }
 
   std::vector<Group> GatherNodes() const {
@@ -106,15 +126,18 @@ private:
       std::size_t type = 0;
       int facet = 0;
       if (kind == exo_SetKind::Sides) {
-        const auto side = static_cast<std::uint64_t>(sides_[i] - 1);
-        const exo_Side found = side < block->sides.size() ? block->sides[side] : exo_Side();
+        if (!HasSide(*block, sides_[i])) continue;
+        const auto side = static_cast<std::size_t>(sides_[i] - 1);
+        const exo_Side found =
+            block->sides.empty() ? exo_Side{.facet = static_cast<int>(side)} : block->sides[side];
         type = static_cast<std::size_t>(std::ranges::find(kTypes, found.kind) - kTypes);
         facet = found.facet;
         numUnknownSides_ += found.kind == res_SURFACE_ELEMENT;
       }
       Group& group = groups[static_cast<std::size_t>(block - blocks_.data()) * kNumTypes + type];
       group.ids.push_back(block->firstInMesh + static_cast<int>(element - block->firstInFile));
-      if (type == 1 || type == 2) group.facets.push_back(facet);
+      // of elements whose sides nobody knows the number of the side is kept, from 0
+      if (type == 1 || type == 2 || (type == 3 && block->sides.empty())) group.facets.push_back(facet);
     }
     return groups;
   }
@@ -151,7 +174,8 @@ private:
   std::vector<long long> entries_, sides_;
   std::vector<bme_NamedSet> sets_;
   std::set<cow_String> names_;
-  long long numUnknownSides_ = 0, numDropped_ = 0, numWideIds_ = 0;
+  long long numUnknownSides_ = 0, numWrongSides_ = 0, numDropped_ = 0, numWideIds_ = 0;
+  cow_String wrongSides_;
 };
 } // namespace
 

@@ -23,6 +23,7 @@ constexpr Row kRows[] = {
     {Quadrilateral, Edges,          "01 12 23 30"},
     {Quadrilateral, FacesThenEdges, "0123 0321 01 12 23 30"},
     {Tetrahedron,   Edges,          "013 123 032 021"},
+    {Pyramid,       Edges,          "014 124 234 043 0321"},
     {Wedge,         Edges,          "0143 1254 0352 021 345"},
     {Hexahedron,    Edges,          "0154 1265 2376 0473 0321 4567"},
 };
@@ -46,16 +47,22 @@ bool GoesAlong(std::span<const int> loop, std::span<const int> corners) {
   return loop[(at + 1) % loop.size()] == corners[1];
 }
 
-exo_Side Match(std::span<const int> corners, const shp_Topology& shape) {
+/// Corners and order are those of the file's element.
+exo_Side Match(std::span<const int> corners, std::span<const int> order, const shp_Topology& shape) {
   const bool isSurface = shape.NumGeomDims() == 2;
+  const auto theirs = [&](int node) { return order.empty() ? node : order[static_cast<std::size_t>(node)]; };
+  std::vector<int> loop;
   for (int face = 0; face < shape.NumFaces(); ++face) {
-    const auto loop = shape.FaceNodes(face).first(
-        static_cast<std::size_t>(shape.CornersPerFace()[static_cast<std::size_t>(face)]));
+    loop.clear(); // without the corners that are collapsed to one
+    for (const int node : shape.FaceNodes(face).first(
+             static_cast<std::size_t>(shape.CornersPerFace()[static_cast<std::size_t>(face)])))
+      if (loop.empty() || theirs(node) != loop.back()) loop.push_back(theirs(node));
+    if (loop.size() > 1 && loop.front() == loop.back()) loop.pop_back();
     if (corners.size() != 2 && HasCorners(loop, corners)) // a line is its edge
       return {res_SURFACE_FACET, rgnC_FacetId(shape, {face, isSurface && !GoesAlong(loop, corners)})};
     for (int edge = 0; edge < shape.EdgesPerFace()[static_cast<std::size_t>(face)]; ++edge) {
       const auto nodes = shape.EdgeNodes(face, edge);
-      const int ends[] = {nodes.front(), nodes.back()};
+      const int ends[] = {theirs(nodes.front()), theirs(nodes.back())};
       if (HasCorners(ends, corners)) return {res_SURFACE_EDGE, rgnC_EdgeFacetId({face, edge})};
     }
   }
@@ -71,12 +78,12 @@ std::vector<exo_Side> exo_FindSides(exo_Cell cell, exo_SideForm form, std::span<
   for (std::string_view rest = row->sides; !rest.empty();) {
     const std::string_view word = rest.substr(0, rest.find(' '));
     std::vector<int> corners;
-    for (const char c : word) {
-      const int theirs = c - '0';
-      const auto ours = order.empty() ? theirs : std::ranges::find(order, theirs) - order.begin();
-      corners.push_back(static_cast<int>(ours));
-    }
-    sides.push_back(Match(corners, shape));
+    for (const char c : word) corners.push_back(c - '0');
+    const exo_Side side = Match(corners, order, shape);
+    // the second side of a line is its one edge again, which must not become the first
+    const bool isTaken = std::ranges::any_of(
+        sides, [&](const exo_Side& other) { return other.kind == side.kind && other.facet == side.facet; });
+    sides.push_back(isTaken ? exo_Side() : side);
     rest.remove_prefix(std::min(rest.size(), word.size() + 1));
   }
   return sides;

@@ -26,6 +26,7 @@ public:
     note("faces with more corners than a shell", numCut_, "cut into triangles");
     note("faces with middle nodes on some edges", numReduced_, "written with their corners");
     note("faces and lines with nodes that have no finite coordinates", outside_.notFinite, "left out");
+    note("elements of types without a shape", outside_.withoutShape, "their faces are not known");
     note("line elements", static_cast<long long>(outside_.lines.size()), "they have no faces");
     summary_.nodes = static_cast<long long>(xyz_.size() / 3);
     return std::move(summary_);

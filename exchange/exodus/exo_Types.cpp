@@ -43,8 +43,8 @@ constexpr Row kRows[] = {
     {"WEDGE",   6,  Wedge,         Wedge,         "C3D6",   "C3D6"},
     {"WEDGE",   15, Wedge,         Wedge,         "C3D15",  "C3D15"},
     {"WEDGE",   18, Wedge,         Wedge,         "C3D15V", "C3D15V"},
-    {"PYRAMID", 5,  Pyramid,       Pyramid,       nullptr,  nullptr},
-    {"PYRAMID", 13, Pyramid,       Pyramid,       nullptr,  nullptr},
+    {"PYRAMID", 5,  Pyramid,       Pyramid,       nullptr,  "C3D8"},
+    {"PYRAMID", 13, Pyramid,       Pyramid,       nullptr,  "C3D20"},
     {"QUAD",    4,  Quadrilateral, Quadrilateral, "CPS4",   "S4"},
     {"QUAD",    8,  Quadrilateral, Quadrilateral, "CPS8",   "S8R"},
     {"QUAD",    9,  Quadrilateral, Quadrilateral, nullptr,  "S9R5"},
@@ -88,8 +88,12 @@ const Row* FindRow(std::string_view family, int numNodes) {
 
 /// Node order for a label; nothing when the cell's nodes do not stand where the label's shape has them.
 std::optional<std::vector<int>> OrderFor(const shp_Shape& shape, exo_Cell cell, int numNodes) {
-  if (shape.NumNodes() != numNodes) return std::nullopt;
   const auto ours = shape.NodeCoordinates();
+  if (cell == Pyramid) {
+    if (shape.NumGeomDims() != 3) return std::nullopt;
+    return exo_FindNodeOrder(cell, exo_Collapsed(ours), numNodes);
+  }
+  if (shape.NumNodes() != numNodes) return std::nullopt;
   if (ours.size() != static_cast<std::size_t>(numNodes)) {
     if (numNodes != 1 || (cell != Point && cell != None)) return std::nullopt;
     return std::vector<int>();
@@ -133,11 +137,11 @@ void exo_TypeMap::Override(const cow_String& assignment) {
   if (letters == 0 || numNodes <= 0) Refuse("the type must end with its number of nodes, like HEX8");
   const shp_Shape* shape = FindShape(label);
   if (!shape) Refuse("no element label " + label);
-  if (shape->NumNodes() != numNodes)
-    Refuse("label " + label + " has " + std::to_string(shape->NumNodes()) + " nodes, type " + type + " has "
-           + std::to_string(numNodes));
   const cow_String family = FamilyOf(type.substr(0, letters));
   const Row* row = FindRow(family, numNodes);
+  if (shape->NumNodes() != numNodes && (!row || row->inSpace != Pyramid))
+    Refuse("label " + label + " has " + std::to_string(shape->NumNodes()) + " nodes, type " + type + " has "
+           + std::to_string(numNodes));
   const bool fits = row ? OrderFor(*shape, row->inSpace, numNodes) || OrderFor(*shape, row->inPlane, numNodes)
                         : OrderFor(*shape, None, numNodes).has_value();
   if (!fits) Refuse("the nodes of " + type + " do not stand where label " + label + " has its nodes");
@@ -166,7 +170,7 @@ exo_ElementType exo_TypeMap::Find(const cow_String& typeName, int numNodes, int 
       std::vector<exo_Side> sides;
       if (row || shape->NumGeomDims() == 3) // who knows how the sides of other surfaces count
         sides = exo_FindSides(found, SideFormOf(family, numDims), *order, *shape);
-      return {shape->Label(), true, std::move(*order), std::move(sides)};
+      return {shape->Label(), true, std::move(*order), found == Pyramid, std::move(sides)};
     }
   if (isOverridden)
     throw nex_TextException("the nodes of " + typeName + " with " + std::to_string(numNodes)
@@ -178,8 +182,17 @@ exo_ElementType exo_TypeMap::Find(const cow_String& typeName, int numNodes, int 
   return kept;
 }
 
-std::optional<exo_TypeName> exo_NameType(const shp_Shape& shape, int numDims) {
+std::optional<exo_TypeName> exo_NameType(const shp_Shape& shape, int numDims, int pyramidNodes) {
   static constexpr shp_IsoPoint kOrigin[] = {{0, 0, 0}};
+  if (pyramidNodes > 0) {
+    exo_TypeName made;
+    made.name = NameWith(exo_CellName(Pyramid), pyramidNodes);
+    made.order = *exo_FindNodeOrder(Pyramid, exo_Collapsed(shape.NodeCoordinates()), pyramidNodes);
+    made.sides = exo_FindSides(Pyramid, exo_SideForm::Edges, made.order, shape);
+    made.label = exo_TypeMap().Find(made.name, pyramidNodes, numDims).label;
+    made.numNodes = pyramidNodes;
+    return made;
+  }
   std::span<const shp_IsoPoint> nodes = shape.NodeCoordinates();
   if (nodes.empty() && shape.NumNodes() == 1) nodes = kOrigin;
   exo_Cell cell = None;
@@ -204,6 +217,7 @@ std::optional<exo_TypeName> exo_NameType(const shp_Shape& shape, int numDims) {
   exo_TypeName made;
   const std::string_view family = best ? best->family : exo_CellName(cell);
   made.name = NameWith(family, numNodes);
+  made.numNodes = numNodes;
   made.order = *exo_FindNodeOrder(cell, nodes);
   made.sides = exo_FindSides(cell, SideFormOf(family, numDims), made.order, shape);
   made.label = exo_TypeMap().Find(made.name, numNodes, numDims).label;

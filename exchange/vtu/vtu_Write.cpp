@@ -6,6 +6,7 @@
 #include <BasicUtils/nex_Exception.h>
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
+#include <CoreGeometry/bme_Pyramids.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
 #include <bit>
@@ -165,11 +166,14 @@ Cell CellOf(const bme_ElementClass& elements, exo_VtkWedges wedges) {
   Cell cell;
   const shp_Shape* shape = elements.Shape();
   std::span<const shp_IsoPoint> nodes = shape ? shape->NodeCoordinates() : std::span<const shp_IsoPoint>();
+  std::vector<shp_IsoPoint> collapsed;
+  const int pyramidNodes = bme_PyramidNodes(elements);
+  if (pyramidNodes > 0) nodes = collapsed = exo_Collapsed(nodes);
   for (; !nodes.empty(); nodes = nodes.first(nodes.size() - 1)) {
     const std::optional<exo_VtkCell> found = exo_FindVtkCell(nodes, wedges);
     if (!found) continue;
     cell.type = found->type;
-    cell.nodes.resize(nodes.size());
+    cell.nodes.resize(pyramidNodes > 0 ? static_cast<std::size_t>(pyramidNodes) : nodes.size());
     for (std::size_t i = 0; i < nodes.size(); ++i) cell.nodes[static_cast<std::size_t>(found->order[i])] = i;
     return cell;
   }
@@ -235,7 +239,8 @@ private:
       if (hasLabels) labels_.insert(labels_.end(), labels.begin(), labels.end());
       counts_["element types and categories of classes"] += 1;
       if (cell.type == 2) counts_["elements as clouds of points"] += type.NumElements();
-      if (cell.nodes.size() < columns) counts_["elements without their last nodes"] += type.NumElements();
+      if (cell.nodes.size() < columns && bme_PyramidNodes(type) == 0)
+        counts_["elements without their last nodes"] += type.NumElements();
     }
   }
 

@@ -45,13 +45,14 @@ struct bme_Outside {
   std::vector<bme_OuterEdge> edges; ///< in order of their ends
   std::vector<bme_OuterLine> lines;
   std::vector<bme_OuterPoint> points;
-  long long notFinite = 0; ///< faces and lines left out, since a node of theirs has no finite coordinates
+  long long notFinite = 0;    ///< faces and lines left out, since a node of theirs has no finite coordinates
+  long long withoutShape = 0; ///< elements left out, since their type has no shape
 };
 
 /// Of the whole mesh, a group for each element class; with names of sets, of these alone: external faces of
 /// element sets, the faces of surfaces, and the nodes of node sets; with node sets alone also of the whole mesh,
-/// as one group. Types without a shape are left out, and what has nodes without
-/// finite coordinates. Faces meet at a feature when
+/// as one group. Corners that are collapsed to one are one. Types without a shape are left out, and what has
+/// nodes without finite coordinates. Faces meet at a feature when
 /// their normals are more than 30 degrees apart. Throws nex_TextException, beginning with `place`, when there
 /// is no such set, or nothing to see.
 CORE_GEOMETRY_API bme_Outside bme_FindOutside(const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,

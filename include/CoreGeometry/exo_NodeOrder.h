@@ -16,8 +16,14 @@ enum class exo_Cell { None, Point, Line, Triangle, Quadrilateral, Tetrahedron, P
 /// shp_Topology::NodeCoordinates uses; empty when the format has no such element.
 CORE_GEOMETRY_EXCHANGE_API std::vector<shp_IsoPoint> exo_NodeCoordinates(exo_Cell cell, int numNodes);
 
-/// Position in the Exodus II element of each node of a shape whose nodes stand at `ours`; nothing when the
-/// two sets of points differ. Found by comparing coordinates.
+/// Where the nodes of a hexahedron stand when its upper face is collapsed to the apex of a pyramid.
+CORE_GEOMETRY_EXCHANGE_API std::vector<shp_IsoPoint> exo_Collapsed(std::span<const shp_IsoPoint> ours);
+
+/// Position in the Exodus II element with that many nodes of each node of a shape whose nodes stand at `ours`;
+/// nothing when the two sets of points differ. Found by comparing coordinates.
+CORE_GEOMETRY_EXCHANGE_API std::optional<std::vector<int>>
+exo_FindNodeOrder(exo_Cell cell, std::span<const shp_IsoPoint> ours, int numNodes);
+/// Of the element with as many nodes as the shape.
 CORE_GEOMETRY_EXCHANGE_API std::optional<std::vector<int>>
 exo_FindNodeOrder(exo_Cell cell, std::span<const shp_IsoPoint> ours);
 

@@ -12,8 +12,10 @@
 struct exo_ElementType {
   cow_String label;       ///< element label, or the type name of the file when there is none
   bool supported = false; ///< the label has a shape with these nodes
-  /// Position in the file's element of each of our nodes; empty when the two orders are the same.
+  /// Position in the file's element of each of our nodes; empty when the two orders are the same. A pyramid is a
+  /// hexahedron of ours whose upper face is the apex: more nodes than in the file.
   std::vector<int> order;
+  bool arePyramids = false;
   std::vector<exo_Side> sides; ///< side 1 first; empty when nobody knows them
 };
 
@@ -39,12 +41,14 @@ private:
 
 /// How elements of a shape are written.
 struct exo_TypeName {
-  cow_String name;        ///< the format's name of their type
+  cow_String name; ///< the format's name of their type
+  int numNodes = 0;
   std::vector<int> order; ///< position in the file's element of each of our first nodes; the rest is left out
   std::vector<exo_Side> sides; ///< side 1 first
   cow_String label;            ///< of the element type that a reader makes of it
 };
 
 /// The format's element with its nodes where the shape has them, or else where the first nodes of the shape
-/// are; nothing when there is none.
-CORE_GEOMETRY_EXCHANGE_API std::optional<exo_TypeName> exo_NameType(const shp_Shape& shape, int numDims);
+/// are; nothing when there is none. `pyramidNodes` is that of bme_PyramidNodes.
+CORE_GEOMETRY_EXCHANGE_API std::optional<exo_TypeName> exo_NameType(const shp_Shape& shape, int numDims,
+                                                                    int pyramidNodes = 0);

@@ -114,7 +114,7 @@ TEST_F(ExodusImport, PutsTitleAndBlockNameIntoTheCategoryLabel) {
 
 TEST_F(ExodusImport, KeepsTypesWithoutALabelAndBlocksWithoutElements) {
   ExodusMesh mesh = OneHex();
-  mesh.blocks = {{1, "PYRAMID5", 5, {1, 2, 3, 4, 5}},
+  mesh.blocks = {{1, "ROOF5", 5, {1, 2, 3, 4, 5}},
                  {2, "HEX8", 8, {}},
                  {3, "hex16", 8, {1, 2, 3, 4, 5, 6, 7, 8}}, // the count decides, not the name
                  {4, "S4", 3, {1, 2, 3}},                   // means four nodes here
@@ -122,7 +122,7 @@ TEST_F(ExodusImport, KeepsTypesWithoutALabelAndBlocksWithoutElements) {
   const exo_Import import = Import(mesh);
   const bme_ElementData& elements = import.mesh->ElementData();
   ASSERT_EQ(elements.NumClasses(), 5U);
-  EXPECT_EQ(elements.GetClass(0).ElemTypeLabel(), "PYRAMID5");
+  EXPECT_EQ(elements.GetClass(0).ElemTypeLabel(), "ROOF5");
   EXPECT_FALSE(elements.GetClass(0).IsSupported());
   EXPECT_TRUE(std::ranges::equal(elements.GetClass(0).Connectivity(0), std::vector{0, 1, 2, 3, 4}));
   EXPECT_EQ(elements.GetClass(1).NumElements(), 0);

@@ -57,8 +57,9 @@ struct Type {
 constexpr Type kInSpace[] = {{"HEX", 8, 6},    {"HEX", 20, 6},   {"HEX27", 27, 6}, {"TET4", 4, 4},
                              {"TETRA", 10, 4}, {"WEDGE", 6, 5},  {"WEDGE", 15, 5}, {"WEDGE", 18, 5},
                              {"SHELL", 4, 6},  {"SHELL8", 8, 6}, {"SHELL", 9, 6},  {"TRI", 3, 5},
-                             {"TRI", 6, 5},    {"QUAD", 4, 4},   {"BEAM", 2, 1},   {"BEAM", 3, 1},
-                             {"TRUSS", 2, 1},  {"BAR", 3, 1},    {"SPHERE", 1, 0}, {"PYRAMID", 5, 2}};
+                             {"TRI", 6, 5},    {"QUAD", 4, 4},   {"BEAM", 2, 2},   {"BEAM", 3, 2},
+                             {"TRUSS", 2, 1},  {"BAR", 3, 1},    {"SPHERE", 1, 1}, {"PYRAMID", 5, 5},
+                             {"PYRA", 13, 5},  {"ROOF", 5, 3}};
 constexpr Type kInPlane[] = {{"QUAD", 4, 4}, {"QUAD", 8, 4}, {"TRI", 3, 3},   {"TRI", 6, 3},
                              {"BEAM", 2, 1}, {"BEAM", 3, 1}, {"TRUSS", 3, 1}, {"QUAD", 9, 2}};
 

@@ -3,6 +3,7 @@
 
 #include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/bme_Pyramids.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
 #include <cmath>
@@ -122,7 +123,10 @@ void CheckClass(const bme_Mesh& mesh, const bme_ElementClass& type, std::vector<
   if (!shape || shape->NumGeomDims() < 1 || shape->NodeCoordinates().empty()) return;
   constexpr double kNothing = 1e-10;  // of the size
   constexpr double kSpacing = 1.2e-7; // of numbers in single precision
-  const Places nodes(*shape, shape->NodeCoordinates()), points(*shape, shape->IntPtCoordinates());
+  std::vector<Point> atNodes(shape->NodeCoordinates().begin(), shape->NodeCoordinates().end());
+  if (bme_PyramidNodes(type) > 0)
+    std::erase_if(atNodes, [](const Point& at) { return at[2] == 1; }); // the apex
+  const Places nodes(*shape, atNodes), points(*shape, shape->IntPtCoordinates());
   Bad flat{"coordinates", "without length, area or volume", "merge their nodes or remove them",
            cls_Finding::Weight::Fault};
   Bad inverted{"DDBconnectivity", "inside out", "reverse the order of their nodes",

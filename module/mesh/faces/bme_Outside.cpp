@@ -1,3 +1,5 @@
+#include "bme_ClassWalk.h"
+
 #include <CoreGeometry/bme_Outside.h>
 
 #include <BasicUtils/nex_Exception.h>
@@ -104,7 +106,12 @@ private:
     throw nex_TextException(place_ + ": no set \"" + name + '"' + atr_Alternatives(name, names));
   }
 
-  bme_FEMFaceList External(const bme_FEMElemList& elements) const {
+  bme_FEMFaceList External(const bme_FEMElemList& elements) {
+    bme_ForEachClassOfElements(
+        mesh_, elements.Words(),
+        [&](const bme_ElementClass&, const shp_Shape* shape, std::span<const unsigned> words) {
+          if (!shape) result_.withoutShape += static_cast<long long>(words.size());
+        });
     bme_FaceOptions options;
     options.exclude = bme_EXCLUDE_UNSUPPORTED;
     const std::optional<bme_FaceSets> faces = bme_ComputeFaces(elements, options);
@@ -118,10 +125,30 @@ private:
     for (std::size_t i = 0; i < faces.Count(); ++i) {
       poll_.Advance();
       bme_OuterFace face{faces[i], groupOf(bme_ElementOf(faces[i])), faces.FaceNodes(i), {}};
+      DropRepeated(face.nodes);
       if (face.nodes.corners < 3 || !IsFinite(face.nodes)) continue;
       face.normal = AreaVector(face.nodes.Corners(), xyz);
       result_.faces.push_back(face);
     }
+  }
+
+  /// Leaves out each corner that is the one before it, with the middle node between them, and the centre.
+  static void DropRepeated(bme_LocalNodes& nodes) {
+    const bme_LocalNodes old = nodes;
+    const bool hasMids = old.count >= 2 * old.corners;
+    std::array<int, bme_LocalNodes::kMost> mids{};
+    nodes.corners = 0;
+    for (unsigned k = 0; k < old.corners; ++k) {
+      if (old.nodes[k] == old.nodes[(k + 1) % old.corners]) continue;
+      if (hasMids) mids[nodes.corners] = old.nodes[old.corners + k];
+      nodes.nodes[nodes.corners++] = old.nodes[k];
+    }
+    if (nodes.corners == old.corners) {
+      nodes = old;
+      return;
+    }
+    nodes.count = nodes.corners;
+    for (unsigned k = 0; hasMids && k < nodes.corners; ++k) nodes.nodes[nodes.count++] = mids[k];
   }
 
   /// Counts those that are not.

@@ -2,6 +2,7 @@
 
 #include "cli_Console.h"
 
+#include <CoreGeometry/bme_Pyramids.h>
 #include <CoreUtils/atr_Near.h>
 #include <algorithm>
 #include <charconv>
@@ -63,6 +64,18 @@ long long cli_NumNotFinite(const bme_Mesh& mesh) {
       count += !std::ranges::all_of(type.Connectivity(e), isFinite);
   }
   return count;
+}
+
+long long cli_NumWithoutShape(const bme_Mesh& mesh) {
+  long long count = 0;
+  for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i)
+    if (const bme_ElementClass& type = mesh.ElementData().GetClass(i); !type.IsSupported())
+      count += type.NumElements();
+  return count;
+}
+
+cow_String cli_TypeText(const bme_ElementClass& type) {
+  return (bme_PyramidNodes(type) > 0 ? "pyramids as collapsed " : "") + type.ElemTypeLabel();
 }
 
 void cli_LabelRange::Add(std::span<const int> labels) {

@@ -25,6 +25,10 @@ cow_String cli_ChooseMesh(const cls_Database& model, const cow_String& name);
 
 /// Elements with a node whose coordinates are not finite: questions about places leave them out.
 long long cli_NumNotFinite(const bme_Mesh& mesh);
+/// Elements of types without a shape, which such questions leave out, too.
+long long cli_NumWithoutShape(const bme_Mesh& mesh);
+/// The element type of a class, or "pyramids as collapsed C3D8".
+cow_String cli_TypeText(const bme_ElementClass& type);
 
 /// Smallest and largest of some labels.
 struct cli_LabelRange {

@@ -187,11 +187,13 @@ void Print(const Arguments& arguments, const Target& target, const exo_Import& i
                << ":\n";
   cli_Report() << "  " << mesh.NodeData().NumNodes() << " nodes, " << mesh.ElementData().NumElements()
                << " elements in " << import.blocks.size() << " classes\n";
-  std::size_t index = 0;
-  for (const exo_ImportedBlock& block : import.blocks)
-    cli_Report() << "  block " << block.id << " (" << block.type << "): class " << index++ << ", "
-                 << block.numElements << " elements " << block.label
+  unsigned index = 0;
+  for (const exo_ImportedBlock& block : import.blocks) {
+    cli_Report() << "  block " << block.id << " (" << block.type << "): class " << index << ", "
+                 << block.numElements << " elements " << cli_TypeText(mesh.ElementData().GetClass(index))
                  << (block.supported ? "" : ", a type without a shape") << '\n';
+    ++index;
+  }
   for (const char* kind : {"node set", "element set", "surface"}) {
     const auto count = std::ranges::count_if(import.sets, [&](const bme_NamedSet& set) {
       return cli_KindText(1 << set.kind) == cow_String(kind);

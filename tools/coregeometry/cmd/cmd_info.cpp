@@ -4,6 +4,7 @@
 #include "cli_Datums.h"
 #include "cli_Regions.h"
 
+#include <CoreGeometry/bme_Pyramids.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
 #include <cmath>
@@ -100,7 +101,7 @@ void PrintMesh(const cow_String& root, const bme_Mesh& mesh) {
             << '\n';
   for (unsigned i = 0; i < elements.NumClasses(); ++i) {
     const bme_ElementClass& type = elements.GetClass(i);
-    cli_Out() << "  Class " << i << ": " << type.ElemTypeLabel() << ", labels "
+    cli_Out() << "  Class " << i << ": " << cli_TypeText(type) << ", labels "
               << RangeText(LabelsOf(elements, type), true) << ", category \"" << type.CategoryLabel()
               << "\"\n";
   }
@@ -116,6 +117,7 @@ cli_Json MeshJson(const cow_String& root, const bme_Mesh& mesh) {
     classes.push_back({{"index", i},
                        {"type", type.ElemTypeLabel()},
                        {"supported", type.IsSupported()},
+                       {"pyramidNodes", bme_PyramidNodes(type)},
                        {"elements", type.NumElements()},
                        {"nodesPerElement", type.NumNodesPerElem()},
                        {"elementLabels", Range(LabelsOf(elements, type))},

@@ -177,9 +177,10 @@ void Run(const Arguments& arguments) {
   const Answers answers(*mesh);
   console.End();
 
-  const long long notFinite = cli_NumNotFinite(*mesh);
+  const long long notFinite = cli_NumNotFinite(*mesh), withoutShape = cli_NumWithoutShape(*mesh);
   if (arguments.json) {
-    cli_JsonStream json({{"file", arguments.file}, {"mesh", root}, {"notFinite", notFinite}});
+    cli_JsonStream json(
+        {{"file", arguments.file}, {"mesh", root}, {"notFinite", notFinite}, {"noShape", withoutShape}});
     json.BeginList("points");
     answers.ForEach(points, [&](const cli_Json& answer) { json.Add(answer); });
     json.EndList();
@@ -189,6 +190,7 @@ void Run(const Arguments& arguments) {
   answers.ForEach(points, Print);
   if (notFinite > 0)
     cli_Out() << "Left out: " << notFinite << " elements with nodes that have no finite coordinates\n";
+  if (withoutShape > 0) cli_Out() << "Left out: " << withoutShape << " elements of types without a shape\n";
 }
 } // namespace
 

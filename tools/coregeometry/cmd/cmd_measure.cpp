@@ -141,7 +141,7 @@ struct LabelList {
 constexpr LabelList kLists[] = {
     {"inverted", "inside out", &bme_Measures::inverted, Lack::Nothing},
     {"zero", "without extent", &bme_Measures::zero, Lack::Nothing},
-    {"withoutShape", "not measured, the type has no shape", &bme_Measures::withoutShape, Lack::Nothing},
+    {"withoutShape", "not measured, the type has no shape", &bme_Measures::withoutShape, Lack::Mass},
     {"withoutNodes", "not measured, nodes are missing or not finite", &bme_Measures::withoutNodes,
      Lack::Everything},
     {"noThickness", "not in the volume, no --thickness", &bme_Measures::noThickness, Lack::Mass},

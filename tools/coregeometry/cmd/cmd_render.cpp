@@ -106,6 +106,8 @@ void Run(const Arguments& arguments) {
   if (outside.notFinite > 0 && !arguments.json)
     cli_Report() << "Left out: " << outside.notFinite
                  << " faces, lines and nodes without finite coordinates\n";
+  if (outside.withoutShape > 0 && !arguments.json)
+    cli_Report() << "Left out: " << outside.withoutShape << " elements of types without a shape\n";
   if (arguments.json)
     cli_PrintJson({{"file", arguments.file},
                    {"mesh", root},
@@ -113,6 +115,7 @@ void Run(const Arguments& arguments) {
                    {"width", view.width},
                    {"height", view.height},
                    {"notFinite", outside.notFinite},
+                   {"noShape", outside.withoutShape},
                    {"groups", groups},
                    {"datums", paths}});
 }

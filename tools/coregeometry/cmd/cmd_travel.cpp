@@ -22,6 +22,7 @@ struct Side {
   cow_String file, root, part;
   cow_CountedHld<bme_Mesh> mesh;
   bme_FaceTriangles skin;
+  long long withoutShape = 0; ///< elements that have no faces
 
   Side(const Arguments& arguments, std::size_t i) {
     const auto choose = [i](const std::vector<std::string>& given) {
@@ -33,6 +34,10 @@ struct Side {
     root = cli_ChooseMesh(model, arguments.names.size() == 1 ? arguments.names[0] : choose(arguments.names));
     mesh = model.Get<bme_Mesh>(root);
     skin = cli_MakeSkin(model, root, *mesh, part);
+    for (unsigned k = 0; k < mesh->ElementData().NumClasses(); ++k)
+      if (const bme_ElementClass& type = mesh->ElementData().GetClass(k);
+          !type.IsSupported() && cli_IsPart(type, part))
+        withoutShape += type.NumElements();
   }
   int ElementLabel(int triangle) const {
     const unsigned element = bme_ElementOf(skin.words[static_cast<std::size_t>(triangle)]);
@@ -46,7 +51,8 @@ struct Side {
     return {mesh->NodeData().Coordinates().Const(), skin.nodes, direction};
   }
   cli_Json Facts() const {
-    cli_Json facts = {{"file", file}, {"mesh", root}, {"triangles", skin.words.size()}};
+    cli_Json facts = {
+        {"file", file}, {"mesh", root}, {"triangles", skin.words.size()}, {"noShape", withoutShape}};
     if (!part.empty()) facts["part"] = part;
     return facts;
   }
@@ -89,6 +95,8 @@ void Run(const Arguments& arguments) {
     }
     return cli_PrintJson(json);
   }
+  if (const long long count = moving.withoutShape + fixed.withoutShape; count > 0)
+    cli_Out() << "Left out: " << count << " elements of types without a shape\n";
   if (!meets) {
     cli_Out() << "never meets\n";
     return;

@@ -3,7 +3,9 @@
 #include "cli_Console.h"
 #include "cli_Model.h"
 
+#include <BasicUtils/cls_WritePass.h>
 #include <BasicUtils/uti_OutputFile.h>
+#include <CoreGeometry/exo_Pyramids.h>
 #include <filesystem>
 #include <iostream>
 #include <optional>
@@ -32,6 +34,37 @@ void KeepBackup(const std::string& file, const cow_String& backup) {
   } catch (const uti_FileExistsException& error) {
     throw nex_TextException(error.Message() + "; name another file with --backup");
   }
+}
+
+/// Meshes whose pyramids were stored when they had no shape, by their roots.
+struct Pyramids {
+  std::vector<std::pair<cow_String, bme_Mesh>> meshes; ///< converted
+  long long elements = 0;
+};
+
+Pyramids PyramidsOf(const cls_Database& model) {
+  Pyramids found;
+  for (const cow_String& root : cli_MeshRoots(model)) {
+    bme_Mesh mesh = *model.Get<bme_Mesh>(root);
+    const long long count = exo_ConvertPyramids(mesh);
+    found.elements += count;
+    if (count > 0) found.meshes.emplace_back(root, std::move(mesh));
+  }
+  return found;
+}
+
+/// All meshes in one pass, made from what nobody else can change any more.
+long long ConvertPyramids(const std::string& file, const cow_String& backup, bool& hasBackup) {
+  cls_Database model = cli_OpenModel(file, cls_Database::Mode::ReadWrite);
+  cls_WritePass pass(model);
+  if (!backup.empty() && !hasBackup) {
+    KeepBackup(file, backup);
+    hasBackup = true;
+  }
+  const Pyramids found = PyramidsOf(model);
+  for (const auto& [root, mesh] : found.meshes) pass.Put(root, mesh);
+  pass.Commit();
+  return found.elements;
 }
 
 /// What was outdated. A backup that is made is of what was upgraded, and stays only with it.
@@ -63,14 +96,17 @@ void Run(const Arguments& arguments) {
   bool hasBackup = false;
   Classes outdated;
   bool isOldFile = false;
+  long long pyramids = 0;
   {
     const cls_Database model = cli_OpenModel(arguments.file);
     outdated = OutdatedOf(model); // a model that needs nothing may be read-only
     isOldFile = model.Format() < cls_Database::kFormat;
     if (arguments.dryRun) model.Converted(); // proves that every object can be converted
+    pyramids = PyramidsOf(model).elements;
   }
   if ((isOldFile || !outdated.empty()) && !arguments.dryRun)
     outdated = Upgrade(arguments.file, backup, hasBackup);
+  if (pyramids > 0 && !arguments.dryRun) pyramids = ConvertPyramids(arguments.file, backup, hasBackup);
   if (!hasBackup) backup.clear();
   console.End();
 
@@ -86,14 +122,19 @@ void Run(const Arguments& arguments) {
                    {"upgraded", count},
                    {"fileFormat", isOldFile ? cli_Json(cls_Database::kFormat) : cli_Json()},
                    {"classes", classes},
+                   {"pyramids", pyramids},
                    {"backup", backup.empty() ? cli_Json() : cli_Json(backup)}});
     return;
   }
-  if (count == 0 && !isOldFile) {
+  if (pyramids > 0)
+    cli_Report() << "  " << pyramids << (pyramids == 1 ? " pyramid " : " pyramids ")
+                 << (arguments.dryRun ? "would become" : "became")
+                 << " collapsed hexahedra, which have a shape\n";
+  if (count == 0 && !isOldFile && pyramids == 0) {
     cli_Report() << arguments.file << ": every object is stored in its current layout\n";
     return;
   }
-  if (count == 0)
+  if (count == 0 && isOldFile)
     cli_Report() << arguments.file << ": every object is stored in its current layout; the file "
                  << (arguments.dryRun ? "would get" : "has") << " format " << cls_Database::kFormat << '\n';
   for (const auto& stored : outdated)
@@ -117,7 +158,8 @@ void cli_AddUpgrade(CLI::App& app) {
   command->add_flag("--json", arguments->json, "Print the facts as JSON");
   command->footer(
       "Reading never needs it: old layouts are converted as they are read. \"coregeometry info\" tells\n"
-      "whether a model has any. All objects are rewritten, or none.\n"
+      "whether a model has any. All objects are rewritten, or none. Pyramids that were stored when they had\n"
+      "no shape become collapsed hexahedra, in a pass of their own.\n"
       "\n"
       "Example:\n"
       "  coregeometry upgrade old-wing.cgdb");

@@ -52,7 +52,8 @@ public:
         found = Converge(iso, state);
       if (found && !isKnown) {
         const double excess = shp_Map::Excess(table_, table_.numDims, iso);
-        if (excess <= tolerance_) return Hit{iso, excess, element_.IsSoundAt(state)};
+        if (excess <= tolerance_)
+          return Hit{iso, excess, element_.IsSoundAt(state) || IsSoundBeside(element_, iso)};
       }
       const shp_IsoPoint local = part.Local(iso);
       if (IsSeparate(part, local)) continue;
@@ -169,7 +170,7 @@ private:
       shp_Vector step;
       element_.Step(state, residual, step);
       double longest = std::max({std::abs(step[0]), std::abs(step[1]), std::abs(step[2])});
-      if (!std::isfinite(longest)) return false;
+      if (!std::isfinite(longest)) return error <= kEnough; // at the apex of a pyramid no step is
       double factor = longest > kLongestStep ? kLongestStep / longest : 1;
       State next;
       shp_IsoPoint nextIso;
@@ -268,16 +269,45 @@ std::optional<Hit> Find(const shp_MappedElement& element, const shp_Vector& targ
   return Search(element, target, tolerance).Run(elsewhere);
 }
 
+namespace {
+/// Another corner is at the same place.
+bool IsCollapsedAt(const shp_MappedElement& element, const shp_IsoPoint& iso) {
+  State here, there;
+  element.Evaluate(iso, here);
+  constexpr double kSame = shp_MappedElement::kResidual;
+  const auto corners = shp_FindFacts(element.Table().family)->corners;
+  return std::ranges::count_if(corners,
+                               [&](const shp_IsoPoint& corner) {
+                                 element.Evaluate(corner, there);
+                                 return shp_Map::Length(Minus(there.position, here.position)) <= kSame;
+                               })
+         > 1;
+}
+} // namespace
+
+bool IsSoundBeside(const shp_MappedElement& element, const shp_IsoPoint& iso) {
+  constexpr double kStep = 0x1p-6; // of the way to the centre
+  const shp_MapTable& table = element.Table();
+  const auto corners = shp_FindFacts(table.family)->corners;
+  if (std::ranges::none_of(corners,
+                           [&](const shp_IsoPoint& corner) { return IsCollapsedAt(element, corner); }))
+    return false;
+  shp_IsoPoint inner = iso;
+  for (std::size_t axis = 0; axis < 3; ++axis) inner[axis] += kStep * (table.centre[axis] - iso[axis]);
+  State state;
+  element.Evaluate(inner, state);
+  return element.IsSoundAt(state);
+}
+
 bool IsDegenerate(const shp_MappedElement& element) {
   const shp_MapTable& table = element.Table();
   State state;
   element.Evaluate(table.centre, state);
   if (!element.IsSoundAt(state)) return true;
   if (table.form == shp_MapTable::Form::Affine) return false;
-  for (const shp_IsoPoint& corner : shp_FindFacts(table.family)->corners) {
+  return std::ranges::any_of(shp_FindFacts(table.family)->corners, [&](const shp_IsoPoint& corner) {
     element.Evaluate(corner, state);
-    if (!element.IsSoundAt(state)) return true;
-  }
-  return false;
+    return !element.IsSoundAt(state) && !(IsCollapsedAt(element, corner) && IsSoundBeside(element, corner));
+  });
 }
 } // namespace shp_LocateSearch

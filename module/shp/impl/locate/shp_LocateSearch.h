@@ -20,6 +20,10 @@ struct Hit {
 std::optional<Hit> Find(const shp_MappedElement& element, const shp_Vector& target, double tolerance,
                         const std::optional<shp_IsoPoint>& elsewhere);
 
-/// True when the map is flat or inside out at the centre or at a corner.
+/// True when the map is flat or inside out at the centre or at a corner. Where corners are collapsed to one, as at
+/// the apex of a pyramid, it is looked at beside them.
 bool IsDegenerate(const shp_MappedElement& element);
+
+/// True when corners of the element are at one place, and the map is sound beside a place where it is not.
+bool IsSoundBeside(const shp_MappedElement& element, const shp_IsoPoint& iso);
 } // namespace shp_LocateSearch
