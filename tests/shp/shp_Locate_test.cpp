@@ -160,7 +160,7 @@ TEST_F(shp_LocateTest, TheVerdictTellsRimOutsideAndElementsThatAreNone) {
   EXPECT_EQ(locate("C3D8", mirrored, {0.5, 0.5, 0.5}), Degenerate);
   EXPECT_EQ(locate("C3D8", undefined, {0.5, 0.5, 0.5}), Degenerate);
   EXPECT_EQ(locate("C3D8", collapsed, {0.5, 0.25, 0.5}), Inside) << "a wedge written as a hexahedron";
-  EXPECT_EQ(locate("C3D8", collapsed, {0.1, 0.9, 0.5}), Degenerate) << "outside of it";
+  EXPECT_EQ(locate("C3D8", collapsed, {0.1, 0.9, 0.5}), Outside) << "which is sound beside its edge";
 
   // many elements at once
   const shp_Shape& shape = Shape("C3D8");

@@ -42,6 +42,16 @@ struct PartValue {
   double value;
 };
 
+/// Throws nex_TextException when the mesh has no part of that name; an empty one means all.
+void ExpectPart(const bme_ElementData& elements, const cow_String& part, const cow_String& place) {
+  bool isThere = part.empty();
+  for (unsigned i = 0; i < elements.NumClasses() && !isThere; ++i)
+    isThere = cli_IsPart(elements.GetClass(i), part);
+  if (!isThere)
+    throw nex_TextException(place + ": no part \"" + part + '"'
+                            + atr_Alternatives(part, cli_PartNames(elements)));
+}
+
 bme_ElementValue ParseValues(const ValueOption& option, const bme_ElementData& elements) {
   std::vector<PartValue> values;
   for (const std::string& word : option.words) {
@@ -52,12 +62,7 @@ bme_ElementValue ParseValues(const ValueOption& option, const bme_ElementData& e
       throw cli_UsageError(std::string(option.name) + " " + word
                            + ": give a number not below 0, or PART=NUMBER");
     const cow_String part = equals == std::string::npos ? "" : word.substr(0, equals);
-    bool isThere = part.empty();
-    for (unsigned i = 0; i < elements.NumClasses() && !isThere; ++i)
-      isThere = cli_IsPart(elements.GetClass(i), part);
-    if (!isThere)
-      throw nex_TextException(std::string(option.name) + " " + word + ": no part \"" + part + '"'
-                              + atr_Alternatives(part, cli_PartNames(elements)));
+    ExpectPart(elements, part, std::string(option.name).append(" ").append(word));
     values.push_back({part, *value});
   }
   if (values.empty()) return {};

@@ -68,6 +68,7 @@ void Run(const Arguments& arguments) {
   const bme_Outside outside = bme_FindOutside(*mesh, sets, arguments.sets, arguments.file + ", " + root);
   const std::vector<cli_Datum> datums = arguments.datums ? cli_Datums(model, root) : std::vector<cli_Datum>();
   std::vector<const dtu_Datum*> drawn;
+  drawn.reserve(datums.size());
   for (const cli_Datum& one : datums) drawn.push_back(&*one.datum);
   pic_Draw(outside, mesh->NodeData().Coordinates().Const(), view, drawn).WritePng(output);
   console.End();

@@ -141,6 +141,7 @@ const cli_RegionRoot& Choose(const cls_Database& model, const std::vector<cli_Re
   for (const cli_RegionRoot* one : named) list += (list.empty() ? "" : ", ") + Title(one->root);
   if (named.empty()) {
     std::vector<cow_String> names;
+    names.reserve(regions.size());
     for (const cli_RegionRoot& one : regions) names.push_back(one.region.Name());
     throw nex_TextException(model.File() + ": no set or surface \"" + name + '"'
                             + atr_Alternatives(name, names));
