@@ -7,6 +7,7 @@
 #include <CoreGeometry/bme_Pyramids.h>
 #include <CoreGeometry/rgnC_Facet.h>
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <numeric>
 #include <set>
@@ -14,31 +15,37 @@
 namespace {
 struct Kind {
   exo_SetKind kind;
+  const char* name;
   res_SetTypeEnm whole; ///< the type of a set that has nothing in it
   std::span<const res_SetTypeEnm> items;
 };
 constexpr res_SetTypeEnm kNodes[] = {res_NODE_SET}, kElements[] = {res_ELEMENT_SET},
                          kSides[] = {res_SURFACE_FACET, res_SURFACE_EDGE, res_SURFACE_ELEMENT};
-constexpr Kind kKinds[] = {{exo_SetKind::Nodes, res_NODE_SET, kNodes},
-                           {exo_SetKind::Sides, res_SURFACE_SET, kSides},
-                           {exo_SetKind::Elements, res_ELEMENT_SET, kElements}};
+constexpr Kind kKinds[] = {{exo_SetKind::Nodes, "node set", res_NODE_SET, kNodes},
+                           {exo_SetKind::Sides, "side set", res_SURFACE_SET, kSides},
+                           {exo_SetKind::Elements, "element set", res_ELEMENT_SET, kElements}};
 
-/// Numbers of one kind, none of them twice.
-class Ids {
-public:
-  std::int64_t Take(std::int64_t wanted) {
-    if (wanted > 0 && taken_.insert(wanted).second) return wanted;
-    ++changed_;
-    while (!taken_.insert(next_).second) ++next_;
-    return next_;
+/// Numbers for blocks, or for sets of one kind, none of them twice: those that are wanted first, then the others the
+/// next free ones. Lists what a number had to be changed from and to.
+constexpr std::int64_t kAnyNumber = std::numeric_limits<std::int64_t>::min();
+template<class Item> cow_String Number(std::span<Item> items, long long& changed) {
+  std::set<std::int64_t> taken;
+  std::vector<Item*> others;
+  for (Item& item : items)
+    if (item.id < 0 || !taken.insert(item.id).second) others.push_back(&item);
+  std::int64_t next = 1;
+  cow_String detail;
+  for (Item* item : others) {
+    while (!taken.insert(next).second) ++next;
+    if (item->id != kAnyNumber) {
+      detail += (detail.empty() ? "\"" : ", \"") + item->name + "\" from " + std::to_string(item->id) + " to "
+                + std::to_string(next);
+      ++changed;
+    }
+    item->id = next;
   }
-  long long Changed() const { return changed_; }
-
-private:
-  std::set<std::int64_t> taken_;
-  std::int64_t next_ = 1;
-  long long changed_ = 0;
-};
+  return detail;
+}
 
 /// Everything before the last slash that all categories have in common; the title of the file they came from.
 cow_String CommonTitle(std::span<const cow_String> categories) {
@@ -68,10 +75,12 @@ public:
     AddBlocks(output.Name(), categories);
     AddLabels();
     for (const Kind& kind : kKinds) {
-      Ids ids;
+      const std::size_t first = out_.sets.size();
       for (std::size_t i = 0; i < sets_.size(); ++i)
-        if (!isBlock_[i]) AddSet(kind, sets_[i], ids);
-      Count("numbers of sets") += ids.Changed();
+        if (!isBlock_[i]) AddSet(kind, sets_[i]);
+      const cow_String changes = Number(std::span(out_.sets).subspan(first), Count("numbers of sets"));
+      if (!changes.empty())
+        Count("numbers of sets", Joined("numbers of sets", cow_String(kind.name) + "s " + changes));
     }
     CheckLengths();
     exo_WriteFile(output, out_);
@@ -104,22 +113,22 @@ private:
   }
 
   void AddBlocks(const cow_String& fileName, std::span<const cow_String> categories) {
-    Ids ids;
     for (unsigned i = 0; i < mesh_.ElementData().NumClasses(); ++i) {
       const bme_ElementClass& type = mesh_.ElementData().GetClass(i);
       exo_CheckNodes(mesh_, type, fileName);
       exo_OutBlock& block = out_.blocks.emplace_back();
       const cow_String& category = categories[i];
       block.name = title_.empty() || category.empty() ? category : category.substr(title_.size() + 1);
-      block.id = ids.Take(BlockId(type, block.name, static_cast<std::int64_t>(i) + 1));
+      block.id = BlockId(type, block.name);
       block.numElements = type.NumElements();
       AddRows(type, block);
     }
-    Count("numbers of blocks") = ids.Changed();
+    const cow_String changes = Number(std::span(out_.blocks), Count("numbers of blocks"));
+    if (!changes.empty()) Count("numbers of blocks", changes);
   }
 
-  /// Of the set that stands for the class, or the number given.
-  std::int64_t BlockId(const bme_ElementClass& type, const cow_String& name, std::int64_t otherwise) {
+  /// Of the set that stands for the class.
+  std::int64_t BlockId(const bme_ElementClass& type, const cow_String& name) {
     cow_String longName = name;
     for (std::size_t i = 0; i < sets_.size(); ++i) {
       const bme_NamedSet& set = sets_[i];
@@ -133,7 +142,7 @@ private:
       isBlock_[i] = true;
       return set.data.GetSetIndex();
     }
-    return otherwise;
+    return kAnyNumber;
   }
 
   static bool HoldsAll(const rgnC_SetData& set, const bme_ElementClass& type) {
@@ -198,9 +207,18 @@ private:
     }
   }
 
-  void AddSet(const Kind& kind, const bme_NamedSet& set, Ids& ids) {
+  /// The name that the set had in a file where another had it, too; see exo_Sets.cpp.
+  cow_String NameInFile(const Kind& kind, const bme_NamedSet& set) const {
+    const cow_String ending =
+        " (" + cow_String(kind.name) + " " + std::to_string(set.data.GetSetIndex()) + ")";
+    if (!set.name.ends_with(ending)) return set.name;
+    const cow_String name = set.name.substr(0, set.name.size() - ending.size());
+    return std::ranges::find(sets_, name, &bme_NamedSet::name) == sets_.end() ? set.name : name;
+  }
+
+  void AddSet(const Kind& kind, const bme_NamedSet& set) {
     const rgnC_SetData& data = set.data;
-    exo_OutSet made{kind.kind, 0, set.name, {}, {}};
+    exo_OutSet made{kind.kind, data.GetSetIndex(), NameInFile(kind, set), {}, {}};
     bool isOfKind = data.NumSubset() == 0 && data.GetSetType() == kind.whole;
     for (int i = 0; i < data.NumSubset(); ++i) {
       const rgnC_SubsetData& subset = data.SubSet(i);
@@ -217,7 +235,6 @@ private:
         AddIds(set, subset, made);
     }
     if (!isOfKind) return;
-    made.id = ids.Take(data.GetSetIndex());
     out_.sets.push_back(std::move(made));
   }
 

@@ -2,11 +2,13 @@
 #include "ExodusWriter.h"
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/exo_Export.h>
 #include <CoreGeometry/exo_Import.h>
 #include <CoreGeometry/rgnC_Facet.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <ThrownBy.h>
 #include <algorithm>
+#include <array>
 #include <exodusII.h>
 #include <gtest/gtest.h>
 #include <numeric>
@@ -233,6 +235,47 @@ TEST_F(Sets, KeepNodesElementsAndFacetsByClassInTheirOrder) {
     EXPECT_EQ(wrong->detail, "left out: side 99 of element 1 in side set 3");
     for (const exo_LedgerEntry& entry : import.ledger) EXPECT_EQ(entry.what.find(" sets"), std::string::npos);
   }
+}
+
+/// Numbers and names of a kind of a file, "3 fixed".
+std::vector<std::string> Listed(const std::string& name, ex_entity_type type, int count) {
+  int real = 8, stored = 0;
+  float version = 0;
+  const int file = ex_open(name.c_str(), EX_READ, &real, &stored, &version);
+  std::vector<int> ids(static_cast<std::size_t>(count));
+  ex_get_ids(file, type, ids.data());
+  std::vector<std::string> listed;
+  std::vector<std::array<char, 64>> texts(ids.size());
+  std::vector<char*> pointers;
+  for (auto& text : texts) pointers.push_back(text.data());
+  ex_get_names(file, type, pointers.data());
+  for (std::size_t i = 0; i < ids.size(); ++i)
+    listed.push_back(std::to_string(ids[i]) + " " + texts[i].data());
+  ex_close(file);
+  return listed;
+}
+
+TEST_F(Sets, LeaveWithTheNamesAndNumbersThatTheyCameWith) {
+  ExodusMesh mesh = Mixed();
+  mesh.sets = {{EX_NODE_SET, 2, "top", {1}},         {EX_NODE_SET, 0, "bottom", {1}},
+               {EX_NODE_SET, 3, "skin", {1}},        {EX_NODE_SET, 1, "left", {1}},
+               {EX_SIDE_SET, 0, "bottom", {1}, {1}}, {EX_SIDE_SET, 1, "right", {1}, {1}}};
+  exo_Import import = Import(mesh);
+  const auto write = [&] {
+    uti_OutputFile output(folder_ / "out.exo", {.force = true});
+    return exo_WriteMesh(output, *import.mesh, import.sets);
+  };
+  EXPECT_TRUE(write().empty());
+  using Texts = std::vector<std::string>;
+  EXPECT_EQ(Listed(folder_ / "out.exo", EX_NODE_SET, 4), (Texts{"2 top", "0 bottom", "3 skin", "1 left"}));
+  EXPECT_EQ(Listed(folder_ / "out.exo", EX_SIDE_SET, 2), (Texts{"0 bottom", "1 right"}));
+  EXPECT_EQ(Listed(folder_ / "out.exo", EX_ELEM_BLOCK, 3), (Texts{"7 block 7", "8 roof", "9 skin"}));
+  for (bme_NamedSet& set : import.sets)
+    if (set.name == "top" || set.name == "left") set.data.SetIndex(set.name == "top" ? 3 : -5);
+  const exo_Ledger changes = write();
+  ASSERT_EQ(changes.size(), 1U);
+  EXPECT_EQ(changes[0].count, 2);
+  EXPECT_EQ(changes[0].detail, "node sets \"skin\" from 3 to 1, \"left\" from -5 to 2");
 }
 
 TEST_F(Sets, NameTheEntryThatIsOutside) {
