@@ -61,7 +61,7 @@ public:
   double FindClosestPoint(const std::array<double, 3>& target, std::span<const int> elementNodes,
                           std::span<const float> coordinates, shp_IsoPoint& iso) const;
   /// Flat or inside out at the centre or at a corner, or without size, or with a coordinate that is no
-  /// number.
+  /// number. Corners that are collapsed to one, as at the apex of a pyramid, are judged by the map beside them.
   bool IsDegenerate(std::span<const int> elementNodes, std::span<const float> coordinates) const;
   /// Boxes outside of which Locate finds nothing, of elements whose rows begin every nodesPerRow numbers;
   /// empty (low above high) for elements with a coordinate that is not a number.
