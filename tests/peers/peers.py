@@ -7,7 +7,11 @@ import json, os, subprocess, sys, tempfile
 import meshio
 import netCDF4
 import numpy as np
-import vtk
+from vtkmodules.vtkCommonCore import vtkVersion  # these need no graphics library
+from vtkmodules.vtkFiltersGeneral import vtkCellValidator
+from vtkmodules.vtkFiltersVerdict import vtkCellSizeFilter
+from vtkmodules.vtkIOExodus import vtkExodusIIReader
+from vtkmodules.vtkIOXML import vtkXMLUnstructuredGridReader
 
 TOOL = os.path.abspath(sys.argv[1])
 # our type, spatial dimensions, meshio's cell
@@ -116,25 +120,25 @@ def judge(folder, label, dims, cell):
     if ("meshio", label) not in KNOWN:
         check(found == [(cell, (1, len(points)))], f"{label}: meshio reads {found}")
 
-    reader = vtk.vtkExodusIIReader()
+    reader = vtkExodusIIReader()
     reader.SetFileName(place + ".exo")
     read = [(part.GetNumberOfCells(), part.GetCell(0).GetNumberOfPoints()) for part in cells_of_vtk(reader)
             if part.GetNumberOfCells()]
     if ("VTK", label) not in KNOWN:
         check(read == [(1, len(points))], f"{label}: VTK reads {read} from Exodus II")
 
-    reader = vtk.vtkXMLUnstructuredGridReader()
+    reader = vtkXMLUnstructuredGridReader()
     reader.SetFileName(place + ".vtu")
     grid = next(iter(cells_of_vtk(reader)))
     check(grid.GetCell(0).GetNumberOfPoints() == len(points), f"{label}: VTU")
-    size = vtk.vtkCellSizeFilter()
+    size = vtkCellSizeFilter()
     size.SetInputData(grid)
     size.Update()
     if sheet["dimensions"] == 3:
         volume = size.GetOutput().GetCellData().GetArray("Volume").GetValue(0)
         check(volume > 0, f"{label}: VTK's volume is {volume}")
     if label != "MASS":
-        validator = vtk.vtkCellValidator()
+        validator = vtkCellValidator()
         validator.SetInputData(grid)
         validator.Update()
         state = validator.GetOutput().GetCellData().GetArray("ValidityState").GetTuple1(0)
@@ -145,5 +149,5 @@ with tempfile.TemporaryDirectory() as work:
     for one in TYPES:
         judge(work, *one)
 print(f"{len(TYPES)} types judged by meshio {meshio.__version__}, netCDF4 {netCDF4.__version__}, "
-      f"VTK {vtk.vtkVersion.GetVTKVersion()}: {len(failures)} failures")
+      f"VTK {vtkVersion.GetVTKVersion()}: {len(failures)} failures")
 sys.exit(1 if failures else 0)
