@@ -4,13 +4,13 @@
 #include <CoreGeometry/bme_ExternalFaces.h>
 #include <CoreGeometry/bme_FEMNodeList.h>
 #include <CoreGeometry/bme_Measures.h>
-#include <CoreGeometry/exo_Import.h>
+#include <CoreGeometry/fmt_Format.h>
 #include <filesystem>
 #include <iostream>
 
 int main(int argc, char** argv) try {
   const DDB_CoreGeometry library;
-  const exo_Import read = exo_ReadMesh(argc > 1 ? argv[1] : "bracket.exo", exo_TypeMap());
+  const fmt_Import read = fmt_ReadMesh(argc > 1 ? argv[1] : "bracket.exo");
   const bme_Mesh& mesh = *read.mesh;
 
   const auto faces = bme_ComputeFaces(bme_FEMElemList::All(mesh));

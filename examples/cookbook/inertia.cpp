@@ -1,11 +1,11 @@
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_Measures.h>
-#include <CoreGeometry/exo_Import.h>
+#include <CoreGeometry/fmt_Format.h>
 #include <iostream>
 
 int main() try {
   const DDB_CoreGeometry library;
-  const exo_Import read = exo_ReadMesh("bracket.exo", exo_TypeMap());
+  const fmt_Import read = fmt_ReadMesh("bracket.exo");
 
   bme_MeasureOptions options;
   options.density = [](const bme_ElementClass&, int) { return 7850; }; // the same everywhere, kg/m3

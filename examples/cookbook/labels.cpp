@@ -1,11 +1,11 @@
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_FEMNodeList.h>
-#include <CoreGeometry/exo_Import.h>
+#include <CoreGeometry/fmt_Format.h>
 #include <iostream>
 
 int main() try {
   const DDB_CoreGeometry library;
-  const exo_Import read = exo_ReadMesh("bracket.exo", exo_TypeMap());
+  const fmt_Import read = fmt_ReadMesh("bracket.exo");
   const bme_NodeData& nodes = read.mesh->NodeData();
 
   // one label to an index and back

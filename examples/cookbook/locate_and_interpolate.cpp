@@ -1,13 +1,13 @@
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_ElementLocator.h>
 #include <CoreGeometry/bme_FEMElemList.h>
-#include <CoreGeometry/exo_Import.h>
+#include <CoreGeometry/fmt_Format.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <iostream>
 
 int main() try {
   const DDB_CoreGeometry library;
-  const exo_Import read = exo_ReadMesh("bracket.exo", exo_TypeMap());
+  const fmt_Import read = fmt_ReadMesh("bracket.exo");
   const bme_Mesh& mesh = *read.mesh;
 
   std::vector<float> temperature; // of each node: 20 degrees, and 1000 a metre of height

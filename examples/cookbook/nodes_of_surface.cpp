@@ -1,13 +1,13 @@
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_FEMFaceList.h>
 #include <CoreGeometry/bme_FEMNodeList.h>
-#include <CoreGeometry/exo_Import.h>
+#include <CoreGeometry/fmt_Format.h>
 #include <algorithm>
 #include <iostream>
 
 int main() try {
   const DDB_CoreGeometry library;
-  const exo_Import read = exo_ReadMesh("bracket.exo", exo_TypeMap());
+  const fmt_Import read = fmt_ReadMesh("bracket.exo");
   const bme_Mesh& mesh = *read.mesh;
 
   const auto seat = std::ranges::find(read.sets, "seat", &bme_NamedSet::name);

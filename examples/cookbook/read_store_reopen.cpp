@@ -1,13 +1,13 @@
 #include <BasicUtils/cls_CreateModel.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_NamedSet.h>
-#include <CoreGeometry/exo_Import.h>
+#include <CoreGeometry/fmt_Format.h>
 #include <iostream>
 
 int main() try {
   const DDB_CoreGeometry library;
-  const exo_Import read = exo_ReadMesh("bracket.exo", exo_TypeMap());
-  for (const exo_LedgerEntry& lost : read.ledger) std::cout << "not carried over: " << lost.what << '\n';
+  const fmt_Import read = fmt_ReadMesh("bracket.exo");
+  for (const fmt_LedgerEntry& lost : read.ledger) std::cout << "not carried over: " << lost.what << '\n';
 
   cls_CreateModel("stored.cgdb", {}, [&](const cls_Database&, cls_WritePass& pass) {
     pass.Put("meshes/bracket", *read.mesh);

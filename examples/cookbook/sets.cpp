@@ -3,14 +3,14 @@
 #include <CoreGeometry/bme_FEMElemList.h>
 #include <CoreGeometry/bme_FEMNodeList.h>
 #include <CoreGeometry/bme_NamedSet.h>
-#include <CoreGeometry/exo_Import.h>
+#include <CoreGeometry/fmt_Format.h>
 #include <CoreGeometry/gsl_BBox.h>
 #include <CoreGeometry/rgnC_Region.h>
 #include <iostream>
 
 int main() try {
   const DDB_CoreGeometry library;
-  const exo_Import read = exo_ReadMesh("bracket.exo", exo_TypeMap());
+  const fmt_Import read = fmt_ReadMesh("bracket.exo");
   const bme_Mesh& mesh = *read.mesh;
 
   // a list by place, and the elements that touch it

@@ -1,14 +1,14 @@
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_ExternalFaces.h>
 #include <CoreGeometry/bme_FaceTriangles.h>
-#include <CoreGeometry/exo_Import.h>
+#include <CoreGeometry/fmt_Format.h>
 #include <CoreGeometry/gsl_Travel.h>
 #include <CoreGeometry/gsl_Vector.h>
 #include <iostream>
 
 int main() try {
   const DDB_CoreGeometry library;
-  const exo_Import read = exo_ReadMesh("bracket.exo", exo_TypeMap());
+  const fmt_Import read = fmt_ReadMesh("bracket.exo");
   const bme_Mesh& mesh = *read.mesh;
   const std::span<const float> xyz = mesh.NodeData().Coordinates().Const();
 

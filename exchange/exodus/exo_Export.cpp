@@ -64,7 +64,7 @@ class Exporter {
 public:
   Exporter(const bme_Mesh& mesh, std::span<const bme_NamedSet> sets) : mesh_(mesh), sets_(sets) {}
 
-  exo_Ledger Run(uti_OutputFile& output) {
+  fmt_Ledger Run(uti_OutputFile& output) {
     AddNodes();
     std::vector<cow_String> categories;
     for (unsigned i = 0; i < mesh_.ElementData().NumClasses(); ++i)
@@ -84,7 +84,7 @@ public:
     }
     CheckLengths();
     exo_WriteFile(output, out_);
-    exo_Ledger ledger;
+    fmt_Ledger ledger;
     for (const auto& [what, count] : counts_)
       if (count > 0) ledger.push_back({what, count, details_[what]});
     exo_ListNotMesh(mesh_, ledger);
@@ -307,11 +307,11 @@ private:
 };
 } // namespace
 
-exo_Ledger exo_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets) {
+fmt_Ledger exo_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets) {
   return Exporter(mesh, sets).Run(output);
 }
 
-void exo_ListNotMesh(const bme_Mesh& mesh, exo_Ledger& ledger) {
+void exo_ListNotMesh(const bme_Mesh& mesh, fmt_Ledger& ledger) {
   const auto note = [&](const char* what, long long count) {
     if (count > 0) ledger.push_back({what, count, {}});
   };

@@ -1,7 +1,7 @@
 // exo_File.h: an Exodus II file opened for reading
 #pragma once
 
-#include <CoreGeometry/exo_Ledger.h>
+#include <CoreGeometry/fmt_Ledger.h>
 #include <CoreUtils/cow_String.h>
 #include <cstdint>
 #include <span>
@@ -109,4 +109,4 @@ cow_String exo_WhyFailed(); ///< the last failure of the Exodus II library
 
 /// Everything in the file but nodes, element blocks, their number maps, node, side and element sets.
 /// Variables of the file that the Exodus II format does not know are listed by name.
-exo_Ledger exo_ListNotCarried(const exo_File& file);
+fmt_Ledger exo_ListNotCarried(const exo_File& file);

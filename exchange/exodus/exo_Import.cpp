@@ -2,6 +2,7 @@
 
 #include "exo_File.h"
 #include "exo_Sets.h"
+#include "fmt_Coordinates.h"
 
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
@@ -10,7 +11,6 @@
 #include <CoreUtils/omi_Duplicates.h>
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace {
 constexpr std::int64_t kSlice = 1 << 17; ///< numbers read at a time: they stay in the cache
@@ -54,15 +54,13 @@ struct LabelledBlock {
 class Importer {
 public:
   Importer(const cow_String& fileName, const exo_TypeMap& types)
-      : file_(fileName), types_(types), progress_(file_) {}
-  exo_Import Run(unsigned meshId);
+      : file_(fileName), types_(types), progress_(file_),
+        coordinates_(file_.Name(), static_cast<std::size_t>(file_.NumNodes())) {}
+  fmt_Import Run(unsigned meshId);
 
 private:
   [[noreturn]] void Fail(const cow_String& why) const { throw nex_TextException(file_.Name() + ": " + why); }
-  uti_CoordCont3D ReadCoordinates();
-  void Round(std::span<const double> values, std::int64_t firstNode, std::size_t axis, std::span<float> xyz);
-  [[noreturn]] void FailAtCoordinate(std::span<const double> values, std::int64_t firstNode,
-                                     std::size_t axis);
+  void ReadCoordinates();
   cls_xp1DArrayListInt ReadNodeLabels();
   std::vector<LabelledBlock> ReadElementLabels();
   bme_ElementClass* ReadBlock(const exo_Block& block, unsigned meshId, std::vector<exo_Side>& sides);
@@ -78,14 +76,15 @@ private:
   exo_File file_;
   const exo_TypeMap& types_;
   Progress progress_;
-  exo_Import result_;
-  std::int64_t roundedNode_ = -1;
+  fmt_Coordinates coordinates_;
+  fmt_Import result_;
 };
 
-exo_Import Importer::Run(unsigned meshId) {
-  auto nodes = std::make_unique<bme_NodeData>(ReadCoordinates(), static_cast<unsigned>(file_.NumDims()));
+fmt_Import Importer::Run(unsigned meshId) {
+  ReadCoordinates();
+  auto nodes = std::make_unique<bme_NodeData>(coordinates_.Take(), static_cast<unsigned>(file_.NumDims()));
   cls_xp1DArrayListInt nodeLabels = ReadNodeLabels();
-  if (roundedNode_ >= 0) result_.rounding.nodeLabel = nodeLabels.ConstGet(roundedNode_);
+  result_.rounding = coordinates_.Rounding(nodeLabels.Const());
   if (!nodeLabels.IsEmpty()) nodes->SetUserNodeLabels(std::move(nodeLabels));
 
   std::vector<LabelledBlock> blocks = ReadElementLabels();
@@ -109,56 +108,21 @@ exo_Import Importer::Run(unsigned meshId) {
   return std::move(result_);
 }
 
-uti_CoordCont3D Importer::ReadCoordinates() {
+void Importer::ReadCoordinates() {
   const std::int64_t count = file_.NumNodes();
   const auto dims = static_cast<std::size_t>(file_.NumDims());
-  cow_ArrayCOW<float> xyz;
-  xyz.ResizeUninitialised(static_cast<std::size_t>(3 * count));
-  const std::span<float> all = xyz.Modify();
-  std::vector<double> buffer[3];
+  std::vector<double> buffer[3], xyz(static_cast<std::size_t>(3 * std::min(count, kSlice)));
   for (std::size_t axis = 0; axis < dims; ++axis)
     buffer[axis].resize(static_cast<std::size_t>(std::min(count, kSlice)));
   for (std::int64_t first = 0; first < count; first += kSlice) {
     const auto n = static_cast<std::size_t>(std::min(kSlice, count - first));
-    const std::span<float> part = all.subspan(static_cast<std::size_t>(3 * first), 3 * n);
     const auto Part = [&](std::size_t axis) { return std::span(buffer[axis]).first(axis < dims ? n : 0); };
     file_.ReadCoordinates(first, Part(0), Part(1), Part(2));
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      if (axis < dims)
-        Round(Part(axis), first, axis, part);
-      else
-        for (std::size_t i = 0; i < n; ++i) part[3 * i + axis] = 0.0F;
-    }
+    for (std::size_t axis = 0; axis < dims; ++axis)
+      for (std::size_t i = 0; i < n; ++i) xyz[3 * i + axis] = buffer[axis][i];
+    coordinates_.Add(std::span<const double>(xyz).first(3 * n));
     progress_.Add(static_cast<std::int64_t>(3 * n));
   }
-  return uti_CoordCont3D(std::move(xyz));
-}
-
-void Importer::Round(std::span<const double> values, std::int64_t firstNode, std::size_t axis,
-                     std::span<float> xyz) {
-  double largest = 0;
-  bool isFinite = true;
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    const auto rounded = static_cast<float>(values[i]);
-    isFinite &= std::abs(rounded) <= std::numeric_limits<float>::max();
-    largest = std::max(largest, std::abs(rounded - values[i]));
-    xyz[3 * i + axis] = rounded;
-  }
-  if (!isFinite) FailAtCoordinate(values, firstNode, axis);
-  if (largest <= result_.rounding.change) return;
-  std::size_t i = 0;
-  while (std::abs(xyz[3 * i + axis] - values[i]) < largest) ++i;
-  result_.rounding = {largest, 0, "xyz"[axis]};
-  roundedNode_ = firstNode + static_cast<std::int64_t>(i);
-}
-
-void Importer::FailAtCoordinate(std::span<const double> values, std::int64_t firstNode, std::size_t axis) {
-  std::size_t i = 0;
-  while (std::isfinite(static_cast<float>(values[i]))) ++i;
-  char text[40];
-  std::snprintf(text, sizeof text, "%.17g", values[i]);
-  Fail("node " + std::to_string(firstNode + static_cast<std::int64_t>(i) + 1) + ": " + "xyz"[axis] + " = "
-       + text + (std::isfinite(values[i]) ? " does not fit single precision" : " is not a number"));
 }
 
 cls_xp1DArrayListInt Importer::ReadNodeLabels() {
@@ -334,28 +298,6 @@ void Importer::FailAtNode(const exo_Block& block, std::int64_t element, long lon
 }
 } // namespace
 
-exo_Import exo_ReadMesh(const cow_String& fileName, const exo_TypeMap& types, unsigned meshId) {
+fmt_Import exo_ReadMesh(const cow_String& fileName, const exo_TypeMap& types, unsigned meshId) {
   return Importer(fileName, types).Run(meshId);
-}
-
-void exo_Renumber(exo_Import& import, unsigned meshId) {
-  import.mesh = std::make_unique<bme_Mesh>(*import.mesh, meshId);
-  bme_ElementData& elements = import.mesh->ElementDataToModify();
-  for (unsigned i = 0; i < elements.NumClasses(); ++i)
-    elements.GetClassToModify(i).SetMeshIndex(static_cast<int>(meshId));
-  for (bme_NamedSet& set : import.sets) {
-    rgnC_SetData made;
-    made.SetLabel(set.data.GetSetLabel());
-    made.SetIndex(set.data.GetSetIndex());
-    made.SetType(set.data.GetSetType());
-    for (int i = 0; i < set.data.NumSubset(); ++i) {
-      const rgnC_SubsetData& old = set.data.SubSet(i);
-      if (old.IsUnsorted()) made.SetUnsorted(true);
-      made.AppendSubset(rgnC_SubsetData(
-          static_cast<int>(meshId), old.ClassIndex(), i, old.GetSetIndex(), old.SubsetType(),
-          old.IsUnsorted(), rgnC_SubsetData::Ids(old.IdArray()), rgnC_SubsetData::Ids(old.FacetIdArray())));
-    }
-    made.SetConstructionOk(true);
-    set.data = made;
-  }
 }

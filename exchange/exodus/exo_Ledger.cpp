@@ -1,4 +1,4 @@
-#include <CoreGeometry/exo_Ledger.h>
+#include <CoreGeometry/fmt_Ledger.h>
 
 #include "exo_File.h"
 
@@ -177,13 +177,13 @@ std::vector<cow_String> VariableNames(int file) {
   return names;
 }
 
-void Note(exo_Ledger& ledger, const char* what, long long count, cow_String detail = {}) {
+void Note(fmt_Ledger& ledger, const char* what, long long count, cow_String detail = {}) {
   if (count != 0) ledger.push_back({what, count, std::move(detail)});
 }
 } // namespace
 
-exo_Ledger exo_ListNotCarried(const exo_File& file) {
-  exo_Ledger ledger;
+fmt_Ledger exo_ListNotCarried(const exo_File& file) {
+  fmt_Ledger ledger;
   for (const Inquiry& inquiry : kInquiries) {
     const long long count = ex_inquire_int(file.Id(), inquiry.code);
     Note(ledger, inquiry.what, count < 0 ? -1 : std::max(0LL, count - inquiry.without));

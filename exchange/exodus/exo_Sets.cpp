@@ -33,7 +33,7 @@ public:
   Reader(const exo_File& file, std::span<const exo_BlockPlace> blocks, int meshId)
       : file_(file), blocks_(blocks), meshId_(meshId) {}
 
-  std::vector<bme_NamedSet> Run(exo_Ledger& ledger) {
+  std::vector<bme_NamedSet> Run(fmt_Ledger& ledger) {
     for (const exo_BlockPlace& block : blocks_)
       if (block.classIndex >= 0) AddBlock(block);
     for (const exo_Set& set : file_.Sets()) {
@@ -180,6 +180,6 @@ private:
 } // namespace
 
 std::vector<bme_NamedSet> exo_ReadSets(const exo_File& file, std::span<const exo_BlockPlace> blocks,
-                                       int meshId, exo_Ledger& ledger) {
+                                       int meshId, fmt_Ledger& ledger) {
   return Reader(file, blocks, meshId).Run(ledger);
 }

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "exo_File.h"
-#include <CoreGeometry/exo_Ledger.h>
 #include <CoreGeometry/exo_Sides.h>
+#include <CoreGeometry/fmt_Ledger.h>
 
 #include <CoreGeometry/bme_NamedSet.h>
 
@@ -24,4 +24,4 @@ struct exo_BlockPlace {
 /// Errors     nex_TextException naming file, set, entry and number; wip_Cancelled when the host asks to stop.
 /// Cost       one pass over flat arrays, one set in memory at a time.
 std::vector<bme_NamedSet> exo_ReadSets(const exo_File& file, std::span<const exo_BlockPlace> blocks,
-                                       int meshId, exo_Ledger& ledger);
+                                       int meshId, fmt_Ledger& ledger);

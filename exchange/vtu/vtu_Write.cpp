@@ -190,7 +190,7 @@ public:
     for (const bme_NamedSet& set : sets) CountSurfaces(set.data);
   }
 
-  exo_Ledger Run(uti_OutputFile& output) {
+  fmt_Ledger Run(uti_OutputFile& output) {
     AddCells(output.Name());
     const bme_NodeData& nodes = mesh_.NodeData();
     out_.Text("<UnstructuredGrid>\n<Piece NumberOfPoints=\"" + std::to_string(nodes.NumNodes())
@@ -209,7 +209,7 @@ public:
     AddMarks(res_ELEMENT_SET, types_.size());
     out_.Text("</CellData>\n</Piece>\n</UnstructuredGrid>\n");
     out_.Write(output);
-    exo_Ledger ledger;
+    fmt_Ledger ledger;
     for (const auto& [what, count] : counts_)
       if (count > 0) ledger.push_back({what, count, {}});
     AddNames(ledger);
@@ -272,8 +272,8 @@ private:
     }
   }
 
-  void AddNames(exo_Ledger& ledger) const {
-    exo_LedgerEntry names{"names of sets", 0, {}};
+  void AddNames(fmt_Ledger& ledger) const {
+    fmt_LedgerEntry names{"names of sets", 0, {}};
     for (const Marks& marks : marks_) {
       if (marks.name == marks.set->name) continue;
       names.detail += (++names.count == 1 ? "as \"" : ", \"") + marks.name + '"';
@@ -292,7 +292,7 @@ private:
 };
 } // namespace
 
-exo_Ledger vtu_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
+fmt_Ledger vtu_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
                          exo_VtkWedges wedges) {
   return Exporter(mesh, sets, wedges).Run(output);
 }

@@ -5,7 +5,7 @@
 #include <CoreGeometry/ExchangeExport.h>
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/bme_NamedSet.h>
-#include <CoreGeometry/exo_Ledger.h>
+#include <CoreGeometry/fmt_Ledger.h>
 
 /// Writes nodes, labels, element classes and sets: what reading the file again makes the same mesh of.
 ///
@@ -16,11 +16,11 @@
 ///
 /// Errors     nex_TextException naming file, class, element and node; see uti_OutputFile, which is committed.
 /// Cost       one pass; connectivity and sets are copied once.
-CORE_GEOMETRY_EXCHANGE_API exo_Ledger exo_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh,
+CORE_GEOMETRY_EXCHANGE_API fmt_Ledger exo_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh,
                                                     std::span<const bme_NamedSet> sets);
 
 /// What no format for meshes alone has a place for: placement, control parameters and so on.
-CORE_GEOMETRY_EXCHANGE_API void exo_ListNotMesh(const bme_Mesh& mesh, exo_Ledger& ledger);
+CORE_GEOMETRY_EXCHANGE_API void exo_ListNotMesh(const bme_Mesh& mesh, fmt_Ledger& ledger);
 
 /// Throws nex_TextException unless every node of the class is one of the mesh; begins with `place`.
 CORE_GEOMETRY_EXCHANGE_API void exo_CheckNodes(const bme_Mesh& mesh, const bme_ElementClass& type,

@@ -4,11 +4,11 @@
 #include <BasicUtils/uti_OutputFile.h>
 #include <CoreGeometry/ExchangeExport.h>
 #include <CoreGeometry/bme_Outside.h>
-#include <CoreGeometry/exo_Ledger.h>
+#include <CoreGeometry/fmt_Ledger.h>
 
 struct exo_SkinSummary {
   long long nodes = 0, faces = 0, shells = 0, edges = 0;
-  exo_Ledger ledger;
+  fmt_Ledger ledger;
 };
 
 /// Faces become shells, a block for each group and node count, and with `edges` the feature edges beams; the

@@ -5,8 +5,8 @@
 #include <CoreGeometry/ExchangeExport.h>
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/bme_NamedSet.h>
-#include <CoreGeometry/exo_Ledger.h>
 #include <CoreGeometry/exo_NodeOrder.h>
+#include <CoreGeometry/fmt_Ledger.h>
 
 /// Writes nodes, elements as VTK cells, user labels, the class of each element, and a 0-1 array for each set
 /// of nodes or of elements; binary, compressed with zlib, in base64 after the XML. An element with no cell of
@@ -18,6 +18,6 @@
 ///
 /// Errors     nex_TextException naming file, class, element and node; see uti_OutputFile, which is committed.
 /// Cost       the compressed file in memory.
-CORE_GEOMETRY_EXCHANGE_API exo_Ledger vtu_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh,
+CORE_GEOMETRY_EXCHANGE_API fmt_Ledger vtu_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh,
                                                     std::span<const bme_NamedSet> sets,
                                                     exo_VtkWedges wedges = exo_VtkWedges::Plain);

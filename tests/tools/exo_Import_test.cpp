@@ -20,7 +20,7 @@
 namespace {
 class ExodusImport : public testing::Test {
 protected:
-  exo_Import Import(const ExodusMesh& mesh) {
+  fmt_Import Import(const ExodusMesh& mesh) {
     mesh.Write(file_);
     return exo_ReadMesh(file_, types_);
   }
@@ -33,8 +33,8 @@ protected:
     EXPECT_TRUE(text.starts_with(start)) << text;
     return text.substr(std::min(text.size(), start.size()));
   }
-  static long long Count(const exo_Import& import, const std::string& what) {
-    for (const exo_LedgerEntry& entry : import.ledger)
+  static long long Count(const fmt_Import& import, const std::string& what) {
+    for (const fmt_LedgerEntry& entry : import.ledger)
       if (entry.what == what) return entry.count;
     return 0;
   }
@@ -61,7 +61,7 @@ TEST_F(ExodusImport, ReadsTheSameMeshFromEveryVariantOfTheFormat) {
       mesh.singlePrecision = single;
       mesh.nodeLabels = {80, 70, 60, 50, 40, 30, 20, 10};
       mesh.elementLabels = {300, 100, 200};
-      const exo_Import import = Import(mesh);
+      const fmt_Import import = Import(mesh);
       const bme_NodeData& nodes = import.mesh->NodeData();
       const bme_ElementData& elements = import.mesh->ElementData();
       ASSERT_EQ(nodes.NumNodes(), 8U);
@@ -77,7 +77,7 @@ TEST_F(ExodusImport, ReadsTheSameMeshFromEveryVariantOfTheFormat) {
 }
 
 TEST_F(ExodusImport, StoresNodeLabelsAlwaysAndElementLabelsOnlyWhenTheyTellSomething) {
-  exo_Import import = Import(HexAndTrusses());
+  fmt_Import import = Import(HexAndTrusses());
   EXPECT_EQ(import.mesh->NodeData().GetMeshNodeIndex(8), 7U);
   EXPECT_FALSE(import.mesh->ElementData().HasUserElementLabels());
   EXPECT_FALSE(import.mesh->ElementData().GetClass(0).HasUserElementLabels());
@@ -94,7 +94,7 @@ TEST_F(ExodusImport, TakesLabelsOfTheSmallestAndLargestInt) {
   constexpr int kLow = std::numeric_limits<int>::min(), kHigh = std::numeric_limits<int>::max();
   mesh.nodeLabels = {kLow, kHigh, 0, -1, 4, 5, 6, 7};
   mesh.elementLabels = {kHigh, kLow, 0};
-  const exo_Import import = Import(mesh);
+  const fmt_Import import = Import(mesh);
   EXPECT_EQ(import.mesh->NodeData().GetMeshNodeIndex(kLow), 0U);
   EXPECT_EQ(import.mesh->NodeData().GetMeshNodeIndex(kHigh), 1U);
   EXPECT_EQ(import.mesh->GetMeshElemIndexFromLabel(kHigh), 0U);
@@ -104,7 +104,7 @@ TEST_F(ExodusImport, TakesLabelsOfTheSmallestAndLargestInt) {
 TEST_F(ExodusImport, PutsTitleAndBlockNameIntoTheCategoryLabel) {
   ExodusMesh mesh = HexAndTrusses();
   mesh.blocks[0].name = "cube";
-  exo_Import import = Import(mesh);
+  fmt_Import import = Import(mesh);
   EXPECT_EQ(import.mesh->ElementData().GetClass(0).CategoryLabel(), "cube");
   EXPECT_EQ(import.mesh->ElementData().GetClass(1).CategoryLabel(), "block 9");
   mesh.title = "Trial";
@@ -119,7 +119,7 @@ TEST_F(ExodusImport, KeepsTypesWithoutALabelAndBlocksWithoutElements) {
                  {3, "hex16", 8, {1, 2, 3, 4, 5, 6, 7, 8}}, // the count decides, not the name
                  {4, "S4", 3, {1, 2, 3}},                   // means four nodes here
                  {5, "C3D8R", 8, {1, 2, 3, 4, 5, 6, 7, 8}}};
-  const exo_Import import = Import(mesh);
+  const fmt_Import import = Import(mesh);
   const bme_ElementData& elements = import.mesh->ElementData();
   ASSERT_EQ(elements.NumClasses(), 5U);
   EXPECT_EQ(elements.GetClass(0).ElemTypeLabel(), "ROOF5");
@@ -136,14 +136,14 @@ TEST_F(ExodusImport, KeepsTypesWithoutALabelAndBlocksWithoutElements) {
   plane.dims = 2;
   plane.xyz = {0, 0, 2, 0, 2, 2, 0, 2, 1, 0, 2, 1, 1, 2, 0, 1, 1, 1};
   plane.blocks = {{1, "QUAD9", 9, {1, 2, 3, 4, 5, 6, 7, 8, 9}}};
-  const exo_Import inPlane = Import(plane);
+  const fmt_Import inPlane = Import(plane);
   EXPECT_EQ(inPlane.mesh->NodeData().Dimension(), 2U);
   EXPECT_EQ(inPlane.mesh->ElementData().GetClass(0).ElemTypeLabel(), "QUAD9");
   EXPECT_FALSE(inPlane.mesh->ElementData().GetClass(0).IsSupported());
 }
 
 TEST_F(ExodusImport, ReadsAFileWithoutNodesOrElements) {
-  const exo_Import import = Import(ExodusMesh{});
+  const fmt_Import import = Import(ExodusMesh{});
   EXPECT_EQ(import.mesh->NodeData().NumNodes(), 0U);
   EXPECT_EQ(import.mesh->ElementData().NumElements(), 0U);
 }
@@ -154,7 +154,7 @@ TEST_F(ExodusImport, GivesOtherLabelsOnRequest) {
   types_.Override("VOXEL8=C3D8I");
   ExodusMesh mesh = OneHex();
   mesh.blocks.push_back({2, "voxel", 8, mesh.blocks[0].nodes});
-  const exo_Import import = Import(mesh);
+  const fmt_Import import = Import(mesh);
   EXPECT_EQ(import.mesh->ElementData().GetClass(0).ElemTypeLabel(), "C3D8R");
   EXPECT_EQ(import.mesh->ElementData().GetClass(1).ElemTypeLabel(), "C3D8I");
 
@@ -173,7 +173,7 @@ TEST_F(ExodusImport, TellsTheLargestChangeByRounding) {
   EXPECT_EQ(Import(mesh).rounding.change, 0);
   mesh.xyz[3 * 4 + 1] = 1000.1; // y of node 15
   mesh.xyz[3 * 6 + 2] = 0.1;
-  const exo_Import import = Import(mesh);
+  const fmt_Import import = Import(mesh);
   EXPECT_EQ(import.rounding.change, 1000.1 - static_cast<double>(1000.1F));
   EXPECT_EQ(import.rounding.nodeLabel, 15);
   EXPECT_EQ(import.rounding.axis, 'y');
@@ -202,7 +202,7 @@ TEST_F(ExodusImport, ListsWhatAModelHasNoPlaceFor) {
     nc_def_var(file, "weather", NC_INT, 1, &dim, &variable);
     nc_enddef(file);
   };
-  const exo_Import import = Import(mesh);
+  const fmt_Import import = Import(mesh);
   for (const auto& [what, count] : {std::pair{"time steps", 1},
                                     {"QA records", 2},
                                     {"element block properties", 1},
@@ -329,7 +329,7 @@ TEST_F(ExodusImport, ReadsCoordinatesThatAreTheFirstVariablesOfTheFile) {
         nc_put_var_double(id, axes[static_cast<std::size_t>(axis)], values);
       }
       nc_close(id);
-      const exo_Import read = exo_ReadMesh(file, {});
+      const fmt_Import read = exo_ReadMesh(file, {});
       const auto xyz = read.mesh->NodeData().Coordinates().Const();
       EXPECT_EQ(std::vector<float>(xyz.begin(), xyz.end()), (std::vector<float>{1, 2, 3, 10, 11, 12}))
           << first;

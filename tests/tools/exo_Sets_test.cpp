@@ -118,7 +118,7 @@ TEST_P(Sides, HaveTheNodesThatTheExodusLibraryLists) {
   listed = SidesInFile(file, 7);
   ex_close(file);
 
-  const exo_Import import = exo_ReadMesh(folder_ / "sides.exo", exo_TypeMap());
+  const fmt_Import import = exo_ReadMesh(folder_ / "sides.exo", exo_TypeMap());
   ASSERT_TRUE(import.mesh->ElementData().GetClass(0).IsSupported());
   const rgnC_SetData& set = import.sets.back().data;
   ASSERT_EQ(set.GetSetType(), res_SURFACE_SET);
@@ -158,11 +158,11 @@ INSTANTIATE_TEST_SUITE_P(
 
 class Sets : public testing::Test {
 protected:
-  exo_Import Import(const ExodusMesh& mesh, unsigned id = 0) {
+  fmt_Import Import(const ExodusMesh& mesh, unsigned id = 0) {
     mesh.Write(file_);
     return exo_ReadMesh(file_, exo_TypeMap(), id);
   }
-  static const bme_NamedSet& Named(const exo_Import& import, const std::string& name) {
+  static const bme_NamedSet& Named(const fmt_Import& import, const std::string& name) {
     const auto at = std::ranges::find(import.sets, name, &bme_NamedSet::name);
     if (at == import.sets.end()) throw std::out_of_range(name);
     return *at;
@@ -195,7 +195,7 @@ TEST_F(Sets, KeepNodesElementsAndFacetsByClassInTheirOrder) {
                {EX_SIDE_SET, 9, "fixed", {4}, {2}}};
   for (const int mode : {0, EX_NETCDF4 | EX_NOCLASSIC | EX_ALL_INT64_DB}) {
     mesh.mode = mode;
-    const exo_Import import = Import(mesh, 12);
+    const fmt_Import import = Import(mesh, 12);
     std::vector<std::string> names;
     for (const bme_NamedSet& set : import.sets) names.push_back(set.name);
     EXPECT_EQ(names, (std::vector<std::string>{"block 7", "roof", "skin", "node set 5", "fixed", "wet",
@@ -226,14 +226,14 @@ TEST_F(Sets, KeepNodesElementsAndFacetsByClassInTheirOrder) {
     EXPECT_EQ(Ids(Named(import, "block 7").data.SubSet(0)), (Nodes{0, 1}));
     EXPECT_EQ(Named(import, "roof").data.GetSetIndex(), 8);
     const auto unknown =
-        std::ranges::find(import.ledger, "sides without a face or edge here", &exo_LedgerEntry::what);
+        std::ranges::find(import.ledger, "sides without a face or edge here", &fmt_LedgerEntry::what);
     ASSERT_NE(unknown, import.ledger.end());
     EXPECT_EQ(unknown->count, 2);
     const auto wrong =
-        std::ranges::find(import.ledger, "sides that their elements do not have", &exo_LedgerEntry::what);
+        std::ranges::find(import.ledger, "sides that their elements do not have", &fmt_LedgerEntry::what);
     ASSERT_NE(wrong, import.ledger.end());
     EXPECT_EQ(wrong->detail, "left out: side 99 of element 1 in side set 3");
-    for (const exo_LedgerEntry& entry : import.ledger) EXPECT_EQ(entry.what.find(" sets"), std::string::npos);
+    for (const fmt_LedgerEntry& entry : import.ledger) EXPECT_EQ(entry.what.find(" sets"), std::string::npos);
   }
 }
 
@@ -260,7 +260,7 @@ TEST_F(Sets, LeaveWithTheNamesAndNumbersThatTheyCameWith) {
   mesh.sets = {{EX_NODE_SET, 2, "top", {1}},         {EX_NODE_SET, 0, "bottom", {1}},
                {EX_NODE_SET, 3, "skin", {1}},        {EX_NODE_SET, 1, "left", {1}},
                {EX_SIDE_SET, 0, "bottom", {1}, {1}}, {EX_SIDE_SET, 1, "right", {1}, {1}}};
-  exo_Import import = Import(mesh);
+  fmt_Import import = Import(mesh);
   const auto write = [&] {
     uti_OutputFile output(folder_ / "out.exo", {.force = true});
     return exo_WriteMesh(output, *import.mesh, import.sets);
@@ -272,7 +272,7 @@ TEST_F(Sets, LeaveWithTheNamesAndNumbersThatTheyCameWith) {
   EXPECT_EQ(Listed(folder_ / "out.exo", EX_ELEM_BLOCK, 3), (Texts{"7 block 7", "8 roof", "9 skin"}));
   for (bme_NamedSet& set : import.sets)
     if (set.name == "top" || set.name == "left") set.data.SetIndex(set.name == "top" ? 3 : -5);
-  const exo_Ledger changes = write();
+  const fmt_Ledger changes = write();
   ASSERT_EQ(changes.size(), 1U);
   EXPECT_EQ(changes[0].count, 2);
   EXPECT_EQ(changes[0].detail, "node sets \"skin\" from 3 to 1, \"left\" from -5 to 2");

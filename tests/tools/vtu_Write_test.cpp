@@ -43,7 +43,7 @@ TEST(vtu_Write, HasCellsAndMarksOfEveryClassAsTheyAre) {
                                           Elements("shells", {3, 4}),
                                           SetOf("elsewhere", rgnC_NODE_SET, {{res_NODE_SET, {1}}}, 2)};
   uti_OutputFile all(folder / "all.vtu");
-  const exo_Ledger ledger = vtu_WriteMesh(all, *mesh, sets);
+  const fmt_Ledger ledger = vtu_WriteMesh(all, *mesh, sets);
   const Vtu vtu(folder / "all.vtu");
   EXPECT_EQ(vtu.NumPoints(), 8U);
   EXPECT_EQ(vtu.NumCells(), 8U);
@@ -160,7 +160,7 @@ TEST(vtu_Write, GivesEachArrayANameOfItsOwnAndTellsOfOthers) {
       Elements("Gr\xF6\xC3\x9F\x65 \xED\xA0\x80\xC0\xAF\xE2\x82", {0, 2})};
   const TestFolder folder;
   uti_OutputFile output(folder / "names.vtu");
-  const exo_Ledger ledger = vtu_WriteMesh(output, *mesh, sets);
+  const fmt_Ledger ledger = vtu_WriteMesh(output, *mesh, sets);
   const Vtu vtu(folder / "names.vtu");
   EXPECT_EQ(vtu.Names("PointData"), (std::vector<std::string>{"A", "A (nodes)", "both",
                                                               "ElementClass (nodes)", "a b", "a b (nodes)"}));
@@ -186,7 +186,7 @@ TEST(vtu_Write, GivesEachArrayANameOfItsOwnAndTellsOfOthers) {
                                                                {"a b (nodes)", {7}},
                                                                {"(elements)", {1, 2}}};
   for (const auto& [name, ids] : expected) EXPECT_EQ(marked(name), ids) << name;
-  const auto names = std::ranges::find(ledger, "names of sets", &exo_LedgerEntry::what);
+  const auto names = std::ranges::find(ledger, "names of sets", &fmt_LedgerEntry::what);
   ASSERT_NE(names, ledger.end());
   EXPECT_EQ(names->count, 9);
   EXPECT_EQ(names->detail,

@@ -2,7 +2,7 @@
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_MeshBuilder.h>
 #include <CoreGeometry/exo_Export.h>
-#include <CoreGeometry/exo_Import.h>
+#include <CoreGeometry/fmt_Format.h>
 #include <CoreGeometry/vtu_Write.h>
 #include <filesystem>
 
@@ -17,7 +17,7 @@ int main(int, char** arguments) {
   uti_OutputFile file(exo, {.force = true}), other(vtu, {.force = true});
   exo_WriteMesh(file, cube, {});
   vtu_WriteMesh(other, cube, {});
-  const exo_Import read = exo_ReadMesh(exo, {});
+  const fmt_Import read = fmt_ReadMesh(exo);
   return read.mesh->NodeData().GetMeshNodeIndex(105) == 5 && read.mesh->ElementData().NumElements() == 1
                  && std::filesystem::file_size(vtu.c_str()) > 0
              ? 0

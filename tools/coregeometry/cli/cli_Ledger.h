@@ -2,9 +2,9 @@
 #pragma once
 
 #include "cli_Command.h"
-#include <CoreGeometry/exo_Ledger.h>
+#include <CoreGeometry/fmt_Ledger.h>
 
-cli_Json cli_LedgerJson(const exo_Ledger& ledger);
+cli_Json cli_LedgerJson(const fmt_Ledger& ledger);
 
 /// To stdout: `nothing` when the ledger is empty, else `heading` and a line for each entry.
-void cli_PrintLedger(const exo_Ledger& ledger, const char* nothing, const cow_String& heading);
+void cli_PrintLedger(const fmt_Ledger& ledger, const char* nothing, const cow_String& heading);

@@ -5,8 +5,7 @@
 #include "cli_Ledger.h"
 #include "cli_Output.h"
 #include "cli_Regions.h"
-#include <CoreGeometry/exo_Export.h>
-#include <CoreGeometry/vtu_Write.h>
+#include <CoreGeometry/fmt_Format.h>
 
 #include <iostream>
 
@@ -23,31 +22,26 @@ exo_VtkWedges WedgesOf(const Arguments& arguments) {
   return arguments.wedges == "linear-mirrored" ? exo_VtkWedges::LinearMirrored : exo_VtkWedges::Plain;
 }
 
-struct Writer {
-  const char* name;
-  exo_Ledger (*write)(uti_OutputFile&, const bme_Mesh&, std::span<const bme_NamedSet>, const Arguments&);
-};
-constexpr Writer kWriters[] = {
-    {"an Exodus II file", [](uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
-                             const Arguments&) { return exo_WriteMesh(output, mesh, sets); }},
-    {"a VTU file",
-     [](uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
-        const Arguments& arguments) { return vtu_WriteMesh(output, mesh, sets, WedgesOf(arguments)); }}};
 const std::vector<cli_FileFormat>& Formats() {
-  static const std::vector<cli_FileFormat> all = {{"exodus", {".exo", ".e", ".g"}}, {"vtu", {".vtu"}}};
+  static const std::vector<cli_FileFormat> all = [] {
+    std::vector<cli_FileFormat> written;
+    for (const fmt_Format& format : fmt_Formats())
+      if (format.write) written.push_back({format.name.data(), format.suffixes});
+    return written;
+  }();
   return all;
 }
 
-/// Neither file has a place for them.
-void AddDatums(exo_Ledger& ledger, const std::vector<cli_Datum>& datums) {
+/// No file has a place for them.
+void AddDatums(fmt_Ledger& ledger, const std::vector<cli_Datum>& datums) {
   if (datums.empty()) return;
-  exo_LedgerEntry entry{"datums", static_cast<long long>(datums.size()), {}};
+  fmt_LedgerEntry entry{"datums", static_cast<long long>(datums.size()), {}};
   for (const cli_Datum& one : datums) entry.detail += (entry.detail.empty() ? "" : ", ") + one.name;
   ledger.push_back(entry);
 }
 
 void Run(const Arguments& arguments) {
-  const Writer& writer = kWriters[cli_ChooseFormat(arguments.output, Formats())];
+  const fmt_Format& format = fmt_Find(Formats()[cli_ChooseFormat(arguments.output, Formats())].name);
   cli_Console console;
   uti_OutputFile output = cli_OpenOutput(arguments.output, Formats(), {arguments.file});
   console.Begin("reading " + arguments.file);
@@ -56,7 +50,7 @@ void Run(const Arguments& arguments) {
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
   const std::vector<bme_NamedSet> sets = cli_SetsOfMesh(model, root);
   console.Begin("writing " + output.Name());
-  exo_Ledger ledger = writer.write(output, *mesh, sets, arguments);
+  fmt_Ledger ledger = fmt_WriteMesh(output, format, *mesh, sets, {.wedges = WedgesOf(arguments)});
   AddDatums(ledger, cli_Datums(model, root));
   console.End();
   if (arguments.json) {
@@ -73,15 +67,16 @@ void Run(const Arguments& arguments) {
                << mesh->NodeData().NumNodes() << " nodes, " << mesh->ElementData().NumElements()
                << " elements, " << sets.size() << " sets\n";
   cli_PrintLedger(ledger, "Everything in the mesh was carried over.",
-                  cow_String("Not carried over, since ") + writer.name + " has no place for it:");
+                  "Not carried over, since " + cow_String(format.title) + " has no place for it:");
 }
 } // namespace
 
 void cli_AddExport(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("export", "Write a mesh of a model as an Exodus II or VTU file");
+  CLI::App* command = app.add_subcommand("export", "Write a mesh of a model as a file for other programs");
   auto arguments = std::make_shared<Arguments>();
   cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
-  cli_AddOutputOptions(*command, arguments->output, Formats(), "File to write, .exo (.e, .g) or .vtu");
+  cli_AddOutputOptions(*command, arguments->output, Formats(),
+                       "File to write, as .exo or .vtu; \"coregeometry formats\" lists all");
   command
       ->add_option(
           "--vtk-wedges", arguments->wedges,

@@ -1,11 +1,11 @@
-// coregeometry import: an Exodus II file becomes a mesh of a model
+// coregeometry import: a mesh file becomes a mesh of a model
 #include "cli_Commands.h"
 #include "cli_Console.h"
 #include "cli_Datums.h"
 #include "cli_Ledger.h"
 #include "cli_Regions.h"
 #include <CoreGeometry/bme_RegenerateDatums.h>
-#include <CoreGeometry/exo_Import.h>
+#include <CoreGeometry/fmt_Format.h>
 
 #include <BasicUtils/cls_CreateModel.h>
 #include <BasicUtils/uti_OutputFile.h>
@@ -17,7 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 
 struct Arguments {
-  std::string file, name;
+  std::string file, name, format;
   std::optional<std::string> model;
   std::vector<std::string> words, maps;
   bool force = false, json = false;
@@ -120,10 +120,10 @@ void FollowNodes(const cls_Database& model, cls_WritePass& pass, const Target& t
 }
 
 /// Whatever depends on what the model holds is decided here, where nobody else can change it.
-void Put(const cls_Database& model, cls_WritePass& pass, const Target& target, exo_Import& import,
+void Put(const cls_Database& model, cls_WritePass& pass, const Target& target, fmt_Import& import,
          bool force) {
   const int meshId = ChooseMeshId(model, target, force);
-  if (meshId != import.mesh->Id()) exo_Renumber(import, static_cast<unsigned>(meshId));
+  if (meshId != import.mesh->Id()) fmt_Renumber(import, static_cast<unsigned>(meshId));
   if (model.Has(target.root))
     for (const cow_String& root : RegionsOf(model, target)) pass.Remove(root);
   pass.Put(target.root, *import.mesh);
@@ -131,7 +131,7 @@ void Put(const cls_Database& model, cls_WritePass& pass, const Target& target, e
   PutSets(model, pass, target, import.sets);
 }
 
-void Store(const Target& target, exo_Import& import, bool force) {
+void Store(const Target& target, fmt_Import& import, bool force) {
   const auto put = [&](const cls_Database& model, cls_WritePass& pass) {
     Put(model, pass, target, import, force);
   };
@@ -150,12 +150,13 @@ void Store(const Target& target, exo_Import& import, bool force) {
   }
 }
 
-cli_Json AsJson(const Arguments& arguments, const Target& target, const exo_Import& import) {
+cli_Json AsJson(const Arguments& arguments, std::string_view format, const Target& target,
+                const fmt_Import& import) {
   const bme_Mesh& mesh = *import.mesh;
   cli_Json classes = cli_Json::array(), sets = cli_Json::array();
-  for (const exo_ImportedBlock& block : import.blocks)
+  for (const fmt_ImportedBlock& block : import.blocks)
     classes.push_back({{"block", block.id},
-                       {"exodusType", block.type},
+                       {"fileType", block.type},
                        {"type", block.label},
                        {"supported", block.supported},
                        {"elements", block.numElements}});
@@ -169,6 +170,7 @@ cli_Json AsJson(const Arguments& arguments, const Target& target, const exo_Impo
     rounding["axis"] = std::string(1, import.rounding.axis);
   }
   return {{"file", arguments.file},
+          {"format", format},
           {"model", target.file.string()},
           {"mesh", target.root},
           {"title", import.title},
@@ -181,14 +183,14 @@ cli_Json AsJson(const Arguments& arguments, const Target& target, const exo_Impo
           {"notCarried", cli_LedgerJson(import.ledger)}};
 }
 
-void Print(const Arguments& arguments, const Target& target, const exo_Import& import) {
+void Print(const Arguments& arguments, const Target& target, const fmt_Import& import) {
   const bme_Mesh& mesh = *import.mesh;
   cli_Report() << arguments.file << " is stored in " << target.file.string() << " as " << target.root
                << ":\n";
   cli_Report() << "  " << mesh.NodeData().NumNodes() << " nodes, " << mesh.ElementData().NumElements()
                << " elements in " << import.blocks.size() << " classes\n";
   unsigned index = 0;
-  for (const exo_ImportedBlock& block : import.blocks) {
+  for (const fmt_ImportedBlock& block : import.blocks) {
     cli_Report() << "  block " << block.id << " (" << block.type << "): class " << index << ", "
                  << block.numElements << " elements " << cli_TypeText(mesh.ElementData().GetClass(index))
                  << (block.supported ? "" : ", a type without a shape") << '\n';
@@ -209,38 +211,54 @@ void Print(const Arguments& arguments, const Target& target, const exo_Import& i
                   "Not carried over, since a model has no place for it:");
 }
 
+std::vector<std::string> ReadFormats() {
+  std::vector<std::string> names;
+  for (const fmt_Format& format : fmt_Formats())
+    if (format.read) names.emplace_back(format.name);
+  return names;
+}
+
 void Run(const Arguments& arguments) {
-  exo_TypeMap types;
+  fmt_ReadOptions options;
   for (const std::string& assignment : arguments.maps) {
     try {
-      types.Override(assignment);
+      options.types.Override(assignment);
     } catch (const nex_TextException& error) {
       throw cli_UsageError("--map " + error.Message());
     }
   }
   cli_Console console;
   const Target target = ChooseTarget(arguments);
-  int meshId = 0; // likely; what holds is decided when the mesh is stored
-  if (target.exists) meshId = ChooseMeshId(cli_OpenModel(target.file.string()), target, arguments.force);
+  // a likely identifier; what holds is decided when the mesh is stored
+  if (target.exists)
+    options.meshId =
+        static_cast<unsigned>(ChooseMeshId(cli_OpenModel(target.file.string()), target, arguments.force));
   console.Begin("reading " + arguments.file);
-  exo_Import import = exo_ReadMesh(arguments.file, types, static_cast<unsigned>(meshId));
+  const fmt_Format& format =
+      arguments.format.empty() ? fmt_Recognise(arguments.file) : fmt_Find(arguments.format);
+  fmt_Import import = fmt_ReadMesh(arguments.file, format, options);
   console.Begin("storing " + target.file.string());
   Store(target, import, arguments.force);
   console.End();
   if (arguments.json)
-    cli_PrintJson(AsJson(arguments, target, import));
+    cli_PrintJson(AsJson(arguments, format.name, target, import));
   else
     Print(arguments, target, import);
 }
 } // namespace
 
 void cli_AddImport(CLI::App& app) {
-  CLI::App* command =
-      app.add_subcommand("import", "Read an Exodus II file and store its mesh and sets in a model");
+  CLI::App* command = app.add_subcommand("import", "Read a mesh file and store its mesh and sets in a model");
   auto arguments = std::make_shared<Arguments>();
-  command->add_option("FILE", arguments->words, "Exodus II file")->required()->type_name("TEXT");
+  command->add_option("FILE", arguments->words, "Mesh file; \"coregeometry formats\" lists what is read")
+      ->required()
+      ->type_name("TEXT");
   command->add_option("-o,--output", arguments->model,
                       "Model file; FILE with the extension .cgdb by default");
+  command
+      ->add_option("--format", arguments->format,
+                   "Format of the file; by its content, then its suffix, if not given")
+      ->check(CLI::IsMember(ReadFormats()));
   command->add_option("--name", arguments->name, "Name of the mesh in the model; the file name by default");
   command
       ->add_option("--map", arguments->maps,

@@ -1,12 +1,12 @@
-// exo_Ledger.h: what a file holds that a model has no place for
+// fmt_Ledger.h: what a file holds that a model has no place for
 #pragma once
 
 #include <CoreUtils/cow_String.h>
 #include <vector>
 
-struct exo_LedgerEntry {
+struct fmt_LedgerEntry {
   cow_String what;   ///< in plural, like "node sets"
   long long count;   ///< -1 when the file does not tell
   cow_String detail; ///< may be empty
 };
-using exo_Ledger = std::vector<exo_LedgerEntry>;
+using fmt_Ledger = std::vector<fmt_LedgerEntry>;

@@ -1,0 +1,69 @@
+// fmt_Format.h: the formats that meshes are read from and written in
+#pragma once
+
+#include <BasicUtils/uti_OutputFile.h>
+#include <CoreGeometry/exo_NodeOrder.h>
+#include <CoreGeometry/exo_Types.h>
+#include <CoreGeometry/fmt_Import.h>
+#include <string_view>
+
+struct fmt_ReadOptions {
+  exo_TypeMap types; ///< element labels that differ from the default, by the type names of Exodus II
+  unsigned meshId = 0;
+};
+
+/// How the numbers of a file are written, for formats that have the choice.
+enum class fmt_Encoding {
+  Default, ///< the fastest that every reader of the format knows
+  Ascii,
+  Binary,
+  Compressed
+};
+
+struct fmt_WriteOptions {
+  fmt_Encoding encoding = fmt_Encoding::Default;
+  exo_VtkWedges wedges = exo_VtkWedges::Plain;
+  cow_String surface{}; ///< set to write, for formats of surfaces; the whole outside if empty
+};
+
+/// One format: a row of the table that fmt_Formats answers.
+struct fmt_Format {
+  std::string_view name;  ///< "exodus": for --format
+  std::string_view title; ///< "an Exodus II file"
+  std::vector<cow_String> suffixes;
+  std::string_view cannotHold; ///< what of a mesh a file of it has no place for; empty for none
+  bool hasEncodings = false;   ///< ascii and others can be asked for
+
+  /// Whether a file that begins like this, with up to 4096 bytes, is of the format.
+  bool (*recognises)(std::string_view start) = nullptr;
+  /// Null when the format is not read, or not written.
+  fmt_Import (*read)(const cow_String& file, const fmt_ReadOptions& options) = nullptr;
+  fmt_Ledger (*write)(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
+                      const fmt_WriteOptions& options) = nullptr;
+};
+
+/// All formats, in the order in which files are tried.
+CORE_GEOMETRY_EXCHANGE_API std::span<const fmt_Format> fmt_Formats();
+
+/// By name. nex_TextException with the names there are.
+CORE_GEOMETRY_EXCHANGE_API const fmt_Format& fmt_Find(std::string_view name);
+
+/// The format that the content of a file tells, else that of its suffix. nex_TextException when the file cannot be
+/// read, and when neither tells.
+CORE_GEOMETRY_EXCHANGE_API const fmt_Format& fmt_Recognise(const cow_String& file);
+
+/// Reads nodes, elements, labels and sets from a file of the format, or of the one that its content tells.
+///
+/// Errors     nex_TextException naming the file, the place in it and the value; wip_Cancelled when the host asks to
+///            stop.
+CORE_GEOMETRY_EXCHANGE_API fmt_Import fmt_ReadMesh(const cow_String& file,
+                                                   const fmt_ReadOptions& options = {});
+CORE_GEOMETRY_EXCHANGE_API fmt_Import fmt_ReadMesh(const cow_String& file, const fmt_Format& format,
+                                                   const fmt_ReadOptions& options = {});
+
+/// Writes a mesh with its sets; what the format has no place for is in the ledger. The file is committed.
+///
+/// Errors     nex_TextException naming file, class, element and node, and when the format is not written.
+CORE_GEOMETRY_EXCHANGE_API fmt_Ledger fmt_WriteMesh(uti_OutputFile& output, const fmt_Format& format,
+                                                    const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
+                                                    const fmt_WriteOptions& options = {});
