@@ -149,7 +149,8 @@ private:
   void Add(const Kind& kind, std::int64_t id, const cow_String& name, std::span<const Group> groups) {
     const cow_String number = cow_String(kind.name) + " " + std::to_string(id);
     bme_NamedSet made{name.empty() ? number : name, kind.regionType, {}};
-    while (!names_.insert(made.name).second) made.name += " (" + number + ")";
+    made.root = made.name;
+    while (!roots_.insert(made.root).second) made.root += " (" + number + ")";
     const bool isWide = id < std::numeric_limits<int>::min() || id > std::numeric_limits<int>::max();
     numWideIds_ += isWide;
     const int index = isWide ? 0 : static_cast<int>(id);
@@ -173,7 +174,7 @@ private:
   int meshId_;
   std::vector<long long> entries_, sides_;
   std::vector<bme_NamedSet> sets_;
-  std::set<cow_String> names_;
+  std::set<cow_String> roots_;
   long long numUnknownSides_ = 0, numWrongSides_ = 0, numDropped_ = 0, numWideIds_ = 0;
   cow_String wrongSides_;
 };

@@ -19,7 +19,7 @@ struct exo_BlockPlace {
 /// Blocks become element sets, node and element sets what they are, side sets surfaces: facets and edges by
 /// their ids, sides that the element has no face or edge for as elements alone. Set index is the number in
 /// the file; a set without a name is called "node set <id>", "block <id>" and so on; of several of one name
-/// all but the first get that added. Order is kept within an element class.
+/// all but the first get that added to their root. Order is kept within an element class.
 ///
 /// Errors     nex_TextException naming file, set, entry and number; wip_Cancelled when the host asks to stop.
 /// Cost       one pass over flat arrays, one set in memory at a time.

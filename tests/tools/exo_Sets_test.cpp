@@ -163,9 +163,9 @@ protected:
     return exo_ReadMesh(file_, exo_TypeMap(), id);
   }
   static const bme_NamedSet& Named(const fmt_Import& import, const std::string& name) {
-    const auto at = std::ranges::find(import.sets, name, &bme_NamedSet::name);
-    if (at == import.sets.end()) throw std::out_of_range(name);
-    return *at;
+    const bme_NamedSet* set = bme_FindSet(import.sets, name, "import");
+    if (!set) throw std::out_of_range(name);
+    return *set;
   }
   static Nodes Ids(const rgnC_SubsetData& subset) {
     return {subset.IdArray().begin(), subset.IdArray().end()};
@@ -197,12 +197,15 @@ TEST_F(Sets, KeepNodesElementsAndFacetsByClassInTheirOrder) {
     mesh.mode = mode;
     const fmt_Import import = Import(mesh, 12);
     std::vector<std::string> names;
-    for (const bme_NamedSet& set : import.sets) names.push_back(set.name);
+    for (const bme_NamedSet& set : import.sets) names.push_back(set.Root());
     EXPECT_EQ(names, (std::vector<std::string>{"block 7", "roof", "skin", "node set 5", "fixed", "wet",
                                                "fixed (side set 9)", "some"}));
-    const rgnC_SetData& fixed = Named(import, "fixed").data;
+    EXPECT_EQ(&Named(import, "surface:fixed"), &Named(import, "fixed (side set 9)"));
+    EXPECT_EQ(ThrownBy([&] { Named(import, "fixed"); }),
+              "import: several sets \"fixed\": node:fixed, surface:fixed");
+    const rgnC_SetData& fixed = Named(import, "node:fixed").data;
     EXPECT_EQ(Ids(fixed.SubSet(12, rgnC_SubsetData::kNoClass, res_NODE_SET)), (Nodes{7, 0, 1}));
-    EXPECT_EQ(Named(import, "fixed").kind, rgnC_NODE_SET);
+    EXPECT_EQ(Named(import, "surface:fixed").name, "fixed");
     EXPECT_EQ(Named(import, "wet").kind, rgnC_MESH_SURFACE);
     EXPECT_TRUE(fixed.IsUnsorted() && fixed.SubSet(0).IsUnsorted());
     EXPECT_EQ(fixed.GetSetIndex(), 3);
@@ -261,6 +264,10 @@ TEST_F(Sets, LeaveWithTheNamesAndNumbersThatTheyCameWith) {
                {EX_NODE_SET, 3, "skin", {1}},        {EX_NODE_SET, 1, "left", {1}},
                {EX_SIDE_SET, 0, "bottom", {1}, {1}}, {EX_SIDE_SET, 1, "right", {1}, {1}}};
   fmt_Import import = Import(mesh);
+  mesh.sets.push_back({EX_ELEM_SET, 4, "skin", {1}});
+  const fmt_Import twice = Import(mesh); // a block and a set of elements of one name: the first is meant
+  EXPECT_EQ(Named(twice, "element:skin").data.GetSetIndex(), 9);
+  EXPECT_EQ(Named(twice, "skin (element set 4)").data.GetSetIndex(), 4);
   const auto write = [&] {
     uti_OutputFile output(folder_ / "out.exo", {.force = true});
     return exo_WriteMesh(output, *import.mesh, import.sets);

@@ -72,7 +72,10 @@ private:
       AddFaces(External(all), groupOf);
       AddLines(all, groupOf);
     }
-    for (const bme_NamedSet* set : chosen) AddSet(*set);
+    for (std::size_t i = 0; i < chosen.size(); ++i) {
+      result_.groups.push_back(names[i]);
+      AddSet(*chosen[i]);
+    }
   }
 
   void AddPoints(const bme_FEMNodeList& nodes, int group) {
@@ -88,9 +91,8 @@ private:
   }
 
   void AddSet(const bme_NamedSet& set) {
-    const int group = static_cast<int>(result_.groups.size());
+    const int group = static_cast<int>(result_.groups.size()) - 1;
     const auto groupOf = [&](unsigned) { return group; };
-    result_.groups.push_back(set.name);
     if (set.kind == rgnC_NODE_SET) return AddPoints(bme_FEMNodeList::FromSet(mesh_, set.data), group);
     if (set.kind == rgnC_MESH_SURFACE) return AddFaces(bme_FEMFaceList::FromSet(mesh_, set.data), groupOf);
     const bme_FEMElemList elements = bme_FEMElemList::FromSet(mesh_, set.data);
@@ -99,8 +101,7 @@ private:
   }
 
   const bme_NamedSet& Choose(std::span<const bme_NamedSet> sets, const cow_String& name) const {
-    const auto at = std::ranges::find(sets, name, &bme_NamedSet::name);
-    if (at != sets.end()) return *at;
+    if (const bme_NamedSet* found = bme_FindSet(sets, name, place_)) return *found;
     std::vector<cow_String> names;
     for (const bme_NamedSet& set : sets) names.push_back(set.name);
     throw nex_TextException(place_ + ": no set \"" + name + '"' + atr_Alternatives(name, names));

@@ -97,7 +97,9 @@ std::vector<bme_NamedSet> cli_SetsOfMesh(const cls_Database& model, const cow_St
     for (int i = 0; i < contents.NumSubset() && !isOfMesh; ++i)
       isOfMesh = meshes.RootOf(region, contents.SubSet(i).MeshIndex()) == root;
     if (!isOfMesh) continue;
-    sets.push_back({region.Name(), bme_KindOf(contents), contents});
+    const cow_String folder = bme_kRegionFolder + cli_OwnerText(region) + "/";
+    sets.push_back({region.Name(), bme_KindOf(contents), contents,
+                    regionRoot.starts_with(folder) ? regionRoot.substr(folder.size()) : regionRoot});
   }
   std::ranges::stable_sort(sets, {}, [](const bme_NamedSet& set) { return set.data.GetSetIndex(); });
   return sets;

@@ -45,8 +45,8 @@ bme_FEMFaceList FacesOf(const cls_Database& model, const cow_String& root, const
   }
   if (isThere) return Outside(chosen, place);
   const std::vector<bme_NamedSet> sets = cli_SetsOfMesh(model, root);
-  const auto set = std::ranges::find(sets, part, &bme_NamedSet::name);
-  if (set == sets.end()) {
+  const bme_NamedSet* set = bme_FindSet(sets, part, place);
+  if (!set) {
     std::vector<cow_String> names = cli_PartNames(elements);
     for (const bme_NamedSet& one : sets)
       if (one.kind != rgnC_NODE_SET) names.push_back(one.name);

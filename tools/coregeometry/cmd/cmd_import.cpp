@@ -99,11 +99,11 @@ cls_Database::Options OptionsFor(const bme_Mesh& mesh) {
 void PutSets(const cls_Database& model, cls_WritePass& pass, const Target& target,
              std::span<const bme_NamedSet> sets) {
   for (const bme_NamedSet& set : sets) {
-    for (const cow_String& root : {target.RegionRoot(set.name), target.SetRoot(set.name)})
+    for (const cow_String& root : {target.RegionRoot(set.Root()), target.SetRoot(set.Root())})
       if (model.Has(root))
         throw nex_TextException(model.File() + ": already holds " + root
                                 + ", which is not of the mesh; choose another --name");
-    bme_PutSet(pass, target.name, set.name, set.data);
+    bme_PutSet(pass, target.name, set);
   }
 }
 
@@ -161,7 +161,7 @@ cli_Json AsJson(const Arguments& arguments, std::string_view format, const Targe
                        {"supported", block.supported},
                        {"elements", block.numElements}});
   for (const bme_NamedSet& set : import.sets)
-    sets.push_back({{"region", target.RegionRoot(set.name)},
+    sets.push_back({{"region", target.RegionRoot(set.Root())},
                     {"kind", cli_KindText(1 << set.kind)},
                     {"items", cli_NumItems(set.data)}});
   cli_Json rounding = {{"change", import.rounding.change}};

@@ -128,25 +128,21 @@ cow_String Title(const cow_String& root) {
   return root.starts_with(bme_kRegionFolder) ? root.substr(cow_String(bme_kRegionFolder).size()) : root;
 }
 
-/// The region with that root, that root without its folder, or that name if no other has it.
+/// The region with that root, that root without its folder, or that name or kind:name if no other has it.
 const cli_RegionRoot& Choose(const cls_Database& model, const std::vector<cli_RegionRoot>& regions,
                              const cow_String& name) {
-  std::vector<const cli_RegionRoot*> named;
+  std::vector<bme_NamedSet> sets;
   for (const cli_RegionRoot& one : regions) {
-    if (one.root == name || Title(one.root) == name) return one;
-    if (one.region.Name() == name) named.push_back(&one);
+    if (one.root == name) return one;
+    const rgnC_SetData contents = cli_ContentsOf(model, one.region);
+    sets.push_back({one.region.Name(), bme_KindOf(contents), contents, Title(one.root)});
   }
-  if (named.size() == 1) return *named.front();
-  cow_String list;
-  for (const cli_RegionRoot* one : named) list += (list.empty() ? "" : ", ") + Title(one->root);
-  if (named.empty()) {
-    std::vector<cow_String> names;
-    names.reserve(regions.size());
-    for (const cli_RegionRoot& one : regions) names.push_back(one.region.Name());
-    throw nex_TextException(model.File() + ": no set or surface \"" + name + '"'
-                            + atr_Alternatives(name, names));
-  }
-  throw nex_TextException(model.File() + ": several sets \"" + name + "\": " + list);
+  if (const bme_NamedSet* found = bme_FindSet(sets, name, model.File()))
+    return regions[static_cast<std::size_t>(found - sets.data())];
+  std::vector<cow_String> names;
+  names.reserve(sets.size());
+  for (const bme_NamedSet& set : sets) names.push_back(set.name);
+  throw nex_TextException(model.File() + ": no set or surface \"" + name + '"' + atr_Alternatives(name, names));
 }
 
 void List(const Arguments& arguments, const cls_Database& model, const std::vector<cli_RegionRoot>& regions) {
@@ -240,7 +236,8 @@ void cli_AddSets(CLI::App& app) {
   auto arguments = std::make_shared<Arguments>();
   command->add_option("MODEL", arguments->file, "Model file (.cgdb)")->required();
   command->add_option("NAME", arguments->name,
-                      "Set or surface to print: MESH/NAME, or NAME if it is the only one");
+                      "Set or surface to print: NAME if it is the only one, else node:NAME, element:NAME or "
+                      "surface:NAME, or MESH/NAME as listed");
   command->add_flag("--json", arguments->json, "Print the facts as JSON");
   command->footer(
       "Nodes and elements are given by user label, 1:9:2 standing for 1,3,5,7,9. Faces and edges count\n"
