@@ -101,9 +101,16 @@ private:
     const bme_NodeData& nodes = mesh_.NodeData();
     out_.xyz = nodes.Coordinates().Const();
     out_.numDims = static_cast<int>(std::clamp(nodes.Dimension(), 1U, 3U));
+    out_.placement = bme_Placement(mesh_);
     int needed = 1;
-    for (std::size_t i = 0; i < out_.xyz.size(); ++i)
-      if (out_.xyz[i] != 0) needed = std::max(needed, static_cast<int>(i % 3) + 1);
+    if (out_.placement.IsNone()) {
+      for (std::size_t i = 0; i < out_.xyz.size(); ++i)
+        if (out_.xyz[i] != 0) needed = std::max(needed, static_cast<int>(i % 3) + 1);
+    } else {
+      const gsl_BBox box = out_.placement.Box(nodes);
+      for (unsigned axis = 0; axis < 3; ++axis)
+        if (box.Min()[axis] != 0 || box.Max()[axis] != 0) needed = static_cast<int>(axis) + 1;
+    }
     if (needed > out_.numDims) {
       Count("dimensions of the mesh", "written with " + std::to_string(needed)
                                           + ", since its nodes have such coordinates") = out_.numDims;
@@ -322,7 +329,6 @@ void exo_ListNotMesh(const bme_Mesh& mesh, fmt_Ledger& ledger) {
     orientations += type.OrientationFreq() != bme_ORIENTATION_NONE;
     locations += type.LocationLabels() != cow_List<cow_String>();
   }
-  note("placements of the mesh", mesh.Transform() ? 1 : 0);
   note("classes with element control parameters", controls);
   note("classes with orientations", orientations);
   note("classes with section point labels", locations);

@@ -53,9 +53,9 @@ struct LabelledBlock {
 
 class Importer {
 public:
-  Importer(const cow_String& fileName, const exo_TypeMap& types)
-      : file_(fileName), types_(types), progress_(file_),
-        coordinates_(file_.Name(), static_cast<std::size_t>(file_.NumNodes())) {}
+  Importer(const cow_String& fileName, const fmt_ReadOptions& options)
+      : file_(fileName), types_(options.types), progress_(file_),
+        coordinates_(file_.Name(), static_cast<std::size_t>(file_.NumNodes()), options) {}
   fmt_Import Run(unsigned meshId);
 
 private:
@@ -100,7 +100,8 @@ fmt_Import Importer::Run(unsigned meshId) {
   handedOver.reserve(classes.size());
   for (auto& elements : classes) handedOver.push_back(elements.release());
   auto* elements = new bme_ElementData(handedOver.data(), static_cast<unsigned>(handedOver.size()));
-  result_.mesh = std::make_unique<bme_Mesh>(meshId, nodes.release(), elements, bme_ORPHAN_MESH, nullptr);
+  result_.mesh = std::make_unique<bme_Mesh>(meshId, nodes.release(), elements, bme_ORPHAN_MESH,
+                                            coordinates_.Transform());
   result_.title = file_.Title();
   result_.ledger = exo_ListNotCarried(file_);
   CountCurvedPyramids();
@@ -298,6 +299,6 @@ void Importer::FailAtNode(const exo_Block& block, std::int64_t element, long lon
 }
 } // namespace
 
-fmt_Import exo_ReadMesh(const cow_String& fileName, const exo_TypeMap& types, unsigned meshId) {
-  return Importer(fileName, types).Run(meshId);
+fmt_Import exo_ReadMesh(const cow_String& fileName, const fmt_ReadOptions& options) {
+  return Importer(fileName, options).Run(options.meshId);
 }

@@ -122,6 +122,7 @@ private:
     for (exo_OutBlock& block : out_.blocks)
       for (int& node : block.nodes) node = number[static_cast<std::size_t>(node)];
     out_.xyz = xyz_;
+    out_.placement = bme_Placement(mesh_);
     out_.nodeLabels = labels_;
   }
 

@@ -16,16 +16,17 @@ ex_entity_type TypeOf(exo_SetKind kind) {
 /// Classic files end at 4 GiB a variable; larger ones become HDF5.
 int FormatFor(const exo_OutMesh& mesh) {
   constexpr std::size_t kMostNumbers = std::size_t{1} << 29;
-  std::size_t most = mesh.xyz.size() / 3;
+  std::size_t most = mesh.xyz.size() / 3 * (mesh.placement.IsNone() ? 1 : 2);
   for (const exo_OutBlock& block : mesh.blocks) most = std::max(most, block.nodes.size());
   return most > kMostNumbers ? EX_NETCDF4 : EX_LARGE_MODEL;
 }
 
 class Writer {
 public:
-  Writer(const cow_String& name, const cow_String& shownName, int format) : shownName_(shownName) {
+  Writer(const cow_String& name, const cow_String& shownName, int format, bool isDouble)
+      : shownName_(shownName) {
     exo_QuietLibrary();
-    int given = sizeof(float), stored = sizeof(float);
+    int given = isDouble ? sizeof(double) : sizeof(float), stored = given;
     id_ = ex_create(name.c_str(), EX_CLOBBER | format, &given, &stored);
     Check(id_, "the file");
   }
@@ -85,10 +86,18 @@ private:
   void WriteCoordinates(const exo_OutMesh& mesh) {
     const std::size_t numNodes = mesh.xyz.size() / 3;
     if (numNodes == 0) return;
-    std::vector<float> axes[3];
+    if (mesh.placement.IsNone()) return WriteAxes(mesh, mesh.xyz);
+    std::vector<double> placed(mesh.xyz.size());
+    mesh.placement.Place(mesh.xyz, placed);
+    WriteAxes(mesh, std::span<const double>(placed));
+  }
+
+  template<class Number> void WriteAxes(const exo_OutMesh& mesh, std::span<const Number> xyz) {
+    const std::size_t numNodes = xyz.size() / 3;
+    std::vector<Number> axes[3];
     for (std::size_t axis = 0; axis < static_cast<std::size_t>(mesh.numDims); ++axis) {
       axes[axis].resize(numNodes);
-      for (std::size_t i = 0; i < numNodes; ++i) axes[axis][i] = mesh.xyz[3 * i + axis];
+      for (std::size_t i = 0; i < numNodes; ++i) axes[axis][i] = xyz[3 * i + axis];
     }
     const auto data = [&](int axis) { return axis < mesh.numDims ? axes[axis].data() : nullptr; };
     Check(ex_put_coord(id_, data(0), data(1), data(2)), "coordinates");
@@ -165,6 +174,6 @@ private:
 } // namespace
 
 void exo_WriteFile(uti_OutputFile& output, const exo_OutMesh& mesh) {
-  Writer(output.Path(), output.Name(), FormatFor(mesh)).Write(mesh);
+  Writer(output.Path(), output.Name(), FormatFor(mesh), !mesh.placement.IsNone()).Write(mesh);
   output.Commit();
 }

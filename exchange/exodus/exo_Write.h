@@ -4,6 +4,7 @@
 #include "exo_File.h"
 
 #include <BasicUtils/uti_OutputFile.h>
+#include <CoreGeometry/bme_Placement.h>
 
 /// One element block as it is to stand in the file.
 struct exo_OutBlock {
@@ -32,6 +33,8 @@ struct exo_OutMesh {
   cow_String title;
   int numDims = 3;
   std::span<const float> xyz; ///< three a node, whatever the dimensions
+  bme_Placement
+      placement; ///< of these nodes: written as they are placed, in double precision unless it is none
   std::span<const int> nodeLabels;
   std::vector<int> elementLabels;
   std::vector<exo_OutBlock> blocks;

@@ -1,27 +1,68 @@
 #include "fmt_Coordinates.h"
 
+#include <CoreGeometry/gsl_Vector.h>
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
-fmt_Coordinates::fmt_Coordinates(cow_String file, std::size_t numNodes) : file_(std::move(file)) {
+fmt_Coordinates::fmt_Coordinates(cow_String file, std::size_t numNodes, const fmt_ReadOptions& options)
+    : file_(std::move(file)), offset_(options.offset.value_or(std::array<double, 3>{})),
+      mustChoose_(options.chooseOffset), exact_(options.exactNodes) {
   xyz_.ResizeUninitialised(3 * numNodes);
 }
 
 void fmt_Coordinates::Add(std::span<const double> xyz) { AddAny(xyz); }
 void fmt_Coordinates::Add(std::span<const float> xyz) { AddAny(xyz); }
 
+/// The middle of these nodes, rounded to a power of two that is not longer than their box, so that taking it off
+/// rounds nothing. Axes on which the box holds the origin need none.
+template<class Number> void fmt_Coordinates::ChooseOffset(std::span<const Number> xyz) {
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    double low = std::numeric_limits<double>::infinity(), high = -low;
+    for (std::size_t i = axis; i < xyz.size(); i += 3)
+      if (const auto x = static_cast<double>(xyz[i]); std::isfinite(x)) {
+        low = std::min(low, x);
+        high = std::max(high, x);
+      }
+    if (!(low > 0 || high < 0)) continue;
+    const double middle = low + (high - low) / 2;
+    const double unit = high > low ? std::exp2(std::floor(std::log2(high - low))) : 1;
+    const double rounded = std::round(middle / unit) * unit;
+    offset_[axis] = std::isfinite(rounded) ? rounded : middle;
+  }
+}
+
+template<class Number> void fmt_Coordinates::KeepExact(std::span<const Number> xyz) {
+  const std::size_t first = next_ / 3, end = first + xyz.size() / 3;
+  for (auto at = std::ranges::lower_bound(exact_->nodes, first); at != exact_->nodes.end() && *at < end; ++at)
+    for (std::size_t axis = 0; axis < 3; ++axis)
+      exact_->xyz.push_back(static_cast<double>(xyz[3 * (*at - first) + axis]) - offset_[axis]);
+}
+
 template<class Number> void fmt_Coordinates::AddAny(std::span<const Number> xyz) {
-  if (xyz.size() > xyz_.Const().size() - next_)
-    throw nex_TextException(file_ + ": more than " + std::to_string(xyz_.Const().size() / 3) + " nodes");
+  const std::size_t all = xyz_.Const().size();
+  if (xyz.size() > all - next_)
+    throw nex_TextException(file_ + ": more than " + std::to_string(all / 3) + " nodes");
+  if (mustChoose_) ChooseOffset(xyz);
+  mustChoose_ = false;
+  if (exact_) KeepExact(xyz);
   const std::span<float> target = xyz_.Modify().subspan(next_, xyz.size());
   double largest = 0;
   bool isFinite = true;
-  for (std::size_t i = 0; i < xyz.size(); ++i) {
-    const auto rounded = static_cast<float>(xyz[i]);
-    isFinite &= std::abs(rounded) <= std::numeric_limits<float>::max();
-    largest = std::max(largest, std::abs(static_cast<double>(rounded) - static_cast<double>(xyz[i])));
-    target[i] = rounded;
+  const auto local = [&](std::size_t i) { return static_cast<double>(xyz[i]) - offset_[i % 3]; };
+  for (std::size_t first = 0; first + 2 < xyz.size(); first += 3) {
+    double ofNode = 0;
+    for (std::size_t i = first; i < first + 3; ++i) {
+      const double value = static_cast<double>(xyz[i]) - offset_[i - first];
+      const auto rounded = static_cast<float>(value);
+      isFinite &= std::abs(rounded) <= std::numeric_limits<float>::max();
+      ofNode = std::max(ofNode, std::abs(static_cast<double>(rounded) - value));
+      target[i] = rounded;
+    }
+    largest = std::max(largest, ofNode);
+    if (ofNode == 0) continue;
+    if (byNode_.empty()) byNode_.resize(all / 3);
+    byNode_[(next_ + first) / 3] = static_cast<float>(ofNode);
   }
   if (!isFinite) {
     const auto bad =
@@ -31,10 +72,12 @@ template<class Number> void fmt_Coordinates::AddAny(std::span<const Number> xyz)
   if (largest > change_) {
     change_ = largest;
     std::size_t i = 0;
-    while (std::abs(static_cast<double>(target[i]) - static_cast<double>(xyz[i])) < largest) ++i;
+    while (std::abs(static_cast<double>(target[i]) - local(i)) < largest) ++i;
     changed_ = next_ + i;
   }
   next_ += xyz.size();
+  if (!transform_ && offset_ != std::array<double, 3>{})
+    transform_.emplace().SetTranslation(gsl_Vector(offset_[0], offset_[1], offset_[2]));
 }
 
 void fmt_Coordinates::Fail(std::size_t position, double value) const {
@@ -45,8 +88,11 @@ void fmt_Coordinates::Fail(std::size_t position, double value) const {
                           + (std::isfinite(value) ? " does not fit single precision" : " is not a number"));
 }
 
-fmt_Rounding fmt_Coordinates::Rounding(std::span<const int> labels) const {
+fmt_Rounding fmt_Coordinates::Rounding(std::span<const int> labels) {
   if (change_ == 0) return {};
   const std::size_t node = changed_ / 3;
-  return {change_, labels.empty() ? static_cast<int>(node + 1) : labels[node], "xyz"[changed_ % 3]};
+  return {.change = change_,
+          .nodeLabel = labels.empty() ? static_cast<int>(node + 1) : labels[node],
+          .axis = "xyz"[changed_ % 3],
+          .byNode = std::move(byNode_)};
 }

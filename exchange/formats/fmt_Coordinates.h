@@ -2,14 +2,22 @@
 #pragma once
 
 #include <CoreGeometry/fmt_Format.h>
+#include <CoreGeometry/gsl_Matrix.h>
 
-/// Takes the coordinates of all nodes of a file in order, and keeps account of what rounding changes.
+/// Coordinates of a few nodes as they are in the file, less the offset of the mesh.
+struct fmt_ExactNodes {
+  std::vector<unsigned> nodes; ///< ascending
+  std::vector<double> xyz;     ///< three for each
+};
+
+/// Takes the coordinates of all nodes of a file in order, takes the offset off, and keeps account of what rounding
+/// changes.
 ///
 /// Errors     nex_TextException naming file, node (counted from 1), axis and value for one that is not finite or
 ///            does not fit single precision.
 class fmt_Coordinates {
 public:
-  fmt_Coordinates(cow_String file, std::size_t numNodes);
+  fmt_Coordinates(cow_String file, std::size_t numNodes, const fmt_ReadOptions& options);
 
   /// Those of the next nodes, x0 y0 z0 x1 ... .
   void Add(std::span<const double> xyz);
@@ -18,16 +26,25 @@ public:
   std::size_t NumNodes() const noexcept { return next_ / 3; } ///< added so far
   /// After all of them were added. The array is handed over.
   uti_CoordCont3D Take() { return uti_CoordCont3D(std::move(xyz_)); }
-  /// The largest change; `labels` are those of the nodes, or empty when they count from 1.
-  fmt_Rounding Rounding(std::span<const int> labels) const;
+  /// The placement of the mesh; null for none.
+  const gsl_Matrix* Transform() const noexcept { return transform_ ? &*transform_ : nullptr; }
+  /// What changed, handed over; `labels` are those of the nodes, or empty when they count from 1.
+  fmt_Rounding Rounding(std::span<const int> labels);
 
 private:
   template<class Number> void AddAny(std::span<const Number> xyz);
+  template<class Number> void ChooseOffset(std::span<const Number> xyz);
+  template<class Number> void KeepExact(std::span<const Number> xyz);
   [[noreturn]] void Fail(std::size_t position, double value) const;
 
   cow_String file_;
   cow_ArrayCOW<float> xyz_;
   std::size_t next_ = 0; ///< number of floats that are there
+  std::array<double, 3> offset_{};
+  bool mustChoose_;
+  std::optional<gsl_Matrix> transform_;
+  fmt_ExactNodes* exact_;
+  std::vector<float> byNode_; ///< largest change of each node; none while nothing changed
   double change_ = 0;
   std::size_t changed_ = 0; ///< position of the float that changed most
 };

@@ -4,6 +4,8 @@
 #include <CoreGeometry/exo_Import.h>
 #include <CoreGeometry/vtu_Write.h>
 
+#include "fmt_Precision.h"
+
 #include <algorithm>
 #include <fstream>
 
@@ -15,7 +17,7 @@ bool IsNetCdf(std::string_view start) {
 }
 
 fmt_Import ReadExodus(const cow_String& file, const fmt_ReadOptions& options) {
-  return exo_ReadMesh(file, options.types, options.meshId);
+  return exo_ReadMesh(file, options);
 }
 fmt_Ledger WriteExodus(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
                        const fmt_WriteOptions&) {
@@ -32,7 +34,7 @@ std::span<const fmt_Format> fmt_Formats() {
       {"exodus",
        "an Exodus II file",
        {".exo", ".e", ".g", ".ex2", ".exii"},
-       "placement, control parameters, datums",
+       "control parameters, datums",
        false,
        &IsNetCdf,
        &ReadExodus,
@@ -40,7 +42,7 @@ std::span<const fmt_Format> fmt_Formats() {
       {"vtu",
        "a VTU file",
        {".vtu"},
-       "element types and categories, surfaces, placement, control parameters, datums",
+       "element types and categories, surfaces, control parameters, datums",
        false,
        nullptr,
        nullptr,
@@ -79,7 +81,18 @@ const fmt_Format& fmt_Recognise(const cow_String& file) {
 fmt_Import fmt_ReadMesh(const cow_String& file, const fmt_Format& format, const fmt_ReadOptions& options) {
   if (!format.read)
     throw nex_TextException(file + ": " + cow_String(format.title) + " is written here, and not read");
-  return format.read(file, options);
+  fmt_Import import = format.read(file, options);
+  fmt_CheckPrecision(import, [&](fmt_ExactNodes& exact) {
+    fmt_ReadOptions again = options;
+    again.exactNodes = &exact;
+    format.read(file, again);
+  });
+  const std::vector<int>& damaged = import.rounding.damagedElements;
+  if (!damaged.empty() && !options.acceptDamage)
+    throw nex_TextException(file + ": single precision collapses or turns inside out "
+                            + std::to_string(damaged.size()) + " elements, the first of label "
+                            + std::to_string(damaged.front()) + "; give an offset, such as --offset auto");
+  return import;
 }
 
 fmt_Import fmt_ReadMesh(const cow_String& file, const fmt_ReadOptions& options) {

@@ -1,6 +1,8 @@
 #include <CoreGeometry/exo_NodeOrder.h>
 #include <CoreGeometry/vtu_Write.h>
 
+#include <CoreGeometry/bme_Placement.h>
+
 #include <CoreGeometry/exo_Export.h>
 
 #include <BasicUtils/nex_Exception.h>
@@ -195,7 +197,14 @@ public:
     const bme_NodeData& nodes = mesh_.NodeData();
     out_.Text("<UnstructuredGrid>\n<Piece NumberOfPoints=\"" + std::to_string(nodes.NumNodes())
               + "\" NumberOfCells=\"" + std::to_string(types_.size()) + "\">\n<Points>\n");
-    out_.Array<float>("Points", "Float32", 3, nodes.Coordinates().Const());
+    const bme_Placement placement(mesh_);
+    if (placement.IsNone()) {
+      out_.Array<float>("Points", "Float32", 3, nodes.Coordinates().Const());
+    } else {
+      std::vector<double> placed(nodes.Coordinates().Const().size());
+      placement.Place(nodes.Coordinates().Const(), placed);
+      out_.Array<double>("Points", "Float64", 3, placed);
+    }
     out_.Text("</Points>\n<Cells>\n");
     out_.Array<int>("connectivity", "Int32", 1, connectivity_);
     out_.Array<std::int64_t>("offsets", "Int64", 1, offsets_);

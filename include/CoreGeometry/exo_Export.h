@@ -12,14 +12,15 @@
 /// Classes become blocks in their order. The common beginning of their category labels is the title, the rest
 /// the name of the block; a set that holds just the elements of a class under that name gives the block its
 /// id. Node, element and side sets have the set's index as their id, or the next free one. Elements that
-/// the format has no type for are written with their first nodes only. What is lost is in the ledger.
+/// the format has no type for are written with their first nodes only. Coordinates are those of placed space, in
+/// double precision when the mesh has a placement. What is lost is in the ledger.
 ///
 /// Errors     nex_TextException naming file, class, element and node; see uti_OutputFile, which is committed.
 /// Cost       one pass; connectivity and sets are copied once.
 CORE_GEOMETRY_EXCHANGE_API fmt_Ledger exo_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh,
                                                     std::span<const bme_NamedSet> sets);
 
-/// What no format for meshes alone has a place for: placement, control parameters and so on.
+/// What no format for meshes alone has a place for: control parameters and so on.
 CORE_GEOMETRY_EXCHANGE_API void exo_ListNotMesh(const bme_Mesh& mesh, fmt_Ledger& ledger);
 
 /// Throws nex_TextException unless every node of the class is one of the mesh; begins with `place`.

@@ -1,15 +1,16 @@
 // exo_Import.h: a mesh from an Exodus II file
 #pragma once
 
-#include <CoreGeometry/exo_Types.h>
-#include <CoreGeometry/fmt_Import.h>
+#include <CoreGeometry/fmt_Format.h>
 
 /// Reads nodes, element blocks and sets. Blocks become element classes in their order, number maps user
 /// labels: nodes always have labels, elements only when theirs are not 1, 2, 3, ... . The category label of a
 /// class is "title/block name"; a block without a name is called "block <id>".
 ///
+/// What rounding does to the elements is not looked at: fmt_ReadMesh does.
+///
 /// Errors     nex_TextException naming file, block, element and node; wip_Cancelled when the host asks to
 ///            stop.
 /// Cost       one pass; coordinates and connectivity go straight into their final arrays.
-CORE_GEOMETRY_EXCHANGE_API fmt_Import exo_ReadMesh(const cow_String& fileName, const exo_TypeMap& types,
-                                                   unsigned meshId = 0);
+CORE_GEOMETRY_EXCHANGE_API fmt_Import exo_ReadMesh(const cow_String& fileName,
+                                                   const fmt_ReadOptions& options = {});

@@ -7,9 +7,16 @@
 #include <CoreGeometry/fmt_Import.h>
 #include <string_view>
 
+struct fmt_ExactNodes;
+
 struct fmt_ReadOptions {
-  exo_TypeMap types; ///< element labels that differ from the default, by the type names of Exodus II
+  exo_TypeMap types{}; ///< element labels that differ from the default, by the type names of Exodus II
   unsigned meshId = 0;
+  /// Subtracted from every node before it is rounded to single precision, and kept as the placement of the mesh.
+  std::optional<std::array<double, 3>> offset{};
+  bool chooseOffset = false;            ///< a round one near the first nodes
+  bool acceptDamage = false;            ///< elements that rounding collapses or turns inside out are no error
+  fmt_ExactNodes* exactNodes = nullptr; ///< for fmt_ReadMesh itself
 };
 
 /// How the numbers of a file are written, for formats that have the choice.
@@ -54,8 +61,8 @@ CORE_GEOMETRY_EXCHANGE_API const fmt_Format& fmt_Recognise(const cow_String& fil
 
 /// Reads nodes, elements, labels and sets from a file of the format, or of the one that its content tells.
 ///
-/// Errors     nex_TextException naming the file, the place in it and the value; wip_Cancelled when the host asks to
-///            stop.
+/// Errors     nex_TextException naming the file, the place in it and the value, also when single precision collapses
+///            elements or turns them inside out; wip_Cancelled when the host asks to stop.
 CORE_GEOMETRY_EXCHANGE_API fmt_Import fmt_ReadMesh(const cow_String& file,
                                                    const fmt_ReadOptions& options = {});
 CORE_GEOMETRY_EXCHANGE_API fmt_Import fmt_ReadMesh(const cow_String& file, const fmt_Format& format,

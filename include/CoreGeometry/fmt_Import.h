@@ -16,11 +16,16 @@ struct fmt_ImportedBlock {
   std::int64_t numElements = 0;
 };
 
-/// The largest change of a coordinate by rounding to single precision.
+/// What rounding of coordinates to single precision changed.
 struct fmt_Rounding {
-  double change = 0; ///< in model length, 0 when nothing changed
+  double change = 0; ///< the largest one, in model length; 0 when nothing changed
   int nodeLabel = 0;
   char axis = 'x';
+  /// Nodes that moved by more than a thousandth of the shortest edge of an element there, by label.
+  std::vector<int> coarseNodes{};
+  /// Elements that collapsed or turned inside out by it, by label.
+  std::vector<int> damagedElements{};
+  std::vector<float> byNode{}; ///< the largest change of each node, while a file is read
 };
 
 struct fmt_Import {

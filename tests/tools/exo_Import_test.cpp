@@ -22,14 +22,14 @@ class ExodusImport : public testing::Test {
 protected:
   fmt_Import Import(const ExodusMesh& mesh) {
     mesh.Write(file_);
-    return exo_ReadMesh(file_, types_);
+    return exo_ReadMesh(file_, {.types = types_});
   }
   std::string Failure(const ExodusMesh& mesh) {
     mesh.Write(file_);
     return FailureOfFile();
   }
   std::string FailureOfFile() {
-    const std::string text = ThrownBy([&] { exo_ReadMesh(file_, types_); }), start = file_ + ": ";
+    const std::string text = ThrownBy([&] { exo_ReadMesh(file_, {.types = types_}); }), start = file_ + ": ";
     EXPECT_TRUE(text.starts_with(start)) << text;
     return text.substr(std::min(text.size(), start.size()));
   }
@@ -392,7 +392,7 @@ TEST_F(ExodusImport, NeverCrashesOnFilesWithFlippedBytes) {
     bad[8 + random() % (bad.size() - 8)] = static_cast<char>(random());
     std::ofstream(file_, std::ios::binary) << bad;
     try {
-      exo_ReadMesh(file_, types_);
+      exo_ReadMesh(file_, {.types = types_});
       ++read;
     } catch (const nex_TextException&) {
       ++refused;
@@ -409,7 +409,7 @@ TEST_F(ExodusImport, StopsWhenTheHostAsks) {
   } sink;
   auto& channel = thr_ThreadSingleton<wip_WIP>::Instance();
   channel.SetSink(&sink);
-  EXPECT_THROW(exo_ReadMesh(file_, types_), wip_Cancelled);
+  EXPECT_THROW(exo_ReadMesh(file_, {.types = types_}), wip_Cancelled);
   channel.SetSink(nullptr);
 }
 

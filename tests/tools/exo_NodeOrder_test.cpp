@@ -97,7 +97,7 @@ TEST_P(NodeOrder, PutsEveryNodeWhereTheShapeHasIt) {
   const Element& element = GetParam();
   const TestFolder folder;
   MeshOf(element).Write(folder / "one.exo");
-  const fmt_Import import = exo_ReadMesh(folder / "one.exo", exo_TypeMap());
+  const fmt_Import import = exo_ReadMesh(folder / "one.exo");
   const bme_ElementClass& type = import.mesh->ElementData().GetClass(0);
   ASSERT_EQ(type.ElemTypeLabel(), element.label);
   ASSERT_TRUE(type.IsSupported());

@@ -118,7 +118,7 @@ TEST_P(Sides, HaveTheNodesThatTheExodusLibraryLists) {
   listed = SidesInFile(file, 7);
   ex_close(file);
 
-  const fmt_Import import = exo_ReadMesh(folder_ / "sides.exo", exo_TypeMap());
+  const fmt_Import import = exo_ReadMesh(folder_ / "sides.exo");
   ASSERT_TRUE(import.mesh->ElementData().GetClass(0).IsSupported());
   const rgnC_SetData& set = import.sets.back().data;
   ASSERT_EQ(set.GetSetType(), res_SURFACE_SET);
@@ -160,7 +160,7 @@ class Sets : public testing::Test {
 protected:
   fmt_Import Import(const ExodusMesh& mesh, unsigned id = 0) {
     mesh.Write(file_);
-    return exo_ReadMesh(file_, exo_TypeMap(), id);
+    return exo_ReadMesh(file_, {.meshId = id});
   }
   static const bme_NamedSet& Named(const fmt_Import& import, const std::string& name) {
     const bme_NamedSet* set = bme_FindSet(import.sets, name, "import");

@@ -21,7 +21,7 @@ public:
 
 TEST(Drawing, IsStoppedAtAnyQuestionAndLeavesNoFile) {
   const DDB_CoreGeometry library;
-  const fmt_Import import = exo_ReadMesh(SAMPLE, exo_TypeMap());
+  const fmt_Import import = exo_ReadMesh(SAMPLE);
   const std::filesystem::path folder = testing::TempDir() + "Drawing";
   std::filesystem::remove_all(folder);
   std::filesystem::create_directories(folder);

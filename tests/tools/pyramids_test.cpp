@@ -94,7 +94,7 @@ TEST_F(Pyramids, AreWholeInEveryAnswer) {
     EXPECT_TRUE(out["notCarried"].empty()) << out["notCarried"];
     out = ToolFacts({"skin", model, "-o", folder_ / "sides.exo", "--force", "--sets", "sides"});
     EXPECT_EQ(out["shells"], 6);
-    const fmt_Import skin = exo_ReadMesh(folder_ / "sides.exo", exo_TypeMap());
+    const fmt_Import skin = exo_ReadMesh(folder_ / "sides.exo");
     ASSERT_EQ(skin.blocks.size(), 2U) << "triangles and bases";
     EXPECT_EQ(skin.blocks[0].numElements, 4);
     EXPECT_EQ(skin.blocks[0].label, numNodes == 5 ? "S3" : "STRI65");
@@ -152,7 +152,7 @@ TEST_F(Pyramids, WithBentEdgesAreTold) {
       3 * static_cast<std::size_t>(mesh.blocks[0].nodes[5] - 1); // of edge 1 2, of two bases
   mesh.xyz[middle + 1] = 0.01;
   mesh.Write(folder_ / "bent.exo");
-  const fmt_Ledger ledger = exo_ReadMesh(folder_ / "bent.exo", exo_TypeMap()).ledger;
+  const fmt_Ledger ledger = exo_ReadMesh(folder_ / "bent.exo").ledger;
   ASSERT_EQ(ledger.size(), 1U);
   EXPECT_EQ(ledger[0].count, 2);
 }

@@ -125,7 +125,7 @@ TEST_F(Views, ExportListsEveryElementTypeThatIsNotTheSameAfterwards) {
   for (const fmt_LedgerEntry& entry : exo_WriteMesh(output, mesh, {}))
     told += entry.what + ": " + entry.detail + "; ";
   const std::size_t unknown = told.find("element types unknown to the format");
-  const fmt_Import again = exo_ReadMesh(folder_ / "all.exo", exo_TypeMap());
+  const fmt_Import again = exo_ReadMesh(folder_ / "all.exo");
   std::size_t same = 0;
   for (unsigned i = 0; i < count; ++i) {
     const bme_ElementClass &before = mesh.ElementData().GetClass(i),
@@ -228,7 +228,7 @@ TEST_F(Views, NothingOfWhatIsNotFiniteIsDrawnAndNothingOfANameReachesTheTerminal
   const DDB_CoreGeometry library;
   const std::string file = folder_ / "broken.cgdb";
   for (const float value : {INFINITY, -INFINITY, NAN}) {
-    const fmt_Import import = exo_ReadMesh(folder_ / "odd.exo", exo_TypeMap());
+    const fmt_Import import = exo_ReadMesh(folder_ / "odd.exo");
     import.mesh->NodeDataToModify().SetNodalCoord(0, value, 0, 0); // of one cube
     std::filesystem::remove(file);
     cls_CreateModel(file, {},
@@ -315,7 +315,7 @@ TEST_F(Views, SkinsHaveTheFacesThatNoOtherElementHasWithTheirSources) {
   EXPECT_EQ(facts["faces"], 14);
   EXPECT_EQ(facts["shells"], 14);
   EXPECT_EQ(facts["edges"], 24); // upright 3 on each of 4 lines, above and below 4 each, between blocks 4
-  const fmt_Import import = exo_ReadMesh(skin, exo_TypeMap());
+  const fmt_Import import = exo_ReadMesh(skin);
   EXPECT_EQ(import.mesh->NodeData().GetMeshNodeIndex(500), 0U);
   EXPECT_EQ(import.mesh->ElementData().GetClass(0).ElemTypeLabel(), "S4");
   std::map<std::int64_t, int> facesOf;

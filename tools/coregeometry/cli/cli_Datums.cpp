@@ -48,9 +48,12 @@ std::vector<cli_Datum> cli_Datums(const cls_Database& model, const cow_String& m
       datums.push_back({root, WithoutFolder(root, cli_kDatumFolder), 0, model.Get<dtu_Datum>(root)});
     if (typeId != dtu_DatumContainer::TypeId()) continue;
     if (!meshRoot.empty() && root != cli_DatumRoot(meshRoot)) continue;
-    const auto container = model.Get<dtu_DatumContainer>(root);
-    for (const auto& [id, datum] : *container)
-      datums.push_back({root, container->NameOf(id), id, datum.Holder()});
+    dtu_DatumContainer container = *model.Get<dtu_DatumContainer>(root);
+    const bme_Placement placement =
+        cli_PlacementOf(model, cli_kMeshFolder + WithoutFolder(root, cli_kDatumFolder));
+    if (!placement.IsNone()) container.TransformData(placement.ToPlaced());
+    for (const auto& [id, datum] : container)
+      datums.push_back({root, container.NameOf(id), id, datum.Holder()});
   }
   return datums;
 }

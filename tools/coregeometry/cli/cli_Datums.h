@@ -15,7 +15,7 @@ struct cli_Datum {
   cow_String Path() const { return id == 0 ? root : root + "/" + name; }
 };
 
-/// Every datum of the model, by root and identifier; with a mesh, those of its container and those that are
+/// Every datum of the model in placed space, by root and identifier; with a mesh, those of its container and those that are
 /// roots of their own.
 std::vector<cli_Datum> cli_Datums(const cls_Database& model, const cow_String& meshRoot = {});
 

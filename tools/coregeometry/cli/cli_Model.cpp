@@ -111,6 +111,24 @@ cli_Json cli_Number(float value) {
   return shortest;
 }
 
+cli_Json cli_PlacedPoint(const bme_Placement& placement, const gsl_Point& local) {
+  gsl_Point placed = local;
+  if (placement.IsNone())
+    return {cli_Number(static_cast<float>(placed[0])), cli_Number(static_cast<float>(placed[1])),
+            cli_Number(static_cast<float>(placed[2]))};
+  placement.ToPlaced().Transform(placed);
+  return {placed[0], placed[1], placed[2]};
+}
+
+bme_Placement cli_PlacementOf(const cls_Database& model, const cow_String& meshRoot) {
+  struct Transform {
+    explicit Transform(const cls_ReadVisitor& mesh) : value(cls_ReadVisitor(mesh, "transform")) {}
+    gsl_PersistentMatrix value;
+  };
+  if (!model.Has(meshRoot) || model.TypeId(meshRoot) != bme_Mesh::TypeId()) return {};
+  return bme_Placement(model.GetValue<Transform>(model.Resolve(meshRoot)).value.Matrix());
+}
+
 void cli_AddModelOptions(CLI::App& command, std::string& file, std::string& name, bool& json) {
   command.add_option("MODEL", file, "Model file (.cgdb)")->required();
   command.add_option("--name", name, "Name of the mesh; not needed when the model has one mesh");

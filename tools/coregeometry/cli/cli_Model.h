@@ -5,6 +5,7 @@
 
 #include <BasicUtils/cls_Database.h>
 #include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/bme_Placement.h>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,11 @@ cli_ElementLabels(const bme_ElementData& elements); ///< implicit labels: 1 to t
 /// Shortest text that gives back the same single-precision number.
 cow_String cli_Text(float value);
 cli_Json cli_Number(float value); ///< as JSON, without digits that single precision does not have
+
+/// A point in placed space: digits of single precision where the mesh has no placement.
+cli_Json cli_PlacedPoint(const bme_Placement& placement, const gsl_Point& local);
+/// The placement of a mesh, without reading its nodes and elements; none for other roots.
+bme_Placement cli_PlacementOf(const cls_Database& model, const cow_String& meshRoot);
 
 /// Adds the options that every command on one mesh of a model has.
 void cli_AddModelOptions(CLI::App& command, std::string& file, std::string& name, bool& json);

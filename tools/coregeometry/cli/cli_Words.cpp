@@ -60,22 +60,25 @@ CLI::Option* cli_AddNames(CLI::App& command, const char* name, std::vector<std::
       ->take_all();
 }
 
+std::optional<std::array<double, 3>> cli_TripleOf(const std::string& text) {
+  std::array<double, 3> values{};
+  std::size_t count = 0, at = 0;
+  for (bool isLast = false; !isLast; ++count) {
+    const std::size_t comma = std::min(text.find(',', at), text.size());
+    const auto value = cli_NumberOf(std::string_view(text).substr(at, comma - at));
+    if (!value || count == 3) return std::nullopt;
+    values[count] = *value;
+    isLast = comma == text.size();
+    at = comma + 1;
+  }
+  return count == 3 ? std::optional(values) : std::nullopt;
+}
+
 CLI::Option* cli_AddTriple(CLI::App& command, const char* name, std::optional<std::array<double, 3>>& triple,
                            const std::string& help) {
   const auto take = [name, &triple](const std::string& text) {
-    std::array<double, 3> values{};
-    std::size_t count = 0, at = 0;
-    for (bool isLast = false; !isLast; ++count) {
-      const std::size_t comma = std::min(text.find(',', at), text.size());
-      const auto value = cli_NumberOf(std::string_view(text).substr(at, comma - at));
-      if (!value || count == 3)
-        throw cli_UsageError(std::string(name) + ' ' + text + ": give three numbers, X,Y,Z");
-      values[count] = *value;
-      isLast = comma == text.size();
-      at = comma + 1;
-    }
-    if (count != 3) throw cli_UsageError(std::string(name) + ' ' + text + ": give three numbers, X,Y,Z");
-    triple = values;
+    triple = cli_TripleOf(text);
+    if (!triple) throw cli_UsageError(std::string(name) + ' ' + text + ": give three numbers, X,Y,Z");
   };
   return command.add_option_function<std::string>(name, take, help)->type_name(kTriple);
 }

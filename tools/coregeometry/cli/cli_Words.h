@@ -22,6 +22,8 @@ CLI::Option* cli_AddNames(CLI::App& command, const char* name, std::vector<std::
 /// An option for a point or a direction, "X,Y,Z" or three words. It stays empty when it is not given.
 CLI::Option* cli_AddTriple(CLI::App& command, const char* name, std::optional<std::array<double, 3>>& triple,
                            const std::string& help);
+/// Three numbers between commas, and nothing else.
+std::optional<std::array<double, 3>> cli_TripleOf(const std::string& text);
 /// A number without anything behind it, finite; nothing for any other text.
 std::optional<double> cli_NumberOf(std::string_view text);
 

@@ -154,6 +154,15 @@ void Follow(dtu_DatumContainer& container, int id, const bme_Mesh& mesh, const c
   container.Replace(id, one.Get(id));
 }
 
+/// Datums are stored in the coordinates of their mesh, as its nodes are.
+void MoveIntoMesh(dtu_DatumContainer& container, int id, const bme_Placement& placement) {
+  if (placement.IsNone()) return;
+  dtu_DatumContainer one;
+  one.Add(container.Get(id), container.NameOf(id));
+  one.TransformData(placement.ToLocal());
+  container.Replace(id, one.Get(id));
+}
+
 /// Whatever depends on what the model holds is decided here, where nobody else can change it.
 void Add(const Arguments& arguments, const dtu_Datum& datum, const cls_Database& model, cls_WritePass& pass) {
   const cow_String mesh = MeshRoot(arguments, model), root = cli_DatumRoot(mesh);
@@ -170,6 +179,7 @@ void Add(const Arguments& arguments, const dtu_Datum& datum, const cls_Database&
     id = container.Add(datum, arguments.added);
   else
     container.Replace(id, datum);
+  if (arguments.nodes.empty()) MoveIntoMesh(container, id, cli_PlacementOf(model, mesh));
   if (!arguments.nodes.empty()) Follow(container, id, *model.Get<bme_Mesh>(mesh), model.File() + ", " + mesh);
   pass.Put(root, container);
 }

@@ -4,6 +4,8 @@
 #include "cli_Datums.h"
 #include "cli_Ledger.h"
 #include "cli_Regions.h"
+#include "cli_Words.h"
+#include <CoreGeometry/bme_EntityList.h>
 #include <CoreGeometry/bme_RegenerateDatums.h>
 #include <CoreGeometry/fmt_Format.h>
 
@@ -20,6 +22,7 @@ struct Arguments {
   std::string file, name, format;
   std::optional<std::string> model;
   std::vector<std::string> words, maps;
+  std::string offset;
   bool force = false, json = false;
 };
 
@@ -150,6 +153,32 @@ void Store(const Target& target, fmt_Import& import, bool force) {
   }
 }
 
+cli_Json Offset(const bme_Mesh& mesh) {
+  if (!mesh.Transform()) return {0.0, 0.0, 0.0};
+  const gsl_Point origin = mesh.Transform()->NewOrigin();
+  return {origin[0], origin[1], origin[2]};
+}
+
+void PrintRounding(const fmt_Rounding& rounding) {
+  if (rounding.change == 0) {
+    cli_Report() << "No coordinate changed by rounding to single precision.\n";
+    return;
+  }
+  cli_Report() << "Largest change by rounding to single precision: " << rounding.change << " in "
+               << rounding.axis << " of node " << rounding.nodeLabel << '\n';
+  const auto list = [](const std::vector<int>& labels, const char* what) {
+    constexpr std::size_t kMost = 20;
+    if (labels.empty()) return;
+    cli_Out(std::cerr) << "coregeometry: single precision is too coarse here: " << labels.size() << what
+                       << bme_CompactLabels(std::span(labels).first(std::min(kMost, labels.size())))
+                       << (labels.size() > kMost ? ", ..." : "") << '\n';
+  };
+  list(rounding.coarseNodes, " nodes moved by more than a thousandth of an element's edge: ");
+  list(rounding.damagedElements, " elements collapsed or turned inside out: ");
+  if (!rounding.coarseNodes.empty())
+    cli_Out(std::cerr) << "coregeometry: --offset auto keeps the places of nodes far from the origin\n";
+}
+
 cli_Json AsJson(const Arguments& arguments, std::string_view format, const Target& target,
                 const fmt_Import& import) {
   const bme_Mesh& mesh = *import.mesh;
@@ -169,6 +198,8 @@ cli_Json AsJson(const Arguments& arguments, std::string_view format, const Targe
     rounding["node"] = import.rounding.nodeLabel;
     rounding["axis"] = std::string(1, import.rounding.axis);
   }
+  rounding["coarseNodes"] = import.rounding.coarseNodes;
+  rounding["damagedElements"] = import.rounding.damagedElements;
   return {{"file", arguments.file},
           {"format", format},
           {"model", target.file.string()},
@@ -180,6 +211,7 @@ cli_Json AsJson(const Arguments& arguments, std::string_view format, const Targe
           {"classes", classes},
           {"sets", sets},
           {"rounding", rounding},
+          {"offset", Offset(mesh)},
           {"notCarried", cli_LedgerJson(import.ledger)}};
 }
 
@@ -202,13 +234,25 @@ void Print(const Arguments& arguments, const Target& target, const fmt_Import& i
     });
     if (count > 0) cli_Report() << "  " << count << ' ' << kind << (count == 1 ? "" : "s") << '\n';
   }
-  if (import.rounding.change > 0)
-    cli_Report() << "Largest change by rounding to single precision: " << import.rounding.change << " in "
-                 << import.rounding.axis << " of node " << import.rounding.nodeLabel << '\n';
-  else
-    cli_Report() << "No coordinate changed by rounding to single precision.\n";
+  if (mesh.Transform()) {
+    const cli_Json offset = Offset(mesh);
+    cli_Report() << "Coordinates are kept from (" << offset[0] << ", " << offset[1] << ", " << offset[2]
+                 << ")\n";
+  }
+  PrintRounding(import.rounding);
   cli_PrintLedger(import.ledger, "Everything in the file was carried over.",
                   "Not carried over, since a model has no place for it:");
+}
+
+/// "X,Y,Z", or "auto".
+void SetOffset(fmt_ReadOptions& options, const std::string& text) {
+  if (text == "auto") {
+    options.chooseOffset = true;
+    return;
+  }
+  const auto offset = cli_TripleOf(text);
+  if (!offset) throw cli_UsageError("--offset " + text + " is neither X,Y,Z nor auto");
+  options.offset = *offset;
 }
 
 std::vector<std::string> ReadFormats() {
@@ -227,6 +271,8 @@ void Run(const Arguments& arguments) {
       throw cli_UsageError("--map " + error.Message());
     }
   }
+  if (!arguments.offset.empty()) SetOffset(options, arguments.offset);
+  options.acceptDamage = arguments.force;
   cli_Console console;
   const Target target = ChooseTarget(arguments);
   // a likely identifier; what holds is decided when the mesh is stored
@@ -267,8 +313,16 @@ void cli_AddImport(CLI::App& app) {
       ->expected(1)
       ->allow_extra_args(false)
       ->take_all();
-  command->add_flag("--force", arguments->force,
-                    "Replace a mesh of the same name, and its regions; its datums stay");
+  command
+      ->add_option(
+          "--offset", arguments->offset,
+          "Keep coordinates from X,Y,Z, or from a point near the first nodes (auto), as single precision "
+          "is coarse far from the origin; every answer and export is in the coordinates of the file")
+      ->type_name("X,Y,Z|auto");
+  command->add_flag(
+      "--force", arguments->force,
+      "Replace a mesh of the same name, and its regions; its datums stay. Also accept elements that "
+      "single precision collapses or turns inside out");
   command->add_flag("--json", arguments->json, "Print the facts as JSON");
   command->footer(
       "A model that exists gets the mesh as one more. Element blocks become element classes in their\n"

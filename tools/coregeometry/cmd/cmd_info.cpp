@@ -27,14 +27,8 @@ cow_String RangeText(const cli_LabelRange& range, bool isStored) {
          + (isStored ? "" : " (implicit)");
 }
 
-cow_String PointText(const gsl_Point& point) {
-  return "(" + cli_Text(static_cast<float>(point[0])) + ", " + cli_Text(static_cast<float>(point[1])) + ", "
-         + cli_Text(static_cast<float>(point[2])) + ")";
-}
-
-cli_Json PointJson(const gsl_Point& point) {
-  return {cli_Number(static_cast<float>(point[0])), cli_Number(static_cast<float>(point[1])),
-          cli_Number(static_cast<float>(point[2]))};
+cow_String PointText(const cli_Json& point) {
+  return "(" + point[0].dump() + ", " + point[1].dump() + ", " + point[2].dump() + ")";
 }
 
 cli_LabelRange LabelsOf(const bme_ElementData& elements, const bme_ElementClass& type) {
@@ -51,18 +45,20 @@ cow_String Plural(std::size_t count, const cow_String& what) {
   return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
-/// The box of the nodes whose coordinates are all finite, and how many the others are.
+/// The box of the nodes whose coordinates are all finite, in placed space, and how many the others are.
 struct FiniteBox {
-  explicit FiniteBox(const bme_Mesh& mesh) {
+  explicit FiniteBox(const bme_Mesh& mesh) : placement(mesh), box(placement.Box(mesh.NodeData())) {
     const std::span<const float> all = mesh.NodeData().Coordinates().Const();
-    for (std::size_t i = 0; i + 2 < all.size(); i += 3) {
-      const std::span<const float> node = all.subspan(i, 3);
-      if (std::ranges::all_of(node, [](float x) { return std::isfinite(x); }))
-        box.Add(node);
-      else
-        ++others;
-    }
+    for (std::size_t i = 0; i + 2 < all.size(); i += 3)
+      others += !std::ranges::all_of(all.subspan(i, 3), [](float x) { return std::isfinite(x); });
   }
+  cli_Json Corner(const gsl_Point& corner) const {
+    if (!placement.IsNone()) return {corner[0], corner[1], corner[2]};
+    return cli_PlacedPoint(placement, corner);
+  }
+  cli_Json Origin() const { return Corner(placement.ToPlaced().NewOrigin()); }
+
+  bme_Placement placement;
   gsl_BBox box;
   long long others = 0;
 };
@@ -91,11 +87,14 @@ void PrintMesh(const cow_String& root, const bme_Mesh& mesh) {
   if (box.IsEmpty())
     cli_Out() << "empty";
   else
-    cli_Out() << PointText(box.Min()) << " to " << PointText(box.Max());
+    cli_Out() << PointText(finite.Corner(box.Min())) << " to " << PointText(finite.Corner(box.Max()));
   if (finite.others > 0)
     cli_Out() << ", without " << Plural(static_cast<std::size_t>(finite.others), "node")
               << " whose coordinates are not finite";
   cli_Out() << '\n';
+  if (!finite.placement.IsNone())
+    cli_Out() << "  Placed at:      " << PointText(finite.Origin())
+              << (finite.placement.IsTurned() ? ", turned" : "") << '\n';
   cli_Out() << "  Node labels:    " << RangeText(cli_NodeLabels(mesh.NodeData()), true) << '\n';
   cli_Out() << "  Element labels: " << RangeText(cli_ElementLabels(elements), elements.HasUserElementLabels())
             << '\n';
@@ -128,8 +127,10 @@ cli_Json MeshJson(const cow_String& root, const bme_Mesh& mesh) {
           {"dimensions", mesh.NodeData().Dimension()},
           {"nodes", mesh.NodeData().NumNodes()},
           {"elements", elements.NumElements()},
-          {"box", box.IsEmpty() ? cli_Json()
-                                : cli_Json{{"min", PointJson(box.Min())}, {"max", PointJson(box.Max())}}},
+          {"box", box.IsEmpty()
+                      ? cli_Json()
+                      : cli_Json{{"min", finite.Corner(box.Min())}, {"max", finite.Corner(box.Max())}}},
+          {"placedAt", finite.Origin()},
           {"notFinite", finite.others},
           {"nodeLabels", Range(cli_NodeLabels(mesh.NodeData()))},
           {"elementLabels", Range(cli_ElementLabels(elements))},

@@ -61,24 +61,31 @@ const char* Verdict(shp_Location location) {
 
 class Answers {
 public:
-  explicit Answers(const bme_Mesh& mesh) : elements_(mesh.ElementData()), locator_(mesh) {}
+  explicit Answers(const bme_Mesh& mesh) : elements_(mesh.ElementData()), placement_(mesh), locator_(mesh) {}
 
   /// Calls take(answer) for each point.
   void ForEach(std::span<const double> points, const std::function<void(const cli_Json&)>& take) const {
     std::vector<bme_ElementHit> hits(points.size() / 3);
-    locator_.FindEach(points, hits);
-    for (std::size_t k = 0; k < hits.size(); ++k)
-      take(Answer({points[3 * k], points[3 * k + 1], points[3 * k + 2]}, hits[k]));
+    std::vector<double> local(points.begin(), points.end());
+    if (!placement_.IsNone()) placement_.ToLocal().Transform(local);
+    locator_.FindEach(local, hits);
+    for (std::size_t k = 0; k < hits.size(); ++k) {
+      const auto at = [k](std::span<const double> all) {
+        return bme_ElementLocator::Point{all[3 * k], all[3 * k + 1], all[3 * k + 2]};
+      };
+      take(Answer(at(points), at(local), hits[k]));
+    }
   }
 
 private:
-  cli_Json Answer(const bme_ElementLocator::Point& point, const bme_ElementHit& first) const {
+  cli_Json Answer(const bme_ElementLocator::Point& placed, const bme_ElementLocator::Point& point,
+                  const bme_ElementHit& first) const {
     std::vector<bme_ElementHit> owners;
     if (first.location == shp_Location::OnBoundary)
       locator_.FindAll(point, owners);
     else if (first.element != bme_kNotFound)
       owners.push_back(first);
-    cli_Json answer = {{"point", point}, {"verdict", Verdict(first.location)}};
+    cli_Json answer = {{"point", placed}, {"verdict", Verdict(first.location)}};
     answer["elements"] = cli_Json::array();
     for (const bme_ElementHit& hit : owners) {
       cli_Json holder = Element(hit.element);
@@ -108,6 +115,7 @@ private:
   }
 
   const bme_ElementData& elements_;
+  bme_Placement placement_;
   bme_ElementLocator locator_;
 };
 

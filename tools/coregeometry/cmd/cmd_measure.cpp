@@ -232,7 +232,8 @@ void Run(const Arguments& arguments) {
   bme_MeasureOptions options;
   for (const ValueOption& value : arguments.values)
     options.*value.target = ParseValues(value, mesh->ElementData());
-  const gsl_Matrix frame = FrameOf(arguments, model, root);
+  gsl_Matrix frame = FrameOf(arguments, model, root);
+  frame.Concatenate(bme_Placement(*mesh).ToLocal());
   const std::vector<Group> groups = GroupsOf(arguments, model, root, *mesh);
   console.End();
   cli_Json json = {{"file", arguments.file}, {"mesh", root}, {"groups", cli_Json::array()}};

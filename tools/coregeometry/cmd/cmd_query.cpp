@@ -18,7 +18,7 @@ struct Arguments {
 
 class Query {
 public:
-  Query(cow_String place, const bme_Mesh& mesh) : place_(std::move(place)), mesh_(mesh) {}
+  Query(cow_String place, const bme_Mesh& mesh) : place_(std::move(place)), mesh_(mesh), placement_(mesh) {}
 
   cli_Json Node(int label) {
     const unsigned index = mesh_.NodeData().GetMeshNodeIndex(label);
@@ -26,7 +26,7 @@ public:
     if (index == bme_kNotFound || !mesh_.NodeData().GetNodalCoord(index, x, y, z))
       return Unknown("nodes", label, bme_INVALID_NODE_LABEL);
     return {
-        {"label", label}, {"index", index}, {"coordinates", {cli_Number(x), cli_Number(y), cli_Number(z)}}};
+        {"label", label}, {"index", index}, {"coordinates", cli_PlacedPoint(placement_, gsl_Point(x, y, z))}};
   }
 
   cli_Json Element(int label) {
@@ -67,6 +67,7 @@ private:
 
   cow_String place_;
   const bme_Mesh& mesh_;
+  bme_Placement placement_;
   cli_Json unknown_ = {{"nodes", cli_Json::array()}, {"elements", cli_Json::array()}};
 };
 

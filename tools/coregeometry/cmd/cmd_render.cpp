@@ -65,12 +65,22 @@ void Run(const Arguments& arguments) {
     view.title = arguments.title.empty() ? root.substr(root.rfind('/') + 1) : cow_String(arguments.title);
   const std::vector<bme_NamedSet> sets =
       arguments.sets.empty() ? std::vector<bme_NamedSet>() : cli_SetsOfMesh(model, root);
-  const bme_Outside outside = bme_FindOutside(*mesh, sets, arguments.sets, arguments.file + ", " + root);
+  // drawn in the axes of placed space, around the local origin: single precision is fine there
+  const bme_Placement placement(*mesh);
+  bme_Mesh turned = *mesh;
+  if (placement.IsTurned()) turned.ApplyTransform(placement.Turn());
+  const bme_Outside outside = bme_FindOutside(turned, sets, arguments.sets, arguments.file + ", " + root);
   const std::vector<cli_Datum> datums = arguments.datums ? cli_Datums(model, root) : std::vector<cli_Datum>();
   std::vector<const dtu_Datum*> drawn;
   drawn.reserve(datums.size());
-  for (const cli_Datum& one : datums) drawn.push_back(&*one.datum);
-  pic_Draw(outside, mesh->NodeData().Coordinates().Const(), view, drawn).WritePng(output);
+  gsl_Matrix toPicture = placement.ToLocal();
+  toPicture.Concatenate(placement.Turn());
+  std::vector<std::unique_ptr<dtu_Datum>> moved;
+  for (const cli_Datum& one : datums) {
+    moved.emplace_back(one.datum->Copy())->TransformData(toPicture);
+    drawn.push_back(moved.back().get());
+  }
+  pic_Draw(outside, turned.NodeData().Coordinates().Const(), view, drawn).WritePng(output);
   console.End();
 
   std::vector<long long> faces(outside.groups.size()), lines(outside.groups.size()),

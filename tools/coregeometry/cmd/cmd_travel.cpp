@@ -21,7 +21,9 @@ struct Arguments {
 struct Side {
   cow_String file, root, part;
   cow_CountedHld<bme_Mesh> mesh;
+  bme_Placement placement;
   bme_FaceTriangles skin;
+  std::vector<double> moved;  ///< coordinates in the space of the other mesh
   long long withoutShape = 0; ///< elements that have no faces
 
   Side(const Arguments& arguments, std::size_t i) {
@@ -33,6 +35,7 @@ struct Side {
     const cls_Database model = cli_OpenModel(file);
     root = cli_ChooseMesh(model, arguments.names.size() == 1 ? arguments.names[0] : choose(arguments.names));
     mesh = model.Get<bme_Mesh>(root);
+    placement = bme_Placement(*mesh);
     skin = cli_MakeSkin(model, root, *mesh, part);
     for (unsigned k = 0; k < mesh->ElementData().NumClasses(); ++k)
       if (const bme_ElementClass& type = mesh->ElementData().GetClass(k);
@@ -47,8 +50,14 @@ struct Side {
       return elements.GetClass(classIndex).UserElementLabels()[inClass];
     return static_cast<int>(element) + 1;
   }
-  gsl_TriangleTree Tree(const gsl_Vector& direction) const {
-    return {mesh->NodeData().Coordinates().Const(), skin.nodes, direction};
+  /// In the coordinates of the mesh that `local` is the placement of.
+  gsl_TriangleTree Tree(const bme_Placement& local, const gsl_Vector& direction) {
+    const std::span<const float> own = mesh->NodeData().Coordinates().Const();
+    gsl_Matrix into = placement.Into(local);
+    if (into.IsIdentity()) return {own, skin.nodes, direction};
+    moved.assign(own.begin(), own.end());
+    into.Transform(moved);
+    return {moved, skin.nodes, direction};
   }
   cli_Json Facts() const {
     cli_Json facts = {
@@ -74,13 +83,19 @@ void Run(const Arguments& arguments) {
     throw cli_UsageError("the direction must be finite and longer than zero");
   cli_Console console;
   console.Begin("reading " + arguments.files.front());
-  const Side moving(arguments, 0);
+  Side moving(arguments, 0);
   console.Begin("reading " + arguments.files.back());
-  const Side fixed(arguments, 1);
+  Side fixed(arguments, 1);
   console.End();
 
+  // searched in the coordinates of what is met, which are exact
+  const bme_Placement& local = fixed.placement;
+  gsl_Vector along = direction;
+  local.ToLocal().Transform(along);
   gsl_Travel travel;
-  const bool meets = gsl_FindTravel(fixed.Tree(direction), moving.Tree(direction), direction, travel);
+  const bool meets = gsl_FindTravel(fixed.Tree(local, along), moving.Tree(local, along), along, travel);
+  for (std::array<double, 3>* point : {&travel.movablePoint, &travel.fixedPoint})
+    local.ToPlaced().Transform(std::span<double>(*point));
   if (arguments.json) {
     cli_Json json = {{"moving", moving.Facts()},
                      {"fixed", fixed.Facts()},
