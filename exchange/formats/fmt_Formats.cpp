@@ -2,6 +2,7 @@
 
 #include <CoreGeometry/exo_Export.h>
 #include <CoreGeometry/exo_Import.h>
+#include <CoreGeometry/exo_Results.h>
 #include <CoreGeometry/vtu_Write.h>
 
 #include "fmt_Precision.h"
@@ -38,12 +39,14 @@ std::span<const fmt_Format> fmt_Formats() {
        false,
        &IsNetCdf,
        &ReadExodus,
+       &exo_ReadResults,
        &WriteExodus},
       {"vtu",
        "a VTU file",
        {".vtu"},
        "element types and categories, surfaces, control parameters, datums",
        false,
+       nullptr,
        nullptr,
        nullptr,
        &WriteVtu},

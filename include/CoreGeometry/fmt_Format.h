@@ -5,6 +5,7 @@
 #include <CoreGeometry/exo_NodeOrder.h>
 #include <CoreGeometry/exo_Types.h>
 #include <CoreGeometry/fmt_Import.h>
+#include <CoreGeometry/fmt_Results.h>
 #include <string_view>
 
 struct fmt_ExactNodes;
@@ -45,6 +46,9 @@ struct fmt_Format {
   bool (*recognises)(std::string_view start) = nullptr;
   /// Null when the format is not read, or not written.
   fmt_Import (*read)(const cow_String& file, const fmt_ReadOptions& options) = nullptr;
+  /// Time steps and variables into a run, see exo_ReadResults; null when results of the format are not read.
+  fmt_ResultsSummary (*readResults)(const cow_String& file, const fmt_Import& import, odiC_RunWriter* run,
+                                    const fmt_ResultsOptions& options) = nullptr;
   fmt_Ledger (*write)(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
                       const fmt_WriteOptions& options) = nullptr;
 };

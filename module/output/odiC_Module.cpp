@@ -3,6 +3,9 @@
 #include "odiC_Component.h"
 
 #include <CoreGeometry/odiC_Exception.h>
+#include <CoreGeometry/odiC_Field.h>
+#include <CoreGeometry/odiC_Layout.h>
+#include <CoreGeometry/odiC_Results.h>
 #include <CoreGeometry/res_Component.h>
 #include <CoreGeometry/res_DataType.h>
 #include <CoreGeometry/res_Field.h>
@@ -13,7 +16,12 @@
 namespace {
 omi_CallCounter theCounter;
 
-constexpr cls_MetadataFunction kClasses[] = {&odiC_Exception::InitializeMetadata};
+constexpr cls_MetadataFunction kClasses[] = {
+    &odiC_Exception::InitializeMetadata,   &odiC_Results::InitializeMetadata,
+    &odiC_Step::InitializeMetadata,        &odiC_Variable::InitializeMetadata,
+    &odiC_Category::InitializeMetadata,    &odiC_PointSet::InitializeMetadata,
+    &odiC_LayoutBlock::InitializeMetadata, &odiC_Layout::InitializeMetadata,
+    &odiC_Field::InitializeMetadata,       &odiC_History::InitializeMetadata};
 
 template<class... Enums> constexpr auto kListOf = std::array{omu_EnumRegistrar::Of<Enums>()...};
 constexpr auto kEnumerations =

@@ -16,7 +16,7 @@ find_in "an include leaves its folder" '#include "(\.\./|/)' include platform fr
 find_in "SQLite is called outside platform/basic_utils/impl/db" '#include <sqlite3\.h>' include frame module exchange picture tools \
   platform/core_utils platform/cae_utils platform/rom platform/diagnostic_extractor platform/basic_utils/include
 find_in "a shape code is switched on outside module/shp" 'switch \(.*([sS]hapeCode|Family)\(' include frame exchange picture tools \
-  module/gsl module/mesh module/datum module/rgn module/reference module/output
+  module/gsl module/mesh module/datum module/rgn module/reference module/output module/evaluate
 find_in "something includes the composition root" '#include <CoreGeometry/DDB_CoreGeometry\.h>' include platform module exchange picture
 for source in tools/coregeometry/cmd/cmd_*.cpp; do
   command=$(basename "$source" .cpp)

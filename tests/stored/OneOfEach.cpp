@@ -15,6 +15,9 @@
 #include <CoreGeometry/gsl_PersistentVector.h>
 #include <CoreGeometry/gsl_Segment.h>
 #include <CoreGeometry/odiC_Exception.h>
+#include <CoreGeometry/odiC_Field.h>
+#include <CoreGeometry/odiC_Layout.h>
+#include <CoreGeometry/odiC_Results.h>
 #include <CoreGeometry/rgnC_RegionPair.h>
 #include <CoreGeometry/shp_AnalyticRigidSurfaceData.h>
 #include <cmath>
@@ -129,6 +132,81 @@ template<class T> T WithOutline(T datum) {
   return datum;
 }
 
+odiC_Results Results() {
+  odiC_Results run;
+  run.name = "a";
+  run.meshRoot = "meshes/Wing";
+  run.numNodes = 12;
+  run.classSizes = {2};
+  run.classTypes = {"C3D8R"};
+  run.units = "mm, N, s";
+  run.variables = {odiC_Variable("S", res_TENSOR_3D_SURFACE, "MPa")};
+  run.variables[0].isEngineeringShear = true;
+  odiC_Category skin;
+  skin.name = "skin";
+  skin.elementCategories = {"Part \"A\""};
+  skin.sectionPoints = {"bottom", "top"};
+  skin.offsets = {-1, 1};
+  skin.plies = {0, 0};
+  run.categories = {skin};
+  odiC_Step step;
+  step.name = "Pull";
+  step.kind = odiC_FREQUENCY;
+  step.domain = odiC_FREQUENCY_DOMAIN;
+  step.Add({.value = 0.5, .mode = 1, .description = "first", .eigenvalue = 9.8}, 1);
+  step.SetPresent(0, 0, 1);
+  step.numHistories = 1;
+  run.steps = {step};
+  run.numLayouts = run.numPointSets = 1;
+  return run;
+}
+
+odiC_Layout Places() {
+  odiC_LayoutBlock nodes, faces;
+  nodes.position = res_NODAL;
+  nodes.numEntities = 3;
+  nodes.entities = cow_ArrayCOW<int>(std::vector{1, 4, 5});
+  nodes.region = "Skin";
+  faces.position = res_ELEMENT_FACE;
+  faces.classIndex = 0;
+  faces.numEntities = 2;
+  faces.entities = cow_ArrayCOW<int>(std::vector{1, 1});
+  faces.faces = cow_ArrayCOW<int>(std::vector{0, 2});
+  odiC_Layout layout;
+  layout.completeness = res_PARTIAL_FIELD;
+  layout.Add(nodes);
+  layout.Add(faces);
+  return layout;
+}
+
+odiC_PointSet Points() {
+  odiC_PointSet points;
+  points.name = "one";
+  points.elemTypeLabel = "C3D8R";
+  points.count = 1;
+  points.isoCoordinates = {0, 0, 0.25};
+  points.weights = {8};
+  return points;
+}
+
+odiC_Field Stress() {
+  odiC_Field field;
+  field.step = 1;
+  field.low = {-1, 0, 2};
+  field.high = {1, 2.5, 3};
+  field.numNotNumbers = 1;
+  field.floats = {cow_ArrayCOW<float>(std::vector{-1.F, 0.F, 2.F, 1.F, 2.5F, 3.F}), 3};
+  return field;
+}
+
+odiC_History Energy() {
+  odiC_History history;
+  history.name = "ALLIE";
+  history.variable = 0;
+  history.domainValues = {0, 0.5};
+  history.values = {0, 12.5};
+  return history;
+}
 } // namespace
 
 std::vector<StoredObject> OneOfEach() {
@@ -172,6 +250,11 @@ std::vector<StoredObject> OneOfEach() {
       Of("geometry/lines", ArrayOf<gsl_LineArray>(line)),
       Of("geometry/planes", ArrayOf<gsl_PlaneArray>(plane)),
       Of("failure", odiC_Exception("frame 3: no field \"S\"")),
+      Of("results/Wing/a", Results()),
+      Of(odiC_LayoutRoot("results/Wing/a", 0), Places()),
+      Of(odiC_PointSetRoot("results/Wing/a", 0), Points()),
+      Of(odiC_FieldRoot("results/Wing/a", 1, 0, 0), Stress()),
+      Of(odiC_HistoryRoot("results/Wing/a", 1, 0), Energy()),
       Of("meshes/mesh", Mesh()),
       Of("datums/base", dtu_Datum(1, 2, dtu_PLANE)),
       As<dtu_Datum>("datums/point", dtu_DatumPoint(3, 4, {1, 2, 3})),

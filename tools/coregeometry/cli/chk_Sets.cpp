@@ -88,7 +88,7 @@ void chk_Sets(cls_Database& model, std::vector<chk_Finding>& all) {
   const cls_ReadView view(model);
   const Meshes meshes(model);
   const ddr_DatabaseRoot::Scope here(model);
-  for (const cow_String& root : model.Roots()) {
+  for (const cow_String& root : model.RootsOf({rgnC_SetData::TypeId(), rgnC_Region::TypeId()})) {
     chk_Findings findings(root, all);
     const unsigned type = model.TypeId(root);
     if (type == rgnC_SetData::TypeId()) CheckSet(*model.Get<rgnC_SetData>(root), meshes, findings);

@@ -9,17 +9,6 @@
 #include <algorithm>
 
 namespace {
-bool IsDatum(unsigned typeId) {
-  const unsigned classes[] = {dtu_Datum::TypeId(),
-                              dtu_DatumPoint::TypeId(),
-                              dtu_DatumAxis::TypeId(),
-                              dtu_DatumPlane::TypeId(),
-                              dtu_DatumCsys::TypeId(),
-                              dtu_DynamicDatumCsys::TypeId(),
-                              dtu_6dofNodeDatumCsys::TypeId()};
-  return std::ranges::find(classes, typeId) != std::end(classes);
-}
-
 cow_String WithoutFolder(const cow_String& root, const cow_String& folder) {
   return root.starts_with(folder) ? root.substr(folder.size()) : root;
 }
@@ -42,11 +31,14 @@ cow_String cli_DatumRoot(const cow_String& meshRoot) {
 std::vector<cli_Datum> cli_Datums(const cls_Database& model, const cow_String& meshRoot) {
   const cls_ReadView view(model);
   std::vector<cli_Datum> datums;
-  for (const cow_String& root : model.Roots()) {
-    const unsigned typeId = model.TypeId(root);
-    if (IsDatum(typeId))
+  for (const cow_String& root :
+       model.RootsOf({dtu_DatumContainer::TypeId(), dtu_Datum::TypeId(), dtu_DatumPoint::TypeId(),
+                      dtu_DatumAxis::TypeId(), dtu_DatumPlane::TypeId(), dtu_DatumCsys::TypeId(),
+                      dtu_DynamicDatumCsys::TypeId(), dtu_6dofNodeDatumCsys::TypeId()})) {
+    if (model.TypeId(root) != dtu_DatumContainer::TypeId()) {
       datums.push_back({root, WithoutFolder(root, cli_kDatumFolder), 0, model.Get<dtu_Datum>(root)});
-    if (typeId != dtu_DatumContainer::TypeId()) continue;
+      continue;
+    }
     if (!meshRoot.empty() && root != cli_DatumRoot(meshRoot)) continue;
     dtu_DatumContainer container = *model.Get<dtu_DatumContainer>(root);
     const bme_Placement placement =

@@ -3,6 +3,7 @@
 #include "cli_Commands.h"
 #include "cli_Console.h"
 #include "cli_Model.h"
+#include <CoreGeometry/odiC_Run.h>
 
 #include <algorithm>
 
@@ -34,6 +35,7 @@ std::vector<chk_Finding> FindingsOf(const std::string& file, cli_Console& consol
       chk_Topology(*mesh, withoutSize, here);
     }
     chk_Sets(model, findings);
+    odiC_CheckRuns(model, findings);
   } catch (const cls_BusyException&) {
     throw;
   } catch (const nex_TextException& failure) {

@@ -2,14 +2,18 @@
 #include "cli_Commands.h"
 #include "cli_Console.h"
 #include "cli_Datums.h"
+#include "cli_ImportResults.h"
 #include "cli_Ledger.h"
 #include "cli_Regions.h"
 #include "cli_Words.h"
 #include <CoreGeometry/bme_EntityList.h>
 #include <CoreGeometry/bme_RegenerateDatums.h>
 #include <CoreGeometry/fmt_Format.h>
+#include <CoreGeometry/odiC_Run.h>
+#include <CoreGeometry/odiC_RunWriter.h>
 
 #include <BasicUtils/cls_CreateModel.h>
+#include <BasicUtils/cls_WritePass.h>
 #include <BasicUtils/uti_OutputFile.h>
 #include <filesystem>
 #include <iostream>
@@ -24,6 +28,8 @@ struct Arguments {
   std::vector<std::string> words, maps;
   std::string offset;
   bool force = false, json = false;
+  cli_ResultsArguments results;
+  bool dryRun = false, append = false;
 };
 
 /// Words apart from options are the file, and assignments that follow the first one of --map.
@@ -122,6 +128,16 @@ void FollowNodes(const cls_Database& model, cls_WritePass& pass, const Target& t
   if (!(datums == *stored)) pass.Put(root, datums);
 }
 
+/// Results of the mesh that was there before are of no use for one of other sizes.
+void RemoveRuns(const cls_Database& model, cls_WritePass& pass, const Target& target, const bme_Mesh& mesh) {
+  for (const cow_String& root : odiC_Run::RootsOf(model, target.root)) {
+    if (odiC_IsOf(odiC_Run::Open(model, root).Header(), mesh)) continue;
+    odiC_RemoveRun(model, pass, root);
+    std::cerr << "coregeometry: " << target.file.string() << ", " << root
+              << " is removed: it is of a mesh of other sizes or types\n";
+  }
+}
+
 /// Whatever depends on what the model holds is decided here, where nobody else can change it.
 void Put(const cls_Database& model, cls_WritePass& pass, const Target& target, fmt_Import& import,
          bool force) {
@@ -129,6 +145,7 @@ void Put(const cls_Database& model, cls_WritePass& pass, const Target& target, f
   if (meshId != import.mesh->Id()) fmt_Renumber(import, static_cast<unsigned>(meshId));
   if (model.Has(target.root))
     for (const cow_String& root : RegionsOf(model, target)) pass.Remove(root);
+  RemoveRuns(model, pass, target, *import.mesh);
   pass.Put(target.root, *import.mesh);
   FollowNodes(model, pass, target, *import.mesh);
   PutSets(model, pass, target, import.sets);
@@ -151,6 +168,26 @@ void Store(const Target& target, fmt_Import& import, bool force) {
     throw nex_TextException(error.Message()
                             + ", made by another program meanwhile; import again to add the mesh to it");
   }
+}
+
+/// In passes after that of the mesh: who is killed leaves the mesh and whole frames.
+fmt_ResultsSummary StoreResults(const Arguments& arguments, const fmt_Format& format, const Target& target,
+                                const fmt_Import& import, const fmt_ResultsOptions& options) {
+  if (format.readResults(arguments.file, import, nullptr, options).numFrames == 0) return {};
+  cls_Database model = cli_OpenModel(target.file.string(), cls_Database::Mode::ReadWrite);
+  if (arguments.append && !model.Has(target.root))
+    throw nex_TextException(target.file.string() + ": has no " + target.root + " to append results to");
+  const cow_String root = odiC_Run::RootOf(
+      target.root, arguments.results.run.empty() ? target.name : cow_String(arguments.results.run));
+  const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(target.root);
+  if (!arguments.append && model.Has(root)) {
+    cls_WritePass pass(model);
+    odiC_RemoveRun(model, pass, root);
+    pass.Commit();
+  }
+  odiC_RunWriter run(model, root, *mesh);
+  run.HeaderToDescribe().description = import.title;
+  return format.readResults(arguments.file, import, &run, options);
 }
 
 cli_Json Offset(const bme_Mesh& mesh) {
@@ -180,7 +217,7 @@ void PrintRounding(const fmt_Rounding& rounding) {
 }
 
 cli_Json AsJson(const Arguments& arguments, std::string_view format, const Target& target,
-                const fmt_Import& import) {
+                const fmt_Import& import, const fmt_ResultsSummary& results) {
   const bme_Mesh& mesh = *import.mesh;
   cli_Json classes = cli_Json::array(), sets = cli_Json::array();
   for (const fmt_ImportedBlock& block : import.blocks)
@@ -193,6 +230,8 @@ cli_Json AsJson(const Arguments& arguments, std::string_view format, const Targe
     sets.push_back({{"region", target.RegionRoot(set.Root())},
                     {"kind", cli_KindText(1 << set.kind)},
                     {"items", cli_NumItems(set.data)}});
+  cli_Json variables = cli_Json::array();
+  for (const fmt_PlannedVariable& planned : results.variables) variables.push_back(cli_VariableJson(planned));
   cli_Json rounding = {{"change", import.rounding.change}};
   if (import.rounding.change > 0) {
     rounding["node"] = import.rounding.nodeLabel;
@@ -212,10 +251,13 @@ cli_Json AsJson(const Arguments& arguments, std::string_view format, const Targe
           {"sets", sets},
           {"rounding", rounding},
           {"offset", Offset(mesh)},
+          {"frames", results.numFrames},
+          {"variables", variables},
           {"notCarried", cli_LedgerJson(import.ledger)}};
 }
 
-void Print(const Arguments& arguments, const Target& target, const fmt_Import& import) {
+void Print(const Arguments& arguments, const Target& target, const fmt_Import& import,
+           const fmt_ResultsSummary& results) {
   const bme_Mesh& mesh = *import.mesh;
   cli_Report() << arguments.file << " is stored in " << target.file.string() << " as " << target.root
                << ":\n";
@@ -234,6 +276,9 @@ void Print(const Arguments& arguments, const Target& target, const fmt_Import& i
     });
     if (count > 0) cli_Report() << "  " << count << ' ' << kind << (count == 1 ? "" : "s") << '\n';
   }
+  if (results.numFrames > 0)
+    cli_Report() << "  " << results.numFrames << " frames of " << results.variables.size()
+                 << " variables (see \"coregeometry fields\")\n";
   if (mesh.Transform()) {
     const cli_Json offset = Offset(mesh);
     cli_Report() << "Coordinates are kept from (" << offset[0] << ", " << offset[1] << ", " << offset[2]
@@ -277,19 +322,42 @@ void Run(const Arguments& arguments) {
   const Target target = ChooseTarget(arguments);
   // a likely identifier; what holds is decided when the mesh is stored
   if (target.exists)
-    options.meshId =
-        static_cast<unsigned>(ChooseMeshId(cli_OpenModel(target.file.string()), target, arguments.force));
+    options.meshId = static_cast<unsigned>(
+        ChooseMeshId(cli_OpenModel(target.file.string()), target, arguments.force || arguments.append));
   console.Begin("reading " + arguments.file);
   const fmt_Format& format =
       arguments.format.empty() ? fmt_Recognise(arguments.file) : fmt_Find(arguments.format);
   fmt_Import import = fmt_ReadMesh(arguments.file, format, options);
-  console.Begin("storing " + target.file.string());
-  Store(target, import, arguments.force);
+  fmt_ResultsSummary results;
+  const bool hasResults = format.readResults && !arguments.results.isLeftOut;
+  const fmt_ResultsOptions resultsOptions = cli_ResultsOptions(arguments.results);
+  if (arguments.dryRun) {
+    if (hasResults) results = format.readResults(arguments.file, import, nullptr, resultsOptions);
+    console.End();
+    cli_Json variables = cli_Json::array();
+    for (const fmt_PlannedVariable& planned : results.variables)
+      variables.push_back(cli_VariableJson(planned));
+    if (arguments.json)
+      return cli_PrintJson(
+          {{"file", arguments.file}, {"frames", results.numFrames}, {"variables", variables}});
+    cli_Report() << arguments.file << ": " << results.numFrames << " frames\n";
+    return cli_PrintVariables(results);
+  }
+  if (!arguments.append) {
+    console.Begin("storing " + target.file.string());
+    Store(target, import, arguments.force);
+  }
+  if (hasResults) {
+    console.Begin("storing results in " + target.file.string());
+    results = StoreResults(arguments, format, target, import, resultsOptions);
+    cli_RemoveCarried(import.ledger);
+    import.ledger.insert(import.ledger.end(), results.ledger.begin(), results.ledger.end());
+  }
   console.End();
   if (arguments.json)
-    cli_PrintJson(AsJson(arguments, format.name, target, import));
+    cli_PrintJson(AsJson(arguments, format.name, target, import, results));
   else
-    Print(arguments, target, import);
+    Print(arguments, target, import, results);
 }
 } // namespace
 
@@ -323,6 +391,10 @@ void cli_AddImport(CLI::App& app) {
       "--force", arguments->force,
       "Replace a mesh of the same name, and its regions; its datums stay. Also accept elements that "
       "single precision collapses or turns inside out");
+  cli_AddResultsOptions(*command, arguments->results);
+  command->add_flag("--dry-run", arguments->dryRun, "Print what the variables become, and store nothing");
+  command->add_flag("--append", arguments->append,
+                    "Go on with the results of a mesh that is in the model, after its last frame");
   command->add_flag("--json", arguments->json, "Print the facts as JSON");
   command->footer(
       "A model that exists gets the mesh as one more. Element blocks become element classes in their\n"

@@ -5,6 +5,7 @@
 #include "cli_Regions.h"
 
 #include <CoreGeometry/bme_Pyramids.h>
+#include <CoreGeometry/odiC_Run.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
 #include <cmath>
@@ -152,7 +153,12 @@ void Run(const Arguments& arguments) {
 
   json["roots"] = cli_Json::array();
   if (!arguments.json) cli_Out() << "Roots:\n";
+  const std::vector<cow_String> runs = odiC_Run::RootsOf(model);
+  const auto isOfRun = [&](const cow_String& root) {
+    return std::ranges::any_of(runs, [&](const cow_String& run) { return root.starts_with(run + "/"); });
+  };
   for (const cow_String& root : model.Roots()) {
+    if (isOfRun(root)) continue; // one for each field
     json["roots"].push_back(root);
     if (!arguments.json) cli_Out() << "  " << root << '\n';
   }
@@ -164,6 +170,9 @@ void Run(const Arguments& arguments) {
     json["regions"][kind] = count;
     if (!arguments.json) cli_Out() << Plural(count, kind) << " (see \"coregeometry sets\")\n";
   }
+  json["runs"] = runs.size();
+  if (!arguments.json && !runs.empty())
+    cli_Out() << Plural(runs.size(), "run") << " of results (see \"coregeometry fields\")\n";
   json["datums"] = numDatums;
   if (!arguments.json && numDatums > 0)
     cli_Out() << Plural(numDatums, "datum") << " (see \"coregeometry csys\")\n";

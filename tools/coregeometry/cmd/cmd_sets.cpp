@@ -142,7 +142,8 @@ const cli_RegionRoot& Choose(const cls_Database& model, const std::vector<cli_Re
   std::vector<cow_String> names;
   names.reserve(sets.size());
   for (const bme_NamedSet& set : sets) names.push_back(set.name);
-  throw nex_TextException(model.File() + ": no set or surface \"" + name + '"' + atr_Alternatives(name, names));
+  throw nex_TextException(model.File() + ": no set or surface \"" + name + '"'
+                          + atr_Alternatives(name, names));
 }
 
 void List(const Arguments& arguments, const cls_Database& model, const std::vector<cli_RegionRoot>& regions) {

@@ -102,10 +102,10 @@ cls_ReadVisitor cls_Database::FieldVisitor(const cls_Location& location) const {
   return cls_ReadVisitor(std::move(place));
 }
 
-void cls_Database::ReadRange(const cow_String& path, cls_ArrayKind kind, std::size_t first,
+void cls_Database::ReadBytes(const cls_Location& field, cls_ArrayKind kind, std::size_t first,
                              std::span<std::byte> target, std::size_t elementSize) const {
   db_Reader session(*file_);
-  const auto place = session.PlaceOf(session.Resolve(path));
+  const auto place = session.PlaceOf(field);
   const cls_Cell& cell = place->Cell();
   const auto check = [&](std::size_t count) {
     const std::size_t wanted = target.size() / elementSize;

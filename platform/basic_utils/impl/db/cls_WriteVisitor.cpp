@@ -137,8 +137,9 @@ void cls_WriteVisitor::PutTexts(std::span<const cow_String> texts) const {
     place_->OwnCell({cls_AttributeType::StringList}) = cls_EncodeTexts(texts);
 }
 
-void cls_WriteVisitor::WriteArray(cls_ArrayKind kind, unsigned width, std::span<const std::byte> bytes,
-                                  std::size_t elementSize, cow_ArrayStamp& stamp) const {
+void cls_WriteVisitor::WriteArray(const ArrayForm& form, std::span<const std::byte> bytes,
+                                  cow_ArrayStamp& stamp) const {
+  const auto& [kind, width, elementSize, chunkBytes] = form;
   db_Writer& writer = *place_->writer;
   const bool large = bytes.size() > db_File::kInlineBytes;
   if (writer.IsMeasuring()) {
@@ -157,7 +158,7 @@ void cls_WriteVisitor::WriteArray(cls_ArrayKind kind, unsigned width, std::span<
     cell = cls_EncodeArray(kind, width, bytes);
     return;
   }
-  const long long row = writer.WriteArray(kind, width, bytes, elementSize, stamp);
+  const long long row = writer.WriteArray(kind, width, bytes, elementSize, chunkBytes, stamp);
   cell = cls_RowLink{row, false};
   writer.Refer(row);
 }

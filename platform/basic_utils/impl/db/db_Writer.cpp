@@ -213,7 +213,7 @@ void db_Writer::InsertCells(long long row, db_Class& type, const cls_Uid& uid,
 }
 
 long long db_Writer::WriteArray(cls_ArrayKind kind, unsigned width, std::span<const std::byte> bytes,
-                                std::size_t elementSize, cow_ArrayStamp& stamp) {
+                                std::size_t elementSize, std::size_t chunkBytes, cow_ArrayStamp& stamp) {
   if (stamp.id != 0 && file_.Has(stamp.id)) {
     // the stamp holds when that very array is still in this file
     const db_Identity known = file_.LoadIdentity(stamp.id);
@@ -230,7 +230,8 @@ long long db_Writer::WriteArray(cls_ArrayKind kind, unsigned width, std::span<co
   const cls_Uid uid = cls_Uid::AllocateUid();
   const long long id = Insert(uid, nullptr, 0);
   const std::size_t rowBytes = width * elementSize;
-  const std::size_t chunkRows = std::max<std::size_t>(1, db_File::kChunkBytes / rowBytes);
+  const std::size_t chunkRows =
+      std::max<std::size_t>(1, (chunkBytes == 0 ? db_File::kChunkBytes : chunkBytes) / rowBytes);
   db_Array array{id,
                  uid,
                  kind,

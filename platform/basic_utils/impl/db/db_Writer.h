@@ -70,7 +70,7 @@ public:
   void Refer(long long row, long long count = 1) { references_.emplace_back(row, count); }
   /// Stores an array, or finds it by its stamp, and returns its row.
   long long WriteArray(cls_ArrayKind kind, unsigned width, std::span<const std::byte> bytes,
-                       std::size_t elementSize, cow_ArrayStamp& stamp);
+                       std::size_t elementSize, std::size_t chunkBytes, cow_ArrayStamp& stamp);
 
   bool IsMeasuring() const noexcept { return measuring_; }
   void Measure(std::size_t bytes) noexcept { expected_ += static_cast<double>(bytes); }

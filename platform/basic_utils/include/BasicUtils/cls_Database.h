@@ -68,8 +68,15 @@ public:
   template<class T>
   std::vector<T> GetRange(const cow_String& path, std::size_t first, std::size_t count) const {
     std::vector<T> values(count);
-    ReadRange(path, cls_kArrayKind<T>, first, std::as_writable_bytes(std::span(values)), sizeof(T));
+    ReadRange(path, first, std::span(values));
     return values;
+  }
+  /// The same into the caller's memory, as many numbers as it holds.
+  template<class T> void ReadRange(const cow_String& path, std::size_t first, std::span<T> target) const {
+    ReadRange(Resolve(path), first, target);
+  }
+  template<class T> void ReadRange(const cls_Location& field, std::size_t first, std::span<T> target) const {
+    ReadBytes(field, cls_kArrayKind<T>, first, std::as_writable_bytes(target), sizeof(T));
   }
   /// Stored classes with their versions and object counts.
   struct StoredClass {
@@ -114,8 +121,8 @@ private:
   explicit cls_Database(std::unique_ptr<db_File> file) noexcept;
   std::shared_ptr<void> ReadRoot(const cow_String& root, unsigned typeId) const;
   std::shared_ptr<void> ReadObject(const cls_Location& location, unsigned typeId) const;
-  void ReadRange(const cow_String& path, cls_ArrayKind kind, std::size_t first, std::span<std::byte> target,
-                 std::size_t elementSize) const;
+  void ReadBytes(const cls_Location& field, cls_ArrayKind kind, std::size_t first,
+                 std::span<std::byte> target, std::size_t elementSize) const;
   cls_ReadVisitor FieldVisitor(const cls_Location& location) const;
 
   std::unique_ptr<db_File> file_;

@@ -122,10 +122,12 @@ public:
   void PutText(const cow_String& text) const;
   void PutTexts(std::span<const cow_String> texts) const;
   /// Numbers in rows of `width`. A large array that is already stored in this file, unmodified since, is
-  /// referred to and not written again.
-  template<class T> void PutArray(const cow_ArrayCOW<T>& array, unsigned width) const {
+  /// referred to and not written again. Parts of an array are read by chunks: whole rows, up to about
+  /// `chunkBytes` of them, 0 for the size that suits arrays that are read whole.
+  template<class T>
+  void PutArray(const cow_ArrayCOW<T>& array, unsigned width, std::size_t chunkBytes = 0) const {
     cow_ArrayStamp stamp = array.Stamp();
-    WriteArray(cls_kArrayKind<T>, width, std::as_bytes(array.Const()), sizeof(T), stamp);
+    WriteArray({cls_kArrayKind<T>, width, sizeof(T), chunkBytes}, std::as_bytes(array.Const()), stamp);
     if (array.Size() != 0) array.SetStamp(stamp);
   }
   void PutList(std::size_t count) const; ///< announces a list of embedded objects
@@ -140,8 +142,12 @@ private:
     static_cast<const T*>(object)->DBWrite(visitor);
   }
   void PutObject(const cls_FieldHandle& field, std::shared_ptr<const void> object, WriteFunction write) const;
-  void WriteArray(cls_ArrayKind kind, unsigned width, std::span<const std::byte> bytes,
-                  std::size_t elementSize, cow_ArrayStamp& stamp) const;
+  struct ArrayForm {
+    cls_ArrayKind kind;
+    unsigned width;
+    std::size_t elementSize, chunkBytes;
+  };
+  void WriteArray(const ArrayForm& form, std::span<const std::byte> bytes, cow_ArrayStamp& stamp) const;
   void StartMap(std::size_t count) const;
   void PutMapEntry(int key, std::shared_ptr<const void> object, WriteFunction write) const;
 

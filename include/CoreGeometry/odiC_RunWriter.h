@@ -1,0 +1,85 @@
+// odiC_RunWriter.h: writing a run, by an import or by a solver while it runs
+#pragma once
+
+#include <BasicUtils/cls_Database.h>
+#include <BasicUtils/uti_Fingerprint.h>
+#include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/odiC_Field.h>
+#include <CoreGeometry/odiC_Layout.h>
+#include <CoreGeometry/odiC_Results.h>
+#include <functional>
+#include <map>
+
+class cls_WritePass;
+
+/// Writes steps, frames and fields of a run. Nothing is in the model before Commit(), which takes over what came since
+/// the last one, and the header, in one pass: who is killed leaves a run that ends with a whole frame.
+///
+/// Arrays are shared, not copied, until they are committed. An array with the same numbers as the last one of its
+/// variable is stored once.
+///
+/// Errors     odiC_Exception beginning with model and run: a field whose array does not fit its layout, a variable twice
+///            in a frame, a variable or layout that is not there, values that fall, a name that exists with another type,
+///            a run of another mesh. What was refused has changed nothing.
+/// Threads    one thread at a time; model and mesh must outlive it.
+class CORE_GEOMETRY_API odiC_RunWriter {
+public:
+  /// A new run, or one to go on with. The mesh is that of the root "meshes/<mesh>" for a run "results/<mesh>/<run>".
+  odiC_RunWriter(cls_Database& model, const cow_String& root, const bme_Mesh& mesh);
+
+  const odiC_Results& Header() const noexcept { return header_; }
+  odiC_Results& HeaderToDescribe() noexcept {
+    return header_;
+  } ///< name, description, program, units, timeStamp
+
+  /// Each answers the position of what was added, or of the same one that exists.
+  int AddVariable(const odiC_Variable& variable);
+  int AddCategory(const odiC_Category& category);
+  int AddPointSet(const odiC_PointSet& points);
+  int AddLayout(const odiC_Layout& layout);
+
+  void BeginStep(const cow_String& name, odiC_StepKindEnm kind = odiC_UNDEFINED_STEP,
+                 odiC_DomainEnm domain = odiC_TIME, double startTime = 0);
+  void BeginFrame(const odiC_Frame& frame);
+  /// Rows of components in the order of the layout; of a complex variable twice as many.
+  void PutField(int variable, int layout, cow_ArrayCOW<float> values);
+  void PutField(int variable, int layout, cow_ArrayCOW<double> values);
+  void PutField(int variable, int layout, cow_ArrayCOW<int> values); ///< whole numbers and truth values
+  void AddHistory(odiC_History history);                             ///< to the last step
+  /// In place of another one, or as the next one. Steps count from 0 here.
+  void PutHistory(int step, int history, odiC_History made);
+
+  void Commit();
+
+private:
+  struct Pending {
+    cow_String root;
+    std::function<void(cls_WritePass&)> put;
+  };
+  struct LastArray {
+    uti_FingerprintBits bits{};
+    std::size_t count = 0;
+    res_StorageTypeEnm storage = res_STORAGE_FLOAT;
+    cow_ArrayStamp stamp;
+    std::shared_ptr<odiC_Field> field; ///< whose array has the stamp after it is written
+  };
+  template<class T> void PutAny(int variable, int layout, cow_ArrayCOW<T> values, res_StorageTypeEnm storage);
+  [[noreturn]] void Fail(const cow_String& what) const;
+  void Expect(bool isThere, const cow_String& what) const {
+    if (!isThere) Fail(what);
+  }
+  odiC_Step& Step();
+  template<class T> void Add(const cow_String& root, T object);
+
+  cls_Database& model_;
+  cow_String root_;
+  const bme_Mesh& mesh_;
+  odiC_Results header_;
+  std::vector<int> rowsOfLayouts_, pointSetCounts_;
+  std::vector<uti_FingerprintBits> layouts_, pointSets_; ///< what tells them apart
+  std::map<int, LastArray> last_;                        ///< of each variable
+  std::vector<Pending> pending_;
+};
+
+/// Removes a run with all that belongs to it.
+CORE_GEOMETRY_API void odiC_RemoveRun(const cls_Database& model, cls_WritePass& pass, const cow_String& root);

@@ -1,0 +1,216 @@
+#include "ExodusWriter.h"
+#include "ThrownBy.h"
+#include "ToolRun.h"
+
+#include <BasicUtils/cls_Database.h>
+#include <BasicUtils/cls_WritePass.h>
+#include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/fmt_Format.h>
+#include <CoreGeometry/odiC_Run.h>
+#include <exodusII.h>
+#include <gtest/gtest.h>
+
+namespace {
+/// The number of a scalar at an entity in a frame; different everywhere.
+double At(int kind, int scalar, int entity, int frame) {
+  return 1000 * frame + 100 * kind + 10 * scalar + entity + 0.5;
+}
+
+struct Kind {
+  ex_entity_type type;
+  std::vector<std::string> names;
+  std::vector<int> table;                            ///< by object, then by name
+  std::vector<std::pair<std::int64_t, int>> objects; ///< identifier and number of entities
+};
+
+/// Two classes of hexahedra, C3D8 and C3D8 again, of two and one elements, with sets.
+ExodusMesh Blocks() {
+  ExodusMesh mesh = OneHex();
+  const auto hex = mesh.blocks[0].nodes;
+  mesh.blocks[0].nodes.insert(mesh.blocks[0].nodes.end(), hex.begin(), hex.end());
+  mesh.blocks.push_back({8, "HEX8", 8, hex, "second"});
+  mesh.sets = {{EX_NODE_SET, 3, "held", {7, 2, 5}},
+               {EX_SIDE_SET, 4, "wet", {3, 1, 2}, {6, 5, 1}},
+               {EX_ELEM_SET, 5, "some", {3, 1}}};
+  return mesh;
+}
+
+/// The kinds of variables that the mesh can have, present by a pattern of bits.
+std::vector<Kind> Kinds(unsigned pattern) {
+  std::vector<std::string> elements = {"p", "s_xx", "s_yy", "s_zz", "s_xy", "s_yz", "s_zx"};
+  for (int i = 1; i <= 8; ++i) elements.push_back("e_" + std::to_string(i));
+  std::vector<int> table;
+  for (const int block : {0, 1})
+    for (std::size_t i = 0; i < elements.size(); ++i) // p, s and e in each block, or not
+      table.push_back(static_cast<int>(pattern >> (3 * block + (i == 0 ? 0 : i < 7 ? 1 : 2)) & 1U));
+  return {{EX_NODAL, {"u_x", "u_y", "u_z", "t"}, {}, {{0, 8}}},
+          {EX_ELEM_BLOCK, elements, table, {{7, 2}, {8, 1}}},
+          {EX_NODE_SET, {"f"}, {1}, {{3, 3}}},
+          {EX_SIDE_SET, {"q"}, {1}, {{4, 3}}},
+          {EX_ELEM_SET, {"d"}, {1}, {{5, 2}}}};
+}
+
+void WriteResults(int file, const std::vector<Kind>& kinds, const std::vector<double>& times) {
+  ex_put_variable_param(file, EX_GLOBAL, 1);
+  ex_put_variable_name(file, EX_GLOBAL, 1, "energy");
+  for (const Kind& kind : kinds) {
+    const int count = static_cast<int>(kind.names.size());
+    ex_put_variable_param(file, kind.type, count);
+    for (int i = 0; i < count; ++i)
+      ex_put_variable_name(file, kind.type, i + 1, kind.names[static_cast<std::size_t>(i)].c_str());
+    if (!kind.table.empty())
+      ex_put_truth_table(file, kind.type, static_cast<int>(kind.objects.size()), count,
+                         const_cast<int*>(kind.table.data()));
+  }
+  for (int frame = 0; frame < static_cast<int>(times.size()); ++frame) {
+    ex_put_time(file, frame + 1, &times[static_cast<std::size_t>(frame)]);
+    const double energy = 5 * frame;
+    ex_put_var(file, frame + 1, EX_GLOBAL, 1, 1, 1, &energy);
+    for (int k = 0; k < static_cast<int>(kinds.size()); ++k) {
+      const Kind& kind = kinds[static_cast<std::size_t>(k)];
+      int before = 0;
+      for (std::size_t b = 0; b < kind.objects.size(); ++b) {
+        for (std::size_t i = 0; i < kind.names.size(); ++i) {
+          if (!kind.table.empty() && kind.table[b * kind.names.size() + i] == 0) continue;
+          std::vector<double> values;
+          for (int e = 0; e < kind.objects[b].second; ++e)
+            values.push_back(At(k, static_cast<int>(i), before + e, frame));
+          ex_put_var(file, frame + 1, kind.type, static_cast<int>(i) + 1, kind.objects[b].first,
+                     kind.objects[b].second, values.data());
+        }
+        before += kind.objects[b].second;
+      }
+    }
+  }
+}
+
+class ExodusResults : public testing::Test {
+protected:
+  void Write(const std::vector<Kind>& kinds, const std::vector<double>& times) {
+    ExodusMesh mesh = Blocks();
+    mesh.more = [&](int file) { WriteResults(file, kinds, times); };
+    mesh.Write(file_);
+  }
+  std::vector<double> Values(const odiC_Run& run, const cow_String& name, int frame, int step = 0) {
+    odiC_FieldReader field = run.Field(step, frame, run.VariableIndex(name));
+    std::vector<double> values(static_cast<std::size_t>(field.NumRows() * field.NumComponents()));
+    field.Read(0, values);
+    return values;
+  }
+
+  TestFolder folder_;
+  std::string file_ = folder_ / "r.exo", model_ = folder_ / "r.cgdb";
+  const DDB_CoreGeometry library_;
+  static constexpr const char* kRun = "results/r/r";
+};
+
+TEST_F(ExodusResults, EveryKindComesInWhole) {
+  Write(Kinds(0x3F), {0, 0.5, 2});
+  const nlohmann::json facts = ToolFacts({"import", file_});
+  EXPECT_EQ(facts["frames"], 3);
+  for (const nlohmann::json& lost : facts["notCarried"])
+    EXPECT_EQ(lost["what"].get<std::string>().find("variables"), std::string::npos);
+  const cls_Database model = cls_Database::Open(model_);
+  const odiC_Run run = odiC_Run::Open(model, kRun);
+  for (const int frame : {0, 2}) {
+    const std::vector<double> u = Values(run, "u", frame), s = Values(run, "s", frame),
+                              e = Values(run, "e", frame);
+    ASSERT_TRUE(u.size() == 24 && s.size() == 18 && e.size() == 24);
+    for (int node = 0; node < 8; ++node)
+      for (int k = 0; k < 3; ++k) EXPECT_EQ(u[static_cast<std::size_t>(3 * node + k)], At(0, k, node, frame));
+    constexpr int kOrder[] = {1, 2, 3, 4, 6, 5}; // xx yy zz xy xz yz
+    for (int element = 0; element < 3; ++element) {
+      for (int k = 0; k < 6; ++k)
+        EXPECT_EQ(s[static_cast<std::size_t>(6 * element + k)], At(1, kOrder[k], element, frame));
+      for (int p = 0; p < 8; ++p)
+        EXPECT_EQ(e[static_cast<std::size_t>(8 * element + p)], At(1, 7 + p, element, frame));
+    }
+    // nodes ascend: the second, the third and the first of the file
+    EXPECT_EQ(Values(run, "f", frame),
+              (std::vector{At(2, 0, 1, frame), At(2, 0, 2, frame), At(2, 0, 0, frame)}));
+    EXPECT_EQ(Values(run, "q", frame),
+              (std::vector{At(3, 0, 1, frame), At(3, 0, 2, frame), At(3, 0, 0, frame)}));
+    EXPECT_EQ(Values(run, "d", frame), (std::vector{At(4, 0, 1, frame), At(4, 0, 0, frame)}));
+  }
+  const odiC_FieldReader wet = run.Field(0, 0, run.VariableIndex("q"));
+  ASSERT_EQ(wet.Layout().blocks.size(), 2U) << "a block for each class";
+  EXPECT_EQ(wet.Layout().blocks[0].region, "wet");
+  EXPECT_EQ(wet.Layout().completeness, res_PARTIAL_FIELD);
+  EXPECT_EQ(run.Field(0, 0, run.VariableIndex("u")).Layout().completeness, res_FULL_FIELD);
+  EXPECT_EQ(run.History(0, 0).values, (std::vector<double>{0, 5, 10}));
+  EXPECT_EQ(ToolFacts({"check", model_})["faults"], 0);
+}
+
+TEST_F(ExodusResults, TruthTablesOfAllPatterns) {
+  Write(Kinds(0), {1});
+  const fmt_Import import = fmt_ReadMesh(file_);
+  cls_Database model = cls_Database::Create(model_);
+  {
+    cls_WritePass pass(model);
+    pass.Put("meshes/r", *import.mesh);
+    pass.Commit();
+  }
+  for (unsigned pattern = 1; pattern < 64; ++pattern) {
+    Write(Kinds(pattern), {1});
+    const cow_String root = odiC_Run::RootOf("meshes/r", std::to_string(pattern));
+    odiC_RunWriter writer(model, root, *import.mesh);
+    fmt_Find("exodus").readResults(file_, import, &writer, {});
+    const odiC_Run run = odiC_Run::Open(model, root);
+    const char* const names[] = {"p", "s", "e"};
+    for (unsigned v = 0; v < 3; ++v) {
+      std::vector<int> classes;
+      for (const int block : {0, 1})
+        if ((pattern >> (3U * static_cast<unsigned>(block) + v) & 1U) != 0) classes.push_back(block);
+      const int index = run.Header().FindVariable(names[v]);
+      ASSERT_EQ(index >= 0, !classes.empty()) << pattern << names[v];
+      if (classes.empty()) continue;
+      const odiC_FieldReader field = run.Field(0, 0, index);
+      ASSERT_EQ(field.Layout().blocks.size(), classes.size());
+      for (std::size_t b = 0; b < classes.size(); ++b)
+        EXPECT_EQ(field.Layout().blocks[b].classIndex, classes[b]);
+      const int first = classes[0] == 0 ? 0 : 2, scalar = v == 0 ? 0 : v == 1 ? 1 : 7;
+      EXPECT_EQ(Values(run, names[v], 0)[0], At(1, scalar, first, 0));
+    }
+  }
+}
+
+TEST_F(ExodusResults, AppendedFramesMakeTheSameRunAndFallingTimesAnotherStep) {
+  const std::vector<double> times = {0, 1, 2, 0.5, 0.75};
+  Write(Kinds(0x3F), times);
+  ToolFacts({"import", file_});
+  ToolFacts({"import", file_, "-o", folder_ / "two.cgdb", "--frames", "0:1"});
+  ToolFacts({"import", file_, "-o", folder_ / "two.cgdb", "--append"});
+  EXPECT_EQ(RunTool({"diff", model_, folder_ / "two.cgdb"}).out, "no differences\n");
+  const nlohmann::json fields = ToolFacts({"fields", model_})["runs"][0];
+  ASSERT_EQ(fields["steps"].size(), 2U);
+  EXPECT_EQ(fields["steps"][1]["values"], (std::vector<double>{0.5, 0.75}));
+  const cls_Database model = cls_Database::Open(model_);
+  EXPECT_EQ(Values(odiC_Run::Open(model, kRun), "t", 1, 1)[3], At(0, 3, 3, 4));
+  const ToolRun other = RunTool({"import", file_, "-o", folder_ / "two.cgdb", "--append", "--frames", "1:2"});
+  EXPECT_NE(other.err.find("not the first ones of this file"), std::string::npos) << other.err;
+}
+
+TEST_F(ExodusResults, ArgumentsChooseAndDryRunsStoreNothing) {
+  Write(Kinds(0x3F), {0, 1});
+  const nlohmann::json planned =
+      ToolFacts({"import", file_, "--dry-run", "--no-group", "u", "--group", "G=t,u_x,u_y"});
+  std::vector<std::string> names;
+  for (const nlohmann::json& variable : planned["variables"]) names.push_back(variable["variable"]);
+  EXPECT_EQ(names, (std::vector<std::string>{"G", "u_z", "p", "s", "e", "f", "q", "d"}));
+  EXPECT_FALSE(std::filesystem::exists(model_));
+  ToolFacts({"import", file_, "--variables", "t,s", "--storage", "double", "--run", "short", "--step-kind",
+             "static", "--frames", "-1", "--point-order", "2,1,3,4,5,6,7,8"});
+  const nlohmann::json fields = ToolFacts({"fields", model_})["runs"][0];
+  EXPECT_EQ(fields["run"], "results/r/short");
+  EXPECT_EQ(fields["steps"][0]["kind"], "STATIC");
+  EXPECT_EQ(fields["variables"].size(), 2U);
+  EXPECT_EQ(fields["variables"][0]["storage"], std::vector<std::string>{"DOUBLE"});
+  for (const std::vector<std::string>& wrong : std::vector<std::vector<std::string>>{
+           {"--frames", "a"}, {"--point-order", "1,1"}, {"--group", "N"}, {"--step-kind", "wild"}}) {
+    std::vector<std::string> words = {"import", file_, "-o", folder_ / "no.cgdb"};
+    words.insert(words.end(), wrong.begin(), wrong.end());
+    EXPECT_EQ(RunTool(words).exitCode, 2) << wrong[1];
+  }
+  EXPECT_EQ(RunTool({"import", file_, "-o", folder_ / "no.cgdb", "--frames", "0:9"}).exitCode, 1);
+}
+} // namespace

@@ -1,0 +1,19 @@
+// cli_ImportResults.h: what `import` is told about results, and what it tells
+#pragma once
+
+#include "cli_Command.h"
+
+#include <CoreGeometry/fmt_Results.h>
+
+struct cli_ResultsArguments {
+  std::string run, frames, storage = "float", stepKind, pointOrder;
+  std::vector<std::string> variables, groups, ungrouped;
+  bool isLeftOut = false;
+};
+void cli_AddResultsOptions(CLI::App& command, cli_ResultsArguments& arguments);
+fmt_ResultsOptions cli_ResultsOptions(const cli_ResultsArguments& arguments); ///< throws cli_UsageError
+
+cli_Json cli_VariableJson(const fmt_PlannedVariable& planned);
+void cli_PrintVariables(const fmt_ResultsSummary& results);
+/// Takes out what the mesh alone does not carry and the results do.
+void cli_RemoveCarried(fmt_Ledger& ledger);
