@@ -119,11 +119,13 @@ std::vector<shp_IsoPoint> exo_NodeCoordinates(exo_Cell cell, int numNodes) {
   return {};
 }
 
-namespace {
-/// Position among theirs of each of our nodes, of which several may be at one place; nothing when the two sets of
-/// points differ.
-std::optional<std::vector<int>> Order(std::span<const shp_IsoPoint> theirs,
-                                      std::span<const shp_IsoPoint> ours) {
+std::vector<shp_IsoPoint> exo_CellNodes(exo_Cell cell, std::string_view mids) {
+  const Row* row = std::ranges::find(kRows, cell, &Row::cell);
+  return row == std::end(kRows) ? std::vector<shp_IsoPoint>() : Nodes(row->corners, mids);
+}
+
+std::optional<std::vector<int>> exo_MatchNodes(std::span<const shp_IsoPoint> theirs,
+                                               std::span<const shp_IsoPoint> ours) {
   if (theirs.empty() || theirs.size() > ours.size()) return std::nullopt;
   std::vector<int> order;
   std::vector<char> isUsed(theirs.size());
@@ -136,7 +138,6 @@ std::optional<std::vector<int>> Order(std::span<const shp_IsoPoint> theirs,
   if (std::ranges::count(isUsed, 0) > 0) return std::nullopt;
   return order;
 }
-} // namespace
 
 std::vector<shp_IsoPoint> exo_Collapsed(std::span<const shp_IsoPoint> ours) {
   std::vector<shp_IsoPoint> collapsed;
@@ -146,7 +147,7 @@ std::vector<shp_IsoPoint> exo_Collapsed(std::span<const shp_IsoPoint> ours) {
 
 std::optional<std::vector<int>> exo_FindNodeOrder(exo_Cell cell, std::span<const shp_IsoPoint> ours,
                                                   int numNodes) {
-  return Order(exo_NodeCoordinates(cell, numNodes), ours);
+  return exo_MatchNodes(exo_NodeCoordinates(cell, numNodes), ours);
 }
 std::optional<std::vector<int>> exo_FindNodeOrder(exo_Cell cell, std::span<const shp_IsoPoint> ours) {
   return exo_FindNodeOrder(cell, ours, static_cast<int>(ours.size()));
@@ -170,7 +171,7 @@ std::optional<exo_VtkCell> exo_FindVtkCell(std::span<const shp_IsoPoint> ours, e
         isWedge
         && (wedges == exo_VtkWedges::Mirrored || (wedges == exo_VtkWedges::LinearMirrored && isLinear));
     const std::span<const shp_IsoPoint> corners = isMirrored ? std::span(kMirroredWedge) : row.corners;
-    if (auto order = Order(Nodes(corners, row.mids), ours))
+    if (auto order = exo_MatchNodes(Nodes(corners, row.mids), ours))
       return exo_VtkCell{row.type, row.name, std::move(*order)};
   }
   return std::nullopt;

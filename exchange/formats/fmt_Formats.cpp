@@ -1,5 +1,8 @@
 #include <CoreGeometry/fmt_Format.h>
 
+#include "msh_Gmsh.h"
+#include "srf_Surface.h"
+
 #include <CoreGeometry/exo_Export.h>
 #include <CoreGeometry/exo_Import.h>
 #include <CoreGeometry/exo_Results.h>
@@ -50,6 +53,60 @@ std::span<const fmt_Format> fmt_Formats() {
        nullptr,
        nullptr,
        &WriteVtu},
+      {"gmsh",
+       "a Gmsh file",
+       {".msh"},
+       "surfaces, element types and categories, placement, control parameters, datums",
+       true,
+       &msh_Recognises,
+       &msh_ReadMesh,
+       &msh_WriteMesh},
+      {"gmsh22",
+       "a Gmsh file of version 2.2",
+       {".msh", ".msh2"},
+       "surfaces, sets of elements beyond the first of each, element types and categories, placement, "
+       "control "
+       "parameters, datums",
+       true,
+       nullptr,
+       &msh_ReadMesh,
+       &msh_WriteOldMesh},
+      {"stl",
+       "an STL file",
+       {".stl"},
+       "anything but triangles of the outside or of one set",
+       true,
+       &srf_RecognisesStl,
+       &srf_ReadStl,
+       &srf_WriteStl,
+       true},
+      {"obj",
+       "an OBJ file",
+       {".obj"},
+       "anything but the faces of the outside or of one set, by class",
+       false,
+       nullptr,
+       nullptr,
+       &srf_WriteObj,
+       true},
+      {"ply",
+       "a PLY file",
+       {".ply"},
+       "anything but the faces of the outside or of one set",
+       true,
+       nullptr,
+       nullptr,
+       &srf_WritePly,
+       true},
+      {"glb",
+       "a binary glTF file",
+       {".glb"},
+       "anything but the faces of the outside or of one set, by class",
+       false,
+       nullptr,
+       nullptr,
+       &srf_WriteGlb,
+       true},
   };
   return formats;
 }
@@ -107,5 +164,9 @@ fmt_Ledger fmt_WriteMesh(uti_OutputFile& output, const fmt_Format& format, const
   if (!format.write)
     throw nex_TextException(output.Name() + ": " + cow_String(format.title)
                             + " is read here, and not written");
+  if (!options.surface.empty() && !format.isOfSurfaces)
+    throw nex_TextException(output.Name() + ": " + cow_String(format.title)
+                            + " holds the whole mesh, so there is no surface \"" + options.surface
+                            + "\" to choose");
   return format.write(output, mesh, sets, options);
 }

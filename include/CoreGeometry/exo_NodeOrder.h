@@ -16,6 +16,14 @@ enum class exo_Cell { None, Point, Line, Triangle, Quadrilateral, Tetrahedron, P
 /// shp_Topology::NodeCoordinates uses; empty when the format has no such element.
 CORE_GEOMETRY_EXCHANGE_API std::vector<shp_IsoPoint> exo_NodeCoordinates(exo_Cell cell, int numNodes);
 
+/// The corners of a cell, then for each word of `mids`, like "01 12 20", the mean of the corners that it names.
+CORE_GEOMETRY_EXCHANGE_API std::vector<shp_IsoPoint> exo_CellNodes(exo_Cell cell, std::string_view mids);
+
+/// Position among `theirs` of each of our nodes, of which several may be at one place; nothing when the two sets of
+/// points differ.
+CORE_GEOMETRY_EXCHANGE_API std::optional<std::vector<int>>
+exo_MatchNodes(std::span<const shp_IsoPoint> theirs, std::span<const shp_IsoPoint> ours);
+
 /// Where the nodes of a hexahedron stand when its upper face is collapsed to the apex of a pyramid.
 CORE_GEOMETRY_EXCHANGE_API std::vector<shp_IsoPoint> exo_Collapsed(std::span<const shp_IsoPoint> ours);
 

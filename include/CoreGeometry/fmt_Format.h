@@ -51,6 +51,7 @@ struct fmt_Format {
                                     const fmt_ResultsOptions& options) = nullptr;
   fmt_Ledger (*write)(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
                       const fmt_WriteOptions& options) = nullptr;
+  bool isOfSurfaces = false; ///< holds surfaces alone; one of them, or the outside, is written
 };
 
 /// All formats, in the order in which files are tried.

@@ -2,7 +2,7 @@
 
 Arguments: the coregeometry program. Needs the packages meshio, netCDF4 and vtk, as .ci/run installs them.
 """
-import json, os, subprocess, sys, tempfile
+import json, os, struct, subprocess, sys, tempfile
 
 import meshio
 import netCDF4
@@ -145,9 +145,124 @@ def judge(folder, label, dims, cell):
         check(state == 0, f"{label}: vtkCellValidator says {state:g}")
 
 
+def sheared_cell(label, cell):
+    """A mesh of meshio's of one element; meshio counts nodes as VTK does."""
+    sheet = pyramid(label) if label in COLLAPSED else facts("shapes", "--label", label)
+    points = np.zeros((sheet["nodes"], 3))
+    column = "vtk" if label not in COLLAPSED else "exodus"
+    for row in sheet["nodeTable"] or [{"iso": [0, 0, 0], column: 0}]:
+        points[row[column]] = row["iso"]
+    points = points @ np.array([[2, 0, 0], [0.3, 3, 0], [0.2, 0.1, 4]])
+    return meshio.Mesh(points, [(cell, np.arange(len(points))[None, :])])
+
+
+def places(mesh):
+    """Where the nodes of each element stand, in the order of the element."""
+    return [(block.type, mesh.points[block.data].round(5).tolist()) for block in mesh.cells]
+
+
+def judge_gmsh(folder, label, cell):
+    """meshio writes, we read; we write, meshio and VTK read. Wrong orders cannot cancel, since VTU files are judged above."""
+    mesh = sheared_cell(label, cell)
+    place = os.path.join(folder, label)
+    for version in ("gmsh22", "gmsh"):
+        for binary in (False, True):
+            what = f"{label} by {version}{', binary' if binary else ''}"
+            options = {} if binary else {"float_fmt": ".17g"}
+            meshio.write(place + ".msh", mesh, file_format=version, binary=binary, **options)
+            got = facts("import", place + ".msh", "-o", place + ".msh.cgdb", "--force")
+            check((got["nodes"], got["elements"]) == (len(mesh.points), 1), f"{what}: {got['nodes']} nodes")
+            run("export", place + ".msh.cgdb", "--name", label, "-o", place + ".vtu", "--force")
+            reader = vtkXMLUnstructuredGridReader()
+            reader.SetFileName(place + ".vtu")
+            grid = next(iter(cells_of_vtk(reader)))
+            ids = grid.GetCell(0).GetPointIds()
+            found = np.array([grid.GetPoint(ids.GetId(i)) for i in range(ids.GetNumberOfIds())])
+            check(found.shape == mesh.points.shape and np.allclose(found, mesh.points, atol=1e-5), f"{what}: nodes of VTU")
+            for ours in ("gmsh", "gmsh22"):
+                run("export", place + ".msh.cgdb", "--name", label, "-o", place + ".out.msh", "--format", ours, "--force")
+                check(places(meshio.read(place + ".out.msh")) == places(mesh), f"{what}: meshio reads another from {ours}")
+
+
+def box(n):
+    """Cubes, and the triangles of their outside as meshio's STL writer wants them."""
+    ticks = np.arange(n + 1) / n
+    points = np.array(np.meshgrid(ticks, ticks, ticks, indexing="ij")).reshape(3, -1).T.copy()
+    index = np.arange((n + 1) ** 3).reshape(n + 1, n + 1, n + 1)
+    i, j, k = (a.ravel() for a in np.meshgrid(*[np.arange(n)] * 3, indexing="ij"))
+    corners = [(0, 0, 0), (1, 0, 0), (1, 1, 0), (0, 1, 0), (0, 0, 1), (1, 0, 1), (1, 1, 1), (0, 1, 1)]
+    return meshio.Mesh(points, [("hexahedron", np.stack([index[i + a, j + b, k + c] for a, b, c in corners], 1))])
+
+
+def volume_in(points, triangles):
+    a, b, c = (points[triangles[:, k]].astype(float) for k in range(3))
+    return float(np.einsum("ij,ij->i", a, np.cross(b, c)).sum() / 6)
+
+
+def as_triangles(mesh):
+    parts = []
+    for block in mesh.cells:
+        parts.append(block.data[:, [0, 1, 2]])
+        if block.data.shape[1] == 4:
+            parts.append(block.data[:, [0, 2, 3]])
+    return np.concatenate(parts)
+
+
+def judge_surfaces(folder):
+    place = os.path.join(folder, "box")
+    n = 3
+    meshio.write(place + ".msh", box(n), file_format="gmsh22", binary=True)
+    run("import", place + ".msh", "-o", place + ".cgdb")
+    quads = 6 * n * n
+    for suffix, faces in (("stl", 2 * quads), ("obj", quads), ("ply", quads)):
+        run("export", place + ".cgdb", "-o", f"{place}.{suffix}")
+        mesh = meshio.read(f"{place}.{suffix}")
+        count = sum(len(block.data) for block in mesh.cells)
+        inside = volume_in(mesh.points, as_triangles(mesh))
+        check(count == faces and abs(inside - 1) < 1e-5, f"{suffix}: meshio reads {count} faces around {inside}")
+    mesh = meshio.read(place + ".ply")
+    for binary in (False, True):
+        meshio.write(place + ".theirs.stl", meshio.Mesh(mesh.points, [("triangle", as_triangles(mesh))]), binary=binary)
+        got = facts("import", place + ".theirs.stl", "-o", place + ".theirs.cgdb", "--force")
+        check((got["nodes"], got["elements"]) == (len(mesh.points), 2 * quads), f"STL of meshio's: {got['nodes']} nodes")
+    run("export", place + ".cgdb", "-o", place + ".glb")
+    judge_glb(place + ".glb")
+
+
+def judge_glb(file):
+    content = open(file, "rb").read()
+    magic, version, length, json_length, kind = struct.unpack_from("<4sIII4s", content)
+    check((magic, version, length, kind) == (b"glTF", 2, len(content), b"JSON"), "glb: header")
+    facts_in = json.loads(content[20:20 + json_length])
+    data = content[28 + json_length:]
+
+    def numbers(index):
+        accessor = facts_in["accessors"][index]
+        view = facts_in["bufferViews"][accessor["bufferView"]]
+        kind, width = {5126: "<f4", 5125: "<u4"}[accessor["componentType"]], {"VEC3": 3, "SCALAR": 1}[accessor["type"]]
+        return np.frombuffer(data, kind, accessor["count"] * width, view["byteOffset"]).reshape(-1, width)
+
+    part = facts_in["meshes"][0]["primitives"][0]
+    points, corners = numbers(part["attributes"]["POSITION"]), numbers(part["indices"]).reshape(-1, 3)
+    inside = volume_in(points, corners)
+    check(abs(inside - 1) < 1e-5, f"glb: {inside} inside")
+    try:
+        from vtkmodules.vtkIOGeometry import vtkGLTFReader
+    except ImportError:
+        return
+    reader = vtkGLTFReader()
+    reader.SetFileName(file)
+    count = sum(part.GetNumberOfCells() for part in cells_of_vtk(reader))
+    check(count == len(corners), f"glb: VTK reads {count} triangles of {len(corners)}")
+
+
 with tempfile.TemporaryDirectory() as work:
     for one in TYPES:
         judge(work, *one)
+    for label, dims, cell in TYPES:
+        if dims == 3 and label != "MASS" and cell in meshio._mesh.topological_dimension:  # it has no wedge of 15 nodes
+            judge_gmsh(work, label, cell)
+    judge_surfaces(work)
 print(f"{len(TYPES)} types judged by meshio {meshio.__version__}, netCDF4 {netCDF4.__version__}, "
       f"VTK {vtkVersion.GetVTKVersion()}: {len(failures)} failures")
 sys.exit(1 if failures else 0)

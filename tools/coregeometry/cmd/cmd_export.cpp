@@ -13,7 +13,7 @@ namespace {
 struct Arguments {
   std::string file, name;
   cli_OutputArguments output;
-  std::string wedges;
+  std::string wedges, surface;
   bool json = false;
 };
 
@@ -50,7 +50,8 @@ void Run(const Arguments& arguments) {
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
   const std::vector<bme_NamedSet> sets = cli_SetsOfMesh(model, root);
   console.Begin("writing " + output.Name());
-  fmt_Ledger ledger = fmt_WriteMesh(output, format, *mesh, sets, {.wedges = WedgesOf(arguments)});
+  fmt_Ledger ledger = fmt_WriteMesh(output, format, *mesh, sets,
+                                    {.wedges = WedgesOf(arguments), .surface = arguments.surface});
   AddDatums(ledger, cli_Datums(model, root));
   console.End();
   if (arguments.json) {
@@ -76,13 +77,16 @@ void cli_AddExport(CLI::App& app) {
   auto arguments = std::make_shared<Arguments>();
   cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
   cli_AddOutputOptions(*command, arguments->output, Formats(),
-                       "File to write, as .exo or .vtu; \"coregeometry formats\" lists all");
+                       "File to write, as .exo, .vtu or .msh; \"coregeometry formats\" lists all");
   command
       ->add_option(
           "--vtk-wedges", arguments->wedges,
           "Order of the nodes of wedges in a VTU file: plain for VTK 9.7 and later, linear-mirrored for "
           "9.5 and 9.6, mirrored for 9.1")
       ->check(CLI::IsMember({"plain", "linear-mirrored", "mirrored"}));
+  command->add_option(
+      "--surface", arguments->surface,
+      "Set to write to a file of surfaces (STL, OBJ, PLY, glb), instead of the whole outside");
   command->footer(
       "Labels and sets go along, and what the file cannot hold is listed at the end. An Exodus II file\n"
       "becomes the same mesh when it is imported again, except for what is listed. A VTU file has labels\n"
@@ -90,6 +94,7 @@ void cli_AddExport(CLI::App& app) {
       "\n"
       "Examples:\n"
       "  coregeometry export bracket.cgdb -o bracket.exo\n"
-      "  coregeometry export bracket.cgdb -o bracket.vtu");
+      "  coregeometry export bracket.cgdb -o bracket.vtu\n"
+      "  coregeometry export bracket.cgdb -o bracket.glb");
   command->callback([arguments] { Run(*arguments); });
 }

@@ -1,0 +1,58 @@
+// fmt_Chunks.h: numbers whose count shows while they are read
+#pragma once
+
+#include <BasicUtils/cow_ArrayCOW.h>
+#include <memory>
+#include <vector>
+
+/// Grows without copying, and becomes one array without holding everything twice: each piece goes as soon as it
+/// is copied.
+template<class T> class fmt_Chunks {
+public:
+  std::size_t Size() const noexcept { return size_; }
+  /// Room for so many more in one piece, to be filled.
+  std::span<T> Add(std::size_t count) {
+    if (chunks_.empty() || chunks_.back().capacity - chunks_.back().used < count) {
+      const std::size_t room = std::max(count, std::clamp(size_ / 2, kLeast, kMost));
+      chunks_.push_back({std::make_unique_for_overwrite<T[]>(room), 0, room});
+    }
+    Chunk& last = chunks_.back();
+    const std::span<T> added(last.numbers.get() + last.used, count);
+    last.used += count;
+    size_ += count;
+    return added;
+  }
+  void Add(std::span<const T> values) { std::ranges::copy(values, Add(values.size()).begin()); }
+
+  /// Each piece in order.
+  template<class Each> void ForEach(Each each) const {
+    for (const Chunk& chunk : chunks_) each(std::span<const T>(chunk.numbers.get(), chunk.used));
+  }
+  /// Each piece in order, which is gone afterwards.
+  template<class Each> void Drain(Each each) {
+    for (Chunk& chunk : chunks_) {
+      each(std::span<const T>(chunk.numbers.get(), chunk.used));
+      chunk.numbers.reset();
+    }
+    chunks_.clear();
+    size_ = 0;
+  }
+  /// All of them to the front of a span that is long enough; answers the rest of it.
+  std::span<T> DrainTo(std::span<T> target) {
+    Drain([&](std::span<const T> part) {
+      std::ranges::copy(part, target.begin());
+      target = target.subspan(part.size());
+    });
+    return target;
+  }
+
+private:
+  static constexpr std::size_t kLeast = 64, kMost = std::size_t{1} << 17;
+
+  struct Chunk {
+    std::unique_ptr<T[]> numbers;
+    std::size_t used, capacity;
+  };
+  std::vector<Chunk> chunks_;
+  std::size_t size_ = 0;
+};

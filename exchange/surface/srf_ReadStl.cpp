@@ -1,0 +1,289 @@
+#include "srf_Surface.h"
+
+#include "fmt_Chunks.h"
+#include "fmt_Coordinates.h"
+#include "fmt_Input.h"
+#include "fmt_Sets.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+namespace {
+constexpr std::size_t kHeader = 80, kStart = kHeader + sizeof(std::uint32_t), kRecord = 50;
+
+/// Numbers for points as they come: those that are the same in all three numbers are one.
+template<class Real> class Points {
+public:
+  using Point = std::array<Real, 3>;
+
+  int Find(Point point) {
+    for (Real& x : point) x += Real{0}; // -0 is 0
+    if (2 * (size_ + 1) > table_.size()) Grow();
+    for (std::size_t slot = Hash(point) & (table_.size() - 1);; slot = (slot + 1) & (table_.size() - 1)) {
+      if (table_[slot] < 0) {
+        if (size_ % kBlock == 0) blocks_.push_back(std::make_unique_for_overwrite<Point[]>(kBlock));
+        blocks_.back()[size_ % kBlock] = point;
+        return table_[slot] = static_cast<int>(size_++);
+      }
+      if (At(table_[slot]) == point) return table_[slot];
+    }
+  }
+  std::size_t Size() const { return size_; }
+
+  /// All in order. Empty afterwards.
+  void DrainTo(fmt_Coordinates& coordinates) {
+    table_ = {};
+    for (std::unique_ptr<Point[]>& block : blocks_) {
+      const std::size_t count = std::min(size_, kBlock);
+      coordinates.Add(std::span<const Real>(block[0].data(), 3 * count));
+      block.reset();
+      size_ -= count;
+    }
+    blocks_.clear();
+  }
+
+private:
+  static constexpr std::size_t kBlock = std::size_t{1} << 13;
+  static_assert(sizeof(Point) == 3 * sizeof(Real));
+
+  const Point& At(int index) const {
+    const auto at = static_cast<std::size_t>(index);
+    return blocks_[at / kBlock][at % kBlock];
+  }
+  static std::size_t Hash(const Point& point) {
+    std::uint64_t mixed = 0;
+    for (const Real x : point) {
+      std::uint64_t bits = 0;
+      std::memcpy(&bits, &x, sizeof x);
+      mixed = (mixed ^ bits) * 0x9E3779B97F4A7C15U;
+      mixed ^= mixed >> 29U;
+    }
+    return static_cast<std::size_t>(mixed);
+  }
+  void Grow() {
+    const std::size_t size = std::max<std::size_t>(1024, 2 * table_.size());
+    table_.assign(size, -1);
+    for (std::size_t i = 0; i < size_; ++i) {
+      std::size_t slot = Hash(At(static_cast<int>(i))) & (size - 1);
+      while (table_[slot] >= 0) slot = (slot + 1) & (size - 1);
+      table_[slot] = static_cast<int>(i);
+    }
+  }
+
+  std::vector<std::unique_ptr<Point[]>> blocks_; ///< points in order
+  std::size_t size_ = 0;
+  std::vector<int> table_; ///< of indices, a power of two long, -1 where there is none
+};
+
+/// A named piece of an ascii file.
+struct Solid {
+  cow_String name;
+  std::int64_t firstTriangle;
+};
+
+template<class Real> class Reader {
+public:
+  explicit Reader(fmt_Input& in) : in_(in) {}
+
+  void ReadBinary() {
+    in_.At("header", false);
+    in_.Skip(kHeader);
+    const auto count = in_.ReadOne<std::uint32_t>();
+    std::vector<unsigned char> records;
+    constexpr std::size_t kAtOnce = 2048;
+    for (std::size_t done = 0; done < count; done += records.size() / kRecord) {
+      in_.At("triangles from " + std::to_string(done + 1), false);
+      records.resize(kRecord * std::min(kAtOnce, count - done));
+      in_.Read(std::span(records));
+      for (const unsigned char* at = records.data(); at != records.data() + records.size(); at += kRecord) {
+        std::array<float, 12> numbers; // normal and corners
+        std::uint16_t attribute = 0;
+        std::memcpy(numbers.data(), at, sizeof numbers);
+        std::memcpy(&attribute, at + sizeof numbers, sizeof attribute);
+        numAttributes_ += attribute != 0;
+        std::array<Real, 12> exact;
+        std::ranges::copy(numbers, exact.begin());
+        AddTriangle(exact);
+      }
+    }
+    numLeft_ = static_cast<long long>(in_.Left());
+  }
+
+  void ReadAscii() {
+    in_.At({});
+    while (in_.SkipBlanks()) {
+      Expect("solid");
+      cow_String name(in_.Line());
+      name.erase(0, name.find_first_not_of(" \t"));
+      name.erase(name.find_last_not_of(" \t") + 1);
+      solids_.push_back({name, numTriangles_});
+      while (!IsNext("endsolid")) ReadFacet();
+      in_.Line();
+    }
+  }
+
+  fmt_Import Build(const fmt_ReadOptions& options) {
+    fmt_Import result;
+    const auto meshId = static_cast<int>(options.meshId);
+    fmt_Coordinates coordinates(in_.Name(), points_.Size());
+    points_.DrainTo(coordinates);
+    auto nodes = std::make_unique<bme_NodeData>(coordinates.Take());
+    result.rounding = coordinates.Rounding({});
+    const exo_ElementType type = options.types.Find("TRI", 3, 3);
+    cow_ArrayCOW<int> rows;
+    rows.ResizeUninitialised(rows_.Size());
+    rows_.DrainTo(rows.Modify());
+    auto* elements = new bme_ElementClass(type.label, cls_xp2DArrayInt(3, std::move(rows)));
+    auto* all = new bme_ElementData(&elements, 1);
+    result.mesh = std::make_unique<bme_Mesh>(options.meshId, nodes.release(), all, bme_ORPHAN_MESH, nullptr);
+    bme_ElementClass& made = result.mesh->ElementDataToModify().GetClassToModify(0);
+    made.SetMeshIndex(meshId);
+    if (solids_.size() == 1) result.title = solids_[0].name;
+    made.SetCategoryLabel(result.title);
+    result.blocks.push_back({1, "TRI3", type.label, type.supported, numTriangles_});
+    if (solids_.size() > 1) AddSets(meshId, result.sets);
+    const auto note = [&](const char* what, long long count, const char* detail = "") {
+      if (count > 0) result.ledger.push_back({what, count, detail});
+    };
+    note("triangles with two corners at one place", numDegenerate_, "left out");
+    note("normals against the order of the corners", numDisagreeing_, "the order of the corners holds");
+    note("attributes of triangles", numAttributes_, "colours, in most files");
+    note("bytes behind the triangles", numLeft_);
+    return result;
+  }
+
+private:
+  bool IsNext(std::string_view word) {
+    in_.SkipBlanks();
+    if (!in_.Peek(word.size()).starts_with(word)) return false;
+    in_.Word();
+    return true;
+  }
+  void Expect(std::string_view word) {
+    if (const cow_String found(in_.Word()); found != word)
+      in_.Fail(found.empty() ? "the file ends where \"" + cow_String(word) + "\" should be"
+                             : "there is no \"" + cow_String(word) + "\" where it should be");
+  }
+
+  void ReadFacet() {
+    std::array<Real, 12> numbers;
+    std::size_t next = 0;
+    const auto readThree = [&](const char* what) {
+      for (const std::size_t end = next + 3; next < end; ++next) numbers[next] = in_.Number<Real>(what);
+    };
+    Expect("facet");
+    Expect("normal");
+    ReadNormal(numbers);
+    next = 3;
+    Expect("outer");
+    Expect("loop");
+    for (int corner = 0; corner < 3; ++corner) {
+      Expect("vertex");
+      readThree("a coordinate");
+    }
+    Expect("endloop");
+    Expect("endfacet");
+    AddTriangle(numbers);
+  }
+
+  /// Of triangles without area some programs write what is no number.
+  void ReadNormal(std::array<Real, 12>& numbers) {
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      const std::string_view word = in_.Word();
+      numbers[axis] = 0;
+      const std::size_t sign = word.starts_with('+') ? 1 : 0;
+      std::from_chars(word.data() + sign, word.data() + word.size(), numbers[axis]);
+    }
+  }
+
+  void AddTriangle(const std::array<Real, 12>& numbers) {
+    std::array<int, 3> nodes;
+    const auto corner = [&](std::size_t k, std::size_t axis) {
+      return static_cast<double>(numbers[3 + 3 * k + axis]);
+    };
+    for (std::size_t k = 0; k < 3; ++k) {
+      const Real* at = numbers.data() + 3 + 3 * k;
+      for (std::size_t axis = 0; axis < 3; ++axis)
+        if (!(std::abs(static_cast<double>(at[axis])) <= 3.4028234663852886e38))
+          in_.Fail("triangle " + std::to_string(numTriangles_ + numDegenerate_ + 1) + ": "
+                   + std::to_string(at[axis]) + " is no coordinate in single precision");
+      nodes[k] = points_.Find({at[0], at[1], at[2]});
+    }
+    if (nodes[0] == nodes[1] || nodes[1] == nodes[2] || nodes[0] == nodes[2]) {
+      ++numDegenerate_;
+      return;
+    }
+    double product = 0; // of the file's normal and that of the corners
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      const std::size_t b = (axis + 1) % 3, c = (axis + 2) % 3;
+      product += static_cast<double>(numbers[axis])
+                 * ((corner(1, b) - corner(0, b)) * (corner(2, c) - corner(0, c))
+                    - (corner(1, c) - corner(0, c)) * (corner(2, b) - corner(0, b)));
+    }
+    numDisagreeing_ += product < 0;
+    std::ranges::copy(nodes, rows_.Add(3).begin());
+    ++numTriangles_;
+  }
+
+  /// Solids of one name are one set.
+  void AddSets(int meshId, std::vector<bme_NamedSet>& sets) const {
+    std::vector<std::pair<cow_String, fmt_SetPart>> found;
+    std::map<cow_String, std::size_t> placeOf;
+    for (std::size_t i = 0; i < solids_.size(); ++i) {
+      const cow_String name = solids_[i].name.empty() ? "solid " + std::to_string(i + 1) : solids_[i].name;
+      const auto [at, isNew] = placeOf.try_emplace(name, found.size());
+      if (isNew) found.push_back({name, {0}});
+      std::vector<int>& ids = found[at->second].second.ids;
+      const std::int64_t end = i + 1 < solids_.size() ? solids_[i + 1].firstTriangle : numTriangles_;
+      for (std::int64_t id = solids_[i].firstTriangle; id < end; ++id) ids.push_back(static_cast<int>(id));
+    }
+    for (const auto& [name, part] : found)
+      sets.push_back(fmt_MakeSet(name, false, static_cast<int>(sets.size()) + 1, meshId, {&part, 1}));
+  }
+
+  fmt_Input& in_;
+  Points<Real> points_;
+  fmt_Chunks<int> rows_;
+  std::vector<Solid> solids_;
+  std::int64_t numTriangles_ = 0;
+  long long numDegenerate_ = 0, numDisagreeing_ = 0, numAttributes_ = 0, numLeft_ = 0;
+};
+
+/// What the number of triangles after the header makes of the length; 0 for a file that is shorter.
+std::uint64_t BinaryLength(std::string_view start) {
+  if (start.size() < kStart) return 0;
+  std::uint32_t count = 0;
+  std::memcpy(&count, start.data() + kHeader, sizeof count);
+  return kStart + kRecord * std::uint64_t{count};
+}
+} // namespace
+
+bool srf_RecognisesStl(std::string_view start) {
+  constexpr std::size_t kMost = 4096; // a shorter file is here whole
+  if (start.size() < kMost && start.size() >= kStart && BinaryLength(start) == start.size()) return true;
+  const std::size_t first = start.find_first_not_of(" \t\r\n");
+  if (first == std::string_view::npos || !start.substr(first).starts_with("solid")) return false;
+  return start.find("facet") != std::string_view::npos || start.find("endsolid") != std::string_view::npos;
+}
+
+fmt_Import srf_ReadStl(const cow_String& file, const fmt_ReadOptions& options) {
+  fmt_Input in(file);
+  const std::string_view start = in.Peek(kStart);
+  const std::uint64_t length = BinaryLength(start);
+  const std::size_t first = std::min(start.size(), start.find_first_not_of(" \t\r\n"));
+  const bool isText = length != in.Size() && start.substr(first).starts_with("solid");
+  if (isText) {
+    Reader<double> reader(in);
+    reader.ReadAscii();
+    return reader.Build(options);
+  }
+  if (length == 0 || length > in.Size())
+    throw nex_TextException(file
+                            + ": is neither ascii, which begins with \"solid\", nor binary, which would have "
+                            + std::to_string(std::max<std::uint64_t>(length, kStart)) + " bytes, not "
+                            + std::to_string(in.Size()));
+  Reader<float> reader(in);
+  reader.ReadBinary();
+  return reader.Build(options);
+}
