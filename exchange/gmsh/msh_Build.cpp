@@ -39,7 +39,8 @@ public:
     handedOver.reserve(classes.size());
     for (auto& one : classes) handedOver.push_back(one.release());
     auto* elements = new bme_ElementData(handedOver.data(), static_cast<unsigned>(handedOver.size()));
-    result_.mesh = std::make_unique<bme_Mesh>(meshId_, nodes.release(), elements, bme_ORPHAN_MESH, nullptr);
+    result_.mesh = std::make_unique<bme_Mesh>(meshId_, nodes.release(), elements, bme_ORPHAN_MESH,
+                                              in_.coordinates ? in_.coordinates->Transform() : nullptr);
     AddSets();
     result_.ledger = std::move(in_.ledger);
     return std::move(result_);
@@ -135,11 +136,13 @@ private:
     for (const Key& group : groups)
       if (group.first > 0) keysOf[NameOf(group)].push_back(group);
     for (const Key& group : groups) {
-      cow_String name = NameOf(group);
+      const cow_String name = NameOf(group);
       if (group.first == 0) {
+        cow_String root = name;
         if (keysOf.contains(name) || !names_.insert(name).second)
-          names_.insert(name += " (physical 0 " + std::to_string(group.second) + ")");
+          names_.insert(root += " (physical 0 " + std::to_string(group.second) + ")");
         AddNodes(name, group.second, nodesOf[group]);
+        result_.sets.back().root = root;
       } else if (names_.insert(name).second) {
         std::vector<const Range*> ranges;
         for (const Key& key : keysOf[name])
@@ -195,7 +198,7 @@ bool msh_Recognises(std::string_view start) {
 }
 
 fmt_Import msh_ReadMesh(const cow_String& file, const fmt_ReadOptions& options) {
-  msh_Contents contents = msh_ReadContents(file);
+  msh_Contents contents = msh_ReadContents(file, options);
   msh_MergeRepeated(contents);
   return msh_Build(std::move(contents), options);
 }

@@ -34,7 +34,7 @@ struct msh_Contents {
 };
 
 /// Reads the whole file.
-msh_Contents msh_ReadContents(const cow_String& file);
+msh_Contents msh_ReadContents(const cow_String& file, const fmt_ReadOptions& options);
 
 /// Parts of one entity whose elements are the same, by their rows or by their labels, become one in the groups of all.
 /// nex_TextException when a label is given to two that differ.

@@ -16,7 +16,9 @@ cow_String Of(const char* section, const char* part, std::int64_t number) {
 
 class Reader {
 public:
-  explicit Reader(const cow_String& file) : source_(file) { result_.fileName = file; }
+  Reader(const cow_String& file, const fmt_ReadOptions& options) : source_(file), options_(options) {
+    result_.fileName = file;
+  }
 
   msh_Contents Run() {
     source_.ReadFormat();
@@ -154,7 +156,7 @@ private:
   void BeginNodes(std::int64_t count, std::size_t bytesEach) {
     if (result_.coordinates) source_.In().Fail("there are two such sections");
     const std::size_t numNodes = source_.CheckCount(count, bytesEach, 4, "nodes");
-    result_.coordinates.emplace(result_.fileName, numNodes);
+    result_.coordinates.emplace(result_.fileName, numNodes, options_);
     result_.nodeLabels.Reserve(numNodes);
   }
 
@@ -373,12 +375,13 @@ private:
   }
 
   msh_Source source_;
+  const fmt_ReadOptions& options_;
   msh_Contents result_;
   std::map<std::pair<int, int>, std::vector<int>> entities_; ///< groups by dimension and tag
   std::map<std::tuple<int, int, int>, std::size_t> partOf_;  ///< by type, entity and group
   std::tuple<int, int, int> partKey_;
-  msh_Part* part_ = nullptr;    ///< with that key
-  std::vector<int> numbers_;    ///< of the rows that are read
+  msh_Part* part_ = nullptr; ///< with that key
+  std::vector<int> numbers_; ///< of the rows that are read
   bool hasElements_ = false;
   bool areTagsCounting_ = true; ///< 1, 2, 3, ...
   omi_LabelTable indexOf_;      ///< of nodes, unless their tags count
@@ -388,4 +391,6 @@ private:
 };
 } // namespace
 
-msh_Contents msh_ReadContents(const cow_String& file) { return Reader(file).Run(); }
+msh_Contents msh_ReadContents(const cow_String& file, const fmt_ReadOptions& options) {
+  return Reader(file, options).Run();
+}

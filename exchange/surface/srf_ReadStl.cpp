@@ -126,7 +126,7 @@ public:
   fmt_Import Build(const fmt_ReadOptions& options) {
     fmt_Import result;
     const auto meshId = static_cast<int>(options.meshId);
-    fmt_Coordinates coordinates(in_.Name(), points_.Size());
+    fmt_Coordinates coordinates(in_.Name(), points_.Size(), options);
     points_.DrainTo(coordinates);
     auto nodes = std::make_unique<bme_NodeData>(coordinates.Take());
     result.rounding = coordinates.Rounding({});
@@ -136,7 +136,8 @@ public:
     rows_.DrainTo(rows.Modify());
     auto* elements = new bme_ElementClass(type.label, cls_xp2DArrayInt(3, std::move(rows)));
     auto* all = new bme_ElementData(&elements, 1);
-    result.mesh = std::make_unique<bme_Mesh>(options.meshId, nodes.release(), all, bme_ORPHAN_MESH, nullptr);
+    result.mesh = std::make_unique<bme_Mesh>(options.meshId, nodes.release(), all, bme_ORPHAN_MESH,
+                                             coordinates.Transform());
     bme_ElementClass& made = result.mesh->ElementDataToModify().GetClassToModify(0);
     made.SetMeshIndex(meshId);
     if (solids_.size() == 1) result.title = solids_[0].name;

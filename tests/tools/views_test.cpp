@@ -165,7 +165,7 @@ TEST_F(Views, OutputsAreRefusedForWhatTheyWouldDestroyOrCannotBe) {
     std::string told;
   };
   const Case cases[] = {
-      {"export", {"-o", folder_ / "hex.doc"}, 2, "or .vtu; or give --format"},
+      {"export", {"-o", folder_ / "hex.doc"}, 2, "; or give --format"},
       {"skin", {"-o", folder_ / "hex.vtu"}, 2, ".exo, .e or .g; or give --format"},
       {"render", {"-o", folder_ / "hex.jpg"}, 2, ".png; or give --format"},
       {"render", {"-o", ""}, 2, "is empty"},
