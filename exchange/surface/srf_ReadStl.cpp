@@ -19,22 +19,27 @@ public:
 
   int Find(Point point) {
     for (Real& x : point) x += Real{0}; // -0 is 0
-    if (2 * (size_ + 1) > table_.size()) Grow();
-    for (std::size_t slot = Hash(point) & (table_.size() - 1);; slot = (slot + 1) & (table_.size() - 1)) {
+    if (5 * (size_ + 1) > 4 * tableSize_) Grow();
+    for (std::size_t slot = Hash(point) & (tableSize_ - 1);; slot = (slot + 1) & (tableSize_ - 1)) {
       if (table_[slot] < 0) {
-        if (size_ % kBlock == 0) blocks_.push_back(std::make_unique_for_overwrite<Point[]>(kBlock));
+        if (size_ % kBlock == 0) blocks_.push_back(fmt_MakePiece<Point>(kBlock));
         blocks_.back()[size_ % kBlock] = point;
         return table_[slot] = static_cast<int>(size_++);
       }
       if (At(table_[slot]) == point) return table_[slot];
     }
   }
+  /// Asks for what finding the point will need, some time before.
+  void Announce(Point point) const {
+    for (Real& x : point) x += Real{0};
+    if (tableSize_ > 0) __builtin_prefetch(&table_[Hash(point) & (tableSize_ - 1)]);
+  }
   std::size_t Size() const { return size_; }
 
   /// All in order. Empty afterwards.
   void DrainTo(fmt_Coordinates& coordinates) {
-    table_ = {};
-    for (std::unique_ptr<Point[]>& block : blocks_) {
+    table_.reset();
+    for (fmt_Piece<Point>& block : blocks_) {
       const std::size_t count = std::min(size_, kBlock);
       coordinates.Add(std::span<const Real>(block[0].data(), 3 * count));
       block.reset();
@@ -62,18 +67,21 @@ private:
     return static_cast<std::size_t>(mixed);
   }
   void Grow() {
-    const std::size_t size = std::max<std::size_t>(1024, 2 * table_.size());
-    table_.assign(size, -1);
+    tableSize_ = std::max<std::size_t>(1024, 2 * tableSize_);
+    table_.reset(); // it is made anew from the points
+    table_ = fmt_MakePiece<int>(tableSize_);
+    std::fill_n(table_.get(), tableSize_, -1);
     for (std::size_t i = 0; i < size_; ++i) {
-      std::size_t slot = Hash(At(static_cast<int>(i))) & (size - 1);
-      while (table_[slot] >= 0) slot = (slot + 1) & (size - 1);
+      std::size_t slot = Hash(At(static_cast<int>(i))) & (tableSize_ - 1);
+      while (table_[slot] >= 0) slot = (slot + 1) & (tableSize_ - 1);
       table_[slot] = static_cast<int>(i);
     }
   }
 
-  std::vector<std::unique_ptr<Point[]>> blocks_; ///< points in order
+  std::vector<fmt_Piece<Point>> blocks_; ///< points in order
   std::size_t size_ = 0;
-  std::vector<int> table_; ///< of indices, a power of two long, -1 where there is none
+  fmt_Piece<int> table_;      ///< of indices, -1 where there is none
+  std::size_t tableSize_ = 0; ///< a power of two
 };
 
 /// A named piece of an ascii file.
@@ -91,7 +99,7 @@ public:
     in_.Skip(kHeader);
     const auto count = in_.ReadOne<std::uint32_t>();
     std::vector<unsigned char> records;
-    constexpr std::size_t kAtOnce = 2048;
+    constexpr std::size_t kAtOnce = 2048, kAhead = 12;
     for (std::size_t done = 0; done < count; done += records.size() / kRecord) {
       in_.At("triangles from " + std::to_string(done + 1), false);
       records.resize(kRecord * std::min(kAtOnce, count - done));
@@ -102,12 +110,22 @@ public:
         std::memcpy(numbers.data(), at, sizeof numbers);
         std::memcpy(&attribute, at + sizeof numbers, sizeof attribute);
         numAttributes_ += attribute != 0;
+        if (const unsigned char* later = at + kAhead * kRecord; later < records.data() + records.size())
+          Announce(later);
         std::array<Real, 12> exact;
         std::ranges::copy(numbers, exact.begin());
         AddTriangle(exact);
       }
     }
     numLeft_ = static_cast<long long>(in_.Left());
+  }
+
+  /// The corners of a record.
+  void Announce(const unsigned char* record) const {
+    std::array<float, 9> corners;
+    std::memcpy(corners.data(), record + kRecord - sizeof(std::uint16_t) - sizeof corners, sizeof corners);
+    for (std::size_t k = 0; k < corners.size(); k += 3)
+      points_.Announce({Real{corners[k]}, Real{corners[k + 1]}, Real{corners[k + 2]}});
   }
 
   void ReadAscii() {
