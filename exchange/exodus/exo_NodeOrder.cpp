@@ -21,9 +21,12 @@ constexpr shp_IsoPoint kQuadrilateral[] = {{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}, {
 constexpr shp_IsoPoint kTetrahedron[] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
 constexpr shp_IsoPoint kPyramid[] = {{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}, {-1, 1, 0}, {0, 0, 1}};
 constexpr shp_IsoPoint kWedge[] = {{0, 0, -1}, {1, 0, -1}, {0, 1, -1}, {0, 0, 1}, {1, 0, 1}, {0, 1, 1}};
+constexpr shp_IsoPoint kPixel[] = {{-1, -1, 0}, {1, -1, 0}, {-1, 1, 0}, {1, 1, 0}};
 constexpr shp_IsoPoint kMirroredWedge[] = {kWedge[0], kWedge[2], kWedge[1], kWedge[3], kWedge[5], kWedge[4]};
 constexpr shp_IsoPoint kHexahedron[] = {{-1, -1, -1}, {1, -1, -1}, {1, 1, -1}, {-1, 1, -1},
                                         {-1, -1, 1},  {1, -1, 1},  {1, 1, 1},  {-1, 1, 1}};
+constexpr shp_IsoPoint kVoxel[] = {{-1, -1, -1}, {1, -1, -1}, {-1, 1, -1}, {1, 1, -1},
+                                   {-1, -1, 1},  {1, -1, 1},  {-1, 1, 1},  {1, 1, 1}};
 
 /// Nodes after the corners, in the order of the Exodus II format. A word is one node: the mean of its
 /// corners.
@@ -54,7 +57,7 @@ constexpr Row kRows[] = {
     {Hexahedron,    kHexahedron,    "01 12 23 30 04 15 26 37 45 56 67 74 01234567 0123 4567 0374 1265 0154 2376"},
 };
 
-/// The same of VTK's cells.
+/// The same of VTK's cells; of two with the same nodes the first is written.
 struct VtkRow {
   int type;
   std::string_view name;
@@ -83,6 +86,8 @@ constexpr VtkRow kVtkRows[] = {
     {25, "VTK_QUADRATIC_HEXAHEDRON",              kHexahedron,    "01 12 23 30 45 56 67 74 04 15 26 37"},
     {33, "VTK_BIQUADRATIC_QUADRATIC_HEXAHEDRON",  kHexahedron,    "01 12 23 30 45 56 67 74 04 15 26 37 0374 1265 0154 2376"},
     {29, "VTK_TRIQUADRATIC_HEXAHEDRON",           kHexahedron,    "01 12 23 30 45 56 67 74 04 15 26 37 0374 1265 0154 2376 0123 4567 01234567"},
+    {8,  "VTK_PIXEL",                             kPixel,         ""},
+    {11, "VTK_VOXEL",                             kVoxel,         ""},
 };
 // clang-format on
 
@@ -164,15 +169,24 @@ std::string_view exo_CellName(exo_Cell cell) {
   return at == std::end(kCells) ? std::string_view() : at->name;
 }
 
+namespace {
+std::span<const shp_IsoPoint> CornersOf(const VtkRow& row, exo_VtkWedges wedges) {
+  const bool isWedge = row.corners.data() == std::data(kWedge), isLinear = row.mids.empty();
+  const bool isMirrored =
+      isWedge && (wedges == exo_VtkWedges::Mirrored || (wedges == exo_VtkWedges::LinearMirrored && isLinear));
+  return isMirrored ? std::span(kMirroredWedge) : row.corners;
+}
+} // namespace
+
 std::optional<exo_VtkCell> exo_FindVtkCell(std::span<const shp_IsoPoint> ours, exo_VtkWedges wedges) {
-  for (const VtkRow& row : kVtkRows) {
-    const bool isWedge = row.corners.data() == std::data(kWedge), isLinear = row.mids.empty();
-    const bool isMirrored =
-        isWedge
-        && (wedges == exo_VtkWedges::Mirrored || (wedges == exo_VtkWedges::LinearMirrored && isLinear));
-    const std::span<const shp_IsoPoint> corners = isMirrored ? std::span(kMirroredWedge) : row.corners;
-    if (auto order = exo_MatchNodes(Nodes(corners, row.mids), ours))
+  for (const VtkRow& row : kVtkRows)
+    if (auto order = exo_MatchNodes(Nodes(CornersOf(row, wedges), row.mids), ours))
       return exo_VtkCell{row.type, row.name, std::move(*order)};
-  }
   return std::nullopt;
+}
+
+std::optional<exo_VtkNodes> exo_VtkNodesOf(int type, exo_VtkWedges wedges) {
+  const auto* const row = std::ranges::find(kVtkRows, type, &VtkRow::type);
+  if (row == std::end(kVtkRows)) return std::nullopt;
+  return exo_VtkNodes{row->name, exo_FindCell(row->corners), Nodes(CornersOf(*row, wedges), row->mids)};
 }

@@ -6,6 +6,7 @@
 #include <CoreGeometry/exo_Export.h>
 #include <CoreGeometry/exo_Import.h>
 #include <CoreGeometry/exo_Results.h>
+#include <CoreGeometry/vtu_Read.h>
 #include <CoreGeometry/vtu_Write.h>
 
 #include "fmt_Precision.h"
@@ -20,6 +21,16 @@ bool IsNetCdf(std::string_view start) {
          || start.starts_with("\x89HDF\r\n\x1a\n");
 }
 
+bool HasXml(std::string_view start, std::string_view type) {
+  const std::size_t at = start.find("<VTKFile");
+  const std::string_view tag = at == start.npos ? "" : start.substr(at, start.find('>', at) - at);
+  return tag.find(type) != tag.npos && !tag.empty();
+}
+bool IsCollection(std::string_view start) { return HasXml(start, "Collection"); }
+bool IsVtu(std::string_view start) { return HasXml(start, ""); } // its reader says what others are
+
+bool IsLegacyVtk(std::string_view start) { return start.starts_with("# vtk DataFile"); }
+
 fmt_Import ReadExodus(const cow_String& file, const fmt_ReadOptions& options) {
   return exo_ReadMesh(file, options);
 }
@@ -29,90 +40,82 @@ fmt_Ledger WriteExodus(uti_OutputFile& output, const bme_Mesh& mesh, std::span<c
 }
 fmt_Ledger WriteVtu(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
                     const fmt_WriteOptions& options) {
-  return vtu_WriteMesh(output, mesh, sets, options.wedges);
+  return vtu_WriteMesh(output, mesh, sets, options.wedges, options.encoding);
 }
 } // namespace
 
 std::span<const fmt_Format> fmt_Formats() {
   static const std::vector<fmt_Format> formats = {
-      {"exodus",
-       "an Exodus II file",
-       {".exo", ".e", ".g", ".ex2", ".exii"},
-       "control parameters, datums",
-       false,
-       &IsNetCdf,
-       &ReadExodus,
-       &exo_ReadResults,
-       &WriteExodus},
-      {"vtu",
-       "a VTU file",
-       {".vtu"},
-       "element types and categories, surfaces, control parameters, datums",
-       false,
-       nullptr,
-       nullptr,
-       nullptr,
-       &WriteVtu},
-      {"gmsh",
-       "a Gmsh file",
-       {".msh"},
-       "surfaces, element types and categories, placement, control parameters, datums",
-       true,
-       &msh_Recognises,
-       &msh_ReadMesh,
-       nullptr,
-       &msh_WriteMesh},
-      {"gmsh22",
-       "a Gmsh file of version 2.2",
-       {".msh", ".msh2"},
-       "surfaces, sets of elements beyond the first of each, element types and categories, placement, "
-       "control "
-       "parameters, datums",
-       true,
-       nullptr,
-       &msh_ReadMesh,
-       nullptr,
-       &msh_WriteOldMesh},
-      {"stl",
-       "an STL file",
-       {".stl"},
-       "anything but triangles of the outside or of one set",
-       true,
-       &srf_RecognisesStl,
-       &srf_ReadStl,
-       nullptr,
-       &srf_WriteStl,
-       true},
-      {"obj",
-       "an OBJ file",
-       {".obj"},
-       "anything but the faces of the outside or of one set, by class",
-       false,
-       nullptr,
-       nullptr,
-       nullptr,
-       &srf_WriteObj,
-       true},
-      {"ply",
-       "a PLY file",
-       {".ply"},
-       "anything but the faces of the outside or of one set",
-       true,
-       nullptr,
-       nullptr,
-       nullptr,
-       &srf_WritePly,
-       true},
-      {"glb",
-       "a binary glTF file",
-       {".glb"},
-       "anything but the faces of the outside or of one set, by class",
-       false,
-       nullptr,
-       nullptr,
-       nullptr,
-       &srf_WriteGlb,
-       true},
+      {.name = "exodus",
+       .title = "an Exodus II file",
+       .suffixes = {".exo", ".e", ".g", ".ex2", ".exii"},
+       .cannotHold = "control parameters, datums",
+       .recognises = &IsNetCdf,
+       .read = &ReadExodus,
+       .readResults = &exo_ReadResults,
+       .write = &WriteExodus},
+      {.name = "pvd",
+       .title = "a PVD file",
+       .suffixes = {".pvd"},
+       .recognises = &IsCollection,
+       .read = &vtu_ReadCollection},
+      {.name = "vtu",
+       .title = "a VTU file",
+       .suffixes = {".vtu"},
+       .cannotHold = "element types and categories, surfaces, control parameters, datums",
+       .hasEncodings = true,
+       .recognises = &IsVtu,
+       .read = &vtu_ReadMesh,
+       .write = &WriteVtu},
+      {.name = "vtk",
+       .title = "a legacy VTK file",
+       .suffixes = {".vtk"},
+       .recognises = &IsLegacyVtk,
+       .read = &vtu_ReadLegacy},
+      {.name = "gmsh",
+       .title = "a Gmsh file",
+       .suffixes = {".msh"},
+       .cannotHold = "surfaces, element types and categories, control parameters, datums",
+       .hasEncodings = true,
+       .recognises = &msh_Recognises,
+       .read = &msh_ReadMesh,
+       .write = &msh_WriteMesh},
+      {.name = "gmsh22",
+       .title = "a Gmsh file of version 2.2",
+       .suffixes = {".msh", ".msh2"},
+       .cannotHold = "surfaces, sets of elements beyond the first of each, element types and categories, "
+                     "control parameters, datums",
+       .hasEncodings = true,
+       .read = &msh_ReadMesh,
+       .write = &msh_WriteOldMesh},
+      {.name = "stl",
+       .title = "an STL file",
+       .suffixes = {".stl"},
+       .cannotHold = "anything but triangles of the outside or of one set",
+       .hasEncodings = true,
+       .isOfSurfaces = true,
+       .recognises = &srf_RecognisesStl,
+       .read = &srf_ReadStl,
+       .write = &srf_WriteStl},
+      {.name = "obj",
+       .title = "an OBJ file",
+       .suffixes = {".obj"},
+       .cannotHold = "anything but the faces of the outside or of one set, by class",
+       .isOfSurfaces = true,
+       .write = &srf_WriteObj},
+      {.name = "ply",
+       .title = "a PLY file",
+       .suffixes = {".ply"},
+       .cannotHold = "anything but the faces of the outside or of one set",
+       .hasEncodings = true,
+       .isOfSurfaces = true,
+       .write = &srf_WritePly},
+      {.name = "glb",
+       .title = "a binary glTF file",
+       .suffixes = {".glb"},
+       .cannotHold = "anything but the faces of the outside or of one set, by class",
+       .isOfSurfaces = true,
+       .write = &srf_WriteGlb},
   };
   return formats;
 }
@@ -174,5 +177,8 @@ fmt_Ledger fmt_WriteMesh(uti_OutputFile& output, const fmt_Format& format, const
     throw nex_TextException(output.Name() + ": " + cow_String(format.title)
                             + " holds the whole mesh, so there is no surface \"" + options.surface
                             + "\" to choose");
+  if (options.encoding != fmt_Encoding::Default && !format.hasEncodings)
+    throw nex_TextException(output.Name() + ": there is no choice of encodings for "
+                            + cow_String(format.title));
   return format.write(output, mesh, sets, options);
 }

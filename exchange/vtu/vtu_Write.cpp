@@ -1,45 +1,19 @@
-#include <CoreGeometry/exo_NodeOrder.h>
 #include <CoreGeometry/vtu_Write.h>
 
+#include "vtu_Document.h"
 #include <CoreGeometry/bme_Placement.h>
 
 #include <CoreGeometry/exo_Export.h>
 
-#include <BasicUtils/nex_Exception.h>
-#include <BasicUtils/thr_ThreadSingleton.h>
-#include <BasicUtils/wip_WIP.h>
 #include <CoreGeometry/bme_Pyramids.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
-#include <bit>
-#include <fstream>
 #include <map>
 #include <numeric>
 #include <set>
-#include <zlib.h>
 
 namespace {
-void AppendBase64(std::span<const unsigned char> bytes, cow_String& text) {
-  static constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  for (std::size_t i = 0; i < bytes.size(); i += 3) {
-    const auto byte = [&](std::size_t k) { return k < bytes.size() ? unsigned{bytes[k]} : 0U; };
-    const unsigned word = byte(i) << 16U | byte(i + 1) << 8U | byte(i + 2);
-    for (unsigned k = 0; k < 4; ++k)
-      text += i + k > bytes.size() ? '=' : kDigits[word >> (18U - 6U * k) & 63U];
-  }
-}
-
-cow_String Escaped(const cow_String& text) {
-  cow_String escaped;
-  for (const char c : text) switch (c) {
-    case '&': escaped += "&amp;"; break;
-    case '<': escaped += "&lt;"; break;
-    case '>': escaped += "&gt;"; break;
-    case '"': escaped += "&quot;"; break;
-    default: escaped += c;
-    }
-  return escaped;
-}
+constexpr std::size_t kSlice = std::size_t{1} << 16; ///< numbers that are made at a time
 
 /// Length of the UTF-8 character at a position, 0 when there is none.
 std::size_t CharacterLength(const cow_String& text, std::size_t at) {
@@ -107,57 +81,6 @@ std::vector<Marks> FindMarks(std::span<const bme_NamedSet> sets, int meshId) {
   return all;
 }
 
-/// The text of the file: elements that point into one appended block.
-class Document {
-public:
-  void Text(const cow_String& line) { xml_ += line; }
-
-  template<class T>
-  void Array(const cow_String& name, const char* type, int components, std::span<const T> all) {
-    thr_ThreadSingleton<wip_WIP>::Instance().CheckCancelled();
-    xml_ += "<DataArray type=\"" + cow_String(type) + "\" Name=\"" + Escaped(name) + "\"";
-    if (components > 1) xml_ += " NumberOfComponents=\"" + std::to_string(components) + "\"";
-    xml_ += " format=\"appended\" offset=\"" + std::to_string(appended_.size()) + "\"/>\n";
-    Compress({reinterpret_cast<const unsigned char*>(all.data()), all.size_bytes()});
-  }
-
-  void Write(uti_OutputFile& output) const {
-    std::ofstream out(output.Path(), std::ios::binary);
-    const char* order = std::endian::native == std::endian::little ? "LittleEndian" : "BigEndian";
-    out << "<?xml version=\"1.0\"?>\n<VTKFile type=\"UnstructuredGrid\" version=\"1.0\" byte_order=\""
-        << order << "\" header_type=\"UInt64\" compressor=\"vtkZLibDataCompressor\">\n"
-        << xml_ << "<AppendedData encoding=\"base64\">\n_" << appended_ << "\n</AppendedData>\n</VTKFile>\n";
-    out.close();
-    if (!out) throw nex_TextException(output.Name() + ": cannot be written; is the disk full?");
-    output.Commit();
-  }
-
-private:
-  /// Blocks of one length but for the last; their count, that length, the last one's when it is shorter, and
-  /// the compressed lengths come first.
-  void Compress(std::span<const unsigned char> bytes) {
-    constexpr std::size_t kBlock = std::size_t{1} << 18;
-    const std::size_t count = (bytes.size() + kBlock - 1) / kBlock;
-    std::vector<std::uint64_t> header{count, kBlock, bytes.size() % kBlock};
-    std::vector<unsigned char> packed;
-    for (std::size_t i = 0; i < count; ++i) {
-      const auto block = bytes.subspan(i * kBlock, std::min(kBlock, bytes.size() - i * kBlock));
-      uLongf length = compressBound(block.size());
-      const std::size_t start = packed.size();
-      packed.resize(start + length);
-      if (compress2(packed.data() + start, &length, block.data(), block.size(), Z_DEFAULT_COMPRESSION)
-          != Z_OK)
-        throw nex_TextException("zlib cannot compress " + std::to_string(block.size()) + " bytes");
-      packed.resize(start + length);
-      header.push_back(length);
-    }
-    AppendBase64({reinterpret_cast<const unsigned char*>(header.data()), header.size() * 8}, appended_);
-    AppendBase64(packed, appended_);
-  }
-
-  cow_String xml_, appended_;
-};
-
 /// The cell of a class and the positions of its nodes in the element.
 struct Cell {
   int type = 2; ///< a cloud of points
@@ -192,32 +115,23 @@ public:
     for (const bme_NamedSet& set : sets) CountSurfaces(set.data);
   }
 
-  fmt_Ledger Run(uti_OutputFile& output) {
-    AddCells(output.Name());
+  fmt_Ledger Run(uti_OutputFile& output, fmt_Encoding encoding) {
+    FindCells(output.Name());
     const bme_NodeData& nodes = mesh_.NodeData();
-    out_.Text("<UnstructuredGrid>\n<Piece NumberOfPoints=\"" + std::to_string(nodes.NumNodes())
-              + "\" NumberOfCells=\"" + std::to_string(types_.size()) + "\">\n<Points>\n");
-    const bme_Placement placement(mesh_);
-    if (placement.IsNone()) {
-      out_.Array<float>("Points", "Float32", 3, nodes.Coordinates().Const());
-    } else {
-      std::vector<double> placed(nodes.Coordinates().Const().size());
-      placement.Place(nodes.Coordinates().Const(), placed);
-      out_.Array<double>("Points", "Float64", 3, placed);
-    }
+    const auto numNodes = static_cast<std::size_t>(nodes.NumNodes());
+    out_.Text("<UnstructuredGrid>\n<Piece NumberOfPoints=\"" + std::to_string(numNodes)
+              + "\" NumberOfCells=\"" + std::to_string(numCells_) + "\">\n<Points>\n");
+    AddWhole("Points", 3, nodes.Coordinates().Const());
     out_.Text("</Points>\n<Cells>\n");
-    out_.Array<int>("connectivity", "Int32", 1, connectivity_);
-    out_.Array<std::int64_t>("offsets", "Int64", 1, offsets_);
-    out_.Array<unsigned char>("types", "UInt8", 1, types_);
+    AddCells();
     out_.Text("</Cells>\n<PointData>\n");
-    if (nodes.HasUserNodeLabels()) out_.Array<int>("NodeLabel", "Int32", 1, nodes.UserNodeLabels().Const());
-    AddMarks(res_NODE_SET, nodes.NumNodes());
+    if (nodes.HasUserNodeLabels()) AddWhole("NodeLabel", 1, nodes.UserNodeLabels().Const());
+    AddMarks(res_NODE_SET, numNodes);
     out_.Text("</PointData>\n<CellData>\n");
-    if (!labels_.empty()) out_.Array<int>("ElementLabel", "Int32", 1, labels_);
-    out_.Array<int>("ElementClass", "Int32", 1, classes_);
-    AddMarks(res_ELEMENT_SET, types_.size());
+    AddCellLabels();
+    AddMarks(res_ELEMENT_SET, numCells_);
     out_.Text("</CellData>\n</Piece>\n</UnstructuredGrid>\n");
-    out_.Write(output);
+    out_.Write(output, encoding);
     fmt_Ledger ledger;
     for (const auto& [what, count] : counts_)
       if (count > 0) ledger.push_back({what, count, {}});
@@ -227,30 +141,75 @@ public:
   }
 
 private:
-  void AddCells(const cow_String& fileName) {
-    const bme_ElementData& elements = mesh_.ElementData();
-    const bool hasLabels = elements.HasUserElementLabels();
-    std::int64_t end = 0;
-    for (unsigned i = 0; i < elements.NumClasses(); ++i) {
-      const bme_ElementClass& type = elements.GetClass(i);
+  template<class T> using PutAll = std::function<void(std::span<const T>)>;
+
+  const bme_ElementClass& Class(std::size_t i) const {
+    return mesh_.ElementData().GetClass(static_cast<unsigned>(i));
+  }
+
+  void FindCells(const cow_String& fileName) {
+    for (unsigned i = 0; i < mesh_.ElementData().NumClasses(); ++i) {
+      const bme_ElementClass& type = Class(i);
       exo_CheckNodes(mesh_, type, fileName);
-      const Cell cell = CellOf(type, wedges_);
-      const auto count = static_cast<std::size_t>(type.NumElements());
-      const auto columns = static_cast<std::size_t>(type.NumNodesPerElem());
-      const std::span<const int> all = type.ElementConnectivity().Const();
-      for (std::size_t row = 0; row < count; ++row) {
-        for (const std::size_t node : cell.nodes) connectivity_.push_back(all[row * columns + node]);
-        offsets_.push_back(end += static_cast<std::int64_t>(cell.nodes.size()));
-      }
-      types_.insert(types_.end(), count, static_cast<unsigned char>(cell.type));
-      classes_.insert(classes_.end(), count, static_cast<int>(i));
-      const std::span<const int> labels = type.UserElementLabels();
-      if (hasLabels) labels_.insert(labels_.end(), labels.begin(), labels.end());
+      const Cell& cell = cells_.emplace_back(CellOf(type, wedges_));
+      numCells_ += static_cast<std::size_t>(type.NumElements());
+      numNodesOfCells_ += static_cast<std::size_t>(type.NumElements()) * cell.nodes.size();
       counts_["element types and categories of classes"] += 1;
       if (cell.type == 2) counts_["elements as clouds of points"] += type.NumElements();
-      if (cell.nodes.size() < columns && bme_PyramidNodes(type) == 0)
+      if (cell.nodes.size() < static_cast<std::size_t>(type.NumNodesPerElem()) && bme_PyramidNodes(type) == 0)
         counts_["elements without their last nodes"] += type.NumElements();
     }
+  }
+
+  /// An array that is in memory.
+  template<class T> void AddWhole(const cow_String& name, int components, std::span<const T> all) {
+    out_.Array<T>(name, components, all.size(), [all](const PutAll<T>& put) { put(all); });
+  }
+  /// One number for each cell, handed over in slices: those of the class, or made by `numberOf(class)`.
+  template<class T, class NumberOf> void AddPerCell(const cow_String& name, const NumberOf& numberOf) {
+    out_.Array<T>(name, 1, numCells_, [this, numberOf](const PutAll<T>& put) {
+      std::vector<T> slice;
+      for (std::size_t i = 0; i < cells_.size(); ++i)
+        for (auto left = static_cast<std::size_t>(Class(i).NumElements()); left > 0; left -= slice.size()) {
+          slice.resize(std::min(left, kSlice));
+          for (T& number : slice) number = numberOf(i);
+          put(slice);
+        }
+    });
+  }
+
+  void AddCells() {
+    out_.Array<int>("connectivity", 1, numNodesOfCells_, [this](const PutAll<int>& put) {
+      for (std::size_t i = 0; i < cells_.size(); ++i) PutRows(Class(i), cells_[i], put);
+    });
+    AddPerCell<std::int64_t>("offsets", [this, end = std::make_shared<std::int64_t>(0)](std::size_t i) {
+      return *end += static_cast<std::int64_t>(cells_[i].nodes.size());
+    });
+    AddPerCell<unsigned char>("types",
+                              [this](std::size_t i) { return static_cast<unsigned char>(cells_[i].type); });
+  }
+
+  static void PutRows(const bme_ElementClass& type, const Cell& cell, const PutAll<int>& put) {
+    const std::span<const int> all = type.ElementConnectivity().Const();
+    const auto columns = static_cast<std::size_t>(type.NumNodesPerElem());
+    if (cell.nodes.size() == columns && std::ranges::is_sorted(cell.nodes)) return put(all);
+    std::vector<int> slice(kSlice / std::max<std::size_t>(1, columns) * cell.nodes.size()
+                           + cell.nodes.size());
+    std::size_t filled = 0;
+    for (std::size_t row = 0; row < all.size(); row += columns) {
+      for (const std::size_t node : cell.nodes) slice[filled++] = all[row + node];
+      if (filled < slice.size() && row + columns < all.size()) continue;
+      put(std::span<const int>(slice).first(filled));
+      filled = 0;
+    }
+  }
+
+  void AddCellLabels() {
+    if (mesh_.ElementData().HasUserElementLabels())
+      out_.Array<int>("ElementLabel", 1, numCells_, [this](const PutAll<int>& put) {
+        for (std::size_t i = 0; i < cells_.size(); ++i) put(Class(i).UserElementLabels());
+      });
+    AddPerCell<int>("ElementClass", [](std::size_t i) { return static_cast<int>(i); });
   }
 
   void CountSurfaces(const rgnC_SetData& set) {
@@ -262,23 +221,33 @@ private:
 
   /// One array for each set with items of that kind: 1 for these, 0 for the others.
   void AddMarks(res_SetTypeEnm kind, std::size_t most) {
-    std::vector<signed char> values;
     for (const Marks& marks : marks_) {
       if (marks.kind != kind) continue;
-      values.assign(most, 0);
-      const rgnC_SetData& set = marks.set->data;
-      for (int i = 0; i < set.NumSubset(); ++i) {
-        const rgnC_SubsetData& subset = set.SubSet(i);
-        if (subset.SubsetType() != kind || subset.MeshIndex() != mesh_.Id()) continue;
-        for (const int id : subset.IdArray()) {
-          if (static_cast<unsigned>(id) >= most)
-            throw nex_TextException("set \"" + marks.set->name + "\": index " + std::to_string(id)
-                                    + " is outside the " + std::to_string(most) + " of the mesh");
-          values[static_cast<std::size_t>(id)] = 1;
-        }
-      }
-      out_.Array<signed char>(marks.name, "Int8", 1, values);
+      CheckMarks(marks, most);
+      out_.Array<signed char>(marks.name, 1, most, [this, &marks, most](const PutAll<signed char>& put) {
+        std::vector<signed char> values(most);
+        ForEachSubset(marks, [&](std::span<const int> ids) {
+          for (const int id : ids) values[static_cast<std::size_t>(id)] = 1;
+        });
+        put(values);
+      });
     }
+  }
+
+  template<class Work> void ForEachSubset(const Marks& marks, const Work& work) const {
+    const rgnC_SetData& set = marks.set->data;
+    for (int i = 0; i < set.NumSubset(); ++i) {
+      const rgnC_SubsetData& subset = set.SubSet(i);
+      if (subset.SubsetType() == marks.kind && subset.MeshIndex() == mesh_.Id()) work(subset.IdArray());
+    }
+  }
+  void CheckMarks(const Marks& marks, std::size_t most) const {
+    ForEachSubset(marks, [&](std::span<const int> ids) {
+      for (const int id : ids)
+        if (static_cast<unsigned>(id) >= most)
+          throw nex_TextException("set \"" + marks.set->name + "\": index " + std::to_string(id)
+                                  + " is outside the " + std::to_string(most) + " of the mesh");
+    });
   }
 
   void AddNames(fmt_Ledger& ledger) const {
@@ -293,15 +262,14 @@ private:
   const bme_Mesh& mesh_;
   exo_VtkWedges wedges_;
   std::vector<Marks> marks_;
-  Document out_;
-  std::vector<int> connectivity_, labels_, classes_;
-  std::vector<std::int64_t> offsets_;
-  std::vector<unsigned char> types_;
+  vtu_Document out_;
+  std::vector<Cell> cells_; ///< of each class
+  std::size_t numCells_ = 0, numNodesOfCells_ = 0;
   std::map<cow_String, long long> counts_;
 };
 } // namespace
 
 fmt_Ledger vtu_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
-                         exo_VtkWedges wedges) {
-  return Exporter(mesh, sets, wedges).Run(output);
+                         exo_VtkWedges wedges, fmt_Encoding encoding) {
+  return Exporter(mesh, sets, wedges).Run(output, encoding);
 }

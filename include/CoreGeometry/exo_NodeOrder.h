@@ -52,3 +52,13 @@ struct exo_VtkCell {
 enum class exo_VtkWedges { Plain, LinearMirrored, Mirrored };
 CORE_GEOMETRY_EXCHANGE_API std::optional<exo_VtkCell>
 exo_FindVtkCell(std::span<const shp_IsoPoint> ours, exo_VtkWedges wedges = exo_VtkWedges::Plain);
+
+/// What a cell of VTK is, by its number.
+struct exo_VtkNodes {
+  std::string_view name; ///< "VTK_WEDGE"
+  exo_Cell cell;
+  std::vector<shp_IsoPoint> nodes; ///< where they stand, in the cell's order
+};
+/// Nothing for a number whose nodes have no fixed places.
+CORE_GEOMETRY_EXCHANGE_API std::optional<exo_VtkNodes>
+exo_VtkNodesOf(int type, exo_VtkWedges wedges = exo_VtkWedges::Plain);

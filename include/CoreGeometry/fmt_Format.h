@@ -18,6 +18,8 @@ struct fmt_ReadOptions {
   bool chooseOffset = false;            ///< a round one near the first nodes
   bool acceptDamage = false;            ///< elements that rounding collapses or turns inside out are no error
   fmt_ExactNodes* exactNodes = nullptr; ///< for fmt_ReadMesh itself
+  /// Of files of VTK, which do not tell it; if not given, plain unless most wedges then have negative volumes.
+  std::optional<exo_VtkWedges> wedges{};
 };
 
 /// How the numbers of a file are written, for formats that have the choice.
@@ -38,9 +40,10 @@ struct fmt_WriteOptions {
 struct fmt_Format {
   std::string_view name;  ///< "exodus": for --format
   std::string_view title; ///< "an Exodus II file"
-  std::vector<cow_String> suffixes;
-  std::string_view cannotHold; ///< what of a mesh a file of it has no place for; empty for none
-  bool hasEncodings = false;   ///< ascii and others can be asked for
+  std::vector<cow_String> suffixes{};
+  std::string_view cannotHold{}; ///< what of a mesh a file of it has no place for; empty for none
+  bool hasEncodings = false;     ///< ascii and others can be asked for
+  bool isOfSurfaces = false;     ///< holds surfaces alone; one of them, or the outside, is written
 
   /// Whether a file that begins like this, with up to 4096 bytes, is of the format.
   bool (*recognises)(std::string_view start) = nullptr;
@@ -51,7 +54,6 @@ struct fmt_Format {
                                     const fmt_ResultsOptions& options) = nullptr;
   fmt_Ledger (*write)(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
                       const fmt_WriteOptions& options) = nullptr;
-  bool isOfSurfaces = false; ///< holds surfaces alone; one of them, or the outside, is written
 };
 
 /// All formats, in the order in which files are tried.

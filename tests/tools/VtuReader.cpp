@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <fstream>
 #include <map>
-#include <numeric>
 #include <optional>
 #include <string_view>
 #include <tuple>
@@ -33,53 +32,38 @@ std::string Needed(std::string_view tag, const std::string& name) {
   return *value;
 }
 
-/// Takes `count` bytes in base64 with padding off the front.
-std::string TakeBase64(std::string_view& text, std::size_t count) {
-  static constexpr std::string_view kDigits =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  const std::size_t length = (count + 2) / 3 * 4;
-  Insist(length <= text.size(), "the appended data end too early");
-  std::string bytes;
-  for (std::size_t i = 0; i < length; i += 4) {
-    const std::size_t here = std::min<std::size_t>(3, count - bytes.size());
-    unsigned word = 0;
-    for (std::size_t k = 0; k < 4; ++k) {
-      const std::size_t digit = kDigits.find(text[i + k]);
-      Insist(k <= here ? digit < 64 : text[i + k] == '=', "wrong base64 digit or padding");
-      word = word << 6U | (k <= here ? static_cast<unsigned>(digit) : 0U);
-    }
-    for (std::size_t k = 0; k < here; ++k) bytes += static_cast<char>(word >> (16 - 8 * k) & 255U);
-  }
-  text.remove_prefix(length);
+/// Takes bytes off the front.
+std::string Take(std::string_view& data, std::size_t count) {
+  Insist(count <= data.size(), "the appended data end too early");
+  const std::string bytes(data.substr(0, count));
+  data.remove_prefix(count);
   return bytes;
 }
-std::vector<std::uint64_t> TakeNumbers(std::string_view text, std::size_t count) {
-  const std::string bytes = TakeBase64(text, 8 * count);
+std::vector<std::uint64_t> TakeNumbers(std::string_view& data, std::size_t count) {
+  const std::string bytes = Take(data, 8 * count);
   std::vector<std::uint64_t> numbers(count);
-  std::memcpy(numbers.data(), bytes.data(), bytes.size());
+  if (count > 0) std::memcpy(numbers.data(), bytes.data(), bytes.size());
   return numbers;
 }
 
 /// Takes one array off the front: number of blocks, their length, that of the last when it is shorter, the
-/// compressed lengths; the blocks.
-std::pair<std::string, std::size_t> TakeArray(std::string_view& text) {
-  const std::size_t count = TakeNumbers(text, 3)[0];
+/// compressed lengths; the blocks. Or the number of bytes and these.
+std::pair<std::string, std::size_t> TakeArray(std::string_view& data, bool isCompressed) {
+  if (!isCompressed) return {Take(data, TakeNumbers(data, 1)[0]), 0};
+  const std::vector<std::uint64_t> header = TakeNumbers(data, 3);
+  const std::size_t count = header[0];
   Insist(count < 1000000, "too many blocks");
-  const std::vector<std::uint64_t> header = TakeNumbers(text, 3 + count);
-  TakeBase64(text, 8 * header.size());
-  const std::string packed =
-      TakeBase64(text, std::accumulate(header.begin() + 3, header.end(), std::size_t{0}));
   std::string bytes;
-  std::size_t start = 0;
+  const std::vector<std::uint64_t> lengths = TakeNumbers(data, count);
   for (std::size_t i = 0; i < count; ++i) {
+    const std::string packed = Take(data, lengths[i]);
     uLongf length = i + 1 == count && header[2] > 0 ? header[2] : header[1];
     const uLongf expected = length;
     std::string block(length, 0);
     const int result = uncompress(reinterpret_cast<Bytef*>(block.data()), &length,
-                                  reinterpret_cast<const Bytef*>(packed.data()) + start, header[3 + i]);
+                                  reinterpret_cast<const Bytef*>(packed.data()), packed.size());
     Insist(result == Z_OK && length == expected, "a block is not what its header says");
     bytes += block;
-    start += header[3 + i];
   }
   return {bytes, count};
 }
@@ -89,7 +73,7 @@ Vtu::Vtu(const std::string& file) {
   std::ifstream in(file, std::ios::binary);
   const std::string text{std::istreambuf_iterator<char>(in), {}};
   constexpr std::string_view kEnd = "\n</AppendedData>\n</VTKFile>\n",
-                             kStart = "<AppendedData encoding=\"base64\">\n_";
+                             kStart = "<AppendedData encoding=\"raw\">\n_";
   const std::size_t xmlEnd = text.find(kStart);
   Insist(xmlEnd != std::string::npos && text.ends_with(kEnd), file + " has no appended data");
   std::string_view data = text;
@@ -97,12 +81,14 @@ Vtu::Vtu(const std::string& file) {
   data.remove_suffix(kEnd.size());
   const std::size_t dataSize = data.size();
   std::string section;
+  bool isCompressed = false;
   for (std::size_t at = text.find('<'); at < xmlEnd; at = text.find('<', at + 1)) {
     const std::string_view tag = std::string_view(text).substr(at, text.find('>', at) - at);
     const std::string name(tag.substr(1, tag.find_first_of(" >/", 1) - 1));
     if (name == "VTKFile") {
       Insist(Needed(tag, "header_type") == "UInt64", "other headers");
-      Insist(Needed(tag, "compressor") == "vtkZLibDataCompressor", "another compressor");
+      isCompressed = Attribute(tag, "compressor").has_value();
+      Insist(!isCompressed || Attribute(tag, "compressor") == "vtkZLibDataCompressor", "another compressor");
     } else if (name == "Piece") {
       numPoints_ = std::stoul(Needed(tag, "NumberOfPoints"));
       numCells_ = std::stoul(Needed(tag, "NumberOfCells"));
@@ -113,7 +99,7 @@ Vtu::Vtu(const std::string& file) {
       Array array{section, Needed(tag, "Name"), Needed(tag, "type"), 1, 0, {}};
       Insist(!Has(array.name), "two arrays \"" + array.name + '"');
       array.components = std::stoul(Attribute(tag, "NumberOfComponents").value_or("1"));
-      std::tie(array.bytes, array.numBlocks) = TakeArray(data);
+      std::tie(array.bytes, array.numBlocks) = TakeArray(data, isCompressed);
       arrays_.push_back(std::move(array));
     } else {
       section = name;

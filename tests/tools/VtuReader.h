@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-/// The arrays of a VTU file by name: appended, base64, zlib, 64-bit headers. Every array must begin where the
+/// The arrays of a VTU file by name: appended as they are or with zlib, 64-bit headers. Every array must begin where the
 /// one before ends and the last end with the block, have the numbers that points and cells ask for, and a
 /// name of its own.
 class Vtu {
@@ -26,7 +26,7 @@ public:
     if (!values.empty()) std::memcpy(values.data(), array.bytes.data(), array.bytes.size());
     return values;
   }
-  std::size_t NumBlocks(const std::string& name) const; ///< it was compressed in
+  std::size_t NumBlocks(const std::string& name) const; ///< it was compressed in; 0 when it was not
 
 private:
   struct Array {

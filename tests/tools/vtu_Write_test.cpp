@@ -118,12 +118,13 @@ TEST(vtu_Write, HasNodesOfSolidsWhereTheCellHasThem) {
   }
 }
 
-/// Blocks have 262144 bytes: several with a rest, several without, none at all.
+/// Blocks have 262144 bytes: several with a rest, several without, none at all, not compressed.
 TEST(vtu_Write, HasLongArraysInBlocks) {
   const TestFolder folder;
   const auto check = [&](const bme_Mesh& mesh, std::size_t numBlocks) {
     uti_OutputFile output(folder / "long.vtu", {.force = true});
-    vtu_WriteMesh(output, mesh, {});
+    vtu_WriteMesh(output, mesh, {}, exo_VtkWedges::Plain,
+                  numBlocks > 0 ? fmt_Encoding::Compressed : fmt_Encoding::Default);
     const Vtu vtu(folder / "long.vtu");
     EXPECT_TRUE(std::ranges::equal(vtu.Values<float>("Points"), mesh.NodeData().Coordinates().Const()));
     EXPECT_EQ(vtu.NumBlocks("Points"), numBlocks);
@@ -135,7 +136,8 @@ TEST(vtu_Write, HasLongArraysInBlocks) {
     EXPECT_EQ(vtu.Values<int>("connectivity"), all);
     EXPECT_EQ(vtu.NumCells(), mesh.ElementData().NumElements());
   };
-  check(*MeshMaker().Box(40, 30, 25).Make(), 2); // 33046 nodes
+  for (const std::size_t numBlocks : {0U, 2U})
+    check(*MeshMaker().Box(40, 30, 25).Make(), numBlocks); // 33046 nodes
   MeshMaker exact;
   exact.Nodes(65536);
   for (std::size_t i = 0; i < exact.xyz.size(); ++i) exact.xyz[i] = static_cast<float>(i);

@@ -13,13 +13,19 @@ namespace {
 struct Arguments {
   std::string file, name;
   cli_OutputArguments output;
-  std::string wedges, surface;
+  std::string wedges, encoding, surface;
   bool json = false;
 };
 
 exo_VtkWedges WedgesOf(const Arguments& arguments) {
   if (arguments.wedges == "mirrored") return exo_VtkWedges::Mirrored;
   return arguments.wedges == "linear-mirrored" ? exo_VtkWedges::LinearMirrored : exo_VtkWedges::Plain;
+}
+
+fmt_Encoding EncodingOf(const Arguments& arguments) {
+  if (arguments.encoding == "ascii") return fmt_Encoding::Ascii;
+  if (arguments.encoding == "compressed") return fmt_Encoding::Compressed;
+  return arguments.encoding == "binary" ? fmt_Encoding::Binary : fmt_Encoding::Default;
 }
 
 const std::vector<cli_FileFormat>& Formats() {
@@ -50,8 +56,11 @@ void Run(const Arguments& arguments) {
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
   const std::vector<bme_NamedSet> sets = cli_SetsOfMesh(model, root);
   console.Begin("writing " + output.Name());
-  fmt_Ledger ledger = fmt_WriteMesh(output, format, *mesh, sets,
-                                    {.wedges = WedgesOf(arguments), .surface = arguments.surface});
+  fmt_WriteOptions options;
+  options.encoding = EncodingOf(arguments);
+  options.wedges = WedgesOf(arguments);
+  options.surface = arguments.surface;
+  fmt_Ledger ledger = fmt_WriteMesh(output, format, *mesh, sets, options);
   AddDatums(ledger, cli_Datums(model, root));
   console.End();
   if (arguments.json) {
@@ -87,6 +96,11 @@ void cli_AddExport(CLI::App& app) {
   command->add_option(
       "--surface", arguments->surface,
       "Set to write to a file of surfaces (STL, OBJ, PLY, glb), instead of the whole outside");
+  command
+      ->add_option("--encoding", arguments->encoding,
+                   "Form of the numbers, of formats that have a choice: binary, also by default, compressed "
+                   "(zlib) or ascii")
+      ->check(CLI::IsMember({"default", "ascii", "binary", "compressed"}));
   command->footer(
       "Labels and sets go along, and what the file cannot hold is listed at the end. An Exodus II file\n"
       "becomes the same mesh when it is imported again, except for what is listed. A VTU file has labels\n"

@@ -23,7 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 
 struct Arguments {
-  std::string file, name, format;
+  std::string file, name, format, wedges;
   std::optional<std::string> model;
   std::vector<std::string> words, maps;
   std::string offset;
@@ -318,6 +318,10 @@ void Run(const Arguments& arguments) {
   }
   if (!arguments.offset.empty()) SetOffset(options, arguments.offset);
   options.acceptDamage = arguments.force;
+  if (!arguments.wedges.empty())
+    options.wedges = arguments.wedges == "plain"      ? exo_VtkWedges::Plain
+                     : arguments.wedges == "mirrored" ? exo_VtkWedges::Mirrored
+                                                      : exo_VtkWedges::LinearMirrored;
   cli_Console console;
   const Target target = ChooseTarget(arguments);
   // a likely identifier; what holds is decided when the mesh is stored
@@ -381,6 +385,11 @@ void cli_AddImport(CLI::App& app) {
       ->expected(1)
       ->allow_extra_args(false)
       ->take_all();
+  command
+      ->add_option(
+          "--vtk-wedges", arguments->wedges,
+          "Order of the nodes of wedges in a file of VTK, as in export; by their volumes if not given")
+      ->check(CLI::IsMember({"plain", "linear-mirrored", "mirrored"}));
   command
       ->add_option(
           "--offset", arguments->offset,
