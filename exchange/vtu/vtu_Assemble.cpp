@@ -26,7 +26,7 @@ public:
   }
 
   fmt_Import Run() {
-    fmt_Coordinates coordinates(grid_.file, numNodes_);
+    fmt_Coordinates coordinates(grid_.file, numNodes_, options_);
     for (const vtu_Piece& piece : grid_.pieces) ReadPoints(piece, coordinates);
     auto nodes = std::make_unique<bme_NodeData>(coordinates.Take(), 3U);
     for (const vtu_CellClass& one : cells_.Classes())
@@ -46,7 +46,8 @@ public:
     for (auto& elements : classes) handedOver.push_back(elements.release());
     auto* elements = new bme_ElementData(handedOver.data(), static_cast<unsigned>(handedOver.size()));
     result_.mesh =
-        std::make_unique<bme_Mesh>(options_.meshId, nodes.release(), elements, bme_ORPHAN_MESH, nullptr);
+        std::make_unique<bme_Mesh>(options_.meshId, nodes.release(), elements, bme_ORPHAN_MESH,
+                                               coordinates.Transform());
     result_.title = grid_.title;
     result_.sets = vtu_ReadSets(grid_, cells_, consumed_, static_cast<int>(options_.meshId), result_.ledger);
     return std::move(result_);

@@ -135,6 +135,16 @@ void vtu_Cells::ReadPiece(const vtu_Piece& piece, const fmt_ReadOptions& options
     const auto someEnds = offsets ? offsets->Take(count) : std::span<const std::int64_t>();
     const auto someTold = told ? told->Take(count) : std::span<const std::int64_t>();
     for (std::size_t i = 0; i < count; ++i) {
+      if (offsets && lastType_ >= 0 && lastPlace_ != kLeftOut) { // most are like the one before
+        vtu_CellClass& last = classes_[lastPlace_];
+        const std::size_t begin = i;
+        while (i < count && someTypes[i] == lastType_ && someEnds[i] == end + last.numNodes
+               && someEnds[i] <= most && (!told || someTold[i] == lastTold_))
+          end = someEnds[i++];
+        classOf_.insert(classOf_.end(), i - begin, lastPlace_);
+        last.numElements += static_cast<std::int64_t>(i - begin);
+        if (i == count) break;
+      }
       const std::int64_t type = someTypes[i], before = end;
       const std::int64_t number = offsets ? someEnds[i] : rows.Next();
       end = offsets || number < 0 || number > most ? number : before + 1 + number;
@@ -172,9 +182,9 @@ void vtu_Cells::ReadPiece(const vtu_Piece& piece, const fmt_ReadOptions& options
 
 std::uint16_t vtu_Cells::Place(int type, std::int64_t length, std::int64_t told,
                                const fmt_ReadOptions& options) {
-  if (type == lastType_ && told == lastTold_) return lastPlace_;
   for (const FewNodes& few : kFewNodes)
     if (few.type == type && few.length == length) type = few.same;
+  if (type == lastType_ && told == lastTold_) return lastPlace_;
   const auto [at, isNew] = places_.try_emplace({type, told}, kLeftOut);
   if (isNew) at->second = Add(type, options);
   lastType_ = type;

@@ -121,7 +121,7 @@ public:
     const auto numNodes = static_cast<std::size_t>(nodes.NumNodes());
     out_.Text("<UnstructuredGrid>\n<Piece NumberOfPoints=\"" + std::to_string(numNodes)
               + "\" NumberOfCells=\"" + std::to_string(numCells_) + "\">\n<Points>\n");
-    AddWhole("Points", 3, nodes.Coordinates().Const());
+    AddPoints(nodes.Coordinates().Const());
     out_.Text("</Points>\n<Cells>\n");
     AddCells();
     out_.Text("</Cells>\n<PointData>\n");
@@ -164,6 +164,19 @@ private:
   /// An array that is in memory.
   template<class T> void AddWhole(const cow_String& name, int components, std::span<const T> all) {
     out_.Array<T>(name, components, all.size(), [all](const PutAll<T>& put) { put(all); });
+  }
+  /// As they are placed, in double precision when they are.
+  void AddPoints(std::span<const float> all) {
+    if (placement_.IsNone()) return AddWhole("Points", 3, all);
+    out_.Array<double>("Points", 3, all.size(), [this, all](const PutAll<double>& put) {
+      std::vector<double> placed;
+      for (std::size_t first = 0; first < all.size(); first += 3 * kSlice) {
+        const std::span<const float> some = all.subspan(first, std::min(3 * kSlice, all.size() - first));
+        placed.resize(some.size());
+        placement_.Place(some, placed);
+        put(placed);
+      }
+    });
   }
   /// One number for each cell, handed over in slices: those of the class, or made by `numberOf(class)`.
   template<class T, class NumberOf> void AddPerCell(const cow_String& name, const NumberOf& numberOf) {
@@ -260,6 +273,7 @@ private:
   }
 
   const bme_Mesh& mesh_;
+  bme_Placement placement_{mesh_};
   exo_VtkWedges wedges_;
   std::vector<Marks> marks_;
   vtu_Document out_;

@@ -7,7 +7,7 @@ cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/../.."
 seconds=${1:?seconds}
 shift
 targets=("$@")
-((${#targets[@]})) || targets=(database_fuzz path_fuzz exodus_fuzz gmsh_fuzz stl_fuzz format_fuzz)
+((${#targets[@]})) || targets=(database_fuzz path_fuzz exodus_fuzz vtu_fuzz vtk_fuzz gmsh_fuzz stl_fuzz format_fuzz)
 
 found=build/fuzz/found
 mkdir -p "$found"
@@ -20,6 +20,7 @@ for target in "${targets[@]}"; do
       for model in tests/files/*/model.cgdb; do cp "$model" "$seeds/$(basename "$(dirname "$model")")"; done ;;
     exodus_fuzz) cp tests/files/small_exodus/*.exo "$seeds" ;;
     gmsh_fuzz | stl_fuzz) cp tests/files/small_"${target%_fuzz}"/* "$seeds" ;;
+    vtu_fuzz | vtk_fuzz) cp tests/files/small_vtk/*."${target%_fuzz}" "$seeds" ;;
     path_fuzz) printf 'm.elemData.classes[0].elemCtrlParams' > "$seeds/path"; printf 's.subsetList[0]' > "$seeds/map" ;;
     format_fuzz) printf '\x6c%%s %%d %%u %%lf %%08x %%2$s %%%%' > "$seeds/text" ;;
   esac

@@ -11,7 +11,8 @@ from vtkmodules.vtkCommonCore import vtkVersion  # these need no graphics librar
 from vtkmodules.vtkFiltersGeneral import vtkCellValidator
 from vtkmodules.vtkFiltersVerdict import vtkCellSizeFilter
 from vtkmodules.vtkIOExodus import vtkExodusIIReader
-from vtkmodules.vtkIOXML import vtkXMLUnstructuredGridReader
+from vtkmodules.vtkIOLegacy import vtkUnstructuredGridWriter
+from vtkmodules.vtkIOXML import vtkXMLUnstructuredGridReader, vtkXMLUnstructuredGridWriter
 
 TOOL = os.path.abspath(sys.argv[1])
 # our type, spatial dimensions, meshio's cell
@@ -256,6 +257,73 @@ def judge_glb(file):
     check(count == len(corners), f"glb: VTK reads {count} triangles of {len(corners)}")
 
 
+def writings(grid, mesh, folder):
+    """The file of each way in which VTK and meshio write a grid."""
+    for mode in ("Ascii", "Binary", "Appended"):
+        for bits in range(16):
+            writer = vtkXMLUnstructuredGridWriter()
+            writer.SetInputData(grid)
+            getattr(writer, "SetDataModeTo" + mode)()
+            if bits & 1:
+                writer.SetCompressor(None)
+            writer.SetEncodeAppendedData(bits >> 1 & 1)
+            writer.SetByteOrder(bits >> 2 & 1)
+            writer.SetHeaderType(64 if bits & 8 else 32)
+            yield f"VTK {mode} {bits}", folder + f"/{mode}{bits}.vtu", writer
+    for version in (42, 51):
+        for form in (1, 2):
+            writer = vtkUnstructuredGridWriter()
+            writer.SetInputData(grid)
+            writer.SetFileVersion(version)
+            writer.SetFileType(form)
+            yield f"VTK legacy {version} {form}", folder + f"/{version}_{form}.vtk", writer
+    for name, write_as in (("zlib.vtu", {}), ("plain.vtu", {"compression": None}), ("ascii.vtu", {"binary": False})):
+        yield "meshio " + name, folder + "/m_" + name, lambda file, options=write_as: meshio.vtu.write(file, mesh, **options)
+    for name, write_as in (("51.vtk", {}), ("42.vtk", {"fmt_version": "4.2"}), ("ascii.vtk", {"binary": False})):
+        yield "meshio " + name, folder + "/m_" + name, lambda file, options=write_as: meshio.vtk.write(file, mesh, **options)
+
+
+def judge_grids(folder):
+    """A model of several types with labels and sets comes back from whatever others make of our VTU files."""
+    sample = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../examples/bracket.exo")
+    run("import", sample, "-o", folder + "/first.cgdb", "--name", "m")
+
+    def seen(model):
+        whole = facts("measure", model)["groups"]
+        sets = {one["region"]: one["items"] for one in facts("sets", model)["regions"] if one["kind"] != "surface"}
+        return whole, sets, facts("query", model, "--node", "1010", "--element", "104,3001")
+
+    expected, count = seen(folder + "/first.cgdb"), 0
+    for encoding in ("default", "compressed", "ascii"):
+        ours = folder + f"/{encoding}.vtu"
+        run("export", folder + "/first.cgdb", "-o", ours, "--encoding", encoding)
+        reader = vtkXMLUnstructuredGridReader()
+        reader.SetFileName(ours)
+        reader.Update()
+        mesh = meshio.read(ours)
+        for name, file, writer in [("ours", ours, None), *(writings(reader.GetOutput(), mesh, folder) if encoding == "default" else ())]:
+            if hasattr(writer, "SetFileName"):
+                writer.SetFileName(file)
+                writer.Write()
+            elif writer:
+                writer(file)
+            run("import", file, "-o", folder + "/next.cgdb", "--name", "m", "--force")
+            got = seen(folder + "/next.cgdb")
+            check(differences(expected, got) == [], f"{encoding}, {name}: {differences(expected, got)}")
+            count += 1
+    return count
+
+
+def differences(a, b, place=""):
+    if isinstance(a, dict) and isinstance(b, dict) and a.keys() == b.keys():
+        return [one for key in a if key not in ("file", "mesh", "category") for one in differences(a[key], b[key], f"{place}/{key}")]
+    if isinstance(a, (list, tuple)) and isinstance(b, (list, tuple)) and len(a) == len(b):
+        return [one for i, (x, y) in enumerate(zip(a, b)) for one in differences(x, y, f"{place}/{i}")]
+    if isinstance(a, (int, float)) and isinstance(b, (int, float)):
+        return [] if np.isclose(a, b, rtol=1e-6, atol=1e-9) else [place]
+    return [] if a == b else [place]
+
+
 with tempfile.TemporaryDirectory() as work:
     for one in TYPES:
         judge(work, *one)
@@ -263,6 +331,7 @@ with tempfile.TemporaryDirectory() as work:
         if dims == 3 and label != "MASS" and cell in meshio._mesh.topological_dimension:  # it has no wedge of 15 nodes
             judge_gmsh(work, label, cell)
     judge_surfaces(work)
-print(f"{len(TYPES)} types judged by meshio {meshio.__version__}, netCDF4 {netCDF4.__version__}, "
+    numFiles = judge_grids(work)
+print(f"{len(TYPES)} types and {numFiles} files judged by meshio {meshio.__version__}, netCDF4 {netCDF4.__version__}, "
       f"VTK {vtkVersion.GetVTKVersion()}: {len(failures)} failures")
 sys.exit(1 if failures else 0)

@@ -348,6 +348,9 @@ TEST(vtu_Read, TakesWhatOthersWriteAndListsTheRest) {
   EXPECT_EQ(Listed(some, "cells of type 71 (VTK_LAGRANGE_TETRAHEDRON)"), "1 left out: no element type here");
   EXPECT_EQ(Items(some, "material 3"), std::vector<int>{0});
 
+  const fmt_Import lines = grid.With(">4 8 12<", ">3 5 12<").With(">10 9 10<", ">4 4 4<").Read();
+  EXPECT_EQ(lines.mesh->ElementData().NumElements(), 1U) << "a line of two nodes";
+
   // pieces, and a collection of files
   const std::size_t begin = kGrid.find("<Piece"), end = kGrid.find("</UnstructuredGrid>");
   const fmt_Import pieces =
