@@ -41,6 +41,7 @@ private:
     cow_String name; ///< of the array
   };
   static vtu_Type TypeOf(float) { return vtu_Type::Float32; }
+  static vtu_Type TypeOf(double) { return vtu_Type::Float64; }
   static vtu_Type TypeOf(int) { return vtu_Type::Int32; }
   static vtu_Type TypeOf(std::int64_t) { return vtu_Type::Int64; }
   static vtu_Type TypeOf(signed char) { return vtu_Type::Int8; }
