@@ -12,6 +12,7 @@ int main() try {
   cls_CreateModel("stored.cgdb", {}, [&](const cls_Database&, cls_WritePass& pass) {
     pass.Put("meshes/bracket", *read.mesh);
     for (const bme_NamedSet& set : read.sets) bme_PutSet(pass, "bracket", set.name, set.data);
+    pass.Put(cow_String(bme_kNotesFolder) + "bracket", read.notes); // title, records, attributes
   });
 
   const cls_Database model = cls_Database::Open("stored.cgdb");

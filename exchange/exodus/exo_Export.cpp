@@ -1,6 +1,6 @@
 #include <CoreGeometry/exo_Export.h>
 
-#include "exo_Write.h"
+#include "exo_OutNotes.h"
 #include <CoreGeometry/exo_Types.h>
 
 #include <BasicUtils/nex_Exception.h>
@@ -18,12 +18,14 @@ struct Kind {
   const char* name;
   res_SetTypeEnm whole; ///< the type of a set that has nothing in it
   std::span<const res_SetTypeEnm> items;
+  bme_NotedEnm noted;
 };
 constexpr res_SetTypeEnm kNodes[] = {res_NODE_SET}, kElements[] = {res_ELEMENT_SET},
                          kSides[] = {res_SURFACE_FACET, res_SURFACE_EDGE, res_SURFACE_ELEMENT};
-constexpr Kind kKinds[] = {{exo_SetKind::Nodes, "node set", res_NODE_SET, kNodes},
-                           {exo_SetKind::Sides, "side set", res_SURFACE_SET, kSides},
-                           {exo_SetKind::Elements, "element set", res_ELEMENT_SET, kElements}};
+constexpr Kind kKinds[] = {
+    {exo_SetKind::Nodes, "node set", res_NODE_SET, kNodes, bme_NODES_NOTED},
+    {exo_SetKind::Sides, "side set", res_SURFACE_SET, kSides, bme_SURFACE_NOTED},
+    {exo_SetKind::Elements, "element set", res_ELEMENT_SET, kElements, bme_ELEMENTS_NOTED}};
 
 /// Numbers for blocks, or for sets of one kind, none of them twice: those that are wanted first, then the others the
 /// next free ones. Lists what a number had to be changed from and to.
@@ -62,14 +64,15 @@ cow_String CommonTitle(std::span<const cow_String> categories) {
 
 class Exporter {
 public:
-  Exporter(const bme_Mesh& mesh, std::span<const bme_NamedSet> sets) : mesh_(mesh), sets_(sets) {}
+  Exporter(const bme_Mesh& mesh, std::span<const bme_NamedSet> sets, const bme_MeshNotes* notes)
+      : mesh_(mesh), sets_(sets), notes_(notes, out_) {}
 
   fmt_Ledger Run(uti_OutputFile& output) {
     AddNodes();
     std::vector<cow_String> categories;
     for (unsigned i = 0; i < mesh_.ElementData().NumClasses(); ++i)
       categories.push_back(bme_PlainCategory(mesh_.ElementData().GetClass(i)));
-    title_ = CommonTitle(categories);
+    title_ = TitleOf(categories);
     out_.title = title_;
     isBlock_.resize(sets_.size());
     AddBlocks(output.Name(), categories);
@@ -82,12 +85,16 @@ public:
       if (!changes.empty())
         Count("numbers of sets", Joined("numbers of sets", cow_String(kind.name) + "s " + changes));
     }
+    DropMadeNames();
     CheckLengths();
+    fmt_Ledger notWritten;
+    notes_.Finish(notWritten);
     exo_WriteFile(output, out_);
     fmt_Ledger ledger;
     for (const auto& [what, count] : counts_)
       if (count > 0) ledger.push_back({what, count, details_[what]});
     exo_ListNotMesh(mesh_, ledger);
+    ledger.insert(ledger.end(), notWritten.begin(), notWritten.end());
     return ledger;
   }
 
@@ -119,6 +126,23 @@ private:
     if (nodes.HasUserNodeLabels()) out_.nodeLabels = nodes.UserNodeLabels().Const();
   }
 
+  /// That of the file it came from, if the classes still have it.
+  cow_String TitleOf(std::span<const cow_String> categories) const {
+    const cow_String noted = notes_.Title();
+    const bool isOfAll = std::ranges::all_of(
+        categories, [&](const cow_String& category) { return category.starts_with(noted + "/"); });
+    return !noted.empty() && noted.size() <= exo_kLongestTitle && isOfAll ? noted : CommonTitle(categories);
+  }
+
+  /// What an import calls blocks and sets without a name.
+  void DropMadeNames() {
+    const auto drop = [](auto& item, const char* kind) {
+      if (item.name == cow_String(kind) + " " + std::to_string(item.id)) item.name.clear();
+    };
+    for (exo_OutBlock& block : out_.blocks) drop(block, "block");
+    for (exo_OutSet& set : out_.sets) drop(set, std::ranges::find(kKinds, set.kind, &Kind::kind)->name);
+  }
+
   void AddBlocks(const cow_String& fileName, std::span<const cow_String> categories) {
     for (unsigned i = 0; i < mesh_.ElementData().NumClasses(); ++i) {
       const bme_ElementClass& type = mesh_.ElementData().GetClass(i);
@@ -128,7 +152,10 @@ private:
       block.name = title_.empty() || category.empty() ? category : category.substr(title_.size() + 1);
       block.id = BlockId(type, block.name);
       block.numElements = type.NumElements();
-      AddRows(type, block);
+      const bme_Annotation* note =
+          notes_.Take(bme_CLASS_NOTED, static_cast<int>(i), static_cast<std::size_t>(type.NumElements()));
+      AddRows(type, note ? note->typeName : cow_String(), block);
+      if (note) notes_.Add(*note, block);
     }
     const cow_String changes = Number(std::span(out_.blocks), Count("numbers of blocks"));
     if (!changes.empty()) Count("numbers of blocks", changes);
@@ -161,13 +188,30 @@ private:
     return std::ranges::all_of(only.IdArray(), [&](int id) { return id == next++; });
   }
 
-  void AddRows(const bme_ElementClass& type, exo_OutBlock& block) {
+  /// The name of the type that the elements came with, if they are read as such an element by it.
+  std::optional<exo_TypeName> NameOf(const bme_ElementClass& type, const cow_String& noted) const {
+    const shp_Shape* shape = type.Shape();
+    if (!shape) return std::nullopt;
+    const int pyramidNodes = bme_PyramidNodes(type);
+    std::optional<exo_TypeName> name = exo_NameType(*shape, out_.numDims, pyramidNodes);
+    if (noted.empty()) return name;
+    const int numNodes = name ? name->numNodes : shape->NumNodes();
+    exo_ElementType found = exo_TypeMap().Find(noted, numNodes, out_.numDims);
+    const bool isSame = found.label == type.ElemTypeLabel() || (name && found.label == name->label);
+    if (!found.supported || !isSame || found.arePyramids != (pyramidNodes > 0)) return name;
+    if (found.order.empty()) {
+      found.order.resize(static_cast<std::size_t>(numNodes));
+      std::iota(found.order.begin(), found.order.end(), 0);
+    }
+    return exo_TypeName{noted, numNodes, std::move(found.order), std::move(found.sides), found.label};
+  }
+
+  void AddRows(const bme_ElementClass& type, const cow_String& noted, exo_OutBlock& block) {
     const shp_Shape* shape = type.Shape();
     const std::span<const int> all = type.ElementConnectivity().Const();
     auto columns = static_cast<std::size_t>(type.NumNodesPerElem());
     if (columns == 0 && shape) columns = static_cast<std::size_t>(shape->NumNodes());
-    const std::optional<exo_TypeName> name =
-        shape ? exo_NameType(*shape, out_.numDims, bme_PyramidNodes(type)) : std::nullopt;
+    const std::optional<exo_TypeName> name = NameOf(type, noted);
     const std::size_t written = name ? static_cast<std::size_t>(name->numNodes) : columns;
     std::vector<int> order(name ? name->order.size() : columns);
     if (name)
@@ -176,7 +220,7 @@ private:
       std::iota(order.begin(), order.end(), 0);
     sides_.push_back(name ? name->sides : std::vector<exo_Side>());
     const cow_String& label = type.ElemTypeLabel();
-    block.type = name ? name->name : label;
+    block.type = name ? name->name : shape || noted.empty() ? label : noted;
     const bool hasCount = !block.type.empty() && block.type.back() >= '0' && block.type.back() <= '9';
     const cow_String what = label + ", as " + block.type + (hasCount ? "" : std::to_string(written));
     if (name && name->label != label)
@@ -227,6 +271,8 @@ private:
     const rgnC_SetData& data = set.data;
     exo_OutSet made{kind.kind, data.GetSetIndex(), NameInFile(kind, set), {}, {}};
     bool isOfKind = data.NumSubset() == 0 && data.GetSetType() == kind.whole;
+    stored_.clear();
+    next_ = 0;
     for (int i = 0; i < data.NumSubset(); ++i) {
       const rgnC_SubsetData& subset = data.SubSet(i);
       const res_SetTypeEnm type = subset.SubsetType();
@@ -240,18 +286,24 @@ private:
         AddSides(subset, made);
       else
         AddIds(set, subset, made);
+      next_ += subset.NumItems();
     }
     if (!isOfKind) return;
+    if (const bme_Annotation* note =
+            notes_.Take(kind.noted, set.data.GetSetIndex(), static_cast<std::size_t>(next_)))
+      notes_.Add(*note, stored_, made);
     out_.sets.push_back(std::move(made));
   }
 
-  void AddIds(const bme_NamedSet& set, const rgnC_SubsetData& subset, exo_OutSet& made) const {
+  void AddIds(const bme_NamedSet& set, const rgnC_SubsetData& subset, exo_OutSet& made) {
     const unsigned most =
         made.kind == exo_SetKind::Nodes ? mesh_.NodeData().NumNodes() : mesh_.ElementData().NumElements();
+    int place = next_;
     for (const int id : subset.IdArray()) {
       if (static_cast<unsigned>(id) >= most)
         throw nex_TextException("set \"" + set.name + "\": index " + std::to_string(id) + " is outside the "
                                 + std::to_string(most) + " of the mesh");
+      stored_.push_back(place++);
       made.entries.push_back(id + 1);
     }
   }
@@ -266,6 +318,7 @@ private:
         ++Count("entries of surfaces", "no side of the file's element");
         continue;
       }
+      stored_.push_back(next_ + static_cast<int>(i));
       made.entries.push_back(ids[i] + 1);
       made.sides.push_back(side);
     }
@@ -307,6 +360,9 @@ private:
   std::span<const bme_NamedSet> sets_;
   cow_String title_;
   exo_OutMesh out_;
+  exo_OutNotes notes_;
+  std::vector<int> stored_;                  ///< of each entry of a set that is written: its place in the set
+  int next_ = 0;                             ///< of the set at hand: entries before the subset at hand
   std::vector<char> isBlock_;                ///< of each set
   std::vector<std::vector<exo_Side>> sides_; ///< of each class
   std::map<cow_String, long long> counts_;
@@ -314,8 +370,9 @@ private:
 };
 } // namespace
 
-fmt_Ledger exo_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets) {
-  return Exporter(mesh, sets).Run(output);
+fmt_Ledger exo_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
+                         const bme_MeshNotes* notes) {
+  return Exporter(mesh, sets, notes).Run(output);
 }
 
 void exo_ListNotMesh(const bme_Mesh& mesh, fmt_Ledger& ledger) {

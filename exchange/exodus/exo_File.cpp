@@ -27,14 +27,18 @@ struct KindOfSet {
   ex_entity_type type;
   ex_inquiry count;
   const char* name;
-  const char *entries, *sides; ///< stems of the file's variables
+  const char *entries, *sides, *factors, *properties; ///< stems of the file's variables
 };
 constexpr const char* kAxes[] = {"coordx", "coordy", "coordz"};
 
-constexpr KindOfSet kKinds[] = {
-    {exo_SetKind::Nodes, EX_NODE_SET, EX_INQ_NODE_SETS, "node set", "node_ns", nullptr},
-    {exo_SetKind::Sides, EX_SIDE_SET, EX_INQ_SIDE_SETS, "side set", "elem_ss", "side_ss"},
-    {exo_SetKind::Elements, EX_ELEM_SET, EX_INQ_ELEM_SETS, "element set", "elem_els", nullptr}};
+constexpr KindOfSet kKinds[] = {{exo_SetKind::Nodes, EX_NODE_SET, EX_INQ_NODE_SETS, "node set", "node_ns",
+                                 nullptr, "dist_fact_ns", "ns_prop"},
+                                {exo_SetKind::Sides, EX_SIDE_SET, EX_INQ_SIDE_SETS, "side set", "elem_ss",
+                                 "side_ss", "dist_fact_ss", "ss_prop"},
+                                {exo_SetKind::Elements, EX_ELEM_SET, EX_INQ_ELEM_SETS, "element set",
+                                 "elem_els", nullptr, "dist_fact_els", "els_prop"}};
+
+const KindOfSet& Find(exo_SetKind kind) { return *std::ranges::find(kKinds, kind, &KindOfSet::kind); }
 } // namespace
 
 cow_String exo_WhyFailed() {
@@ -179,6 +183,7 @@ void exo_File::ReadBlocks() {
     block.numElements = raw.num_entry;
     block.nodesPerElement = raw.num_nodes_per_entry;
     block.numAttributes = raw.num_attribute;
+    block.position = static_cast<std::int64_t>(blocks_.size()) + 1;
     const cow_String upper = cow_ToUpper(block.type);
     block.isRagged = upper.starts_with("NSIDED") || upper.starts_with("NFACED");
     block.name = NameOf(EX_ELEM_BLOCK, id);
@@ -225,8 +230,11 @@ void exo_File::ReadSets() {
       const cow_String where = cow_String(kind.name) + " " + std::to_string(id);
       std::int64_t numEntries = 0, numFactors = 0;
       Check(ex_get_set_param(id_, kind.type, id, &numEntries, &numFactors), where);
-      if (numEntries < 0) Fail(where + ": a negative count");
-      sets_.push_back({kind.kind, id, NameOf(kind.type, id), numEntries, ++position});
+      if (numEntries < 0 || numFactors < 0) Fail(where + ": a negative count");
+      ++position;
+      // the library does not know those of element sets
+      numFactors = exo_NumValues(id_, kind.factors + std::to_string(position)).value_or(0);
+      sets_.push_back({kind.kind, id, NameOf(kind.type, id), numEntries, position, numFactors});
     }
   }
   UseWideNumbers(HasWideNumbers());
@@ -234,7 +242,7 @@ void exo_File::ReadSets() {
 
 void exo_File::ReadSet(const exo_Set& set, std::vector<long long>& entries,
                        std::vector<long long>& sides) const {
-  const KindOfSet& kind = *std::ranges::find(kKinds, set.kind, &KindOfSet::kind);
+  const KindOfSet& kind = Find(set.kind);
   const cow_String position = std::to_string(set.position);
   CheckStored(kind.entries + position, set.numEntries);
   entries.resize(static_cast<std::size_t>(set.numEntries));
@@ -294,4 +302,106 @@ void exo_File::ReadElementLabels(std::int64_t first, std::span<std::int64_t> lab
   Check(ex_get_partial_id_map(id_, EX_ELEM_MAP, first + 1, static_cast<std::int64_t>(labels.size()),
                               labels.data()),
         "element number map");
+}
+
+cow_ArrayCOW<double> exo_File::ReadWhole(const cow_String& variable, std::int64_t count) const {
+  constexpr std::int64_t kPerByte = 140; ///< numbers that a compressed file may hold
+  const std::int64_t values = exo_NumValues(id_, variable).value_or(0);
+  if (values != count)
+    Fail("variable " + variable + " has " + std::to_string(values) + " values, not the "
+         + std::to_string(count) + " that the counts of the file tell");
+  if (count / kPerByte > static_cast<std::int64_t>(fs::file_size(name_)))
+    Fail("variable " + variable + " has " + std::to_string(values) + " values, more than fit the file");
+  cow_ArrayCOW<double> numbers;
+  if (count == 0) return numbers;
+  numbers.ResizeUninitialised(static_cast<std::size_t>(count));
+  int number = 0;
+  exerrval = nc_inq_varid(id_, variable.c_str(), &number);
+  if (exerrval == NC_NOERR) exerrval = nc_get_var_double(id_, number, numbers.Modify().data());
+  Check(exerrval == NC_NOERR ? 0 : -1, variable);
+  return numbers;
+}
+
+cow_ArrayCOW<double> exo_File::ReadFactors(const exo_Set& set) const {
+  return ReadWhole(Find(set.kind).factors + std::to_string(set.position), set.numFactors);
+}
+
+cow_ArrayCOW<double> exo_File::ReadAttributes(const exo_Block& block) const {
+  std::int64_t count = 0;
+  if (block.numAttributes < 0 || __builtin_mul_overflow(block.numElements, block.numAttributes, &count))
+    Fail("block " + std::to_string(block.id) + " has " + std::to_string(block.numAttributes) + " attributes");
+  return ReadWhole("attrib" + std::to_string(block.position), count);
+}
+
+/// Rows of characters, as long as the last dimension says.
+std::vector<cow_String> exo_File::ReadTexts(const cow_String& variable) const {
+  constexpr std::int64_t kLongest = 1 << 16;
+  int number = 0, rank = 0;
+  nc_type type = NC_NAT;
+  if (nc_inq_varid(id_, variable.c_str(), &number) != NC_NOERR) return {};
+  std::vector<int> dims(NC_MAX_VAR_DIMS);
+  exerrval = nc_inq_var(id_, number, nullptr, &type, &rank, dims.data(), nullptr);
+  if (exerrval == NC_NOERR && (type != NC_CHAR || rank < 2)) exerrval = NC_EBADTYPE;
+  std::vector<std::size_t> start(static_cast<std::size_t>(rank), 0), length(start), count(start);
+  std::int64_t numRows = 1;
+  bool isHuge = false;
+  for (std::size_t d = 0; d < length.size() && exerrval == NC_NOERR; ++d) {
+    exerrval = nc_inq_dimlen(id_, dims[d], &length[d]);
+    count[d] = 1;
+    if (d + 1 < length.size()) isHuge |= __builtin_mul_overflow(numRows, length[d], &numRows);
+  }
+  Check(exerrval == NC_NOERR ? 0 : -1, variable);
+  count.back() = length.back();
+  if (isHuge || numRows > static_cast<std::int64_t>(fs::file_size(name_))
+      || count.back() > static_cast<std::size_t>(kLongest))
+    Fail("variable " + variable + " has more texts, or longer ones, than fit the file");
+  std::vector<cow_String> texts;
+  cow_String text(count.back(), '\0');
+  for (std::int64_t row = 0; row < numRows; ++row) {
+    auto rest = static_cast<std::size_t>(row);
+    for (std::size_t d = length.size() - 1; d-- > 0; rest /= length[d]) start[d] = rest % length[d];
+    exerrval = nc_get_vara_text(id_, number, start.data(), count.data(), text.data());
+    Check(exerrval == NC_NOERR ? 0 : -1, variable);
+    cow_String& made = texts.emplace_back(text.substr(0, text.find('\0')));
+    made.resize(made.find_last_not_of(' ') + 1);
+  }
+  return texts;
+}
+
+std::vector<cow_String> exo_File::AttributeNames(const exo_Block& block) const {
+  return ReadTexts("attrib_name" + std::to_string(block.position));
+}
+std::vector<cow_String> exo_File::CoordinateNames() const { return ReadTexts("coor_names"); }
+std::vector<cow_String> exo_File::Programs() const {
+  std::vector<cow_String> texts = ReadTexts("qa_records");
+  if (texts.size() % 4 != 0)
+    Fail("variable qa_records has " + std::to_string(texts.size()) + " texts, not four for each record");
+  return texts;
+}
+std::vector<cow_String> exo_File::Information() const { return ReadTexts("info_records"); }
+
+std::vector<exo_Property> exo_File::SetProperties(exo_SetKind kind) const {
+  return Properties(Find(kind).properties,
+                    static_cast<std::size_t>(std::ranges::count(sets_, kind, &exo_Set::kind)));
+}
+
+std::vector<exo_Property> exo_File::Properties(const cow_String& stem, std::size_t count) const {
+  std::vector<exo_Property> properties;
+  int number = 0;
+  for (int i = 2; nc_inq_varid(id_, (stem + std::to_string(i)).c_str(), &number) == NC_NOERR; ++i) {
+    const cow_String variable = stem + std::to_string(i);
+    std::size_t length = 0;
+    nc_type type = NC_NAT;
+    exo_Property& made = properties.emplace_back();
+    if (nc_inq_att(id_, number, "name", &type, &length) == NC_NOERR && type == NC_CHAR
+        && length <= NC_MAX_NAME) {
+      made.name.resize(length);
+      nc_get_att_text(id_, number, "name", made.name.data());
+      made.name = Trimmed(made.name);
+    }
+    CheckStored(variable, static_cast<std::int64_t>(count));
+    made.values.resize(count);
+    if (count > 0) ReadNumbers(variable, made.values);
+  }
+  return properties;
 }

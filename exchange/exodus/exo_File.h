@@ -1,6 +1,7 @@
 // exo_File.h: an Exodus II file opened for reading
 #pragma once
 
+#include <BasicUtils/cow_ArrayCOW.h>
 #include <CoreGeometry/fmt_Ledger.h>
 #include <CoreUtils/cow_String.h>
 #include <cstdint>
@@ -16,7 +17,8 @@ struct exo_Block {
   std::int64_t numElements = 0;
   std::int64_t nodesPerElement = 0;
   std::int64_t numAttributes = 0;
-  bool isRagged = false; ///< polygons or polyhedra: rows of different length
+  std::int64_t position = 0; ///< among the blocks, from 1
+  bool isRagged = false;     ///< polygons or polyhedra: rows of different length
 };
 
 /// What the entries of a set are.
@@ -28,7 +30,14 @@ struct exo_Set {
   std::int64_t id = 0;
   cow_String name; ///< empty when the file gives none
   std::int64_t numEntries = 0;
-  std::int64_t position = 0; ///< among those of its kind, from 1
+  std::int64_t position = 0;   ///< among those of its kind, from 1
+  std::int64_t numFactors = 0; ///< of distribution
+};
+
+/// A number with a name for every block, or every set of a kind.
+struct exo_Property {
+  cow_String name;
+  std::vector<long long> values;
 };
 
 /// Thin reader over the Exodus II library: counts, texts and ranges of arrays, every failure an exception.
@@ -68,6 +77,15 @@ public:
   void ReadElementLabels(std::int64_t first, std::span<std::int64_t> labels) const;
   /// Numbers of nodes or elements; the sides of a side set, as many, beside them.
   void ReadSet(const exo_Set& set, std::vector<long long>& entries, std::vector<long long>& sides) const;
+  cow_ArrayCOW<double> ReadFactors(const exo_Set& set) const;
+  cow_ArrayCOW<double> ReadAttributes(const exo_Block& block) const;    ///< a row for each element
+  std::vector<cow_String> AttributeNames(const exo_Block& block) const; ///< may be empty, as texts may
+  std::vector<cow_String> CoordinateNames() const;                      ///< the same
+  std::vector<cow_String> Programs() const;    ///< four texts for each: name, version, date, time
+  std::vector<cow_String> Information() const; ///< lines, without blanks at their ends
+  /// But for the first, which is the id.
+  std::vector<exo_Property> BlockProperties() const { return Properties("eb_prop", blocks_.size()); }
+  std::vector<exo_Property> SetProperties(exo_SetKind kind) const;
 
 private:
   class Handle {
@@ -91,6 +109,9 @@ private:
   void ReadSets();
   void UseWideNumbers(bool wide) const;
   void ReadNumbers(const cow_String& variable, std::span<long long> numbers) const;
+  cow_ArrayCOW<double> ReadWhole(const cow_String& variable, std::int64_t count) const;
+  std::vector<cow_String> ReadTexts(const cow_String& variable) const;
+  std::vector<exo_Property> Properties(const cow_String& stem, std::size_t count) const;
   cow_String NameOf(int type, std::int64_t id) const;
   std::int64_t Inquire(int what, std::string_view name) const;
 

@@ -1,7 +1,7 @@
 #include <CoreGeometry/exo_Import.h>
 
 #include "exo_File.h"
-#include "exo_Sets.h"
+#include "exo_Notes.h"
 #include "fmt_Coordinates.h"
 
 #include <BasicUtils/thr_ThreadSingleton.h>
@@ -63,7 +63,7 @@ private:
   void ReadCoordinates();
   cls_xp1DArrayListInt ReadNodeLabels();
   std::vector<LabelledBlock> ReadElementLabels();
-  bme_ElementClass* ReadBlock(const exo_Block& block, unsigned meshId, std::vector<exo_Side>& sides);
+  bme_ElementClass* ReadBlock(const exo_Block& block, unsigned meshId, exo_BlockPlace& place);
   std::vector<exo_BlockPlace> Places() const;
   template<class Int> void ReadRows(const exo_Block& block, std::span<const int> order, std::span<int> nodes);
   [[noreturn]] void FailAtNode(const exo_Block& block, std::int64_t element, long long node) const;
@@ -93,7 +93,7 @@ fmt_Import Importer::Run(unsigned meshId) {
   for (exo_BlockPlace& place : places) {
     if (place.classIndex < 0) continue;
     LabelledBlock& labelled = blocks[static_cast<std::size_t>(place.classIndex)];
-    classes.emplace_back(ReadBlock(*labelled.block, meshId, place.sides));
+    classes.emplace_back(ReadBlock(*labelled.block, meshId, place));
     classes.back()->SetUserElementLabels(std::move(labelled.labels));
   }
   std::vector<bme_ElementClass*> handedOver;
@@ -105,7 +105,8 @@ fmt_Import Importer::Run(unsigned meshId) {
   result_.title = file_.Title();
   result_.ledger = exo_ListNotCarried(file_);
   CountCurvedPyramids();
-  result_.sets = exo_ReadSets(file_, places, static_cast<int>(meshId), result_.ledger);
+  exo_ReadNotes(file_, places, *result_.mesh, result_.notes, result_.ledger);
+  result_.sets = exo_ReadSets(file_, places, static_cast<int>(meshId), result_.notes, result_.ledger);
   return std::move(result_);
 }
 
@@ -199,7 +200,7 @@ std::vector<exo_BlockPlace> Importer::Places() const {
   std::int64_t inFile = 0;
   int inMesh = 0, numClasses = 0;
   for (const exo_Block& block : file_.Blocks()) {
-    places.push_back({&block, inFile, inMesh, block.isRagged ? -1 : numClasses, {}});
+    places.push_back({&block, inFile, inMesh, block.isRagged ? -1 : numClasses, {}, {}});
     inFile += block.numElements;
     if (block.isRagged) continue;
     inMesh += static_cast<int>(block.numElements);
@@ -208,7 +209,7 @@ std::vector<exo_BlockPlace> Importer::Places() const {
   return places;
 }
 
-bme_ElementClass* Importer::ReadBlock(const exo_Block& block, unsigned meshId, std::vector<exo_Side>& sides) {
+bme_ElementClass* Importer::ReadBlock(const exo_Block& block, unsigned meshId, exo_BlockPlace& place) {
   exo_ElementType type = types_.Find(block.type, static_cast<int>(block.nodesPerElement), file_.NumDims());
   const std::int64_t columns = block.numElements == 0 ? 0
                                : type.order.empty()   ? block.nodesPerElement
@@ -221,7 +222,8 @@ bme_ElementClass* Importer::ReadBlock(const exo_Block& block, unsigned meshId, s
     ReadRows<int>(block, type.order, rows.Modify());
   auto made = std::make_unique<bme_ElementClass>(
       type.label, cls_xp2DArrayInt(static_cast<std::size_t>(columns), std::move(rows)));
-  sides = std::move(type.sides);
+  if (type.supported) place.sideNodes = exo_CountSideNodes(type.sides, type.order, *made->Shape());
+  place.sides = std::move(type.sides);
   made->SetMeshIndex(static_cast<int>(meshId));
   made->SetCategoryLabel(CategoryOf(block, type.arePyramids));
   result_.blocks.push_back({block.id, block.type, type.label, type.supported, block.numElements});

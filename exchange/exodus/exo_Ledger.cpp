@@ -11,12 +11,8 @@ namespace {
 struct Inquiry {
   const char* what;
   int code;
-  int without = 0; ///< entries that are carried, or that every file has
 };
 constexpr Inquiry kInquiries[] = {
-    {"distribution factors of node sets", EX_INQ_NS_DF_LEN},
-    {"distribution factors of side sets", EX_INQ_SS_DF_LEN},
-    {"distribution factors of element sets", EX_INQ_ELS_DF_LEN},
     {"edge sets", EX_INQ_EDGE_SETS},
     {"face sets", EX_INQ_FACE_SETS},
     {"edge blocks", EX_INQ_EDGE_BLK},
@@ -26,13 +22,7 @@ constexpr Inquiry kInquiries[] = {
     {"edge number maps", EX_INQ_EDGE_MAP},
     {"face number maps", EX_INQ_FACE_MAP},
     {"coordinate frames", EX_INQ_COORD_FRAMES},
-    {"element block properties", EX_INQ_EB_PROP, 1}, // the first property is the id
-    {"node set properties", EX_INQ_NS_PROP, 1},
-    {"side set properties", EX_INQ_SS_PROP, 1},
-    {"element set properties", EX_INQ_ELS_PROP, 1},
     {"time steps", EX_INQ_TIME},
-    {"QA records", EX_INQ_QA},
-    {"info records", EX_INQ_INFO},
 };
 
 struct Variables {
@@ -121,17 +111,18 @@ constexpr std::string_view kKnownNames[] = {
     // attributes
     "attrib",
     "attrib_name",
-    "eattrib",
+    "eattrb",
     "eattrib_name",
-    "fattrib",
+    "fattrb",
     "fattrib_name",
-    "nattrib",
     "nattrib_name",
-    "nsattrib",
-    "ssattrib",
-    "esattrib",
-    "fsattrib",
-    "elsattrib",
+    "nsattrib_name",
+    "ssattrib_name",
+    "esattrb",
+    "esattrib_name",
+    "fsattrb",
+    "fsattrib_name",
+    "elsattrib_name",
     // frames, records, time steps, variables
     "frame_coordinates",
     "frame_ids",
@@ -161,6 +152,8 @@ constexpr std::string_view kKnownNames[] = {
     "fset_var_tab",
 };
 
+constexpr std::string_view kSetAttributes[] = {"nsattrb", "ssattrb", "elsattrb"};
+
 std::string_view WithoutNumber(std::string_view name) {
   while (!name.empty() && std::isdigit(static_cast<unsigned char>(name.back())) != 0) name.remove_suffix(1);
   return name;
@@ -186,7 +179,7 @@ fmt_Ledger exo_ListNotCarried(const exo_File& file) {
   fmt_Ledger ledger;
   for (const Inquiry& inquiry : kInquiries) {
     const long long count = ex_inquire_int(file.Id(), inquiry.code);
-    Note(ledger, inquiry.what, count < 0 ? -1 : std::max(0LL, count - inquiry.without));
+    Note(ledger, inquiry.what, std::max(-1LL, count));
   }
   for (const Variables& variables : kVariables) {
     int count = 0;
@@ -199,14 +192,14 @@ fmt_Ledger exo_ListNotCarried(const exo_File& file) {
 
   long long attributes = 0;
   for (const exo_Block& block : file.Blocks()) {
+    if (!block.isRagged) continue;
     attributes += block.numElements > 0 ? block.numAttributes : 0;
-    if (block.isRagged)
-      Note(ledger, "elements with a varying number of nodes", block.numElements,
-           "block " + std::to_string(block.id) + " (" + block.type + ")");
+    Note(ledger, "elements with a varying number of nodes", block.numElements,
+         "block " + std::to_string(block.id) + " (" + block.type + ")");
   }
-  Note(ledger, "element attributes", attributes, "per element, summed over the blocks");
+  Note(ledger, "element attributes", attributes, "of elements with a varying number of nodes");
 
-  long long assemblies = 0, blobs = 0, orderMaps = 0, unknown = 0;
+  long long assemblies = 0, blobs = 0, orderMaps = 0, unknown = 0, ofNodes = 0, ofSets = 0;
   cow_String unknownNames;
   for (const cow_String& name : VariableNames(file.Id())) {
     const std::string_view stem = WithoutNumber(name);
@@ -214,6 +207,10 @@ fmt_Ledger exo_ListNotCarried(const exo_File& file) {
       assemblies += stem == "assembly_entity" ? 1 : 0;
     } else if (stem.starts_with("blob_")) {
       blobs += stem == "blob_entity" ? 1 : 0;
+    } else if (stem == "nattrb") {
+      ++ofNodes;
+    } else if (std::ranges::find(kSetAttributes, stem) != std::end(kSetAttributes)) {
+      ++ofSets;
     } else if (name == "elem_map") {
       ++orderMaps;
     } else if (std::ranges::find(kKnownNames, stem) == std::end(kKnownNames) && !stem.starts_with("vals_")) {
@@ -221,6 +218,8 @@ fmt_Ledger exo_ListNotCarried(const exo_File& file) {
       unknownNames += (unknownNames.empty() ? "" : ", ") + name;
     }
   }
+  Note(ledger, "attributes of nodes", ofNodes, "arrays");
+  Note(ledger, "attributes of sets", ofSets, "arrays");
   Note(ledger, "assemblies", assemblies);
   Note(ledger, "blobs", blobs);
   Note(ledger, "element order maps", orderMaps);

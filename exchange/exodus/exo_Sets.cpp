@@ -1,10 +1,13 @@
 #include "exo_Sets.h"
 
+#include "exo_Notes.h"
+
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
 #include <algorithm>
 #include <limits>
 #include <numeric>
+#include <optional>
 #include <set>
 
 namespace {
@@ -14,28 +17,32 @@ struct Kind {
   const char* entry;
   rgnC_SetType regionType;
   res_SetTypeEnm setType;
+  bme_NotedEnm noted;
 };
-constexpr Kind kBlocks{exo_SetKind::Elements, "block", "element", rgnC_ELEMENT_SET, res_ELEMENT_SET};
+constexpr Kind kBlocks{exo_SetKind::Elements, "block",         "element",
+                       rgnC_ELEMENT_SET,      res_ELEMENT_SET, bme_CLASS_NOTED};
 constexpr Kind kKinds[] = {
-    {exo_SetKind::Nodes, "node set", "node", rgnC_NODE_SET, res_NODE_SET},
-    {exo_SetKind::Sides, "side set", "element", rgnC_MESH_SURFACE, res_SURFACE_SET},
-    {exo_SetKind::Elements, "element set", "element", rgnC_ELEMENT_SET, res_ELEMENT_SET}};
+    {exo_SetKind::Nodes, "node set", "node", rgnC_NODE_SET, res_NODE_SET, bme_NODES_NOTED},
+    {exo_SetKind::Sides, "side set", "element", rgnC_MESH_SURFACE, res_SURFACE_SET, bme_SURFACE_NOTED},
+    {exo_SetKind::Elements, "element set", "element", rgnC_ELEMENT_SET, res_ELEMENT_SET, bme_ELEMENTS_NOTED}};
 
 /// The subset of one class and kind while it is gathered.
 struct Group {
   int classIndex;
   res_SetTypeEnm type;
   std::vector<int> ids{}, facets{};
+  std::vector<int> positions{}; ///< among the entries of the file; of nodes all of them
 };
 
 class Reader {
 public:
-  Reader(const exo_File& file, std::span<const exo_BlockPlace> blocks, int meshId)
-      : file_(file), blocks_(blocks), meshId_(meshId) {}
+  Reader(const exo_File& file, std::span<const exo_BlockPlace> blocks, int meshId, bme_MeshNotes& notes)
+      : file_(file), blocks_(blocks), meshId_(meshId), notes_(notes) {}
 
   std::vector<bme_NamedSet> Run(fmt_Ledger& ledger) {
     for (const exo_BlockPlace& block : blocks_)
       if (block.classIndex >= 0) AddBlock(block);
+    for (const Kind& kind : kKinds) properties_.push_back(file_.SetProperties(kind.kind));
     for (const exo_Set& set : file_.Sets()) {
       thr_ThreadSingleton<wip_WIP>::Instance().CheckCancelled();
       AddSet(set);
@@ -47,6 +54,9 @@ public:
     note("sides that their elements do not have", numWrongSides_, wrongSides_.c_str());
     note("entries of sets", numDropped_, "elements that were not carried over");
     note("numbers of blocks and sets", numWideIds_, "do not fit 32 bits");
+    note("distribution factors of sets", numLostFactors_, "of no known entry");
+    note("properties of sets", numLostProperties_,
+         "do not fit 32 bits, as values or for the number of their set");
     return std::move(sets_);
   }
 
@@ -77,6 +87,7 @@ private:
     else
       groups = GatherElements(set.kind);
     Add(kind, set.id, set.name, groups);
+    Annotate(set, kind, groups);
     if (set.kind == exo_SetKind::Sides) ListWrongSides(set);
   }
 
@@ -136,10 +147,83 @@ private:
       }
       Group& group = groups[static_cast<std::size_t>(block - blocks_.data()) * kNumTypes + type];
       group.ids.push_back(block->firstInMesh + static_cast<int>(element - block->firstInFile));
+      group.positions.push_back(static_cast<int>(i));
       // of elements whose sides nobody knows the number of the side is kept, from 0
       if (type == 1 || type == 2 || (type == 3 && block->sides.empty())) group.facets.push_back(facet);
     }
     return groups;
+  }
+
+  /// What belongs to a set beside its entries.
+  void Annotate(const exo_Set& set, const Kind& kind, std::span<const Group> groups) {
+    const std::vector<exo_Property>& properties = properties_[static_cast<std::size_t>(&kind - kKinds)];
+    if (IsWide(set.id)) {
+      numLostFactors_ += set.numFactors;
+      numLostProperties_ += static_cast<long long>(properties.size());
+      return;
+    }
+    bme_Annotation made(kind.noted, static_cast<int>(set.id));
+    std::vector<int> order;
+    for (const Group& group : groups)
+      order.insert(order.end(), group.positions.begin(), group.positions.end());
+    const bool isSame =
+        std::ranges::is_sorted(order) && (set.kind == exo_SetKind::Nodes || order.size() == entries_.size());
+    if (set.numFactors > 0) AddFactors(set, isSame, order, made);
+    if (!std::ranges::is_sorted(order)) made.order.Append(order);
+    numLostProperties_ += exo_AddProperties(properties, static_cast<std::size_t>(set.position - 1), made);
+    if (!made.IsEmpty()) notes_.annotations.ListToModify().Append(std::move(made));
+  }
+
+  /// `order` has the position of every entry that was carried over, in the order of the subsets.
+  void AddFactors(const exo_Set& set, bool isSame, std::span<const int> order, bme_Annotation& made) {
+    cow_ArrayCOW<double> factors = file_.ReadFactors(set);
+    const std::optional<std::vector<int>> counts = CountFactors(set);
+    if (!counts) {
+      numLostFactors_ += set.numFactors;
+      return;
+    }
+    if (isSame) {
+      made.values = cls_xp2DArrayDouble(1, std::move(factors));
+      made.counts.Append(*counts);
+      return;
+    }
+    const auto countOf = [&](std::size_t entry) {
+      return counts->empty() ? std::size_t{1} : static_cast<std::size_t>((*counts)[entry]);
+    };
+    std::vector<std::size_t> starts(entries_.size());
+    for (std::size_t i = 1; i < starts.size(); ++i) starts[i] = starts[i - 1] + countOf(i - 1);
+    cow_ArrayCOW<double> arranged;
+    for (const int entry : order) {
+      const auto at = static_cast<std::size_t>(entry);
+      arranged.Append(factors.Const().subspan(starts[at], countOf(at)));
+      if (!counts->empty()) made.counts.Append((*counts)[at]);
+    }
+    numLostFactors_ += static_cast<long long>(factors.Size() - arranged.Size());
+    made.values = cls_xp2DArrayDouble(1, std::move(arranged));
+  }
+
+  /// How many factors each entry of the set at hand has: one each (empty), one for each node of a side, or the same
+  /// number for all. Nothing when none of these is as many as there are.
+  std::optional<std::vector<int>> CountFactors(const exo_Set& set) {
+    const auto wanted = static_cast<std::size_t>(set.numFactors);
+    if (wanted == entries_.size()) return std::vector<int>();
+    if (set.kind != exo_SetKind::Sides || entries_.empty()) return std::nullopt;
+    std::vector<int> counts(entries_.size());
+    std::size_t sum = 0;
+    for (std::size_t i = 0; i < entries_.size(); ++i) {
+      const exo_BlockPlace& block = BlockOf(entries_[i] - 1);
+      const bool isKnown = sides_[i] >= 1 && sides_[i] <= static_cast<long long>(block.sideNodes.size());
+      counts[i] = isKnown ? block.sideNodes[static_cast<std::size_t>(sides_[i] - 1)] : 0;
+      sum += static_cast<std::size_t>(counts[i]);
+    }
+    if (sum == wanted) return counts;
+    if (wanted % entries_.size() != 0) return std::nullopt;
+    std::ranges::fill(counts, static_cast<int>(wanted / entries_.size()));
+    return counts;
+  }
+
+  static bool IsWide(std::int64_t id) {
+    return id < std::numeric_limits<int>::min() || id > std::numeric_limits<int>::max();
   }
 
   const exo_BlockPlace& BlockOf(std::int64_t element) const {
@@ -151,9 +235,8 @@ private:
     bme_NamedSet made{name.empty() ? number : name, kind.regionType, {}};
     made.root = made.name;
     while (!roots_.insert(made.root).second) made.root += " (" + number + ")";
-    const bool isWide = id < std::numeric_limits<int>::min() || id > std::numeric_limits<int>::max();
-    numWideIds_ += isWide;
-    const int index = isWide ? 0 : static_cast<int>(id);
+    numWideIds_ += IsWide(id);
+    const int index = IsWide(id) ? 0 : static_cast<int>(id);
     made.data.SetLabel(made.name);
     made.data.SetIndex(index);
     made.data.SetType(kind.setType);
@@ -172,15 +255,18 @@ private:
   const exo_File& file_;
   std::span<const exo_BlockPlace> blocks_;
   int meshId_;
+  bme_MeshNotes& notes_;
+  std::vector<std::vector<exo_Property>> properties_; ///< of each kind
   std::vector<long long> entries_, sides_;
   std::vector<bme_NamedSet> sets_;
   std::set<cow_String> roots_;
-  long long numUnknownSides_ = 0, numWrongSides_ = 0, numDropped_ = 0, numWideIds_ = 0;
+  long long numUnknownSides_ = 0, numWrongSides_ = 0, numDropped_ = 0, numWideIds_ = 0, numLostFactors_ = 0,
+            numLostProperties_ = 0;
   cow_String wrongSides_;
 };
 } // namespace
 
 std::vector<bme_NamedSet> exo_ReadSets(const exo_File& file, std::span<const exo_BlockPlace> blocks,
-                                       int meshId, fmt_Ledger& ledger) {
-  return Reader(file, blocks, meshId).Run(ledger);
+                                       int meshId, bme_MeshNotes& notes, fmt_Ledger& ledger) {
+  return Reader(file, blocks, meshId, notes).Run(ledger);
 }

@@ -5,6 +5,7 @@
 #include <CoreGeometry/exo_Sides.h>
 #include <CoreGeometry/fmt_Ledger.h>
 
+#include <CoreGeometry/bme_MeshNotes.h>
 #include <CoreGeometry/bme_NamedSet.h>
 
 /// Where the elements of a block are in the mesh.
@@ -14,14 +15,16 @@ struct exo_BlockPlace {
   int firstInMesh = 0;
   int classIndex = -1;         ///< -1 when the block was not carried over
   std::vector<exo_Side> sides; ///< of each of its elements, side 1 first
+  std::vector<int> sideNodes;  ///< of each: how many nodes of the file's element it has
 };
 
 /// Blocks become element sets, node and element sets what they are, side sets surfaces: facets and edges by
 /// their ids, sides that the element has no face or edge for as elements alone. Set index is the number in
 /// the file; a set without a name is called "node set <id>", "block <id>" and so on; of several of one name
-/// all but the first get that added to their root. Order is kept within an element class.
+/// all but the first get that added to their root. Order is kept within an element class, and noted where that is not enough, as are
+/// distribution factors and properties.
 ///
 /// Errors     nex_TextException naming file, set, entry and number; wip_Cancelled when the host asks to stop.
 /// Cost       one pass over flat arrays, one set in memory at a time.
 std::vector<bme_NamedSet> exo_ReadSets(const exo_File& file, std::span<const exo_BlockPlace> blocks,
-                                       int meshId, fmt_Ledger& ledger);
+                                       int meshId, bme_MeshNotes& notes, fmt_Ledger& ledger);

@@ -2,6 +2,8 @@
 
 #include <CoreGeometry/rgnC_Facet.h>
 #include <algorithm>
+#include <numeric>
+#include <set>
 #include <string_view>
 
 namespace {
@@ -87,4 +89,22 @@ std::vector<exo_Side> exo_FindSides(exo_Cell cell, exo_SideForm form, std::span<
     rest.remove_prefix(std::min(rest.size(), word.size() + 1));
   }
   return sides;
+}
+
+std::vector<int> exo_CountSideNodes(std::span<const exo_Side> sides, std::span<const int> order,
+                                    const shp_Topology& shape) {
+  std::vector<int> counts, all(static_cast<std::size_t>(shape.NumNodes()));
+  std::iota(all.begin(), all.end(), 0);
+  for (const exo_Side& side : sides) {
+    std::span<const int> nodes = all;
+    if (side.kind == res_SURFACE_FACET) nodes = shape.FaceNodes(rgnC_FacetOf(shape, side.facet).face);
+    if (side.kind == res_SURFACE_EDGE) {
+      const rgnC_EdgeFacet edge = rgnC_EdgeFacetOf(side.facet);
+      nodes = shape.EdgeNodes(edge.face, edge.edge);
+    }
+    std::set<int> theirs; // those of a collapsed face are counted once
+    for (const int node : nodes) theirs.insert(order.empty() ? node : order[static_cast<std::size_t>(node)]);
+    counts.push_back(static_cast<int>(theirs.size()));
+  }
+  return counts;
 }

@@ -182,6 +182,10 @@ exo_ElementType exo_TypeMap::Find(const cow_String& typeName, int numNodes, int 
   return kept;
 }
 
+bool exo_AreOneType(const cow_String& a, const cow_String& b) {
+  return FamilyOf(cow_ToUpper(a)) == FamilyOf(cow_ToUpper(b));
+}
+
 std::optional<exo_TypeName> exo_NameType(const shp_Shape& shape, int numDims, int pyramidNodes) {
   static constexpr shp_IsoPoint kOrigin[] = {{0, 0, 0}};
   if (pyramidNodes > 0) {

@@ -5,6 +5,7 @@
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
 #include <algorithm>
+#include <cmath>
 #include <exodusII.h>
 #include <map>
 
@@ -21,12 +22,27 @@ int FormatFor(const exo_OutMesh& mesh) {
   return most > kMostNumbers ? EX_NETCDF4 : EX_LARGE_MODEL;
 }
 
+bool IsSingle(std::span<const double> numbers) {
+  return std::ranges::all_of(numbers, [](double number) {
+    return std::isnan(number) || static_cast<double>(static_cast<float>(number)) == number;
+  });
+}
+
+/// Real numbers of a file are all of one size.
+bool NeedsDoubles(const exo_OutMesh& mesh) {
+  return !std::ranges::all_of(mesh.blocks, [](const exo_OutBlock& block) {
+    return IsSingle(block.attributes);
+  }) || !std::ranges::all_of(mesh.sets, [](const exo_OutSet& set) { return IsSingle(set.factors); });
+}
+
 class Writer {
 public:
-  Writer(const cow_String& name, const cow_String& shownName, int format, bool isDouble)
+  Writer(const cow_String& name, const cow_String& shownName, const exo_OutMesh& mesh)
       : shownName_(shownName) {
     exo_QuietLibrary();
-    int given = isDouble ? sizeof(double) : sizeof(float), stored = given;
+    const int format = FormatFor(mesh);
+    int given = mesh.placement.IsNone() ? sizeof(float) : sizeof(double);
+    int stored = NeedsDoubles(mesh) ? sizeof(double) : given;
     id_ = ex_create(name.c_str(), EX_CLOBBER | format, &given, &stored);
     Check(id_, "the file");
   }
@@ -38,6 +54,8 @@ public:
 
   void Write(const exo_OutMesh& mesh) {
     WriteHeader(mesh);
+    WriteRecords(mesh);
+    WriteProperties(mesh);
     WriteCoordinates(mesh);
     std::vector<cow_String> names;
     for (const exo_OutBlock& block : mesh.blocks) {
@@ -67,8 +85,13 @@ private:
       return std::ranges::count(mesh.sets, kind, &exo_OutSet::kind);
     };
     std::size_t longest = 32;
-    for (const exo_OutBlock& block : mesh.blocks) longest = std::max(longest, block.name.size());
-    for (const exo_OutSet& set : mesh.sets) longest = std::max(longest, set.name.size());
+    const auto regard = [&](const cow_String& name) { longest = std::max(longest, name.size()); };
+    std::ranges::for_each(mesh.coordinateNames, regard);
+    for (const exo_OutBlock& block : mesh.blocks) {
+      regard(block.name);
+      std::ranges::for_each(block.attributeNames, regard);
+    }
+    for (const exo_OutSet& set : mesh.sets) regard(set.name);
     Check(ex_set_max_name_length(id_, static_cast<int>(std::min(longest, exo_kLongestName))), "names");
     ex_init_params sizes = {};
     mesh.title.copy(sizes.title, exo_kLongestTitle);
@@ -81,6 +104,44 @@ private:
     sizes.num_elem_sets = count(exo_SetKind::Elements);
     sizes.num_elem_maps = static_cast<std::int64_t>(mesh.elementMaps.size());
     Check(ex_put_init_ext(id_, &sizes), "the counts");
+  }
+
+  void WriteRecords(const exo_OutMesh& mesh) {
+    std::vector<cow_String> names = mesh.coordinateNames, records = mesh.programs, lines = mesh.information;
+    std::vector<char*> texts = Texts(names, exo_kLongestName);
+    if (!texts.empty()) Check(ex_put_coord_names(id_, texts.data()), "names of coordinates");
+    texts = Texts(records, exo_kLongestRecord);
+    const auto numRecords = static_cast<int>(texts.size() / 4);
+    if (numRecords > 0)
+      Check(ex_put_qa(id_, numRecords, reinterpret_cast<char*(*)[4]>(texts.data())), "records of programs");
+    texts = Texts(lines, exo_kLongestLine);
+    if (!texts.empty())
+      Check(ex_put_info(id_, static_cast<int>(texts.size()), texts.data()), "lines of information");
+  }
+
+  /// Cut to the longest that the format has.
+  static std::vector<char*> Texts(std::vector<cow_String>& from, std::size_t longest) {
+    std::vector<char*> texts;
+    for (cow_String& text : from) {
+      text.resize(std::min(text.size(), longest));
+      texts.push_back(text.data());
+    }
+    return texts;
+  }
+
+  void WriteProperties(const exo_OutMesh& mesh) {
+    std::map<ex_entity_type, std::vector<cow_String>> names;
+    const auto typeOf = [](const exo_OutProperty& one) { return one.of ? TypeOf(*one.of) : EX_ELEM_BLOCK; };
+    for (const exo_OutProperty& one : mesh.properties) names[typeOf(one)].push_back(one.name);
+    for (auto& [type, ofType] : names) {
+      std::vector<char*> texts = Texts(ofType, exo_kLongestName);
+      Check(ex_put_prop_names(id_, type, static_cast<int>(texts.size()), texts.data()),
+            "names of properties");
+    }
+    for (const exo_OutProperty& one : mesh.properties)
+      Check(ex_put_prop_array(id_, typeOf(one), one.name.substr(0, exo_kLongestName).c_str(),
+                              one.values.data()),
+            "property " + one.name);
   }
 
   void WriteCoordinates(const exo_OutMesh& mesh) {
@@ -106,11 +167,17 @@ private:
   void WriteBlock(const exo_OutBlock& block) {
     const cow_String what = "block " + std::to_string(block.id);
     const cow_String type = block.type.substr(0, exo_kLongestType);
+    const auto numAttributes =
+        block.numElements > 0 ? static_cast<std::int64_t>(block.attributes.size()) / block.numElements : 0;
     Check(ex_put_block(id_, EX_ELEM_BLOCK, block.id, type.c_str(), block.numElements, block.nodesPerElement,
-                       0, 0, 0),
+                       0, 0, numAttributes),
           what);
+    std::vector<cow_String> names = block.attributeNames;
+    if (numAttributes > 0 && static_cast<std::int64_t>(names.size()) == numAttributes)
+      Check(ex_put_attr_names(id_, EX_ELEM_BLOCK, block.id, Texts(names, exo_kLongestName).data()), what);
     if (!block.nodes.empty())
       Check(ex_put_conn(id_, EX_ELEM_BLOCK, block.id, block.nodes.data(), nullptr, nullptr), what);
+    WriteNumbers("attrib" + std::to_string(++numBlocks_), block.attributes);
   }
 
   /// Defined in one call: the library moves what is written when it defines one more. The numbers go past it to their
@@ -123,6 +190,7 @@ private:
       made.id = set.id;
       made.type = TypeOf(set.kind);
       made.num_entry = static_cast<std::int64_t>(set.entries.size());
+      made.num_distribution_factor = static_cast<std::int64_t>(set.factors.size());
       names[made.type].push_back(set.name);
     }
     if (!all.empty()) Check(ex_put_sets(id_, all.size(), all.data()), "sets");
@@ -130,27 +198,33 @@ private:
     for (const exo_OutSet& set : sets) {
       const cow_String position = std::to_string(++positions[TypeOf(set.kind)]);
       const bool areSides = set.kind == exo_SetKind::Sides;
-      const char* const stem = areSides ? "elem_ss" : set.kind == exo_SetKind::Nodes ? "node_ns" : "elem_els";
-      WriteNumbers(stem + position, set.entries);
-      if (areSides) WriteNumbers("side_ss" + position, set.sides);
+      const bool areNodes = set.kind == exo_SetKind::Nodes;
+      const cow_String ending = (areSides ? "_ss" : areNodes ? "_ns" : "_els") + position;
+      WriteNumbers((areNodes ? "node" : "elem") + ending, set.entries);
+      if (areSides) WriteNumbers("side" + ending, set.sides);
+      WriteNumbers("dist_fact" + ending, std::span<const double>(set.factors));
     }
     for (auto& [type, ofType] : names) WriteNames(type, ofType);
   }
 
   void WriteNumbers(const cow_String& variable, std::span<const int> numbers) {
+    WriteVariable(variable, numbers, &nc_put_var_int);
+  }
+  void WriteNumbers(const cow_String& variable, std::span<const double> numbers) {
+    WriteVariable(variable, numbers, &nc_put_var_double);
+  }
+  template<class Number>
+  void WriteVariable(const cow_String& variable, std::span<const Number> numbers,
+                     int (*put)(int, int, const Number*)) {
     if (numbers.empty()) return;
     int number = 0;
     exerrval = nc_inq_varid(id_, variable.c_str(), &number);
-    if (exerrval == NC_NOERR) exerrval = nc_put_var_int(id_, number, numbers.data());
+    if (exerrval == NC_NOERR) exerrval = put(id_, number, numbers.data());
     Check(exerrval == NC_NOERR ? 0 : -1, variable);
   }
 
   void WriteNames(ex_entity_type type, std::vector<cow_String>& names) {
-    std::vector<char*> texts;
-    for (cow_String& name : names) {
-      name.resize(std::min(name.size(), exo_kLongestName));
-      texts.push_back(name.data());
-    }
+    std::vector<char*> texts = Texts(names, exo_kLongestName);
     if (std::ranges::any_of(names, [](const cow_String& name) { return !name.empty(); }))
       Check(ex_put_names(id_, type, texts.data()), "names");
   }
@@ -169,11 +243,11 @@ private:
   }
 
   cow_String shownName_;
-  int id_ = -1;
+  int id_ = -1, numBlocks_ = 0;
 };
 } // namespace
 
 void exo_WriteFile(uti_OutputFile& output, const exo_OutMesh& mesh) {
-  Writer(output.Path(), output.Name(), FormatFor(mesh), !mesh.placement.IsNone()).Write(mesh);
+  Writer(output.Path(), output.Name(), mesh).Write(mesh);
   output.Commit();
 }

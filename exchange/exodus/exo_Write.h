@@ -5,6 +5,7 @@
 
 #include <BasicUtils/uti_OutputFile.h>
 #include <CoreGeometry/bme_Placement.h>
+#include <optional>
 
 /// One element block as it is to stand in the file.
 struct exo_OutBlock {
@@ -12,7 +13,9 @@ struct exo_OutBlock {
   cow_String type, name;
   int nodesPerElement = 0;
   std::int64_t numElements = 0;
-  std::vector<int> nodes; ///< whole rows in the order of the format, counted from 1
+  std::vector<int> nodes;                   ///< whole rows in the order of the format, counted from 1
+  std::span<const double> attributes{};     ///< a row for each element
+  std::vector<cow_String> attributeNames{}; ///< one for each column; may be empty texts
 };
 
 struct exo_OutSet {
@@ -20,6 +23,14 @@ struct exo_OutSet {
   std::int64_t id = 0;
   cow_String name;
   std::vector<int> entries, sides; ///< counted from 1; sides in side sets only
+  std::vector<double> factors{};   ///< of distribution; may be empty
+};
+
+/// A number with a name for every block, or every set of a kind.
+struct exo_OutProperty {
+  std::optional<exo_SetKind> of; ///< none of blocks
+  cow_String name;
+  std::vector<int> values;
 };
 
 /// One more number for every element.
@@ -40,9 +51,14 @@ struct exo_OutMesh {
   std::vector<exo_OutBlock> blocks;
   std::vector<exo_OutSet> sets;
   std::vector<exo_OutMap> elementMaps;
+  std::vector<cow_String> coordinateNames; ///< one a dimension, or none
+  std::vector<cow_String> programs;        ///< four for each: name, version, date, time
+  std::vector<cow_String> information;     ///< lines
+  std::vector<exo_OutProperty> properties;
 };
 
-inline constexpr std::size_t exo_kLongestTitle = 80, exo_kLongestType = 32, exo_kLongestName = 255;
+inline constexpr std::size_t exo_kLongestTitle = 80, exo_kLongestType = 32, exo_kLongestName = 255,
+                             exo_kLongestRecord = 32, exo_kLongestLine = 80;
 
 /// Writes and commits the file.
 /// Errors     nex_TextException naming the file and what was written; see uti_OutputFile.

@@ -35,12 +35,32 @@ fmt_Import ReadExodus(const cow_String& file, const fmt_ReadOptions& options) {
   return exo_ReadMesh(file, options);
 }
 fmt_Ledger WriteExodus(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
-                       const fmt_WriteOptions&) {
-  return exo_WriteMesh(output, mesh, sets);
+                       const fmt_WriteOptions& options) {
+  return exo_WriteMesh(output, mesh, sets, options.notes);
 }
 fmt_Ledger WriteVtu(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
                     const fmt_WriteOptions& options) {
   return vtu_WriteMesh(output, mesh, sets, options.wedges, options.encoding);
+}
+
+void ListNotes(const bme_MeshNotes& notes, fmt_Ledger& ledger) {
+  long long attributes = 0, factors = 0, properties = 0;
+  for (const bme_Annotation& one : notes.annotations.List()) {
+    if (one.noted == bme_CLASS_NOTED)
+      attributes += static_cast<long long>(one.values.NumColumns());
+    else
+      factors += static_cast<long long>(one.values.NumRows());
+    properties += static_cast<long long>(one.propertyValues.Size());
+  }
+  const auto note = [&](const char* what, long long count) {
+    if (count > 0) ledger.push_back({what, count, {}});
+  };
+  note("element attributes", attributes);
+  note("distribution factors of sets", factors);
+  note("properties of blocks and sets", properties);
+  note("names of coordinates", notes.coordinateNames.List().Size());
+  note("records of programs", notes.programs.List().Size() / 4);
+  note("lines of information", notes.information.List().Size());
 }
 } // namespace
 
@@ -50,6 +70,7 @@ std::span<const fmt_Format> fmt_Formats() {
        .title = "an Exodus II file",
        .suffixes = {".exo", ".e", ".g", ".ex2", ".exii"},
        .cannotHold = "control parameters, datums",
+       .holdsNotes = true,
        .recognises = &IsNetCdf,
        .read = &ReadExodus,
        .readResults = &exo_ReadResults,
@@ -180,5 +201,7 @@ fmt_Ledger fmt_WriteMesh(uti_OutputFile& output, const fmt_Format& format, const
   if (options.encoding != fmt_Encoding::Default && !format.hasEncodings)
     throw nex_TextException(output.Name() + ": there is no choice of encodings for "
                             + cow_String(format.title));
-  return format.write(output, mesh, sets, options);
+  fmt_Ledger ledger = format.write(output, mesh, sets, options);
+  if (options.notes && !format.holdsNotes) ListNotes(*options.notes, ledger);
+  return ledger;
 }

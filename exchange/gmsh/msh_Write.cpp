@@ -4,13 +4,14 @@
 #include "msh_Groups.h"
 #include "msh_Types.h"
 
+#include <CoreGeometry/bme_Placement.h>
 #include <CoreGeometry/exo_Export.h>
 #include <algorithm>
 #include <limits>
 #include <numeric>
 
 namespace {
-using Box = std::array<float, 6>;
+using Box = std::array<double, 6>;
 
 /// Numbers of an MSH file, ascii or binary.
 class Numbers {
@@ -19,7 +20,10 @@ public:
   bool IsBinary() const { return isBinary_; }
   void Int(int value) { isBinary_ ? out_.Raw(value) : out_.Text(value, ' '); }
   void Size(std::uint64_t value) { isBinary_ ? out_.Raw(value) : out_.Text(value, ' '); }
-  void Real(float value) { isBinary_ ? out_.Raw(static_cast<double>(value)) : out_.Text(value, ' '); }
+  /// Single precision has fewer digits in text.
+  template<class Number> void Real(Number value) {
+    isBinary_ ? out_.Raw(static_cast<double>(value)) : out_.Text(value, ' ');
+  }
   void EndRow() {
     if (!isBinary_) out_.Text('\n');
   }
@@ -172,13 +176,15 @@ private:
   }
 
   Box BoxOf(const Entity& entity) const {
-    constexpr float kMost = std::numeric_limits<float>::max();
+    constexpr double kMost = std::numeric_limits<double>::max();
     const std::span<const float> xyz = mesh_.NodeData().Coordinates().Const();
     Box box{kMost, kMost, kMost, -kMost, -kMost, -kMost};
     ForEachNode(entity, [&](std::size_t node) {
+      double placed[3];
+      placement_.Place(xyz.subspan(3 * node, 3), placed);
       for (std::size_t axis = 0; axis < 3; ++axis) {
-        box[axis] = std::min(box[axis], xyz[3 * node + axis]);
-        box[axis + 3] = std::max(box[axis + 3], xyz[3 * node + axis]);
+        box[axis] = std::min(box[axis], placed[axis]);
+        box[axis + 3] = std::max(box[axis + 3], placed[axis]);
       }
     });
     return box;
@@ -195,7 +201,8 @@ private:
     out_.EndRow();
     const auto write = [&](int dims, int tag, const Box& box, std::span<const int> tags) {
       out_.Int(tag);
-      for (std::size_t i = 0; i < (dims == 0 ? std::size_t{3} : std::size_t{6}); ++i) out_.Real(box[i]);
+      for (std::size_t i = 0; i < (dims == 0 ? std::size_t{3} : std::size_t{6}); ++i)
+        placement_.IsNone() ? out_.Real(static_cast<float>(box[i])) : out_.Real(box[i]);
       out_.Size(tags.size());
       for (const int one : tags) out_.Int(one);
       if (dims > 0) out_.Size(0); // entities at its boundary
@@ -213,7 +220,10 @@ private:
     const std::size_t count = nodes.NumNodes();
     const std::span<const float> xyz = nodes.Coordinates().Const();
     const auto writePlace = [&](std::size_t node) {
-      for (std::size_t axis = 0; axis < 3; ++axis) out_.Real(xyz[3 * node + axis]);
+      double placed[3];
+      if (!placement_.IsNone()) placement_.Place(xyz.subspan(3 * node, 3), placed);
+      for (std::size_t axis = 0; axis < 3; ++axis)
+        placement_.IsNone() ? out_.Real(xyz[3 * node + axis]) : out_.Real(placed[axis]);
       out_.EndRow();
     };
     file_.Text("$Nodes\n");
@@ -334,6 +344,7 @@ private:
   }
 
   const bme_Mesh& mesh_;
+  const bme_Placement placement_{mesh_};
   bool isOld_;
   msh_Groups groups_;
   fmt_Output file_;

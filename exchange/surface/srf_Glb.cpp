@@ -187,11 +187,13 @@ fmt_Ledger srf_WriteGlb(uti_OutputFile& output, const bme_Mesh& mesh, std::span<
   ledger.push_back({"labels of nodes and elements", mesh.NodeData().NumNodes(), {}});
   const std::array<double, 3> origin = FindOrigin(surface);
   const std::vector<Primitive> primitives = FindPrimitives(surface, origin);
+  std::array<double, 3> translation = surface.Shift();
+  for (std::size_t axis = 0; axis < 3; ++axis) translation[axis] += origin[axis];
   if (std::ranges::all_of(primitives, [](const Primitive& part) { return part.indices.empty(); }))
     throw nex_TextException(output.Name() + ": no face has an area");
   Description description;
   const cow_String json =
-      description.Make(surface, primitives, origin, options.surface.empty() ? "mesh" : options.surface);
+      description.Make(surface, primitives, translation, options.surface.empty() ? "mesh" : options.surface);
   constexpr std::size_t kHeader = 12, kChunk = 8;
   const std::size_t length = kHeader + 2 * kChunk + json.size() + description.Bytes();
   if (length > std::numeric_limits<std::uint32_t>::max())

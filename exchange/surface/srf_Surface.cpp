@@ -1,5 +1,6 @@
 #include "srf_Surface.h"
 
+#include <CoreGeometry/bme_Placement.h>
 #include <CoreGeometry/exo_Export.h>
 #include <cmath>
 
@@ -40,8 +41,12 @@ template<class Each> void CutQuadratic(const bme_LocalNodes& face, std::span<con
 srf_Surface::srf_Surface(const bme_Mesh& mesh, std::span<const bme_NamedSet> sets, const cow_String& name,
                          const cow_String& place)
     : mesh_(mesh) {
+  const bme_Placement placement(mesh);
+  if (placement.IsTurned()) mesh_.ApplyTransform(placement.Turn());
+  const gsl_Point origin = placement.ToPlaced().NewOrigin();
+  shift_ = {origin[0], origin[1], origin[2]};
   const std::vector<std::string> names(name.empty() ? 0 : 1, name);
-  outside_ = bme_FindOutside(mesh, sets, names, place);
+  outside_ = bme_FindOutside(mesh_, sets, names, place);
   if (!outside_.points.empty())
     throw nex_TextException(place + ": \"" + name + "\" is a set of nodes, no surface");
   if (outside_.faces.empty()) throw nex_TextException(place + ": there are no faces, lines alone");

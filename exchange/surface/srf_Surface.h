@@ -21,7 +21,9 @@ public:
               const cow_String& place);
 
   const std::vector<cow_String>& Groups() const noexcept { return outside_.groups; }
+  /// In placed axes, around the local origin: Shift() away from where they stand.
   std::span<const float> Coordinates() const noexcept { return mesh_.NodeData().Coordinates().Const(); }
+  const std::array<double, 3>& Shift() const noexcept { return shift_; }
   const fmt_Ledger& Ledger() const noexcept { return ledger_; }
   /// Faces with middle nodes are cut into flat triangles; so are all faces, quadrilaterals along the shorter
   /// diagonal, unless polygons may be `whole`.
@@ -29,7 +31,8 @@ public:
   std::vector<int> UsedNodes() const; ///< the number from 0 of each node, -1 for one that no face has
 
 private:
-  const bme_Mesh& mesh_;
+  bme_Mesh mesh_; ///< turned when its placement is
+  std::array<double, 3> shift_{};
   bme_Outside outside_;
   fmt_Ledger ledger_;
 };

@@ -45,9 +45,8 @@ public:
     handedOver.reserve(classes.size());
     for (auto& elements : classes) handedOver.push_back(elements.release());
     auto* elements = new bme_ElementData(handedOver.data(), static_cast<unsigned>(handedOver.size()));
-    result_.mesh =
-        std::make_unique<bme_Mesh>(options_.meshId, nodes.release(), elements, bme_ORPHAN_MESH,
-                                               coordinates.Transform());
+    result_.mesh = std::make_unique<bme_Mesh>(options_.meshId, nodes.release(), elements, bme_ORPHAN_MESH,
+                                              coordinates.Transform());
     result_.title = grid_.title;
     result_.sets = vtu_ReadSets(grid_, cells_, consumed_, static_cast<int>(options_.meshId), result_.ledger);
     return std::move(result_);

@@ -4,6 +4,7 @@
 #include <BasicUtils/uti_OutputFile.h>
 #include <CoreGeometry/ExchangeExport.h>
 #include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/bme_MeshNotes.h>
 #include <CoreGeometry/bme_NamedSet.h>
 #include <CoreGeometry/fmt_Ledger.h>
 
@@ -13,12 +14,15 @@
 /// the name of the block; a set that holds just the elements of a class under that name gives the block its
 /// id. Node, element and side sets have the set's index as their id, or the next free one. Elements that
 /// the format has no type for are written with their first nodes only. Coordinates are those of placed space, in
-/// double precision when the mesh has a placement. What is lost is in the ledger.
+/// double precision when the mesh has a placement. What is lost is in the ledger. With `notes` the file has what they
+/// say, sets stand in the order that they came in, and types have their names of that file; real numbers are written in
+/// double precision if a note needs it. The same mesh and notes give the same file: no record of the writing is added.
 ///
 /// Errors     nex_TextException naming file, class, element and node; see uti_OutputFile, which is committed.
 /// Cost       one pass; connectivity and sets are copied once.
 CORE_GEOMETRY_EXCHANGE_API fmt_Ledger exo_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh,
-                                                    std::span<const bme_NamedSet> sets);
+                                                    std::span<const bme_NamedSet> sets,
+                                                    const bme_MeshNotes* notes = nullptr);
 
 /// What no format for meshes alone has a place for: control parameters and so on.
 CORE_GEOMETRY_EXCHANGE_API void exo_ListNotMesh(const bme_Mesh& mesh, fmt_Ledger& ledger);

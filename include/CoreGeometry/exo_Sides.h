@@ -22,3 +22,8 @@ struct exo_Side {
 /// of the kind SURFACE_ELEMENT. Found by comparing corners.
 CORE_GEOMETRY_EXCHANGE_API std::vector<exo_Side>
 exo_FindSides(exo_Cell cell, exo_SideForm form, std::span<const int> order, const shp_Topology& shape);
+
+/// How many nodes of the file's element each of its sides has; all of them where the side is none of ours. `order` as
+/// above.
+CORE_GEOMETRY_EXCHANGE_API std::vector<int>
+exo_CountSideNodes(std::span<const exo_Side> sides, std::span<const int> order, const shp_Topology& shape);

@@ -39,6 +39,9 @@ private:
   std::vector<Entry> overrides_;
 };
 
+/// Whether two names of the format are spellings of one type: HEX and hex8.
+CORE_GEOMETRY_EXCHANGE_API bool exo_AreOneType(const cow_String& a, const cow_String& b);
+
 /// How elements of a shape are written.
 struct exo_TypeName {
   cow_String name; ///< the format's name of their type

@@ -33,7 +33,8 @@ enum class fmt_Encoding {
 struct fmt_WriteOptions {
   fmt_Encoding encoding = fmt_Encoding::Default;
   exo_VtkWedges wedges = exo_VtkWedges::Plain;
-  cow_String surface{}; ///< set to write, for formats of surfaces; the whole outside if empty
+  cow_String surface{};                 ///< set to write, for formats of surfaces; the whole outside if empty
+  const bme_MeshNotes* notes = nullptr; ///< of the mesh; what a format has no place for is listed
 };
 
 /// One format: a row of the table that fmt_Formats answers.
@@ -43,7 +44,8 @@ struct fmt_Format {
   std::vector<cow_String> suffixes{};
   std::string_view cannotHold{}; ///< what of a mesh a file of it has no place for; empty for none
   bool hasEncodings = false;     ///< ascii and others can be asked for
-  bool isOfSurfaces = false;     ///< holds surfaces alone; one of them, or the outside, is written
+  bool holdsNotes = false; ///< titles, records, attributes, factors and properties, as bme_MeshNotes has them
+  bool isOfSurfaces = false; ///< holds surfaces alone; one of them, or the outside, is written
 
   /// Whether a file that begins like this, with up to 4096 bytes, is of the format.
   bool (*recognises)(std::string_view start) = nullptr;

@@ -3,6 +3,7 @@
 
 #include <CoreGeometry/ExchangeExport.h>
 #include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/bme_MeshNotes.h>
 #include <CoreGeometry/bme_NamedSet.h>
 #include <CoreGeometry/fmt_Ledger.h>
 #include <memory>
@@ -33,6 +34,7 @@ struct fmt_Import {
   cow_String title;
   std::vector<fmt_ImportedBlock> blocks; ///< in class order
   std::vector<bme_NamedSet> sets;        ///< of elements, nodes and sides
+  bme_MeshNotes notes;                   ///< of the classes and sets, and of the whole
   fmt_Rounding rounding;
   fmt_Ledger ledger; ///< what the file holds beside
 };

@@ -4,13 +4,16 @@
 #include "bme_OldVersions.h"
 
 #include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/bme_MeshNotes.h>
 
 namespace {
 omi_CallCounter theCounter;
 
 constexpr cls_MetadataFunction kClasses[] = {
     &bme_ElementClass::InitializeMetadata, &bme_ElemCtrlParams::InitializeMetadata,
-    &bme_ElementData::InitializeMetadata, &bme_Mesh::InitializeMetadata, &bme_NodeData::InitializeMetadata};
+    &bme_ElementData::InitializeMetadata,  &bme_Mesh::InitializeMetadata,
+    &bme_NodeData::InitializeMetadata,     &bme_Annotation::InitializeMetadata,
+    &bme_MeshNotes::InitializeMetadata};
 
 template<class Old> dbc_OldClassVersion* Make() { return new Old; }
 constexpr ddb_OldVersion kOldVersions[] = {
@@ -22,7 +25,7 @@ constexpr omu_EnumRegistrar::Entry kEnumerations[] = {
     omu_EnumRegistrar::Of<bme_ElemLibrary>(),      omu_EnumRegistrar::Of<bme_KinematicSplit>(),
     omu_EnumRegistrar::Of<bme_HourglassControl>(), omu_EnumRegistrar::Of<bme_StressRate>(),
     omu_EnumRegistrar::Of<bme_SoAccuracy>(),       omu_EnumRegistrar::Of<bme_DistortionControl>(),
-    omu_EnumRegistrar::Of<bme_ElemDeletion>()};
+    omu_EnumRegistrar::Of<bme_ElemDeletion>(),     omu_EnumRegistrar::Of<bme_NotedEnm>()};
 
 constexpr ddb_Module kModule{bme_kComponent, "bme", kClasses, kOldVersions, kEnumerations};
 } // namespace

@@ -3,6 +3,7 @@
 #include <CoreGeometry/bdo_EOReference.h>
 #include <CoreGeometry/bdo_Theory.h>
 #include <CoreGeometry/bme_MeshBuilder.h>
+#include <CoreGeometry/bme_MeshNotes.h>
 #include <CoreGeometry/dtmC_DatumRef.h>
 #include <CoreGeometry/dtu_6dofNodeDatumCsys.h>
 #include <CoreGeometry/dtu_DatumAxis.h>
@@ -75,6 +76,25 @@ bme_Mesh Mesh() {
   bricks.SetElemControlParams(controls);
   bricks.SetLocationLabels(cow_List<cow_String>().Append("top").Append("bottom"));
   return mesh;
+}
+
+bme_MeshNotes Notes() {
+  bme_MeshNotes notes;
+  notes.title = "Wing/left";
+  notes.coordinateNames.ListToModify().Append("x").Append("y").Append("z");
+  notes.programs.ListToModify().Append("mesher").Append("1.2").Append("2026-11-22").Append("07:00:00");
+  notes.information.ListToModify().Append("first line").Append("");
+  bme_Annotation bricks(bme_CLASS_NOTED, 0), skin(bme_SURFACE_NOTED, 4);
+  bricks.typeName = "BRICK";
+  bricks.columns.ListToModify().Append("thickness").Append("");
+  bricks.values = cls_xp2DArrayDouble(2, cow_ArrayCOW<double>(std::vector<double>{0.1, 1e300}));
+  bricks.properties.ListToModify().Append("MATERIAL");
+  bricks.propertyValues.Append(-5);
+  skin.values = cls_xp2DArrayDouble(1, cow_ArrayCOW<double>(std::vector<double>{1, 2, 3, 4, 5}));
+  skin.counts.Append(std::vector<int>{3, 2});
+  skin.order.Append(std::vector<int>{1, 0});
+  notes.annotations.ListToModify().Append(bricks).Append(skin);
+  return notes;
 }
 
 rgnC_SubsetData Subset() {
@@ -256,6 +276,7 @@ std::vector<StoredObject> OneOfEach() {
       Of(odiC_FieldRoot("results/Wing/a", 1, 0, 0), Stress()),
       Of(odiC_HistoryRoot("results/Wing/a", 1, 0), Energy()),
       Of("meshes/mesh", Mesh()),
+      Of("notes/mesh", Notes()),
       Of("datums/base", dtu_Datum(1, 2, dtu_PLANE)),
       As<dtu_Datum>("datums/point", dtu_DatumPoint(3, 4, {1, 2, 3})),
       As<dtu_Datum>("datums/axis", WithOutline(dtu_DatumAxis(5, 6, {1, 2, 3}, {0, 2, 0}))),

@@ -49,9 +49,16 @@ void ExodusMesh::Write(const std::string& fileName) const {
   }
   for (const ExodusBlock& block : blocks) {
     const auto count = static_cast<std::int64_t>(block.nodes.size()) / std::max(1, block.nodesPerElement);
+    const auto attributes =
+        static_cast<std::int64_t>(block.attributes.size()) / std::max<std::int64_t>(1, count);
     ASSERT_EQ(ex_put_block(file, EX_ELEM_BLOCK, block.id, block.type.c_str(), count, block.nodesPerElement, 0,
-                           0, 0),
+                           0, attributes),
               0);
+    if (attributes > 0) ex_put_attr(file, EX_ELEM_BLOCK, block.id, block.attributes.data());
+    std::vector<std::string> titles = block.attributeNames;
+    std::vector<char*> pointers;
+    for (std::string& text : titles) pointers.push_back(text.data());
+    if (!titles.empty()) ex_put_attr_names(file, EX_ELEM_BLOCK, block.id, pointers.data());
     if (!block.name.empty()) ex_put_name(file, EX_ELEM_BLOCK, block.id, block.name.c_str());
     if (count > 0) {
       ASSERT_EQ(ex_put_conn(file, EX_ELEM_BLOCK, block.id, block.nodes.data(), nullptr, nullptr), 0);
@@ -59,14 +66,15 @@ void ExodusMesh::Write(const std::string& fileName) const {
   }
   for (const ExodusSet& set : sets) {
     const auto type = static_cast<ex_entity_type>(set.type);
-    ASSERT_EQ(
-        ex_put_set_param(file, type, set.id, static_cast<std::int64_t>(set.entries.size()), set.numFactors),
-        0);
+    ASSERT_EQ(ex_put_set_param(file, type, set.id, static_cast<std::int64_t>(set.entries.size()),
+                               static_cast<std::int64_t>(set.factors.size())),
+              0);
     if (!set.name.empty()) ex_put_name(file, type, set.id, set.name.c_str());
     if (set.entries.empty()) continue;
     ASSERT_EQ(
         ex_put_set(file, type, set.id, set.entries.data(), set.sides.empty() ? nullptr : set.sides.data()),
         0);
+    if (!set.factors.empty()) ex_put_set_dist_fact(file, type, set.id, set.factors.data());
   }
   if (!nodeLabels.empty()) {
     ASSERT_EQ(ex_put_id_map(file, EX_NODE_MAP, nodeLabels.data()), 0);

@@ -26,6 +26,8 @@ struct ExodusBlock {
   int nodesPerElement;
   std::vector<std::int64_t> nodes;
   std::string name{};
+  std::vector<double> attributes{}; ///< a row for each element
+  std::vector<std::string> attributeNames{};
 };
 
 struct ExodusSet {
@@ -33,7 +35,7 @@ struct ExodusSet {
   std::int64_t id;
   std::string name;
   std::vector<std::int64_t> entries, sides{};
-  int numFactors = 0; ///< of distribution
+  std::vector<double> factors{}; ///< of distribution
 };
 
 /// What a file is to hold. Maps and names that are empty are not written.

@@ -182,18 +182,14 @@ TEST_F(ExodusImport, TellsTheLargestChangeByRounding) {
 TEST_F(ExodusImport, ListsWhatAModelHasNoPlaceFor) {
   ExodusMesh mesh = OneHex();
   mesh.blocks[0].name = "cube";
-  mesh.sets = {{EX_NODE_SET, 1, "n", {1, 2, 3}, {}, 3}, {EX_SIDE_SET, 2, "s", {1}, {1}}};
+  mesh.sets = {{EX_NODE_SET, 1, "n", {1, 2, 3}}, {EX_SIDE_SET, 2, "s", {1}, {1}, {1, 2, 3}}};
   mesh.more = [](int file) {
     const double step = 0.5;
     ex_put_time(file, 1, &step);
     int number = 1;
     for (const ex_entity_type of : {EX_GLOBAL, EX_NODAL, EX_ELEM_BLOCK, EX_NODE_SET, EX_SIDE_SET})
       ex_put_variable_param(file, of, ++number);
-    char program[] = "p", version[] = "v", date[] = "d", time[] = "t";
-    char* record[2][4] = {{program, version, date, time}, {program, version, date, time}};
-    ex_put_qa(file, 2, record);
-    const int materials[] = {5};
-    ex_put_prop_array(file, EX_ELEM_BLOCK, "MATERIAL", materials);
+    ex_put_attr_param(file, EX_NODAL, 0, 2);
     nc_redef(file);
     int dim = 0, variable = 0;
     nc_def_dim(file, "num_assembly", 2, &dim);
@@ -204,19 +200,17 @@ TEST_F(ExodusImport, ListsWhatAModelHasNoPlaceFor) {
   };
   const fmt_Import import = Import(mesh);
   for (const auto& [what, count] : {std::pair{"time steps", 1},
-                                    {"QA records", 2},
-                                    {"element block properties", 1},
                                     {"assemblies", 2},
                                     {"global variables", 2},
                                     {"nodal variables", 3},
                                     {"element variables", 4},
                                     {"node set variables", 5},
                                     {"side set variables", 6},
-                                    {"distribution factors of node sets", 3},
+                                    {"attributes of nodes", 1},
                                     {"other variables of the file", 1}})
     EXPECT_EQ(Count(import, what), count) << what;
   EXPECT_EQ(import.ledger.back().detail, "weather");
-  EXPECT_EQ(import.ledger.size(), 11U);
+  EXPECT_EQ(import.ledger.size(), 9U);
   EXPECT_TRUE(Import(OneHex()).ledger.empty());
 }
 

@@ -276,7 +276,7 @@ TEST_F(Sets, LeaveWithTheNamesAndNumbersThatTheyCameWith) {
   using Texts = std::vector<std::string>;
   EXPECT_EQ(Listed(folder_ / "out.exo", EX_NODE_SET, 4), (Texts{"2 top", "0 bottom", "3 skin", "1 left"}));
   EXPECT_EQ(Listed(folder_ / "out.exo", EX_SIDE_SET, 2), (Texts{"0 bottom", "1 right"}));
-  EXPECT_EQ(Listed(folder_ / "out.exo", EX_ELEM_BLOCK, 3), (Texts{"7 block 7", "8 roof", "9 skin"}));
+  EXPECT_EQ(Listed(folder_ / "out.exo", EX_ELEM_BLOCK, 3), (Texts{"7 ", "8 roof", "9 skin"}));
   for (bme_NamedSet& set : import.sets)
     if (set.name == "top" || set.name == "left") set.data.SetIndex(set.name == "top" ? 3 : -5);
   const fmt_Ledger changes = write();

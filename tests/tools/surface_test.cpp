@@ -102,7 +102,8 @@ TEST(Surfaces, AreOfOneSetWhenOneIsNamed) {
   const TestFolder folder;
   const auto write = [&](const char* format, const char* name) {
     uti_OutputFile output(folder / "a", {.force = true});
-    fmt_WriteMesh(output, fmt_Find(format), *mesh, sets, {.encoding = fmt_Encoding::Ascii, .surface = name});
+    const fmt_Encoding ascii = fmt_Find(format).hasEncodings ? fmt_Encoding::Ascii : fmt_Encoding::Default;
+    fmt_WriteMesh(output, fmt_Find(format), *mesh, sets, {.encoding = ascii, .surface = name});
     return BytesOf(folder / "a");
   };
   EXPECT_EQ(write("obj", "side"),

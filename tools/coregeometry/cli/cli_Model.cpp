@@ -49,6 +49,13 @@ cow_String cli_ChooseMesh(const cls_Database& model, const cow_String& name) {
   throw nex_TextException(model.File() + ": no mesh \"" + name + '"' + atr_Alternatives(name, names));
 }
 
+cow_CountedHld<bme_MeshNotes> cli_NotesOf(const cls_Database& model, const cow_String& meshRoot) {
+  if (!meshRoot.starts_with(cli_kMeshFolder)) return {};
+  const cow_String root = bme_kNotesFolder + meshRoot.substr(std::strlen(cli_kMeshFolder));
+  if (!model.Has(root) || model.TypeId(root) != bme_MeshNotes::TypeId()) return {};
+  return model.Get<bme_MeshNotes>(root);
+}
+
 long long cli_NumNotFinite(const bme_Mesh& mesh) {
   const std::span<const float> xyz = mesh.NodeData().Coordinates().Const();
   const auto isFinite = [&](int node) {

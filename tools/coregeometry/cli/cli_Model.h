@@ -5,6 +5,7 @@
 
 #include <BasicUtils/cls_Database.h>
 #include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/bme_MeshNotes.h>
 #include <CoreGeometry/bme_Placement.h>
 #include <string>
 #include <vector>
@@ -23,6 +24,9 @@ std::vector<cow_String> cli_MeshRoots(const cls_Database& model);
 /// The root of the mesh that the user calls `name`; without a name the only mesh of the model. Throws
 /// nex_TextException naming the file and the meshes it has.
 cow_String cli_ChooseMesh(const cls_Database& model, const cow_String& name);
+
+/// What the file of the mesh said beside it; null when nothing is kept.
+cow_CountedHld<bme_MeshNotes> cli_NotesOf(const cls_Database& model, const cow_String& meshRoot);
 
 /// Elements with a node whose coordinates are not finite: questions about places leave them out.
 long long cli_NumNotFinite(const bme_Mesh& mesh);

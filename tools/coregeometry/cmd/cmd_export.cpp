@@ -55,11 +55,13 @@ void Run(const Arguments& arguments) {
   const cow_String root = cli_ChooseMesh(model, arguments.name);
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
   const std::vector<bme_NamedSet> sets = cli_SetsOfMesh(model, root);
+  const cow_CountedHld<bme_MeshNotes> notes = cli_NotesOf(model, root);
   console.Begin("writing " + output.Name());
   fmt_WriteOptions options;
   options.encoding = EncodingOf(arguments);
   options.wedges = WedgesOf(arguments);
   options.surface = arguments.surface;
+  options.notes = notes.Get();
   fmt_Ledger ledger = fmt_WriteMesh(output, format, *mesh, sets, options);
   AddDatums(ledger, cli_Datums(model, root));
   console.End();

@@ -55,6 +55,7 @@ struct Target {
 
   cow_String RegionRoot(const cow_String& set) const { return bme_kRegionFolder + name + "/" + set; }
   cow_String SetRoot(const cow_String& set) const { return bme_kSetFolder + name + "/" + set; }
+  cow_String NotesRoot() const { return bme_kNotesFolder + name; }
 };
 
 /// What belongs to the mesh alone: regions that have it as their owner, and their contents.
@@ -116,6 +117,19 @@ void PutSets(const cls_Database& model, cls_WritePass& pass, const Target& targe
   }
 }
 
+/// In the place of those of the mesh that was there before.
+void PutNotes(const cls_Database& model, cls_WritePass& pass, const Target& target,
+              const bme_MeshNotes& notes, bool replaces) {
+  const cow_String root = target.NotesRoot();
+  if (model.Has(root)) {
+    if (model.TypeId(root) != bme_MeshNotes::TypeId() || !replaces)
+      throw nex_TextException(model.File() + ": already holds " + root
+                              + ", which is not of the mesh; choose another --name");
+    if (notes.IsEmpty()) pass.Remove(root);
+  }
+  if (!notes.IsEmpty()) pass.Put(root, notes);
+}
+
 /// Systems that follow nodes of the mesh that was there before follow those of the new one.
 void FollowNodes(const cls_Database& model, cls_WritePass& pass, const Target& target, const bme_Mesh& mesh) {
   const cow_String root = cli_DatumRoot(target.root);
@@ -143,12 +157,14 @@ void Put(const cls_Database& model, cls_WritePass& pass, const Target& target, f
          bool force) {
   const int meshId = ChooseMeshId(model, target, force);
   if (meshId != import.mesh->Id()) fmt_Renumber(import, static_cast<unsigned>(meshId));
-  if (model.Has(target.root))
+  const bool replaces = model.Has(target.root);
+  if (replaces)
     for (const cow_String& root : RegionsOf(model, target)) pass.Remove(root);
   RemoveRuns(model, pass, target, *import.mesh);
   pass.Put(target.root, *import.mesh);
   FollowNodes(model, pass, target, *import.mesh);
   PutSets(model, pass, target, import.sets);
+  PutNotes(model, pass, target, import.notes, replaces);
 }
 
 void Store(const Target& target, fmt_Import& import, bool force) {

@@ -1,0 +1,39 @@
+// fmt_Compare.h: how two mesh files differ
+#pragma once
+
+#include <CoreGeometry/fmt_Format.h>
+#include <map>
+
+/// One place at which two files differ.
+struct fmt_Difference {
+  cow_String place;         ///< "block 3 (HEX8), connectivity: node 2 of element 5"
+  cow_String first, second; ///< what stands there, "absent" where there is nothing
+  long long numbers =
+      1; ///< of an array: how many of its numbers differ; place and values are those of the first one
+  double largest = 0; ///< of those: the largest absolute difference
+};
+
+struct fmt_Comparison {
+  std::vector<fmt_Difference> differences;
+  fmt_Ledger notCompared; ///< what either file has beside, with the larger count
+};
+
+/// What is the rounding of single precision, with some room.
+inline constexpr double fmt_kSinglePrecision = 1e-7;
+
+/// Two Exodus II files are compared by what they hold: dimensions, nodes, coordinates and their names, number maps,
+/// blocks with types, connectivity and attributes, sets with their factors, properties, title and records. Blocks and sets
+/// belong together by kind and id. Spellings of one type, such as HEX and HEX8, are no difference; the order of sets is
+/// none, either. Other files are compared by what they are read as: nodes, labels, classes and sets.
+///
+/// Tolerance  real numbers a and b are equal when |a - b| <= tolerance * largest, or both are no numbers; largest is the
+///            largest absolute coordinate of both files, and max(|a|, |b|) for other numbers.
+/// Errors     as fmt_ReadMesh; nex_TextException for a tolerance that is negative or no number.
+/// Cost       Exodus II: one array at a time is in memory.
+CORE_GEOMETRY_EXCHANGE_API fmt_Comparison fmt_CompareFiles(const cow_String& first, const cow_String& second,
+                                                           double tolerance = fmt_kSinglePrecision);
+
+/// Two files that were read.
+CORE_GEOMETRY_EXCHANGE_API fmt_Comparison fmt_CompareImports(const fmt_Import& first,
+                                                             const fmt_Import& second,
+                                                             double tolerance = fmt_kSinglePrecision);

@@ -1,0 +1,74 @@
+// coregeometry compare: how two mesh files differ
+#include "cli_Commands.h"
+#include "cli_Console.h"
+#include "cli_Ledger.h"
+#include "cli_Model.h"
+
+#include <CoreGeometry/fmt_Compare.h>
+
+namespace {
+struct Arguments {
+  std::string first, second;
+  double tolerance = fmt_kSinglePrecision;
+  bool json = false;
+};
+
+cli_Json DifferenceJson(const fmt_Difference& difference) {
+  return {{"place", difference.place},
+          {"first", difference.first},
+          {"second", difference.second},
+          {"numbers", difference.numbers},
+          {"largest", difference.largest}};
+}
+
+void Run(const Arguments& arguments) {
+  for (const std::string& file : {arguments.first, arguments.second}) cli_ExpectFile(file, "a mesh");
+  cli_Console console;
+  console.Begin("comparing " + arguments.first + " and " + arguments.second);
+  const fmt_Comparison found = fmt_CompareFiles(arguments.first, arguments.second, arguments.tolerance);
+  console.End();
+  if (arguments.json) {
+    cli_Json list = cli_Json::array();
+    for (const fmt_Difference& difference : found.differences) list.push_back(DifferenceJson(difference));
+    cli_PrintJson({{"first", arguments.first},
+                   {"second", arguments.second},
+                   {"tolerance", arguments.tolerance},
+                   {"differences", list},
+                   {"notCompared", cli_LedgerJson(found.notCompared)}});
+  } else {
+    for (const fmt_Difference& difference : found.differences) {
+      cli_Out() << difference.place << ": " << difference.first << " against " << difference.second;
+      if (difference.numbers > 1)
+        cli_Out() << "; " << difference.numbers << " numbers differ, by at most " << difference.largest;
+      cli_Out() << '\n';
+    }
+    if (found.differences.empty()) cli_Out() << "no differences\n";
+    if (!found.notCompared.empty()) cli_PrintLedger(found.notCompared, "", "Counted, but not compared:");
+  }
+  if (!found.differences.empty()) throw cli_Incomplete();
+}
+} // namespace
+
+void cli_AddCompare(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("compare", "Print where two mesh files differ");
+  auto arguments = std::make_shared<Arguments>();
+  command->add_option("FIRST", arguments->first, "Mesh file; \"coregeometry formats\" lists what is read")
+      ->required();
+  command->add_option("SECOND", arguments->second, "Mesh file")->required();
+  command
+      ->add_option("--tolerance", arguments->tolerance,
+                   "Coordinates a and b are equal when |a - b| <= TOLERANCE * the largest of both files,\n"
+                   "other real numbers when |a - b| <= TOLERANCE * max(|a|, |b|)")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command->add_flag("--json", arguments->json, "Print the differences as JSON");
+  command->footer(
+      "Two Exodus II files are compared by all that they hold of a mesh: coordinates, number maps, blocks,\n"
+      "sets, attributes, distribution factors, properties, title, records; time steps and variables are\n"
+      "left out. Other files are compared by the meshes and sets that they are read as.\n"
+      "Exit codes: 0 no differences, 1 differences or wrong input.\n"
+      "\n"
+      "Example: what an import and an export changed\n"
+      "  coregeometry compare bracket.exo exported.exo");
+  command->callback([arguments] { Run(*arguments); });
+}
