@@ -143,13 +143,16 @@ private:
   /// False when a point is outside.
   static bool CopyRows(std::span<const std::int64_t> from, std::size_t width, std::size_t counted,
                        std::uint64_t numPoints, int firstNode, const std::vector<int>& order, int* to) {
-    std::uint64_t highest = 0;
     if (counted == 0 && order.size() == width && std::ranges::is_sorted(order)) {
+      std::uint64_t high = 0; // of 32 bits each, so that the loop is over vectors
+      int highest = -1;
       for (std::size_t i = 0; i < from.size(); ++i) {
-        highest = std::max(highest, static_cast<std::uint64_t>(from[i]));
-        to[i] = static_cast<int>(static_cast<unsigned>(from[i]) + static_cast<unsigned>(firstNode));
+        high |= static_cast<std::uint64_t>(from[i]) >> 31U;
+        const int node = static_cast<int>(from[i]);
+        highest = std::max(highest, node);
+        to[i] = static_cast<int>(static_cast<unsigned>(node) + static_cast<unsigned>(firstNode));
       }
-      return from.empty() || highest < numPoints;
+      return high == 0 && highest < static_cast<std::int64_t>(numPoints);
     }
     bool isInside = true;
     for (std::size_t row = 0; row < from.size(); row += width) {
