@@ -11,8 +11,6 @@
 namespace {
 constexpr std::size_t kBuffer = std::size_t{1} << 17;
 
-bool IsSpace(int c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r' || c == '\f' || c == '\v'; }
-
 /// Words and lines of a file that may have bytes of arrays between them.
 class Words {
 public:
@@ -45,9 +43,9 @@ public:
   /// The next word; what ends it stays. Empty at the end.
   cow_String Word() {
     constexpr std::size_t kLongest = 4096;
-    while (IsSpace(Peek())) Get();
+    while (vtu_IsSpace(Peek())) Get();
     cow_String word;
-    for (int c; (c = Peek()) >= 0 && !IsSpace(c); Get()) {
+    for (int c; (c = Peek()) >= 0 && !vtu_IsSpace(c); Get()) {
       if (word.size() == kLongest) Fail("a word of more than " + std::to_string(kLongest) + " bytes");
       word += static_cast<char>(c);
     }
@@ -58,7 +56,9 @@ public:
     while (Peek() == ' ' || Peek() == '\t' || Peek() == '\r') Get();
     if (Peek() == '\n') Get();
   }
+  /// Stops behind the last one. Where none of a part of the buffer can be the last, the part is counted as a whole.
   void SkipWords(std::int64_t count) {
+    constexpr std::size_t kPart = 4096;
     bool isInWord = false;
     while (count > 0) {
       if (Peek() < 0) {
@@ -66,8 +66,21 @@ public:
         if (count > 0) Fail("the file ends, and " + std::to_string(count) + " more numbers are needed");
         return;
       }
-      for (; next_ < end_; ++next_) {
-        const bool isSpace = IsSpace(buffer_[next_]);
+      const std::span<const char> part(buffer_.data() + next_, std::min(kPart, end_ - next_));
+      std::int64_t ends = isInWord && vtu_IsSpace(part[0]), lines = part[0] == '\n';
+      for (std::size_t i = 1; i < part.size(); ++i) {
+        ends += !vtu_IsSpace(part[i - 1]) && vtu_IsSpace(part[i]);
+        lines += part[i] == '\n';
+      }
+      if (ends < count) {
+        count -= ends;
+        line_ += lines;
+        isInWord = !vtu_IsSpace(part.back());
+        next_ += part.size();
+        continue;
+      }
+      for (;; ++next_) { // up to the last end
+        const bool isSpace = vtu_IsSpace(buffer_[next_]);
         if (isInWord && isSpace && --count == 0) return;
         isInWord = !isSpace;
         line_ += buffer_[next_] == '\n';

@@ -3,6 +3,7 @@
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
@@ -17,14 +18,13 @@ constexpr TypeRow kTypes[] = {{"Int8", 1},   {"UInt8", 1}, {"Int16", 2},  {"UInt
                               {"UInt32", 4}, {"Int64", 8}, {"UInt64", 8}, {"Float32", 4}, {"Float64", 8}};
 constexpr std::size_t kTextBuffer = std::size_t{1} << 17, kLongestWord = 512;
 
-bool IsSpace(char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r' || c == '\f' || c == '\v'; }
-
 template<class Source> Source Swapped(Source value) {
-  if constexpr (sizeof value == 1) return value;
-  unsigned char bytes[sizeof value];
-  std::memcpy(bytes, &value, sizeof value);
-  std::reverse(bytes, bytes + sizeof value);
-  std::memcpy(&value, bytes, sizeof value);
+  if constexpr (sizeof value == 2)
+    return std::bit_cast<Source>(__builtin_bswap16(std::bit_cast<std::uint16_t>(value)));
+  if constexpr (sizeof value == 4)
+    return std::bit_cast<Source>(__builtin_bswap32(std::bit_cast<std::uint32_t>(value)));
+  if constexpr (sizeof value == 8)
+    return std::bit_cast<Source>(__builtin_bswap64(std::bit_cast<std::uint64_t>(value)));
   return value;
 }
 
@@ -135,8 +135,9 @@ template<class T> bool vtu_Numbers<T>::RefillText() {
 template<class T> void vtu_Numbers<T>::ReadText(std::size_t) {
   while (end_ < values_.size()) {
     // a word is parsed when its end is known
-    if (textEnd_ - textNext_ < kLongestWord) RefillText();
-    while (textNext_ < textEnd_ && IsSpace(text_[textNext_])) ++textNext_;
+    const bool isNearEnd = textEnd_ - textNext_ < kLongestWord;
+    if (isNearEnd) RefillText();
+    while (textNext_ < textEnd_ && vtu_IsSpace(text_[textNext_])) ++textNext_;
     if (textNext_ == textEnd_) {
       if (RefillText()) continue;
       return;
@@ -152,8 +153,8 @@ template<class T> void vtu_Numbers<T>::ReadText(std::size_t) {
         value = static_cast<T>(std::strtod(cow_String(word, at).c_str(), nullptr));
         error = {};
       }
-    if (error != std::errc() || (at != stop && !IsSpace(*at))) {
-      const char* end = std::find_if(word, std::min(stop, word + 40), IsSpace);
+    if (error != std::errc() || (at != stop && !vtu_IsSpace(*at))) {
+      const char* end = std::find_if(word, std::min(stop, word + 40), [](char c) { return vtu_IsSpace(c); });
       next_ = end_;
       Fail(0, "\"" + cow_String(word, end) + "\" is not "
                   + (vtu_IsInteger(array_.type) ? "an integer" : "a number"));

@@ -27,6 +27,8 @@ std::optional<vtu_Type> vtu_FindType(std::string_view name);
 std::size_t vtu_SizeOf(vtu_Type type);
 inline bool vtu_IsInteger(vtu_Type type) { return type < vtu_Type::Float32; }
 
+inline bool vtu_IsSpace(int c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
 enum class vtu_Form : unsigned char { Text, Base64, Raw };
 
 /// How the bytes of all arrays of a file are arranged.
