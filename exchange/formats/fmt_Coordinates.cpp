@@ -50,7 +50,14 @@ template<class Number> void fmt_Coordinates::AddAny(std::span<const Number> xyz)
   double largest = 0;
   bool isFinite = true;
   const auto local = [&](std::size_t i) { return static_cast<double>(xyz[i]) - offset_[i % 3]; };
-  for (std::size_t first = 0; first + 2 < xyz.size(); first += 3) {
+  const bool isAsItIs = std::is_same_v<Number, float> && offset_ == std::array<double, 3>{};
+  if (isAsItIs) { // nothing is rounded
+    for (std::size_t i = 0; i < xyz.size(); ++i) {
+      target[i] = static_cast<float>(xyz[i]);
+      isFinite &= std::abs(target[i]) <= std::numeric_limits<float>::max();
+    }
+  }
+  for (std::size_t first = 0; !isAsItIs && first + 2 < xyz.size(); first += 3) {
     double ofNode = 0;
     for (std::size_t i = first; i < first + 3; ++i) {
       const double value = static_cast<double>(xyz[i]) - offset_[i - first];

@@ -19,7 +19,9 @@ public:
     buffer_.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   }
   template<class T> void Raw(std::span<const T> values) { Bytes(std::as_bytes(values)); }
-  template<class T> void Raw(T value) { Raw(std::span<const T>(&value, 1)); }
+  template<class T>
+  requires std::is_arithmetic_v<T>
+  void Raw(T value) { Raw(std::span<const T>(&value, 1)); }
 
   /// Texts, characters and numbers, one after the other.
   template<class... Parts> void Text(const Parts&... parts) { (Part(parts), ...); }

@@ -131,7 +131,8 @@ fmt_Ledger srf_WritePly(uti_OutputFile& output, const bme_Mesh& mesh, std::span<
            " x\nproperty ", real, " y\nproperty ", real, " z\nelement face ", numFaces,
            "\nproperty list uchar int vertex_indices\nend_header\n");
   ForEachUsed(surface, number, [&](const auto& at) {
-    isText ? out.Text(at[0], ' ', at[1], ' ', at[2], '\n') : out.Raw(std::span(at));
+    for (std::size_t axis = 0; axis < 3; ++axis)
+      isText ? out.Text(at[axis], axis < 2 ? ' ' : '\n') : out.Raw(at[axis]);
   });
   surface.ForEach(true, [&](const srf_Polygon& polygon) {
     isText ? out.Text(polygon.nodes.size()) : out.Raw(static_cast<std::uint8_t>(polygon.nodes.size()));
