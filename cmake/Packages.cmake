@@ -29,9 +29,14 @@ foreach(component IN LISTS components)
   cg_package(${component} NAME libcoregeometry-${name}${CG_SOVERSION} SECTION libs
     SUMMARY "library of the component ${component}" DEPENDS Library)
 endforeach()
+if(TARGET CoreGeometryExodus)
+  cg_package(Exodus NAME coregeometry-exodus SECTION libs SUMMARY "plug-in that reads and writes Exodus II files"
+    DEPENDS Library Exchange)
+endif()
 cg_package(Development NAME libcoregeometry-dev SECTION libdevel SUMMARY "headers, CMake package and pkg-config files"
   DEPENDS Library ${components})
 if(CORE_GEOMETRY_TOOLS)
   cg_package(Tool NAME coregeometry SECTION science SUMMARY "command-line program" DEPENDS Library ${components})
+  set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS coregeometry-exodus)
 endif()
 include(CPack)

@@ -269,6 +269,6 @@ private:
 };
 } // namespace
 
-fmt_Comparison exo_CompareFiles(const cow_String& first, const cow_String& second, double tolerance) {
+fmt_Comparison exo_Compare(const cow_String& first, const cow_String& second, double tolerance) {
   return Comparer(first, second, tolerance).Run();
 }

@@ -3,5 +3,5 @@
 
 #include <CoreGeometry/fmt_Compare.h>
 
-/// See fmt_CompareFiles.
-fmt_Comparison exo_CompareFiles(const cow_String& first, const cow_String& second, double tolerance);
+/// Within the plug-in; see fmt_CompareFiles.
+fmt_Comparison exo_Compare(const cow_String& first, const cow_String& second, double tolerance);

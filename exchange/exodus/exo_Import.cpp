@@ -1,4 +1,4 @@
-#include <CoreGeometry/exo_Import.h>
+#include "exo_Read.h"
 
 #include "exo_File.h"
 #include "exo_Notes.h"
@@ -301,6 +301,6 @@ void Importer::FailAtNode(const exo_Block& block, std::int64_t element, long lon
 }
 } // namespace
 
-fmt_Import exo_ReadMesh(const cow_String& fileName, const fmt_ReadOptions& options) {
+fmt_Import exo_Read(const cow_String& fileName, const fmt_ReadOptions& options) {
   return Importer(fileName, options).Run(options.meshId);
 }

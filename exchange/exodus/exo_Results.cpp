@@ -1,5 +1,4 @@
-#include <CoreGeometry/exo_Results.h>
-
+#include "exo_Read.h"
 #include "exo_ResultsPlan.h"
 
 #include <BasicUtils/thr_ThreadSingleton.h>
@@ -274,7 +273,7 @@ private:
 };
 } // namespace
 
-fmt_ResultsSummary exo_ReadResults(const cow_String& fileName, const fmt_Import& import, odiC_RunWriter* run,
+fmt_ResultsSummary exo_CarryResults(const cow_String& fileName, const fmt_Import& import, odiC_RunWriter* run,
                                    const fmt_ResultsOptions& options) {
   return Reader(fileName, import, run, options).Run();
 }

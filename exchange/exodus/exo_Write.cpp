@@ -247,7 +247,7 @@ private:
 };
 } // namespace
 
-void exo_WriteFile(uti_OutputFile& output, const exo_OutMesh& mesh) {
+void exo_Write(uti_OutputFile& output, const exo_OutMesh& mesh) {
   Writer(output.Path(), output.Name(), mesh).Write(mesh);
   output.Commit();
 }

@@ -60,6 +60,7 @@ struct exo_OutMesh {
 inline constexpr std::size_t exo_kLongestTitle = 80, exo_kLongestType = 32, exo_kLongestName = 255,
                              exo_kLongestRecord = 32, exo_kLongestLine = 80;
 
-/// Writes and commits the file.
+/// Writes and commits the file. The second is within the plug-in, for the first.
 /// Errors     nex_TextException naming the file and what was written; see uti_OutputFile.
 void exo_WriteFile(uti_OutputFile& output, const exo_OutMesh& mesh);
+void exo_Write(uti_OutputFile& output, const exo_OutMesh& mesh);

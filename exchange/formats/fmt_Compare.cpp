@@ -1,6 +1,6 @@
 #include "fmt_Differences.h"
 
-#include "exo_Compare.h"
+#include "exo_Plugin.h"
 
 #include <algorithm>
 #include <cmath>
@@ -142,6 +142,7 @@ fmt_Comparison fmt_CompareImports(const fmt_Import& first, const fmt_Import& sec
 fmt_Comparison fmt_CompareFiles(const cow_String& first, const cow_String& second, double tolerance) {
   CheckTolerance(tolerance);
   const fmt_Format &one = fmt_Recognise(first), &other = fmt_Recognise(second);
-  if (one.name == "exodus" && other.name == "exodus") return exo_CompareFiles(first, second, tolerance);
+  if (one.name == "exodus" && other.name == "exodus")
+    return exo_Plugin().compareFiles(first, second, tolerance);
   return fmt_CompareImports(fmt_ReadMesh(first, one), fmt_ReadMesh(second, other), tolerance);
 }

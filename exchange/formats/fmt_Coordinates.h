@@ -15,7 +15,7 @@ struct fmt_ExactNodes {
 ///
 /// Errors     nex_TextException naming file, node (counted from 1), axis and value for one that is not finite or
 ///            does not fit single precision.
-class fmt_Coordinates {
+class CORE_GEOMETRY_EXCHANGE_API fmt_Coordinates {
 public:
   fmt_Coordinates(cow_String file, std::size_t numNodes, const fmt_ReadOptions& options);
 

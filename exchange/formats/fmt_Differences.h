@@ -9,11 +9,11 @@
 inline constexpr const char* fmt_kAbsent = "absent";
 
 /// Text of a number that gives the same one back.
-cow_String fmt_TextOf(double number);
+CORE_GEOMETRY_EXCHANGE_API cow_String fmt_TextOf(double number);
 cow_String fmt_TextOf(std::integral auto number) { return std::to_string(number); }
 
 /// The numbers of one array, in parts if they are many.
-class fmt_ArrayDifference {
+class CORE_GEOMETRY_EXCHANGE_API fmt_ArrayDifference {
 public:
   /// `placeOf` tells where the number of that index stands. Real numbers are equal within tolerance * scale; scale 0
   /// means the larger of the two.
@@ -46,7 +46,7 @@ private:
 };
 
 /// Differences of whole texts, counts and arrays.
-class fmt_Differences {
+class CORE_GEOMETRY_EXCHANGE_API fmt_Differences {
 public:
   std::vector<fmt_Difference> all;
 

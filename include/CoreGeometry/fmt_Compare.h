@@ -1,17 +1,11 @@
 // fmt_Compare.h: how two mesh files differ
 #pragma once
 
+#include <BasicUtils/cls_Diff.h>
 #include <CoreGeometry/fmt_Format.h>
-#include <map>
 
-/// One place at which two files differ.
-struct fmt_Difference {
-  cow_String place;         ///< "block 3 (HEX8), connectivity: node 2 of element 5"
-  cow_String first, second; ///< what stands there, "absent" where there is nothing
-  long long numbers =
-      1; ///< of an array: how many of its numbers differ; place and values are those of the first one
-  double largest = 0; ///< of those: the largest absolute difference
-};
+/// As models differ; a place is such as "block 3 (HEX8), connectivity: node 2 of element 5".
+using fmt_Difference = cls_Difference;
 
 struct fmt_Comparison {
   std::vector<fmt_Difference> differences;

@@ -30,6 +30,11 @@ check none part 'file\(INSTALL'
 configure asked "$work/host" -DCORE_GEOMETRY_INSTALL=ON
 check some asked 'libCoreGeometry\.so'
 check none asked '/(exo_|vtu_|pic_)[A-Za-z]*\.h|CoreGeometry(Exchange|Picture)|coregeometry-'
+configure without "$source" -DCORE_GEOMETRY_EXODUS=OFF
+grep -q 'Exodus II files: neither read nor written' "$work/without.log"
+check some without 'libCoreGeometryExchange\.so'
+check none without 'libCoreGeometryExodus'
+ctest --test-dir "$work/without" -N | grep 'tools.left_out_without_the_Exodus_II_library.*Disabled' >/dev/null
 configure drawing "$source" -DCORE_GEOMETRY_EXCHANGE=OFF -DCORE_GEOMETRY_TESTS=OFF
 check some drawing '/pic_Scene\.h'
 check some drawing 'libCoreGeometryPicture\.so'

@@ -71,6 +71,17 @@ if compgen -G "$lib/libCoreGeometry*.so" >/dev/null; then
   (unset LD_LIBRARY_PATH && "$work/open" "$lib"/libCoreGeometry*.so)
 fi
 
+# without the plug-in a file that needs it is an error that says what to install
+plugin=$lib/libCoreGeometryExodus.so
+if [ -f "$plugin" ] && [ -x "$work/exchange" ]; then
+  mv "$plugin" "$work/plugin"
+  "$work/exchange" 2>"$work/without_plugin.log" && fail "Exodus II files are written without the plug-in"
+  mv "$work/plugin" "$plugin"
+  grep -q "$plugin, which is not there; install the package coregeometry-exodus" "$work/without_plugin.log" ||
+    fail "without the plug-in: $(cat "$work/without_plugin.log")"
+  echo "the plug-in is asked for"
+fi
+
 for file in LICENSE README.md; do
   find "$tree" -path "*/share/doc/*/$file" | grep -q . || fail "$file is not installed"
 done

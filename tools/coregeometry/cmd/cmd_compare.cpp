@@ -1,6 +1,7 @@
 // coregeometry compare: how two mesh files differ
 #include "cli_Commands.h"
 #include "cli_Console.h"
+#include "cli_Differences.h"
 #include "cli_Ledger.h"
 #include "cli_Model.h"
 
@@ -13,14 +14,6 @@ struct Arguments {
   bool json = false;
 };
 
-cli_Json DifferenceJson(const fmt_Difference& difference) {
-  return {{"place", difference.place},
-          {"first", difference.first},
-          {"second", difference.second},
-          {"numbers", difference.numbers},
-          {"largest", difference.largest}};
-}
-
 void Run(const Arguments& arguments) {
   for (const std::string& file : {arguments.first, arguments.second}) cli_ExpectFile(file, "a mesh");
   cli_Console console;
@@ -28,21 +21,13 @@ void Run(const Arguments& arguments) {
   const fmt_Comparison found = fmt_CompareFiles(arguments.first, arguments.second, arguments.tolerance);
   console.End();
   if (arguments.json) {
-    cli_Json list = cli_Json::array();
-    for (const fmt_Difference& difference : found.differences) list.push_back(DifferenceJson(difference));
     cli_PrintJson({{"first", arguments.first},
                    {"second", arguments.second},
                    {"tolerance", arguments.tolerance},
-                   {"differences", list},
+                   {"differences", cli_DifferencesJson(found.differences)},
                    {"notCompared", cli_LedgerJson(found.notCompared)}});
   } else {
-    for (const fmt_Difference& difference : found.differences) {
-      cli_Out() << difference.place << ": " << difference.first << " against " << difference.second;
-      if (difference.numbers > 1)
-        cli_Out() << "; " << difference.numbers << " numbers differ, by at most " << difference.largest;
-      cli_Out() << '\n';
-    }
-    if (found.differences.empty()) cli_Out() << "no differences\n";
+    cli_PrintDifferences(found.differences);
     if (!found.notCompared.empty()) cli_PrintLedger(found.notCompared, "", "Counted, but not compared:");
   }
   if (!found.differences.empty()) throw cli_Incomplete();

@@ -1,9 +1,8 @@
 // coregeometry diff: how two models differ
 #include "cli_Commands.h"
 #include "cli_Console.h"
+#include "cli_Differences.h"
 #include "cli_Model.h"
-
-#include <BasicUtils/cls_Diff.h>
 
 namespace {
 struct Arguments {
@@ -12,14 +11,6 @@ struct Arguments {
   bool json = false;
 };
 
-cli_Json DifferenceJson(const cls_Difference& difference) {
-  return {{"place", difference.place},
-          {"first", difference.first},
-          {"second", difference.second},
-          {"numbers", difference.numbers},
-          {"largest", difference.largest}};
-}
-
 void Run(const Arguments& arguments) {
   cli_Console console;
   console.Begin("comparing " + arguments.first + " and " + arguments.second);
@@ -27,20 +18,12 @@ void Run(const Arguments& arguments) {
       cls_Diff(cli_OpenModel(arguments.first), cli_OpenModel(arguments.second), arguments.tolerance);
   console.End();
   if (arguments.json) {
-    cli_Json list = cli_Json::array();
-    for (const auto& difference : differences) list.push_back(DifferenceJson(difference));
     cli_PrintJson({{"first", arguments.first},
                    {"second", arguments.second},
                    {"tolerance", arguments.tolerance},
-                   {"differences", list}});
+                   {"differences", cli_DifferencesJson(differences)}});
   } else {
-    for (const auto& difference : differences) {
-      cli_Out() << difference.place << ": " << difference.first << " against " << difference.second;
-      if (difference.numbers > 1)
-        cli_Out() << "; " << difference.numbers << " numbers differ, by at most " << difference.largest;
-      cli_Out() << '\n';
-    }
-    if (differences.empty()) cli_Out() << "no differences\n";
+    cli_PrintDifferences(differences);
   }
   if (!differences.empty()) throw cli_Incomplete();
 }
