@@ -274,6 +274,6 @@ private:
 } // namespace
 
 fmt_ResultsSummary exo_CarryResults(const cow_String& fileName, const fmt_Import& import, odiC_RunWriter* run,
-                                   const fmt_ResultsOptions& options) {
+                                    const fmt_ResultsOptions& options) {
   return Reader(fileName, import, run, options).Run();
 }

@@ -26,8 +26,8 @@ CORE_GEOMETRY_API rgnC_SetType bme_KindOf(const rgnC_SetData& contents) noexcept
 /// there is none. Of several of one name and kind, the one with that name as its root; the others by their roots.
 ///
 /// Errors     nex_TextException, beginning with `place`, that lists the sets when several are meant.
-CORE_GEOMETRY_API const bme_NamedSet* bme_FindSet(std::span<const bme_NamedSet> sets, const cow_String& wanted,
-                                                  const cow_String& place);
+CORE_GEOMETRY_API const bme_NamedSet* bme_FindSet(std::span<const bme_NamedSet> sets,
+                                                  const cow_String& wanted, const cow_String& place);
 /// "node", "element" or "surface".
 CORE_GEOMETRY_API const char* bme_KindWord(rgnC_SetType kind) noexcept;
 

@@ -29,8 +29,8 @@ const bme_NamedSet* bme_FindSet(std::span<const bme_NamedSet> sets, const cow_St
   if (meant.empty()) find([&](const bme_NamedSet& set) { return withKind(set) == wanted; });
   if (meant.empty()) find([&](const bme_NamedSet& set) { return set.root == wanted; });
   if (meant.empty()) return nullptr;
-  const bool isOneKind = std::ranges::all_of(
-      meant, [&](const bme_NamedSet* set) { return set->kind == meant.front()->kind; });
+  const bool isOneKind =
+      std::ranges::all_of(meant, [&](const bme_NamedSet* set) { return set->kind == meant.front()->kind; });
   const auto first = std::ranges::find_if(meant, [](auto* set) { return set->Root() == set->name; });
   if (meant.size() == 1) return meant.front();
   if (isOneKind && first != meant.end()) return *first; // the others are told apart by their roots
