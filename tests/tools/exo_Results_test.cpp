@@ -190,6 +190,31 @@ TEST_F(ExodusResults, AppendedFramesMakeTheSameRunAndFallingTimesAnotherStep) {
   EXPECT_NE(other.err.find("not the first ones of this file"), std::string::npos) << other.err;
 }
 
+TEST_F(ExodusResults, RunsGoWithTheirMesh) {
+  Write(Kinds(0x3F), {0, 1});
+  ToolFacts({"import", file_});
+  ToolFacts({"import", file_, "--force", "--no-results"}); // the same sizes: the run stays
+  EXPECT_EQ(ToolFacts({"fields", model_})["runs"].size(), 1U);
+  const std::string lone = folder_ / "lone.cgdb";
+  std::filesystem::copy_file(model_, lone);
+  {
+    cls_Database model = cls_Database::Open(lone, cls_Database::Mode::ReadWrite);
+    cls_WritePass pass(model);
+    pass.Remove("meshes/r");
+    pass.Commit();
+  }
+  const ToolRun check = RunTool({"check", lone});
+  EXPECT_EQ(check.exitCode, 1);
+  EXPECT_NE(check.out.find("results/r/r: its mesh meshes/r is not in the model"), std::string::npos)
+      << check.out;
+  OneHex().Write(folder_ / "other.exo");
+  const ToolRun other = RunTool({"import", folder_ / "other.exo", "-o", model_, "--name", "r", "--force"});
+  EXPECT_NE(other.err.find("results/r/r is removed: it is of a mesh of other sizes or types"),
+            std::string::npos);
+  EXPECT_TRUE(ToolFacts({"fields", model_})["runs"].empty());
+  EXPECT_EQ(ToolFacts({"check", model_})["faults"], 0);
+}
+
 TEST_F(ExodusResults, ArgumentsChooseAndDryRunsStoreNothing) {
   Write(Kinds(0x3F), {0, 1});
   const nlohmann::json planned =
