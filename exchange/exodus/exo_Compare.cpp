@@ -224,14 +224,15 @@ private:
       const cow_String what = "property \"" + one.name + '"';
       const auto at = std::ranges::find(theirs, one.name, &exo_Property::name);
       if (at == theirs.end()) {
-        found_.Presence(kind + "s: " + what, true, "there");
+        found_.Presence(cow_String(kind).append("s: ").append(what), true, "there");
         continue;
       }
       for (std::size_t i = 0; i < items.size(); ++i) {
         const auto other = std::ranges::find(others, items[i].id, &Item::id);
         if (other == others.end()) continue;
-        found_.Counts(kind + " " + std::to_string(items[i].id) + ": " + what, one.values[i],
-                      at->values[static_cast<std::size_t>(other - others.begin())]);
+        cow_String place = kind;
+        place.append(" ").append(std::to_string(items[i].id)).append(": ").append(what);
+        found_.Counts(place, one.values[i], at->values[static_cast<std::size_t>(other - others.begin())]);
       }
     }
     for (const exo_Property& other : theirs)

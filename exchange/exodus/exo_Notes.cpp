@@ -62,7 +62,7 @@ void exo_ReadNotes(const exo_File& file, std::span<const exo_BlockPlace> blocks,
       if (SayAnything(titles) && titles.size() == columns) made.columns = ListOf(titles);
     }
     wide += exo_AddProperties(properties, static_cast<std::size_t>(block.position - 1), made);
-    if (!made.IsEmpty()) notes.annotations.ListToModify().Append(std::move(made));
+    if (!made.IsEmpty()) notes.annotations.ListToModify().Append(made);
   }
   if (wide > 0) ledger.push_back({"properties of blocks", wide, "do not fit 32 bits"});
 }

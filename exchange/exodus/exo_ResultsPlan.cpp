@@ -108,8 +108,7 @@ private:
         const auto same = [](const Member& a, const Member& b) {
           return a.entity == b.entity && a.facet == b.facet;
         };
-        const auto twice = std::ranges::unique(members, same);
-        members.erase(twice.begin(), twice.end());
+        members.erase(std::unique(members.begin(), members.end(), same), members.end());
         Object made{type, set.id, set.numEntries, {}, {}, 0, region, row};
         made.block.position = kind == exo_SetKind::Nodes   ? res_NODAL
                               : kind == exo_SetKind::Sides ? res_ELEMENT_FACE

@@ -171,7 +171,7 @@ private:
     if (set.numFactors > 0) AddFactors(set, isSame, order, made);
     if (!std::ranges::is_sorted(order)) made.order.Append(order);
     numLostProperties_ += exo_AddProperties(properties, static_cast<std::size_t>(set.position - 1), made);
-    if (!made.IsEmpty()) notes_.annotations.ListToModify().Append(std::move(made));
+    if (!made.IsEmpty()) notes_.annotations.ListToModify().Append(made);
   }
 
   /// `order` has the position of every entry that was carried over, in the order of the subsets.

@@ -215,7 +215,8 @@ private:
         source_.In().Fail(std::to_string(count) + " nodes, where " + std::to_string(left)
                           + " are left of those announced");
       left -= count;
-      ReadNodeBlock(static_cast<std::size_t>(count), static_cast<std::size_t>(3 + isParametric * dims));
+      const auto numbers = std::size_t{3} + (isParametric ? static_cast<std::size_t>(dims) : 0U);
+      ReadNodeBlock(static_cast<std::size_t>(count), numbers);
     }
     source_.At("$Nodes");
     if (left > 0) source_.In().Fail(std::to_string(left) + " nodes fewer than announced");

@@ -116,15 +116,18 @@ public:
       const Primitive& part = primitives[i];
       if (part.indices.empty()) continue;
       const auto& colour = kColours[i % std::size(kColours)];
-      materials += cow_String(numParts_ == 0 ? "" : ",") + "{\"name\":" + JsonText(surface.Groups()[i])
-                   + ",\"doubleSided\":true,\"pbrMetallicRoughness\":{\"baseColorFactor\":["
-                   + NumberText(colour[0]) + "," + NumberText(colour[1]) + "," + NumberText(colour[2])
-                   + ",1],\"metallicFactor\":0.1,\"roughnessFactor\":0.7}}";
+      const char* const comma = numParts_ == 0 ? "" : ",";
+      const auto append = [](cow_String& to, std::initializer_list<cow_String> texts) {
+        for (const cow_String& text : texts) to.append(text);
+      };
+      append(materials, {comma, "{\"name\":", JsonText(surface.Groups()[i]),
+                         ",\"doubleSided\":true,\"pbrMetallicRoughness\":{\"baseColorFactor\":[",
+                         NumberText(colour[0]), ",", NumberText(colour[1]), ",", NumberText(colour[2]),
+                         ",1],\"metallicFactor\":0.1,\"roughnessFactor\":0.7}}"});
       const cow_String places = Accessor(part.places, true), normals = Accessor(part.normals, false),
                        indices = IndexAccessor(part.indices); // in the order of the bytes
-      parts += cow_String(numParts_ == 0 ? "" : ",") + "{\"attributes\":{\"POSITION\":" + places
-               + ",\"NORMAL\":" + normals + "},\"indices\":" + indices
-               + ",\"material\":" + std::to_string(numParts_) + "}";
+      append(parts, {comma, "{\"attributes\":{\"POSITION\":", places, ",\"NORMAL\":", normals,
+                     "},\"indices\":", indices, ",\"material\":", std::to_string(numParts_), "}"});
       ++numParts_;
     }
     cow_String node = "{\"mesh\":0,\"name\":" + JsonText(name);
