@@ -90,7 +90,7 @@ int main(int argc, char** argv) {
   } catch (const cli_UsageError& error) {
     return Fail(error.what(), cli_WRONG_USAGE);
   } catch (const wip_Cancelled&) {
-    return Fail("interrupted, nothing was changed", cli_INTERRUPTED + cli_StopSignal());
+    return Fail("interrupted, and what was under way is undone", cli_INTERRUPTED + cli_StopSignal());
   } catch (const std::bad_alloc&) {
     return Fail("out of memory", cli_WRONG_INPUT);
   } catch (const std::exception& error) {
