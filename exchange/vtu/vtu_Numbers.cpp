@@ -33,8 +33,8 @@ void ConvertFrom(const unsigned char* from, std::size_t count, bool isSwapped, T
   for (std::size_t i = 0; i < count; ++i) {
     Source value;
     std::memcpy(&value, from + i * sizeof value, sizeof value);
-    to[i] = static_cast<T>(isSwapped ? Swapped(value)
-                                     : value); // NOLINT(bugprone-signed-char-misuse): 8-bit numbers
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse): they are numbers of 8 bits
+    to[i] = static_cast<T>(isSwapped ? Swapped(value) : value);
   }
 }
 
