@@ -47,8 +47,8 @@ public:
   bool IsNodal() const noexcept;
   bool HasFaces() const noexcept;
   /// Index of a node, or position of an element in its class.
-  int Entity(int position) const noexcept {
-    return entities.IsEmpty() ? position : entities.Const()[static_cast<std::size_t>(position)];
+  int Entity(int at) const noexcept { ///< of that position in the block
+    return entities.IsEmpty() ? at : entities.Const()[static_cast<std::size_t>(at)];
   }
   /// Position of an entity in the block, -1 when it has no values. The first one of an element with several faces.
   int Find(int entity) const noexcept;

@@ -29,6 +29,7 @@ template<omu_HasTable Enum> struct cls_FieldKind<std::vector<Enum>> {
   }
   static void Write(const cls_WriteVisitor& visitor, const char* name, const std::vector<Enum>& value) {
     std::vector<cow_String> texts;
+    texts.reserve(value.size());
     for (const Enum one : value) texts.push_back(omu_PrimEnum<Enum>(one).Text());
     cls_WriteVisitor(visitor, name).PutTexts(texts);
   }
