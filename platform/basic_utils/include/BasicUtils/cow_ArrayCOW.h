@@ -34,7 +34,7 @@ struct cow_ArrayStamp {
 ///            nex_OutOfRangeException for a removal outside. A failed change leaves the array as it was.
 /// Cost       copy O(1) at any size; Append amortised, other changes of size take exactly what they need.
 ///            Elements are aligned to 64 bytes, to a page from 1 MiB on.
-/// Threads    copies may be read, changed and dropped on several threads; stamps are not guarded.
+/// Threads    copies may be read, changed, stamped and dropped on several threads.
 template<class T, class Policy = cow_Direct<T>> class cow_ArrayCOW {
   static_assert(std::is_trivially_copyable_v<T>);
 
@@ -68,10 +68,16 @@ public:
     const std::span<const T> x = a.Const(), y = b.Const();
     return x.size() == y.size() && (x.data() == y.data() || std::equal(x.begin(), x.end(), y.begin()));
   }
-  const cow_ArrayStamp& Stamp() const noexcept { return buffer_ ? buffer_->stamp : kNoStamp; }
+  cow_ArrayStamp Stamp() const noexcept {
+    if (!buffer_) return {};
+    const StampLock lock(*buffer_);
+    return buffer_->stamp;
+  }
   /// Notes for all that share the block where it is stored; does nothing when nothing is owned.
   void SetStamp(const cow_ArrayStamp& stamp) const noexcept {
-    if (buffer_) buffer_->stamp = stamp;
+    if (!buffer_) return;
+    const StampLock lock(*buffer_);
+    buffer_->stamp = stamp;
   }
 
   // change
@@ -113,8 +119,19 @@ private:
     std::size_t size, capacity;
     T* data;
     cow_ArrayStamp stamp{};
+    std::atomic_flag isStampBusy{};
   };
-  static constexpr cow_ArrayStamp kNoStamp{};
+  /// Copies on other threads store the same block. It is held for three words: waiting spins.
+  struct StampLock {
+    explicit StampLock(Buffer& of) noexcept : buffer(of) {
+      while (buffer.isStampBusy.test_and_set(std::memory_order_acquire)) {
+      }
+    }
+    ~StampLock() { buffer.isStampBusy.clear(std::memory_order_release); }
+    StampLock(const StampLock&) = delete;
+    StampLock& operator=(const StampLock&) = delete;
+    Buffer& buffer;
+  };
   static constexpr std::size_t kLine = 64, kPage = 4096, kPageFrom = std::size_t{1} << 20;
   static constexpr std::size_t kMaxSize = (PTRDIFF_MAX - 2 * kPage) / sizeof(T);
   static_assert(sizeof(Buffer) <= kLine && alignof(T) <= kLine);
