@@ -1,0 +1,110 @@
+#include "odiC_RowKernels.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#ifdef __SSE2__
+#include <immintrin.h>
+#endif
+#if defined(__x86_64__) && !defined(__clang__)
+#define ODI_HAS_AVX2
+#endif
+
+// Lanes are handed to functions that are always inlined, so it does not matter how a call would pass them.
+#pragma GCC diagnostic ignored "-Wpsabi"
+
+namespace {
+using Lanes [[gnu::vector_size(4 * sizeof(double))]] = double;
+using FloatLanes [[gnu::vector_size(4 * sizeof(float))]] = float;
+
+namespace plain {
+#include "odiC_RowKernel.inl"
+}
+#ifdef ODI_HAS_AVX2
+#pragma GCC push_options
+#pragma GCC target("avx2")
+#define ODI_USE_AVX2
+namespace avx2 {
+#include "odiC_RowKernel.inl"
+}
+#pragma GCC pop_options
+#endif
+
+constexpr std::array kComponents = {res_XX_COMPONENT, res_YY_COMPONENT, res_ZZ_COMPONENT,
+                                    res_XY_COMPONENT, res_XZ_COMPONENT, res_YZ_COMPONENT};
+} // namespace
+
+odiC_RowForm::odiC_RowForm(const odiC_Variable& variable)
+    : width(variable.components.size()), shear(variable.isEngineeringShear && variable.IsTensor() ? 0.5 : 1) {
+  for (std::size_t k = 0; k < at.size(); ++k) {
+    const auto found = std::ranges::find(variable.components, kComponents[k]);
+    at[k] = found == variable.components.end() ? -1 : static_cast<int>(found - variable.components.begin());
+  }
+  if (width == 1) at[0] = 0; // the number of a scalar
+}
+
+odiC_RowBody odiC_BestRowBody() noexcept {
+#ifdef ODI_HAS_AVX2
+  static const bool hasAvx2 = __builtin_cpu_supports("avx2");
+  if (hasAvx2) return odiC_RowBody::Avx2;
+#endif
+  return odiC_RowBody::Plain;
+}
+
+double odiC_CubeRoot(double x) noexcept {
+  if (x == 0 || !std::isfinite(x)) return x;
+  int exponent = 0;
+  double m = std::frexp(std::fabs(x), &exponent);
+  for (; exponent % 3 != 0; ++exponent) m /= 2; // from 1/8 to 1
+  double root = 0.35 + 0.68 * m;
+  for (int k = 0; k < 6; ++k) root -= (root * root * root - m) / (3 * root * root);
+  return std::copysign(std::ldexp(root, exponent / 3), x);
+}
+
+template<class T>
+void odiC_ReduceRows([[maybe_unused]] odiC_RowBody body, odiC_RowWork work, int which,
+                     const odiC_RowForm& form, const T* rows, std::size_t n, T* out) {
+  if (n == 0) return;
+#ifdef ODI_HAS_AVX2
+  if (body == odiC_RowBody::Avx2) return avx2::ReduceRows(work, which, form, rows, n, out);
+#endif
+  plain::ReduceRows(work, which, form, rows, n, out);
+}
+void odiC_SolveRows([[maybe_unused]] odiC_RowBody body, const double* tensors, std::size_t n, double* values,
+                    double* axes) {
+  if (n == 0) return;
+#ifdef ODI_HAS_AVX2
+  if (body == odiC_RowBody::Avx2) return avx2::SolveRows(tensors, n, values, axes);
+#endif
+  plain::SolveRows(tensors, n, values, axes);
+}
+template<class T>
+void odiC_TurnTensors([[maybe_unused]] odiC_RowBody body, const odiC_RowForm& form, const double* matrices,
+                      std::size_t stride, const T* rows, std::size_t n, T* out) {
+  if (n == 0) return;
+#ifdef ODI_HAS_AVX2
+  if (body == odiC_RowBody::Avx2) return avx2::TurnTensors(form, matrices, stride, rows, n, out);
+#endif
+  plain::TurnTensors(form, matrices, stride, rows, n, out);
+}
+template<class T>
+void odiC_TurnVectors([[maybe_unused]] odiC_RowBody body, const odiC_RowForm& form, const double* matrices,
+                      std::size_t stride, const T* rows, std::size_t n, T* out) {
+  if (n == 0) return;
+#ifdef ODI_HAS_AVX2
+  if (body == odiC_RowBody::Avx2) return avx2::TurnVectors(form, matrices, stride, rows, n, out);
+#endif
+  plain::TurnVectors(form, matrices, stride, rows, n, out);
+}
+template void odiC_ReduceRows(odiC_RowBody, odiC_RowWork, int, const odiC_RowForm&, const float*, std::size_t,
+                              float*);
+template void odiC_TurnTensors(odiC_RowBody, const odiC_RowForm&, const double*, std::size_t, const float*,
+                               std::size_t, float*);
+template void odiC_TurnVectors(odiC_RowBody, const odiC_RowForm&, const double*, std::size_t, const float*,
+                               std::size_t, float*);
+template void odiC_ReduceRows(odiC_RowBody, odiC_RowWork, int, const odiC_RowForm&, const double*,
+                              std::size_t, double*);
+template void odiC_TurnTensors(odiC_RowBody, const odiC_RowForm&, const double*, std::size_t, const double*,
+                               std::size_t, double*);
+template void odiC_TurnVectors(odiC_RowBody, const odiC_RowForm&, const double*, std::size_t, const double*,
+                               std::size_t, double*);
