@@ -20,6 +20,8 @@ public:
   odiC_PointSet() = default;
   explicit odiC_PointSet(const cls_ReadVisitor& visitor);
 
+  cow_String WhatIsWrong() const; ///< empty when nothing is
+
   cow_String name, elemTypeLabel;
   int count = 0;
   std::vector<double> isoCoordinates; ///< three for each point, or none

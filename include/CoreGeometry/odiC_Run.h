@@ -21,6 +21,7 @@ public:
                    std::shared_ptr<const odiC_Layout> layout, const odiC_Variable& variable);
 
   const odiC_Layout& Layout() const noexcept { return *layout_; }
+  const std::shared_ptr<const odiC_Layout>& SharedLayout() const noexcept { return layout_; }
   int NumComponents() const noexcept { return width_; }
   /// Those of the layout, twice for a complex variable: all first numbers, then all second ones.
   long long NumRows() const noexcept { return numRows_; }

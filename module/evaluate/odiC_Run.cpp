@@ -1,6 +1,7 @@
 #include <CoreGeometry/odiC_Run.h>
 
 #include <BasicUtils/cls_ReadView.h>
+#include <CoreGeometry/bme_StoredSets.h>
 #include <CoreGeometry/odiC_Exception.h>
 #include <CoreUtils/atr_Near.h>
 #include <algorithm>
@@ -10,8 +11,6 @@
 #include <limits>
 
 namespace {
-constexpr const char* kMeshFolder = "meshes/";
-
 /// The fields of an odiC_Field without its numbers.
 struct FieldFacts {
   explicit FieldFacts(const cls_ReadVisitor& field)
@@ -122,7 +121,7 @@ std::vector<cow_String> odiC_Run::RootsOf(const cls_Database& model, const cow_S
 }
 
 cow_String odiC_Run::RootOf(const cow_String& meshRoot, const cow_String& run) {
-  const std::size_t folder = meshRoot.starts_with(kMeshFolder) ? std::strlen(kMeshFolder) : 0;
+  const std::size_t folder = meshRoot.starts_with(bme_kMeshFolder) ? std::strlen(bme_kMeshFolder) : 0;
   return odiC_kRunFolder + meshRoot.substr(folder) + "/" + run;
 }
 

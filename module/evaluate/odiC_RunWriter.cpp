@@ -1,3 +1,4 @@
+#include <CoreGeometry/bme_StoredSets.h>
 #include <CoreGeometry/odiC_RunWriter.h>
 
 #include <BasicUtils/cls_WritePass.h>
@@ -114,7 +115,7 @@ odiC_RunWriter::odiC_RunWriter(cls_Database& model, const cow_String& root, cons
     return;
   }
   header_.name = root.substr(slash + 1);
-  header_.meshRoot = "meshes/" + root.substr(folder.size(), slash - folder.size());
+  header_.meshRoot = bme_kMeshFolder + root.substr(folder.size(), slash - folder.size());
   header_.meshId = mesh.Id();
   header_.numNodes = static_cast<int>(mesh.NodeData().NumNodes());
   for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i) {
@@ -140,7 +141,7 @@ template<class T> void odiC_RunWriter::Add(const cow_String& root, T object) {
 }
 
 int odiC_RunWriter::AddVariable(const odiC_Variable& variable) {
-  if (variable.name.empty() || variable.components.empty()) Fail("a variable needs a name and components");
+  if (const cow_String wrong = variable.WhatIsWrong(); !wrong.empty()) Fail(wrong);
   if (const int known = header_.FindVariable(variable.name); known >= 0) {
     Expect(header_.variables[static_cast<std::size_t>(known)].IsLike(variable),
            "variable \"" + variable.name + "\" exists with another type");
@@ -151,12 +152,23 @@ int odiC_RunWriter::AddVariable(const odiC_Variable& variable) {
 }
 
 int odiC_RunWriter::AddCategory(const odiC_Category& category) {
-  header_.categories.push_back(category);
+  odiC_Category whole = category;
+  const std::size_t count = category.sectionPoints.size();
+  if (whole.offsets.empty()) whole.offsets.assign(count, std::numeric_limits<double>::quiet_NaN());
+  if (whole.plies.empty()) whole.plies.assign(count, 0);
+  if (const cow_String wrong = whole.WhatIsWrong(); !wrong.empty()) Fail(wrong);
+  for (std::size_t i = 0; i < header_.categories.size(); ++i)
+    if (const odiC_Category& known = header_.categories[i]; known.name == whole.name) {
+      Expect(known.sectionPoints == whole.sectionPoints && known.elementCategories == whole.elementCategories,
+             "category \"" + whole.name + "\" exists with other section points or element categories");
+      return static_cast<int>(i);
+    }
+  header_.categories.push_back(std::move(whole));
   return static_cast<int>(header_.categories.size()) - 1;
 }
 
 int odiC_RunWriter::AddPointSet(const odiC_PointSet& points) {
-  Expect(points.count > 0, "point set \"" + points.name + "\" has no points");
+  if (const cow_String wrong = points.WhatIsWrong(); !wrong.empty()) Fail(wrong);
   const uti_FingerprintBits bits = BitsOf(points);
   if (const auto known = std::ranges::find(pointSets_, bits); known != pointSets_.end())
     return static_cast<int>(known - pointSets_.begin());

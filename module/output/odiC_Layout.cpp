@@ -48,12 +48,17 @@ template class odiC_Stored<odiC_Layout>;
 
 odiC_PointSet::odiC_PointSet(const cls_ReadVisitor& visitor) : odiC_Stored(visitor) {
   ReadFields(visitor);
+  if (const cow_String wrong = WhatIsWrong(); !wrong.empty()) visitor.Refuse(wrong);
+}
+
+cow_String odiC_PointSet::WhatIsWrong() const {
   const auto points = static_cast<std::size_t>(std::max(0, count));
-  if (count < 1 || (!isoCoordinates.empty() && isoCoordinates.size() != 3 * points)
-      || (!weights.empty() && weights.size() != points))
-    visitor.Refuse("point set \"" + name + "\" of " + std::to_string(count) + " points has "
+  return count >= 1 && (isoCoordinates.empty() || isoCoordinates.size() == 3 * points)
+                 && (weights.empty() || weights.size() == points)
+             ? cow_String()
+             : "point set \"" + name + "\" of " + std::to_string(count) + " points has "
                    + std::to_string(isoCoordinates.size()) + " coordinates and "
-                   + std::to_string(weights.size()) + " weights");
+                   + std::to_string(weights.size()) + " weights";
 }
 
 odiC_LayoutBlock::odiC_LayoutBlock(const cls_ReadVisitor& visitor) : odiC_Stored(visitor) {

@@ -62,10 +62,17 @@ odiC_Variable::odiC_Variable(cow_String ofName, res_DataTypeEnm type, cow_String
 
 odiC_Variable::odiC_Variable(const cls_ReadVisitor& visitor) : odiC_Stored(visitor) {
   ReadFields(visitor);
-  if (components.empty()) visitor.Refuse("variable \"" + name + "\" has no components");
-  if (!componentNames.empty() && componentNames.size() != components.size())
-    visitor.Refuse("variable \"" + name + "\" has " + std::to_string(components.size()) + " components and "
-                   + std::to_string(componentNames.size()) + " names of them");
+  if (const cow_String wrong = WhatIsWrong(); !wrong.empty()) visitor.Refuse(wrong);
+}
+
+cow_String odiC_Variable::WhatIsWrong() const {
+  if (name.empty()) return "a variable without a name";
+  const cow_String place = "variable \"" + name + "\" has ";
+  if (components.empty()) return place + "no components";
+  return componentNames.empty() || componentNames.size() == components.size()
+             ? cow_String()
+             : place + std::to_string(components.size()) + " components and "
+                   + std::to_string(componentNames.size()) + " names of them";
 }
 
 bool odiC_Variable::IsTensor() const noexcept {
@@ -91,8 +98,13 @@ bool odiC_Variable::IsLike(const odiC_Variable& other) const noexcept {
 
 odiC_Category::odiC_Category(const cls_ReadVisitor& visitor) : odiC_Stored(visitor) {
   ReadFields(visitor);
-  if (offsets.size() != sectionPoints.size() || plies.size() != sectionPoints.size())
-    visitor.Refuse("category \"" + name + "\" has " + std::to_string(sectionPoints.size())
-                   + " section points, " + std::to_string(offsets.size()) + " offsets and "
-                   + std::to_string(plies.size()) + " plies");
+  if (const cow_String wrong = WhatIsWrong(); !wrong.empty()) visitor.Refuse(wrong);
+}
+
+cow_String odiC_Category::WhatIsWrong() const {
+  return offsets.size() == sectionPoints.size() && plies.size() == sectionPoints.size()
+             ? cow_String()
+             : "category \"" + name + "\" has " + std::to_string(sectionPoints.size()) + " section points, "
+                   + std::to_string(offsets.size()) + " offsets and " + std::to_string(plies.size())
+                   + " plies";
 }

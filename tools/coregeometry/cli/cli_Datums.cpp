@@ -25,7 +25,7 @@ template<class Triple> cli_Json Numbers(const Triple& triple) {
 } // namespace
 
 cow_String cli_DatumRoot(const cow_String& meshRoot) {
-  return cli_kDatumFolder + WithoutFolder(meshRoot, cli_kMeshFolder);
+  return cli_kDatumFolder + WithoutFolder(meshRoot, bme_kMeshFolder);
 }
 
 std::vector<cli_Datum> cli_Datums(const cls_Database& model, const cow_String& meshRoot) {
@@ -42,7 +42,7 @@ std::vector<cli_Datum> cli_Datums(const cls_Database& model, const cow_String& m
     if (!meshRoot.empty() && root != cli_DatumRoot(meshRoot)) continue;
     dtu_DatumContainer container = *model.Get<dtu_DatumContainer>(root);
     const bme_Placement placement =
-        cli_PlacementOf(model, cli_kMeshFolder + WithoutFolder(root, cli_kDatumFolder));
+        cli_PlacementOf(model, bme_kMeshFolder + WithoutFolder(root, cli_kDatumFolder));
     if (!placement.IsNone()) container.TransformData(placement.ToPlaced());
     for (const auto& [id, datum] : container)
       datums.push_back({root, container.NameOf(id), id, datum.Holder()});

@@ -38,20 +38,20 @@ cow_String cli_ChooseMesh(const cls_Database& model, const cow_String& name) {
   if (meshes.empty()) throw nex_TextException(model.File() + ": holds no mesh");
   if (name.empty() && meshes.size() == 1) return meshes.front();
   for (const cow_String& root : meshes)
-    if (!name.empty() && (root == name || root == cli_kMeshFolder + name)) return root;
+    if (!name.empty() && (root == name || root == bme_kMeshFolder + name)) return root;
   if (name.empty())
     throw nex_TextException(model.File() + ": holds several meshes, choose one with --name"
                             + atr_Alternatives("", meshes));
   std::vector<cow_String> names;
   names.reserve(meshes.size());
   for (const cow_String& root : meshes)
-    names.push_back(root.starts_with(cli_kMeshFolder) ? root.substr(std::strlen(cli_kMeshFolder)) : root);
+    names.push_back(root.starts_with(bme_kMeshFolder) ? root.substr(std::strlen(bme_kMeshFolder)) : root);
   throw nex_TextException(model.File() + ": no mesh \"" + name + '"' + atr_Alternatives(name, names));
 }
 
 cow_CountedHld<bme_MeshNotes> cli_NotesOf(const cls_Database& model, const cow_String& meshRoot) {
-  if (!meshRoot.starts_with(cli_kMeshFolder)) return {};
-  const cow_String root = bme_kNotesFolder + meshRoot.substr(std::strlen(cli_kMeshFolder));
+  if (!meshRoot.starts_with(bme_kMeshFolder)) return {};
+  const cow_String root = bme_kNotesFolder + meshRoot.substr(std::strlen(bme_kMeshFolder));
   if (!model.Has(root) || model.TypeId(root) != bme_MeshNotes::TypeId()) return {};
   return model.Get<bme_MeshNotes>(root);
 }

@@ -7,10 +7,10 @@
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/bme_MeshNotes.h>
 #include <CoreGeometry/bme_Placement.h>
+#include <CoreGeometry/bme_StoredSets.h>
 #include <string>
 #include <vector>
 
-inline constexpr const char* cli_kMeshFolder = "meshes/";
 
 /// Throws nex_TextException when the name is one of the standard input, or of something that is no file, such
 /// as a pipe; `what` is what there should be, as "a model".

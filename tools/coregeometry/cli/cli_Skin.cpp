@@ -44,7 +44,7 @@ bme_FEMFaceList FacesOf(const cls_Database& model, const cow_String& root, const
     chosen = chosen.Union(bme_FEMElemList::OfClass(mesh, i));
   }
   if (isThere) return Outside(chosen, place);
-  const std::vector<bme_NamedSet> sets = cli_SetsOfMesh(model, root);
+  const std::vector<bme_NamedSet> sets = bme_SetsOfMesh(model, root);
   const bme_NamedSet* set = bme_FindSet(sets, part, place);
   if (!set) {
     std::vector<cow_String> names = cli_PartNames(elements);

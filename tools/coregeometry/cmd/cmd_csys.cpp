@@ -27,7 +27,7 @@ cow_String ListText(const cli_Json& numbers) {
 /// The mesh whose datums are meant; in a model without meshes whatever part is named.
 cow_String MeshRoot(const Arguments& arguments, const cls_Database& model) {
   const bool isNamed = !arguments.mesh.empty() && arguments.nodes.empty();
-  return isNamed && cli_MeshRoots(model).empty() ? cli_kMeshFolder + arguments.mesh
+  return isNamed && cli_MeshRoots(model).empty() ? bme_kMeshFolder + arguments.mesh
                                                  : cli_ChooseMesh(model, arguments.mesh);
 }
 

@@ -54,7 +54,7 @@ void Run(const Arguments& arguments) {
   const cls_Database model = cli_OpenModel(arguments.file);
   const cow_String root = cli_ChooseMesh(model, arguments.name);
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
-  const std::vector<bme_NamedSet> sets = cli_SetsOfMesh(model, root);
+  const std::vector<bme_NamedSet> sets = bme_SetsOfMesh(model, root);
   const cow_CountedHld<bme_MeshNotes> notes = cli_NotesOf(model, root);
   console.Begin("writing " + output.Name());
   fmt_WriteOptions options;

@@ -1,7 +1,7 @@
 // coregeometry fields: runs of results of a model and what they hold
 #include "cli_Commands.h"
 #include "cli_Console.h"
-#include "cli_Model.h"
+#include "cli_FieldValues.h"
 
 #include <BasicUtils/cls_ReadView.h>
 #include <CoreGeometry/odiC_Run.h>
@@ -9,17 +9,9 @@
 #include <set>
 
 namespace {
-struct Arguments {
-  std::string file, name;
-  bool json = false;
-};
-
 template<class Enum> const char* Text(Enum value) {
   return omu_FindText(omu_EnumTable<Enum>::entries, static_cast<int>(value));
 }
-
-/// A number, or nothing for what is none.
-cli_Json Finite(double value) { return std::isnan(value) ? cli_Json() : cli_Json(value); }
 
 /// What the fields of one variable have in common, over all frames.
 class VariableFacts {
@@ -36,8 +28,8 @@ public:
     cli_Json components = cli_Json::array(), low = cli_Json::array(), high = cli_Json::array();
     for (int k = 0; k < variable.NumComponents(); ++k) {
       components.push_back(variable.ComponentName(k));
-      low.push_back(low_.empty() ? cli_Json() : Finite(low_[static_cast<std::size_t>(k)]));
-      high.push_back(high_.empty() ? cli_Json() : Finite(high_[static_cast<std::size_t>(k)]));
+      low.push_back(low_.empty() ? cli_Json() : cli_Finite(low_[static_cast<std::size_t>(k)]));
+      high.push_back(high_.empty() ? cli_Json() : cli_Finite(high_[static_cast<std::size_t>(k)]));
     }
     return {{"variable", variable.name},
             {"dataType", Text(variable.dataType)},
@@ -139,14 +131,14 @@ void Print(const cli_Json& run) {
   for (const cli_Json& variable : run["variables"]) PrintVariable(variable);
 }
 
-void Run(const Arguments& arguments) {
+void List(const cli_FieldArguments& arguments) {
   cli_Console console;
   console.Begin("reading " + arguments.file);
   const cls_Database model = cli_OpenModel(arguments.file);
   cli_Json runs = cli_Json::array();
   {
     const cls_ReadView view(model);
-    const cow_String mesh = arguments.name.empty() ? cow_String() : cli_ChooseMesh(model, arguments.name);
+    const cow_String mesh = arguments.mesh.empty() ? cow_String() : cli_ChooseMesh(model, arguments.mesh);
     for (const cow_String& root : odiC_Run::RootsOf(model, mesh))
       runs.push_back(RunJson(odiC_Run::Open(model, root)));
   }
@@ -155,18 +147,37 @@ void Run(const Arguments& arguments) {
   if (runs.empty()) cli_Out() << arguments.file << ": no results\n";
   for (const cli_Json& run : runs) Print(run);
 }
+
+void Run(const cli_FieldArguments& arguments) {
+  if (arguments.variable.empty()) {
+    if (arguments.AreReduced() || !arguments.output.file.empty())
+      throw cli_UsageError("fields: of which variable? Give its name after the model");
+    return List(arguments);
+  }
+  cli_Console console;
+  const cls_Database model = cli_OpenModel(arguments.file);
+  const cls_ReadView view(model);
+  cli_PrintFieldValues(model, arguments);
+}
 } // namespace
 
 void cli_AddFields(CLI::App& app) {
   CLI::App* command =
-      app.add_subcommand("fields", "List the results of a model: steps, frames and variables");
-  auto arguments = std::make_shared<Arguments>();
-  cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
+      app.add_subcommand("fields", "List results; print values, extremes and sums of a variable");
+  auto arguments = std::make_shared<cli_FieldArguments>();
+  cli_AddModelOptions(*command, arguments->file, arguments->mesh, arguments->json);
+  command->add_option("variable", arguments->variable, "Name of a variable; without one all are listed");
+  cli_AddFieldOptions(*command, *arguments);
   command->footer(
-      "Prints each run with its steps and variables: type, where the values sit, element classes, how many\n"
-      "fields there are, and the least and largest number of each component over all frames.\n"
+      "Without a variable: each run with its steps and variables, where the values sit, and the least and\n"
+      "largest number of each component over all frames.\n"
+      "With one: its values in the last frame, or in those that are chosen, or what is computed of them. "
+      "The\n"
+      "choices in force are printed first.\n"
       "\n"
-      "Example:\n"
-      "  coregeometry fields wing.cgdb");
+      "Examples:\n"
+      "  coregeometry fields wing.cgdb\n"
+      "  coregeometry fields wing.cgdb S --invariant mises --max\n"
+      "  coregeometry fields wing.cgdb U --set Tip --frame all -o tip.csv");
   command->callback([arguments] { Run(*arguments); });
 }

@@ -61,7 +61,7 @@ struct Target {
 /// What belongs to the mesh alone: regions that have it as their owner, and their contents.
 std::vector<cow_String> RegionsOf(const cls_Database& model, const Target& target) {
   std::vector<cow_String> roots;
-  for (const auto& [root, region] : cli_Regions(model)) {
+  for (const auto& [root, region] : bme_StoredRegions(model)) {
     if (region.OwnerNames() != cow_List<cow_String>{target.name}) continue;
     roots.push_back(root);
     const cow_String contents = region.GetSetData().Path();
@@ -76,10 +76,10 @@ int ChooseMeshId(const cls_Database& model, const Target& target, bool force) {
     if (!force)
       throw nex_TextException(target.file.string() + ": already holds " + target.root
                               + "; choose another --name, or replace it with --force");
-    return cli_MeshId(model, target.root);
+    return bme_StoredMeshId(model, target.root);
   }
   int next = 0;
-  for (const cow_String& mesh : cli_MeshRoots(model)) next = std::max(next, cli_MeshId(model, mesh) + 1);
+  for (const cow_String& mesh : cli_MeshRoots(model)) next = std::max(next, bme_StoredMeshId(model, mesh) + 1);
   return next;
 }
 
@@ -87,7 +87,7 @@ Target ChooseTarget(const Arguments& arguments) {
   Target target;
   target.file = arguments.model.value_or(fs::path(arguments.file).replace_extension(".cgdb").string());
   target.name = arguments.name.empty() ? fs::path(arguments.file).stem().string() : arguments.name;
-  target.root = cli_kMeshFolder + target.name;
+  target.root = bme_kMeshFolder + target.name;
   cli_ExpectFile(arguments.file, "a mesh");
   cli_ExpectFile(target.file.string(), "a model");
   std::error_code error;

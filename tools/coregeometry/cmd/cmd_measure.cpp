@@ -97,8 +97,8 @@ std::vector<Group> GroupsOf(const Arguments& arguments, const cls_Database& mode
            {all.begin(), all.end()}});
     }
   if (arguments.by == "set") {
-    const cli_MeshIndex meshes(model);
-    for (const auto& [regionRoot, region] : cli_Regions(model)) {
+    const bme_MeshIndex meshes(model);
+    for (const auto& [regionRoot, region] : bme_StoredRegions(model)) {
       if (!region.GetSetData().IsDefined() || meshes.RootOf(region, mesh.Id()) != root) continue;
       const auto contents = region.GetSetData().Resolve(model);
       if (!cli_HoldsElements(*contents, mesh.Id())) continue;

@@ -64,7 +64,7 @@ void Run(const Arguments& arguments) {
   if (!arguments.plain)
     view.title = arguments.title.empty() ? root.substr(root.rfind('/') + 1) : cow_String(arguments.title);
   const std::vector<bme_NamedSet> sets =
-      arguments.sets.empty() ? std::vector<bme_NamedSet>() : cli_SetsOfMesh(model, root);
+      arguments.sets.empty() ? std::vector<bme_NamedSet>() : bme_SetsOfMesh(model, root);
   // drawn in the axes of placed space, around the local origin: single precision is fine there
   const bme_Placement placement(*mesh);
   bme_Mesh turned = *mesh;

@@ -129,12 +129,12 @@ cow_String Title(const cow_String& root) {
 }
 
 /// The region with that root, that root without its folder, or that name or kind:name if no other has it.
-const cli_RegionRoot& Choose(const cls_Database& model, const std::vector<cli_RegionRoot>& regions,
+const bme_RegionRoot& Choose(const cls_Database& model, const std::vector<bme_RegionRoot>& regions,
                              const cow_String& name) {
   std::vector<bme_NamedSet> sets;
-  for (const cli_RegionRoot& one : regions) {
+  for (const bme_RegionRoot& one : regions) {
     if (one.root == name) return one;
-    const rgnC_SetData contents = cli_ContentsOf(model, one.region);
+    const rgnC_SetData contents = bme_ContentsOf(model, one.region);
     sets.push_back({one.region.Name(), bme_KindOf(contents), contents, Title(one.root)});
   }
   if (const bme_NamedSet* found = bme_FindSet(sets, name, model.File()))
@@ -146,13 +146,13 @@ const cli_RegionRoot& Choose(const cls_Database& model, const std::vector<cli_Re
                           + atr_Alternatives(name, names));
 }
 
-void List(const Arguments& arguments, const cls_Database& model, const std::vector<cli_RegionRoot>& regions) {
+void List(const Arguments& arguments, const cls_Database& model, const std::vector<bme_RegionRoot>& regions) {
   cli_Json json = cli_Json::array();
   if (!arguments.json && regions.empty()) cli_Out() << arguments.file << ": no regions\n";
   std::vector<rgnC_SetData> all; // before anything is printed: who reads slowly must not hold up writers
   {
     const cls_ReadView view(model);
-    for (const cli_RegionRoot& one : regions) all.push_back(cli_ContentsOf(model, one.region));
+    for (const bme_RegionRoot& one : regions) all.push_back(bme_ContentsOf(model, one.region));
   }
   auto next = all.begin();
   for (const auto& [root, region] : regions) {
@@ -161,7 +161,7 @@ void List(const Arguments& arguments, const cls_Database& model, const std::vect
     if (arguments.json)
       json.push_back({{"region", root},
                       {"name", region.Name()},
-                      {"mesh", cli_OwnerText(region)},
+                      {"mesh", bme_OwnerText(region)},
                       {"kind", cli_KindText(region.GetSetTypeBits())},
                       {"index", contents.GetSetIndex()},
                       {"items", count}});
@@ -172,12 +172,12 @@ void List(const Arguments& arguments, const cls_Database& model, const std::vect
   if (arguments.json) cli_PrintJson({{"file", arguments.file}, {"regions", json}});
 }
 
-void PrintOne(const Arguments& arguments, const cls_Database& model, const cli_RegionRoot& one) {
-  const rgnC_SetData contents = cli_ContentsOf(model, one.region);
+void PrintOne(const Arguments& arguments, const cls_Database& model, const bme_RegionRoot& one) {
+  const rgnC_SetData contents = bme_ContentsOf(model, one.region);
   const cow_String place = model.File() + ", " + one.root;
   std::map<int, cow_CountedHld<bme_Mesh>> meshes; // by identifier
   std::map<int, Contents> byMesh;
-  const cli_MeshIndex index(model);
+  const bme_MeshIndex index(model);
   cow_String meshRoots;
   for (int i = 0; i < contents.NumSubset(); ++i) {
     const rgnC_SubsetData& subset = contents.SubSet(i);
@@ -221,8 +221,8 @@ void Run(const Arguments& arguments) {
   cli_Console console;
   console.Begin("reading " + arguments.file);
   const cls_Database model = cli_OpenModel(arguments.file);
-  std::vector<cli_RegionRoot> regions = cli_Regions(model);
-  cli_AddBareSets(model, regions);
+  std::vector<bme_RegionRoot> regions = bme_StoredRegions(model);
+  bme_AddBareSets(model, regions);
   console.End();
   if (arguments.name.empty())
     List(arguments, model, regions);

@@ -31,7 +31,7 @@ void Run(const Arguments& arguments) {
   const cow_String root = cli_ChooseMesh(model, arguments.name);
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
   const std::vector<bme_NamedSet> sets =
-      arguments.sets.empty() ? std::vector<bme_NamedSet>() : cli_SetsOfMesh(model, root);
+      arguments.sets.empty() ? std::vector<bme_NamedSet>() : bme_SetsOfMesh(model, root);
   console.Begin("writing " + output.Name());
   const bme_Outside outside = bme_FindOutside(*mesh, sets, arguments.sets, arguments.file + ", " + root);
   const exo_SkinSummary summary = exo_WriteSkin(output, *mesh, outside, arguments.edges);

@@ -1,0 +1,26 @@
+// odiC_Stages.h: the stages that values are made of
+#pragma once
+
+#include <CoreGeometry/odiC_Complex.h>
+#include <CoreGeometry/odiC_Run.h>
+#include <CoreGeometry/odiC_Source.h>
+
+/// Stored rows; of a complex variable what is shown of both planes, one number a row of a peak.
+odiC_SourcePointer odiC_AsStored(odiC_FieldReader reader, odiC_Places places);
+odiC_SourcePointer odiC_Shown(odiC_FieldReader reader, odiC_Places places, odiC_ComplexDisplay display);
+odiC_SourcePointer odiC_PeakOf(odiC_FieldReader reader, odiC_Places places, odiC_Peak peak);
+
+/// Of several section points of a place the value of largest absolute value, with its sign; of equal ones that of the
+/// point nearer to the bottom. One number a row.
+odiC_SourcePointer odiC_Envelope(const odiC_Run& run, odiC_SourcePointer from);
+bool odiC_HasSeveralSectionPoints(const odiC_Places& places);
+
+/// Values of whole elements at every row of another layout in their classes, such as axes at integration points. They
+/// may also be at the same places as those rows.
+odiC_SourcePointer odiC_Spread(odiC_SourcePointer from, odiC_Places::Layout layout);
+
+/// Between two frames: a + share (b - a) at the places of both. Integers are those of the nearer frame, and unit
+/// quaternions keep their length.
+enum class odiC_Between { Linear, Nearer, Quaternions };
+odiC_SourcePointer odiC_Interpolated(odiC_SourcePointer a, odiC_SourcePointer b, double share,
+                                     odiC_Between how);

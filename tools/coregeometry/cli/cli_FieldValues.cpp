@@ -1,0 +1,215 @@
+#include "cli_FieldValues.h"
+
+#include "cli_Console.h"
+#include "cli_ValueTable.h"
+#include "cli_Words.h"
+
+#include <CoreGeometry/odiC_Reduce.h>
+#include <cmath>
+
+namespace {
+cli_Json ExtremeJson(const odiC_Run& run, const odiC_Extreme& extreme) {
+  cli_Json json = {{"value", cli_Finite(extreme.value)}};
+  json.update(cli_PlaceJson(extreme.place));
+  const cli_Json when = cli_WhenJson(run, extreme.when);
+  json["step"] = when["step"];
+  json["frame"] = when["frame"];
+  json["frameValue"] = when["value"];
+  return json;
+}
+
+class Reductions {
+public:
+  Reductions(const odiC_Values& values, const cli_FieldArguments& arguments)
+      : values_(values), arguments_(arguments), choices_(cli_ChoicesJson(values)) {}
+
+  void Print() {
+    cli_Json answer = {{"choices", choices_}};
+    if (!arguments_.json) cli_PrintChoices(choices_);
+    bool hasValues = true;
+    if (arguments_.max || arguments_.min || arguments_.absMax || arguments_.mean || arguments_.sum)
+      hasValues = AddReduced(answer);
+    if (arguments_.resultant) AddResultant(answer);
+    if (arguments_.histogram > 0) AddHistogram(answer);
+    if (arguments_.json) cli_PrintJson(answer);
+    if (hasValues) return;
+    std::cerr << "no values: " << cli_Printable(values_.Text()) << '\n';
+    throw cli_Incomplete();
+  }
+
+private:
+  bool AddReduced(cli_Json& answer) {
+    const std::vector<odiC_Reduced> frames = odiC_Reduce(values_);
+    long long count = 0, notNumbers = 0;
+    for (const odiC_Reduced& frame : frames) {
+      count += frame.count;
+      notNumbers += frame.notNumbers;
+    }
+    answer["count"] = count;
+    answer["notNumbers"] = notNumbers;
+    AddExtreme(answer, "max", arguments_.max, frames, &odiC_Reduced::max, [](double v) { return v; });
+    AddExtreme(answer, "min", arguments_.min, frames, &odiC_Reduced::min, [](double v) { return -v; });
+    AddExtreme(answer, "absMax", arguments_.absMax, frames, &odiC_Reduced::absMax,
+               [](double v) { return std::abs(v); });
+    AddTotal(answer, "mean", arguments_.mean, frames, &odiC_Reduced::mean);
+    AddTotal(answer, "sum", arguments_.sum, frames, &odiC_Reduced::sum);
+    if (notNumbers > 0 && !arguments_.json)
+      cli_Out() << notNumbers << " values are not numbers and are left out\n";
+    return count > 0;
+  }
+
+  template<class Measure>
+  void AddExtreme(cli_Json& answer, const char* name, bool isWanted, const std::vector<odiC_Reduced>& frames,
+                  std::optional<odiC_Extreme> odiC_Reduced::*which, const Measure& measure) {
+    if (!isWanted) return;
+    const odiC_Extreme* best = nullptr;
+    for (const odiC_Reduced& frame : frames)
+      if (const auto& one = frame.*which; one && (!best || measure(one->value) > measure(best->value)))
+        best = &*one;
+    if (!best) return;
+    answer[name] = ExtremeJson(values_.Run(), *best);
+    if (!arguments_.json)
+      cli_Out() << name << ": " << cli_ShortNumber(best->value) << " at " << best->place.Text() << ", "
+                << cli_WhenText(values_.Run(), best->when) << '\n';
+  }
+
+  void AddTotal(cli_Json& answer, const char* name, bool isWanted, const std::vector<odiC_Reduced>& frames,
+                double odiC_Reduced::*which) {
+    if (!isWanted) return;
+    answer[name] = cli_Json::array();
+    for (const odiC_Reduced& frame : frames) {
+      cli_Json one = cli_WhenJson(values_.Run(), frame.when);
+      one[name] = cli_Finite(frame.*which);
+      one["count"] = frame.count;
+      answer[name].push_back(one);
+      if (!arguments_.json)
+        cli_Out() << name << ": " << cli_ShortNumber(frame.*which) << " of " << frame.count << " values, "
+                  << cli_WhenText(values_.Run(), frame.when) << '\n';
+    }
+  }
+
+  void AddResultant(cli_Json& answer) {
+    answer["resultant"] = cli_Json::array();
+    for (const odiC_ResultantOf& one : odiC_Resultant(values_, *arguments_.resultant)) {
+      cli_Json json = cli_WhenJson(values_.Run(), one.when);
+      json["force"] = one.force;
+      json["moment"] = one.moment;
+      json["notNumbers"] = one.notNumbers;
+      answer["resultant"].push_back(json);
+      const auto triple = [](const std::array<double, 3>& v) {
+        return cli_ShortNumber(v[0]) + " " + cli_ShortNumber(v[1]) + " " + cli_ShortNumber(v[2]);
+      };
+      if (!arguments_.json)
+        cli_Out() << "force " << triple(one.force) << ", moment " << triple(one.moment) << ", "
+                  << cli_WhenText(values_.Run(), one.when) << '\n';
+    }
+  }
+
+  void AddHistogram(cli_Json& answer) {
+    const odiC_Histogram histogram = odiC_HistogramOf(values_, arguments_.histogram);
+    answer["histogram"] = {{"low", histogram.low}, {"high", histogram.high}, {"counts", histogram.counts}};
+    if (arguments_.json) return;
+    const auto count = static_cast<double>(histogram.counts.size());
+    for (std::size_t i = 0; i < histogram.counts.size(); ++i) {
+      const auto border = [&](std::size_t k) {
+        return histogram.low + (histogram.high - histogram.low) * static_cast<double>(k) / count;
+      };
+      cli_Out() << cli_ShortNumber(border(i)) << " to " << cli_ShortNumber(border(i + 1)) << ": "
+                << histogram.counts[i] << '\n';
+    }
+  }
+
+  const odiC_Values& values_;
+  const cli_FieldArguments& arguments_;
+  cli_Json choices_;
+};
+
+/// Rows of all frames, up to the limit on the screen.
+void PrintRows(const odiC_Values& values, const cli_FieldArguments& arguments) {
+  const odiC_Run& run = values.Run();
+  const std::vector<odiC_When> frames = values.Frames();
+  std::vector<odiC_SourcePointer> sources;
+  long long numRows = 0;
+  for (const odiC_When& when : frames) {
+    sources.push_back(values.Open(when));
+    numRows += sources.back()->Places().NumRows();
+  }
+  const cli_Json choices = cli_ChoicesJson(values);
+  if (!arguments.json && arguments.output.file.empty()) cli_PrintChoices(choices);
+  cli_ValueTable table(arguments.output, {arguments.file}, arguments.json, {{"choices", choices}},
+                       values.Components(), numRows);
+  const bool isLimited = arguments.output.file.empty() && arguments.limit > 0;
+  long long left = isLimited ? arguments.limit : numRows;
+  for (std::size_t i = 0; i < frames.size() && left > 0; ++i) {
+    const cli_Json when = cli_WhenJson(run, frames[i]);
+    const cow_String whenText = frames.size() > 1 ? ", " + cli_WhenText(run, frames[i]) : cow_String();
+    const auto width = static_cast<std::size_t>(sources[i]->NumComponents());
+    odiC_ForEachRange(*sources[i], [&](const odiC_Range& range) {
+      for (const odiC_RowRun& rows : range.rows)
+        for (int row = rows.first; row < rows.End() && left > 0; ++row, --left) {
+          odiC_LayoutBlock block = range.block;
+          odiC_PlaceLabel place =
+              odiC_LabelOf(run.Mesh(), range.block, odiC_PlaceOf(sources[i]->Layout(), row));
+          block.sectionPoint = sources[i]->SectionPointOf(row);
+          place.sectionPoint = odiC_SectionPointName(run, block);
+          const cli_Json words = cli_PlaceJson(place);
+          const auto word = [&](const char* key) { return words.contains(key) ? words[key] : cli_Json(); };
+          const cli_Column before[] = {{"step", when["step"]},
+                                       {"frame", when["frame"]},
+                                       {"frameValue", when["value"]},
+                                       {"position", word("position")},
+                                       {"label", word("label")},
+                                       {"point", word("point")},
+                                       {"sectionPoint", word("sectionPoint")},
+                                       {"set", word("set")}};
+          table.Row(before, place.Text() + whenText,
+                    range.values.subspan(static_cast<std::size_t>(row - range.firstRow) * width, width));
+        }
+    });
+  }
+  const long long shown = isLimited ? std::min<long long>(numRows, arguments.limit) : numRows;
+  table.End({{"total", numRows}, {"shown", shown}});
+  if (shown < numRows && !arguments.json)
+    cli_Out() << numRows - shown << " more values: use --limit 0, or -o FILE\n";
+  if (numRows > 0) return;
+  std::cerr << "no values: " << cli_Printable(values.Text()) << '\n';
+  throw cli_Incomplete();
+}
+} // namespace
+
+void cli_AddFieldOptions(CLI::App& command, cli_FieldArguments& arguments) {
+  cli_AddValueOptions(command, arguments.values);
+  const char* group = "Answers";
+  command
+      .add_flag("--max", arguments.max,
+                "Largest value with its place and frame; of all frames unless some are chosen")
+      ->group(group);
+  command.add_flag("--min", arguments.min, "Least value")->group(group);
+  command.add_flag("--absmax", arguments.absMax, "Value farthest from zero, with its sign")->group(group);
+  command.add_flag("--mean", arguments.mean, "Mean of the values of each frame")->group(group);
+  command.add_flag("--sum", arguments.sum, "Sum of the values of each frame")->group(group);
+  cli_AddTriple(command, "--resultant", arguments.resultant,
+                "Sum of nodal vectors, and of their moments about a point")
+      ->group(group);
+  command.add_option("--histogram", arguments.histogram, "Counts in N equal intervals")
+      ->group(group)
+      ->check(CLI::Range(1, 10000));
+  command.add_option("--limit", arguments.limit, "Values printed, 0 for all")
+      ->group(group)
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  cli_AddOutputOptions(command, arguments.output, cli_kTableFormats,
+                       "File for all values: .csv, .json or .npy");
+  command.get_option("--output")->required(false);
+}
+
+void cli_PrintFieldValues(const cls_Database& model, const cli_FieldArguments& arguments) {
+  const odiC_Run run = cli_OpenRun(model, arguments.mesh, arguments.values.run);
+  const odiC_Values values =
+      cli_ValuesOf(run, arguments.variable, arguments.values,
+                   arguments.AreReduced() ? cli_FrameDefault::All : cli_FrameDefault::Last);
+  if (arguments.AreReduced())
+    Reductions(values, arguments).Print();
+  else
+    PrintRows(values, arguments);
+}
