@@ -41,6 +41,8 @@ public:
   void BeginStep(const cow_String& name, odiC_StepKindEnm kind = odiC_UNDEFINED_STEP,
                  odiC_DomainEnm domain = odiC_TIME, double startTime = 0);
   void BeginFrame(const odiC_Frame& frame);
+  /// Fields go to a frame that is there: of a step from 0. BeginFrame goes on after the last one.
+  void GoTo(int step, int frame);
   /// Rows of components in the order of the layout; of a complex variable twice as many.
   void PutField(int variable, int layout, cow_ArrayCOW<float> values);
   void PutField(int variable, int layout, cow_ArrayCOW<double> values);
@@ -68,13 +70,14 @@ private:
   void Expect(bool isThere, const cow_String& what) const {
     if (!isThere) Fail(what);
   }
-  odiC_Step& Step();
+  odiC_Step& LastStep();
   template<class T> void Add(const cow_String& root, T object);
 
   cls_Database& model_;
   cow_String root_;
   const bme_Mesh& mesh_;
   odiC_Results header_;
+  int step_ = -1, frame_ = -1; ///< where fields go
   std::vector<int> rowsOfLayouts_, pointSetCounts_;
   std::vector<uti_FingerprintBits> layouts_, pointSets_; ///< what tells them apart
   std::map<int, LastArray> last_;                        ///< of each variable

@@ -28,7 +28,7 @@ public:
   bool IsIntegral() const noexcept; ///< whole numbers or truth values
   /// "xx", "x", or the name that the variable gives it; empty for a scalar.
   cow_String ComponentName(int component) const;
-  cow_String WhatIsWrong() const; ///< empty when nothing is
+  cow_String WhatIsWrong() const;                         ///< empty when nothing is
   bool IsLike(const odiC_Variable& other) const noexcept; ///< same type, components, system and pair
 
   cow_String name, description, unit;

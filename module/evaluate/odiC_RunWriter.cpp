@@ -112,6 +112,8 @@ odiC_RunWriter::odiC_RunWriter(cls_Database& model, const cow_String& root, cons
       pointSetCounts_.push_back(run.PointSet(i).count);
       pointSets_.push_back(BitsOf(run.PointSet(i)));
     }
+    step_ = static_cast<int>(header_.steps.size()) - 1;
+    if (step_ >= 0) frame_ = header_.steps.back().NumFrames() - 1;
     return;
   }
   header_.name = root.substr(slash + 1);
@@ -126,11 +128,8 @@ odiC_RunWriter::odiC_RunWriter(cls_Database& model, const cow_String& root, cons
 
 void odiC_RunWriter::Fail(const cow_String& what) const {
   cow_String place = model_.File() + ", " + root_;
-  if (!header_.steps.empty()) {
-    const odiC_Step& step = header_.steps.back();
-    place += ", step \"" + step.name + '"';
-    if (step.NumFrames() > 0) place += ", frame " + std::to_string(step.NumFrames() - 1);
-  }
+  if (step_ >= 0) place += ", step \"" + header_.steps[static_cast<std::size_t>(step_)].name + '"';
+  if (frame_ >= 0) place += ", frame " + std::to_string(frame_);
   throw odiC_Exception(place + ": " + what);
 }
 
@@ -198,28 +197,41 @@ void odiC_RunWriter::BeginStep(const cow_String& name, odiC_StepKindEnm kind, od
   step.domain = domain;
   step.startTime = startTime;
   header_.steps.push_back(std::move(step));
+  step_ = static_cast<int>(header_.steps.size()) - 1;
+  frame_ = -1;
 }
 
-odiC_Step& odiC_RunWriter::Step() {
+odiC_Step& odiC_RunWriter::LastStep() {
   Expect(!header_.steps.empty(), "a step comes before its frames");
   return header_.steps.back();
 }
 
+void odiC_RunWriter::GoTo(int step, int frame) {
+  Expect(step >= 0 && step < static_cast<int>(header_.steps.size()), "no step " + std::to_string(step + 1));
+  const int count = header_.steps[static_cast<std::size_t>(step)].NumFrames();
+  Expect(frame >= 0 && frame < count, "no frame " + std::to_string(frame) + " in the " + std::to_string(count)
+                                          + " of step " + std::to_string(step + 1));
+  step_ = step;
+  frame_ = frame;
+}
+
 void odiC_RunWriter::BeginFrame(const odiC_Frame& frame) {
   try {
-    Step().Add(frame, static_cast<int>(header_.variables.size()));
+    LastStep().Add(frame, static_cast<int>(header_.variables.size()));
   } catch (const odiC_Exception&) {
     throw;
   } catch (const nex_TextException& error) {
     Fail(error.Message());
   }
+  step_ = static_cast<int>(header_.steps.size()) - 1;
+  frame_ = LastStep().NumFrames() - 1;
 }
 
 template<class T>
 void odiC_RunWriter::PutAny(int variable, int layout, cow_ArrayCOW<T> values, res_StorageTypeEnm storage) {
-  odiC_Step& step = Step();
-  const int frame = step.NumFrames() - 1, number = static_cast<int>(header_.steps.size());
-  Expect(frame >= 0, "a frame comes before its fields");
+  Expect(step_ >= 0 && frame_ >= 0, "a frame comes before its fields");
+  odiC_Step& step = header_.steps[static_cast<std::size_t>(step_)];
+  const int frame = frame_, number = step_ + 1;
   Expect(variable >= 0 && variable < static_cast<int>(header_.variables.size()),
          "no variable " + std::to_string(variable));
   const odiC_Variable& of = header_.variables[static_cast<std::size_t>(variable)];
@@ -270,7 +282,7 @@ void odiC_RunWriter::PutField(int variable, int layout, cow_ArrayCOW<int> values
 }
 
 void odiC_RunWriter::AddHistory(odiC_History history) {
-  PutHistory(static_cast<int>(header_.steps.size()) - 1, Step().numHistories, std::move(history));
+  PutHistory(static_cast<int>(header_.steps.size()) - 1, LastStep().numHistories, std::move(history));
 }
 
 void odiC_RunWriter::PutHistory(int step, int history, odiC_History made) {

@@ -13,10 +13,6 @@ namespace {
 constexpr int kBridgedRows =
     32; ///< rows between two that are meant are read along with them, up to this many
 
-bool AreSameBut(const odiC_LayoutBlock& a, const odiC_LayoutBlock& b) {
-  return a.position == b.position && a.classIndex == b.classIndex && a.sectionPoint == b.sectionPoint
-         && a.region == b.region && a.valuesPerEntity == b.valuesPerEntity;
-}
 /// Values that whole elements of its class have.
 bool IsOfElements(const odiC_LayoutBlock& block, const odiC_LayoutBlock& there) {
   return there.position == res_WHOLE_ELEMENT && there.classIndex == block.classIndex && block.classIndex >= 0;
@@ -65,7 +61,8 @@ public:
     odiC_Places places(layout);
     const std::vector<odiC_LayoutBlock>& theirs = from->Layout().blocks;
     for (const odiC_LayoutBlock& block : layout->blocks) {
-      auto found = std::ranges::find_if(theirs, [&](const auto& one) { return AreSameBut(block, one); });
+      auto found =
+          std::ranges::find_if(theirs, [&](const auto& one) { return odiC_AreOfOneKind(block, one); });
       if (found == theirs.end() && canSpread)
         found = std::ranges::find_if(theirs, [&](const auto& one) { return IsOfElements(block, one); });
       maps.emplace_back();

@@ -5,6 +5,7 @@
 #include <CoreGeometry/odiC_Selection.h>
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 namespace {
 class AsStored final : public odiC_Source {
@@ -94,10 +95,15 @@ private:
   std::vector<double> below_;
 };
 
-/// The block of all entities of some blocks.
-odiC_LayoutBlock Union(std::span<const odiC_LayoutBlock* const> blocks) {
+} // namespace
+
+bool odiC_AreOfOneKind(const odiC_LayoutBlock& a, const odiC_LayoutBlock& b) {
+  return a.position == b.position && a.classIndex == b.classIndex && a.sectionPoint == b.sectionPoint
+         && a.region == b.region && a.valuesPerEntity == b.valuesPerEntity;
+}
+
+odiC_LayoutBlock odiC_UnionBlock(std::span<const odiC_LayoutBlock* const> blocks) {
   odiC_LayoutBlock all = *blocks.front();
-  all.sectionPoint = -1;
   std::vector<std::pair<int, int>> entities; // with the face
   for (const odiC_LayoutBlock* block : blocks)
     for (int at = 0; at < block->numEntities; ++at)
@@ -119,7 +125,29 @@ odiC_LayoutBlock Union(std::span<const odiC_LayoutBlock* const> blocks) {
   }
   return all;
 }
-} // namespace
+
+odiC_Places::Layout odiC_UnionLayout(std::span<const odiC_Places::Layout> layouts) {
+  if (std::ranges::all_of(layouts, [&](const auto& one) { return one == layouts[0]; })) return layouts[0];
+  std::vector<std::vector<const odiC_LayoutBlock*>> groups;
+  for (const odiC_Places::Layout& layout : layouts)
+    for (const odiC_LayoutBlock& block : layout->blocks) {
+      const auto same = std::ranges::find_if(
+          groups, [&](const auto& group) { return odiC_AreOfOneKind(*group[0], block); });
+      if (same == groups.end())
+        groups.push_back({&block});
+      else
+        same->push_back(&block);
+    }
+  const auto order = [](const odiC_LayoutBlock* block) {
+    return std::tuple(static_cast<int>(block->position), block->classIndex, block->sectionPoint,
+                      block->region);
+  };
+  std::ranges::stable_sort(groups, {}, [&](const auto& group) { return order(group[0]); });
+  auto all = std::make_shared<odiC_Layout>();
+  for (const auto& group : groups) all->Add(odiC_UnionBlock(group));
+  all->completeness = res_PARTIAL_FIELD;
+  return all;
+}
 
 odiC_SourcePointer odiC_AsStored(odiC_FieldReader reader, odiC_Places places) {
   return std::make_unique<AsStored>(std::move(reader), std::move(places));
@@ -173,7 +201,9 @@ odiC_SourcePointer odiC_Envelope(const odiC_Run& run, odiC_SourcePointer from) {
     std::ranges::stable_sort(group, [&](const auto* a, const auto* b) {
       return odiC_SectionOffset(run, *a) < odiC_SectionOffset(run, *b);
     });
-    layout->Add(group.size() == 1 ? *group[0] : Union(group));
+    odiC_LayoutBlock block = group.size() == 1 ? *group[0] : odiC_UnionBlock(group);
+    if (group.size() > 1) block.sectionPoint = -1;
+    layout->Add(std::move(block));
   }
   layout->completeness = from->Layout().completeness;
   const odiC_Places::Layout shared = std::move(layout);

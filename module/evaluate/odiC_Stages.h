@@ -24,3 +24,10 @@ odiC_SourcePointer odiC_Spread(odiC_SourcePointer from, odiC_Places::Layout layo
 enum class odiC_Between { Linear, Nearer, Quaternions };
 odiC_SourcePointer odiC_Interpolated(odiC_SourcePointer a, odiC_SourcePointer b, double share,
                                      odiC_Between how);
+
+/// The places of all layouts together: blocks of the same kind with all their entities.
+odiC_Places::Layout odiC_UnionLayout(std::span<const odiC_Places::Layout> layouts);
+/// The block of all entities of some blocks of one kind.
+odiC_LayoutBlock odiC_UnionBlock(std::span<const odiC_LayoutBlock* const> blocks);
+/// Whether two blocks hold values of the same kind of places.
+bool odiC_AreOfOneKind(const odiC_LayoutBlock& a, const odiC_LayoutBlock& b);

@@ -8,6 +8,8 @@
 #include <CoreGeometry/bme_StoredSets.h>
 #include <CoreGeometry/dtu_DatumCsys.h>
 #include <CoreGeometry/odiC_Exception.h>
+#include <CoreGeometry/odiC_Expression.h>
+#include <CoreGeometry/odiC_OverFrames.h>
 #include <CoreGeometry/odiC_Reduce.h>
 #include <CoreGeometry/odiC_Rotation.h>
 #include <CoreGeometry/odiC_RunWriter.h>
@@ -355,5 +357,93 @@ TEST_F(Values, AxesAreThoseOfTheElementAndOfDatums) {
             std::string::npos);
   EXPECT_NE(ThrownBy([&] { All(u.System(res_LOCAL), u.Frames()[0]); }).find("no local axes"),
             std::string::npos);
+}
+TEST_F(Values, EnvelopesMeansAndCombinationsOverFrames) {
+  const odiC_Run run = Open();
+  const odiC_Values x = odiC_Values(run, "U", odiC_Selection().Step("Pull")).Component("x");
+  const auto at = [&](odiC_OverFrames kind, int row) {
+    const odiC_FramesResult result = odiC_Over(x, kind);
+    double value = kNone;
+    result.values->Read(row, std::span(&value, 1));
+    return std::pair(value, result.frameOf[static_cast<std::size_t>(row)]);
+  };
+  for (const int row : {0, 11, 27}) {
+    const double a = Number(0, row, 0), b = Number(2, row, 0), c = Number(3, row, 0); // frame 1 has no U
+    const double most = std::max({a, b, c}), least = std::min({a, b, c});
+    EXPECT_EQ(at(odiC_OverFrames::Max, row), (std::pair(most, most == a ? 0 : most == b ? 1 : 2)));
+    EXPECT_EQ(at(odiC_OverFrames::Min, row).first, least);
+    EXPECT_EQ(at(odiC_OverFrames::AbsMax, row).first, std::abs(most) > std::abs(least) ? most : least);
+    EXPECT_EQ(at(odiC_OverFrames::Range, row), std::pair(most - least, -1));
+    EXPECT_NEAR(at(odiC_OverFrames::Mean, row).first, (0.1 * (a + b) + 0.05 * (b + c)) / 0.3, 1e-12);
+    EXPECT_NEAR(at(odiC_OverFrames::Rms, row).first,
+                std::sqrt((0.1 * (a * a + b * b) + 0.05 * (b * b + c * c)) / 0.3), 1e-12);
+  }
+  const odiC_LoadCase cases[] = {{2, x, {0, 0}}, {-1, x, {0, 3}}};
+  double sum = 0;
+  odiC_Combination(cases)->Read(5, std::span(&sum, 1));
+  EXPECT_EQ(sum, 2 * Number(0, 5, 0) - Number(3, 5, 0));
+}
+
+TEST(odiC_Formula, ComputesAsEngineersWrite) {
+  const std::pair<const char*, double> cases[] = {{"1 + 2 * 3", 7},
+                                                  {"-2^2", -4},
+                                                  {"2^-1", 0.5},
+                                                  {"2^3^2", 512},
+                                                  {"8 / 4 / 2", 1},
+                                                  {"10 - 4 - 3", 3},
+                                                  {"(1 + 2) * 3", 9},
+                                                  {"1e3 + .5", 1000.5},
+                                                  {"1 < 2", 1},
+                                                  {"2 <= 1", 0},
+                                                  {"3 == 3", 1},
+                                                  {"3 != 3", 0},
+                                                  {"1 + 1 > 1", 1},
+                                                  {"if(0, 1, 2)", 2},
+                                                  {"max(1, min(5, 3))", 3},
+                                                  {"sign(-3) * abs(-2)", -2},
+                                                  {"cbrt(-27)", -3},
+                                                  {"atan2(0, -1)", std::atan2(0, -1)},
+                                                  {"sqrt(2)^2 - 2 < 1e-9", 1},
+                                                  {"+4 - -4", 8}};
+  for (const auto& [text, wanted] : cases) {
+    double result = 0;
+    odiC_Formula(text).Apply({}, std::span(&result, 1));
+    EXPECT_EQ(result, wanted) << text;
+  }
+  const std::pair<const char*, const char*> wrong[] = {
+      {"1 +", "here a number, a name or ( is missing:\n  1 +\n     ^"},
+      {"(1", "here a ) is missing"},
+      {"1 2", "does not belong to the formula:\n  1 2\n    ^"},
+      {"sqr(4)", "no function sqr; did you mean sqrt"},
+      {"max(1)", "here a , is missing"},
+      {"\"S.xx", "this quote is not closed"},
+      {"1e999", "is no number that can be held"},
+      {"", "is missing"}};
+  for (const auto& [text, message] : wrong)
+    EXPECT_NE(ThrownBy([&, &formula = text] { odiC_Formula{formula}; }).find(message), std::string::npos)
+        << text;
+  EXPECT_THROW(odiC_Formula(cow_String(100000, '(')), odiC_Exception);
+}
+
+TEST_F(Values, ExpressionsTakeVariablesPlacesAndTimes) {
+  const odiC_Run run = Open();
+  const odiC_Expression all(run, "2 * U.x + \"U\".magnitude - X * T", odiC_Selection().Step("Pull"));
+  EXPECT_EQ(all.Frames().size(), 3U);
+  double value = 0;
+  all.Open({0, 3, 0.3})->Read(17, std::span(&value, 1));
+  const double x = Number(3, 17, 0), y = Number(3, 17, 1), z = Number(3, 17, 2);
+  EXPECT_NEAR(value, 2 * x + std::sqrt(x * x + y * y + z * z) - 4 * 0.3, 1e-12);
+  const std::pair<const char*, const char*> wrong[] = {
+      {"1 + V.x", "no variable \"V\""},
+      {"U.x + U", "MAGNITUDE:\n  U.x + U\n        ^"},
+      {"U.mises", "mises"},
+      {"U.x * S.xx", "--at-nodes):\n  U.x * S.xx\n        ^"},
+      {"1 + 1", "needs a variable"}};
+  for (const auto& [text, message] : wrong)
+    EXPECT_NE(ThrownBy([&, &formula = text] {
+                odiC_Expression(run, formula).Open({0, 0, 0});
+              }).find(message),
+              std::string::npos)
+        << text;
 }
 } // namespace
