@@ -1,72 +1,77 @@
-// Rows of four tensors at a time. Included once for each kind of processor: everything here is compiled for the one
+// As many rows at a time as lanes. Included once for each kind of processor: everything here is compiled for the one
 // in force, and the results are the same on all.
 
+#ifdef ODI_USE_AVX2
+constexpr std::size_t kLanes = 4;
+#else
+constexpr std::size_t kLanes = 2;
+#endif
+using Lanes [[gnu::vector_size(kLanes * sizeof(double))]] = double;
+using FloatLanes [[gnu::vector_size(kLanes * sizeof(float))]] = float;
 using Mask = decltype(Lanes{} < Lanes{});
 
 [[gnu::always_inline]] static inline void Sqrt(const Lanes& x, Lanes& root) {
-#ifdef ODI_USE_AVX2
+#if defined(ODI_USE_AVX2)
   root = _mm256_sqrt_pd(x);
 #elif defined(__SSE2__)
-  __m128d halves[2];
-  std::memcpy(halves, &x, sizeof x);
-  for (__m128d& half : halves) half = _mm_sqrt_pd(half);
-  std::memcpy(&root, halves, sizeof x);
+  root = _mm_sqrt_pd(x);
 #else
-  for (int k = 0; k < 4; ++k) root[k] = std::sqrt(x[k]);
+  for (std::size_t k = 0; k < kLanes; ++k) root[k] = std::sqrt(x[k]);
 #endif
 }
-
-[[gnu::always_inline]] static inline void Load(const float* from, Lanes& to) {
-  FloatLanes narrow;
-  std::memcpy(&narrow, from, sizeof narrow);
-#ifdef ODI_USE_AVX2
-  to = _mm256_cvtps_pd(narrow); // the compiler would take halves
-#else
-  to = __builtin_convertvector(narrow, Lanes);
-#endif
-}
-[[gnu::always_inline]] static inline void Load(const double* from, Lanes& to) {
-  std::memcpy(&to, from, sizeof to);
-}
-[[gnu::always_inline]] static inline void Store(const Lanes& from, float* to) {
-  const FloatLanes narrow = __builtin_convertvector(from, FloatLanes);
-  std::memcpy(to, &narrow, sizeof narrow);
-}
-[[gnu::always_inline]] static inline void Store(const Lanes& from, double* to) {
-  std::memcpy(to, &from, sizeof from);
-}
-/// The first two numbers and the last two.
+/// One number of each row.
 template<class T>
-[[gnu::always_inline]] static inline void StoreHalves(const Lanes& from, T* first, T* second) {
-  T numbers[4];
-  Store(from, numbers);
-  std::memcpy(first, numbers, 2 * sizeof(T));
-  std::memcpy(second, numbers + 2, 2 * sizeof(T));
+[[gnu::always_inline]] static inline void Gather(const T* from, std::size_t width, Lanes& to) {
+  for (std::size_t lane = 0; lane < kLanes; ++lane) to[lane] = static_cast<double>(from[lane * width]);
+}
+template<class T> [[gnu::always_inline]] static inline void Store(const Lanes& from, T* to) {
+  using Narrow = std::conditional_t<std::is_same_v<T, float>, FloatLanes, Lanes>;
+  const Narrow numbers = __builtin_convertvector(from, Narrow);
+  std::memcpy(to, &numbers, sizeof numbers);
 }
 
-[[gnu::always_inline]] static inline void Transpose(Lanes& a, Lanes& b, Lanes& c, Lanes& d) {
-  const Lanes even0 = __builtin_shufflevector(a, b, 0, 4, 2, 6),
-              odd0 = __builtin_shufflevector(a, b, 1, 5, 3, 7),
-              even1 = __builtin_shufflevector(c, d, 0, 4, 2, 6),
-              odd1 = __builtin_shufflevector(c, d, 1, 5, 3, 7);
-  a = __builtin_shufflevector(even0, even1, 0, 1, 4, 5);
-  b = __builtin_shufflevector(odd0, odd1, 0, 1, 4, 5);
-  c = __builtin_shufflevector(even0, even1, 2, 3, 6, 7);
-  d = __builtin_shufflevector(odd0, odd1, 2, 3, 6, 7);
+/// Two neighbouring numbers of each row of six.
+template<class T>
+[[gnu::always_inline]] static inline void ReadPairs(const T* from, Lanes& first, Lanes& second) {
+  using Two [[gnu::vector_size(2 * sizeof(double))]] = double;
+  using TwoNumbers [[gnu::vector_size(2 * sizeof(T))]] = T;
+  Two rows[kLanes];
+  for (std::size_t lane = 0; lane < kLanes; ++lane) {
+    TwoNumbers numbers;
+    std::memcpy(&numbers, from + 6 * lane, sizeof numbers);
+    rows[lane] = __builtin_convertvector(numbers, Two);
+  }
+#ifdef ODI_USE_AVX2
+  const Lanes even = __builtin_shufflevector(rows[0], rows[2], 0, 1, 2, 3),
+              odd = __builtin_shufflevector(rows[1], rows[3], 0, 1, 2, 3);
+  first = __builtin_shufflevector(even, odd, 0, 4, 2, 6);
+  second = __builtin_shufflevector(even, odd, 1, 5, 3, 7);
+#else
+  first = __builtin_shufflevector(rows[0], rows[1], 0, 2);
+  second = __builtin_shufflevector(rows[0], rows[1], 1, 3);
+#endif
+}
+template<class T>
+[[gnu::always_inline]] static inline void StorePairs(const Lanes& first, const Lanes& second, T* to) {
+  T numbers[2 * kLanes];
+#ifdef ODI_USE_AVX2
+  Store(__builtin_shufflevector(first, second, 0, 4, 2, 6), numbers);
+  Store(__builtin_shufflevector(first, second, 1, 5, 3, 7), numbers + kLanes);
+  constexpr std::size_t kPlaces[] = {0, 4, 2, 6};
+#else
+  Store(__builtin_shufflevector(first, second, 0, 2), numbers);
+  Store(__builtin_shufflevector(first, second, 1, 3), numbers + kLanes);
+  constexpr std::size_t kPlaces[] = {0, 2};
+#endif
+  for (std::size_t lane = 0; lane < kLanes; ++lane)
+    std::memcpy(to + 6 * lane, numbers + kPlaces[lane], 2 * sizeof(T));
 }
 
-/// How the six components of four rows are read.
+/// How the six components of some rows are read.
 struct Six {
   template<class T>
   [[gnu::always_inline]] static inline void Read(const odiC_RowForm& form, const T* rows, Lanes (&s)[6]) {
-    for (std::size_t k = 0; k < 4; ++k) Load(rows + 6 * k, s[k]);
-    Lanes ends[4];
-    for (std::size_t k = 0; k < 4; ++k) Load(rows + 6 * k + 2, ends[k]);
-    Transpose(s[0], s[1], s[2], s[3]);
-    const Lanes even = __builtin_shufflevector(ends[0], ends[2], 2, 3, 6, 7),
-                odd = __builtin_shufflevector(ends[1], ends[3], 2, 3, 6, 7);
-    s[4] = __builtin_shufflevector(even, odd, 0, 4, 2, 6);
-    s[5] = __builtin_shufflevector(even, odd, 1, 5, 3, 7);
+    for (std::size_t k = 0; k < 6; k += 2) ReadPairs(rows + k, s[k], s[k + 1]);
     for (std::size_t k = 3; k < 6; ++k) s[k] *= form.shear;
   }
 };
@@ -76,27 +81,25 @@ struct Any {
     for (std::size_t k = 0; k < 6; ++k) {
       s[k] = Lanes{};
       if (form.at[k] < 0) continue;
-      const T* from = rows + form.at[k];
-      s[k] = Lanes{static_cast<double>(from[0]), static_cast<double>(from[form.width]),
-                   static_cast<double>(from[2 * form.width]), static_cast<double>(from[3 * form.width])};
+      Gather(rows + form.at[k], form.width, s[k]);
       if (k >= 3) s[k] *= form.shear;
     }
   }
 };
 
-/// work(s, result, first row) for four rows each; the last ones are filled up with zeros.
+/// work(s, result, first row) for some rows each; the last ones are filled up with zeros.
 template<class Form, std::size_t kOut, class T, class Work>
-[[gnu::always_inline]] static inline void ForEachFour(const odiC_RowForm& form, const T* rows, std::size_t n,
-                                                      T* out, const Work& work) {
+[[gnu::always_inline]] static inline void ForEachGroup(const odiC_RowForm& form, const T* rows, std::size_t n,
+                                                       T* out, const Work& work) {
   constexpr std::size_t kMaxWidth = 9;
   std::size_t i = 0;
-  for (; i + 4 <= n; i += 4, rows += 4 * form.width, out += 4 * kOut) {
+  for (; i + kLanes <= n; i += kLanes, rows += kLanes * form.width, out += kLanes * kOut) {
     Lanes s[6];
     Form::Read(form, rows, s);
     work(s, out, i);
   }
   if (i == n) return;
-  T padded[4 * kMaxWidth] = {}, result[4 * kOut];
+  T padded[kLanes * kMaxWidth] = {}, result[kLanes * kOut];
   std::copy_n(rows, (n - i) * form.width, padded);
   Lanes s[6];
   Form::Read(form, padded, s);
@@ -106,7 +109,7 @@ template<class Form, std::size_t kOut, class T, class Work>
 
 /// Brings doubles near 1 by a power of two, so that no square or cube leaves the range; floats need none.
 template<class T> struct Scale {
-  [[gnu::always_inline]] static inline void Apply(Lanes (&)[6], Lanes& unit) { unit = Lanes{1, 1, 1, 1}; }
+  [[gnu::always_inline]] static inline void Apply(Lanes (&)[6], Lanes& unit) { unit = Lanes{} + 1; }
 };
 template<> struct Scale<double> {
   [[gnu::always_inline]] static inline void Apply(Lanes (&s)[6], Lanes& unit) {
@@ -143,7 +146,7 @@ struct Pressure {
 }
 /// Takes the mean of xx, yy, zz away from them.
 [[gnu::always_inline]] static inline void Deviate(const Lanes (&s)[6], Lanes (&d)[6], Lanes& mean) {
-  mean = (s[0] + s[1] + s[2]) / 3;
+  mean = (s[0] + s[1] + s[2]) * (1.0 / 3);
   for (int k = 0; k < 6; ++k) d[k] = k < 3 ? s[k] - mean : s[k];
 }
 struct Third {
@@ -151,7 +154,7 @@ struct Third {
     Lanes d[6], mean;
     Deviate(s, d, mean);
     Determinant(d, value);
-    for (int k = 0; k < 4; ++k) value[k] = odiC_CubeRoot(13.5 * value[k]);
+    for (std::size_t k = 0; k < kLanes; ++k) value[k] = odiC_CubeRoot(13.5 * value[k]);
   }
 };
 
@@ -181,7 +184,7 @@ struct Spectrum {
     Deviate(s, b, mean);
     const Lanes squares =
         b[0] * b[0] + b[1] * b[1] + b[2] * b[2] + 2 * (b[3] * b[3] + b[4] * b[4] + b[5] * b[5]);
-    Sqrt(squares / 6, size);
+    Sqrt(squares * (1.0 / 6), size);
     const Lanes by = 1 / (size > 0 ? size : Lanes{} + 1);
     for (Lanes& c : b) c *= by;
 
@@ -191,8 +194,9 @@ struct Spectrum {
     const Mask isNegative = h < 0;
     Lanes g = isNegative ? -h : h;
     g = g < 1 ? g : Lanes{} + 1;
-    Lanes c = 0.8660254 + 0.1339746 * g;
-    for (int k = 0; k < 3; ++k) {
+    // the cosine of a third of the angle of g within 4e-5; each step squares the error
+    Lanes c = 0.866062 + g * (0.165404 + g * (0.009444 * g - 0.040881));
+    for (int k = 0; k < 2; ++k) {
       const Lanes square = 4 * c * c;
       c -= ((square - 3) * c - g) / (3 * square - 3);
     }
@@ -214,14 +218,14 @@ struct Spectrum {
     };
     take(rows[1], rows[2]);
     take(rows[2], rows[0]);
-    Sqrt(length, length);
-    const Lanes byLength = 1 / length;
-    for (Lanes& x : e) x *= byLength;
     const Mask isAlongX = e[0] * e[0] > e[1] * e[1];
     const Lanes across = isAlongX ? e[0] : e[1];
     Lanes width;
+    Sqrt(length, length);
     Sqrt(across * across + e[2] * e[2], width);
-    const Lanes byWidth = 1 / width, first = e[2] * byWidth, second = across * byWidth;
+    const Lanes byBoth = 1 / (length * width), byLength = width * byBoth, byWidth = length * byBoth;
+    const Lanes first = e[2] * byWidth, second = across * byWidth;
+    for (Lanes& x : e) x *= byLength;
     const Lanes q[3] = {isAlongX ? -first : Lanes{}, isAlongX ? Lanes{} : first, isAlongX ? second : -second};
     Lanes t[3], ofQ[3], ofT[3], qq, qt, tt;
     Cross(e, q, t);
@@ -316,7 +320,7 @@ void ReduceAs(const odiC_RowForm& form, const T* rows, std::size_t n, T* out, co
     kernel.Of(s, value);
     Store(value * unit + (sum - sum), result); // 0, or not a number where a component is not finite
   };
-  ForEachFour<Form, 1>(form, rows, n, out, work);
+  ForEachGroup<Form, 1>(form, rows, n, out, work);
 }
 template<class T, class Kernel>
 void Reduce(const odiC_RowForm& form, const T* rows, std::size_t n, T* out, const Kernel& kernel) {
@@ -349,27 +353,22 @@ void SolveRows(const double* tensors, std::size_t n, double* values, double* axe
     spectrum.Solve<true>(s);
     for (std::size_t k = 0; k < 3; ++k) {
       const Lanes value = (spectrum.mean + spectrum.size * spectrum.values[k]) * unit + guard;
-      for (std::size_t lane = 0; lane < 4; ++lane) result[3 * lane + k] = value[lane];
+      for (std::size_t lane = 0; lane < kLanes; ++lane) result[3 * lane + k] = value[lane];
     }
-    for (std::size_t lane = 0; axes && lane < 4 && first + lane < n; ++lane)
+    for (std::size_t lane = 0; axes && lane < kLanes && first + lane < n; ++lane)
       for (std::size_t k = 0; k < 9; ++k)
         axes[9 * (first + lane) + k] = spectrum.axes[k / 3][k % 3][lane] + guard[lane];
   };
-  ForEachFour<Six, 3>(odiC_RowForm(), tensors, n, values, work);
+  ForEachGroup<Six, 3>(odiC_RowForm(), tensors, n, values, work);
 }
 
-/// The matrices of four rows from `first` on, of n.
+/// The matrices of some rows from `first` on, of n.
 [[gnu::always_inline]] static inline void ReadMatrices(const double* matrices, std::size_t stride,
                                                        std::size_t first, std::size_t n, Lanes (&q)[3][3]) {
-  const double* at[4];
-  for (std::size_t lane = 0; lane < 4; ++lane) at[lane] = matrices + stride * std::min(first + lane, n - 1);
-  for (std::size_t k = 0; k < 8; k += 4) {
-    Lanes four[4];
-    for (std::size_t lane = 0; lane < 4; ++lane) Load(at[lane] + k, four[lane]);
-    Transpose(four[0], four[1], four[2], four[3]);
-    for (std::size_t j = 0; j < 4; ++j) q[(k + j) / 3][(k + j) % 3] = four[j];
+  for (std::size_t lane = 0; lane < kLanes; ++lane) {
+    const double* matrix = matrices + stride * std::min(first + lane, n - 1);
+    for (std::size_t k = 0; k < 9; ++k) q[k / 3][k % 3][lane] = matrix[k];
   }
-  q[2][2] = Lanes{at[0][8], at[1][8], at[2][8], at[3][8]};
 }
 
 template<class Form, class T>
@@ -385,14 +384,9 @@ void TurnTensorsAs(const odiC_RowForm& form, const double* matrices, std::size_t
     constexpr std::size_t kPairs[6][2] = {{0, 0}, {1, 1}, {2, 2}, {0, 1}, {0, 2}, {1, 2}};
     for (std::size_t k = 0; k < 6; ++k) Dot(q[kPairs[k][0]], product[kPairs[k][1]], r[k]);
     for (std::size_t k = 3; k < 6; ++k) r[k] *= stored;
-    const Lanes even = __builtin_shufflevector(r[4], r[5], 0, 4, 2, 6),
-                odd = __builtin_shufflevector(r[4], r[5], 1, 5, 3, 7);
-    Transpose(r[0], r[1], r[2], r[3]);
-    for (std::size_t k = 0; k < 4; ++k) Store(r[k], result + 6 * k);
-    StoreHalves(even, result + 4, result + 16);
-    StoreHalves(odd, result + 10, result + 22);
+    for (std::size_t k = 0; k < 6; k += 2) StorePairs(r[k], r[k + 1], result + k);
   };
-  ForEachFour<Form, 6>(form, rows, n, out, work);
+  ForEachGroup<Form, 6>(form, rows, n, out, work);
 }
 template<class T>
 void TurnTensors(const odiC_RowForm& form, const double* matrices, std::size_t stride, const T* rows,
@@ -411,8 +405,8 @@ void TurnVectors(const odiC_RowForm& form, const double* matrices, std::size_t s
     for (std::size_t k = 0; k < 3; ++k) {
       Lanes turned;
       Dot(q[k], v, turned);
-      for (std::size_t lane = 0; lane < 4; ++lane) result[3 * lane + k] = static_cast<T>(turned[lane]);
+      for (std::size_t lane = 0; lane < kLanes; ++lane) result[3 * lane + k] = static_cast<T>(turned[lane]);
     }
   };
-  ForEachFour<Any, 3>(form, rows, n, out, work);
+  ForEachGroup<Any, 3>(form, rows, n, out, work);
 }

@@ -14,9 +14,6 @@
 #pragma GCC diagnostic ignored "-Wpsabi"
 
 namespace {
-using Lanes [[gnu::vector_size(4 * sizeof(double))]] = double;
-using FloatLanes [[gnu::vector_size(4 * sizeof(float))]] = float;
-
 namespace plain {
 #include "odiC_RowKernel.inl"
 }
