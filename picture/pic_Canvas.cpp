@@ -1,16 +1,10 @@
 #include <CoreGeometry/pic_Canvas.h>
 
-#include <BasicUtils/nex_Exception.h>
+#include "pic_PngFile.h"
+
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <csetjmp>
-#include <cstdio>
-#include <cstring>
 #include <limits>
-#include <new>
-#include <png.h>
-#include <utility>
 
 namespace {
 pic_Vector Normalised(const pic_Vector& v) {
@@ -74,7 +68,8 @@ void pic_Canvas::Fill(double lowX, double highX, double lowY, double highY, Pain
   }
 }
 
-void pic_Canvas::Triangle(const std::array<Corner, 3>& corners, const pic_Colour& colour) {
+/// Sets what is nearer than before to sampleOf(depth, normal, wa, wb, wc), with the parts of the three corners.
+template<class SampleOf> void pic_Canvas::Cover(const std::array<Corner, 3>& corners, SampleOf&& sampleOf) {
   const auto &a = corners[0].at, &b = corners[1].at, &c = corners[2].at;
   const double area = (b[0] - a[0]) * (c[1] - a[1]) - (b[1] - a[1]) * (c[0] - a[0]);
   if (area == 0) return;
@@ -91,7 +86,26 @@ void pic_Canvas::Triangle(const std::array<Corner, 3>& corners, const pic_Colour
     for (std::size_t axis = 0; axis < 3; ++axis)
       normal[axis] =
           wa * corners[0].normal[axis] + wb * corners[1].normal[axis] + wc * corners[2].normal[axis];
-    sample = Shaded(depth, normal, colour);
+    sample = sampleOf(depth, normal, wa, wb, wc);
+  });
+}
+
+void pic_Canvas::Triangle(const std::array<Corner, 3>& corners, const pic_Colour& colour) {
+  Cover(corners, [&](double depth, const pic_Vector& normal, double, double, double) {
+    return Shaded(depth, normal, colour);
+  });
+}
+
+void pic_Canvas::Triangle(const std::array<Corner, 3>& corners, const std::array<double, 3>& values,
+                          const pic_Scale& scale) {
+  const auto [least, most] = std::minmax({values[0], values[1], values[2]});
+  Cover(corners, [&](double depth, const pic_Vector& normal, double wa, double wb, double wc) {
+    // rounding never leaves the range
+    const double value = std::clamp(wa * values[0] + wb * values[1] + wc * values[2], least, most);
+    const double shade = 0.7 + 0.3 * std::abs(Normalised(normal)[2]);
+    const pic_Colour colour = scale.At(value);
+    return Sample{static_cast<float>(depth),
+                  {Light(shade * colour.red), Light(shade * colour.green), Light(shade * colour.blue)}};
   });
 }
 
@@ -146,69 +160,10 @@ std::vector<unsigned char> pic_Canvas::Pixels() const {
   return pixels;
 }
 
-namespace {
-/// The format's library writing one file, and why it could not.
-class PngFile {
-public:
-  explicit PngFile(const cow_String& path) : file_(std::fopen(path.c_str(), "wb")) {
-    if (!file_) Fail(std::strerror(errno));
-  }
-  ~PngFile() {
-    png_destroy_write_struct(&png_, &info_);
-    if (file_) std::fclose(file_);
-  }
-  PngFile(const PngFile&) = delete;
-  PngFile& operator=(const PngFile&) = delete;
-
-  /// Rows of red, green, blue and opacity if there is one, from above. False when it failed.
-  bool Write(int width, int height, bool hasOpacity, const unsigned char* pixels) {
-    if (!file_) return false;
-    png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, this, OnError, [](png_structp, png_const_charp) {});
-    if (png_) info_ = png_create_info_struct(png_);
-    if (!info_) throw std::bad_alloc();
-    if (setjmp(png_jmpbuf(png_)) != 0) return false; // OnError comes back here
-    png_init_io(png_, file_);
-    png_set_IHDR(png_, info_, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), 8,
-                 hasOpacity ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
-                 PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
-    png_set_sRGB(png_, info_, PNG_sRGB_INTENT_PERCEPTUAL);
-    png_write_info(png_, info_);
-    WriteRows(static_cast<std::size_t>(width) * (hasOpacity ? 4 : 3), static_cast<std::size_t>(height),
-              pixels);
-    png_write_end(png_, info_);
-    const int closed = std::fclose(std::exchange(file_, nullptr));
-    if (closed != 0) Fail(std::strerror(errno));
-    return closed == 0;
-  }
-  const char* Reason() const { return reason_.data(); }
-
-private:
-  // Nothing here has a destructor that a jump would miss; wip_Cancelled passes no function of the library.
-  void WriteRows(std::size_t size, std::size_t count, const unsigned char* pixels) {
-    for (std::size_t y = 0; y < count; ++y) {
-      if (y % 64 == 0) wip_Poll::Now();
-      png_write_row(png_, pixels + y * size);
-    }
-  }
-  void Fail(const char* reason) { std::string_view(reason).copy(reason_.data(), reason_.size() - 1); }
-  static void OnError(png_structp png, png_const_charp message) {
-    static_cast<PngFile*>(png_get_error_ptr(png))->Fail(message);
-    png_longjmp(png, 1);
-  }
-
-  std::FILE* file_;
-  png_structp png_ = nullptr;
-  png_infop info_ = nullptr;
-  std::array<char, 128> reason_{};
-};
-} // namespace
-
 void pic_Canvas::WritePng(uti_OutputFile& output) const {
   const std::vector<unsigned char> pixels = Pixels();
-  {
-    PngFile file(output.Path());
-    if (!file.Write(width_, height_, isTransparent_, pixels.data()))
-      throw nex_TextException(output.Name() + ": cannot be written: " + file.Reason());
-  }
+  pic_PngFile file(output, width_, height_, isTransparent_);
+  file.WritePicture(pixels);
+  file.End();
   output.Commit();
 }

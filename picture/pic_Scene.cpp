@@ -1,5 +1,7 @@
 #include <CoreGeometry/pic_Scene.h>
 
+#include "pic_Camera.h"
+#include "pic_ContourLegend.h"
 #include "pic_Datums.h"
 #include "pic_Text.h"
 
@@ -21,49 +23,21 @@ constexpr Named kPalette[] = {{{0.42, 0.62, 0.84}, "blue"},   {{0.95, 0.68, 0.36
                               {{0.40, 0.74, 0.74}, "teal"},   {{0.90, 0.60, 0.74}, "pink"},
                               {{0.68, 0.58, 0.50}, "brown"},  {{0.70, 0.73, 0.76}, "grey"}};
 constexpr pic_Colour kBelow{0.82, 0.86, 0.91}, kAbove{0.99, 0.99, 1.0}, kFeature{0.10, 0.12, 0.16},
-    kMeshEdge{0.30, 0.34, 0.40};
+    kMeshEdge{0.30, 0.34, 0.40}, kUndeformed{0.55, 0.57, 0.60}, kWithoutValues{0.6, 0.6, 0.6};
 constexpr pic_Colour kWhite{1, 1, 1};
 constexpr double kFront = 1e30; ///< before everything
 constexpr double kMargin = 0.07, kCosOfSmooth = 0.8660254037844386;
 
 const Named& PaletteOf(int group) { return kPalette[static_cast<std::size_t>(group) % std::size(kPalette)]; }
 
-double Dot(const pic_Vector& a, const pic_Vector& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
-pic_Vector Cross(const pic_Vector& a, const pic_Vector& b) {
-  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-pic_Vector Scaled(const pic_Vector& v, double factor) {
-  return {v[0] * factor, v[1] * factor, v[2] * factor};
-}
-pic_Vector Sum(const pic_Vector& a, const pic_Vector& b) { return {a[0] + b[0], a[1] + b[1], a[2] + b[2]}; }
-pic_Vector Normalised(const pic_Vector& v) {
-  const double length = std::sqrt(Dot(v, v));
-  return length > 0 ? Scaled(v, 1 / length) : v;
-}
-
-/// Model space to the picture: rows are to the right, up and to the viewer.
-class Camera {
-public:
-  Camera(const pic_View& view) {
-    const pic_Vector toViewer = Normalised(view.direction);
-    const bool isFromAbove = std::abs(toViewer[2]) > 0.999;
-    const pic_Vector up = isFromAbove ? pic_Vector{0, 1, 0} : pic_Vector{0, 0, 1};
-    const pic_Vector right = Normalised(Cross(up, toViewer));
-    rows_ = {right, Cross(toViewer, right), toViewer};
-  }
-  pic_Vector Turn(const pic_Vector& v) const {
-    return {Dot(rows_[0], v), Dot(rows_[1], v), Dot(rows_[2], v)};
-  }
-
-private:
-  std::array<pic_Vector, 3> rows_;
-};
-
 class Painter {
 public:
   Painter(const bme_Outside& outside, std::span<const float> xyz, const pic_View& view,
-          std::span<const dtu_Datum* const> datums)
-      : outside_(outside), xyz_(xyz), view_(view), camera_(view),
+          const pic_Results& results, std::span<const dtu_Datum* const> datums)
+      : outside_(outside), results_(results), field_(results.field), undeformed_(xyz),
+        displaced_(results.displacement.empty() ? std::vector<float>()
+                                                : pic_Displaced(xyz, results.displacement, results.factor)),
+        xyz_(displaced_.empty() ? xyz : displaced_), view_(view), camera_(view),
         canvas_(view.width, view.height, view.background == pic_Background::Shaded ? kBelow : kWhite,
                 view.background == pic_Background::Shaded ? kAbove : kWhite),
         lineWidth_(std::max(1.0, std::min(view.width, view.height) / 450.0)),
@@ -74,30 +48,51 @@ public:
 
   pic_Canvas Run() {
     Fit();
+    FindNormals();
     FindFacesOfNodes();
+    if (HasOutline())
+      for (const bme_OuterEdge& edge : outside_.edges)
+        if (edge.isFeature) DrawEdge(edge, lineWidth_, kUndeformed, undeformed_);
     for (std::size_t f = 0; f < outside_.faces.size(); ++f) DrawFace(f);
     if (view_.hasMeshEdges)
       for (const bme_OuterEdge& edge : outside_.edges)
-        if (!edge.isFeature) DrawEdge(edge, 0.5 * lineWidth_, kMeshEdge);
+        if (!edge.isFeature) DrawEdge(edge, 0.5 * lineWidth_, kMeshEdge, xyz_);
     for (const bme_OuterEdge& edge : outside_.edges)
-      if (edge.isFeature) DrawEdge(edge, lineWidth_, kFeature);
-    for (const bme_OuterLine& line : outside_.lines) {
-      const std::span<const int> nodes = line.nodes.Nodes();
-      for (std::size_t k = 1; k < nodes.size(); ++k) {
-        pic_Colour colour = pic_GroupColour(line.group);
-        colour = {0.75 * colour.red, 0.75 * colour.green, 0.75 * colour.blue};
-        canvas_.Line(At(nodes[k - 1]), At(nodes[k]), 2.2 * lineWidth_, colour, 3 * lineWidth_);
-      }
-    }
+      if (edge.isFeature) DrawEdge(edge, lineWidth_, kFeature, xyz_);
+    for (std::size_t i = 0; i < outside_.lines.size(); ++i) DrawLine(i);
     DrawPoints();
     DrawDatums();
     if (view_.hasAxes) DrawAxes();
     DrawTitle();
     if (view_.hasLegend) {
-      DrawLegend();
+      if (field_) {
+        const double height = TextHeight();
+        pic_DrawContourLegend(canvas_, results_,
+                              {view_.width - LegendWidth() + height, 5 * height, view_.width - height,
+                               view_.height - (view_.title.empty() ? height : 4 * height)},
+                              height);
+      } else
+        DrawLegend();
       DrawScaleBar();
     }
     return std::move(canvas_);
+  }
+
+  /// Of the mesh.
+  pic_Extent Extent() const {
+    pic_Extent extent;
+    const auto add = [&](std::span<const int> nodes) {
+      poll_.Advance(nodes.size());
+      for (const int node : nodes) {
+        pic_AddTo(extent, camera_.Turn(pic_At(xyz_, node)));
+        if (HasOutline()) pic_AddTo(extent, camera_.Turn(pic_At(undeformed_, node)));
+      }
+    };
+    for (const bme_OuterFace& face : outside_.faces) add(face.nodes.Nodes());
+    for (const bme_OuterLine& line : outside_.lines) add(line.nodes.Nodes());
+    for (const bme_OuterPoint& point : outside_.points)
+      pic_AddTo(extent, camera_.Turn(pic_At(xyz_, static_cast<int>(point.node))));
+    return extent;
   }
 
 private:
@@ -110,39 +105,22 @@ private:
     for (const bme_OuterLine& line : outside.lines) add(line.nodes.Nodes());
     return box;
   }
-  pic_Vector Model(int node) const {
-    const std::size_t i = 3 * static_cast<std::size_t>(node);
-    return {xyz_[i], xyz_[i + 1], xyz_[i + 2]};
-  }
+  bool HasOutline() const { return results_.hasUndeformed && !displaced_.empty(); }
   pic_Vector ToPicture(const pic_Vector& v) const {
     const pic_Vector turned = camera_.Turn(v);
     return {middle_[0] + scale_ * (turned[0] - centre_[0]), middle_[1] + scale_ * (turned[1] - centre_[1]),
             scale_ * (turned[2] - centre_[2])};
   }
-  pic_Vector At(int node) const { return ToPicture(Model(node)); }
+  pic_Vector At(int node) const { return ToPicture(pic_At(xyz_, node)); }
 
   void Fit() {
-    constexpr double kFar = std::numeric_limits<double>::infinity();
-    pic_Vector low{kFar, kFar, kFar}, high{-kFar, -kFar, -kFar};
-    const auto addPoint = [&](const pic_Vector& point) {
-      const pic_Vector turned = camera_.Turn(point);
-      for (std::size_t axis = 0; axis < 3; ++axis) {
-        low[axis] = std::min(low[axis], turned[axis]);
-        high[axis] = std::max(high[axis], turned[axis]);
-      }
-    };
-    const auto add = [&](std::span<const int> nodes) {
-      poll_.Advance(nodes.size());
-      for (const int node : nodes) addPoint(Model(node));
-    };
-    for (const bme_OuterFace& face : outside_.faces) add(face.nodes.Nodes());
-    for (const bme_OuterLine& line : outside_.lines) add(line.nodes.Nodes());
-    for (const bme_OuterPoint& point : outside_.points) addPoint(Model(static_cast<int>(point.node)));
+    pic_Extent extent = view_.extent ? *view_.extent : Extent();
     for (const pic_DatumLine& line : datumLines_) {
-      addPoint(line.from);
-      addPoint(line.to);
+      pic_AddTo(extent, camera_.Turn(line.from));
+      pic_AddTo(extent, camera_.Turn(line.to));
     }
-    centre_ = Scaled(Sum(low, high), 0.5);
+    const pic_Vector &low = extent.low, &high = extent.high;
+    centre_ = pic_Scaled(pic_Sum(low, high), 0.5);
     // what is written has its own strips; the axes have either the left or the bottom one, whichever costs less
     Strips best;
     double bestScale = -1;
@@ -195,6 +173,7 @@ private:
     return name.substr(0, quote + 1) + name.substr(slash + 1);
   }
   double LegendWidth() const {
+    if (field_) return std::min(pic_ContourLegendWidth(results_, TextHeight()), 0.35 * view_.width);
     double widest = 0;
     for (const std::size_t group : SeenGroups())
       widest = std::max(widest, pic_TextWidth(LegendText(group), TextHeight()));
@@ -212,6 +191,7 @@ private:
   void DrawLegend() {
     const double height = TextHeight(), line = 2 * height, left = view_.width - LegendWidth() + height;
     const std::vector<std::size_t> groups = SeenGroups();
+    const std::string factor = pic_FactorText(results_);
     double y = view_.height - (view_.title.empty() ? line : 3 * height + line);
     const auto room = static_cast<std::size_t>(std::max(1.0, (y - 5 * height) / line));
     const std::size_t shown = groups.size() > room ? room - 1 : groups.size();
@@ -225,6 +205,9 @@ private:
     if (shown < groups.size())
       pic_DrawText(canvas_, left + 2.2 * height, y, height,
                    pic_FittingText("and " + std::to_string(groups.size() - shown) + " more", height, width),
+                   kFeature);
+    if (!factor.empty())
+      pic_DrawText(canvas_, left, y - line / 2, height, pic_FittingText(factor, height, view_.width - left),
                    kFeature);
   }
 
@@ -253,15 +236,56 @@ private:
                  kFeature);
   }
 
+  /// Values, if there are any, or the colour of the group a little darker.
+  void DrawLine(std::size_t i) {
+    const bme_OuterLine& line = outside_.lines[i];
+    const std::span<const int> nodes = line.nodes.Nodes();
+    const std::span<const double> values = field_ ? field_->OfLine(i) : std::span<const double>();
+    const double width = 2.2 * lineWidth_, lift = 3 * lineWidth_;
+    for (std::size_t k = 1; k < nodes.size(); ++k) {
+      const pic_Vector from = At(nodes[k - 1]), to = At(nodes[k]);
+      if (!field_) {
+        const pic_Colour colour = pic_GroupColour(line.group);
+        canvas_.Line(from, to, width, {0.75 * colour.red, 0.75 * colour.green, 0.75 * colour.blue}, lift);
+        continue;
+      }
+      // the pieces have the value of their middle
+      const int pieces = values.size() == 1 ? 1 : 32;
+      for (int piece = 0; piece < pieces; ++piece) {
+        const auto mix = [&](double t, double a, double b) { return a + t * (b - a); };
+        const auto place = [&](int end) {
+          const double t = static_cast<double>(end) / pieces;
+          return pic_Vector{mix(t, from[0], to[0]), mix(t, from[1], to[1]), mix(t, from[2], to[2])};
+        };
+        const double value =
+            values.size() == 1 ? values[0] : mix((piece + 0.5) / pieces, values[k - 1], values[k]);
+        canvas_.Line(place(piece), place(piece + 1), width, results_.scale.At(value), lift);
+      }
+    }
+  }
+
   void DrawPoints() {
-    for (const bme_OuterPoint& point : outside_.points) {
+    for (std::size_t i = 0; i < outside_.points.size(); ++i) {
+      const bme_OuterPoint& point = outside_.points[i];
       poll_.Advance();
       const pic_Vector at = At(static_cast<int>(point.node));
-      pic_Colour rim = pic_GroupColour(point.group);
-      rim = {0.5 * rim.red, 0.5 * rim.green, 0.5 * rim.blue};
+      const pic_Colour colour = !field_               ? pic_GroupColour(point.group)
+                                : field_->IsOfNodes() ? results_.scale.At(field_->OfPoint(i))
+                                                      : kWithoutValues;
+      const pic_Colour rim{0.5 * colour.red, 0.5 * colour.green, 0.5 * colour.blue};
       canvas_.Line(at, at, 5.5 * lineWidth_, rim, kFront);
-      canvas_.Line(at, at, 4 * lineWidth_, pic_GroupColour(point.group), kFront);
+      canvas_.Line(at, at, 4 * lineWidth_, colour, kFront);
     }
+  }
+
+  /// Of displaced faces: those of the others are known.
+  void FindNormals() {
+    if (displaced_.empty()) return;
+    normals_.reserve(outside_.faces.size());
+    for (const bme_OuterFace& face : outside_.faces) normals_.push_back(pic_NormalOf(face, xyz_));
+  }
+  const pic_Vector& FaceNormal(std::size_t f) const {
+    return normals_.empty() ? outside_.faces[f].normal : normals_[f];
   }
 
   /// Compressed rows: the faces of each node.
@@ -282,17 +306,18 @@ private:
   }
 
   /// The mean of the faces around the node that turn away little from this one.
-  pic_Vector NormalAt(const bme_OuterFace& face, int node) const {
+  pic_Vector NormalAt(std::size_t f, int node) const {
     pic_Vector sum{};
-    const pic_Vector own = Normalised(face.normal);
+    const pic_Vector own = pic_Normalised(FaceNormal(f));
     const auto at = static_cast<std::size_t>(node);
     poll_.Advance(firstFace_[at + 1] - firstFace_[at]);
     for (unsigned i = firstFace_[at]; i < firstFace_[at + 1]; ++i) {
-      const pic_Vector& other = outside_.faces[facesOfNodes_[i]].normal;
-      const double cosine = Dot(own, other), length = std::sqrt(Dot(other, other));
-      if (std::abs(cosine) >= kCosOfSmooth * length) sum = Sum(sum, Scaled(other, cosine < 0 ? -1 : 1));
+      const pic_Vector& other = FaceNormal(facesOfNodes_[i]);
+      const double cosine = pic_Dot(own, other), length = std::sqrt(pic_Dot(other, other));
+      if (std::abs(cosine) >= kCosOfSmooth * length)
+        sum = pic_Sum(sum, pic_Scaled(other, cosine < 0 ? -1 : 1));
     }
-    return camera_.Turn(Dot(sum, sum) > 0 ? sum : face.normal);
+    return camera_.Turn(pic_Dot(sum, sum) > 0 ? sum : FaceNormal(f));
   }
 
   void DrawFace(std::size_t f) {
@@ -300,55 +325,83 @@ private:
     const unsigned corners = face.nodes.corners;
     std::vector<pic_Canvas::Corner>& rim = rim_;
     rim.clear();
-    const auto add = [&](int node) { rim.push_back({At(node), NormalAt(face, node)}); };
+    values_.clear();
+    const std::span<const double> values = field_ ? field_->OfFace(f) : std::span<const double>();
+    const auto add = [&](unsigned place) {
+      const int node = face.nodes.nodes[place];
+      rim.push_back({At(node), NormalAt(f, node)});
+      if (field_) values_.push_back(values[values.size() == 1 ? 0 : place]);
+    };
     for (unsigned k = 0; k < corners; ++k) {
-      add(face.nodes.nodes[k]);
-      if (face.HasMidNodes()) add(face.nodes.nodes[corners + k]);
+      add(k);
+      if (face.HasMidNodes()) add(corners + k);
     }
     const pic_Colour colour = pic_GroupColour(face.group);
-    if (rim.size() == 3) {
-      canvas_.Triangle({rim[0], rim[1], rim[2]}, colour);
-      return;
+    const auto triangle = [&](std::size_t a, std::size_t b, std::size_t c) {
+      if (field_)
+        canvas_.Triangle({rim[a], rim[b], rim[c]}, {values_[a], values_[b], values_[c]}, results_.scale);
+      else
+        canvas_.Triangle({rim[a], rim[b], rim[c]}, colour);
+    };
+    if (rim.size() == 3) return triangle(0, 1, 2);
+    if (rim.size() == 6 && corners == 3 && field_) {
+      for (const std::size_t k : {0U, 2U, 4U}) triangle(k, k + 1, (k + 5) % 6);
+      return triangle(1, 3, 5);
     }
-    const pic_Canvas::Corner centre = Centre(face);
-    for (std::size_t k = 0; k < rim.size(); ++k)
-      canvas_.Triangle({centre, rim[k], rim[(k + 1) % rim.size()]}, colour);
+    const std::size_t size = rim.size();
+    rim.push_back(Centre(f));
+    if (field_)
+      values_.push_back(values.size() == 1 ? values[0]
+                                           : CentreOf<double>(
+                                               face, [&](unsigned k) { return values[k]; },
+                                               [](double a, double b) { return a + b; },
+                                               [](double a, double b) { return a * b; }));
+    for (std::size_t k = 0; k < size; ++k) triangle(size, k, (k + 1) % size);
   }
 
-  /// Of quadratic faces where the shape functions put it.
-  pic_Canvas::Corner Centre(const bme_OuterFace& face) const {
+  /// What the shape functions make of values at the nodes, in the middle of a face.
+  template<class Value, class At, class Add, class Times>
+  static Value CentreOf(const bme_OuterFace& face, At&& at, Add&& sum, Times&& scaled) {
     const unsigned corners = face.nodes.corners;
-    const bool isOwn = face.HasMidNodes() && face.nodes.count > 2 * corners;
-    pic_Vector place{}, normal{};
+    if (face.HasMidNodes() && face.nodes.count > 2 * corners) return at(2 * corners);
     double ofCorner = 1.0 / corners, ofMiddle = 0;
     if (face.HasMidNodes()) {
       ofCorner = corners == 3 ? -1.0 / 9 : -1.0 / 4;
       ofMiddle = corners == 3 ? 4.0 / 9 : 1.0 / 2;
     }
+    Value value{};
     for (unsigned k = 0; k < corners; ++k) {
-      place = Sum(place, Scaled(Model(face.nodes.nodes[k]), ofCorner));
-      if (face.HasMidNodes()) place = Sum(place, Scaled(Model(face.nodes.nodes[corners + k]), ofMiddle));
-      normal = Sum(normal, Normalised(NormalAt(face, face.nodes.nodes[k])));
+      value = sum(value, scaled(at(k), ofCorner));
+      if (face.HasMidNodes()) value = sum(value, scaled(at(corners + k), ofMiddle));
     }
-    if (isOwn) place = Model(face.nodes.nodes[2 * corners]);
-    return {ToPicture(place), Scaled(normal, 1.0 / corners)};
+    return value;
+  }
+  pic_Canvas::Corner Centre(std::size_t f) const {
+    const bme_OuterFace& face = outside_.faces[f];
+    pic_Vector normal{};
+    for (const int node : face.nodes.Corners()) normal = pic_Sum(normal, pic_Normalised(NormalAt(f, node)));
+    const auto model = [&](unsigned k) { return pic_At(xyz_, face.nodes.nodes[k]); };
+    return {ToPicture(CentreOf<pic_Vector>(face, model, pic_Sum, pic_Scaled)),
+            pic_Scaled(normal, 1.0 / face.nodes.corners)};
   }
 
-  void DrawEdge(const bme_OuterEdge& edge, double width, const pic_Colour& colour) {
+  void DrawEdge(const bme_OuterEdge& edge, double width, const pic_Colour& colour,
+                std::span<const float> xyz) {
     const double lift = 1.5 * width + 0.5;
-    const pic_Vector from = At(edge.ends[0]), to = At(edge.ends[1]);
+    const pic_Vector from = ToPicture(pic_At(xyz, edge.ends[0])), to = ToPicture(pic_At(xyz, edge.ends[1]));
     if (edge.middle < 0) {
       canvas_.Line(from, to, width, colour, lift);
       return;
     }
     // the parabola through the three nodes
     constexpr int kPieces = 6;
-    const pic_Vector middle = At(edge.middle);
+    const pic_Vector middle = ToPicture(pic_At(xyz, edge.middle));
     pic_Vector last = from;
     for (int i = 1; i <= kPieces; ++i) {
       const double t = static_cast<double>(i) / kPieces;
-      const pic_Vector here = Sum(Sum(Scaled(from, (1 - t) * (1 - 2 * t)), Scaled(middle, 4 * t * (1 - t))),
-                                  Scaled(to, t * (2 * t - 1)));
+      const pic_Vector here =
+          pic_Sum(pic_Sum(pic_Scaled(from, (1 - t) * (1 - 2 * t)), pic_Scaled(middle, 4 * t * (1 - t))),
+                  pic_Scaled(to, t * (2 * t - 1)));
       canvas_.Line(last, here, width, colour, lift);
       last = here;
     }
@@ -395,16 +448,22 @@ private:
   }
 
   const bme_Outside& outside_;
+  const pic_Results& results_;
+  const pic_Field* field_;
+  std::span<const float> undeformed_;
+  std::vector<float> displaced_; ///< empty when nothing is displaced
   std::span<const float> xyz_;
   const pic_View& view_;
-  Camera camera_;
+  pic_Camera camera_;
   pic_Canvas canvas_;
   mutable wip_Poll poll_{1U << 16U}; ///< of nodes and faces
   double lineWidth_, scale_ = 1;
   pic_Vector centre_{};
   std::array<double, 2> middle_{}; ///< of what the mesh has of the picture
   std::vector<unsigned> firstFace_, facesOfNodes_;
+  std::vector<pic_Vector> normals_; ///< of displaced faces
   std::vector<pic_Canvas::Corner> rim_;
+  std::vector<double> values_; ///< of the rim
   std::vector<pic_DatumLine> datumLines_;
 };
 } // namespace
@@ -415,5 +474,22 @@ cow_String pic_ColourName(int group) { return PaletteOf(group).name; }
 
 pic_Canvas pic_Draw(const bme_Outside& outside, std::span<const float> coordinates, const pic_View& view,
                     std::span<const dtu_Datum* const> datums) {
-  return Painter(outside, coordinates, view, datums).Run();
+  return pic_Draw(outside, coordinates, view, pic_Results(), datums);
+}
+
+pic_Canvas pic_Draw(const bme_Outside& outside, std::span<const float> coordinates, const pic_View& view,
+                    const pic_Results& results, std::span<const dtu_Datum* const> datums) {
+  return Painter(outside, coordinates, view, results, datums).Run();
+}
+
+pic_Extent pic_ExtentOf(const bme_Outside& outside, std::span<const float> coordinates, const pic_View& view,
+                        const pic_Results& results) {
+  pic_View small = view; // no need for a canvas
+  small.width = small.height = 1;
+  return Painter(outside, coordinates, small, results, {}).Extent();
+}
+
+void pic_Extent::Add(const pic_Extent& other) {
+  pic_AddTo(*this, other.low);
+  pic_AddTo(*this, other.high);
 }

@@ -3,15 +3,11 @@
 
 #include <BasicUtils/uti_OutputFile.h>
 #include <BasicUtils/wip_Poll.h>
-#include <CoreGeometry/PictureExport.h>
+#include <CoreGeometry/pic_Colours.h>
 #include <array>
 #include <vector>
 
 using pic_Vector = std::array<double, 3>;
-
-struct pic_Colour {
-  double red = 0, green = 0, blue = 0; ///< 0 to 1, as shown
-};
 
 /// Triangles and lines hidden by what is nearer to the viewer.
 ///
@@ -30,6 +26,10 @@ public:
     pic_Vector at, normal; ///< the normal may point away from the viewer, of any length
   };
   void Triangle(const std::array<Corner, 3>& corners, const pic_Colour& colour);
+  /// Values that are linear between the corners. The light is weak, from the viewer: what faces him has the very
+  /// colour of the scale.
+  void Triangle(const std::array<Corner, 3>& corners, const std::array<double, 3>& values,
+                const pic_Scale& scale);
   /// Seen where nothing is nearer by more than `lift`.
   void Line(const pic_Vector& from, const pic_Vector& to, double width, const pic_Colour& colour,
             double lift);
@@ -37,6 +37,9 @@ public:
   std::vector<unsigned char>
   Pixels() const; ///< red, green, blue, and opacity if transparent; rows from above
   void WritePng(uti_OutputFile& output) const; ///< and commits it
+  int Width() const noexcept { return width_; }
+  int Height() const noexcept { return height_; }
+  bool IsTransparent() const noexcept { return isTransparent_; }
 
 private:
   struct Sample {
@@ -45,6 +48,7 @@ private:
   };
   static Sample Shaded(double depth, const pic_Vector& normal, const pic_Colour& colour);
   template<class Paint> void Fill(double lowX, double highX, double lowY, double highY, Paint&& paint);
+  template<class SampleOf> void Cover(const std::array<Corner, 3>& corners, SampleOf&& sampleOf);
 
   int width_, height_, perPixel_;
   bool isTransparent_ = false;
