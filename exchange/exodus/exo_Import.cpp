@@ -64,7 +64,6 @@ private:
   cls_xp1DArrayListInt ReadNodeLabels();
   std::vector<LabelledBlock> ReadElementLabels();
   bme_ElementClass* ReadBlock(const exo_Block& block, unsigned meshId, exo_BlockPlace& place);
-  std::vector<exo_BlockPlace> Places() const;
   template<class Int> void ReadRows(const exo_Block& block, std::span<const int> order, std::span<int> nodes);
   [[noreturn]] void FailAtNode(const exo_Block& block, std::int64_t element, long long node) const;
   static cow_String Describe(const exo_Block& block) {
@@ -88,7 +87,7 @@ fmt_Import Importer::Run(unsigned meshId) {
   if (!nodeLabels.IsEmpty()) nodes->SetUserNodeLabels(std::move(nodeLabels));
 
   std::vector<LabelledBlock> blocks = ReadElementLabels();
-  std::vector<exo_BlockPlace> places = Places();
+  std::vector<exo_BlockPlace> places = exo_PlaceBlocks(file_);
   std::vector<std::unique_ptr<bme_ElementClass>> classes;
   for (exo_BlockPlace& place : places) {
     if (place.classIndex < 0) continue;
@@ -193,20 +192,6 @@ cow_String Importer::CategoryOf(const exo_Block& block, bool arePyramids) const 
   const cow_String name = block.name.empty() ? "block " + std::to_string(block.id) : block.name;
   if (arePyramids) return bme_PyramidCategory(file_.Title(), name, static_cast<int>(block.nodesPerElement));
   return file_.Title().empty() ? name : file_.Title() + "/" + name;
-}
-
-std::vector<exo_BlockPlace> Importer::Places() const {
-  std::vector<exo_BlockPlace> places;
-  std::int64_t inFile = 0;
-  int inMesh = 0, numClasses = 0;
-  for (const exo_Block& block : file_.Blocks()) {
-    places.push_back({&block, inFile, inMesh, block.isRagged ? -1 : numClasses, {}, {}});
-    inFile += block.numElements;
-    if (block.isRagged) continue;
-    inMesh += static_cast<int>(block.numElements);
-    ++numClasses;
-  }
-  return places;
 }
 
 bme_ElementClass* Importer::ReadBlock(const exo_Block& block, unsigned meshId, exo_BlockPlace& place) {

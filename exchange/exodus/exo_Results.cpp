@@ -21,6 +21,7 @@ public:
 
   fmt_ResultsSummary Run() {
     ReadTimes();
+    if (options_.isCount) return std::move(summary_);
     if (!times_.empty()) {
       exo_ResultsPlan plan = exo_PlanResults(file_, import_, options_);
       planned_ = std::move(plan.variables);
@@ -30,7 +31,6 @@ public:
     if (run_ && !times_.empty()) {
       Declare();
       Carry();
-      CarryHistories();
     }
     Note("numbers rounded to single precision", numRounded_,
          "largest relative change " + Short(largestRounding_));
@@ -92,7 +92,8 @@ private:
           source.block.pointSet = pointSets[count];
         }
         key += std::to_string(source.block.position) + "," + std::to_string(source.block.classIndex) + ","
-               + std::to_string(source.block.valuesPerEntity) + "," + source.block.region + ";";
+               + std::to_string(source.block.valuesPerEntity) + "," + source.block.region
+               + (source.areEdges ? ",edges;" : ";");
         layout.Add(source.block);
       }
       layout.completeness = IsFull(layout) ? res_FULL_FIELD : res_PARTIAL_FIELD;
@@ -144,12 +145,13 @@ private:
       ++summary_.numNewFrames;
       thr_ThreadSingleton<wip_WIP>::Instance().Progress(static_cast<double>(i + 1)
                                                         / static_cast<double>(times_.size()));
-      if (++numWaiting == 20 || waiting >= options_.passBytes) {
+      if (i + 1 < times_.size() && (++numWaiting == 20 || waiting >= options_.passBytes)) {
         run_->Commit();
         waiting = 0;
         numWaiting = 0;
       }
     }
+    if (summary_.numNewFrames > 0) CarryHistories();
     run_->Commit();
   }
 
@@ -230,10 +232,11 @@ private:
                                            : static_cast<std::size_t>(at - options_.pointOrder.begin());
   }
 
-  /// Global variables: the whole history each, cut where the steps are.
+  /// Global variables: the whole history each, cut where the steps are. They are of the pass with the last frame: a run
+  /// that lacks them lacks frames, too, and is gone on with.
   void CarryHistories() {
     const std::vector<cow_String> names = exo_VariableNames(file_, EX_GLOBAL);
-    if (names.empty() || summary_.numNewFrames == 0) return;
+    if (names.empty()) return;
     std::vector<std::vector<double>> rows;
     for (const int frame : frames_) {
       rows.emplace_back(names.size());
@@ -256,7 +259,6 @@ private:
       }
       first += count;
     }
-    run_->Commit();
   }
 
   exo_File file_;

@@ -1,8 +1,11 @@
 #include "exo_ResultsPlan.h"
 
+#include "exo_Sets.h"
+
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
 #include <CoreGeometry/bme_EntityList.h>
+#include <CoreGeometry/bme_Pyramids.h>
 #include <CoreGeometry/exo_Types.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
@@ -18,8 +21,8 @@ struct Object {
   std::int64_t numEntities;
   std::vector<std::int64_t> order;
   odiC_LayoutBlock block; ///< without values per entity
-  int shapePoints = 0;
-  cow_String name; ///< "block 10"
+  int shapePoints = 0;    ///< as fmt_BlockNames
+  bool areEdges = false;
   /// A set whose sides are of several classes has one object a class; they share the row of the truth table.
   std::size_t row = 0;
 };
@@ -36,13 +39,15 @@ void Check(const exo_File& file, int status, const cow_String& what) {
 class Planner {
 public:
   Planner(const exo_File& file, const fmt_Import& import, const fmt_ResultsOptions& options)
-      : file_(file), import_(import), options_(options) {}
+      : file_(file), import_(import), options_(options), places_(exo_PlaceBlocks(file)) {}
 
   exo_ResultsPlan Run() {
+    FindSides();
     PlanAll();
     for (const exo_PlannedVariable& planned : planned_) Describe(planned);
     Note("scalars that are named alike and not grouped", numAlike_, alike_);
-    Note("sides that are edges among faces", numMixedSides_, "without their values");
+    Note("values on sides without a face or edge here", numUnknownSides_, {});
+    Note("entries that a set has twice", numTwice_, "their first value is kept: " + setsOfTwice_);
     plan_.variables = std::move(planned_);
     return std::move(plan_);
   }
@@ -60,25 +65,26 @@ private:
       odiC_LayoutBlock nodes;
       nodes.position = res_NODAL;
       nodes.numEntities = static_cast<int>(file_.NumNodes());
-      objects.push_back({type, 0, file_.NumNodes(), {}, nodes, 0, "nodes"});
+      objects.push_back({type, 0, file_.NumNodes(), {}, nodes});
     } else if (type == EX_ELEM_BLOCK) {
-      numInFile = file_.Blocks().size();
-      int classIndex = 0;
+      numInFile = places_.size();
       for (std::size_t i = 0; i < numInFile; ++i) {
-        const exo_Block& block = file_.Blocks()[i];
-        if (block.isRagged) continue;
+        const exo_BlockPlace& place = places_[i];
+        if (place.classIndex < 0) continue;
         odiC_LayoutBlock elements;
         elements.position = res_WHOLE_ELEMENT;
-        elements.classIndex = classIndex;
-        elements.numEntities = static_cast<int>(block.numElements);
-        const shp_Shape* shape = Class(classIndex++).Shape();
+        elements.classIndex = place.classIndex;
+        elements.numEntities = static_cast<int>(place.block->numElements);
+        const bme_ElementClass& made = Class(place.classIndex);
+        // the points of a pyramid are not those of the hexahedron that it is here
+        const bool isKnown = made.Shape() && made.Shape()->NumIntPts() > 0 && bme_PyramidNodes(made) == 0;
         objects.push_back({type,
-                           block.id,
-                           block.numElements,
+                           place.block->id,
+                           place.block->numElements,
                            {},
                            elements,
-                           shape ? shape->NumIntPts() : 0,
-                           "block " + std::to_string(block.id),
+                           isKnown ? made.Shape()->NumIntPts() : -1,
+                           false,
                            i});
       }
     } else {
@@ -89,6 +95,18 @@ private:
 
   const bme_ElementClass& Class(int index) const {
     return import_.mesh->ElementData().GetClass(static_cast<unsigned>(index));
+  }
+
+  /// By the element labels that the blocks have become.
+  void FindSides() {
+    for (exo_BlockPlace& place : places_) {
+      if (place.classIndex < 0) continue;
+      const auto numNodes = static_cast<int>(place.block->nodesPerElement);
+      const fmt_ImportedBlock& made = import_.blocks[static_cast<std::size_t>(place.classIndex)];
+      exo_TypeMap types;
+      if (made.supported) types.Override(place.block->type, numNodes, made.label);
+      place.sides = types.Find(place.block->type, numNodes, file_.NumDims()).sides;
+    }
   }
 
   void AddSets(ex_entity_type type, std::vector<Object>& objects, std::size_t& numInFile) {
@@ -103,17 +121,20 @@ private:
       const std::size_t row = numInFile++;
       std::vector<long long> entries, sides;
       file_.ReadSet(set, entries, sides);
-      for (auto& [classIndex, members] : Members(kind, entries, sides)) {
+      const long long numTwiceBefore = numTwice_;
+      for (auto& [place, members] : Members(kind, entries, sides)) {
         std::ranges::stable_sort(members, {}, [](const Member& m) { return std::pair(m.entity, m.facet); });
         const auto same = [](const Member& a, const Member& b) {
           return a.entity == b.entity && a.facet == b.facet;
         };
-        members.erase(std::unique(members.begin(), members.end(), same), members.end());
-        Object made{type, set.id, set.numEntries, {}, {}, 0, region, row};
+        const auto firstTwice = std::unique(members.begin(), members.end(), same);
+        numTwice_ += members.end() - firstTwice;
+        members.erase(firstTwice, members.end());
+        Object made{type, set.id, set.numEntries, {}, {}, 0, place.second, row};
         made.block.position = kind == exo_SetKind::Nodes   ? res_NODAL
                               : kind == exo_SetKind::Sides ? res_ELEMENT_FACE
                                                            : res_WHOLE_ELEMENT;
-        made.block.classIndex = classIndex;
+        made.block.classIndex = place.first;
         made.block.region = region;
         made.block.numEntities = static_cast<int>(members.size());
         std::vector<int> entities, faces;
@@ -126,66 +147,38 @@ private:
         made.block.faces = cow_ArrayCOW<int>(faces);
         objects.push_back(std::move(made));
       }
+      if (numTwice_ > numTwiceBefore) setsOfTwice_ += (setsOfTwice_.empty() ? "" : ", ") + region;
     }
+    std::stable_partition(objects.begin(), objects.end(), [](const Object& one) { return !one.areEdges; });
   }
 
   struct Member {
     int entity, facet;
     std::int64_t inFile;
   };
-  /// The entries of a set by element class, -1 for nodes.
-  std::map<int, std::vector<Member>> Members(exo_SetKind kind, std::span<const long long> entries,
-                                             std::span<const long long> sides) {
-    std::map<int, std::vector<Member>> members;
-    std::map<int, std::pair<long long, long long>> counts; // faces and edges
-    for (const bool countOnly : {true, false}) {
-      for (std::size_t i = 0; i < entries.size(); ++i) {
-        const auto inFile = static_cast<std::int64_t>(i);
-        if (kind == exo_SetKind::Nodes) {
-          if (!countOnly) members[-1].push_back({static_cast<int>(entries[i] - 1), 0, inFile});
-          continue;
-        }
-        std::int64_t first = 0;
-        int classIndex = 0;
-        const exo_Block* block = nullptr;
-        for (const exo_Block& one : file_.Blocks()) {
-          if (entries[i] - 1 < first + one.numElements) {
-            block = &one;
-            break;
-          }
-          first += one.numElements;
-          classIndex += !one.isRagged;
-        }
-        if (!block || block->isRagged) continue;
-        int facet = 0;
-        if (kind == exo_SetKind::Sides) {
-          const std::vector<exo_Side>& known = SidesOf(*block);
-          if (sides[i] < 1 || sides[i] > static_cast<long long>(known.size())) continue;
-          const exo_Side& side = known[static_cast<std::size_t>(sides[i] - 1)];
-          if (side.kind != res_SURFACE_FACET && side.kind != res_SURFACE_EDGE) continue;
-          auto& [numFaces, numEdges] = counts[classIndex];
-          const bool isEdge = side.kind == res_SURFACE_EDGE;
-          if (countOnly) ++(isEdge ? numEdges : numFaces);
-          // faces and edges count by themselves: a layout block has one of them
-          if (!countOnly && isEdge && numFaces > 0) {
-            ++numMixedSides_;
-            continue;
-          }
-          facet = side.facet;
-        }
-        if (!countOnly)
-          members[classIndex].push_back({static_cast<int>(entries[i] - 1 - first), facet, inFile});
+  /// The entries of a set by element class, -1 for nodes, edges apart from faces.
+  std::map<std::pair<int, bool>, std::vector<Member>>
+  Members(exo_SetKind kind, std::span<const long long> entries, std::span<const long long> sides) {
+    std::map<std::pair<int, bool>, std::vector<Member>> members;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      const auto inFile = static_cast<std::int64_t>(i);
+      if (kind == exo_SetKind::Nodes) {
+        members[{-1, false}].push_back({static_cast<int>(entries[i] - 1), 0, inFile});
+        continue;
       }
+      const exo_BlockPlace& block = exo_BlockOf(places_, entries[i] - 1);
+      if (block.classIndex < 0) continue;
+      exo_Side side{res_SURFACE_FACET, 0};
+      if (kind == exo_SetKind::Sides) {
+        const bool isThere = sides[i] >= 1 && sides[i] <= static_cast<long long>(block.sides.size());
+        side = isThere ? block.sides[static_cast<std::size_t>(sides[i] - 1)] : exo_Side();
+        numUnknownSides_ += side.kind == res_SURFACE_ELEMENT;
+        if (side.kind == res_SURFACE_ELEMENT) continue;
+      }
+      members[{block.classIndex, side.kind == res_SURFACE_EDGE}].push_back(
+          {static_cast<int>(entries[i] - 1 - block.firstInFile), side.facet, inFile});
     }
     return members;
-  }
-
-  const std::vector<exo_Side>& SidesOf(const exo_Block& block) {
-    auto [at, isNew] = sides_.try_emplace(block.id);
-    if (isNew)
-      at->second =
-          exo_TypeMap().Find(block.type, static_cast<int>(block.nodesPerElement), file_.NumDims()).sides;
-    return at->second;
   }
 
   void PlanAll() {
@@ -256,18 +249,22 @@ private:
     if (group.type == res_VECTOR) variable.components.resize(group.scalars.size() / points / pairs);
     auto at = std::ranges::find_if(planned_, [&](const exo_PlannedVariable& one) {
       return base_.at(one.variable.name) == group.name && one.variable.IsLike(variable)
-             && !HasPlace(one, object, group);
+             && !HasPlace(one, object, group) && !MixesEdges(one, object);
     });
     if (at == planned_.end()) {
       if (base_.contains(variable.name))
-        variable.name += type == EX_NODAL || type == EX_NODE_SET ? " (nodes)" : " (elements)";
+        variable.name += type == EX_NODAL || type == EX_NODE_SET ? " (nodes)"
+                         : object.areEdges                       ? " (edges)"
+                                                                 : " (elements)";
       const cow_String stem = variable.name;
       for (int n = 2; base_.contains(variable.name); ++n) variable.name = stem + " " + std::to_string(n);
       base_[variable.name] = group.name;
       planned_.push_back({variable, {}, -1, -1});
       at = planned_.end() - 1;
     }
-    exo_Source source{type, object.id, object.numEntities, object.order, group.scalars, object.block};
+    if (object.areEdges) at->variable.description = "on edges of elements: facets are those of edges";
+    exo_Source source{type,          object.id,    object.numEntities, object.order,
+                      group.scalars, object.block, object.areEdges};
     if (group.numPoints > 0) {
       source.block.position = res_INTEGRATION_POINT;
       source.block.valuesPerEntity = group.numPoints;
@@ -288,6 +285,13 @@ private:
     return std::ranges::any_of(planned.sources, [&](const exo_Source& source) {
       return source.block.position == position && source.block.classIndex == object.block.classIndex
              && source.block.region == object.block.region;
+    });
+  }
+
+  /// Facets are those of edges or those of faces; a layout does not tell which.
+  static bool MixesEdges(const exo_PlannedVariable& planned, const Object& object) {
+    return std::ranges::any_of(planned.sources, [&](const exo_Source& source) {
+      return source.block.HasFaces() && object.block.HasFaces() && source.areEdges != object.areEdges;
     });
   }
 
@@ -315,9 +319,9 @@ private:
   std::vector<exo_PlannedVariable> planned_;
   std::map<cow_String, cow_String> base_;                 ///< name of the group of each variable
   std::map<cow_String, std::vector<cow_String>> scalars_; ///< of each variable
-  std::map<std::int64_t, std::vector<exo_Side>> sides_;
-  long long numMixedSides_ = 0, numAlike_ = 0;
-  cow_String alike_;
+  std::vector<exo_BlockPlace> places_;
+  long long numUnknownSides_ = 0, numAlike_ = 0, numTwice_ = 0;
+  cow_String alike_, setsOfTwice_;
   exo_ResultsPlan plan_;
 };
 } // namespace

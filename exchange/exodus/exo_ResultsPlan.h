@@ -15,6 +15,7 @@ struct exo_Source {
       order;                ///< position in the file of each of our entities; none when they are the same
   std::vector<int> scalars; ///< as fmt_Group has them
   odiC_LayoutBlock block;
+  bool areEdges = false; ///< its facets are those of edges
 };
 
 struct exo_PlannedVariable {

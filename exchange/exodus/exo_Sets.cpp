@@ -226,9 +226,7 @@ private:
     return id < std::numeric_limits<int>::min() || id > std::numeric_limits<int>::max();
   }
 
-  const exo_BlockPlace& BlockOf(std::int64_t element) const {
-    return *(std::ranges::upper_bound(blocks_, element, {}, &exo_BlockPlace::firstInFile) - 1);
-  }
+  const exo_BlockPlace& BlockOf(std::int64_t element) const { return exo_BlockOf(blocks_, element); }
 
   void Add(const Kind& kind, std::int64_t id, const cow_String& name, std::span<const Group> groups) {
     const cow_String number = cow_String(kind.name) + " " + std::to_string(id);
@@ -265,6 +263,24 @@ private:
   cow_String wrongSides_;
 };
 } // namespace
+
+std::vector<exo_BlockPlace> exo_PlaceBlocks(const exo_File& file) {
+  std::vector<exo_BlockPlace> places;
+  std::int64_t inFile = 0;
+  int inMesh = 0, numClasses = 0;
+  for (const exo_Block& block : file.Blocks()) {
+    places.push_back({&block, inFile, inMesh, block.isRagged ? -1 : numClasses, {}, {}});
+    inFile += block.numElements;
+    if (block.isRagged) continue;
+    inMesh += static_cast<int>(block.numElements);
+    ++numClasses;
+  }
+  return places;
+}
+
+const exo_BlockPlace& exo_BlockOf(std::span<const exo_BlockPlace> blocks, std::int64_t element) {
+  return *(std::ranges::upper_bound(blocks, element, {}, &exo_BlockPlace::firstInFile) - 1);
+}
 
 std::vector<bme_NamedSet> exo_ReadSets(const exo_File& file, std::span<const exo_BlockPlace> blocks,
                                        int meshId, bme_MeshNotes& notes, fmt_Ledger& ledger) {

@@ -18,6 +18,11 @@ struct exo_BlockPlace {
   std::vector<int> sideNodes;  ///< of each: how many nodes of the file's element it has
 };
 
+/// All blocks in the order of the file, without their sides.
+std::vector<exo_BlockPlace> exo_PlaceBlocks(const exo_File& file);
+/// The block of an element of the file, counted from 0.
+const exo_BlockPlace& exo_BlockOf(std::span<const exo_BlockPlace> blocks, std::int64_t element);
+
 /// Blocks become element sets, node and element sets what they are, side sets surfaces: facets and edges by
 /// their ids, sides that the element has no face or edge for as elements alone. Set index is the number in
 /// the file; a set without a name is called "node set <id>", "block <id>" and so on; of several of one name

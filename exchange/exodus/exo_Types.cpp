@@ -148,6 +148,10 @@ void exo_TypeMap::Override(const cow_String& assignment) {
   overrides_.push_back({family, numNodes, label});
 }
 
+void exo_TypeMap::Override(const cow_String& typeName, int numNodes, const cow_String& label) {
+  overrides_.push_back({FamilyOf(cow_ToUpper(typeName)), numNodes, label});
+}
+
 exo_ElementType exo_TypeMap::Find(const cow_String& typeName, int numNodes, int numDims) const {
   const cow_String upper = cow_ToUpper(typeName), family = FamilyOf(upper);
   const Row* row = FindRow(family, numNodes);

@@ -228,7 +228,7 @@ std::vector<std::vector<fmt_Group>> fmt_GroupNames(std::span<const cow_String> n
   for (const fmt_BlockNames& block : blocks) {
     Entries entries;
     std::set<int> taken;
-    if (!groupNothing && block.shapePoints > 0)
+    if (!groupNothing && block.shapePoints != 0)
       for (const auto& [stem, scalars] : PointsOf(names, block, excluded)) {
         if (!pointed.contains(stem)) continue;
         Entry made;

@@ -28,6 +28,7 @@ class CORE_GEOMETRY_EXCHANGE_API exo_TypeMap {
 public:
   /// "HEX8=C3D8R": the type with that many nodes gets another label than by default.
   void Override(const cow_String& assignment);
+  void Override(const cow_String& typeName, int numNodes, const cow_String& label); ///< of a block, unchecked
   exo_ElementType Find(const cow_String& typeName, int numNodes, int numDims) const;
 
 private:

@@ -20,7 +20,8 @@ struct fmt_Group {
 /// What one block has of the scalars of a kind.
 struct fmt_BlockNames {
   std::vector<char> isPresent; ///< of each name
-  int shapePoints = 0;         ///< integration points of the shape; 0 where there are none
+  /// Integration points of the shape; 0 where there can be none, -1 where nobody knows how many there are.
+  int shapePoints = 0;
 };
 
 /// What the user said about names.

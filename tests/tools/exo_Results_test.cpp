@@ -1,14 +1,19 @@
 #include "ExodusWriter.h"
 #include "ThrownBy.h"
 #include "ToolRun.h"
+#include "reliability/FaultyDisk.h"
 
-#include <BasicUtils/cls_Database.h>
+#include <BasicUtils/cls_Check.h>
+#include <BasicUtils/cls_Dump.h>
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/fmt_Format.h>
 #include <CoreGeometry/odiC_Run.h>
 #include <exodusII.h>
 #include <gtest/gtest.h>
+#include <iostream>
+#include <sstream>
+#include <sys/wait.h>
 
 namespace {
 /// The number of a scalar at an entity in a frame; different everywhere.
@@ -86,8 +91,7 @@ void WriteResults(int file, const std::vector<Kind>& kinds, const std::vector<do
 
 class ExodusResults : public testing::Test {
 protected:
-  void Write(const std::vector<Kind>& kinds, const std::vector<double>& times) {
-    ExodusMesh mesh = Blocks();
+  void Write(const std::vector<Kind>& kinds, const std::vector<double>& times, ExodusMesh mesh = Blocks()) {
     mesh.more = [&](int file) { WriteResults(file, kinds, times); };
     mesh.Write(file_);
   }
@@ -188,6 +192,109 @@ TEST_F(ExodusResults, AppendedFramesMakeTheSameRunAndFallingTimesAnotherStep) {
   EXPECT_EQ(Values(odiC_Run::Open(model, kRun), "t", 1, 1)[3], At(0, 3, 3, 4));
   const ToolRun other = RunTool({"import", file_, "-o", folder_ / "two.cgdb", "--append", "--frames", "1:2"});
   EXPECT_NE(other.err.find("not the first ones of this file"), std::string::npos) << other.err;
+}
+
+/// A hexahedron, a shell and a pyramid. A set has a node twice, another one faces and edges of the shell.
+TEST_F(ExodusResults, OddSetsAndPyramidsAreToldApart) {
+  ExodusMesh mesh = OneHex();
+  mesh.blocks.push_back({8, "SHELL4", 4, {1, 2, 3, 4}});
+  mesh.blocks.push_back({9, "PYRAMID", 5, {1, 2, 3, 4, 5}});
+  mesh.sets = {{EX_NODE_SET, 3, "held", {7, 2, 7}}, {EX_SIDE_SET, 4, "rim", {2, 2, 2, 1}, {4, 1, 3, 6}}};
+  std::vector<std::string> points;
+  for (int i = 1; i <= 8; ++i) points.push_back("e_" + std::to_string(i));
+  std::vector<int> table(24, 1);
+  std::fill_n(table.begin() + 8, 8, 0);
+  std::vector<Kind> kinds = {{EX_ELEM_BLOCK, points, table, {{7, 1}, {8, 1}, {9, 1}}},
+                             {EX_NODE_SET, {"f"}, {1}, {{3, 3}}},
+                             {EX_SIDE_SET, {"q"}, {1}, {{4, 4}}}};
+  Write(kinds, {0}, mesh);
+  const nlohmann::json facts = ToolFacts({"import", file_});
+  const auto isTwice = [](const nlohmann::json& entry) {
+    return entry["what"] == "entries that a set has twice" && entry["count"] == 1
+           && entry["detail"] == "their first value is kept: held";
+  };
+  EXPECT_TRUE(std::ranges::any_of(facts["notCarried"], isTwice)) << facts["notCarried"];
+  const cls_Database model = cls_Database::Open(model_);
+  const odiC_Run run = odiC_Run::Open(model, kRun);
+  EXPECT_EQ(Values(run, "f", 0), (std::vector{At(1, 0, 1, 0), At(1, 0, 0, 0)}));
+  EXPECT_EQ(Values(run, "q", 0), (std::vector{At(2, 0, 3, 0), At(2, 0, 1, 0)})) << "faces";
+  EXPECT_EQ(Values(run, "q (edges)", 0), (std::vector{At(2, 0, 2, 0), At(2, 0, 0, 0)}));
+  const odiC_FieldReader rim = run.Field(0, 0, run.VariableIndex("q (edges)"));
+  EXPECT_EQ(rim.Layout().blocks[0].faces, cow_ArrayCOW<int>(std::vector{0, 1})) << "facet ids of edges";
+  // the pyramid is a collapsed hexahedron here, and its points are not those of one
+  const odiC_FieldReader e = run.Field(0, 0, run.VariableIndex("e"));
+  ASSERT_EQ(e.Layout().blocks.size(), 2U);
+  EXPECT_EQ(e.Layout().blocks[0].pointSet, -1);
+  EXPECT_EQ(e.Layout().blocks[1].pointSet, 0);
+  EXPECT_TRUE(run.PointSet(0).isoCoordinates.empty() && run.PointSet(0).count == 8);
+  std::fill_n(kinds[0].table.begin(), 8, 0); // no block that 8 points fit
+  Write(kinds, {0}, mesh);
+  EXPECT_EQ(ToolFacts({"import", file_, "--dry-run"})["variables"][0]["variable"], "e_1");
+}
+
+TEST_F(ExodusResults, KilledBeforeAnyWriteARunEndsWithAWholeFrameAndIsGoneOnWith) {
+  Write(Kinds(0x3F), {0, 1, 0.5});
+  const fmt_Import import = fmt_ReadMesh(file_);
+  const std::string before = folder_ / "before.cgdb";
+  {
+    cls_Database model = cls_Database::Create(before, {1024});
+    cls_WritePass pass(model);
+    pass.Put("meshes/r", *import.mesh);
+    pass.Commit();
+  }
+  const auto restore = [&] {
+    for (const char* end : {"", "-journal"}) std::filesystem::remove(model_ + end);
+    std::filesystem::copy_file(before, model_);
+  };
+  const auto carry = [&] {
+    cls_Database model = cls_Database::Open(model_, cls_Database::Mode::ReadWrite);
+    odiC_RunWriter run(model, kRun, *import.mesh);
+    fmt_ResultsOptions options;
+    options.passBytes = 1; // a pass for each frame
+    fmt_Find("exodus").readResults(file_, import, &run, options);
+  };
+  const auto content = [&] {
+    std::ostringstream text;
+    cls_Dump(cls_Database::Open(model_), text);
+    return text.str();
+  };
+  restore();
+  carry();
+  const std::string whole = content();
+  int numKills = 0;
+  std::set<int> seen; // frames that were left
+  for (int nth = 1, code = 9; code == 9 && !HasFailure(); ++nth) {
+    restore();
+    const pid_t child = fork();
+    if (child == 0) {
+      const FaultyDisk disk(FaultyDisk::Fault::Kill, nth);
+      carry();
+      _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFEXITED(status));
+    code = WEXITSTATUS(status);
+    numKills += code == 9;
+    {
+      const cls_Database model = cls_Database::Open(model_);
+      EXPECT_TRUE(cls_Check(model).empty()) << nth;
+      int frames = 0;
+      if (model.Has(kRun)) {
+        const odiC_Run run = odiC_Run::Open(model, kRun);
+        for (int step = 0; step < static_cast<int>(run.Header().steps.size()); ++step)
+          for (int at = 0; at < run.Header().steps[static_cast<std::size_t>(step)].NumFrames();
+               ++at, ++frames)
+            for (const odiC_Variable& variable : run.Header().variables)
+              EXPECT_FALSE(Values(run, variable.name, at, step).empty()) << nth << variable.name;
+      }
+      seen.insert(frames);
+    }
+    carry();
+    EXPECT_EQ(content() == whole, true) << "gone on with after a kill before change " << nth;
+  }
+  std::cout << "  " << numKills << " kills\n";
+  EXPECT_EQ(seen, (std::set<int>{0, 1, 2, 3}));
 }
 
 TEST_F(ExodusResults, RunsGoWithTheirMesh) {

@@ -189,7 +189,9 @@ void Store(const Target& target, fmt_Import& import, bool force) {
 /// In passes after that of the mesh: who is killed leaves the mesh and whole frames.
 fmt_ResultsSummary StoreResults(const Arguments& arguments, const fmt_Format& format, const Target& target,
                                 const fmt_Import& import, const fmt_ResultsOptions& options) {
-  if (format.readResults(arguments.file, import, nullptr, options).numFrames == 0) return {};
+  fmt_ResultsOptions count = options;
+  count.isCount = true;
+  if (format.readResults(arguments.file, import, nullptr, count).numFrames == 0) return {};
   cls_Database model = cli_OpenModel(target.file.string(), cls_Database::Mode::ReadWrite);
   if (arguments.append && !model.Has(target.root))
     throw nex_TextException(target.file.string() + ": has no " + target.root + " to append results to");
@@ -341,7 +343,7 @@ void Run(const Arguments& arguments) {
   cli_Console console;
   const Target target = ChooseTarget(arguments);
   // a likely identifier; what holds is decided when the mesh is stored
-  if (target.exists)
+  if (target.exists && !arguments.dryRun)
     options.meshId = static_cast<unsigned>(
         ChooseMeshId(cli_OpenModel(target.file.string()), target, arguments.force || arguments.append));
   console.Begin("reading " + arguments.file);
