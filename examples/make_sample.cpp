@@ -5,6 +5,10 @@
 // corners with the plate), a skin on the back (shells), a stiffener along the top edge (beams) and a mass on
 // the boss. Node sets, surfaces and an element set name places of it.
 //
+// Its results are those of pure bending about an axis along y at the height of 15 mm, in three steps of the load: a
+// solution of linear elasticity whose largest stress, 200 MPa, is at the top edge. Stresses stand at the
+// integration points of the plate, and at the centres of the ribs and the boss.
+//
 //   make_sample bracket.exo
 #include <algorithm>
 #include <array>
@@ -79,6 +83,8 @@ private:
          {0, 1, 2}});
   }
   void Build();
+  void WriteResults(int file) const;
+  double Height(int node, double offset) const; ///< above the neutral plane; of a node and cells above it
 
   Block plate_{10, "HEX8", "plate", 8, 101}, ribs_{20, "WEDGE6", "slope", 6, 2501},
       boss_{30, "HEX20", "boss", 20, 3001}, skin_{40, "SHELL4", "skin", 4, 4001},
@@ -159,7 +165,7 @@ void Part::Write(const char* fileName) const {
     skinSides.push_back(kSkinTopEdge);
   }
 
-  int realSize = sizeof(double), storedSize = sizeof(double);
+  int realSize = sizeof(double), storedSize = sizeof(float);
   const int file = ex_create(fileName, EX_CLOBBER | EX_LARGE_MODEL, &realSize, &storedSize);
   Check(file, fileName);
   const auto numNodes = static_cast<int>(positions_.size());
@@ -204,8 +210,88 @@ void Part::Write(const char* fileName) const {
   char program[] = "make_sample", version[] = "1", date[] = "2024/01/01", time[] = "00:00:00";
   char* record[1][4] = {{program, version, date, time}};
   Check(ex_put_qa(file, 1, record), "QA record");
+  WriteResults(file);
   Check(ex_close(file), fileName);
   std::printf("%s: %d nodes, %zu elements\n", fileName, numNodes, elementLabels.size());
+}
+
+double Part::Height(int node, double offset) const {
+  constexpr double kNeutral = 0.015;
+  return (positions_[static_cast<std::size_t>(node - 1)][2] / 2.0 + offset) * kCell - kNeutral;
+}
+
+/// Stress xx = E k h and the displacements k x h, -k nu y h, k (nu (y^2 - h^2) - x^2) / 2 of pure bending with the
+/// curvature k, h above the neutral plane (S. Timoshenko, J. Goodier, Theory of Elasticity, 1951, article 88).
+void Part::WriteResults(int file) const {
+  constexpr double kModulus = 210e9, kPoisson = 0.3, kLargestStress = 200e6, kLargestHeight = 0.02;
+  constexpr double kCurvature = kLargestStress / (kModulus * kLargestHeight), kLoads[] = {0, 0.5, 1};
+  constexpr const char *kAxes[] = {"x", "y", "z"}, *kComponents[] = {"xx", "yy", "zz", "xy", "yz", "zx"};
+  constexpr int kPoints = 8, kNumComponents = 6;
+  const Block* const blocks[] = {&plate_, &ribs_, &boss_, &skin_, &stiffener_, &mass_};
+
+  std::vector<std::string> names;
+  std::vector<int> truth;
+  for (const char* component : kComponents)
+    for (int point = 1; point <= kPoints; ++point)
+      names.push_back(std::string("stress_") + component + "_" + std::to_string(point));
+  for (const char* component : kComponents) names.push_back(std::string("stress_") + component);
+  const std::size_t numAtPoints = std::size_t{kPoints} * kNumComponents;
+  for (const Block* block : blocks)
+    for (std::size_t i = 0; i < names.size(); ++i)
+      truth.push_back(i < numAtPoints ? block == &plate_ : block == &ribs_ || block == &boss_);
+  const auto numVariables = static_cast<int>(names.size());
+  Check(ex_put_variable_param(file, EX_NODAL, 3), "variables");
+  for (int axis = 0; axis < 3; ++axis)
+    Check(ex_put_variable_name(file, EX_NODAL, axis + 1, (std::string("disp_") + kAxes[axis]).c_str()),
+          "variables");
+  Check(ex_put_variable_param(file, EX_ELEM_BLOCK, numVariables), "variables");
+  for (int i = 0; i < numVariables; ++i)
+    Check(ex_put_variable_name(file, EX_ELEM_BLOCK, i + 1, names[static_cast<std::size_t>(i)].c_str()),
+          "variables");
+  Check(ex_put_truth_table(file, EX_ELEM_BLOCK, std::size(blocks), numVariables, truth.data()),
+        "truth table");
+
+  for (int step = 1; step <= static_cast<int>(std::size(kLoads)); ++step) {
+    const double load = kLoads[step - 1], curvature = load * kCurvature;
+    Check(ex_put_time(file, step, &load), "time");
+    std::vector<double> displacements[3];
+    for (std::size_t i = 0; i < positions_.size(); ++i) {
+      const double x = positions_[i][0] * kCell / 2, y = positions_[i][1] * kCell / 2 - 6 * kCell;
+      const double height = Height(static_cast<int>(i) + 1, 0);
+      displacements[0].push_back(curvature * x * height);
+      displacements[1].push_back(-curvature * kPoisson * y * height);
+      displacements[2].push_back(curvature * (kPoisson * (y * y - height * height) - x * x) / 2);
+    }
+    for (int axis = 0; axis < 3; ++axis)
+      Check(ex_put_var(file, step, EX_NODAL, axis + 1, 1, static_cast<std::int64_t>(positions_.size()),
+                       displacements[axis].data()),
+            "displacements");
+    for (const Block* block : {&plate_, &ribs_, &boss_})
+      for (int i = 0; i < numVariables; ++i) {
+        if (truth[static_cast<std::size_t>((block == &plate_  ? 0
+                                            : block == &ribs_ ? 1
+                                                              : 2)
+                                               * numVariables
+                                           + i)]
+            == 0)
+          continue;
+        // points of a hexahedron at +-1/sqrt(3), the upper four last; the centre of the others
+        const bool isAtPoints = i < static_cast<int>(numAtPoints),
+                   isAlongX = isAtPoints ? i < kPoints : i == kPoints * kNumComponents;
+        const double offset = !isAtPoints       ? 0.5
+                              : i % kPoints < 4 ? 0.5 - 0.28867513459481287
+                                                : 0.5 + 0.28867513459481287;
+        std::vector<double> stresses;
+        for (int element = 0; element < block->NumElements(); ++element) {
+          const int first = block->nodes[static_cast<std::size_t>(element * block->nodesPerElement)];
+          // the centre of a rib's slope is a third of a cell up
+          const double up = block == &ribs_ ? 1.0 / 3 : offset;
+          stresses.push_back(isAlongX ? kModulus * curvature * Height(first, up) : 0);
+        }
+        Check(ex_put_var(file, step, EX_ELEM_BLOCK, i + 1, block->id, block->NumElements(), stresses.data()),
+              "stresses");
+      }
+  }
 }
 } // namespace
 

@@ -63,3 +63,10 @@ CORE_GEOMETRY_API odiC_SourcePointer odiC_OnLayout(odiC_SourcePointer from, odiC
 /// the first one. Only places that all of them have.
 CORE_GEOMETRY_API odiC_SourcePointer odiC_Combined(std::vector<odiC_SourcePointer> sources, int width,
                                                    odiC_PlaceKernel kernel);
+
+/// The places of a source with their values, in memory as a writer takes them.
+struct odiC_Gathered {
+  odiC_Layout layout; ///< entities with at least one place; not a number for their other rows
+  std::vector<double> values;
+};
+CORE_GEOMETRY_API odiC_Gathered odiC_Gather(odiC_Source& source);

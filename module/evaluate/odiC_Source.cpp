@@ -178,3 +178,52 @@ void odiC_ForEachRange(odiC_Source& source, const std::function<void(const odiC_
     if (i < runs.size()) row = std::max(runs[i].first, rows.back().End());
   }
 }
+
+odiC_Gathered odiC_Gather(odiC_Source& source) {
+  const odiC_Places& places = source.Places();
+  const odiC_Places whole = places.WholeEntities();
+  odiC_Gathered gathered;
+  std::size_t next = 0;
+  const std::span<const odiC_RowRun> runs = whole.Runs();
+  for (const odiC_LayoutBlock& block : source.Layout().blocks) {
+    std::vector<int> entities, faces;
+    const int end = block.firstRow + block.NumRows();
+    for (; next < runs.size() && runs[next].first < end; ++next) {
+      const int first = std::max(runs[next].first, block.firstRow), last = std::min(runs[next].End(), end);
+      for (int row = first; row < last; row += block.valuesPerEntity) {
+        const int at = (row - block.firstRow) / block.valuesPerEntity;
+        entities.push_back(block.Entity(at));
+        if (block.HasFaces()) faces.push_back(block.faces.Const()[static_cast<std::size_t>(at)]);
+      }
+      if (runs[next].End() > end) break; // it goes on in the next block
+    }
+    if (entities.empty()) continue;
+    odiC_LayoutBlock part = block;
+    if (static_cast<int>(entities.size()) < block.numEntities) {
+      part.numEntities = static_cast<int>(entities.size());
+      part.entities = {};
+      part.faces = {};
+      part.entities.Append(std::span<const int>(entities));
+      part.faces.Append(std::span<const int>(faces));
+    }
+    gathered.layout.Add(std::move(part));
+  }
+  gathered.layout.completeness = gathered.layout.numRows == 0 ? res_EMPTY_FIELD
+                                 : places.AreAll()            ? source.Layout().completeness
+                                                              : res_PARTIAL_FIELD;
+  const auto width = static_cast<std::size_t>(source.NumComponents());
+  gathered.values.assign(static_cast<std::size_t>(gathered.layout.numRows) * width, std::nan(""));
+  std::size_t run = 0;
+  long long before = 0; // rows of whole entities before the run
+  odiC_ForEachRange(source, [&](const odiC_Range& range) {
+    for (const odiC_RowRun& rows : range.rows) {
+      while (runs[run].End() <= rows.first) before += runs[run++].count;
+      const auto to = static_cast<std::size_t>(before + rows.first - runs[run].first) * width;
+      const auto from = static_cast<std::size_t>(rows.first - range.firstRow) * width;
+      std::copy_n(range.values.begin() + static_cast<std::ptrdiff_t>(from),
+                  static_cast<std::size_t>(rows.count) * width,
+                  gathered.values.begin() + static_cast<std::ptrdiff_t>(to));
+    }
+  });
+  return gathered;
+}

@@ -240,6 +240,30 @@ TEST_F(Values, OnlyWhatIsSelectedIsRead) {
   EXPECT_LE(rowsRead, 16 + 24); // cubes 2 to 4 lie between them
 }
 
+TEST_F(Values, GatheringKeepsThePlacesAndTheirValues) {
+  const odiC_Run run = Open();
+  const odiC_Selection parts[] = {{},
+                                  odiC_Selection().Elements({1, 2, 4, 7}),
+                                  odiC_Selection().Points({2, 3}),
+                                  odiC_Selection().Elements({5, 6}).Points({4})};
+  for (const odiC_Selection& where : parts) {
+    const odiC_Values values(run, "S", where.Frame(0));
+    const odiC_SourcePointer source = values.Open(values.Frames()[0]);
+    const odiC_Gathered gathered = odiC_Gather(*source);
+    EXPECT_EQ(odiC_WhatIsWrong(gathered.layout, mesh_), "");
+    const auto layout = std::make_shared<const odiC_Layout>(gathered.layout);
+    const odiC_SourcePointer there = odiC_OnLayout(odiC_Kept(odiC_Places::All(layout), 6, gathered.values),
+                                                   source->Places().SharedLayout());
+    odiC_ForEachRange(*source, [&](const odiC_Range& range) {
+      std::vector<double> same(range.values.size());
+      there->Read(range.firstRow, same);
+      for (const odiC_RowRun& rows : range.rows)
+        for (int k = 6 * (rows.first - range.firstRow); k < 6 * (rows.End() - range.firstRow); ++k)
+          EXPECT_EQ(same[static_cast<std::size_t>(k)], range.values[static_cast<std::size_t>(k)]);
+    });
+  }
+}
+
 TEST_F(Values, FramesAreFoundByNumberValueAndMode) {
   const odiC_Run run = Open();
   const auto frames = [&](const odiC_Selection& where) { return odiC_Values(run, "U", where).Frames(); };

@@ -126,7 +126,6 @@ private:
 
 /// Rows of all frames, up to the limit on the screen.
 void PrintRows(const odiC_Values& values, const cli_FieldArguments& arguments) {
-  const odiC_Run& run = values.Run();
   const std::vector<odiC_When> frames = values.Frames();
   std::vector<odiC_SourcePointer> sources;
   long long numRows = 0;
@@ -134,46 +133,10 @@ void PrintRows(const odiC_Values& values, const cli_FieldArguments& arguments) {
     sources.push_back(values.Open(when));
     numRows += sources.back()->Places().NumRows();
   }
-  const cli_Json choices = cli_ChoicesJson(values);
-  if (!arguments.json && arguments.output.file.empty()) cli_PrintChoices(choices);
-  cli_ValueTable table(arguments.output, {arguments.file}, arguments.json, {{"choices", choices}},
-                       values.Components(), numRows);
-  const bool isLimited = arguments.output.file.empty() && arguments.limit > 0;
-  long long left = isLimited ? arguments.limit : numRows;
-  for (std::size_t i = 0; i < frames.size() && left > 0; ++i) {
-    const cli_Json when = cli_WhenJson(run, frames[i]);
-    const cow_String whenText = frames.size() > 1 ? ", " + cli_WhenText(run, frames[i]) : cow_String();
-    const auto width = static_cast<std::size_t>(sources[i]->NumComponents());
-    odiC_ForEachRange(*sources[i], [&](const odiC_Range& range) {
-      for (const odiC_RowRun& rows : range.rows)
-        for (int row = rows.first; row < rows.End() && left > 0; ++row, --left) {
-          odiC_LayoutBlock block = range.block;
-          odiC_PlaceLabel place =
-              odiC_LabelOf(run.Mesh(), range.block, odiC_PlaceOf(sources[i]->Layout(), row));
-          block.sectionPoint = sources[i]->SectionPointOf(row);
-          place.sectionPoint = odiC_SectionPointName(run, block);
-          const cli_Json words = cli_PlaceJson(place);
-          const auto word = [&](const char* key) { return words.contains(key) ? words[key] : cli_Json(); };
-          const cli_Column before[] = {{"step", when["step"]},
-                                       {"frame", when["frame"]},
-                                       {"frameValue", when["value"]},
-                                       {"position", word("position")},
-                                       {"label", word("label")},
-                                       {"point", word("point")},
-                                       {"sectionPoint", word("sectionPoint")},
-                                       {"set", word("set")}};
-          table.Row(before, place.Text() + whenText,
-                    range.values.subspan(static_cast<std::size_t>(row - range.firstRow) * width, width));
-        }
-    });
-  }
-  const long long shown = isLimited ? std::min<long long>(numRows, arguments.limit) : numRows;
-  table.End({{"total", numRows}, {"shown", shown}});
-  if (shown < numRows && !arguments.json)
-    cli_Out() << numRows - shown << " more values: use --limit 0, or -o FILE\n";
-  if (numRows > 0) return;
-  std::cerr << "no values: " << cli_Printable(values.Text()) << '\n';
-  throw cli_Incomplete();
+  cli_TableRows rows({&arguments.output, {arguments.file}, arguments.json, arguments.limit}, values.Run(),
+                     cli_ChoicesJson(values), values.Components(), numRows);
+  for (std::size_t i = 0; i < frames.size(); ++i) rows.Add(*sources[i], &frames[i]);
+  rows.End();
 }
 } // namespace
 
@@ -194,13 +157,7 @@ void cli_AddFieldOptions(CLI::App& command, cli_FieldArguments& arguments) {
   command.add_option("--histogram", arguments.histogram, "Counts in N equal intervals")
       ->group(group)
       ->check(CLI::Range(1, 10000));
-  command.add_option("--limit", arguments.limit, "Values printed, 0 for all")
-      ->group(group)
-      ->check(CLI::NonNegativeNumber)
-      ->capture_default_str();
-  cli_AddOutputOptions(command, arguments.output, cli_kTableFormats,
-                       "File for all values: .csv, .json or .npy");
-  command.get_option("--output")->required(false);
+  cli_AddTableOptions(command, arguments.output, arguments.limit);
 }
 
 void cli_PrintFieldValues(const cls_Database& model, const cli_FieldArguments& arguments) {

@@ -148,3 +148,63 @@ void cli_ValueTable::End(const cli_Json& tail) {
   }
   file_->Commit();
 }
+
+void cli_AddTableOptions(CLI::App& command, cli_OutputArguments& output, int& limit) {
+  command.add_option("--limit", limit, "Values printed, 0 for all")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  cli_AddOutputOptions(command, output, cli_kTableFormats, "File for all values: .csv, .json or .npy");
+  command.get_option("--output")->required(false);
+}
+
+cli_TableRows::cli_TableRows(const cli_TableTarget& target, const odiC_Run& run, const cli_Json& choices,
+                             std::vector<cow_String> valueNames, long long numRows)
+    : run_(run), isLines_(!target.isJson && target.output->file.empty()),
+      table_(*target.output, target.inputs, target.isJson, {{"choices", choices}}, std::move(valueNames),
+             numRows),
+      numRows_(numRows), limit_(target.output->file.empty() && target.limit > 0 ? target.limit : numRows),
+      left_(limit_),
+      what_(choices["variable"].get<std::string>() + " of " + choices["run"].get<std::string>()) {
+  if (isLines_) cli_PrintChoices(choices);
+}
+
+void cli_TableRows::Add(odiC_Source& source, const odiC_When* when, const More& more) {
+  const cli_Json frame = when ? cli_WhenJson(run_, *when) : cli_Json::object();
+  const cow_String whenText = when ? ", " + cli_WhenText(run_, *when) : cow_String();
+  const auto width = static_cast<std::ptrdiff_t>(source.NumComponents());
+  std::vector<double> values;
+  odiC_ForEachRange(source, [&](const odiC_Range& range) {
+    for (const odiC_RowRun& rows : range.rows)
+      for (int row = rows.first; row < rows.End() && left_ > 0; ++row, --left_) {
+        odiC_LayoutBlock block = range.block;
+        odiC_PlaceLabel place = odiC_LabelOf(run_.Mesh(), block, odiC_PlaceOf(source.Layout(), row));
+        block.sectionPoint = source.SectionPointOf(row);
+        place.sectionPoint = odiC_SectionPointName(run_, block);
+        const cli_Json words = cli_PlaceJson(place);
+        std::vector<cli_Column> before;
+        const auto add = [&](const cli_Json& from, const char* key, const char* name) {
+          before.push_back({name, from.contains(key) ? from[key] : cli_Json()});
+        };
+        if (when) {
+          add(frame, "step", "step");
+          add(frame, "frame", "frame");
+          add(frame, "value", "frameValue");
+        }
+        for (const char* key : {"position", "label", "point", "sectionPoint", "set"}) add(words, key, key);
+        const auto first = range.values.begin() + (row - range.firstRow) * width;
+        values.assign(first, first + width);
+        if (more) more(row, values);
+        table_.Row(before, isLines_ ? place.Text() + whenText : cow_String(), values);
+      }
+  });
+}
+
+void cli_TableRows::End() {
+  const long long shown = std::min(numRows_, limit_);
+  table_.End({{"total", numRows_}, {"shown", shown}});
+  if (shown < numRows_ && isLines_)
+    cli_Out() << numRows_ - shown << " more values: use --limit 0, or -o FILE\n";
+  if (numRows_ > 0) return;
+  std::cerr << "no values: " << cli_Printable(what_) << '\n';
+  throw cli_Incomplete();
+}

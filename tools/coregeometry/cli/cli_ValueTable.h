@@ -5,6 +5,7 @@
 #include "cli_Values.h"
 
 #include <fstream>
+#include <functional>
 #include <optional>
 #include <span>
 
@@ -40,4 +41,32 @@ private:
   std::ofstream out_, labelsOut_;
   std::optional<cli_JsonStream> screen_;
   bool isFirst_ = true;
+};
+
+/// Where a table goes, and how many rows are printed.
+struct cli_TableTarget {
+  const cli_OutputArguments* output;
+  std::vector<cow_String> inputs;
+  bool isJson;
+  int limit; ///< on the screen; 0 for all
+};
+void cli_AddTableOptions(CLI::App& command, cli_OutputArguments& output, int& limit);
+
+/// A table of the values of sources, one after the other.
+class cli_TableRows {
+public:
+  cli_TableRows(const cli_TableTarget& target, const odiC_Run& run, const cli_Json& choices,
+                std::vector<cow_String> valueNames, long long numRows);
+  using More = std::function<void(int row, std::vector<double>& values)>;
+  /// Of a frame, or of none; `more` adds what comes behind the values of a row.
+  void Add(odiC_Source& source, const odiC_When* when, const More& more = {});
+  /// Says how many were not shown. Throws cli_Incomplete when there was no value at all.
+  void End();
+
+private:
+  const odiC_Run& run_;
+  bool isLines_;
+  cli_ValueTable table_;
+  long long numRows_, limit_, left_;
+  cow_String what_;
 };

@@ -129,23 +129,6 @@ odiC_Selection WithQuantity(odiC_Selection where, const odiC_Run& run, const std
   return where.Display(res_COMPLEX_VAL_AT_ANGLE, *degrees * kDegree);
 }
 
-odiC_ToNodes ToNodes(const cli_ValueArguments& arguments) {
-  odiC_ToNodes options;
-  options.threshold = arguments.threshold;
-  options.normals = arguments.normals;
-  if (arguments.weights == "measure") options.weights = odiC_Weights::Measure;
-  if (arguments.order == "after") options.order = odiC_Order::After;
-  if (arguments.order == "points") options.order = odiC_Order::AtPoints;
-  if (arguments.borders == "none") {
-    options.borders = odiC_Borders::None;
-  } else if (arguments.borders == "class") {
-    options.borders = odiC_Borders::Class;
-  } else if (!arguments.borders.empty() && arguments.borders != "category") {
-    options.borders = odiC_Borders::Regions;
-    for (const std::string& region : Split(arguments.borders, ',')) options.regions.emplace_back(region);
-  }
-  return options;
-}
 } // namespace
 
 void cli_AddValueOptions(CLI::App& command, cli_ValueArguments& a) {
@@ -241,12 +224,33 @@ odiC_Run cli_OpenRun(const cls_Database& model, const cow_String& meshName, cons
                           + atr_Alternatives("", found));
 }
 
+odiC_ToNodes cli_ToNodesOf(const cli_ValueArguments& arguments) {
+  odiC_ToNodes options;
+  options.threshold = arguments.threshold;
+  options.normals = arguments.normals;
+  if (arguments.weights == "measure") options.weights = odiC_Weights::Measure;
+  if (arguments.order == "after") options.order = odiC_Order::After;
+  if (arguments.order == "points") options.order = odiC_Order::AtPoints;
+  if (arguments.borders == "none") {
+    options.borders = odiC_Borders::None;
+  } else if (arguments.borders == "class") {
+    options.borders = odiC_Borders::Class;
+  } else if (!arguments.borders.empty() && arguments.borders != "category") {
+    options.borders = odiC_Borders::Regions;
+    for (const std::string& region : Split(arguments.borders, ',')) options.regions.emplace_back(region);
+  }
+  return options;
+}
+odiC_Selection cli_SelectionOf(const odiC_Run& run, const cli_ValueArguments& arguments,
+                               cli_FrameDefault frames) {
+  return WithPlaces(WithFrames({}, arguments, frames), run, arguments);
+}
+
 odiC_Values cli_ValuesOf(const odiC_Run& run, const std::string& variable,
                          const cli_ValueArguments& arguments, cli_FrameDefault frames) {
-  odiC_Selection where = WithFrames({}, arguments, frames);
-  where = WithPlaces(where, run, arguments);
+  const odiC_Selection where = cli_SelectionOf(run, arguments, frames);
   const odiC_Values values(run, variable, WithQuantity(where, run, variable, arguments));
-  if (arguments.atNodes) return values.AtNodes(ToNodes(arguments));
+  if (arguments.atNodes) return values.AtNodes(cli_ToNodesOf(arguments));
   if (arguments.atElementNodes) return values.AtElementNodes();
   return arguments.atCentroids ? values.AtCentroids() : values;
 }

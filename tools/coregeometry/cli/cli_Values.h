@@ -30,6 +30,11 @@ enum class cli_FrameDefault { Last, All };
 odiC_Values cli_ValuesOf(const odiC_Run& run, const std::string& variable,
                          const cli_ValueArguments& arguments, cli_FrameDefault frames);
 
+/// The frames and places without a quantity, and how values are averaged at nodes.
+odiC_Selection cli_SelectionOf(const odiC_Run& run, const cli_ValueArguments& arguments,
+                               cli_FrameDefault frames);
+odiC_ToNodes cli_ToNodesOf(const cli_ValueArguments& arguments);
+
 /// The choices in force, for what is printed and for JSON.
 cli_Json cli_ChoicesJson(const odiC_Values& values);
 void cli_PrintChoices(const cli_Json& choices);

@@ -1,0 +1,114 @@
+// coregeometry envelope: the worst of several frames, place by place
+#include "cli_Commands.h"
+#include "cli_Console.h"
+#include "cli_ValueTable.h"
+#include "cli_Words.h"
+
+#include <BasicUtils/cls_ReadView.h>
+#include <CoreGeometry/odiC_OverFrames.h>
+#include <CoreGeometry/odiC_RunWriter.h>
+
+namespace {
+constexpr std::pair<const char*, odiC_OverFrames> kKinds[] = {
+    {"max", odiC_OverFrames::Max},     {"min", odiC_OverFrames::Min},   {"absmax", odiC_OverFrames::AbsMax},
+    {"range", odiC_OverFrames::Range}, {"mean", odiC_OverFrames::Mean}, {"rms", odiC_OverFrames::Rms}};
+
+struct Arguments {
+  std::string file, mesh, variable, kind, stored;
+  bool json = false;
+  int limit = 100;
+  cli_ValueArguments values;
+  cli_OutputArguments output;
+};
+
+odiC_OverFrames KindOf(const std::string& text) {
+  for (const auto& [name, kind] : kKinds)
+    if (text == name) return kind;
+  throw cli_UsageError("--kind " + text + ": give max, min, absmax, range, mean or rms");
+}
+
+/// The number of the frame for each row, or of the frames looked at when they are of several steps.
+std::vector<int> FrameNumbers(const odiC_FramesResult& result) {
+  const bool isOneStep = result.frames.front().step == result.frames.back().step;
+  std::vector<int> numbers;
+  for (const int at : result.frameOf)
+    numbers.push_back(at < 0      ? odiC_kMissingInteger
+                      : isOneStep ? result.frames[static_cast<std::size_t>(at)].frame
+                                  : at);
+  return numbers;
+}
+
+void Store(const Arguments& arguments, cls_Database& model, const odiC_Values& values,
+           odiC_FramesResult& result) {
+  const odiC_Gathered gathered = odiC_Gather(*result.values);
+  if (gathered.values.empty()) throw nex_TextException(arguments.file + ": no values to store");
+  const std::vector<int> numbers = FrameNumbers(result);
+  std::vector<double> frames;
+  for (const int number : numbers) frames.push_back(number == odiC_kMissingInteger ? std::nan("") : number);
+  const odiC_SourcePointer ofRows = odiC_Kept(result.values->Places(), 1, std::move(frames));
+  const odiC_Gathered gatheredFrames = odiC_Gather(*ofRows);
+  odiC_RunWriter run(model, values.Run().Root(), values.Run().Mesh());
+  odiC_Variable made(arguments.stored, res_SCALAR, values.Variable().unit);
+  made.description = arguments.kind + " of " + values.Text();
+  const int variable = run.AddVariable(made), layout = run.AddLayout(gathered.layout);
+  run.BeginStep(arguments.kind + " of " + arguments.stored, odiC_UNDEFINED_STEP, odiC_NO_DOMAIN);
+  run.BeginFrame({.description = made.description});
+  cow_ArrayCOW<float> numbersOf;
+  const std::vector<float> floats(gathered.values.begin(), gathered.values.end());
+  numbersOf.Append(std::span<const float>(floats));
+  run.PutField(variable, layout, numbersOf);
+  const bool hasFrames = std::ranges::any_of(result.frameOf, [](int frame) { return frame >= 0; });
+  if (hasFrames) {
+    std::vector<int> integers;
+    for (const double frame : gatheredFrames.values)
+      integers.push_back(std::isnan(frame) ? odiC_kMissingInteger : static_cast<int>(frame));
+    cow_ArrayCOW<int> array;
+    array.Append(std::span<const int>(integers));
+    run.PutField(run.AddVariable(odiC_Variable(arguments.stored + " frame", res_INTEGER)), layout, array);
+  }
+  run.Commit();
+  cli_Report() << "stored " << arguments.stored << " in step \"" << arguments.kind + " of " + arguments.stored
+               << "\" of " << values.Run().Root() << '\n';
+}
+
+void Run(const Arguments& arguments) {
+  const odiC_OverFrames kind = KindOf(arguments.kind);
+  cli_Console console;
+  cls_Database model =
+      cli_OpenModel(arguments.file,
+                    arguments.stored.empty() ? cls_Database::Mode::ReadOnly : cls_Database::Mode::ReadWrite);
+  const odiC_Run run = cli_OpenRun(model, arguments.mesh, arguments.values.run);
+  const odiC_Values values = cli_ValuesOf(run, arguments.variable, arguments.values, cli_FrameDefault::All);
+  odiC_FramesResult result = odiC_Over(values, kind);
+  if (!arguments.stored.empty()) return Store(arguments, model, values, result);
+  cli_Json choices = cli_ChoicesJson(values);
+  choices["kind"] = arguments.kind;
+  choices["frames"] = std::to_string(result.frames.size());
+  cli_TableRows rows({&arguments.output, {arguments.file}, arguments.json, arguments.limit}, run, choices,
+                     {arguments.kind, "frame"}, result.values->Places().NumRows());
+  const std::vector<int> numbers = FrameNumbers(result);
+  rows.Add(*result.values, nullptr, [&](int row, std::vector<double>& numbersOfRow) {
+    const int number = numbers[static_cast<std::size_t>(row)];
+    numbersOfRow.push_back(number == odiC_kMissingInteger ? std::nan("") : number);
+  });
+  rows.End();
+}
+} // namespace
+
+void cli_AddEnvelope(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("envelope", "Worst or mean of several frames at each place");
+  auto arguments = std::make_shared<Arguments>();
+  cli_AddModelOptions(*command, arguments->file, arguments->mesh, arguments->json);
+  command->add_option("variable", arguments->variable, "Name of the variable")->required();
+  command->add_option("--kind", arguments->kind, "max, min, absmax, range, mean or rms")->required();
+  command->add_option("--store", arguments->stored, "Store it as this variable, in a step of its own");
+  cli_AddValueOptions(*command, arguments->values);
+  cli_AddTableOptions(*command, arguments->output, arguments->limit);
+  command->footer(
+      "An invariant is taken in each frame first. The frame of the worst value is printed beside it, the\n"
+      "first of equal ones; means are weighted by time in steps over time.\n"
+      "\n"
+      "Example:\n"
+      "  coregeometry envelope wing.cgdb S --invariant mises --kind max -o worst.csv");
+  command->callback([arguments] { Run(*arguments); });
+}
