@@ -7,13 +7,13 @@
 
 /// Adds doubles without rounding, in fixed point over their whole range, and rounds once when asked for the value.
 ///
-/// Any order of the terms, and any way of adding partial sums, gives the same bits.
+/// Any order of the terms, and any way of adding partial sums, gives the same bits. It is the long accumulator of
+/// U. Kulisch and W. Miranker, Computer Arithmetic in Theory and Practice, 1981.
 ///
 /// Cost       560 bytes; some ten nanoseconds a term.
 /// Errors     the value is infinite beyond the range of doubles, and not a number with a term that is none, or with
 ///            infinite terms of both signs.
 /// Threads    a value.
-/// Source     U. Kulisch, W. Miranker, Computer Arithmetic in Theory and Practice, 1981 (long accumulator).
 class CORE_GEOMETRY_API gsl_ExactSum {
 public:
   // ask
