@@ -410,3 +410,129 @@ void TurnVectors(const odiC_RowForm& form, const double* matrices, std::size_t s
   };
   ForEachGroup<Any, 3>(form, rows, n, out, work);
 }
+
+// Carrying values from place to place: components side by side.
+
+/// The first kCount numbers, at most as many as lanes, and zeros.
+template<std::size_t kCount, class T>
+[[gnu::always_inline]] static inline void LoadSome(const T* from, Lanes& to) {
+  using Narrow = std::conditional_t<std::is_same_v<T, float>, FloatLanes, Lanes>;
+  Narrow numbers = {};
+  std::memcpy(&numbers, from, kCount * sizeof(T));
+  to = __builtin_convertvector(numbers, Lanes);
+}
+template<std::size_t kCount, class T>
+[[gnu::always_inline]] static inline void StoreSome(const Lanes& from, T* to) {
+  using Narrow = std::conditional_t<std::is_same_v<T, float>, FloatLanes, Lanes>;
+  const Narrow numbers = __builtin_convertvector(from, Narrow);
+  std::memcpy(to, &numbers, kCount * sizeof(T));
+}
+/// kCount numbers as kParts groups of lanes.
+template<std::size_t kCount> struct Parts {
+  static constexpr std::size_t kParts = (kCount + kLanes - 1) / kLanes,
+                               kLast = kCount - (kParts - 1) * kLanes;
+  Lanes lanes[kParts] = {};
+
+  template<class T> [[gnu::always_inline]] inline void Load(const T* from) {
+    for (std::size_t k = 0; k + 1 < kParts; ++k) LoadSome<kLanes>(from + k * kLanes, lanes[k]);
+    LoadSome<kLast>(from + (kParts - 1) * kLanes, lanes[kParts - 1]);
+  }
+  template<class T> [[gnu::always_inline]] inline void Store(T* to) const {
+    for (std::size_t k = 0; k + 1 < kParts; ++k) StoreSome<kLanes>(lanes[k], to + k * kLanes);
+    StoreSome<kLast>(lanes[kParts - 1], to + (kParts - 1) * kLanes);
+  }
+};
+
+constexpr std::size_t kMaxBatch = 6; // components that are worked on together
+/// work.template operator()<count>(first component) for all components.
+template<class Work>
+[[gnu::always_inline]] static inline void ForEachBatch(std::size_t numComponents, const Work& work) {
+  for (std::size_t first = 0; first < numComponents; first += kMaxBatch) {
+    switch (std::min(kMaxBatch, numComponents - first)) {
+    case 1: work.template operator()<1>(first); break;
+    case 2: work.template operator()<2>(first); break;
+    case 3: work.template operator()<3>(first); break;
+    case 4: work.template operator()<4>(first); break;
+    case 5: work.template operator()<5>(first); break;
+    default: work.template operator()<kMaxBatch>(first); break;
+    }
+  }
+}
+
+/// Some rows of one element, so that their sums stay in registers.
+template<std::size_t kRows, std::size_t kCount, class T>
+[[gnu::always_inline]] static inline void SumRows(const odiC_CarryJob& job, std::size_t row, const T* values,
+                                                  T* out) {
+  Parts<kCount> sums[kRows], value;
+  const double* weights = job.weights + row * job.numColumns;
+  for (std::size_t column = 0; column < job.numColumns; ++column, values += job.numComponents) {
+    value.Load(values);
+    for (std::size_t r = 0; r < kRows; ++r)
+      for (std::size_t k = 0; k < Parts<kCount>::kParts; ++k)
+        sums[r].lanes[k] += weights[r * job.numColumns + column] * value.lanes[k];
+  }
+  for (std::size_t r = 0; r < kRows; ++r) sums[r].Store(out + (row + r) * job.numComponents);
+}
+template<std::size_t kCount, class T> void CarryBatch(const odiC_CarryJob& job, const T* rows, T* out) {
+  for (std::size_t element = 0; element < job.n; ++element) {
+    std::size_t row = 0;
+    for (; row + 4 <= job.numRows; row += 4) SumRows<4, kCount>(job, row, rows, out);
+    for (; row < job.numRows; ++row) SumRows<1, kCount>(job, row, rows, out);
+    rows += job.numColumns * job.numComponents;
+    out += job.numRows * job.numComponents;
+  }
+}
+template<class T> void CarryRows(const odiC_CarryJob& job, const T* rows, T* out) {
+  ForEachBatch(job.numComponents, [&]<std::size_t kCount>(std::size_t first) {
+    CarryBatch<kCount>(job, rows + first, out + first);
+  });
+}
+
+template<std::size_t kCount, class T>
+bool ScatterBatch(const odiC_ScatterJob& job, const T* rows, double* sums) {
+  constexpr std::size_t kAhead = 6; // elements whose sums are fetched beforehand
+  const auto targets = [&](std::size_t k) __attribute__((always_inline)) {
+    return job.targets
+           + (job.elements ? static_cast<std::size_t>(job.elements[k]) : job.first + k) * job.numNodes;
+  };
+  Mask isBad = {};
+  for (std::size_t element = 0; element < job.n; ++element) {
+    if (element + kAhead < job.n)
+      for (std::size_t node = 0; node < job.numNodes; ++node)
+        __builtin_prefetch(sums
+                               + static_cast<std::ptrdiff_t>(targets(element + kAhead)[node])
+                                     * static_cast<std::ptrdiff_t>(job.numComponents),
+                           1);
+    const int* target = targets(element);
+    const double weight =
+        job.weights ? job.weights[static_cast<std::size_t>(target - job.targets) / job.numNodes] : 1;
+    Parts<kCount> value, sum;
+    const auto take = [&]() __attribute__((always_inline)) {
+      value.Load(rows);
+      rows += job.numComponents;
+      for (Lanes& lanes : value.lanes) {
+        isBad |= lanes != lanes;
+        lanes = (lanes == lanes ? lanes : Lanes{}) * weight;
+      }
+    };
+    if (job.isWhole) take();
+    for (std::size_t node = 0; node < job.numNodes; ++node) {
+      if (!job.isWhole) take();
+      if (target[node] < 0) continue;
+      double* at = sums + static_cast<std::size_t>(target[node]) * job.numComponents;
+      sum.Load(at);
+      for (std::size_t k = 0; k < Parts<kCount>::kParts; ++k) sum.lanes[k] += value.lanes[k];
+      sum.Store(at);
+    }
+  }
+  bool isAnyBad = false;
+  for (std::size_t lane = 0; lane < kLanes; ++lane) isAnyBad |= isBad[lane] != 0;
+  return isAnyBad;
+}
+template<class T> bool ScatterRows(const odiC_ScatterJob& job, const T* rows, double* sums) {
+  bool isAnyBad = false;
+  ForEachBatch(job.numComponents, [&]<std::size_t kCount>(std::size_t first) {
+    isAnyBad |= ScatterBatch<kCount>(job, rows + first, sums + first);
+  });
+  return isAnyBad;
+}

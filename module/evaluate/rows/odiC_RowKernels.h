@@ -36,5 +36,24 @@ template<class T>
 void odiC_TurnVectors(odiC_RowBody body, const odiC_RowForm& form, const double* matrices, std::size_t stride,
                       const T* rows, std::size_t n, T* out);
 
+/// out[i] = sum of weights[i][j] rows[j] for each of n elements with numColumns rows, which gets numRows of them.
+struct odiC_CarryJob {
+  const double* weights;
+  std::size_t numRows, numColumns, numComponents, n;
+};
+template<class T> void odiC_CarryRows(odiC_RowBody body, const odiC_CarryJob& job, const T* rows, T* out);
+
+/// Adds rows of elements to the sums of the nodes that they belong to. Numbers that are not are left out; true when
+/// there were any.
+struct odiC_ScatterJob {
+  const int* targets;    ///< numNodes for each element of the class; below 0: nowhere
+  const int* elements;   ///< of n elements the row of targets; null: from `first` on
+  const double* weights; ///< of each element of the class; null: 1
+  std::size_t first, n, numNodes, numComponents;
+  bool isWhole; ///< one row for all nodes of an element
+};
+template<class T>
+bool odiC_ScatterRows(odiC_RowBody body, const odiC_ScatterJob& job, const T* rows, double* sums);
+
 /// Cube root by Newton's method; the same bits everywhere.
 double odiC_CubeRoot(double x) noexcept;
