@@ -1,5 +1,6 @@
 #include <CoreGeometry/exo_Export.h>
 
+#include "exo_ExportResults.h"
 #include "exo_OutNotes.h"
 #include <CoreGeometry/exo_Types.h>
 
@@ -67,7 +68,7 @@ public:
   Exporter(const bme_Mesh& mesh, std::span<const bme_NamedSet> sets, const bme_MeshNotes* notes)
       : mesh_(mesh), sets_(sets), notes_(notes, out_) {}
 
-  fmt_Ledger Run(uti_OutputFile& output) {
+  fmt_Ledger Run(uti_OutputFile& output, const odiC_Run* run) {
     AddNodes();
     std::vector<cow_String> categories;
     for (unsigned i = 0; i < mesh_.ElementData().NumClasses(); ++i)
@@ -84,13 +85,17 @@ public:
       const cow_String changes = Number(std::span(out_.sets).subspan(first), Count("numbers of sets"));
       if (!changes.empty())
         Count("numbers of sets", Joined("numbers of sets", cow_String(kind.name) + "s " + changes));
+      for (std::size_t i = first; i < out_.sets.size(); ++i) entries_[i].id = out_.sets[i].id;
     }
     DropMadeNames();
     CheckLengths();
     fmt_Ledger notWritten;
     notes_.Finish(notWritten);
-    exo_WriteFile(output, out_);
     fmt_Ledger ledger;
+    std::unique_ptr<exo_OutResults> results;
+    if (run) results = exo_ResultsOf(*run, out_, entries_, ledger);
+    out_.results = results.get();
+    exo_WriteFile(output, out_);
     for (const auto& [what, count] : counts_)
       if (count > 0) ledger.push_back({what, count, details_[what]});
     exo_ListNotMesh(mesh_, ledger);
@@ -270,6 +275,8 @@ private:
   void AddSet(const Kind& kind, const bme_NamedSet& set) {
     const rgnC_SetData& data = set.data;
     exo_OutSet made{kind.kind, data.GetSetIndex(), NameInFile(kind, set), {}, {}};
+    exo_SetEntries entries{
+        .root = set.Root(), .kind = kind.kind, .entities = {}, .facets = {}, .areEdges = {}};
     bool isOfKind = data.NumSubset() == 0 && data.GetSetType() == kind.whole;
     stored_.clear();
     next_ = 0;
@@ -283,9 +290,9 @@ private:
       if (subset.MeshIndex() != mesh_.Id())
         Count("entries of sets in other meshes") += subset.NumItems();
       else if (kind.kind == exo_SetKind::Sides)
-        AddSides(subset, made);
+        AddSides(subset, made, entries);
       else
-        AddIds(set, subset, made);
+        AddIds(set, subset, made, entries);
       next_ += subset.NumItems();
     }
     if (!isOfKind) return;
@@ -293,9 +300,11 @@ private:
             notes_.Take(kind.noted, set.data.GetSetIndex(), static_cast<std::size_t>(next_)))
       notes_.Add(*note, stored_, made);
     out_.sets.push_back(std::move(made));
+    entries_.push_back(std::move(entries));
   }
 
-  void AddIds(const bme_NamedSet& set, const rgnC_SubsetData& subset, exo_OutSet& made) {
+  void AddIds(const bme_NamedSet& set, const rgnC_SubsetData& subset, exo_OutSet& made,
+              exo_SetEntries& entries) {
     const unsigned most =
         made.kind == exo_SetKind::Nodes ? mesh_.NodeData().NumNodes() : mesh_.ElementData().NumElements();
     int place = next_;
@@ -305,10 +314,11 @@ private:
                                 + std::to_string(most) + " of the mesh");
       stored_.push_back(place++);
       made.entries.push_back(id + 1);
+      entries.entities.push_back(id);
     }
   }
 
-  void AddSides(const rgnC_SubsetData& subset, exo_OutSet& made) {
+  void AddSides(const rgnC_SubsetData& subset, exo_OutSet& made, exo_SetEntries& entries) {
     const std::span<const int> ids = subset.IdArray(), facets = subset.FacetIdArray();
     for (std::size_t i = 0; i < ids.size(); ++i) {
       const std::optional<int> facet = facets.empty() ? std::nullopt : std::optional(facets[i]);
@@ -321,6 +331,9 @@ private:
       stored_.push_back(next_ + static_cast<int>(i));
       made.entries.push_back(ids[i] + 1);
       made.sides.push_back(side);
+      entries.entities.push_back(ids[i]);
+      entries.facets.push_back(facet.value_or(0));
+      entries.areEdges.push_back(subset.SubsetType() == res_SURFACE_EDGE);
     }
   }
 
@@ -361,6 +374,7 @@ private:
   cow_String title_;
   exo_OutMesh out_;
   exo_OutNotes notes_;
+  std::vector<exo_SetEntries> entries_;      ///< of each set that is written
   std::vector<int> stored_;                  ///< of each entry of a set that is written: its place in the set
   int next_ = 0;                             ///< of the set at hand: entries before the subset at hand
   std::vector<char> isBlock_;                ///< of each set
@@ -371,8 +385,8 @@ private:
 } // namespace
 
 fmt_Ledger exo_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
-                         const bme_MeshNotes* notes) {
-  return Exporter(mesh, sets, notes).Run(output);
+                         const bme_MeshNotes* notes, const odiC_Run* run) {
+  return Exporter(mesh, sets, notes).Run(output, run);
 }
 
 void exo_ListNotMesh(const bme_Mesh& mesh, fmt_Ledger& ledger) {

@@ -10,6 +10,9 @@
 #include <map>
 
 namespace {
+constexpr ex_entity_type kValueTypes[exo_kNumValueKinds] = {EX_NODAL, EX_ELEM_BLOCK, EX_NODE_SET, EX_SIDE_SET,
+                                                            EX_ELEM_SET};
+
 ex_entity_type TypeOf(exo_SetKind kind) {
   return kind == exo_SetKind::Nodes ? EX_NODE_SET : kind == exo_SetKind::Sides ? EX_SIDE_SET : EX_ELEM_SET;
 }
@@ -30,6 +33,7 @@ bool IsSingle(std::span<const double> numbers) {
 
 /// Real numbers of a file are all of one size.
 bool NeedsDoubles(const exo_OutMesh& mesh) {
+  if (mesh.results && mesh.results->isDouble) return true;
   return !std::ranges::all_of(mesh.blocks, [](const exo_OutBlock& block) {
     return IsSingle(block.attributes);
   }) || !std::ranges::all_of(mesh.sets, [](const exo_OutSet& set) { return IsSingle(set.factors); });
@@ -41,7 +45,8 @@ public:
       : shownName_(shownName) {
     exo_QuietLibrary();
     const int format = FormatFor(mesh);
-    int given = mesh.placement.IsNone() ? sizeof(float) : sizeof(double);
+    isGivenDouble_ = !mesh.placement.IsNone() || (mesh.results && mesh.results->isDouble);
+    int given = isGivenDouble_ ? sizeof(double) : sizeof(float);
     int stored = NeedsDoubles(mesh) ? sizeof(double) : given;
     id_ = ex_create(name.c_str(), EX_CLOBBER | format, &given, &stored);
     Check(id_, "the file");
@@ -69,6 +74,7 @@ public:
       Check(ex_put_id_map(id_, EX_ELEM_MAP, mesh.elementLabels.data()), "element number map");
     WriteSets(mesh.sets);
     WriteMaps(mesh.elementMaps);
+    if (mesh.results) WriteResults(mesh, *mesh.results);
     const int status = ex_close(id_);
     id_ = -1;
     Check(status, "the end of the file");
@@ -92,6 +98,10 @@ private:
       std::ranges::for_each(block.attributeNames, regard);
     }
     for (const exo_OutSet& set : mesh.sets) regard(set.name);
+    if (mesh.results) {
+      std::ranges::for_each(mesh.results->globals, regard);
+      for (const std::vector<cow_String>& names : mesh.results->names) std::ranges::for_each(names, regard);
+    }
     Check(ex_set_max_name_length(id_, static_cast<int>(std::min(longest, exo_kLongestName))), "names");
     ex_init_params sizes = {};
     mesh.title.copy(sizes.title, exo_kLongestTitle);
@@ -147,7 +157,7 @@ private:
   void WriteCoordinates(const exo_OutMesh& mesh) {
     const std::size_t numNodes = mesh.xyz.size() / 3;
     if (numNodes == 0) return;
-    if (mesh.placement.IsNone()) return WriteAxes(mesh, mesh.xyz);
+    if (!isGivenDouble_) return WriteAxes(mesh, mesh.xyz);
     std::vector<double> placed(mesh.xyz.size());
     mesh.placement.Place(mesh.xyz, placed);
     WriteAxes(mesh, std::span<const double>(placed));
@@ -242,8 +252,108 @@ private:
       Check(ex_put_name(id_, type, id, name.substr(0, exo_kLongestName).c_str()), "name \"" + name + '"');
   }
 
+  void WriteResults(const exo_OutMesh& mesh, exo_OutResults& results) {
+    WriteVariables(EX_GLOBAL, results.globals);
+    for (int kind = 0; kind < exo_kNumValueKinds; ++kind) {
+      const std::vector<cow_String>& names = results.names[kind];
+      WriteVariables(kValueTypes[kind], names);
+      std::vector<int> truth = TruthOf(mesh, results, kind);
+      if (!names.empty() && !truth.empty())
+        Check(ex_put_truth_table(id_, kValueTypes[kind], static_cast<int>(truth.size() / names.size()),
+                                 static_cast<int>(names.size()), truth.data()),
+              "the table of variables");
+    }
+    for (std::size_t frame = 0; frame < results.times.size(); ++frame) {
+      const int step = static_cast<int>(frame) + 1;
+      PutReals(
+          results.times.data() + frame, 1, [&](const void* time) { return ex_put_time(id_, step, time); },
+          "time");
+      std::vector<double> globals;
+      for (std::size_t i = 0; i < results.globals.size(); ++i) globals.push_back(results.Global(frame, i));
+      if (!globals.empty())
+        PutReals(
+            globals.data(), globals.size(),
+            [&](const void* values) {
+              return ex_put_var(id_, step, EX_GLOBAL, 1, 0, static_cast<std::int64_t>(globals.size()),
+                                values);
+            },
+            "global variables");
+      for (std::size_t i = 0; i < results.fields.size(); ++i) WriteField(results, frame, i);
+    }
+  }
+
+  void WriteVariables(ex_entity_type type, std::vector<cow_String> names) {
+    if (names.empty()) return;
+    const auto count = static_cast<int>(names.size());
+    Check(ex_put_variable_param(id_, type, count), "the count of variables");
+    Check(ex_put_variable_names(id_, type, count, Texts(names, exo_kLongestName).data()),
+          "names of variables");
+  }
+
+  /// For each block or set of the kind, which scalars it has; nothing for nodes, which have all.
+  static std::vector<int> TruthOf(const exo_OutMesh& mesh, const exo_OutResults& results, int kind) {
+    std::vector<std::int64_t> ids;
+    if (kValueTypes[kind] == EX_ELEM_BLOCK)
+      for (const exo_OutBlock& block : mesh.blocks) ids.push_back(block.id);
+    else
+      for (const exo_OutSet& set : mesh.sets)
+        if (TypeOf(set.kind) == kValueTypes[kind]) ids.push_back(set.id);
+    const std::size_t columns = results.names[kind].size();
+    std::vector<int> truth(ids.size() * columns);
+    for (const exo_OutField& field : results.fields) {
+      const auto at = std::ranges::find(ids, field.id);
+      if (static_cast<int>(field.kind) != kind || at == ids.end()) continue;
+      for (const int scalar : field.scalars)
+        truth[static_cast<std::size_t>(at - ids.begin()) * columns + static_cast<std::size_t>(scalar)] = 1;
+    }
+    return kValueTypes[kind] == EX_NODAL ? std::vector<int>() : truth;
+  }
+
+  /// Slices of the entities, each read once for all of its scalars.
+  void WriteField(exo_OutResults& results, std::size_t frame, std::size_t index) {
+    constexpr std::int64_t kSlice = 32768;
+    const exo_OutField& field = results.fields[index];
+    if (!results.Begin(frame, index)) return WriteNothing(frame, field);
+    const std::size_t width = field.scalars.size();
+    std::vector<double> rows, column;
+    for (std::int64_t first = 0; first < field.numEntities; first += kSlice) {
+      const auto count = static_cast<std::size_t>(std::min(kSlice, field.numEntities - first));
+      rows.resize(count * width);
+      results.Read(first, static_cast<std::int64_t>(count), rows);
+      column.resize(count);
+      for (std::size_t k = 0; k < width; ++k) {
+        for (std::size_t i = 0; i < count; ++i) column[i] = rows[i * width + k];
+        PutColumn(frame, field, k, first, column);
+      }
+    }
+  }
+  void WriteNothing(std::size_t frame, const exo_OutField& field) {
+    const std::vector<double> none(static_cast<std::size_t>(field.numEntities), std::nan(""));
+    for (std::size_t k = 0; k < field.scalars.size(); ++k) PutColumn(frame, field, k, 0, none);
+  }
+  void PutColumn(std::size_t frame, const exo_OutField& field, std::size_t k, std::int64_t first,
+                 std::span<const double> column) {
+    if (column.empty()) return;
+    PutReals(
+        column.data(), column.size(),
+        [&](const void* values) {
+          return ex_put_partial_var(id_, static_cast<int>(frame) + 1,
+                                    kValueTypes[static_cast<int>(field.kind)], field.scalars[k] + 1, field.id,
+                                    first + 1, static_cast<std::int64_t>(column.size()), values);
+        },
+        "a variable");
+  }
+  /// In the precision that the library was told to be given.
+  template<class Put>
+  void PutReals(const double* values, std::size_t count, const Put& put, const char* what) {
+    if (isGivenDouble_) return Check(put(values), what);
+    const std::vector<float> floats(values, values + count);
+    Check(put(floats.data()), what);
+  }
+
   cow_String shownName_;
   int id_ = -1, numBlocks_ = 0;
+  bool isGivenDouble_ = false;
 };
 } // namespace
 

@@ -39,6 +39,35 @@ struct exo_OutMap {
   std::vector<int> numbers;
 };
 
+/// What values of a file belong to.
+enum class exo_ValueKind { Nodes, Blocks, NodeSets, SideSets, ElementSets };
+inline constexpr int exo_kNumValueKinds = 5;
+
+/// Scalars of one object that are read together: a row for each of its entities.
+struct exo_OutField {
+  exo_ValueKind kind = exo_ValueKind::Nodes;
+  std::int64_t id = 0; ///< of the block or set
+  std::int64_t numEntities = 0;
+  std::vector<int> scalars; ///< numbers of the scalars of this kind, from 0, in the order of a row
+};
+
+/// Values of several times, asked for in the order in which they are written.
+class exo_OutResults {
+public:
+  virtual ~exo_OutResults() = default;
+  std::vector<double> times;
+  std::vector<cow_String> globals;
+  std::vector<cow_String> names[exo_kNumValueKinds];
+  std::vector<exo_OutField> fields;
+  bool isDouble = false;
+
+  virtual double Global(std::size_t frame, std::size_t global) = 0;
+  /// Whether the field has values in the frame.
+  virtual bool Begin(std::size_t frame, std::size_t field) = 0;
+  /// Rows of entities in the order of the file, of what was begun last; not a number where there is no value.
+  virtual void Read(std::int64_t first, std::int64_t count, std::span<double> rows) = 0;
+};
+
 /// Everything that is to stand in a file. Labels that are empty are not written.
 struct exo_OutMesh {
   cow_String title;
@@ -55,6 +84,7 @@ struct exo_OutMesh {
   std::vector<cow_String> programs;        ///< four for each: name, version, date, time
   std::vector<cow_String> information;     ///< lines
   std::vector<exo_OutProperty> properties;
+  exo_OutResults* results = nullptr;
 };
 
 inline constexpr std::size_t exo_kLongestTitle = 80, exo_kLongestType = 32, exo_kLongestName = 255,

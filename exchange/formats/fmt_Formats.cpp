@@ -36,11 +36,11 @@ fmt_Import ReadExodus(const cow_String& file, const fmt_ReadOptions& options) {
 }
 fmt_Ledger WriteExodus(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
                        const fmt_WriteOptions& options) {
-  return exo_WriteMesh(output, mesh, sets, options.notes);
+  return exo_WriteMesh(output, mesh, sets, options.notes, options.run);
 }
 fmt_Ledger WriteVtu(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
                     const fmt_WriteOptions& options) {
-  return vtu_WriteMesh(output, mesh, sets, options.wedges, options.encoding);
+  return vtu_WriteMesh(output, mesh, sets, options);
 }
 
 void ListNotes(const bme_MeshNotes& notes, fmt_Ledger& ledger) {
@@ -70,6 +70,7 @@ std::span<const fmt_Format> fmt_Formats() {
        .title = "an Exodus II file",
        .suffixes = {".exo", ".e", ".g", ".ex2", ".exii"},
        .cannotHold = "control parameters, datums",
+       .writesResults = true,
        .holdsNotes = true,
        .recognises = &IsNetCdf,
        .read = &ReadExodus,
@@ -78,12 +79,17 @@ std::span<const fmt_Format> fmt_Formats() {
       {.name = "pvd",
        .title = "a PVD file",
        .suffixes = {".pvd"},
+       .cannotHold = "element types and categories, surfaces, control parameters, datums",
+       .writesResults = true,
+       .hasEncodings = true,
        .recognises = &IsCollection,
-       .read = &vtu_ReadCollection},
+       .read = &vtu_ReadCollection,
+       .write = &vtu_WriteCollection},
       {.name = "vtu",
        .title = "a VTU file",
        .suffixes = {".vtu"},
        .cannotHold = "element types and categories, surfaces, control parameters, datums",
+       .writesResults = true,
        .hasEncodings = true,
        .recognises = &IsVtu,
        .read = &vtu_ReadMesh,

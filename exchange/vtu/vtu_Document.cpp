@@ -118,16 +118,19 @@ void Print(std::ostream& out, vtu_Type type, std::span<const unsigned char> byte
   case vtu_Type::UInt8: return PrintAs<unsigned char>(out, bytes, perLine);
   case vtu_Type::Int64: return PrintAs<std::int64_t>(out, bytes, perLine);
   case vtu_Type::Float32: return PrintAs<float>(out, bytes, perLine);
+  case vtu_Type::Float64: return PrintAs<double>(out, bytes, perLine);
   default: return PrintAs<int>(out, bytes, perLine);
   }
 }
 } // namespace
 
 void vtu_Document::Add(const cow_String& name, vtu_Type type, int components, std::size_t count,
-                       std::function<void(const Put&)> produce) {
+                       std::span<const cow_String> componentNames, std::function<void(const Put&)> produce) {
   cow_String attributes =
       "<DataArray type=\"" + cow_String(vtu_NameOf(type)) + "\" Name=\"" + Escaped(name) + "\"";
   if (components > 1) attributes += " NumberOfComponents=\"" + std::to_string(components) + "\"";
+  for (std::size_t i = 0; i < componentNames.size(); ++i)
+    attributes += " ComponentName" + std::to_string(i) + "=\"" + Escaped(componentNames[i]) + "\"";
   parts_.push_back({std::move(attributes), Numbers{type, components, count, std::move(produce)}, name});
 }
 

@@ -17,8 +17,9 @@ public:
   /// `produce` hands over the numbers in any number of parts, `count` in all.
   template<class T>
   void Array(const cow_String& name, int components, std::size_t count,
-             std::function<void(const std::function<void(std::span<const T>)>&)> produce) {
-    Add(name, TypeOf(T()), components, count, [produce = std::move(produce)](const Put& put) {
+             std::function<void(const std::function<void(std::span<const T>)>&)> produce,
+             std::span<const cow_String> componentNames = {}) {
+    Add(name, TypeOf(T()), components, count, componentNames, [produce = std::move(produce)](const Put& put) {
       produce([&](std::span<const T> some) {
         put({reinterpret_cast<const unsigned char*>(some.data()), some.size_bytes()});
       });
@@ -47,7 +48,7 @@ private:
   static vtu_Type TypeOf(signed char) { return vtu_Type::Int8; }
   static vtu_Type TypeOf(unsigned char) { return vtu_Type::UInt8; }
   void Add(const cow_String& name, vtu_Type type, int components, std::size_t count,
-           std::function<void(const Put&)> produce);
+           std::span<const cow_String> componentNames, std::function<void(const Put&)> produce);
   void WriteText(std::ostream& out) const;
   void WriteAppended(std::ostream& out, bool isCompressed) const;
 

@@ -1,6 +1,7 @@
 #include <CoreGeometry/vtu_Write.h>
 
 #include "vtu_Document.h"
+#include "vtu_Fields.h"
 #include <CoreGeometry/bme_Placement.h>
 
 #include <CoreGeometry/exo_Export.h>
@@ -8,6 +9,9 @@
 #include <CoreGeometry/bme_Pyramids.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <numeric>
 #include <set>
@@ -110,32 +114,39 @@ Cell CellOf(const bme_ElementClass& elements, exo_VtkWedges wedges) {
 
 class Exporter {
 public:
-  Exporter(const bme_Mesh& mesh, std::span<const bme_NamedSet> sets, exo_VtkWedges wedges)
-      : mesh_(mesh), wedges_(wedges), marks_(FindMarks(sets, mesh.Id())) {
+  Exporter(const bme_Mesh& mesh, std::span<const bme_NamedSet> sets, const fmt_WriteOptions& options,
+           const odiC_When* when)
+      : mesh_(mesh), wedges_(options.wedges), marks_(FindMarks(sets, mesh.Id())),
+        isSeparate_(options.run && when && options.fields == fmt_FieldPlace::Separate) {
     for (const bme_NamedSet& set : sets) CountSurfaces(set.data);
+    if (options.run && when) fields_.emplace(*options.run, *when, options.fields);
   }
 
   fmt_Ledger Run(uti_OutputFile& output, fmt_Encoding encoding) {
     FindCells(output.Name());
+    FindPlaces();
     const bme_NodeData& nodes = mesh_.NodeData();
-    const auto numNodes = static_cast<std::size_t>(nodes.NumNodes());
-    out_.Text("<UnstructuredGrid>\n<Piece NumberOfPoints=\"" + std::to_string(numNodes)
+    out_.Text("<UnstructuredGrid>\n<Piece NumberOfPoints=\"" + std::to_string(places_.numPoints)
               + "\" NumberOfCells=\"" + std::to_string(numCells_) + "\">\n<Points>\n");
-    AddPoints(nodes.Coordinates().Const());
+    AddPoints(PerPoint(nodes.Coordinates().Const(), 3, ownPoints_));
     out_.Text("</Points>\n<Cells>\n");
     AddCells();
     out_.Text("</Cells>\n<PointData>\n");
-    if (nodes.HasUserNodeLabels()) AddWhole("NodeLabel", 1, nodes.UserNodeLabels().Const());
-    AddMarks(res_NODE_SET, numNodes);
+    if (nodes.HasUserNodeLabels())
+      AddWhole("NodeLabel", 1, PerPoint(nodes.UserNodeLabels().Const(), 1, ownLabels_));
+    AddMarks(res_NODE_SET, static_cast<std::size_t>(nodes.NumNodes()));
+    if (fields_) fields_->Write(out_, places_, true);
     out_.Text("</PointData>\n<CellData>\n");
     AddCellLabels();
     AddMarks(res_ELEMENT_SET, numCells_);
+    if (fields_) fields_->Write(out_, places_, false);
     out_.Text("</CellData>\n</Piece>\n</UnstructuredGrid>\n");
     out_.Write(output, encoding);
     fmt_Ledger ledger;
     for (const auto& [what, count] : counts_)
       if (count > 0) ledger.push_back({what, count, {}});
     AddNames(ledger);
+    if (fields_) fields_->AddTo(ledger);
     exo_ListNotMesh(mesh_, ledger);
     return ledger;
   }
@@ -159,6 +170,33 @@ private:
       if (cell.nodes.size() < static_cast<std::size_t>(type.NumNodesPerElem()) && bme_PyramidNodes(type) == 0)
         counts_["elements without their last nodes"] += type.NumElements();
     }
+  }
+
+  /// Points are the nodes, or those of each element.
+  void FindPlaces() {
+    places_.numPoints =
+        isSeparate_ ? numNodesOfCells_ : static_cast<std::size_t>(mesh_.NodeData().NumNodes());
+    places_.numCells = numCells_;
+    std::size_t next = 0;
+    for (std::size_t i = 0; i < cells_.size() && isSeparate_; ++i) {
+      places_.firstPoints.push_back(next);
+      places_.cellNodes.push_back(cells_[i].nodes);
+      next += static_cast<std::size_t>(Class(i).NumElements()) * cells_[i].nodes.size();
+      PutRows(Class(i), cells_[i], [this](std::span<const int> some) {
+        nodeOfPoint_.insert(nodeOfPoint_.end(), some.begin(), some.end());
+      });
+    }
+    places_.nodeOfPoint = nodeOfPoint_;
+  }
+  /// Numbers of nodes, repeated for the points of elements.
+  template<class T>
+  std::span<const T> PerPoint(std::span<const T> all, std::size_t columns, std::vector<T>& own) const {
+    if (!isSeparate_) return all;
+    for (const int node : nodeOfPoint_) {
+      const std::span<const T> row = all.subspan(static_cast<std::size_t>(node) * columns, columns);
+      own.insert(own.end(), row.begin(), row.end());
+    }
+    return own;
   }
 
   /// An array that is in memory.
@@ -193,7 +231,11 @@ private:
 
   void AddCells() {
     out_.Array<int>("connectivity", 1, numNodesOfCells_, [this](const PutAll<int>& put) {
-      for (std::size_t i = 0; i < cells_.size(); ++i) PutRows(Class(i), cells_[i], put);
+      if (!isSeparate_)
+        for (std::size_t i = 0; i < cells_.size(); ++i) PutRows(Class(i), cells_[i], put);
+      std::vector<int> own(isSeparate_ ? numNodesOfCells_ : 0);
+      std::iota(own.begin(), own.end(), 0);
+      if (isSeparate_) put(own);
     });
     AddPerCell<std::int64_t>("offsets", [this, end = std::make_shared<std::int64_t>(0)](std::size_t i) {
       return *end += static_cast<std::int64_t>(cells_[i].nodes.size());
@@ -237,12 +279,15 @@ private:
     for (const Marks& marks : marks_) {
       if (marks.kind != kind) continue;
       CheckMarks(marks, most);
-      out_.Array<signed char>(marks.name, 1, most, [this, &marks, most](const PutAll<signed char>& put) {
-        std::vector<signed char> values(most);
+      const std::size_t count = kind == res_NODE_SET ? places_.numPoints : most;
+      out_.Array<signed char>(marks.name, 1, count, [this, &marks, most](const PutAll<signed char>& put) {
+        std::vector<signed char> values(most), own;
         ForEachSubset(marks, [&](std::span<const int> ids) {
           for (const int id : ids) values[static_cast<std::size_t>(id)] = 1;
         });
-        put(values);
+        const bool isOfNodes = marks.kind == res_NODE_SET;
+        put(isOfNodes ? PerPoint(std::span<const signed char>(values), 1, own)
+                      : std::span<const signed char>(values));
       });
     }
   }
@@ -276,6 +321,11 @@ private:
   bme_Placement placement_{mesh_};
   exo_VtkWedges wedges_;
   std::vector<Marks> marks_;
+  bool isSeparate_; ///< every element has points of its own
+  std::optional<vtu_Fields> fields_;
+  vtu_Places places_;
+  std::vector<int> nodeOfPoint_, ownLabels_;
+  std::vector<float> ownPoints_;
   vtu_Document out_;
   std::vector<Cell> cells_; ///< of each class
   std::size_t numCells_ = 0, numNodesOfCells_ = 0;
@@ -283,7 +333,85 @@ private:
 };
 } // namespace
 
+namespace {
+fmt_Ledger WriteFrame(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
+                      const fmt_WriteOptions& options, const odiC_When* when) {
+  return Exporter(mesh, sets, options, when).Run(output, options.encoding);
+}
+
+std::vector<odiC_When> FramesOf(const fmt_WriteOptions& options) {
+  if (!options.run || !options.frames.empty()) return options.frames;
+  std::vector<odiC_When> all;
+  const std::vector<odiC_Step>& steps = options.run->Header().steps;
+  for (int step = 0; step < static_cast<int>(steps.size()); ++step)
+    for (int frame = 0; frame < steps[static_cast<std::size_t>(step)].NumFrames(); ++frame)
+      all.push_back(
+          {step, frame, steps[static_cast<std::size_t>(step)].values[static_cast<std::size_t>(frame)]});
+  return all;
+}
+
+/// Of steps over time the total time; else the value in the step.
+double TimeOf(const odiC_Run& run, const odiC_When& when) {
+  const odiC_Step& step = run.Header().steps[static_cast<std::size_t>(when.step)];
+  return (step.domain == odiC_TIME ? step.startTime : 0) + when.value;
+}
+
+void ListHistories(const odiC_Run& run, fmt_Ledger& ledger) {
+  long long histories = 0, descriptions = 0;
+  for (const odiC_Step& step : run.Header().steps) {
+    histories += step.numHistories;
+    descriptions +=
+        std::ranges::count_if(step.descriptions, [](const cow_String& text) { return !text.empty(); });
+  }
+  if (histories > 0) ledger.push_back({"histories", histories, {}});
+  if (descriptions > 0) ledger.push_back({"descriptions of frames", descriptions, {}});
+}
+} // namespace
+
+fmt_Ledger vtu_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
+                         const fmt_WriteOptions& options) {
+  const std::vector<odiC_When> frames = FramesOf(options);
+  fmt_Ledger ledger = WriteFrame(output, mesh, sets, options, frames.empty() ? nullptr : &frames.back());
+  if (frames.size() > 1)
+    ledger.push_back({"frames besides the last one", static_cast<long long>(frames.size()) - 1,
+                      "a file .pvd has all of them"});
+  if (options.run) ListHistories(*options.run, ledger);
+  return ledger;
+}
+
 fmt_Ledger vtu_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
                          exo_VtkWedges wedges, fmt_Encoding encoding) {
-  return Exporter(mesh, sets, wedges).Run(output, encoding);
+  fmt_WriteOptions options;
+  options.wedges = wedges;
+  options.encoding = encoding;
+  return vtu_WriteMesh(output, mesh, sets, options);
+}
+
+fmt_Ledger vtu_WriteCollection(uti_OutputFile& output, const bme_Mesh& mesh,
+                               std::span<const bme_NamedSet> sets, const fmt_WriteOptions& options) {
+  if (uti_OutputFile::IsStandardOutput(output.Name()))
+    throw nex_TextException("a PVD file names others beside it, so it cannot be the standard output");
+  const std::vector<odiC_When> frames = FramesOf(options);
+  const std::filesystem::path target(output.Target());
+  std::ofstream out(output.Path(), std::ios::binary);
+  out << "<?xml version=\"1.0\"?>\n<VTKFile type=\"Collection\" version=\"1.0\">\n<Collection>\n";
+  fmt_Ledger ledger;
+  for (std::size_t i = 0; i < std::max<std::size_t>(1, frames.size()); ++i) {
+    const odiC_When* when = frames.empty() ? nullptr : &frames[i];
+    const cow_String name =
+        uti_OutputFile::Numbered(target.stem().string() + "_%04d.vtu", static_cast<int>(i));
+    uti_OutputFile file((target.parent_path() / name).string(), {.force = options.force});
+    ledger = WriteFrame(file, mesh, sets, options, when);
+    char time[40];
+    *std::to_chars(time, time + sizeof time, when ? TimeOf(*options.run, *when) : 0.0).ptr = '\0';
+    out << "<DataSet timestep=\"" << time << "\" part=\"0\" file=\"" << name << "\"/>\n";
+  }
+  out << "</Collection>\n</VTKFile>\n";
+  out.close();
+  if (!out) throw nex_TextException(output.Name() + ": cannot be written; is the disk full?");
+  output.Commit();
+  if (frames.size() > 1)
+    ledger.push_back({"the mesh", static_cast<long long>(frames.size()), "is in the file of each frame"});
+  if (options.run) ListHistories(*options.run, ledger);
+  return ledger;
 }

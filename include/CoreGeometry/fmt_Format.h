@@ -6,6 +6,8 @@
 #include <CoreGeometry/exo_Types.h>
 #include <CoreGeometry/fmt_Import.h>
 #include <CoreGeometry/fmt_Results.h>
+#include <CoreGeometry/odiC_Run.h>
+#include <CoreGeometry/odiC_Selection.h>
 #include <string_view>
 
 struct fmt_ExactNodes;
@@ -30,11 +32,22 @@ enum class fmt_Encoding {
   Compressed
 };
 
+/// Where values at integration points go in formats that have no place for them.
+enum class fmt_FieldPlace {
+  Nodes,   ///< means at nodes
+  Cells,   ///< means of elements
+  Separate ///< nodes of each element, which gets points of its own
+};
+
 struct fmt_WriteOptions {
   fmt_Encoding encoding = fmt_Encoding::Default;
   exo_VtkWedges wedges = exo_VtkWedges::Plain;
   cow_String surface{};                 ///< set to write, for formats of surfaces; the whole outside if empty
   const bme_MeshNotes* notes = nullptr; ///< of the mesh; what a format has no place for is listed
+  const odiC_Run* run = nullptr;        ///< results of the mesh, for formats that hold them
+  std::vector<odiC_When> frames{};      ///< of the run; all if empty
+  fmt_FieldPlace fields = fmt_FieldPlace::Nodes;
+  bool force = false; ///< replaces files that a format writes beside the one it is given
 };
 
 /// One format: a row of the table that fmt_Formats answers.
@@ -43,6 +56,7 @@ struct fmt_Format {
   std::string_view title; ///< "an Exodus II file"
   std::vector<cow_String> suffixes{};
   std::string_view cannotHold{}; ///< what of a mesh a file of it has no place for; empty for none
+  bool writesResults = false;    ///< of fmt_WriteOptions::run
   bool hasEncodings = false;     ///< ascii and others can be asked for
   bool holdsNotes = false; ///< titles, records, attributes, factors and properties, as bme_MeshNotes has them
   bool isOfSurfaces = false; ///< holds surfaces alone; one of them, or the outside, is written

@@ -64,12 +64,14 @@ private:
   [[noreturn]] void Fail(const cow_String& what) const;
   odiC_Places PlacesIn(const std::shared_ptr<const odiC_Layout>& layout) const;
   Stage Shown(const odiC_When& when) const;
+  void TurnByDatum(Stage& stage, const cow_String& name, bool isInto) const;
+  void TurnToGlobal(Stage& stage, const odiC_When& when) const;
   void Turn(Stage& stage, const odiC_When& when) const;
   odiC_Variable Turned(const odiC_Variable& variable) const;
   odiC_SourcePointer Axes(const odiC_Variable& variable, const odiC_When& when,
                           const odiC_Places::Layout& layout) const;
   void Choose(Stage& stage) const;
-  void Carry(Stage& stage) const;
+  void Carry(Stage& stage, const odiC_When& when) const;
 
   const odiC_Run* run_;
   int variable_;

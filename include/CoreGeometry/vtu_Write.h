@@ -18,3 +18,13 @@ CORE_GEOMETRY_EXCHANGE_API fmt_Ledger vtu_WriteMesh(uti_OutputFile& output, cons
                                                     std::span<const bme_NamedSet> sets,
                                                     exo_VtkWedges wedges = exo_VtkWedges::Plain,
                                                     fmt_Encoding encoding = fmt_Encoding::Default);
+/// With the values of a frame of a run, the last one that is asked for: those at nodes as point data, those of elements as
+/// cell data, those at integration points as the options say. Tensors have the components XX YY ZZ XY YZ XZ. Missing
+/// values are not a number, of integers -2147483648.
+CORE_GEOMETRY_EXCHANGE_API fmt_Ledger vtu_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh,
+                                                    std::span<const bme_NamedSet> sets,
+                                                    const fmt_WriteOptions& options);
+/// A PVD file with a VTU file for each frame beside it, NAME_0000.vtu and so on.
+CORE_GEOMETRY_EXCHANGE_API fmt_Ledger vtu_WriteCollection(uti_OutputFile& output, const bme_Mesh& mesh,
+                                                          std::span<const bme_NamedSet> sets,
+                                                          const fmt_WriteOptions& options);

@@ -18,24 +18,6 @@ cow_String Number(double value) {
   return text;
 }
 
-odiC_Entities OfRegion(const odiC_Run& run, const cow_String& name) {
-  const std::vector<bme_NamedSet> sets = bme_SetsOfMesh(run.Model(), run.Header().meshRoot);
-  const bme_NamedSet* set = bme_FindSet(sets, name, run.Model().File() + ", " + run.Header().meshRoot);
-  if (!set) {
-    std::vector<cow_String> names;
-    for (const bme_NamedSet& one : sets) names.push_back(one.Root());
-    Fail(run, "no set \"" + name + '"' + atr_Alternatives(name, names));
-  }
-  odiC_Entities chosen;
-  chosen.region = set->Root();
-  switch (set->kind) {
-  case rgnC_NODE_SET: chosen.nodes = bme_FEMNodeList::FromSet(run.Mesh(), set->data); break;
-  case rgnC_ELEMENT_SET: chosen.elements = bme_FEMElemList::FromSet(run.Mesh(), set->data); break;
-  default: chosen.faces = bme_FEMFaceList::FromSet(run.Mesh(), set->data);
-  }
-  return chosen;
-}
-
 bool IsOfCategory(const odiC_Run& run, int classIndex, const cow_String& name) {
   const cow_String& label =
       run.Mesh().ElementData().GetClass(static_cast<unsigned>(classIndex)).CategoryLabel();
@@ -83,6 +65,24 @@ bool IsOutermost(const odiC_Run& run, const odiC_LayoutBlock& block, bool isTop)
   return block.sectionPoint == best;
 }
 } // namespace
+
+odiC_Entities odiC_EntitiesOfRegion(const odiC_Run& run, const cow_String& name) {
+  const std::vector<bme_NamedSet> sets = bme_SetsOfMesh(run.Model(), run.Header().meshRoot);
+  const bme_NamedSet* set = bme_FindSet(sets, name, run.Model().File() + ", " + run.Header().meshRoot);
+  if (!set) {
+    std::vector<cow_String> names;
+    for (const bme_NamedSet& one : sets) names.push_back(one.Root());
+    Fail(run, "no set \"" + name + '"' + atr_Alternatives(name, names));
+  }
+  odiC_Entities chosen;
+  chosen.region = set->Root();
+  switch (set->kind) {
+  case rgnC_NODE_SET: chosen.nodes = bme_FEMNodeList::FromSet(run.Mesh(), set->data); break;
+  case rgnC_ELEMENT_SET: chosen.elements = bme_FEMElemList::FromSet(run.Mesh(), set->data); break;
+  default: chosen.faces = bme_FEMFaceList::FromSet(run.Mesh(), set->data);
+  }
+  return chosen;
+}
 
 std::vector<cow_String> odiC_SectionPointsOf(const odiC_Run& run, const odiC_LayoutBlock& block) {
   const std::vector<odiC_Category>& categories = run.Header().categories;
@@ -168,8 +168,8 @@ odiC_Selection odiC_Selection::Category(cow_String name) const {
   }));
 }
 odiC_Selection odiC_Selection::Region(cow_String name) const {
-  return Narrowed(
-      odiC_WhereEntities([name = std::move(name)](const odiC_Run& run) { return OfRegion(run, name); }));
+  return Narrowed(odiC_WhereEntities(
+      [name = std::move(name)](const odiC_Run& run) { return odiC_EntitiesOfRegion(run, name); }));
 }
 odiC_Selection odiC_Selection::Nodes(std::vector<unsigned> nodes) const {
   return Narrowed(odiC_WhereEntities([nodes = std::move(nodes)](const odiC_Run& run) {
@@ -355,4 +355,7 @@ odiC_Places odiC_Selection::PlacesIn(const odiC_Run& run, std::shared_ptr<const 
 odiC_Places odiC_Selection::ContributionsIn(const odiC_Run& run,
                                             std::shared_ptr<const odiC_Layout> layout) const {
   return where_ ? where_->In(run, layout, odiC_Sense::Most) : odiC_Places::All(std::move(layout));
+}
+odiC_Places odiC_Selection::NodesIn(const odiC_Run& run, std::shared_ptr<const odiC_Layout> layout) const {
+  return where_ ? where_->In(run, layout, odiC_Sense::ResultMost) : odiC_Places::All(std::move(layout));
 }

@@ -43,6 +43,17 @@ odiC_SourcePointer MakeComplex(odiC_FieldReader reader, odiC_Places places, int 
   return std::make_unique<Complex<Make>>(std::move(reader), std::move(places), width, std::move(make));
 }
 
+class Restricted final : public odiC_Source {
+public:
+  Restricted(odiC_SourcePointer from, odiC_Places places)
+      : odiC_Source(std::move(places), from->NumComponents()), from_(std::move(from)) {}
+  void Read(int firstRow, std::span<double> values) override { from_->Read(firstRow, values); }
+  int SectionPointOf(int row) override { return from_->SectionPointOf(row); }
+
+private:
+  odiC_SourcePointer from_;
+};
+
 /// Whether two blocks hold values of the same places at different section points.
 bool AreOfOneSection(const odiC_LayoutBlock& a, const odiC_LayoutBlock& b) {
   return a.position == b.position && a.classIndex == b.classIndex && a.region == b.region
@@ -164,6 +175,10 @@ odiC_SourcePointer odiC_PeakOf(odiC_FieldReader reader, odiC_Places places, odiC
                      [peak](const auto& first, const auto& second, std::span<double> peaks) {
                        peak.Apply(first, second, peaks);
                      });
+}
+
+odiC_SourcePointer odiC_Restricted(odiC_SourcePointer from, odiC_Places places) {
+  return std::make_unique<Restricted>(std::move(from), std::move(places));
 }
 
 bool odiC_HasSeveralSectionPoints(const odiC_Places& places) {

@@ -10,6 +10,9 @@ odiC_SourcePointer odiC_AsStored(odiC_FieldReader reader, odiC_Places places);
 odiC_SourcePointer odiC_Shown(odiC_FieldReader reader, odiC_Places places, odiC_ComplexDisplay display);
 odiC_SourcePointer odiC_PeakOf(odiC_FieldReader reader, odiC_Places places, odiC_Peak peak);
 
+/// Some of the places of a source.
+odiC_SourcePointer odiC_Restricted(odiC_SourcePointer from, odiC_Places places);
+
 /// Of several section points of a place the value of largest absolute value, with its sign; of equal ones that of the
 /// point nearer to the bottom. One number a row.
 odiC_SourcePointer odiC_Envelope(const odiC_Run& run, odiC_SourcePointer from);

@@ -1,6 +1,7 @@
 #include <CoreGeometry/odiC_Values.h>
 
 #include "odiC_Stages.h"
+#include "odiC_Where.h"
 
 #include <CoreGeometry/bme_StoredSets.h>
 #include <CoreGeometry/dtu_6dofNodeDatumCsys.h>
@@ -211,41 +212,44 @@ odiC_Variable odiC_Values::Turned(const odiC_Variable& variable) const {
   return turned;
 }
 
+void odiC_Values::TurnByDatum(Stage& stage, const cow_String& name, bool isInto) const {
+  const odiC_Rotation rotation(stage.variable);
+  const auto width = static_cast<std::size_t>(stage.source->NumComponents());
+  stage.MapByPlace(
+      rotation.NumComponents(),
+      [run = run_, layout = stage.source->Places().SharedLayout(), rotation, isInto, width,
+       system = FindSystem(*run_, name)](int firstRow, std::span<const double> rows, std::span<double> made) {
+        const std::vector<float> points = PointsOf(*run, *layout, firstRow, rows.size() / width);
+        if (isInto)
+          rotation.IntoDatum(*system, points, rows, made);
+        else
+          rotation.FromDatum(*system, points, rows, made);
+      });
+  stage.variable = rotation.Result();
+}
+
+void odiC_Values::TurnToGlobal(Stage& stage, const odiC_When& when) const {
+  if (stage.variable.coordSystem == res_USER_SPECIFIED) return TurnByDatum(stage, stage.variable.axes, false);
+  if (stage.variable.coordSystem != res_LOCAL) return;
+  const odiC_Rotation rotation(stage.variable);
+  const auto width = static_cast<std::size_t>(stage.source->NumComponents());
+  std::vector<odiC_SourcePointer> both;
+  odiC_SourcePointer axes = Axes(stage.variable, when, stage.source->Places().SharedLayout());
+  both.push_back(std::move(stage.source));
+  both.push_back(std::move(axes));
+  stage.source = odiC_Combined(std::move(both), rotation.NumComponents(),
+                               [rotation, width](int, std::span<const double> all, std::span<double> made) {
+                                 const std::size_t values = all.size() / (width + 4) * width;
+                                 rotation.FromLocal(all.subspan(values), all.first(values), made);
+                               });
+  stage.variable = rotation.Result();
+}
+
 void odiC_Values::Turn(Stage& stage, const odiC_When& when) const {
   const odiC_Variable turned = Turned(stage.variable);
   if (turned.coordSystem == stage.variable.coordSystem && turned.axes == stage.variable.axes) return;
-  const odiC_Places::Layout layout = stage.source->Places().SharedLayout();
-  const auto datum = [&](const cow_String& name, bool isInto) {
-    const odiC_Rotation rotation(stage.variable);
-    stage.MapByPlace(
-        rotation.NumComponents(), [run = run_, layout, rotation, system = FindSystem(*run_, name), isInto,
-                                   width = static_cast<std::size_t>(stage.source->NumComponents())](
-                                      int firstRow, std::span<const double> rows, std::span<double> made) {
-          const std::vector<float> points = PointsOf(*run, *layout, firstRow, rows.size() / width);
-          if (isInto)
-            rotation.IntoDatum(*system, points, rows, made);
-          else
-            rotation.FromDatum(*system, points, rows, made);
-        });
-    stage.variable = rotation.Result();
-  };
-  if (stage.variable.coordSystem == res_LOCAL) {
-    const odiC_Rotation rotation(stage.variable);
-    const auto width = static_cast<std::size_t>(stage.source->NumComponents());
-    std::vector<odiC_SourcePointer> both;
-    odiC_SourcePointer axes = Axes(stage.variable, when, layout);
-    both.push_back(std::move(stage.source));
-    both.push_back(std::move(axes));
-    stage.source = odiC_Combined(std::move(both), rotation.NumComponents(),
-                                 [rotation, width](int, std::span<const double> all, std::span<double> made) {
-                                   const std::size_t values = all.size() / (width + 4) * width;
-                                   rotation.FromLocal(all.subspan(values), all.first(values), made);
-                                 });
-    stage.variable = rotation.Result();
-  } else if (stage.variable.coordSystem == res_USER_SPECIFIED) {
-    datum(stage.variable.axes, false);
-  }
-  if (turned.coordSystem == res_USER_SPECIFIED) datum(turned.axes, true);
+  TurnToGlobal(stage, when);
+  if (turned.coordSystem == res_USER_SPECIFIED) TurnByDatum(stage, turned.axes, true);
   stage.variable = turned;
 }
 
@@ -276,7 +280,7 @@ odiC_SourcePointer odiC_Values::Open(const odiC_When& when,
     Turn(stage, when);
     Choose(stage);
   } else {
-    Carry(stage);
+    Carry(stage, when);
   }
   const auto wanted = where_.SectionResults() ? where_.SectionResults() : section;
   if (wanted == res_USE_ENVELOPE && odiC_HasSeveralSectionPoints(stage.source->Places())) {
@@ -350,4 +354,49 @@ std::vector<std::pair<cow_String, cow_String>> odiC_Values::Choices() const {
   return choices;
 }
 
-void odiC_Values::Carry(Stage&) const { Fail("to be carried"); }
+void odiC_Values::Carry(Stage& stage, const odiC_When& when) const {
+  const odiC_What& what = where_.What();
+  const auto isNodal = [](const odiC_LayoutBlock& block) { return block.IsNodal(); };
+  if (std::ranges::all_of(stage.source->Layout().blocks, isNodal)) {
+    Turn(stage, when);
+    return Choose(stage);
+  }
+  const odiC_Variable turned = Turned(stage.variable);
+  const odiC_Order order = what.isPeak ? odiC_Order::AtPoints : toNodes_.order;
+  const bool isAveraged = to_ == odiC_CarriedTo::Nodes;
+  // an invariant that is taken element by element does not depend on the axes
+  const bool isOneNumber = what.invariant && (!isAveraged || order != odiC_Order::After);
+  if (!isOneNumber && what.system != res_LOCAL) TurnToGlobal(stage, when);
+  // axes that turn with the place are those of the nodes, not of the points
+  const bool turnsLater = turned.coordSystem == res_USER_SPECIFIED && !what.invariant;
+  bool isChosen = order == odiC_Order::AtPoints && isAveraged && what.invariant;
+  if (isChosen) Choose(stage);
+  const auto pointSet = [run = run_](int index) -> const odiC_PointSet& { return run->PointSet(index); };
+  odiC_Carrier carrier(run_->Mesh(), stage.source->Places(), pointSet,
+                       to_ == odiC_CarriedTo::Centroids ? shp_Target::Centroid : shp_Target::Nodes);
+  stage.source = odiC_Carried(std::move(stage.source), std::move(carrier));
+  if (!isChosen && (isOneNumber || (what.component && !turnsLater))) {
+    Choose(stage);
+    isChosen = true;
+  }
+  if (isAveraged) {
+    std::vector<odiC_ElementGroup> regions;
+    for (const cow_String& name : toNodes_.regions) {
+      const odiC_Entities chosen = odiC_EntitiesOfRegion(*run_, name);
+      if (!chosen.elements) Fail("\"" + name + "\" is no set of elements, which borders are");
+      regions.push_back({name, {chosen.elements->begin(), chosen.elements->end()}});
+    }
+    odiC_NodeAverage average(run_->Mesh(), stage.source->Places(), toNodes_, regions);
+    stage.source = odiC_Averaged(std::move(stage.source), std::move(average));
+  }
+  if (turnsLater) {
+    TurnByDatum(stage, turned.axes, true);
+    stage.variable = turned;
+  }
+  if (!isChosen) Choose(stage);
+  if (isAveraged && where_.ArePlacesNarrowed()) {
+    odiC_Places meant =
+        where_.NodesIn(*run_, stage.source->Places().SharedLayout()).And(stage.source->Places());
+    stage.source = odiC_Restricted(std::move(stage.source), std::move(meant));
+  }
+}

@@ -24,11 +24,28 @@ void AddEntities(odiC_Places& places, const odiC_LayoutBlock& block, std::span<c
       add(static_cast<int>(at - all.begin()));
 }
 
+/// What conditions on places of elements mean for the nodes of a result.
+odiC_Places AnyOrNone(const Layout& layout, odiC_Sense sense) {
+  return sense == odiC_Sense::ResultMost ? odiC_Places::All(layout) : odiC_Places(layout);
+}
+
+odiC_Sense Opposite(odiC_Sense sense) {
+  switch (sense) {
+  case odiC_Sense::Exact: return odiC_Sense::Exact;
+  case odiC_Sense::Most: return odiC_Sense::Least;
+  case odiC_Sense::Least: return odiC_Sense::Most;
+  case odiC_Sense::ResultMost: return odiC_Sense::ResultLeast;
+  case odiC_Sense::ResultLeast: return odiC_Sense::ResultMost;
+  }
+  return sense;
+}
+
 class Block final : public odiC_Where {
 public:
   explicit Block(std::function<bool(const odiC_Run&, const odiC_LayoutBlock&)> isMeant)
       : isMeant_(std::move(isMeant)) {}
-  odiC_Places In(const odiC_Run& run, const Layout& layout, odiC_Sense) const override {
+  odiC_Places In(const odiC_Run& run, const Layout& layout, odiC_Sense sense) const override {
+    if (odiC_IsOfResult(sense)) return AnyOrNone(layout, sense);
     odiC_Places places(layout);
     for (const odiC_LayoutBlock& block : layout->blocks)
       if (isMeant_(run, block)) places.Add(block.firstRow, block.NumRows());
@@ -100,6 +117,10 @@ public:
           AddFaces(places, block, *chosen.faces);
           continue;
         }
+        if (isOfNodes && odiC_IsOfResult(sense) && block.position == res_ELEMENT_NODAL) {
+          AddElementNodes(places, block, mesh, NodesOf(chosen));
+          continue;
+        }
         if (!elements) elements = ElementsOf(chosen, sense);
         AddEntities(places, block, InClass(mesh, block.classIndex, *elements));
       } else if (hasOwn) {
@@ -131,6 +152,16 @@ private:
       positions.push_back(static_cast<int>(*at - first));
     return positions;
   }
+  static void AddElementNodes(odiC_Places& places, const odiC_LayoutBlock& block, const bme_Mesh& mesh,
+                              const bme_FEMNodeList& nodes) {
+    const bme_ElementClass& type = mesh.ElementData().GetClass(static_cast<unsigned>(block.classIndex));
+    for (int at = 0; at < block.numEntities; ++at) {
+      const std::span<const int> own = type.Connectivity(block.Entity(at));
+      for (int k = 0; k < block.valuesPerEntity; ++k)
+        if (nodes.Contains(static_cast<unsigned>(own[static_cast<std::size_t>(k)])))
+          places.Add(block.firstRow + at * block.valuesPerEntity + k, 1);
+    }
+  }
   /// Rows of the facets that the list has; of lines and edges nothing.
   static void AddFaces(odiC_Places& places, const odiC_LayoutBlock& block, const bme_FEMFaceList& faces) {
     const bme_ElementClass& type =
@@ -151,7 +182,8 @@ private:
 class Points final : public odiC_Where {
 public:
   explicit Points(std::vector<int> points) : points_(std::move(points)) { std::ranges::sort(points_); }
-  odiC_Places In(const odiC_Run&, const Layout& layout, odiC_Sense) const override {
+  odiC_Places In(const odiC_Run&, const Layout& layout, odiC_Sense sense) const override {
+    if (odiC_IsOfResult(sense)) return AnyOrNone(layout, sense);
     odiC_Places places(layout);
     for (const odiC_LayoutBlock& block : layout->blocks) {
       if (block.position != res_INTEGRATION_POINT && block.position != res_ELEMENT_NODAL) continue;
@@ -176,11 +208,7 @@ public:
     switch (junction_) {
     case odiC_Junction::And: return a.And(b_->In(run, layout, sense));
     case odiC_Junction::Or: return a.Or(b_->In(run, layout, sense));
-    default:
-      return a.Without(b_->In(run, layout,
-                              sense == odiC_Sense::Most    ? odiC_Sense::Least
-                              : sense == odiC_Sense::Least ? odiC_Sense::Most
-                                                           : sense));
+    default: return a.Without(b_->In(run, layout, Opposite(sense)));
     }
   }
 

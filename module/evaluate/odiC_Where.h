@@ -8,13 +8,20 @@
 #include <CoreGeometry/odiC_Selection.h>
 #include <functional>
 
-/// What is taken when a value is made of several places, such as a mean at a node. The element around a chosen node
-/// then contributes, though not all its nodes are chosen: the nodes are chosen among the means.
+/// What a condition means when values at nodes are made of those of elements around them.
 enum class odiC_Sense {
   Exact, ///< the places that are meant
-  Most,  ///< all that may contribute to them
-  Least  ///< those that are meant for certain
+  /// Elements that may contribute to the nodes that are meant: all around a chosen node, though not all their nodes are
+  /// chosen. Least: those that contribute for certain, which is what may be taken away from others.
+  Most,
+  Least,
+  /// Nodes of the result: positions, points and section points were those of the elements. Least as before.
+  ResultMost,
+  ResultLeast
 };
+constexpr bool odiC_IsOfResult(odiC_Sense sense) noexcept {
+  return sense == odiC_Sense::ResultMost || sense == odiC_Sense::ResultLeast;
+}
 
 class odiC_Where {
 public:
@@ -31,6 +38,8 @@ struct odiC_Entities {
   std::optional<bme_FEMFaceList> faces = {};
   cow_String region = {}; ///< the set that they are of
 };
+
+odiC_Entities odiC_EntitiesOfRegion(const odiC_Run& run, const cow_String& name);
 
 odiC_WherePointer odiC_WhereBlock(std::function<bool(const odiC_Run&, const odiC_LayoutBlock&)> isMeant);
 odiC_WherePointer odiC_WhereClasses(std::function<bool(const odiC_Run&, int classIndex)> isMeant);

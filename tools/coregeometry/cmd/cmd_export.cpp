@@ -5,16 +5,19 @@
 #include "cli_Ledger.h"
 #include "cli_Output.h"
 #include "cli_Regions.h"
+#include "cli_Values.h"
 #include <CoreGeometry/fmt_Format.h>
 
+#include <BasicUtils/cls_ReadView.h>
 #include <iostream>
+#include <optional>
 
 namespace {
 struct Arguments {
   std::string file, name;
   cli_OutputArguments output;
-  std::string wedges, encoding, surface;
-  bool json = false;
+  std::string wedges, encoding, surface, run;
+  bool json = false, noResults = false, asCells = false, separate = false;
 };
 
 exo_VtkWedges WedgesOf(const Arguments& arguments) {
@@ -46,6 +49,23 @@ void AddDatums(fmt_Ledger& ledger, const std::vector<cli_Datum>& datums) {
   ledger.push_back(entry);
 }
 
+/// The run that is asked for, or the only one of the mesh.
+std::optional<odiC_Run> RunOf(const Arguments& arguments, const fmt_Format& format, const cls_Database& model,
+                              const cow_String& root, fmt_Ledger& ledger) {
+  const std::vector<cow_String> runs = odiC_Run::RootsOf(model, root);
+  if (!arguments.run.empty() && !format.writesResults)
+    throw cli_UsageError("--run " + arguments.run + ": " + std::string(format.title)
+                         + " has no place for results");
+  if (arguments.noResults || runs.empty()) return std::nullopt;
+  if (!arguments.run.empty() || (runs.size() == 1 && format.writesResults))
+    return cli_OpenRun(model, root, arguments.run);
+  cow_String names;
+  for (const cow_String& run : runs) names += (names.empty() ? "" : ", ") + run;
+  ledger.push_back({"runs of results", static_cast<long long>(runs.size()),
+                    names + (format.writesResults ? "; choose one with --run" : "")});
+  return std::nullopt;
+}
+
 void Run(const Arguments& arguments) {
   const fmt_Format& format = fmt_Find(Formats()[cli_ChooseFormat(arguments.output, Formats())].name);
   cli_Console console;
@@ -62,7 +82,15 @@ void Run(const Arguments& arguments) {
   options.wedges = WedgesOf(arguments);
   options.surface = arguments.surface;
   options.notes = notes.Get();
+  fmt_Ledger results;
+  const std::optional<odiC_Run> run = RunOf(arguments, format, model, root, results);
+  if (run) options.run = &*run;
+  options.fields = arguments.asCells    ? fmt_FieldPlace::Cells
+                   : arguments.separate ? fmt_FieldPlace::Separate
+                                        : fmt_FieldPlace::Nodes;
+  options.force = arguments.output.force;
   fmt_Ledger ledger = fmt_WriteMesh(output, format, *mesh, sets, options);
+  ledger.insert(ledger.end(), results.begin(), results.end());
   AddDatums(ledger, cli_Datums(model, root));
   console.End();
   if (arguments.json) {
@@ -98,6 +126,16 @@ void cli_AddExport(CLI::App& app) {
   command->add_option(
       "--surface", arguments->surface,
       "Set to write to a file of surfaces (STL, OBJ, PLY, glb), instead of the whole outside");
+  const auto run =
+      command->add_option("--run", arguments->run, "Run of results to write, when there are several");
+  command->add_flag("--no-results", arguments->noResults, "Write the mesh alone")->excludes(run);
+  const auto asCells =
+      command->add_flag("--as-cells", arguments->asCells,
+                        "VTU: values at integration points as means of elements, not at nodes");
+  command
+      ->add_flag("--separate", arguments->separate,
+                 "VTU: every element has points of its own, so that values jump between them")
+      ->excludes(asCells);
   command
       ->add_option("--encoding", arguments->encoding,
                    "Form of the numbers, of formats that have a choice: binary, also by default, compressed "
@@ -106,11 +144,13 @@ void cli_AddExport(CLI::App& app) {
   command->footer(
       "Labels and sets go along, and what the file cannot hold is listed at the end. An Exodus II file\n"
       "becomes the same mesh when it is imported again, except for what is listed. A VTU file has labels\n"
-      "and classes as arrays, and sets of nodes and elements as arrays of 0 and 1.\n"
+      "and classes as arrays, and sets of nodes and elements as arrays of 0 and 1. Results go along into\n"
+      "Exodus II files, into a PVD file with a VTU file for each frame, and the last frame into a VTU file.\n"
       "\n"
       "Examples:\n"
       "  coregeometry export bracket.cgdb -o bracket.exo\n"
       "  coregeometry export bracket.cgdb -o bracket.vtu\n"
+      "  coregeometry export bracket.cgdb -o bracket.pvd --separate\n"
       "  coregeometry export bracket.cgdb -o bracket.glb");
   command->callback([arguments] { Run(*arguments); });
 }
