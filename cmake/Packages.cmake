@@ -21,6 +21,9 @@ macro(cg_package component)
   set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${ARG_SECTION})
   set(CPACK_DEBIAN_${upper}_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION_SUMMARY}: ${ARG_SUMMARY}")
   set(CPACK_COMPONENT_${upper}_DEPENDS ${ARG_DEPENDS})
+  # of a package alone, not of an ordinary installation
+  install(FILES ${PROJECT_SOURCE_DIR}/cmake/copyright DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${ARG_NAME}
+    COMPONENT ${component} EXCLUDE_FROM_ALL)
 endmacro()
 set(CPACK_COMPONENTS_ALL "")
 cg_package(Library NAME libcoregeometry${CG_SOVERSION} SECTION libs SUMMARY "libraries of the model and its database")

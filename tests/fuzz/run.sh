@@ -27,6 +27,6 @@ for target in "${targets[@]}"; do
   for bad in tests/files/bad_"${target%_fuzz}"/*; do [ -e "$bad" ] && cp "$bad" "$seeds"; done
   echo "$corpus $seeds $target"
 done | ASAN_OPTIONS=detect_leaks=0 xargs -P "$(nproc)" -L 1 bash -c '
-  build/fuzz/tests/fuzz/"$2" "$0" "$1" -max_total_time='"$seconds"' -seed=${FUZZ_SEED:-1} -timeout=20 -rss_limit_mb=2048 -malloc_limit_mb=256 -max_len=65536 \
+  build/fuzz/tests/fuzz/"$2" "$0" "$1" -max_total_time='"$seconds"' -seed=${FUZZ_SEED:-1} -timeout=60 -rss_limit_mb=2048 -malloc_limit_mb=256 -max_len=65536 \
     -artifact_prefix='"$found"'/"$2"- -print_final_stats=1 -print_funcs=0 -verbosity=0 2>&1 | grep -E "ERROR|SUMMARY|stat::|^ *#[0-9]|terminate|what" \
     | sed "s/^/$2: /"; exit "${PIPESTATUS[0]}"'
