@@ -27,6 +27,7 @@ public:
 
   /// Whether neighbours share the values at their nodes.
   bool IsOfNodes() const noexcept { return place_ == pic_Values::Place::Nodes; }
+  bool IsOfElements() const noexcept { return place_ == pic_Values::Place::Elements; }
   /// One value for each node of the face or line in its order, or one for all of them.
   std::span<const double> OfFace(std::size_t i) const { return Row(i); }
   std::span<const double> OfLine(std::size_t i) const { return Row(numFaces_ + i); }

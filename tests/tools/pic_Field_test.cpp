@@ -5,6 +5,7 @@
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_MeshBuilder.h>
 #include <CoreGeometry/pic_Animation.h>
+#include <CoreGeometry/pic_Page.h>
 #include <CoreGeometry/pic_Scene.h>
 #include <cmath>
 #include <filesystem>
@@ -312,4 +313,41 @@ TEST_F(Fields, AnimatedPicturesAreReadBackAndPinned) {
   uti_OutputFile other((folder / "b.png").string());
   for (const double rate : {0.0, -1.0, 0.05, 1001.0, kNaN})
     EXPECT_NE(ThrownBy([&] { pic_Animation(other, 2, rate); }).find("0.1 to 1000"), cow_String::npos) << rate;
+}
+
+TEST_F(Fields, PagesAreOneFileWithAllThatIsShown) {
+  const Plate two({.type = "S4R", .connectivity = {0, 1, 4, 5, 1, 2, 3, 4}},
+                  {{-1, -1}, {0, -1}, {1, -1}, {1, 1}, {0, 1}, {-1, 1}});
+  const std::string file = testing::TempDir() + "page.html";
+  uti_OutputFile output(file, {.force = true});
+  if (!pic_Page::IsBuilt()) {
+    EXPECT_NE(ThrownBy([&] { pic_Page(output, two.mesh, two.outside); }).find("without three.js"),
+              cow_String::npos);
+    return;
+  }
+  pic_Page page(output, two.mesh, two.outside);
+  const std::vector<double> corners{1, 2, 3, 4, 5, 6, 7, kNaN}, moved(18, 0.5);
+  const pic_Field field(two.mesh, two.outside, {pic_Values::Place::ElementNodes, {}, {corners}});
+  bme_Outside sets;
+  sets.groups = {"</script>\\\n\xC3\xA9"};
+  sets.faces = {two.outside.faces[1]};
+  page.AddSets(sets, 0, true);
+  page.AddFrame("0.5", &field, moved);
+  EXPECT_NE(ThrownBy([&] { page.AddFrame("1", &field, corners); }).find("three numbers"), cow_String::npos);
+  EXPECT_THROW(page.AddSets({}, 0, true), nex_AssertionException);
+  page.End({.title = "T"});
+  std::ifstream in(file, std::ios::binary);
+  const std::string text(std::istreambuf_iterator<char>(in), {});
+  const auto holds = [&](const std::string& part) { return text.find(part) != std::string::npos; };
+  // 1 to 6 as integers; 1 to 7 and no number in single precision, by another program
+  EXPECT_TRUE(holds("data-kind=\"i\" id=\"nodeLabels\">AQAAAAIAAAAFAAAABgAAAAMAAAAEAAAA</script>"));
+  EXPECT_TRUE(
+      holds("data-kind=\"f\" id=\"f0.values\">AACAPwAAAEAAAEBAAACAQAAAoEAAAMBAAADgQAAAwH8=</script>"));
+  EXPECT_TRUE(holds("data-kind=\"u\" id=\"sets.nodes\">AQAAAAQAAAAFAAAAAgAAAA==</script>"));
+  EXPECT_TRUE(holds("\"name\":\"\\u003c/script>\\u005c\\u000a\xC3\xA9\""));
+  EXPECT_TRUE(holds("\"low\":1,\"high\":7,")) << "of the values in it";
+  EXPECT_TRUE(holds("Permission is hereby granted"));
+  for (const char* mark :
+       {"@LICENCE@", "@THREE@", "@CONTROLS@", "@DATA@", "@VIEWER@", "<script src", "<link"})
+    EXPECT_FALSE(holds(mark)) << mark;
 }

@@ -168,6 +168,7 @@ TEST_F(Views, OutputsAreRefusedForWhatTheyWouldDestroyOrCannotBe) {
       {"export", {"-o", folder_ / "hex.doc"}, 2, "; or give --format"},
       {"skin", {"-o", folder_ / "hex.vtu"}, 2, ".exo, .e or .g; or give --format"},
       {"render", {"-o", folder_ / "hex.jpg"}, 2, ".png; or give --format"},
+      {"view", {"-o", folder_ / "hex.png"}, 2, ".html or .htm; or give --format"},
       {"render", {"-o", ""}, 2, "is empty"},
       {"render", {"-o", folder_ / "%04d.png"}, 2, "one file is written"},
       {"export", {"-o", "-"}, 2, "needs --format"},

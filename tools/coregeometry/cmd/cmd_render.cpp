@@ -4,6 +4,7 @@
 #include "cli_Datums.h"
 #include "cli_Output.h"
 #include "cli_Regions.h"
+#include "cli_Scene.h"
 #include "cli_Words.h"
 #include <CoreGeometry/pic_Scene.h>
 
@@ -32,13 +33,7 @@ pic_View ViewOf(const Arguments& arguments) {
   view.background = arguments.background == "white"         ? pic_Background::White
                     : arguments.background == "transparent" ? pic_Background::Transparent
                                                             : pic_Background::Shaded;
-  if (arguments.direction) {
-    view.direction = *arguments.direction;
-    double square = 0;
-    for (const double part : view.direction) square += part * part;
-    if (!(square > 0 && square < 1e300))
-      throw cli_UsageError("--view is the direction to the viewer, not 0,0,0 or beyond all numbers");
-  }
+  view.direction = cli_DirectionOf(arguments.direction, view.direction);
   if (arguments.size.empty()) return view;
   constexpr int kLeast = 16, kMost = 4096;
   const char *text = arguments.size.data(), *end = text + arguments.size.size();
@@ -58,29 +53,25 @@ void Run(const Arguments& arguments) {
   uti_OutputFile output = cli_OpenOutput(arguments.output, Formats(), {arguments.file});
   console.Begin("reading " + arguments.file);
   const cls_Database model = cli_OpenModel(arguments.file);
-  const cow_String root = cli_ChooseMesh(model, arguments.name);
-  const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
+  const cli_Scene scene = cli_ReadScene(model, arguments.name);
+  const cow_String& root = scene.root;
   console.Begin("drawing " + root);
   if (!arguments.plain)
     view.title = arguments.title.empty() ? root.substr(root.rfind('/') + 1) : cow_String(arguments.title);
   const std::vector<bme_NamedSet> sets =
       arguments.sets.empty() ? std::vector<bme_NamedSet>() : bme_SetsOfMesh(model, root);
-  // drawn in the axes of placed space, around the local origin: single precision is fine there
-  const bme_Placement placement(*mesh);
-  bme_Mesh turned = *mesh;
-  if (placement.IsTurned()) turned.ApplyTransform(placement.Turn());
-  const bme_Outside outside = bme_FindOutside(turned, sets, arguments.sets, arguments.file + ", " + root);
+  const bme_Outside outside = bme_FindOutside(scene.mesh, sets, arguments.sets, arguments.file + ", " + root);
   const std::vector<cli_Datum> datums = arguments.datums ? cli_Datums(model, root) : std::vector<cli_Datum>();
   std::vector<const dtu_Datum*> drawn;
   drawn.reserve(datums.size());
-  gsl_Matrix toPicture = placement.ToLocal();
-  toPicture.Concatenate(placement.Turn());
+  gsl_Matrix toPicture = scene.placement.ToLocal();
+  toPicture.Concatenate(scene.placement.Turn());
   std::vector<std::unique_ptr<dtu_Datum>> moved;
   for (const cli_Datum& one : datums) {
     moved.emplace_back(one.datum->Copy())->TransformData(toPicture);
     drawn.push_back(moved.back().get());
   }
-  pic_Draw(outside, turned.NodeData().Coordinates().Const(), view, drawn).WritePng(output);
+  pic_Draw(outside, scene.mesh.NodeData().Coordinates().Const(), view, drawn).WritePng(output);
   console.End();
 
   std::vector<long long> faces(outside.groups.size()), lines(outside.groups.size()),
@@ -114,11 +105,7 @@ void Run(const Arguments& arguments) {
   }
   if (arguments.datums && datums.empty() && !arguments.json)
     cli_Report() << "  no datums: the model holds none of this mesh\n";
-  if (outside.notFinite > 0 && !arguments.json)
-    cli_Report() << "Left out: " << outside.notFinite
-                 << " faces, lines and nodes without finite coordinates\n";
-  if (outside.withoutShape > 0 && !arguments.json)
-    cli_Report() << "Left out: " << outside.withoutShape << " elements of types without a shape\n";
+  if (!arguments.json) cli_ReportLeftOut(outside);
   if (arguments.json)
     cli_PrintJson({{"file", arguments.file},
                    {"mesh", root},
