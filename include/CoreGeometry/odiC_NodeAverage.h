@@ -22,6 +22,7 @@ struct odiC_ToNodes {
   double threshold =
       100; ///< percent of the range of a group, above which every element keeps its own value at a node
   odiC_Order order = odiC_Order::Before;
+  bool isPerElement = false; ///< the result is at the nodes of each element, which has the mean of its group there
 };
 
 /// Carries rows of elements to the nodes, faces or centroids of each element: from integration points by the weights of
@@ -69,7 +70,8 @@ struct odiC_ElementGroup {
 /// chains over common edges across which the normals turn by no more than the angle of the options.
 ///
 /// Layout     a block of nodes for each group, named by its region when there are several; a node with several chains of
-///            one group stands in further blocks. With a threshold below 100: the element nodes of all blocks.
+///            one group stands in further blocks. With a threshold below 100, or per element: the element nodes of all
+///            blocks.
 /// Empty      what is not a number is left out and counted; a node with nothing else has not a number.
 /// Range      of the threshold: a node is averaged when 100 (max - min there) <= threshold (max - min of the group),
 ///            by component.

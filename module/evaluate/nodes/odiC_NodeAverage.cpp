@@ -28,7 +28,7 @@ struct odiC_NodeAverage::Impl {
        std::span<const odiC_ElementGroup> regions)
       : options(toNodes), groups(mesh, places, toNodes, regions), source(places.SharedLayout()),
         result(source) {
-    if (options.threshold < 100)
+    if (KeepsElements())
       KeepElementNodes(places);
     else
       MakeNodeBlocks();
@@ -41,8 +41,9 @@ struct odiC_NodeAverage::Impl {
 
   void MakeNodeBlocks();
   void KeepElementNodes(const odiC_Places& places);
-  Sums& SumsOf(int group) { return sums[options.threshold < 100 ? At(group) : 0]; }
-  const Sums& SumsOf(int group) const { return sums[options.threshold < 100 ? At(group) : 0]; }
+  bool KeepsElements() const noexcept { return options.threshold < 100 || options.isPerElement; }
+  Sums& SumsOf(int group) { return sums[KeepsElements() ? At(group) : 0]; }
+  const Sums& SumsOf(int group) const { return sums[KeepsElements() ? At(group) : 0]; }
   std::size_t NumTargets(const odiC_NodeGroup& group) const {
     const auto numFurther =
         static_cast<std::size_t>(std::ranges::count_if(group.levels, [](int level) { return level > 0; }));
@@ -220,7 +221,7 @@ std::span<const int> odiC_NodeAverage::BlocksOf(int group) const {
 }
 
 void odiC_NodeAverage::Begin(int group, int numComponents) {
-  const bool keeps = impl_->options.threshold < 100;
+  const bool keeps = impl_->KeepsElements();
   impl_->group = keeps ? -1 : group;
   impl_->width = At(numComponents);
   impl_->numNotNumbers = 0;
