@@ -9,10 +9,33 @@
 #include <exodusII.h>
 #include <limits>
 #include <map>
-#include <numeric>
+#include <optional>
 #include <set>
 
 namespace {
+/// What narrowing changes, over all fields.
+struct Counts {
+  long long numRounded = 0, numNotNumbers = 0;
+  double largestRounding = 0; ///< relative
+
+  /// Answers whether all finite numbers stay finite.
+  template<class T> bool Add(std::span<const double> values) {
+    constexpr double kLeast = std::numeric_limits<T>::min(); // smaller numbers have fewer digits
+    long long rounded = 0, none = 0;
+    for (const double value : values) {
+      const double magnitude = std::max(kLeast, std::abs(value)),
+                   change = std::abs(static_cast<double>(static_cast<T>(value)) - value);
+      none += value != value;
+      rounded += change > 0;
+      // a division for the few that are larger than all before
+      if (change > largestRounding * magnitude) largestRounding = change / magnitude;
+    }
+    numRounded += rounded;
+    numNotNumbers += none;
+    return largestRounding <= 1;
+  }
+};
+
 class Reader {
 public:
   Reader(const cow_String& fileName, const fmt_Import& import, odiC_RunWriter* run,
@@ -32,9 +55,9 @@ public:
       Declare();
       Carry();
     }
-    Note("numbers rounded to single precision", numRounded_,
-         "largest relative change " + Short(largestRounding_));
-    Note("numbers that are none", numNotNumbers_, {});
+    Note("numbers rounded to single precision", counts_.numRounded,
+         "largest relative change " + Short(counts_.largestRounding));
+    Note("numbers that are none", counts_.numNotNumbers, {});
     return std::move(summary_);
   }
 
@@ -155,49 +178,45 @@ private:
     run_->Commit();
   }
 
-  /// Rows of one part of a field: the scalars of a slice of entities side by side.
+  /// Answers the bytes that wait for the pass.
   std::size_t PutField(const exo_PlannedVariable& planned, int frame) {
+    if (!options_.isDouble) {
+      const Counts before = counts_;
+      if (auto values = ReadField<float>(planned, frame)) return Put(planned, std::move(*values));
+      counts_ = before; // a number that overflows: the field again, in double precision
+    }
+    return Put(planned, std::move(*ReadField<double>(planned, frame)));
+  }
+
+  template<class T> std::size_t Put(const exo_PlannedVariable& planned, cow_ArrayCOW<T> values) {
+    const std::size_t bytes = values.Size() * sizeof(T);
+    run_->PutField(planned.index, planned.layout, std::move(values));
+    return bytes;
+  }
+
+  /// A field in the order of its layout; nothing when a finite number becomes infinite.
+  template<class T> std::optional<cow_ArrayCOW<T>> ReadField(const exo_PlannedVariable& planned, int frame) {
     const auto width = static_cast<std::size_t>(planned.variable.NumComponents());
     const std::size_t pairs = planned.variable.IsComplex() ? 2 : 1;
     std::size_t rows = 0;
     for (const exo_Source& source : planned.sources) rows += static_cast<std::size_t>(source.block.NumRows());
-    cow_ArrayCOW<double> values;
+    cow_ArrayCOW<T> values;
     values.ResizeUninitialised(rows * width * pairs);
-    const std::span<double> all = values.Modify();
+    const std::span<T> all = values.Modify();
     std::size_t firstRow = 0;
     for (const exo_Source& source : planned.sources) {
-      ReadSource(planned.variable.name, source, frame, width, pairs, all, firstRow, rows);
+      if (!ReadSource(planned.variable.name, source, frame, width, pairs, all, firstRow, rows))
+        return std::nullopt;
       firstRow += static_cast<std::size_t>(source.block.NumRows());
     }
-    for (const double value : all) numNotNumbers_ += std::isnan(value);
-    if (options_.isDouble || !FitsSingle(all)) {
-      run_->PutField(planned.index, planned.layout, std::move(values));
-      return rows * width * pairs * sizeof(double);
-    }
-    cow_ArrayCOW<float> narrow;
-    narrow.ResizeUninitialised(all.size());
-    const std::span<float> target = narrow.Modify();
-    for (std::size_t i = 0; i < all.size(); ++i) {
-      target[i] = static_cast<float>(all[i]);
-      const double change = std::abs(static_cast<double>(target[i]) - all[i]);
-      if (!(change > 0)) continue;
-      ++numRounded_;
-      constexpr double kLeast = std::numeric_limits<float>::min(); // smaller numbers have fewer digits
-      largestRounding_ = std::max(largestRounding_, change / std::max(kLeast, std::abs(all[i])));
-    }
-    run_->PutField(planned.index, planned.layout, std::move(narrow));
-    return all.size() * sizeof(float);
+    return values;
   }
 
-  static bool FitsSingle(std::span<const double> values) {
-    return std::ranges::none_of(values, [](double value) {
-      return std::isfinite(value) && std::abs(value) > static_cast<double>(std::numeric_limits<float>::max());
-    });
-  }
-
-  void ReadSource(const cow_String& name, const exo_Source& source, int frame, std::size_t width,
-                  std::size_t pairs, std::span<double> all, std::size_t firstRow, std::size_t numRows) {
-    constexpr std::int64_t kSlice = 32768;
+  /// The scalars of one part of a field, by slices of entities.
+  template<class T>
+  bool ReadSource(const cow_String& name, const exo_Source& source, int frame, std::size_t width,
+                  std::size_t pairs, std::span<T> all, std::size_t firstRow, std::size_t numRows) {
+    constexpr std::int64_t kSlice = 8192;
     const auto points = static_cast<std::size_t>(source.block.valuesPerEntity);
     std::vector<std::int64_t> place; // ours of each entity of the file, -1 when it has none
     if (!source.order.empty()) {
@@ -214,14 +233,28 @@ private:
               name + ", time step " + std::to_string(frame));
         const std::size_t component = s % width, pair = s / width % pairs;
         const std::size_t point = PointOf(s / width / pairs, points);
-        double* const target = all.data() + (pair * numRows + firstRow + point) * width + component;
-        for (std::int64_t i = 0; i < count; ++i) {
-          const std::int64_t entity = place.empty() ? first + i : place[static_cast<std::size_t>(first + i)];
-          if (entity >= 0)
-            target[static_cast<std::size_t>(entity) * points * width] = buffer_[static_cast<std::size_t>(i)];
+        T* const target = all.data() + (pair * numRows + firstRow + point) * width + component;
+        std::size_t kept = buffer_.size();
+        if (!place.empty()) { // those that we have, with their places beside them
+          kept = 0;
+          places_.resize(buffer_.size());
+          for (std::size_t i = 0; i < buffer_.size(); ++i) {
+            const std::int64_t entity = place[static_cast<std::size_t>(first) + i];
+            if (entity < 0) continue;
+            buffer_[kept] = buffer_[i];
+            places_[kept++] = static_cast<std::size_t>(entity);
+          }
         }
+        const std::span<const double> values(buffer_.data(), kept);
+        if (!counts_.template Add<T>(values)) return false;
+        T* const start = target + static_cast<std::size_t>(first) * points * width;
+        for (std::size_t i = 0; place.empty() && i < kept; ++i)
+          start[i * points * width] = static_cast<T>(values[i]);
+        for (std::size_t i = 0; !place.empty() && i < kept; ++i)
+          target[places_[i] * points * width] = static_cast<T>(values[i]);
       }
     }
+    return true;
   }
 
   /// Ours of a point of the file.
@@ -269,8 +302,8 @@ private:
   std::vector<double> times_;
   std::vector<exo_PlannedVariable> planned_;
   std::vector<double> buffer_;
-  long long numRounded_ = 0, numNotNumbers_ = 0;
-  double largestRounding_ = 0;
+  std::vector<std::size_t> places_;
+  Counts counts_;
   fmt_ResultsSummary summary_;
 };
 } // namespace

@@ -48,3 +48,7 @@ private:
   std::ofstream out_;
   cow_String buffer_;
 };
+
+/// What XML and JSON can hold of a text: a space for each control character, a question mark for each byte that is not
+/// UTF-8 (RFC 3629).
+cow_String fmt_PlainText(const cow_String& text);

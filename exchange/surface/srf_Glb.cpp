@@ -10,37 +10,11 @@ constexpr double kColours[][3] = {{0.45, 0.60, 0.80}, {0.90, 0.60, 0.25}, {0.40,
                                   {0.85, 0.75, 0.35}, {0.65, 0.45, 0.70}, {0.80, 0.40, 0.35},
                                   {0.35, 0.70, 0.75}, {0.60, 0.60, 0.60}};
 
-/// Whether the bytes are UTF-8 (RFC 3629).
-bool IsUtf8(std::string_view text) {
-  for (std::size_t i = 0; i < text.size();) {
-    const auto lead = static_cast<unsigned char>(text[i]);
-    const std::size_t more = lead < 0x80                   ? 0
-                             : lead >= 0xC2 && lead < 0xE0 ? 1
-                             : lead >= 0xE0 && lead < 0xF0 ? 2
-                             : lead >= 0xF0 && lead < 0xF5 ? 3
-                                                           : 4;
-    if (more == 4 || i + more >= text.size()) return false;
-    for (std::size_t k = 1; k <= more; ++k) {
-      const auto byte = static_cast<unsigned char>(text[i + k]);
-      const unsigned least = k > 1 ? 0x80 : lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
-      const unsigned most = k > 1 ? 0xBF : lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
-      if (byte < least || byte > most) return false;
-    }
-    i += more + 1;
-  }
-  return true;
-}
-
 cow_String JsonText(const cow_String& text) {
-  const bool isUtf8 = IsUtf8(text);
   cow_String quoted = "\"";
-  for (const char c : text) {
-    if (c == '"' || c == '\\')
-      quoted += cow_String("\\") + c;
-    else
-      quoted += static_cast<unsigned char>(c) < ' '                ? ' '
-                : (static_cast<unsigned char>(c) < 0x80 || isUtf8) ? c
-                                                                   : '?';
+  for (const char c : fmt_PlainText(text)) {
+    if (c == '"' || c == '\\') quoted += '\\';
+    quoted += c;
   }
   return quoted + '"';
 }

@@ -1,5 +1,6 @@
 #include <CoreGeometry/vtu_Write.h>
 
+#include "fmt_Output.h"
 #include "vtu_Document.h"
 #include "vtu_Fields.h"
 #include <CoreGeometry/bme_Placement.h>
@@ -19,39 +20,6 @@
 namespace {
 constexpr std::size_t kSlice = std::size_t{1} << 16; ///< numbers that are made at a time
 
-/// Length of the UTF-8 character at a position, 0 when there is none.
-std::size_t CharacterLength(const cow_String& text, std::size_t at) {
-  const auto byte = [&](std::size_t k) {
-    return at + k < text.size() ? unsigned{static_cast<unsigned char>(text[at + k])} : 0U;
-  };
-  constexpr unsigned kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-  const unsigned lead = byte(0);
-  if (lead < 0x80) return 1;
-  const std::size_t length = lead >= 0xF8 ? 0 : lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 0;
-  unsigned value = lead & 0x7FU >> length;
-  for (std::size_t k = 1; k < length; ++k) {
-    if ((byte(k) & 0xC0U) != 0x80) return 0;
-    value = value << 6U | (byte(k) & 0x3FU);
-  }
-  const bool isSurrogate = value >> 11U == 0x1B;
-  return value < kLeast[length] || value > 0x10FFFF || isSurrogate ? 0 : length;
-}
-
-/// What XML can hold of a text: a space for each control character, a question mark for each byte that is not
-/// UTF-8.
-cow_String ForXml(const cow_String& text) {
-  cow_String clean;
-  for (std::size_t at = 0; at < text.size();) {
-    const std::size_t length = CharacterLength(text, at);
-    if (length == 1)
-      clean += static_cast<unsigned char>(text[at]) < ' ' ? ' ' : text[at];
-    else
-      clean += length == 0 ? cow_String("?") : text.substr(at, length);
-    at += std::max<std::size_t>(1, length);
-  }
-  return clean;
-}
-
 /// The items of one kind in a set, which become an array.
 struct Marks {
   const bme_NamedSet* set;
@@ -67,7 +35,7 @@ std::vector<Marks> FindMarks(std::span<const bme_NamedSet> sets, int meshId) {
       for (int i = 0; i < set.data.NumSubset(); ++i)
         if (const rgnC_SubsetData& subset = set.data.SubSet(i);
             subset.SubsetType() == kind && subset.MeshIndex() == meshId) {
-          all.push_back({&set, kind, ForXml(set.name)});
+          all.push_back({&set, kind, fmt_PlainText(set.name)});
           break;
         }
   std::set<cow_String> taken = {"",      "Points",    "connectivity", "offsets",

@@ -13,7 +13,7 @@ struct fmt_ResultsOptions {
   fmt_GroupRules rules{};
   std::vector<int> pointOrder{}; ///< position, from 1, in the file of each of our integration points
   bool isCount = false;          ///< only frames are counted: nothing is planned or carried
-  std::size_t passBytes = std::size_t{256} << 20; ///< committed at once, at most 20 frames
+  std::size_t passBytes = std::size_t{32} << 20; ///< in memory until they are committed, at most 20 frames
 };
 
 /// A variable as it is carried, for a look before it is done.

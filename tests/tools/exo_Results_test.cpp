@@ -6,12 +6,16 @@
 #include <BasicUtils/cls_Check.h>
 #include <BasicUtils/cls_Dump.h>
 #include <BasicUtils/cls_WritePass.h>
+#include <BasicUtils/thr_ThreadSingleton.h>
+#include <BasicUtils/wip_WIP.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/fmt_Format.h>
 #include <CoreGeometry/odiC_Run.h>
 #include <exodusII.h>
 #include <gtest/gtest.h>
 #include <iostream>
+#include <malloc.h>
+#include <numeric>
 #include <sstream>
 #include <sys/wait.h>
 
@@ -295,6 +299,48 @@ TEST_F(ExodusResults, KilledBeforeAnyWriteARunEndsWithAWholeFrameAndIsGoneOnWith
   }
   std::cout << "  " << numKills << " kills\n";
   EXPECT_EQ(seen, (std::set<int>{0, 1, 2, 3}));
+}
+
+/// The most memory of the C library's heap that was in use when the work looked for a wish to stop.
+struct MemoryWatch : wip_WIPBase {
+  static std::size_t InUse() {
+    const struct mallinfo2 info = mallinfo2();
+    return info.uordblks + info.hblkhd;
+  }
+  bool IsCancelled() override {
+    most = std::max(most, InUse());
+    return false;
+  }
+  std::size_t most = 0;
+};
+
+TEST_F(ExodusResults, MemoryIsThatOfOnePassWhateverTheSizeOfTheFile) {
+  for (const int numElements : {40000, 160000}) { // 19 and 77 MB of results
+    ExodusMesh mesh = OneHex();
+    const std::vector<std::int64_t> hex = mesh.blocks[0].nodes;
+    for (int i = 1; i < numElements; ++i)
+      mesh.blocks[0].nodes.insert(mesh.blocks[0].nodes.end(), hex.begin(), hex.end());
+    mesh.singlePrecision = true;
+    Kind kind{EX_ELEM_BLOCK, {}, std::vector<int>(10, 1), {{7, numElements}}};
+    for (char c = 'a'; c < 'k'; ++c) kind.names.push_back({c});
+    std::vector<double> times(12);
+    std::iota(times.begin(), times.end(), 0);
+    Write({kind}, times, mesh);
+    const fmt_Import import = fmt_ReadMesh(file_);
+    std::filesystem::remove(model_);
+    cls_Database model = cls_Database::Create(model_);
+    odiC_RunWriter run(model, kRun, *import.mesh);
+    MemoryWatch watch;
+    const std::size_t before = MemoryWatch::InUse();
+    thr_ThreadSingleton<wip_WIP>::Instance().SetSink(&watch);
+    const fmt_ResultsSummary done = fmt_Find("exodus").readResults(file_, import, &run, {});
+    thr_ThreadSingleton<wip_WIP>::Instance().SetSink(nullptr);
+    EXPECT_EQ(done.numNewFrames, 12);
+    EXPECT_LE(watch.most - std::min(before, watch.most), std::size_t{64} << 20U) << numElements;
+#ifndef __SANITIZE_ADDRESS__ // whose heap is another one
+    EXPECT_GE(watch.most - before, std::size_t{16} << 20U) << "the watch sees what waits for a pass";
+#endif
+  }
 }
 
 TEST_F(ExodusResults, RunsGoWithTheirMesh) {
