@@ -19,6 +19,11 @@ bool IsRounded(double value) {
   return std::isfinite(value) && static_cast<double>(static_cast<float>(value)) != value;
 }
 
+/// What an import gives frames as their increments: their numbers from 1 in the file, of which steps have neighbours.
+bool AreNumbersOfFrames(std::span<const int> increments) {
+  return std::ranges::adjacent_find(increments, [](int a, int b) { return b != a + 1; }) == increments.end();
+}
+
 bool AreOfOnePart(const odiC_LayoutBlock& a, const odiC_LayoutBlock& b) {
   return a.position == b.position && a.classIndex == b.classIndex && a.sectionPoint == b.sectionPoint
          && a.region == b.region && a.valuesPerEntity == b.valuesPerEntity;
@@ -255,8 +260,9 @@ private:
     if (steps.size() > 1) Lose("names and kinds of steps", static_cast<long long>(steps.size()));
     for (const odiC_Step& step : steps) {
       Lose("increments, modes, eigenvalues, dampings or descriptions of frames",
-           static_cast<long long>(!step.increments.empty() + !step.modes.empty() + !step.eigenvalues.empty()
-                                  + !step.dampings.empty() + !step.descriptions.empty()));
+           static_cast<long long>(!AreNumbersOfFrames(step.increments) + !step.modes.empty()
+                                  + !step.eigenvalues.empty() + !step.dampings.empty()
+                                  + !step.descriptions.empty()));
       if (steps.size() == 1 && (step.name != "Step-1" || step.kind != odiC_UNDEFINED_STEP))
         Lose("names and kinds of steps", 1, step.name);
     }

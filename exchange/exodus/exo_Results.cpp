@@ -108,7 +108,7 @@ private:
           const int count = source.block.valuesPerEntity;
           if (!pointSets.contains(count)) {
             odiC_PointSet points;
-            points.name = std::to_string(count) + " points of " + file_.Name();
+            points.name = std::to_string(count) + " points";
             points.count = count;
             pointSets[count] = run_->AddPointSet(points);
           }

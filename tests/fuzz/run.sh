@@ -7,7 +7,7 @@ cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/../.."
 seconds=${1:?seconds}
 shift
 targets=("$@")
-((${#targets[@]})) || targets=(database_fuzz path_fuzz exodus_fuzz vtu_fuzz vtk_fuzz gmsh_fuzz stl_fuzz format_fuzz)
+((${#targets[@]})) || targets=(database_fuzz path_fuzz exodus_fuzz vtu_fuzz vtk_fuzz gmsh_fuzz stl_fuzz format_fuzz formula_fuzz layout_fuzz)
 
 found=build/fuzz/found
 mkdir -p "$found"
@@ -22,6 +22,8 @@ for target in "${targets[@]}"; do
     gmsh_fuzz | stl_fuzz) cp tests/files/small_"${target%_fuzz}"/* "$seeds" ;;
     vtu_fuzz | vtk_fuzz) cp tests/files/small_vtk/*."${target%_fuzz}" "$seeds" ;;
     path_fuzz) printf 'm.elemData.classes[0].elemCtrlParams' > "$seeds/path"; printf 's.subsetList[0]' > "$seeds/map" ;;
+    formula_fuzz) printf 'if(S.mises >= 2, -X^2 * max(1e3, "a b".xx), sqrt(T))' > "$seeds/text" ;;
+    layout_fuzz) printf '\014\001\377\377\377\377\377\377\377\377\001' > "$seeds/nodes" ;;
     format_fuzz) printf '\x6c%%s %%d %%u %%lf %%08x %%2$s %%%%' > "$seeds/text" ;;
   esac
   for bad in tests/files/bad_"${target%_fuzz}"/*; do [ -e "$bad" ] && cp "$bad" "$seeds"; done
