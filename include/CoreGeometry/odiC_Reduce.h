@@ -25,7 +25,9 @@ struct odiC_Reduced {
 /// exact and rounded once. Several section points are taken as their envelope unless one was selected.
 ///
 /// Errors     odiC_Exception for values of several components.
-CORE_GEOMETRY_API std::vector<odiC_Reduced> odiC_Reduce(const odiC_Values& values);
+enum class odiC_Wanted { All, Extremes }; ///< exact sums take longer than all the rest
+CORE_GEOMETRY_API std::vector<odiC_Reduced> odiC_Reduce(const odiC_Values& values,
+                                                        odiC_Wanted wanted = odiC_Wanted::All);
 
 /// Over all frames; of equal values the first frame. Nothing when there is no number.
 CORE_GEOMETRY_API std::optional<odiC_Extreme> odiC_Max(const odiC_Values& values);

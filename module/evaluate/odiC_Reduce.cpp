@@ -30,7 +30,7 @@ std::optional<odiC_Extreme> At(const odiC_Values& values, odiC_Source& source, c
   return extreme;
 }
 
-odiC_Reduced ReduceFrame(const odiC_Values& values, const odiC_When& when) {
+odiC_Reduced ReduceFrame(const odiC_Values& values, const odiC_When& when, odiC_Wanted wanted) {
   const odiC_SourcePointer source = values.Open(when, res_USE_ENVELOPE);
   odiC_Reduced reduced{.when = when};
   Best max, min, absMax;
@@ -47,12 +47,13 @@ odiC_Reduced ReduceFrame(const odiC_Values& values, const odiC_When& when) {
         max.Offer(value, value, row);
         min.Offer(value, -value, row);
         absMax.Offer(value, std::abs(value), row);
-        sum.Add(value);
+        if (wanted == odiC_Wanted::All) sum.Add(value);
       }
   });
   reduced.max = At(values, *source, when, max);
   reduced.min = At(values, *source, when, min);
   reduced.absMax = At(values, *source, when, absMax);
+  if (wanted == odiC_Wanted::Extremes) return reduced;
   reduced.sum = sum.Value();
   reduced.mean = reduced.count == 0 ? std::numeric_limits<double>::quiet_NaN()
                                     : reduced.sum / static_cast<double>(reduced.count);
@@ -63,17 +64,17 @@ template<class Measure>
 std::optional<odiC_Extreme> Over(const odiC_Values& values, std::optional<odiC_Extreme> odiC_Reduced::*which,
                                  const Measure& measure) {
   std::optional<odiC_Extreme> best;
-  for (const odiC_Reduced& frame : odiC_Reduce(values))
+  for (const odiC_Reduced& frame : odiC_Reduce(values, odiC_Wanted::Extremes))
     if (const auto& one = frame.*which; one && (!best || measure(one->value) > measure(best->value)))
       best = one;
   return best;
 }
 } // namespace
 
-std::vector<odiC_Reduced> odiC_Reduce(const odiC_Values& values) {
+std::vector<odiC_Reduced> odiC_Reduce(const odiC_Values& values, odiC_Wanted wanted) {
   values.ExpectOneNumber();
   std::vector<odiC_Reduced> frames;
-  for (const odiC_When& when : values.Frames()) frames.push_back(ReduceFrame(values, when));
+  for (const odiC_When& when : values.Frames()) frames.push_back(ReduceFrame(values, when, wanted));
   return frames;
 }
 

@@ -39,7 +39,8 @@ public:
 
 private:
   bool AddReduced(cli_Json& answer) {
-    const std::vector<odiC_Reduced> frames = odiC_Reduce(values_);
+    const std::vector<odiC_Reduced> frames =
+        odiC_Reduce(values_, arguments_.mean || arguments_.sum ? odiC_Wanted::All : odiC_Wanted::Extremes);
     long long count = 0, notNumbers = 0;
     for (const odiC_Reduced& frame : frames) {
       count += frame.count;
