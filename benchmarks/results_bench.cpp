@@ -1,11 +1,16 @@
-// Invariants and rotations of ten million tensors of six floats. Counters: "of_traffic", time of reading the tensors and
+// Invariants and rotations of ten million tensors of six floats, and means at the nodes of a million C3D8. Counters: "of_traffic", time of reading the tensors and
 // writing as many numbers as come out over the time of the work; "of_closed_form", the same with eigenvalues by the
-// arccosine. Argument 1 takes the loops for the oldest processor.
+// arccosine. Argument 1 takes the loops for the oldest processor, or numbers the nodes at random. Of means the yardstick
+// reads values and connectivity and writes the nodes; benchmarks/peers/vtk_cell_to_point.py measures VTK on the same mesh.
+#include "BlockMesh.h"
 #include "SideBySide.h"
 #include "odiC_RowKernels.h"
 
 #include <CoreGeometry/dtu_Mapping.h>
+#include <CoreGeometry/odiC_Invariant.h>
+#include <CoreGeometry/odiC_NodeAverage.h>
 #include <CoreGeometry/odiC_Rotation.h>
+#include <CoreGeometry/odiC_Run.h>
 #include <bit>
 #include <cmath>
 #include <numeric>
@@ -99,9 +104,84 @@ void RotationIntoCylinder(benchmark::State& state) {
                        std::span<const float>(rows, 6 * kBlock), std::span(out, 6 * kBlock));
   });
 }
+
+/// A million C3D8, numbered row by row or at random.
+bme_Mesh Million(bool isRandom) {
+  const shp_ShapeDictionary dictionary;
+  bme_Mesh mesh = Block(*dictionary.GetShape("C3D8"), 100);
+  if (!isRandom) return mesh;
+  std::vector<int> order(mesh.NodeData().NumNodes());
+  std::iota(order.begin(), order.end(), 0);
+  std::shuffle(order.begin(), order.end(), std::mt19937(3));
+  mesh.ElementDataToModify().UpdateConnectivity(order.data());
+  return mesh;
+}
+
+enum class From { WholeElements, Points, PointsByMises };
+void Means(benchmark::State& state, From from) {
+  constexpr std::size_t kElements = 1'000'000, kAtOnce = 1000;
+  const bme_Mesh mesh = Million(state.range(0) == 1);
+  const auto position = from == From::WholeElements ? res_WHOLE_ELEMENT : res_INTEGRATION_POINT;
+  const odiC_Places places =
+      odiC_Places::All(std::make_shared<const odiC_Layout>(odiC_FullLayout(mesh, position)));
+  const odiC_Carrier carrier(
+      mesh, places, [](int) -> const odiC_PointSet& { throw std::logic_error("no point set"); },
+      shp_Target::Nodes);
+  odiC_NodeAverage average(mesh, from == From::WholeElements ? places : carrier.Places(), {});
+  const odiC_Invariant mises(odiC_Variable("S", res_TENSOR), res_MISES);
+  const std::size_t numPoints = from == From::WholeElements ? 1 : 8,
+                    width = from == From::PointsByMises ? 1 : 6;
+  std::vector<float> values(kElements * numPoints * 6), carried(kAtOnce * 48), reduced(kAtOnce * 8);
+  for (std::size_t k = 0; k < values.size(); ++k) values[k] = static_cast<float>(k % 1009);
+  std::vector<double> out(mesh.NodeData().NumNodes() * width);
+  const std::span<const int> nodes = mesh.ElementData().GetClass(0).ElementConnectivity().Const();
+  SideBySide(
+      state, kElements,
+      [&] {
+        average.Begin(0, static_cast<int>(width));
+        for (std::size_t element = 0; element < kElements; element += kAtOnce) {
+          std::span<const float> rows =
+              std::span(values).subspan(element * numPoints * 6, kAtOnce * numPoints * 6);
+          if (from != From::WholeElements) {
+            carrier.Apply(0, 6, rows, carried);
+            rows = carried;
+          }
+          if (from == From::PointsByMises) {
+            mises.Apply(rows, reduced);
+            rows = reduced;
+          }
+          average.Add(0, static_cast<int>(element), rows);
+        }
+        average.Finish();
+        average.Read(0, out);
+        return out[12345];
+      },
+      [&] {
+        const auto sum = static_cast<double>(
+            Read(values) + Read(std::span(reinterpret_cast<const float*>(nodes.data()), nodes.size())));
+        std::ranges::fill(out, sum);
+        return out[12345];
+      });
+  state.counters["of_traffic"] = 1 / state.counters["ratio"];
+}
 } // namespace
 
 BENCHMARK(Mises)->DenseRange(0, 1)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(7);
 BENCHMARK(Tresca)->DenseRange(0, 1)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(RotationByMatrix)->DenseRange(0, 1)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(7);
 BENCHMARK(RotationIntoCylinder)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK_CAPTURE(Means, OfWholeElements, From::WholeElements)
+    ->DenseRange(0, 1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(7);
+BENCHMARK_CAPTURE(Means, OfPoints, From::Points)
+    ->DenseRange(0, 1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(5);
+BENCHMARK_CAPTURE(Means, OfPointsByMises, From::PointsByMises)
+    ->DenseRange(0, 1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(5);

@@ -1,4 +1,4 @@
-#include "odiC_RowKernels.h"
+#include "odiC_CarryKernels.h"
 
 #include "ThrownBy.h"
 

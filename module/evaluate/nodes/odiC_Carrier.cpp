@@ -1,7 +1,7 @@
 #include <CoreGeometry/odiC_NodeAverage.h>
 
+#include "odiC_CarryKernels.h"
 #include "odiC_RowChecks.h"
-#include "odiC_RowKernels.h"
 
 #include <CoreGeometry/odiC_Exception.h>
 #include <CoreGeometry/rgnC_Facet.h>

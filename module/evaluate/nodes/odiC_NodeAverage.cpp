@@ -1,7 +1,7 @@
 #include "odiC_NodeGroups.h"
 
+#include "odiC_CarryKernels.h"
 #include "odiC_RowChecks.h"
-#include "odiC_RowKernels.h"
 
 #include <CoreGeometry/odiC_Field.h>
 #include <algorithm>
@@ -250,6 +250,10 @@ void odiC_NodeAverage::Finish() {
     if (impl.group >= 0 && impl.group != k) continue;
     const odiC_NodeGroup& group = impl.groups.groups[At(k)];
     Sums& sums = impl.SumsOf(k);
+    if (group.levels.empty() && sums.leftOut.empty() && sums.low.empty()) {
+      odiC_DivideRows(odiC_BestRowBody(), impl.width, group.nodes, group.shares.data(), sums.values.data());
+      continue;
+    }
     std::vector<double> low(impl.width, kInfinity), high(impl.width, -kInfinity);
     for (std::size_t i = 0; i < group.nodes.size(); ++i) {
       const std::size_t first = impl.Target(group, i) * impl.width;
@@ -277,6 +281,10 @@ void odiC_NodeAverage::Read(int firstRow, std::span<double> values) const {
   const std::vector<std::size_t>& targets = impl_->targets[At(block)];
   const Sums& sums = impl_->SumsOf(impl_->groupOfBlock[At(block)]);
   const std::size_t width = impl_->width;
+  if (targets.empty() && one.entities.IsEmpty()) {
+    std::copy_n(&sums.values[At(firstRow - one.firstRow) * width], values.size(), values.begin());
+    return;
+  }
   for (std::size_t i = 0; i < values.size() / width; ++i) {
     const std::size_t at = At(firstRow - one.firstRow) + i;
     const std::size_t target = targets.empty() ? At(one.Entity(static_cast<int>(at))) : targets[at];

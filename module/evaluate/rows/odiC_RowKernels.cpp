@@ -15,15 +15,17 @@
 
 namespace {
 namespace plain {
+#include "odiC_Lanes.inl"
 #include "odiC_RowKernel.inl"
-}
+} // namespace plain
 #ifdef ODI_HAS_AVX2
 #pragma GCC push_options
 #pragma GCC target("avx2")
 #define ODI_USE_AVX2
 namespace avx2 {
+#include "odiC_Lanes.inl"
 #include "odiC_RowKernel.inl"
-}
+} // namespace avx2
 #pragma GCC pop_options
 #endif
 
@@ -93,22 +95,6 @@ void odiC_TurnVectors([[maybe_unused]] odiC_RowBody body, const odiC_RowForm& fo
 #endif
   plain::TurnVectors(form, matrices, stride, rows, n, out);
 }
-template<class T>
-void odiC_CarryRows([[maybe_unused]] odiC_RowBody body, const odiC_CarryJob& job, const T* rows, T* out) {
-#ifdef ODI_HAS_AVX2
-  if (body == odiC_RowBody::Avx2) return avx2::CarryRows(job, rows, out);
-#endif
-  plain::CarryRows(job, rows, out);
-}
-template<class T>
-bool odiC_ScatterRows([[maybe_unused]] odiC_RowBody body, const odiC_ScatterJob& job, const T* rows,
-                      double* sums) {
-#ifdef ODI_HAS_AVX2
-  if (body == odiC_RowBody::Avx2) return avx2::ScatterRows(job, rows, sums);
-#endif
-  return plain::ScatterRows(job, rows, sums);
-}
-
 template void odiC_ReduceRows(odiC_RowBody, odiC_RowWork, int, const odiC_RowForm&, const float*, std::size_t,
                               float*);
 template void odiC_TurnTensors(odiC_RowBody, const odiC_RowForm&, const double*, std::size_t, const float*,
@@ -121,7 +107,3 @@ template void odiC_TurnTensors(odiC_RowBody, const odiC_RowForm&, const double*,
                                std::size_t, double*);
 template void odiC_TurnVectors(odiC_RowBody, const odiC_RowForm&, const double*, std::size_t, const double*,
                                std::size_t, double*);
-template void odiC_CarryRows(odiC_RowBody, const odiC_CarryJob&, const float*, float*);
-template bool odiC_ScatterRows(odiC_RowBody, const odiC_ScatterJob&, const float*, double*);
-template void odiC_CarryRows(odiC_RowBody, const odiC_CarryJob&, const double*, double*);
-template bool odiC_ScatterRows(odiC_RowBody, const odiC_ScatterJob&, const double*, double*);

@@ -1,12 +1,8 @@
 // odiC_RowKernels.h: loops over rows of tensors, one body per instruction set
 #pragma once
 
+#include "odiC_RowBody.h"
 #include "odiC_RowForm.h"
-
-/// What a body may use. All give the same bits: the same operations in the same order, none fused.
-enum class odiC_RowBody { Plain, Avx2 };
-/// The fastest body of this processor.
-odiC_RowBody odiC_BestRowBody() noexcept;
 
 enum class odiC_RowWork {
   Mises,
@@ -35,25 +31,6 @@ void odiC_TurnTensors(odiC_RowBody body, const odiC_RowForm& form, const double*
 template<class T>
 void odiC_TurnVectors(odiC_RowBody body, const odiC_RowForm& form, const double* matrices, std::size_t stride,
                       const T* rows, std::size_t n, T* out);
-
-/// out[i] = sum of weights[i][j] rows[j] for each of n elements with numColumns rows, which gets numRows of them.
-struct odiC_CarryJob {
-  const double* weights;
-  std::size_t numRows, numColumns, numComponents, n;
-};
-template<class T> void odiC_CarryRows(odiC_RowBody body, const odiC_CarryJob& job, const T* rows, T* out);
-
-/// Adds rows of elements to the sums of the nodes that they belong to. Numbers that are not are left out; true when
-/// there were any.
-struct odiC_ScatterJob {
-  const int* targets;    ///< numNodes for each element of the class; below 0: nowhere
-  const int* elements;   ///< of n elements the row of targets; null: from `first` on
-  const double* weights; ///< of each element of the class; null: 1
-  std::size_t first, n, numNodes, numComponents;
-  bool isWhole; ///< one row for all nodes of an element
-};
-template<class T>
-bool odiC_ScatterRows(odiC_RowBody body, const odiC_ScatterJob& job, const T* rows, double* sums);
 
 /// Cube root by Newton's method; the same bits everywhere.
 double odiC_CubeRoot(double x) noexcept;

@@ -1,0 +1,62 @@
+#include "odiC_CarryKernels.h"
+
+#include <algorithm>
+#include <cstring>
+#include <type_traits>
+#ifdef __SSE2__
+#include <immintrin.h>
+#endif
+#if defined(__x86_64__) && !defined(__clang__)
+#define ODI_HAS_AVX2
+#endif
+
+// Lanes are handed to functions that are always inlined, so it does not matter how a call would pass them.
+#pragma GCC diagnostic ignored "-Wpsabi"
+
+namespace {
+namespace plain {
+#include "odiC_Lanes.inl"
+
+#include "odiC_CarryKernel.inl"
+} // namespace plain
+#ifdef ODI_HAS_AVX2
+#pragma GCC push_options
+#pragma GCC target("avx2")
+#define ODI_USE_AVX2
+namespace avx2 {
+#include "odiC_Lanes.inl"
+
+#include "odiC_CarryKernel.inl"
+} // namespace avx2
+#pragma GCC pop_options
+#endif
+} // namespace
+
+template<class T>
+void odiC_CarryRows([[maybe_unused]] odiC_RowBody body, const odiC_CarryJob& job, const T* rows, T* out) {
+#ifdef ODI_HAS_AVX2
+  if (body == odiC_RowBody::Avx2) return avx2::CarryRows(job, rows, out);
+#endif
+  plain::CarryRows(job, rows, out);
+}
+template<class T>
+bool odiC_ScatterRows([[maybe_unused]] odiC_RowBody body, const odiC_ScatterJob& job, const T* rows,
+                      double* sums) {
+#ifdef ODI_HAS_AVX2
+  if (body == odiC_RowBody::Avx2) return avx2::ScatterRows(job, rows, sums);
+#endif
+  return plain::ScatterRows(job, rows, sums);
+}
+
+void odiC_DivideRows([[maybe_unused]] odiC_RowBody body, std::size_t numComponents,
+                     std::span<const int> targets, const double* shares, double* sums) {
+#ifdef ODI_HAS_AVX2
+  if (body == odiC_RowBody::Avx2) return avx2::DivideRows(numComponents, targets, shares, sums);
+#endif
+  plain::DivideRows(numComponents, targets, shares, sums);
+}
+
+template void odiC_CarryRows(odiC_RowBody, const odiC_CarryJob&, const float*, float*);
+template bool odiC_ScatterRows(odiC_RowBody, const odiC_ScatterJob&, const float*, double*);
+template void odiC_CarryRows(odiC_RowBody, const odiC_CarryJob&, const double*, double*);
+template bool odiC_ScatterRows(odiC_RowBody, const odiC_ScatterJob&, const double*, double*);
