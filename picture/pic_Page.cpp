@@ -136,8 +136,7 @@ public:
     const char* place = nullptr;
     if (field) {
       place = field->IsOfNodes() ? "nodes" : field->IsOfElements() ? "faces" : "corners";
-      low_ = std::min(low_, field->Low());
-      high_ = std::max(high_, field->High());
+      Reach(field->Low(), field->High());
       PutArray(name + ".values", field->IsOfNodes() ? NodeValues(*field) : CornerValues(*field));
     }
     if (!displacement.empty()) {
@@ -155,6 +154,11 @@ public:
     frame.append(",\"place\":").append(place ? Json(std::string_view(place)) : "null");
     frame.append(",\"hasDisplacement\":").append(Json(!displacement.empty())).append("}");
     frames_.push_back(frame);
+  }
+
+  void Reach(double low, double high) {
+    low_ = std::min(low_, low);
+    high_ = std::max(high_, high);
   }
 
   void End(const pic_PageView& view, const pic_Results& results) {
@@ -412,5 +416,7 @@ void pic_Page::AddFrame(const cow_String& text, const pic_Field* field,
                         std::span<const double> displacement) {
   writer_->AddFrame(text, field, displacement);
 }
+
+void pic_Page::Reach(double low, double high) { writer_->Reach(low, high); }
 
 void pic_Page::End(const pic_PageView& view, const pic_Results& results) { writer_->End(view, results); }

@@ -34,7 +34,9 @@ public:
   void AddSets(const bme_Outside& sets, std::size_t firstGroup, bool areShown);
   /// Either may be null or empty. The field belongs to `classes`.
   void AddFrame(const cow_String& text, const pic_Field* field, std::span<const double> displacement);
-  /// Of the results, scale, legend and factor. An end of the scale that is not fixed is that of all frames.
+  /// Values that the colours reach to, beside those of all frames.
+  void Reach(double low, double high);
+  /// Of the results, scale, legend and factor. An end of the scale that is not fixed is that of all values.
   void End(const pic_PageView& view, const pic_Results& results = {});
 
 private:

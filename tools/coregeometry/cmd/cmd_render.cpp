@@ -1,11 +1,13 @@
 // coregeometry render: a picture of a mesh
 #include "cli_Commands.h"
 #include "cli_Console.h"
+#include "cli_Contour.h"
 #include "cli_Datums.h"
 #include "cli_Output.h"
 #include "cli_Regions.h"
 #include "cli_Scene.h"
 #include "cli_Words.h"
+#include <CoreGeometry/pic_Animation.h>
 #include <CoreGeometry/pic_Scene.h>
 
 #include <charconv>
@@ -19,6 +21,10 @@ struct Arguments {
   std::vector<std::string> sets;
   std::optional<std::array<double, 3>> direction;
   bool json = false, plain = false, edges = false, datums = false;
+  cli_ContourArguments contour;
+
+  /// A file for each picture.
+  bool AreNumbered() const { return contour.AreGiven() && output.file.find('%') != std::string::npos; }
 };
 
 const std::vector<cli_FileFormat>& Formats() {
@@ -47,10 +53,44 @@ pic_View ViewOf(const Arguments& arguments) {
   return view;
 }
 
+/// One picture, an animation, or numbered files. Answers what was drawn.
+cli_Json DrawResults(const Arguments& arguments, const cls_Database& model, const cli_Scene& scene,
+                     const bme_Outside& outside, pic_View view, std::span<const dtu_Datum* const> datums,
+                     uti_OutputFile* output) {
+  cli_Contour contour(model, scene.root, scene.mesh, arguments.contour);
+  const std::span<const float> xyz = scene.mesh.NodeData().Coordinates().Const();
+  const unsigned count = contour.NumFrames();
+  const auto draw = [&](unsigned frame) {
+    return pic_Draw(outside, xyz, view, contour.Load(frame, outside), datums);
+  };
+  if (count == 1 && output) {
+    draw(0).WritePng(*output);
+    return contour.Facts();
+  }
+  view.extent.emplace();
+  for (unsigned i = 0; i < count; ++i)
+    view.extent->Add(pic_ExtentOf(outside, xyz, view, contour.LoadShape(i)));
+  std::optional<pic_Animation> animation;
+  if (output)
+    animation.emplace(*output, count, arguments.contour.rate);
+  else
+    animation.emplace(arguments.output.file,
+                      uti_OutputRules{.force = arguments.output.force,
+                                      .inputs = {arguments.file},
+                                      .suffixes = Formats()[0].suffixes},
+                      count);
+  for (unsigned i = 0; i < count; ++i) animation->Add(draw(i));
+  return contour.Facts();
+}
+
 void Run(const Arguments& arguments) {
   pic_View view = ViewOf(arguments);
+  if (arguments.contour.AreGiven()) cli_CheckContour(arguments.contour);
   cli_Console console;
-  uti_OutputFile output = cli_OpenOutput(arguments.output, Formats(), {arguments.file});
+  std::unique_ptr<uti_OutputFile> output;
+  if (!arguments.AreNumbered())
+    output.reset(new uti_OutputFile(cli_OpenOutput(arguments.output, Formats(), {arguments.file})));
+  const cow_String outputName = arguments.output.file;
   console.Begin("reading " + arguments.file);
   const cls_Database model = cli_OpenModel(arguments.file);
   const cli_Scene scene = cli_ReadScene(model, arguments.name);
@@ -71,7 +111,11 @@ void Run(const Arguments& arguments) {
     moved.emplace_back(one.datum->Copy())->TransformData(toPicture);
     drawn.push_back(moved.back().get());
   }
-  pic_Draw(outside, scene.mesh.NodeData().Coordinates().Const(), view, drawn).WritePng(output);
+  cli_Json results;
+  if (arguments.contour.AreGiven())
+    results = DrawResults(arguments, model, scene, outside, view, drawn, output.get());
+  else
+    pic_Draw(outside, scene.mesh.NodeData().Coordinates().Const(), view, drawn).WritePng(*output);
   console.End();
 
   std::vector<long long> faces(outside.groups.size()), lines(outside.groups.size()),
@@ -81,7 +125,7 @@ void Run(const Arguments& arguments) {
   for (const bme_OuterPoint& point : outside.points) ++nodes[static_cast<std::size_t>(point.group)];
   cli_Json groups = cli_Json::array();
   if (!arguments.json)
-    cli_Report() << root << " of " << arguments.file << " is drawn in " << output.Name() << ", " << view.width
+    cli_Report() << root << " of " << arguments.file << " is drawn in " << outputName << ", " << view.width
                  << " x " << view.height << ":\n";
   for (std::size_t i = 0; i < outside.groups.size(); ++i) {
     if (faces[i] + lines[i] + nodes[i] == 0) continue;
@@ -91,13 +135,14 @@ void Run(const Arguments& arguments) {
                       {"faces", faces[i]},
                       {"lines", lines[i]},
                       {"nodes", nodes[i]}});
-    if (arguments.json) continue;
+    if (arguments.json || !results.is_null()) continue;
     cli_Report() << "  " << colour << ": " << outside.groups[i];
     for (const auto& [count, what] :
          {std::pair{faces[i], " faces"}, {lines[i], " lines"}, {nodes[i], " nodes"}})
       if (count > 0) cli_Report() << ", " << count << what;
     cli_Report() << '\n';
   }
+  if (!arguments.json) cli_ReportContour(results);
   cli_Json paths = cli_Json::array();
   for (const cli_Datum& one : datums) {
     paths.push_back(one.Path());
@@ -106,16 +151,18 @@ void Run(const Arguments& arguments) {
   if (arguments.datums && datums.empty() && !arguments.json)
     cli_Report() << "  no datums: the model holds none of this mesh\n";
   if (!arguments.json) cli_ReportLeftOut(outside);
-  if (arguments.json)
-    cli_PrintJson({{"file", arguments.file},
-                   {"mesh", root},
-                   {"output", output.Name()},
-                   {"width", view.width},
-                   {"height", view.height},
-                   {"notFinite", outside.notFinite},
-                   {"noShape", outside.withoutShape},
-                   {"groups", groups},
-                   {"datums", paths}});
+  if (!arguments.json) return;
+  cli_Json facts = {{"file", arguments.file},
+                    {"mesh", root},
+                    {"output", outputName},
+                    {"width", view.width},
+                    {"height", view.height},
+                    {"notFinite", outside.notFinite},
+                    {"noShape", outside.withoutShape},
+                    {"groups", groups},
+                    {"datums", paths}};
+  if (!results.is_null()) facts["results"] = results;
+  cli_PrintJson(facts);
 }
 } // namespace
 
@@ -129,6 +176,7 @@ void cli_AddRender(CLI::App& app) {
   command->add_flag("--edges", arguments->edges, "Draw the edges of all faces, too");
   command->add_flag("--datums", arguments->datums,
                     "Draw the points, axes, planes and coordinate systems of the mesh, too");
+  cli_AddContourOptions(*command, arguments->contour);
   cli_AddTriple(*command, "--view", arguments->direction, "Direction to the viewer; 1,-1.5,1 by default");
   command->add_option("--title", arguments->title, "Line at the top; the name of the mesh by default");
   command->add_flag("--plain", arguments->plain, "Neither title, legend, scale nor axes");
@@ -144,8 +192,15 @@ void cli_AddRender(CLI::App& app) {
       "of\n"
       "those in the corner.\n"
       "\n"
+      "--field shows a variable of the results in colours: means at nodes of what stands at integration "
+      "points,\n"
+      "with jumps at the borders of --borders. Several frames become an animated PNG, or a file each when\n"
+      "the output has a place for numbers.\n"
+      "\n"
       "Examples:\n"
       "  coregeometry render bracket.cgdb -o bracket.png --edges\n"
-      "  coregeometry render bracket.cgdb -o skin.png --sets skin_outside --view 0,-1,0 --size 800x600");
+      "  coregeometry render bracket.cgdb -o skin.png --sets skin_outside --view 0,-1,0 --size 800x600\n"
+      "  coregeometry render wing.cgdb -o mises.png --field S --deform U\n"
+      "  coregeometry render wing.cgdb -o pull_%04d.png --field U --frames all --range 0,0.02");
   command->callback([arguments] { Run(*arguments); });
 }

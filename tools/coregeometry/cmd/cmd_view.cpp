@@ -1,6 +1,7 @@
 // coregeometry view: a page for browsers that shows a mesh
 #include "cli_Commands.h"
 #include "cli_Console.h"
+#include "cli_Contour.h"
 #include "cli_Output.h"
 #include "cli_Regions.h"
 #include "cli_Scene.h"
@@ -14,6 +15,7 @@ struct Arguments {
   std::vector<std::string> sets;
   std::optional<std::array<double, 3>> direction;
   bool json = false;
+  cli_ContourArguments contour;
 };
 
 const std::vector<cli_FileFormat>& Formats() {
@@ -48,9 +50,26 @@ std::vector<std::string> AddSets(pic_Page& page, const Arguments& arguments, con
   return names;
 }
 
+/// The frames, and the end of the page. Answers what they are.
+cli_Json EndWithResults(pic_Page& page, const pic_PageView& view, const Arguments& arguments,
+                        const cls_Database& model, const cli_Scene& scene, const bme_Outside& outside) {
+  cli_Contour contour(model, scene.root, scene.mesh, arguments.contour);
+  pic_Results last;
+  for (unsigned i = 0; i < contour.NumFrames(); ++i) {
+    last = contour.Load(i, outside);
+    page.AddFrame(last.legend.frame, last.field, last.displacement);
+  }
+  last.legend.frame = "";
+  if (last.field) page.Reach(last.scale.low, last.scale.high);
+  page.End(view, last);
+  return contour.Facts();
+}
+
 void Run(const Arguments& arguments) {
   pic_PageView view;
   view.direction = cli_DirectionOf(arguments.direction, view.direction);
+  view.rate = arguments.contour.rate;
+  if (arguments.contour.AreGiven()) cli_CheckContour(arguments.contour);
   cli_Console console;
   uti_OutputFile output = cli_OpenOutput(arguments.output, Formats(), {arguments.file});
   console.Begin("reading " + arguments.file);
@@ -62,22 +81,30 @@ void Run(const Arguments& arguments) {
   const bme_Outside outside = bme_FindOutside(scene.mesh, {}, {}, arguments.file + ", " + scene.root);
   pic_Page page(output, scene.mesh, outside);
   const std::vector<std::string> sets = AddSets(page, arguments, scene, bme_SetsOfMesh(model, scene.root));
-  page.End(view);
+  cli_Json results;
+  if (arguments.contour.AreGiven())
+    results = EndWithResults(page, view, arguments, model, scene, outside);
+  else
+    page.End(view);
   console.End();
 
-  if (arguments.json)
-    return cli_PrintJson({{"file", arguments.file},
-                          {"mesh", scene.root},
-                          {"output", output.Name()},
-                          {"faces", outside.faces.size()},
-                          {"lines", outside.lines.size()},
-                          {"notFinite", outside.notFinite},
-                          {"noShape", outside.withoutShape},
-                          {"classes", outside.groups},
-                          {"sets", sets}});
+  if (arguments.json) {
+    cli_Json facts = {{"file", arguments.file},
+                      {"mesh", scene.root},
+                      {"output", output.Name()},
+                      {"faces", outside.faces.size()},
+                      {"lines", outside.lines.size()},
+                      {"notFinite", outside.notFinite},
+                      {"noShape", outside.withoutShape},
+                      {"classes", outside.groups},
+                      {"sets", sets}};
+    if (!results.is_null()) facts["results"] = results;
+    return cli_PrintJson(facts);
+  }
   cli_Report() << scene.root << " of " << arguments.file << " is shown by " << output.Name() << ": "
                << outside.faces.size() << " faces and " << outside.lines.size() << " lines, "
                << outside.groups.size() << " classes, " << sets.size() << " sets\n";
+  cli_ReportContour(results);
   cli_ReportLeftOut(outside);
 }
 } // namespace
@@ -89,6 +116,7 @@ void cli_AddView(CLI::App& app) {
   cli_AddOutputOptions(*command, arguments->output, Formats(), "Page to write, .html");
   cli_AddNames(*command, "--sets", arguments->sets,
                "Have these sets and surfaces alone in the page, and show them at first");
+  cli_AddContourOptions(*command, arguments->contour);
   cli_AddTriple(*command, "--view", arguments->direction,
                 "Direction to the viewer at first; 1,-1.5,1 by default");
   command->add_option("--title", arguments->title, "Title; the name of the mesh by default");
