@@ -3,6 +3,7 @@
 #include "fmt_Sets.h"
 #include "msh_Parts.h"
 
+#include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/bme_Pyramids.h>
 #include <algorithm>
 #include <numeric>
@@ -92,6 +93,7 @@ private:
       ranges_.push_back({part, classIndex, numElements_, static_cast<int>(part->labels.Size())});
       numElements_ += static_cast<int>(part->labels.Size());
       part->rows.Drain([&](std::span<const int> piece) {
+        wip_Poll::Now();
         if (found.order.empty()) node = std::ranges::copy(piece, node).out;
         for (std::size_t row = 0; !found.order.empty() && row < piece.size(); row += theirs)
           for (const int from : found.order) *node++ = piece[row + static_cast<std::size_t>(from)];

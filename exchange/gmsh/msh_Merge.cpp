@@ -1,5 +1,6 @@
 #include "msh_Parts.h"
 
+#include <BasicUtils/wip_Poll.h>
 #include <CoreUtils/omi_Duplicates.h>
 #include <algorithm>
 #include <set>
@@ -11,10 +12,17 @@ void AddGroups(std::vector<int>& groups, std::span<const int> more) {
   groups.erase(std::unique(groups.begin(), groups.end()), groups.end());
 }
 
+void AddAll(const fmt_Chunks<int>& chunks, std::vector<int>& all) {
+  chunks.ForEach([&](std::span<const int> piece) {
+    wip_Poll::Now();
+    all.insert(all.end(), piece.begin(), piece.end());
+  });
+}
+
 std::vector<int> Flat(const fmt_Chunks<int>& chunks) {
   std::vector<int> all;
   all.reserve(chunks.Size());
-  chunks.ForEach([&](std::span<const int> piece) { all.insert(all.end(), piece.begin(), piece.end()); });
+  AddAll(chunks, all);
   return all;
 }
 
@@ -76,14 +84,11 @@ public:
   }
 
 private:
-  static void AddAll(const fmt_Chunks<int>& chunks, std::vector<int>& all) {
-    chunks.ForEach([&](std::span<const int> piece) { all.insert(all.end(), piece.begin(), piece.end()); });
-  }
-
   template<class Each> static void ForEachElement(const msh_Part& part, Each each) {
     const std::vector<int> labels = Flat(part.labels), rows = Flat(part.rows);
     const auto columns = static_cast<std::size_t>(part.type->numNodes);
-    for (std::size_t i = 0; i < labels.size(); ++i)
+    wip_Poll poll(1U << 14U);
+    for (std::size_t i = 0; i < labels.size(); ++i, poll.Advance())
       each(labels[i], std::span<const int>(rows).subspan(i * columns, columns));
   }
 

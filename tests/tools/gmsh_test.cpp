@@ -1,6 +1,8 @@
 // Gmsh files as others write them: node orders, groups, forms, and what is wrong with them.
 #include "ExodusWriter.h"
 
+#include <BasicUtils/thr_ThreadSingleton.h>
+#include <BasicUtils/wip_WIP.h>
 #include <CoreGeometry/bme_Measures.h>
 #include <CoreGeometry/fmt_Format.h>
 #include <CoreGeometry/shp_Shape.h>
@@ -332,4 +334,33 @@ TEST(Gmsh, SaysWhatIsWrongAndWhere) {
     EXPECT_NE(message.find(one.message), cow_String::npos) << one.after << ": " << message;
     EXPECT_TRUE(message.starts_with(folder / "a.msh")) << message;
   }
+}
+
+/// Counts the questions whether to stop, and says yes to one of them.
+struct Stopper : wip_WIPBase {
+  explicit Stopper(long at) : stopAt(at) { thr_ThreadSingleton<wip_WIP>::Instance().SetSink(this); }
+  ~Stopper() override { thr_ThreadSingleton<wip_WIP>::Instance().SetSink(nullptr); }
+  bool IsCancelled() override { return ++asked == stopAt; }
+
+  long asked = 0, stopAt;
+};
+
+TEST(Gmsh, IsStoppedAlsoWhileRepeatedElementsAreMerged) {
+  const TestFolder folder;
+  std::vector<long> asked;
+  for (const char* second : {"2", "1"}) { // its tag: another element, and the first one in another group
+    const std::string file = folder / "a.msh";
+    WriteText(file,
+              std::string("$MeshFormat\n2.2 0 8\n$EndMeshFormat\n$Nodes\n3\n1 0 0 0\n2 1 0 0\n3 0 1 0\n")
+                  + "$EndNodes\n$Elements\n3\n1 2 2 7 1 1 2 3\n" + second
+                  + " 2 2 8 1 1 2 3\n5 2 2 8 1 2 3 1\n$EndElements\n");
+    Stopper never(-1);
+    EXPECT_EQ(fmt_ReadMesh(file).mesh->ElementData().NumElements(), second[0] == '1' ? 2U : 3U);
+    asked.push_back(never.asked);
+    for (long at = 1; at <= asked.back(); ++at) {
+      Stopper stopper(at);
+      EXPECT_THROW(fmt_ReadMesh(file), wip_Cancelled) << at;
+    }
+  }
+  EXPECT_GT(asked[1], asked[0] + 4) << "merging asks, too";
 }
