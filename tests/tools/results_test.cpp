@@ -47,6 +47,27 @@ TEST_F(SampleResults, KnownStressesAreFoundEverywhere) {
   for (const json& row : line["rows"])
     EXPECT_NEAR(row["values"][0].get<double>(),
                 row["frameValue"].get<double>() * (row["z"].get<double>() - 0.015) * 1e10, 200);
+  // the mean of a linear field is its value at the centre of the volume
+  const json measured = ToolFacts({"measure", model_, "--by", "class"});
+  const json integral = ToolFacts(
+      {"fields", model_, "stress", "--component", "xx", "--integral", "--class", "0", "--frame", "2"});
+  const json& plate = integral["integral"][0];
+  double volume = 0, height = 0;
+  for (const json& part : measured["groups"])
+    if (part["name"].get<std::string>().starts_with("class 0,")) {
+      volume = part["volume"]["total"];
+      height = part["volume"]["centre"][2];
+    }
+  EXPECT_NEAR(plate["measure"].get<double>(), volume, 1e-9 * volume);
+  EXPECT_NEAR(plate["integrals"][0].get<double>() / volume, (height - 0.015) * 1e10, 100);
+  const json flux = ToolFacts({"fields", model_, "disp", "--flux", "--set", "seat", "--frame", "2"});
+  EXPECT_NEAR(flux["flux"][0]["area"].get<double>(), 0.04 * 0.03, 1e-9);
+  const double k = 200e6 / (210e9 * 0.02),
+               h = -0.015; // minus u_z, integrated over 0 to 0.04 and -0.015 to 0.015
+  const double exact =
+      -k / 2
+      * (0.3 * (0.04 * 2 * std::pow(0.015, 3) / 3 - 0.04 * 0.03 * h * h) - 0.03 * std::pow(0.04, 3) / 3);
+  EXPECT_NEAR(flux["flux"][0]["flux"].get<double>(), exact, 0.01 * std::abs(exact)); // linear between nodes
   const json history = ToolFacts({"history", model_, "disp", "--node", "1000,9438", "--component", "z"});
   EXPECT_EQ(history["columns"], json::parse(R"(["node 1000 z", "node 9438 z"])"));
   EXPECT_EQ(history["rows"].size(), 3U);

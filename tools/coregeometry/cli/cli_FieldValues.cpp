@@ -4,6 +4,7 @@
 #include "cli_ValueTable.h"
 #include "cli_Words.h"
 
+#include <CoreGeometry/odiC_Integral.h>
 #include <CoreGeometry/odiC_Reduce.h>
 #include <cmath>
 
@@ -29,6 +30,8 @@ public:
     bool hasValues = true;
     if (arguments_.max || arguments_.min || arguments_.absMax || arguments_.mean || arguments_.sum)
       hasValues = AddReduced(answer);
+    if (arguments_.integral) AddIntegrals(answer);
+    if (arguments_.flux) AddFlux(answer);
     if (arguments_.resultant) AddResultant(answer);
     if (arguments_.histogram > 0) AddHistogram(answer);
     if (arguments_.json) cli_PrintJson(answer);
@@ -86,6 +89,50 @@ private:
       if (!arguments_.json)
         cli_Out() << name << ": " << cli_ShortNumber(frame.*which) << " of " << frame.count << " values, "
                   << cli_WhenText(values_.Run(), frame.when) << '\n';
+    }
+  }
+
+  void AddIntegrals(cli_Json& answer) {
+    constexpr const char* kOver[] = {"", "length", "area", "volume"};
+    const std::vector<cow_String> components = values_.Components();
+    answer["integral"] = cli_Json::array();
+    for (const odiC_IntegralOf& one : odiC_Integrate(values_)) {
+      const char* over = kOver[one.dims];
+      cli_Json json = cli_WhenJson(values_.Run(), one.when);
+      json["over"] = over;
+      json["integrals"] = one.integrals;
+      json["measure"] = one.measure;
+      json["elements"] = one.numElements;
+      json["inverted"] = one.inverted;
+      json["notNumbers"] = one.notNumbers;
+      answer["integral"].push_back(json);
+      if (arguments_.json) continue;
+      for (std::size_t k = 0; k < components.size(); ++k)
+        cli_Out() << "integral" << (components[k].empty() ? cow_String() : " of " + components[k])
+                  << " over the " << over << ' ' << cli_ShortNumber(one.measure) << " of " << one.numElements
+                  << " elements: " << cli_ShortNumber(one.integrals[k]) << ", mean "
+                  << cli_ShortNumber(one.Mean(k)) << ", " << cli_WhenText(values_.Run(), one.when) << '\n';
+      if (!one.inverted.empty())
+        cli_Out() << one.inverted.size() << " elements are inside out and count negative\n";
+      if (one.notNumbers > 0) cli_Out() << one.notNumbers << " elements have values that are no numbers\n";
+    }
+  }
+
+  void AddFlux(cli_Json& answer) {
+    if (arguments_.values.set.empty())
+      throw cli_UsageError("--flux: through which surface? Name it with --set");
+    answer["flux"] = cli_Json::array();
+    for (const odiC_FaceIntegralOf& one : odiC_IntegrateFaces(values_, arguments_.values.set, true)) {
+      cli_Json json = cli_WhenJson(values_.Run(), one.when);
+      json["flux"] = one.integrals[0];
+      json["area"] = one.area;
+      json["faces"] = one.numFaces;
+      json["notNumbers"] = one.notNumbers;
+      answer["flux"].push_back(json);
+      if (!arguments_.json)
+        cli_Out() << "flux through " << one.numFaces << " faces of area " << cli_ShortNumber(one.area) << ": "
+                  << cli_ShortNumber(one.integrals[0]) << ", " << cli_WhenText(values_.Run(), one.when)
+                  << '\n';
     }
   }
 
@@ -152,6 +199,12 @@ void cli_AddFieldOptions(CLI::App& command, cli_FieldArguments& arguments) {
   command.add_flag("--absmax", arguments.absMax, "Value farthest from zero, with its sign")->group(group);
   command.add_flag("--mean", arguments.mean, "Mean of the values of each frame")->group(group);
   command.add_flag("--sum", arguments.sum, "Sum of the values of each frame")->group(group);
+  command
+      .add_flag("--integral", arguments.integral,
+                "Integral and mean over volumes, areas and lengths of elements")
+      ->group(group);
+  command.add_flag("--flux", arguments.flux, "Integral of a vector's normal part over the surface of --set")
+      ->group(group);
   cli_AddTriple(command, "--resultant", arguments.resultant,
                 "Sum of nodal vectors, and of their moments about a point")
       ->group(group);

@@ -11,14 +11,14 @@ struct cli_FieldArguments {
   std::string file, mesh, variable;
   bool json = false;
   cli_ValueArguments values;
-  bool max = false, min = false, absMax = false, mean = false, sum = false;
+  bool max = false, min = false, absMax = false, mean = false, sum = false, integral = false, flux = false;
   std::optional<std::array<double, 3>> resultant;
   int histogram = 0;
   int limit = 100;
   cli_OutputArguments output;
 
   bool AreReduced() const noexcept {
-    return max || min || absMax || mean || sum || resultant || histogram > 0;
+    return max || min || absMax || mean || sum || integral || flux || resultant || histogram > 0;
   }
 };
 
