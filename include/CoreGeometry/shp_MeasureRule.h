@@ -58,6 +58,11 @@ public:
                      const std::array<double, 3>& origin, std::span<shp_Moments> moments);
   void IntegrateEach(std::span<const int> rows, std::size_t nodesPerRow, std::span<const double> points,
                      const std::array<double, 3>& origin, std::span<shp_Moments> moments);
+  /// Integrals of the shape functions of Nodes() over each row, as many numbers a row; their sum is the measure. A
+  /// revolved rule turns about the y axis. nex_AssertionException for a rule of shp_MomentOrder::Measure, which has too
+  /// few points, and for spans that do not fit.
+  void IntegrateFunctionsEach(std::span<const int> rows, std::size_t nodesPerRow,
+                              std::span<const float> points, std::span<double> integrals);
 
 private:
   struct Impl;

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <numbers>
+#include <numeric>
 
 namespace {
 using Order = shp_MomentOrder;
@@ -85,6 +86,49 @@ TEST(shp_MeasureRule, CurvedElementsAreIntegratedExactly) {
       EXPECT_EQ(measure.second[0], 0);
     }
   }
+}
+
+// Coordinates are fields that the functions carry: their integrals are the first moments.
+TEST(shp_MeasureRule, IntegralsOfFunctionsGiveTheMeasureAndTheFirstMoments) {
+  for (const auto& labels : {std::span<const char* const>(kWithSign), std::span<const char* const>(kOthers)})
+    for (const char* label : labels)
+      for (const bool revolved : {false, true}) {
+        const shp_Shape& shape = Shape(label);
+        if (revolved && (shape.NumGeomDims() == 3 || shape.NumSpatialDims() == 3)) continue;
+        SCOPED_TRACE(label);
+        const auto exact = Mapped(shape, [](const shp_IsoPoint& p) {
+          return shp_IsoPoint{3 + p[0] + 0.3 * std::sin(3 * p[1] + p[2]),
+                              p[1] + 0.2 * std::cos(2 * p[0] - p[2]),
+                              p[2] + 0.25 * std::sin(p[0] * p[1] + 2)};
+        });
+        const std::vector<float> points(exact.begin(), exact.end());
+        std::vector<int> row(points.size() / 3);
+        std::iota(row.begin(), row.end(), 0);
+        shp_MeasureRule rule(shape, Order::First, revolved);
+        std::vector<int> rows = row;
+        rows.insert(rows.end(), row.begin(), row.end());
+        std::vector<double> integrals(rows.size());
+        rule.IntegrateFunctionsEach(rows, row.size(), points, integrals);
+        const shp_Moments moments = rule.Integrate(std::vector<double>(points.begin(), points.end()));
+        double measure = 0;
+        std::array<double, 3> first{};
+        for (std::size_t n = 0; n < row.size(); ++n) {
+          EXPECT_EQ(integrals[n], integrals[row.size() + n]);
+          measure += integrals[n];
+          for (std::size_t a = 0; a < 3; ++a)
+            first[a] += integrals[n] * static_cast<double>(points[3 * n + a]);
+        }
+        const double accuracy = (rule.HasSign() ? 1e-12 : 1e-8) * std::abs(moments.measure);
+        EXPECT_NEAR(measure, moments.measure, accuracy);
+        EXPECT_NEAR(first[1], moments.first[1], accuracy);
+        if (!revolved) {
+          EXPECT_NEAR(first[0], moments.first[0], accuracy);
+          EXPECT_NEAR(first[2], rule.HasSign() && shape.NumGeomDims() == 2 ? first[2] : moments.first[2],
+                      accuracy);
+        }
+        shp_MeasureRule few(shape, Order::Measure);
+        EXPECT_THROW(few.IntegrateFunctionsEach(rows, row.size(), points, integrals), nex_AssertionException);
+      }
 }
 
 TEST(shp_MeasureRule, SecondMomentsOfABrickAndOfASimplex) {

@@ -167,6 +167,26 @@ Sums SumTangents(const Table& table, std::size_t numNodes, const double* c, bool
   return sums;
 }
 
+/// Length, area or volume that a point stands for; `c` holds x, y, z of each node, x from the axis when revolved.
+double MeasureAt(const Table& table, std::size_t q, std::size_t numNodes, const double* c, bool hasSign,
+                 bool revolved) {
+  double t[3][3] = {}, x = 0;
+  for (std::size_t n = 0; n < numNodes; ++n) {
+    const std::size_t row = q * numNodes + n;
+    x += table.values[row] * c[3 * n];
+    for (std::size_t d = 0; d < table.numDims; ++d)
+      for (std::size_t a = 0; a < 3; ++a) t[d][a] += table.slopes[row * table.numDims + d] * c[3 * n + a];
+  }
+  const double normal[3] = {t[0][1] * t[1][2] - t[0][2] * t[1][1], t[0][2] * t[1][0] - t[0][0] * t[1][2],
+                            t[0][0] * t[1][1] - t[0][1] * t[1][0]};
+  double measure = table.numDims == 1   ? std::hypot(t[0][0], t[0][1], t[0][2])
+                   : table.numDims == 3 ? normal[0] * t[2][0] + normal[1] * t[2][1] + normal[2] * t[2][2]
+                   : hasSign            ? normal[2]
+                                        : std::hypot(normal[0], normal[1], normal[2]);
+  measure *= table.weights[q];
+  return revolved ? 2 * std::numbers::pi * x * measure : measure;
+}
+
 /// Moments about the origin of sums about the point p. Only what was asked for is moved.
 shp_Moments MomentsOf(const Sums& sums, const std::array<double, 3>& p, shp_MomentOrder order) {
   shp_Moments moments;
@@ -200,6 +220,8 @@ struct shp_MeasureRule::Impl {
   void AddTable(const std::array<int, 3>& counts);
   void ChooseTables(std::span<const shp_IsoPoint> inDomain);
   Sums SumUntilSteady(const double* c);
+  void SumFunctions(std::size_t level, const double* c, std::span<double> sums) const;
+  void SumFunctionsUntilSteady(const double* c, std::span<double> sums);
   template<class Real>
   void Each(std::span<const int> rows, std::size_t nodesPerRow, std::span<const Real> points,
             const std::array<double, 3>& origin, std::span<shp_Moments> moments);
@@ -295,6 +317,31 @@ Sums shp_MeasureRule::Impl::SumUntilSteady(const double* c) {
     if (isSteady) break;
   }
   return sums;
+}
+
+void shp_MeasureRule::Impl::SumFunctions(std::size_t level, const double* c, std::span<double> sums) const {
+  const Table& table = tables[level];
+  std::ranges::fill(sums, 0.0);
+  for (std::size_t q = 0; q < table.weights.size(); ++q) {
+    const double measure = MeasureAt(table, q, sums.size(), c, hasSign, revolved);
+    for (std::size_t n = 0; n < sums.size(); ++n) sums[n] += measure * table.values[q * sums.size() + n];
+  }
+}
+
+void shp_MeasureRule::Impl::SumFunctionsUntilSteady(const double* c, std::span<double> sums) {
+  SumFunctions(0, c, sums);
+  std::array<double, kMostNodes> before;
+  for (std::size_t level = 1; !isExact && (2 << level) <= kMostPoints; ++level) {
+    if (tables.size() <= level) AddTable({2 << level, 2 << level, 2 << level});
+    std::ranges::copy(sums, before.begin());
+    SumFunctions(level, c, sums);
+    double measure = 0, change = 0;
+    for (std::size_t n = 0; n < sums.size(); ++n) {
+      measure += sums[n];
+      change = std::max(change, std::abs(sums[n] - before[n]));
+    }
+    if (change <= kSmallestChange * std::abs(measure)) return;
+  }
 }
 
 template<class Real>
@@ -428,4 +475,29 @@ void shp_MeasureRule::IntegrateEach(std::span<const int> rows, std::size_t nodes
     std::ranges::fill(moments, shp_Moments());
   else
     impl_->Each(rows, nodesPerRow, points, origin, moments);
+}
+
+void shp_MeasureRule::IntegrateFunctionsEach(std::span<const int> rows, std::size_t nodesPerRow,
+                                             std::span<const float> points, std::span<double> integrals) {
+  if (IsEmpty()) {
+    std::ranges::fill(integrals, 0.0);
+    return;
+  }
+  const std::size_t numNodes = Nodes().size(), numRows = integrals.size() / numNodes;
+  if (impl_->order == shp_MomentOrder::Measure || numRows * numNodes != integrals.size()
+      || numRows * nodesPerRow != rows.size())
+    throw nex_AssertionException("integrals of shape functions need a rule for first moments, and "
+                                 + std::to_string(numNodes) + " numbers for each row");
+  std::array<double, 3 * kMostNodes> c;
+  for (std::size_t row = 0; row < numRows; ++row) {
+    const int* nodes = &rows[row * nodesPerRow];
+    const auto at = [&](std::size_t n, std::size_t axis) {
+      return static_cast<double>(
+          points[3 * static_cast<std::size_t>(nodes[static_cast<std::size_t>(Nodes()[n])]) + axis]);
+    };
+    for (std::size_t n = 0; n < numNodes; ++n)
+      for (std::size_t a = 0; a < 3; ++a)
+        c[3 * n + a] = at(n, a) - (impl_->revolved && a == 0 ? 0 : at(0, a));
+    impl_->SumFunctionsUntilSteady(c.data(), integrals.subspan(row * numNodes, numNodes));
+  }
 }
