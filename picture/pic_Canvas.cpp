@@ -98,7 +98,8 @@ void pic_Canvas::Triangle(const std::array<Corner, 3>& corners, const pic_Colour
 
 void pic_Canvas::Triangle(const std::array<Corner, 3>& corners, const std::array<double, 3>& values,
                           const pic_Scale& scale) {
-  const auto [least, most] = std::minmax({values[0], values[1], values[2]});
+  const double least = std::min({values[0], values[1], values[2]}),
+               most = std::max({values[0], values[1], values[2]});
   Cover(corners, [&](double depth, const pic_Vector& normal, double wa, double wb, double wc) {
     // rounding never leaves the range
     const double value = std::clamp(wa * values[0] + wb * values[1] + wc * values[2], least, most);
