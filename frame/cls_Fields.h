@@ -1,4 +1,4 @@
-// cls_Fields.h: the one field list of a persistent class, and the three things that are made of it
+// cls_Fields.h: the field list of a persistent class, from which it is read, written, compared and described
 #pragma once
 
 #include <BasicUtils/cls_Containers.h>
@@ -14,7 +14,7 @@ template<class Class, class Value> struct cls_Field {
 };
 template<class Class, class Value> cls_Field(const char*, Value Class::*) -> cls_Field<Class, Value>;
 
-/// A stored real number that is given a value where the stored object has none.
+/// A stored real number with the value that it gets when the stored object does not have the field.
 template<class Class> struct cls_FieldOr : cls_Field<Class, double> { double valueIfMissing; };
 template<class Class> cls_FieldOr(cls_Field<Class, double>, double) -> cls_FieldOr<Class>;
 
@@ -31,7 +31,7 @@ constexpr auto operator+(const cls_Fields<Base...>& base, const cls_Fields<Own..
                     std::tuple_cat(base.fields, own.fields));
 }
 
-/// How a member of a type is stored: attribute type, class of its elements, reading and writing.
+/// How a member type is stored: its attribute type, the class of its elements, and how to read and write it.
 template<class Value> struct cls_FieldKind;
 
 template<class Value, cls_AttributeType type, auto get, auto put> struct cls_PlainKind {
@@ -63,7 +63,7 @@ struct cls_FieldKind<cow_String> : cls_PlainKind<cow_String, cls_AttributeType::
                                                  &cls_ReadVisitor::GetString, &cls_WriteVisitor::PutString> {
 };
 
-/// Enumerations: stored as their text; a value outside the table is refused here and nowhere earlier.
+/// Enumerations are stored as text. A value that is not in the table is refused here, not when it is set.
 template<omu_HasTable Enum> struct cls_FieldKind<Enum> {
   static constexpr cls_AttributeType kType = cls_AttributeType::Enum;
   static unsigned ElemTypeId() { return 1; }
@@ -102,7 +102,7 @@ requires(
   }
 };
 
-/// Owned objects: stored once per pass and shared again after reading.
+/// Owned objects: written once per write pass, and shared again after reading.
 template<class T, class Policy> struct cls_FieldKind<cow_COW<T, Policy>> {
   static constexpr cls_AttributeType kType = cls_AttributeType::Object;
   static unsigned ElemTypeId() { return T::TypeId(); }
@@ -123,13 +123,13 @@ void cls_ReadField(const cls_ReadVisitor& visitor, Class& object, const cls_Fiel
   object.*field.member = visitor.GetDouble(field.name, field.valueIfMissing);
 }
 
-/// Reads the fields of an object. A field that the stored layout is too old for keeps its default value.
+/// Reads the fields of an object. A field that the stored layout does not have yet keeps its default value.
 template<class Class, class... Fields>
 void cls_ReadFields(const cls_ReadVisitor& visitor, Class& object, const cls_Fields<Fields...>& list) {
   std::apply([&](const auto&... field) { (cls_ReadField(visitor, object, field), ...); }, list.fields);
 }
 
-/// Writes an object when it is to be written. The uid must be the object's own member.
+/// Writes an object if the pass has not written it yet. The uid must be the object's own member.
 template<class Class, class... Fields>
 void cls_WriteFields(const cls_WriteVisitor& visitor, unsigned typeId, const cls_Uid& uid,
                      const Class& object, const cls_Fields<Fields...>& list) {

@@ -1,4 +1,4 @@
-// ddb_Module.h: what a module registers when it starts, as data
+// ddb_Module.h: table of the classes, old layouts and enumerations that a module registers at start-up
 #pragma once
 
 #include <BasicUtils/cls_MetadataRegistrar.h>
@@ -6,7 +6,7 @@
 #include <CoreUtils/omi_CallCounter.h>
 #include <ROM/dbc_OldClassVersion.h>
 
-/// A superseded layout to register: how its object is made, and its rank.
+/// A superseded layout to register: the function that makes its object, and its rank.
 struct ddb_OldVersion {
   dbc_OldClassVersion* (*make)();
   unsigned rank;
@@ -21,9 +21,9 @@ struct ddb_Module {
   std::span<const omu_EnumRegistrar::Entry> enumerations;
 };
 
-/// Starts a module: on the first call registers what it names. True when it really started.
+/// Starts a module: the first call registers the contents of `module`. True when this call started it.
 bool ddb_Initialize(omi_CallCounter& counter, const ddb_Module& module, int& tally);
-/// Stops a module; nothing is unregistered. True when it really stopped.
+/// Stops a module; nothing is unregistered. True when this call stopped it.
 bool ddb_Finalize(omi_CallCounter& counter, int& tally);
 
 /// Type identifier of a class: the component in the high half, the ordinal in the low one.

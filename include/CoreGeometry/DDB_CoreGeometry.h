@@ -3,16 +3,16 @@
 
 #include <CoreGeometry/CoreGeometryExport.h>
 
-/// Starts the utility libraries and then every module; to be called once before anything else. Each pair that
-/// really starts adds 1 to the tally: 15 when nothing was up. Further calls only count.
+/// Starts the utility libraries and then every module; call it once before anything else. The library itself
+/// and each part that really starts add 1 to the tally: 15 when none was running. Further calls only count.
 CORE_GEOMETRY_API void DDB_CoreGeometry_initialize(int& tally);
 
-/// Undoes the last start-up in exactly the reverse order. An unbalanced call is not guarded against: it wraps
-/// the counter, and the start-up after it does nothing. A module that the host keeps up by itself loses its
-/// registrations here.
+/// Undoes the last start-up in exactly the reverse order. Calls without a start-up are not detected: the
+/// counter wraps around, and the next start-up does nothing. A module that the host has started by itself
+/// loses its registrations here.
 CORE_GEOMETRY_API void DDB_CoreGeometry_finalize(int& tally);
 
-/// Starts the library for as long as it lives.
+/// Starts the library, and stops it at the end of this object's lifetime.
 class CORE_GEOMETRY_API DDB_CoreGeometry {
 public:
   DDB_CoreGeometry() { DDB_CoreGeometry_initialize(tally_); }

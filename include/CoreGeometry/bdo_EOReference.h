@@ -8,7 +8,7 @@
 /// Names an entity object of the model by its type and its name.
 ///
 /// Empty      both texts are empty.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  eoType, eoName
 class CORE_GEOMETRY_API bdo_EOReference {
 public:
@@ -31,12 +31,12 @@ public:
   const cow_String& EoName() const noexcept { return eoName_; }
   const cls_Uid& Uid() const noexcept { return uid_; }
   bool operator==(const bdo_EOReference& other) const; ///< same type and name
-  /// A reference of exactly that type is in the list, whatever its name.
+  /// True when the list holds a reference of exactly that type, whatever its name.
   static bool Contains(const cow_List<bdo_EOReference>& list, const cow_String& type);
 
   // change
-  /// Removes every reference of exactly that type and name; a list without one stays as it is, shared
-  /// included.
+  /// Removes every reference of exactly that type and name. A list without one is not touched, so that it
+  /// stays shared.
   static void Delete(cow_List<bdo_EOReference>& list, const cow_String& type, const cow_String& name);
 
 private:

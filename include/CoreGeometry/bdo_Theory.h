@@ -4,7 +4,7 @@
 #include <CaeUtils/omu_PrimEnum.h>
 #include <CoreGeometry/CoreGeometryExport.h>
 
-/// Level of the model that a thing belongs to.
+/// Level of the model that an object belongs to.
 enum bdo_Type : int {
   bdo_TYPE_ASSEMBLY = 128,
   bdo_TYPE_GEOM_PART = 129,
@@ -55,11 +55,11 @@ template<> struct omu_EnumTable<bdo_Analysis> {
                                               {bdo_EULERIAN, "EULERIAN"}};
 };
 
-/// Modelling space, kind of body and level of the model of one thing.
+/// Modelling space, kind of body and level of an object of the model.
 ///
-/// Empty      the default is unknown in space and kind, of no level, without a twist degree of freedom.
-/// Errors     a value outside its enumeration is held, and refused when it is written or read.
-/// Threads    a value.
+/// Empty      a default object has unknown space and kind, no level and no twist degree of freedom.
+/// Errors     a value outside its enumeration is accepted here, and refused when it is written or read.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  space, analysis, type, twistDof
 class CORE_GEOMETRY_API bdo_Theory {
 public:

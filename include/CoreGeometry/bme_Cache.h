@@ -1,8 +1,8 @@
-// bme_Cache.h: what a copy of its owner does not take over: derived content, a count of changes
+// bme_Cache.h: members that are not copied with their owner: derived data and a change count
 #pragma once
 
-/// Derived content and whether it is valid. A copy starts invalid and empty: copying an owner costs nothing
-/// for it.
+/// Data derived from its owner, with a flag for its validity. A copy starts invalid and empty, so that
+/// copying the owner does not copy it.
 template<class Content> struct bme_Cache {
   bool isValid = false;
   Content content;
@@ -19,8 +19,8 @@ template<class Content> struct bme_Cache {
   ~bme_Cache() = default;
 };
 
-/// How often its owner has changed: 1 for a new one, also for a copy. It only grows: being assigned to is a
-/// change.
+/// Number of changes of its owner: it starts at 1, also in a copy, and only grows. Assigning to the owner
+/// counts as a change.
 struct bme_ChangeCount {
   unsigned count = 1;
 

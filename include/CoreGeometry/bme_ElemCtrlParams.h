@@ -81,9 +81,10 @@ template<> struct omu_EnumTable<bme_ElemDeletion> {
 
 /// Formulation controls shared by all elements of one element class.
 ///
-/// Tolerance  reals count as default within 1e-6, strictly; == compares every field exactly.
-/// Errors     values outside an enumeration's table are refused when written, not before.
-/// Threads    a value.
+/// Tolerance  a real number is at its default when the difference is less than 1e-6; == compares every field
+///            exactly.
+/// Errors     values outside an enumeration's table are refused on writing, not before.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  19 fields, elemLib to quadraticBulkVisk (module/mesh/data/bme_ElemCtrlParams.cpp, StoredFields);
 ///            versions 203, 204 and 508 stay readable.
 class CORE_GEOMETRY_API bme_ElemCtrlParams {
@@ -104,7 +105,7 @@ public:
   virtual void DBWrite(const cls_WriteVisitor& visitor) const;
   bool operator==(const bme_ElemCtrlParams& other) const noexcept;
   bool IsDefault() const noexcept { return IsDefault(elemLib_); }
-  /// Default section controls, and no hourglass stiffness of any kind.
+  /// True for default section controls and no hourglass stiffness of any kind.
   bool IsDefault(bme_ElemLibrary library) const noexcept;
   bool HasDefaultSectionControls(bme_ElemLibrary library) const noexcept;
 

@@ -19,13 +19,13 @@ template<> struct omu_EnumTable<bme_OrientationFreqEnm> {
 
 /// Elements of one type: connectivity, control parameters, and user labels for all of them or none.
 ///
-/// A type label without a shape is kept: the class is then not supported, and the rows of its connectivity
-/// are as long as the stored numbers say.
+/// A type label without a shape is kept: the class is then not supported, and the number of nodes per element
+/// is that of the connectivity it was given or read with.
 ///
-/// Errors     wrong positions and lengths answer false and change nothing, except where a call says
-///            otherwise; reading throws nex_TextException when the arrays do not fit the element count.
+/// Errors     a wrong index or length returns false and changes nothing, unless a function says otherwise;
+///            reading throws nex_TextException when the arrays do not fit the element count.
 /// Cost       copies share connectivity and labels; a change copies what is shared.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  13 fields, numElements to DDBconnectivity (module/mesh/data/bme_ElementClass.cpp, StoredFields)
 class CORE_GEOMETRY_API bme_ElementClass {
 public:
@@ -37,7 +37,7 @@ public:
 
   // make
   bme_ElementClass();
-  /// Rows by pointer, each as long as the shape has nodes; nex_TextException when the type has no shape.
+  /// One pointer per row, to as many nodes as the shape has; nex_TextException when the type has no shape.
   bme_ElementClass(int numElements, const cow_String& elemType, int** connectivity);
   /// Rows of -1, to be filled through ConnectivityToModify().
   bme_ElementClass(int numElements, const cow_String& elemType, int meshIndex, int regionClassIndex,
@@ -78,8 +78,9 @@ public:
   std::span<const int> UserElementLabels() const noexcept { return userLabels_.Const(); } ///< empty when none
   const cow_List<cow_String>& LocationLabels() const noexcept { return locationLabels_.List(); }
   const cow_String& SectionPointLabel(int i) const { return locationLabels_.List().ConstGet(i); }
-  /// Area of all elements or of one, 0 unless they are surfaces; of sections where axisymmetric. Volume
-  /// likewise of solids and axisymmetric elements. Absolute values; bme_CalculateMeasures for anything more.
+  /// Area of all elements or of one: of surfaces, and of the section of axisymmetric elements; else 0.
+  /// Volume: of solids and axisymmetric elements; else 0. Both are absolute values; bme_CalculateMeasures
+  /// does more.
   double Area(const bme_NodeData& nodes) const;
   double Area(const bme_NodeData& nodes, int element) const; ///< throws nex_OutOfRangeException
   double Volume(const bme_NodeData& nodes) const;
@@ -100,23 +101,23 @@ public:
   bool SetUserElementLabels(std::span<const int> labels);
   bool SetUserElementLabels(cls_xp1DArrayListInt labels); ///< without copying
   bool SetStackDirection(int element, int direction);
-  /// All rows, one after the other. A copy of the class shares them: write through the span no longer after
-  /// copying, but ask again.
+  /// All rows, one after the other. A copy of the class shares them: after copying, do not write through an
+  /// old span but call this again.
   std::span<int> ConnectivityToModify() { return connectivity_.Modify(); }
-  /// Whole rows of nodes; labels must be one per new element when the class has labels, none otherwise.
+  /// Whole rows of nodes; one label per new element when the class has labels, no labels otherwise.
   bool AppendElements(std::span<const int> connectivity, std::span<const int> labels);
   bool RemoveElement(int element);
   bool RemoveElements(int count, const int* elements);
   /// Drops elements from the end, or adds rows of -1; a labelled class gives the new elements the labels
   /// above its largest one. nex_TextException when those pass 2147483647.
   bool ResetConnectArraySz(int numElements);
-  /// Distributes the elements: groups[i] is the position of the class that element i goes to. The new classes
-  /// keep type, controls, labels, marks and region; the elements keep their order.
+  /// Distributes the elements: groups[i] is the key of the class that element i goes to. The new classes keep
+  /// type, controls, labels, stack directions and region; the elements keep their order.
   bool Split(const cow_List<int>& groups, mdl_MapInt2ObjCow<bme_ElementClass>& classes) const;
-  /// Turns one element, or all, inside out by exchanging its nodes; false when the type has no shape.
+  /// Inverts one element, or all, by exchanging its nodes; false when the type has no shape.
   bool InvertElementConnectivity(int element);
   bool InvertElementsConnectivities();
-  /// newNodeIndex[n] replaces node n; -1 stays.
+  /// newNodeIndex[n] replaces node n; an index of -1 stays.
   void UpdateConnectivity(const int* newNodeIndex);
 
 private:

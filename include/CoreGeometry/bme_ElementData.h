@@ -10,15 +10,14 @@ class bme_FEMElemList;
 
 /// The element classes of a mesh in order, with all elements numbered one after the other.
 ///
-/// Class i has class index i, and its first element index is the number of elements before it. One class with
-/// elements but without user labels makes the labels of the whole mesh implicit: 1 to the element count. Of
-/// duplicate labels the last one wins.
+/// Class i has class index i, and its first element index is the number of elements before it. If one class
+/// has elements but no user labels, the labels of the whole mesh are implicit: 1 to the element count. A
+/// label that is used twice finds the last of its elements.
 ///
-/// Errors     an index or label that is not known gives bme_kNotFound; modifying calls with a wrong position
-///            answer false and change nothing; GetClass throws nex_OutOfRangeException.
+/// Errors     an unknown index or label gives bme_kNotFound; functions that change the object return false
+///            for a wrong position and change nothing; GetClass throws nex_OutOfRangeException.
 /// Cost       copies share the classes. The first label query after a change builds the label map.
-/// Threads    label queries build the label map on first use: not at the same time on two threads before
-///            that.
+/// Threads    label queries build the label map on first use and are not thread-safe until it is built.
 /// Stored as  classes
 class CORE_GEOMETRY_API bme_ElementData {
 public:
@@ -31,7 +30,7 @@ public:
 
   // make
   bme_ElementData();
-  /// Takes ownership, also when it throws nex_AssertionException: for a null class.
+  /// Takes ownership of the classes, even when it throws nex_AssertionException because one of them is null.
   bme_ElementData(bme_ElementClass** classes, unsigned count);
   explicit bme_ElementData(const cls_ReadVisitor& visitor);
   bme_ElementData(const bme_ElementData&) = default;
@@ -53,10 +52,10 @@ public:
   // labels
   /// Negative labels arrive converted to unsigned.
   unsigned GetMeshElemIndexFromLabel(unsigned label) const;
-  /// indices[i] of labels[i], with cache misses overlapped.
+  /// indices[i] is the index of labels[i]; prefetches overlap the cache misses.
   void GetMeshElemIndices(std::span<const int> labels, std::span<unsigned> indices) const;
-  /// Position of the first label that no table holds, or the length when all do. Implicit labels are in no
-  /// table: any list that is not empty gives 0 then.
+  /// Position of the first label that is in no label table, or the length when all are. Implicit labels are
+  /// in no table: any list that is not empty then gives 0.
   int CheckUserElementLabels(const cow_List<int>& labels) const;
   bool HasUserElementLabels() const;         ///< false when the labels are implicit or there are no elements
   int GetNextAvailableLabel() const;         ///< nex_TextException when none is left
@@ -65,24 +64,24 @@ public:
 
   // change
   void Init(); ///< renumbers classes and elements; to be called after changing a class
-  /// Private to this object until that is copied: a copy shares the class, so ask again after copying.
+  /// Owned by this object alone until it is copied; a copy shares the class: after copying, call this again.
   bme_ElementClass& GetClassToModify(unsigned classIndex);
   bool AppendClass(bme_ElementClass* elements) { return AddElementClass(elements); }
   bool AddElementClass(bme_ElementClass* elements); ///< takes ownership; false for null
   void AppendClasses(const bme_ElementData& other);
-  /// Positions are renumbered from 0 in their order. nex_AssertionException, and nothing changes, for an
-  /// empty handle.
+  /// The classes are numbered from 0 in the order of their keys. nex_AssertionException, and nothing changes,
+  /// for an empty handle.
   void ReplaceElemClasses(const Classes& classes);
   bool RemoveElementClass(unsigned classIndex);
   bool RemoveElementClassNoInit(unsigned classIndex); ///< leaves Init() to the caller
   bool AddElements(unsigned classIndex, const cow_List<int>& connectivity);
-  /// Labels for a class without labels are dropped; too few or too many are replaced by consecutive ones from
-  /// the next available label.
+  /// Labels for a class without labels are dropped. If their number is wrong, consecutive labels from the
+  /// next available one replace them.
   bool AddElements(unsigned classIndex, const cow_List<int>& connectivity, const cow_List<int>& labels);
-  /// Removes listed elements from their classes, which stay even when nothing is left in them; false, and
-  /// nothing changes, when one is not here.
+  /// Removes the listed elements; a class stays even when it becomes empty. False, and nothing changes, when
+  /// an element of the list is not in these classes.
   bool RemoveElements(const bme_FEMElemList& elements);
-  /// Turns every element inside out. False when a class has no shape: it stays as it is.
+  /// Inverts every element. False when a class has no shape: that class stays as it is.
   bool InvertElementsConnectivities();
   void UpdateConnectivity(const int* newNodeIndex); ///< newNodeIndex[n] replaces node n
 

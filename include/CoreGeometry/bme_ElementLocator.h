@@ -1,4 +1,4 @@
-// bme_ElementLocator.h: which elements of a mesh hold a point
+// bme_ElementLocator.h: which elements of a mesh contain a point
 #pragma once
 
 #include <BasicUtils/cls_Containers.h>
@@ -10,9 +10,9 @@
 #include <span>
 #include <vector>
 
-/// A point's place in an element.
+/// The element that contains a point, and where the point is in it.
 struct bme_ElementHit {
-  unsigned element = bme_kNotFound; ///< mesh element index; bme_kNotFound when no element holds the point
+  unsigned element = bme_kNotFound; ///< mesh element index; bme_kNotFound when no element contains the point
   shp_Location location = shp_Location::Outside;
   shp_IsoPoint iso{}; ///< set when the point is Inside or OnBoundary
 };
@@ -20,29 +20,33 @@ struct bme_ElementHit {
 /// The element closest to a point.
 struct bme_NearestElement {
   unsigned element = bme_kNotFound; ///< bme_kNotFound when the locator has no elements
-  double distance = 0;              ///< 0 when the element holds the point; infinite without element
-  shp_IsoPoint iso{};               ///< of the closest place
+  double distance = 0;              ///< 0 when the element contains the point; infinite without element
+  shp_IsoPoint iso{};               ///< of the element's closest point
 };
 
-/// Finds the elements of a mesh that hold a point: bins of a regular grid with the boxes of the elements.
+/// Finds the elements of a mesh that contain a point. A regular grid of bins stores the elements' bounding
+/// boxes.
 ///
-/// Shares coordinates and connectivity with the mesh it was made from, as they were then, and owns its
-/// shapes. Elements without iso coordinates (points, rigid surfaces, types without a shape) and those with a
-/// node that is not in the mesh or not finite are left out; of elements with rings the first plane is
-/// searched. The placement of the mesh is not applied.
+/// The locator shares coordinates and connectivity with the mesh as they were when it was made, and owns its
+/// shapes. It excludes elements without iso coordinates (points, rigid surfaces, types without a shape) and
+/// elements with a node that is missing or not finite. In elements with rings it searches the first plane
+/// only. The placement of the mesh is not applied.
 ///
 /// Units      model length; points are x y z.
-/// Tolerance  that of shp_Topology::Locate: gsl_Util's linear tolerance in iso coordinates, and off lines and
-///            surfaces a millionth of the element's box.
-/// Order      of several owners of a place on boundaries the one with the smallest mesh element index comes
-///            first; of elements that overlap, one that holds the point. When no element holds the point, but
-///            it lies in the box of one that is flat or inside out, the answer is that element, Degenerate.
-/// Cost       made in a few passes over the elements; about 60 bytes an element, up to twice that where boxes
-///            overlap much. FindEach visits the points bin by bin and searches several elements at a time:
-///            the faster form for many. Queries allocate nothing, but FindEach 16 bytes a point.
-/// Errors     making one, FindEach and FindNearest throw wip_Cancelled when the host asks to stop; the hits of
-///            FindEach are then not complete.
-/// Threads    questions from several threads at once are safe, also after the thread that made it has ended.
+/// Tolerance  that of shp_Topology::Locate: gsl_Util's linear tolerance in iso coordinates; for the distance
+///            from lines and surfaces a millionth of the element's bounding box.
+/// Order      of elements that share a boundary point, the one with the smallest mesh element index comes
+///            first; of elements that overlap, one that contains the point. When no element contains the
+///            point but it lies in the bounding box of a flat or inverted element, the result is that
+///            element, Degenerate.
+/// Cost       construction takes a few passes over the elements and about 60 bytes per element, up to twice
+///            that where boxes overlap much. FindEach visits the points bin by bin and searches several
+///            elements at a time; it is faster for many points. Queries allocate no memory, except FindEach:
+///            16 bytes per point.
+/// Errors     construction, FindEach and FindNearest throw wip_Cancelled when the host asks to stop; the hits
+///            of FindEach are then incomplete.
+/// Threads    queries from several threads at once are safe, also after the thread that made the locator has
+///            ended.
 class CORE_GEOMETRY_API bme_ElementLocator {
 public:
   using Point = std::array<double, 3>;
@@ -52,13 +56,14 @@ public:
   bme_ElementLocator(bme_LastingMesh mesh, std::span<const unsigned> classIndices);
 
   // ask
-  unsigned NumElements() const noexcept { return numElements_; } ///< without those left out
-  bme_ElementHit Find(const Point& point) const;                 ///< the first owner
+  unsigned NumElements() const noexcept { return numElements_; } ///< without the excluded ones
+  bme_ElementHit Find(const Point& point) const;                 ///< the first element that contains it
   /// hits[i] of point i, three values each: the same as Find.
   void FindEach(std::span<const double> points, std::span<bme_ElementHit> hits) const;
-  /// All owners in the order of their indices; nothing when no element holds the point.
+  /// All elements that contain the point, by ascending index; empty when there is none.
   void FindAll(const Point& point, std::vector<bme_ElementHit>& owners) const;
-  /// The first owner, or the element at the least distance; of equally close ones the smallest index.
+  /// The first element that contains the point, else the closest one; of equally close ones the smallest
+  /// index.
   bme_NearestElement FindNearest(const Point& point) const;
 
 private:

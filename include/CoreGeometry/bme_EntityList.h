@@ -13,38 +13,39 @@
 
 enum class bme_SetOperation { Union, Intersection, Difference, SymmetricDifference };
 
-/// What happens to labels and indices that the mesh does not have.
+/// What to do with labels and indices that are not in the mesh.
 enum class bme_Unknown {
   Refuse, ///< nex_TextException naming the first twenty and their number
   Skip
 };
 
-/// Which nodes stand for an element, a face or an edge.
+/// Which nodes of an element, a face or an edge are meant.
 enum class bme_NodesOf { All, Corners };
 
-/// Whether an entity counts when one of its nodes is chosen, or only when all of them are.
+/// Whether an entity is included when any of its nodes is selected, or only when all are.
 enum class bme_Touching { AnyNode, AllNodes };
 
-/// Labels as "1:100:2,205": runs of at least three with one step become first:last, or first:last:step.
+/// Labels as "1:100:2,205": three or more labels with a constant step become first:last or first:last:step.
 CORE_GEOMETRY_API cow_String bme_CompactLabels(std::span<const int> labels);
 
-/// The labels that such a text names, in its order: numbers and ranges between commas, with spaces round them or
-/// not. nex_TextException naming the part and its position when it is not one, when a step is 0 or leads
-/// away from the end, and when there are more than a hundred million labels.
+/// The labels that such a text names, in its order: numbers and ranges between commas, with optional spaces.
+/// nex_TextException names the part and its position when the part is no number or range, when a step is 0 or
+/// leads away from the end, and when there are more than a hundred million labels.
 CORE_GEOMETRY_API std::vector<int> bme_LabelsOfText(std::string_view text);
 
-/// Both in mesh order; throws nex_TextException when they are of different meshes.
+/// Combines two lists of words, both in mesh order; nex_TextException when they belong to different meshes.
 CORE_GEOMETRY_API std::vector<unsigned> bme_CombineWords(bme_SetOperation operation, const bme_Mesh& meshA,
                                                          std::span<const unsigned> a, const bme_Mesh& meshB,
                                                          std::span<const unsigned> b, bool areAddresses);
 
 /// Entities of one mesh, each once, in mesh order: node or element indices, or words of faces or edges.
 ///
-/// The list refers to its mesh, which must stay where it is; it is not told of changes of the mesh.
+/// The list keeps a reference to its mesh, which must not move or end before it. Changes of the mesh go
+/// unnoticed.
 ///
-/// Errors     nex_TextException when lists of different meshes meet.
-/// Cost       operations on sets are linear in the two lists; Contains is a binary search.
-/// Threads    a value.
+/// Errors     nex_TextException when lists of different meshes are combined.
+/// Cost       set operations are linear in the lengths of the two lists; Contains is a binary search.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 template<class List> class bme_EntityList {
 public:
   // ask
@@ -74,7 +75,7 @@ public:
 
 protected:
   explicit bme_EntityList(bme_LastingMesh mesh) : mesh_(&*mesh) {}
-  /// Words in any order, some of them more than once.
+  /// Words in any order, with or without repetitions.
   bme_EntityList(bme_LastingMesh mesh, std::vector<unsigned> words)
       : mesh_(&*mesh), words_(std::move(words)) {
     const auto arrange = [&](auto order) {

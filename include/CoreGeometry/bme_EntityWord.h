@@ -1,7 +1,7 @@
-// bme_EntityWord.h: the 32-bit words that name faces and edges of elements, and the index of nothing
+// bme_EntityWord.h: the 32-bit words that address faces and edges of elements, and the index for "not found"
 #pragma once
 
-/// Index that stands for "not found" in every mesh query; no word either.
+/// The index that every mesh query returns for "not found". No face or edge has it as its word.
 inline constexpr unsigned bme_kNotFound = 4294967295U;
 
 /// Bits 0 to 25 hold the mesh element index, bits 26 to 28 the face. The rest is the side of a shell's face
@@ -20,7 +20,7 @@ constexpr unsigned bme_FaceOf(unsigned word) noexcept { return word >> 26 & 7; }
 constexpr bool bme_IsBack(unsigned faceWord) noexcept { return (faceWord >> 29 & 1) != 0; }
 constexpr unsigned bme_EdgeOf(unsigned edgeWord) noexcept { return edgeWord >> 29 & 3; }
 
-/// Words in this order are in mesh order: by element, then face, then side or edge.
+/// Sort key of words in mesh order: by element, then face, then side or edge.
 constexpr unsigned bme_MeshOrder(unsigned word) noexcept {
   return bme_ElementOf(word) << 6 | bme_FaceOf(word) << 3 | word >> 29;
 }

@@ -1,4 +1,4 @@
-// bme_FEMConnect.h: which elements of a mesh meet where
+// bme_FEMConnect.h: connectivity of a mesh: neighbours, rings, components
 #pragma once
 
 #include <CoreGeometry/CoreGeometryExport.h>
@@ -21,23 +21,24 @@ struct bme_Adjacency {
   }
 };
 
-/// What neighbours share.
+/// What two elements must share to be neighbours.
 enum class bme_Across : int {
   Node, ///< any node
   Edge, ///< both ends of an edge of each
   Face  ///< the whole side of each: a face of solids, an edge of surfaces, an end of lines
 };
 
-/// Connectivity of a mesh. Sides meet when they have the same corners, whatever their mid nodes; a
-/// quadrilateral with a repeated corner counts as a triangle, one of fewer than three corners as none.
+/// Connectivity of a mesh. Sides match when they have the same corners, whatever their mid nodes; a
+/// quadrilateral with a repeated corner counts as a triangle, a face with fewer than three different corners
+/// is ignored.
 ///
-/// Relations are of mesh element and node indices, rows ascending and without repetition.
+/// Rows hold mesh element or node indices, ascending and without repetition.
 /// Empty      elements whose type has no shape meet others at nodes only.
-/// Errors     node indices outside the mesh are ignored; nex_OutOfRangeException for an element or side
-///            that is not there; wip_Cancelled when the host asks to stop, and nothing has changed.
-/// Cost       each relation is built once, when it is first asked for, in time linear in its size.
+/// Errors     node indices outside the mesh are ignored; nex_OutOfRangeException for an element or side that
+///            does not exist; wip_Cancelled when the host asks to stop, and nothing has changed.
+/// Cost       each adjacency is built on first use, in time linear in its size.
 /// Threads    const queries build lazily and are not thread-safe: one thread at a time.
-/// Lifetime   belongs to a mesh, and is gone when that is changed (bme_Mesh::InvalidateMeshData) or copied.
+/// Lifetime   owned by a mesh, until bme_Mesh::InvalidateMeshData; a copy of the mesh builds its own.
 class CORE_GEOMETRY_API bme_FEMConnect {
 public:
   explicit bme_FEMConnect(bme_LastingMesh mesh) : mesh_(mesh) {}
@@ -48,7 +49,7 @@ public:
   const bme_Adjacency& ElementsOfNodes() const;
   /// Neighbours of each element, itself excluded. Across faces: the dual graph, ready for a graph partitioner.
   const bme_Adjacency& Neighbours(bme_Across across) const;
-  std::vector<unsigned> FreeNodes() const; ///< of no element
+  std::vector<unsigned> FreeNodes() const; ///< nodes that no element uses
 
   // ask: one side
   struct Side {
@@ -57,16 +58,17 @@ public:
 
     bool operator==(const Side&) const = default;
   };
-  /// The next of the sides with the same corners, in a cycle ordered by element and side; itself when no other
-  /// element has it.
+  /// The next side with the same corners, in a cycle ordered by element and side; the side itself when no
+  /// other element shares it.
   Side NextAcross(Side side) const;
 
   // ask: wider
-  /// Ring 0: the seeds; ring k: elements that are k steps away from the nearest one. Ends before `count`
-  /// steps when no elements are left.
+  /// Ring 0 holds the seeds, ring k the elements that are k steps away from the nearest seed. There are fewer
+  /// than `count` further rings when no elements are left.
   std::vector<std::vector<unsigned>> Rings(std::span<const unsigned> seeds, int count,
                                            bme_Across across) const;
-  /// A number for each element, from 0 in order of their first elements, and how many there are.
+  /// Connected components: the number of each element's component, from 0 in the order of their first
+  /// elements.
   struct Components {
     std::vector<unsigned> ofElement;
     unsigned count = 0;
@@ -74,7 +76,7 @@ public:
   Components FindComponents(bme_Across across) const;
 
 private:
-  /// Cycles of the slots that share a key. A slot is one side, or one edge, of one element.
+  /// Slots with the same corners, linked into cycles. A slot is one side, or one edge, of one element.
   struct Links {
     std::vector<unsigned> firstSlot; ///< of each class, and the total
     std::vector<unsigned> next;
@@ -89,15 +91,16 @@ private:
   mutable std::optional<Links> links_[3];
 };
 
-/// Groups of nodes that are at most the tolerance apart, or joined by a chain of such; each ascending,
-/// ordered by their first node. Nodes without finite coordinates are in none.
+/// Groups of nodes that are at most the tolerance apart, directly or through a chain of such nodes; each
+/// group is ascending, and they are ordered by their first node. Nodes without finite coordinates are in no
+/// group.
 ///
-/// Errors     nex_TextException for a tolerance below 0 or not a number.
-/// Cost       n log n, however the nodes lie.
+/// Errors     nex_TextException for a tolerance that is negative or not a number.
+/// Cost       n log n for any distribution of the nodes.
 CORE_GEOMETRY_API bme_Adjacency bme_FindCoincidentNodes(const bme_NodeData& nodes, double tolerance);
 
-/// The seeds and all faces of `within` that are reached from them over edges at which the normals of both
-/// faces make no more than the angle, in radians. nex_TextException when it is not one of 0 to pi;
-/// wip_Cancelled.
+/// The seeds, and all faces of `within` that can be reached from them across edges where the angle between
+/// the normals of the two faces is at most `angle`, in radians. nex_TextException for an angle outside 0 to
+/// pi; wip_Cancelled when the host asks to stop.
 CORE_GEOMETRY_API bme_FEMFaceList bme_GrowFaces(const bme_FEMFaceList& seeds, const bme_FEMFaceList& within,
                                                 double angle);

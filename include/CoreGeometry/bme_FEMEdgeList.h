@@ -3,7 +3,7 @@
 
 #include <CoreGeometry/bme_FEMFaceList.h>
 
-/// An edge of a face, both counted from 0, of an element by its user label.
+/// The edge of a face, both counted from 0, of the element with that user label.
 struct bme_EdgeLabel {
   int element = 0, face = 0, edge = 0;
 
@@ -23,14 +23,14 @@ public:
   static bme_FEMEdgeList All(bme_LastingMesh mesh);
   static bme_FEMEdgeList FromLabels(bme_LastingMesh mesh, std::span<const bme_EdgeLabel> labels,
                                     bme_Unknown unknown = bme_Unknown::Refuse);
-  /// From the edge subsets that name the mesh's identifier. No edges of the mesh in a set that is not empty
-  /// are refused; OfFaces and OfElements make edges of those.
+  /// From the edge subsets that name the mesh's identifier. nex_TextException when the set is not empty but
+  /// has no edges of the mesh; OfFaces and OfElements make edges of faces and elements.
   static bme_FEMEdgeList FromSet(bme_LastingMesh mesh, const rgnC_SetData& set,
                                  bme_Unknown unknown = bme_Unknown::Refuse);
   /// From the contents of the region in the thread's database; messages begin with its name.
   static bme_FEMEdgeList FromRegion(bme_LastingMesh mesh, const rgnC_Region& region,
                                     bme_Unknown unknown = bme_Unknown::Refuse);
-  /// Of those that OfElements lists, the edges with nodes in the box, or in the list.
+  /// The edges of OfElements that have nodes in the box, or in the list.
   static bme_FEMEdgeList InBox(bme_LastingMesh mesh, const gsl_BBox& box, bme_Touching touching);
   static bme_FEMEdgeList OfNodes(const bme_FEMNodeList& nodes, bme_Touching touching);
   /// Every edge of each of the faces, and of line elements.
@@ -38,7 +38,7 @@ public:
   static bme_FEMEdgeList OfFaces(const bme_FEMFaceList& faces);
 
   // ask
-  /// What FromSet makes the same list of. A SURFACE_EDGE subset for each class, sorted; none for an empty list.
+  /// The inverse of FromSet: a SURFACE_EDGE subset for each class, sorted; no subset for an empty list.
   rgnC_SetData ToSet() const;
   std::vector<bme_EdgeLabel> Labels() const; ///< element index + 1 when the labels of the mesh are implicit
   bme_LocalNodes EdgeNodes(std::size_t i) const; ///< first corner, interior nodes, last corner

@@ -24,22 +24,22 @@ public:
   static bme_FEMElemList OfClass(bme_LastingMesh mesh, unsigned classIndex); ///< nex_OutOfRangeException
   static bme_FEMElemList FromLabels(bme_LastingMesh mesh, std::span<const int> labels,
                                     bme_Unknown unknown = bme_Unknown::Refuse);
-  /// From the element, face and edge subsets that name the mesh's identifier. No elements of the mesh in a
-  /// set that is not empty are refused; OfNodes makes elements of nodes.
+  /// From the element, face and edge subsets that name the mesh's identifier. nex_TextException when the set
+  /// is not empty but has no elements of the mesh; OfNodes makes elements of nodes.
   static bme_FEMElemList FromSet(bme_LastingMesh mesh, const rgnC_SetData& set,
                                  bme_Unknown unknown = bme_Unknown::Refuse);
   /// From the contents of the region in the thread's database; messages begin with its name.
   static bme_FEMElemList FromRegion(bme_LastingMesh mesh, const rgnC_Region& region,
                                     bme_Unknown unknown = bme_Unknown::Refuse);
-  /// Elements with nodes in the box.
+  /// Elements with any node, or all nodes, in the box.
   static bme_FEMElemList InBox(bme_LastingMesh mesh, const gsl_BBox& box, bme_Touching touching);
-  /// An element without nodes is none of them.
+  /// Elements without nodes are never included.
   static bme_FEMElemList OfNodes(const bme_FEMNodeList& nodes, bme_Touching touching);
   static bme_FEMElemList OfFaces(const bme_FEMFaceList& faces);
   static bme_FEMElemList OfEdges(const bme_FEMEdgeList& edges);
 
   // ask
-  /// What FromSet makes the same list of. An ELEMENT_SET subset for each class, sorted; none for an empty list.
+  /// The inverse of FromSet: an ELEMENT_SET subset for each class, sorted; no subset for an empty list.
   rgnC_SetData ToSet() const;
   std::vector<int> Labels() const; ///< index + 1 when the labels of the mesh are implicit
 };

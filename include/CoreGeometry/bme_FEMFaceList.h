@@ -11,7 +11,7 @@ class gsl_BBox;
 class rgnC_Region;
 class rgnC_SetData;
 
-/// Mesh node indices of a face or an edge, corners first for a face, in order along an edge.
+/// Mesh node indices of a face (corners first) or of an edge (in order along it).
 struct bme_LocalNodes {
   static constexpr std::size_t kMost = 16;
 
@@ -24,7 +24,7 @@ struct bme_LocalNodes {
   std::span<const int> Corners() && = delete;
 };
 
-/// A face, counted from 0, of an element by its user label.
+/// A face, counted from 0, of the element with that user label.
 struct bme_FaceLabel {
   int element = 0, face = 0;
   bool isBack = false; ///< of a surface element
@@ -45,24 +45,24 @@ public:
   static bme_FEMFaceList All(bme_LastingMesh mesh);
   static bme_FEMFaceList FromLabels(bme_LastingMesh mesh, std::span<const bme_FaceLabel> labels,
                                     bme_Unknown unknown = bme_Unknown::Refuse);
-  /// From the facet subsets that name the mesh's identifier. Elements without facet ids stand for face 0 of
-  /// surface elements, seen from the front, since the side is not known; for a solid they do not say which
-  /// face is meant, and are refused. So are no faces of the mesh in a set that is not empty.
+  /// From the facet subsets that name the mesh's identifier. For surface elements without facet ids face 0 is
+  /// taken from the front, since their side is not known; solids without facet ids are refused, since their
+  /// face is not known. nex_TextException, too, when the set is not empty but has no faces of the mesh.
   static bme_FEMFaceList FromSet(bme_LastingMesh mesh, const rgnC_SetData& set,
                                  bme_Unknown unknown = bme_Unknown::Refuse);
   /// From the contents of the region in the thread's database; messages begin with its name.
   static bme_FEMFaceList FromRegion(bme_LastingMesh mesh, const rgnC_Region& region,
                                     bme_Unknown unknown = bme_Unknown::Refuse);
-  /// Of those that OfElements lists, the faces with nodes in the box, or in the list.
+  /// The faces of OfElements that have nodes in the box, or in the list.
   static bme_FEMFaceList InBox(bme_LastingMesh mesh, const gsl_BBox& box, bme_Touching touching);
   static bme_FEMFaceList OfNodes(const bme_FEMNodeList& nodes, bme_Touching touching);
-  /// Every face of solids, the front of surface elements; lines and points have none.
+  /// Every face of solids and the front of surface elements; lines and points have none.
   static bme_FEMFaceList OfElements(const bme_FEMElemList& elements);
 
   // ask
-  /// What FromSet makes the same list of. A SURFACE_FACET subset for each class, sorted; none for an empty list.
+  /// The inverse of FromSet: a SURFACE_FACET subset for each class, sorted; no subset for an empty list.
   rgnC_SetData ToSet() const;
   std::vector<bme_FaceLabel> Labels() const; ///< element index + 1 when the labels of the mesh are implicit
-  /// Nodes of the i-th face; from the back of a shell in the reverse order.
+  /// Nodes of the i-th face; in reverse order for the back of a shell.
   bme_LocalNodes FaceNodes(std::size_t i) const;
 };

@@ -1,9 +1,10 @@
-// bme_LastingMesh.h: a mesh that is referred to
+// bme_LastingMesh.h: argument type for a mesh that must outlive the call
 #pragma once
 
 class bme_Mesh;
 
-/// A mesh as an argument of what goes on referring to it: no temporary one, which would be gone by then.
+/// Argument of classes that keep a reference to a mesh. A temporary mesh does not compile: it would end too
+/// early.
 class bme_LastingMesh {
 public:
   bme_LastingMesh(const bme_Mesh& mesh) noexcept : mesh_(&mesh) {}

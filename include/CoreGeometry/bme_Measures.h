@@ -12,14 +12,15 @@ class dtu_DatumCsys;
 
 using bme_Tensor = std::array<std::array<double, 3>, 3>;
 
-/// Total of lengths, areas, volumes or masses with its first and second moments.
+/// Total length, area, volume or mass with its first and second moments.
 ///
-/// Units      the measure's, times model length or its square.
-/// Sign       totals and moments are of absolute values: an element that is inside out counts like its mirror
-///            image. SignedTotal() takes its measure as negative.
+/// Units      those of the measure, times model length for first and its square for second moments.
+/// Sign       totals and moments are of absolute values: an inverted element counts like its mirror image.
+///            SignedTotal() counts its measure as negative.
 /// Empty      a total of zero has no centre and no inertia about it.
-/// Accuracy   sums carry twice the digits of a double, so the order of the elements does not show.
-/// Threads    a value.
+/// Accuracy   sums carry twice the digits of a double, so that the order of the elements does not show in
+///            them.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 class CORE_GEOMETRY_API bme_Moments {
 public:
   // ask
@@ -35,12 +36,13 @@ public:
   bool GetPrincipal(std::array<double, 3>& moments, std::array<gsl_Vector, 3>& axes) const noexcept;
 
   // make
-  /// The same as seen in a frame, a rigid transform of its coordinates into those of the mesh.
+  /// The same moments in another frame: `frame` is the rigid transform from its coordinates to those of the
+  /// mesh.
   bme_Moments In(const gsl_Matrix& frame) const noexcept;
 
   // change
   explicit bme_Moments(const std::array<double, 3>& reference = {}) : reference_(reference) {}
-  /// Moments about the reference point times a factor; those of a thickness are added to surfaces.
+  /// Adds moments about the reference point times a factor; surfaces get the moments of their thickness, too.
   void Add(const shp_Moments& moments, double factor, double thickness = 0) noexcept;
 
 private:
@@ -58,26 +60,26 @@ private:
     double sum_ = 0, error_ = 0;
   };
 
-  std::array<double, 3> reference_; ///< that first and second moments are about
+  std::array<double, 3> reference_; ///< reference point of first and second moments
   Sum total_, signedTotal_;
   std::array<Sum, 3> first_;
   std::array<Sum, 6> second_; ///< xx, yy, zz, xy, xz, yz
 };
 
-/// A value for one element, by its class and position in it; nothing where it is not known. Negative numbers
-/// and those that are not finite count as not known.
+/// A value for one element, by its class and position in it; empty when it is unknown. Negative and
+/// non-finite numbers count as unknown.
 using bme_ElementValue = std::function<std::optional<double>(const bme_ElementClass&, int element)>;
 
-/// What is wanted, and what geometry alone does not tell.
+/// What to compute, and the properties that the geometry does not contain.
 struct bme_MeasureOptions {
   shp_MomentOrder order = shp_MomentOrder::Second;
   bme_ElementValue thickness = {};   ///< of shells, membranes and plane elements
   bme_ElementValue sectionArea = {}; ///< of lines
-  bme_ElementValue density = {};     ///< without it no mass is asked for
+  bme_ElementValue density = {};     ///< without it no mass is computed
   bme_ElementValue pointMass = {};   ///< of elements of a single node
 };
 
-/// Measures of some elements. Labels are user labels, in mesh order; index + 1 in meshes without.
+/// Measures of elements. Labels are user labels, in mesh order; index + 1 in meshes without labels.
 ///
 /// Lengths and areas are those of the elements as meshed, on their curved geometry; the volume is that of the
 /// body they stand for:
@@ -91,29 +93,28 @@ struct bme_Measures {
   bme_Moments length, area, volume;
   bme_Moments mass;
 
-  std::vector<int> inverted;      ///< negative volume, plane elements: clockwise
-  std::vector<int> zero;          ///< no more than the rounding of the coordinates may make
+  std::vector<int> inverted;      ///< negative volume; plane elements numbered clockwise
+  std::vector<int> zero;          ///< measure within the rounding error of the coordinates
   std::vector<int> withoutShape;  ///< type without shape or map: not measured
   std::vector<int> withoutNodes;  ///< nodes not in the mesh or not finite: not measured
-  std::vector<int> noThickness;   ///< body not in the volume and the mass
-  std::vector<int> noSectionArea; ///< likewise
-  std::vector<int> noDensity;     ///< not in the mass
-  std::vector<int> noPointMass;   ///< likewise
+  std::vector<int> noThickness;   ///< not included in volume and mass
+  std::vector<int> noSectionArea; ///< not included in volume and mass
+  std::vector<int> noDensity;     ///< not included in mass
+  std::vector<int> noPointMass;   ///< not included in mass
 };
 
-/// Of all elements, or of those with the given mesh element indices, each counted once. Throws
-/// nex_OutOfRangeException for an index that the mesh does not have; wip_Cancelled when the host asks to
-/// stop.
+/// Measures of all elements, or of those with the given mesh element indices, each counted once. Throws
+/// nex_OutOfRangeException for an index that is not in the mesh; wip_Cancelled when the host asks to stop.
 CORE_GEOMETRY_API bme_Measures bme_CalculateMeasures(const bme_Mesh& mesh,
                                                      const bme_MeasureOptions& options = {});
 CORE_GEOMETRY_API bme_Measures bme_CalculateMeasures(const bme_Mesh& mesh, std::span<const unsigned> elements,
                                                      const bme_MeasureOptions& options = {});
-/// Of the elements of a list: bme_FEMElemList::OfClass, one element, the elements of a set or a box.
+/// Measures of the elements of a list: bme_FEMElemList::OfClass, the elements of a set, of a box, ...
 inline bme_Measures bme_CalculateMeasures(const bme_FEMElemList& elements,
                                           const bme_MeasureOptions& options = {}) {
   return bme_CalculateMeasures(elements.Mesh(), elements.Words(), options);
 }
-/// Of elements on nodes in double precision, three coordinates each.
+/// Measures of elements whose nodes have double precision, three coordinates each.
 CORE_GEOMETRY_API bme_Measures bme_CalculateMeasures(const bme_ElementData& elements,
                                                      std::span<const double> coordinates,
                                                      const bme_MeasureOptions& options = {});
@@ -141,10 +142,10 @@ inline double bme_CalculateVolume(const bme_Mesh& mesh) {
   return bme_CalculateVolume(bme_FEMElemList::All(mesh));
 }
 
-/// Of one face or edge of an element; 0 when there is no such face or edge, or a node is missing.
+/// Measure of one face or edge of an element; 0 when it does not exist or a node is missing.
 CORE_GEOMETRY_API double bme_CalculateFaceArea(const bme_Mesh& mesh, unsigned element, int face);
 CORE_GEOMETRY_API double bme_CalculateEdgeLength(const bme_Mesh& mesh, unsigned element, int face, int edge);
 
-/// The axes of a coordinate system made orthonormal (x is kept, y stays in the plane of x and y, z on the
-/// side of the stored one) at its origin, whatever its kind; false when they cannot be.
+/// Origin and orthonormal axes of a coordinate system of any kind: x is kept, y stays in the plane of x and
+/// y, z is on the side of the stored z. False when the stored axes do not allow it.
 CORE_GEOMETRY_API bool bme_GetFrame(const dtu_DatumCsys& csys, gsl_Matrix& frame);

@@ -41,7 +41,7 @@ public:
   /// Takes ownership of both parts; null parts are empty ones, a null transform is none.
   bme_Mesh(unsigned id, bme_NodeData* nodes, bme_ElementData* elements, bme_MeshType type,
            const gsl_Matrix* transform);
-  /// Takes ownership of the classes; the container's own count of nodes governs.
+  /// Takes ownership of the classes; the number of nodes is that of the container, not numNodes.
   bme_Mesh(unsigned id, unsigned numNodes, uti_CoordCont3D& coordinates, unsigned numClasses,
            bme_ElementClass** classes, bme_MeshType type, unsigned numDim, const gsl_Matrix* transform);
   /// Deep copy under a new identifier: same uids, sphere and time stamp, change count 1.
@@ -74,14 +74,14 @@ public:
   /// and a zero normal, when there is no such face, a corner is not in the mesh, or the face has no area.
   bool ComputeFaceNorml(const bme_ElementClass& elements, unsigned elemIndexInClass, unsigned face,
                         g3d_Vector& normal) const;
-  /// Which elements meet where, made when first asked for and kept until InvalidateMeshData(); copies of the
-  /// mesh make their own.
+  /// Adjacency of nodes and elements, built on first use and kept until InvalidateMeshData(); a copy of the
+  /// mesh builds its own.
   const bme_FEMConnect& Connectivity() const;
   void Print(aio_ostream& out) const; ///< a summary, flushed after each line
 
   // change
-  /// The nodes or the elements, private to this mesh until it is copied: the copy shares them, and a
-  /// reference that was asked for before then changes both meshes. Ask again after copying.
+  /// The nodes or the elements, owned by this mesh alone until it is copied. The copy shares them, and
+  /// writing through a reference from before changes both meshes: after copying, call this again.
   bme_NodeData& NodeDataToModify() { return nodeData_.Modify(); }
   bme_ElementData& ElementDataToModify() { return elemData_.Modify(); }
   /// Moves every node; the stored placement stays as it is.

@@ -4,8 +4,7 @@
 #include <CoreGeometry/bme_Mesh.h>
 #include <initializer_list>
 
-/// Numbers that are handed over: a span, which is copied once, or an array, which is shared or moved without
-/// copying.
+/// An array as an argument: a span is copied once, a cow_ArrayCOW is shared or moved without copying.
 template<class T> class bme_Numbers {
 public:
   bme_Numbers() = default;
@@ -21,30 +20,30 @@ public:
 
 private:
   cow_ArrayCOW<T> owned_;
-  std::span<const T> values_; ///< of the array, or of somebody else
+  std::span<const T> values_; ///< of owned_, or of the caller
   bool isOwned_ = false;
 };
 
 /// Elements of one type for bme_MeshBuilder.
 struct bme_Block {
-  cow_String type;               ///< its label, as C3D8R
+  cow_String type;               ///< type label, such as C3D8R
   bme_Numbers<int> connectivity; ///< node indices from 0, row after row
-  bme_Numbers<int> labels{};     ///< one for each element; none, or in every block that has elements
+  bme_Numbers<int> labels{};     ///< one per element; either no block has any, or all that have elements
   cow_String category{};
-  int nodesPerElement = 0; ///< needed for a type without a shape alone
+  int nodesPerElement = 0; ///< needed only for a type without a shape
 };
 
 /// Makes a mesh of nodes and blocks of elements. Block i becomes element class i.
 ///
-/// bme_NodeData and bme_ElementData change a mesh that is there already.
+/// Use bme_NodeData and bme_ElementData to change a mesh that exists already.
 ///
 /// Errors     nex_TextException naming block, element and value, all counted from 0, as "block 3 (C3D20),
 ///            element 118: node 90210 is outside 0..4711": coordinates that are not three for each node or not
 ///            finite, rows that are not whole, labels that are negative, given twice or not one for each. A
 ///            call that throws leaves the builder as it was.
-/// Cost       one pass over what is given, in which spans are copied; arrays are moved. Labels that do not
-///            grow take one pass more.
-/// Threads    a value.
+/// Cost       one pass over the input, in which spans are copied; arrays are moved. Labels that are not
+///            ascending take one more pass.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 class CORE_GEOMETRY_API bme_MeshBuilder {
 public:
   /// Flat x0 y0 z0 x1 ..., three for each node whatever the dimension; one label for each node, or none.
@@ -52,8 +51,8 @@ public:
                            unsigned dimension = 3);
 
   bme_MeshBuilder& Add(bme_Block block);
-  /// Hands over what was given; the builder is then one without nodes. nex_TextException, and nothing is
-  /// handed over, when blocks do not agree on their labels.
+  /// Moves the contents into a mesh and leaves the builder without nodes. nex_TextException, and the builder
+  /// keeps its contents, when some blocks have labels and others do not.
   bme_Mesh Build(unsigned id = 0, bme_MeshType type = bme_NATIVE_MESH, const gsl_Matrix* transform = nullptr);
 
 private:
@@ -61,6 +60,6 @@ private:
 
   bme_NodeData nodes_;
   std::vector<bme_ElementClass> classes_;
-  bool doLabelsGrow_ = true; ///< those of the elements, from block to block
+  bool doLabelsGrow_ = true; ///< element labels are ascending over all blocks
   int lastLabel_ = -1;
 };

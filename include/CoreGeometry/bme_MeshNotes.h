@@ -1,4 +1,4 @@
-// bme_MeshNotes.h: what the file of a mesh said beside nodes, elements and sets
+// bme_MeshNotes.h: what a mesh file contains beside nodes, elements and sets
 #pragma once
 
 #include <BasicUtils/cls_xoList.h>
@@ -20,11 +20,12 @@ template<> struct omu_EnumTable<bme_NotedEnm> {
                                               {bme_ELEMENTS_NOTED, "ELEMENT_SET"}};
 };
 
-/// Numbers and texts about an element class or a set that the mesh itself has no place for.
+/// Numbers and texts about an element class or a set that the mesh cannot hold itself.
 ///
-/// Layout     `values` has a row for each element of a class, with a name for each column, or none. Of a set it has
-///            one column: in the order of the subsets, `counts`[i] numbers for entry i, or one each without counts.
-/// Order      `order`[i] is where entry i stood among the entries of the file; empty when the order is the same.
+/// Layout     for a class, `values` has a row for each element and a name for each column, or is empty. For a
+///            set it has one column: `counts`[i] numbers for entry i, in the order of the subsets, or one
+///            each without counts.
+/// Order      `order`[i] is the position of entry i among the entries of the file; empty when it is the same.
 /// Stored as  noted, number, typeName, columns, values, counts, order, properties, propertyValues
 class CORE_GEOMETRY_API bme_Annotation {
 public:
@@ -42,18 +43,17 @@ public:
   virtual void DBWrite(const cls_WriteVisitor& visitor) const;
   bool operator==(const bme_Annotation& other) const;
 
-  bool IsEmpty() const noexcept; ///< says nothing
-  /// Why it says nothing sensible about so many elements or entries; empty when it does.
+  bool IsEmpty() const noexcept; ///< without any contents
+  /// Why the annotation does not fit that number of elements or entries; empty when it fits.
   cow_String Misfit(std::size_t numEntries) const;
 
   bme_NotedEnm noted = bme_CLASS_NOTED;
-  int number = 0; ///< class index, or set index
-  cow_String
-      typeName; ///< of the elements of a class in the file, where it is not the one that is written otherwise
+  int number = 0;      ///< class index, or set index
+  cow_String typeName; ///< element type in the file, when it is not the default of the class
   cls_xpListString columns;
   cls_xp2DArrayDouble values;
   cls_xp1DArrayListInt counts, order;
-  cls_xpListString properties; ///< names of numbers for the whole
+  cls_xpListString properties; ///< names of numbers for the whole class or set
   cls_xp1DArrayListInt propertyValues;
 
 private:
@@ -61,12 +61,13 @@ private:
   cls_Uid uid_;
 };
 
-/// Where the notes of a mesh stand in a model: "notes/<mesh>".
+/// Folder of the notes of a mesh in a model: "notes/<mesh>".
 inline constexpr const char* bme_kNotesFolder = "notes/";
 
 /// Title, names and records of the file that a mesh came from, and annotations of its classes and sets.
 ///
-/// Lifetime   beside the mesh, not in it: whoever changes classes or sets changes their annotations, or drops them.
+/// Lifetime   stored beside the mesh, not in it: code that changes classes or sets must update their
+///            annotations or drop them.
 /// Stored as  title, coordinateNames, programs, information, annotations
 class CORE_GEOMETRY_API bme_MeshNotes {
 public:
@@ -83,11 +84,11 @@ public:
   virtual void DBWrite(const cls_WriteVisitor& visitor) const;
   bool operator==(const bme_MeshNotes& other) const;
 
-  bool IsEmpty() const noexcept; ///< says nothing
+  bool IsEmpty() const noexcept; ///< without any contents
 
   cow_String title;
   cls_xpListString coordinateNames; ///< one for each dimension, or none
-  cls_xpListString programs;        ///< four for each that had a hand in the mesh: name, version, date, time
+  cls_xpListString programs;        ///< four for each program that wrote the mesh: name, version, date, time
   cls_xpListString information;     ///< lines
   cls_xo1DArrayList<bme_Annotation> annotations;
 

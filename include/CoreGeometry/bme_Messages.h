@@ -13,10 +13,10 @@ enum bme_Message : int {
   bme_INVALID_NODE_LABEL = 4,
   bme_NEGATIVE_EDGES = 5,
   bme_INVALID_ELEMENT_LABEL = 6,
-  bme_UNSUPPORTED_TYPE = 7, ///< takes the type label
-  bme_FACE_LIST_ERROR = 8,  ///< takes the node
+  bme_UNSUPPORTED_TYPE = 7, ///< its argument is the type label
+  bme_FACE_LIST_ERROR = 8,  ///< its argument is the node
   bme_TOO_MANY_FOR_FACES = 9,
-  bme_EDGE_LIST_ERROR = 10 ///< takes the node
+  bme_EDGE_LIST_ERROR = 10 ///< its argument is the node
 };
 
 /// Text of a message with its argument filled in.

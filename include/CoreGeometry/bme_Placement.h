@@ -10,7 +10,7 @@
 /// Units      model length.
 /// Empty      a mesh without a transform, or with the identity, stands where its coordinates say.
 /// Errors     nex_TextException for a transform that is no rotation with a translation.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 class CORE_GEOMETRY_API bme_Placement {
 public:
   bme_Placement() = default;

@@ -8,7 +8,7 @@
 /// instance.
 ///
 /// Empty      a null reference has the datum identifier 0; the axis 0 means the datum itself.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  _ownerNames, _datumId, _instanceId, _axisId
 class CORE_GEOMETRY_API dtmC_DatumRef {
 public:

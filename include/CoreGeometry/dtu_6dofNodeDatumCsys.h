@@ -16,7 +16,7 @@ struct dtu_6dofNodeCoord {
 /// zero in the beginning; turned back by it, they are the reference after reading. Moving the system moves
 /// the reference.
 ///
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  the fields of dtu_DatumCsys, node; not the display frame
 class CORE_GEOMETRY_API dtu_6dofNodeDatumCsys : public dtu_DatumCsys {
 public:

@@ -18,7 +18,7 @@ template<> struct omu_EnumTable<dtu_DatumType> {
 /// Every constructor allocates a fresh uid, the copying one too; assignment takes over the source's.
 ///
 /// Empty      a datum of the base class itself has no geometry.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  _datum_type, _feat_id, _inst_feat_id
 class CORE_GEOMETRY_API dtu_Datum {
 public:

@@ -9,7 +9,7 @@
 ///
 /// Units      model length.
 /// Empty      the default runs from the origin along z. Without an outline nothing is drawn.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  the fields of dtu_Datum, _pnt, _direction, cornerPoints
 class CORE_GEOMETRY_API dtu_DatumAxis : public dtu_Datum {
 public:

@@ -44,7 +44,7 @@ private:
 ///            call needs. A call that throws changes nothing.
 /// Cost       copy O(1): the datums are shared, and a change copies the table of handles and the datums that it
 ///            changes. Look-up O(log n).
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  _ownerNames, _datums, _names, _next_feat_id
 class CORE_GEOMETRY_API dtu_DatumContainer {
 public:

@@ -20,7 +20,7 @@ template<> struct omu_EnumTable<dtu_DatumCsysType> {
 ///
 /// Units      model length.
 /// Empty      the default is the global system, cartesian.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  the fields of dtu_Datum, _origin, _x_axis, _y_axis, _z_axis, _csysType
 class CORE_GEOMETRY_API dtu_DatumCsys : public dtu_Datum {
 public:

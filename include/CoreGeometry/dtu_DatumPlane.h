@@ -9,7 +9,7 @@
 ///
 /// Units      model length.
 /// Empty      the default is the xy plane. Without an outline nothing is drawn.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  the fields of dtu_Datum, _pnt, _normal, cornerPoints
 class CORE_GEOMETRY_API dtu_DatumPlane : public dtu_Datum {
 public:

@@ -7,7 +7,7 @@
 ///
 /// Units      model length.
 /// Empty      the default is the origin.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  the fields of dtu_Datum, _pnt
 class CORE_GEOMETRY_API dtu_DatumPoint : public dtu_Datum {
 public:

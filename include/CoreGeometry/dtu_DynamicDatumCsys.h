@@ -53,7 +53,7 @@ struct dtu_DisplayFrame {
 /// Coordinate system whose frame is computed from three nodes when its owner asks for it.
 ///
 /// Tolerance  colinear nodes, by gsl_NormalToThreePoints, change nothing.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  the fields of dtu_DatumCsys, _nodesPackage; not the display frame
 class CORE_GEOMETRY_API dtu_DynamicDatumCsys : public dtu_DatumCsys {
 public:

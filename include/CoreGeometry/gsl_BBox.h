@@ -15,7 +15,7 @@
 /// Errors     none. A NaN coordinate never widens a box; it stays when it comes from the first point, and the
 ///            other coordinates then decide what intersects the box.
 /// Cost       O(1); the span forms of Add run at memory speed.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  _min, _max
 class CORE_GEOMETRY_API gsl_BBox {
 public:

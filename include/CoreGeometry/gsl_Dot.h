@@ -46,7 +46,7 @@ template<> struct omu_EnumTable<gsl_DotMethod> {
 ///
 /// Units      model length.
 /// Empty      the default dot is the origin, given by coordinates.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  _point, _method, _instanceId, _entityId
 class CORE_GEOMETRY_API gsl_Dot {
 public:

@@ -9,7 +9,7 @@
 /// Empty      lower end above the upper one, or an end that is NaN; the default. A union with it changes
 ///            nothing, an intersection with it is empty.
 /// Tolerance  none.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 class gsl_Interval {
 public:
   constexpr gsl_Interval() noexcept = default;

@@ -10,7 +10,7 @@
 /// Units      model length.
 /// Empty      the default segment has neither dot.
 /// Cost       copies share the dots; Regenerate makes them private first.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  point1, point2
 class CORE_GEOMETRY_API gsl_ModelSegment {
 public:

@@ -13,7 +13,7 @@
 /// assignment from a plain matrix keeps this one's.
 ///
 /// Empty      a null transform stands for the identity.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  _matrix: 16 numbers row by row, none when null
 class CORE_GEOMETRY_API gsl_PersistentMatrix {
 public:

@@ -9,7 +9,7 @@
 /// Every constructor allocates a fresh uid; assignment from another persistent vector takes over its uid,
 /// assignment from a plain vector keeps this one's.
 ///
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  _x, _y, _z
 class CORE_GEOMETRY_API gsl_PersistentVector {
 public:

@@ -32,7 +32,7 @@ template<> struct omu_EnumTable<gsl_DirMethod> {
 /// Empty      the default plane is z = 0 and is not ok (method gsl_PLANE_INVALID).
 /// Tolerance  rtol, gsl_Util's relative tolerance, decides what is parallel.
 /// Errors     none. With a zero normal every distance is NaN.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  _ok, _point, _normal, _method, _flip, parent_ids, owner_feat_id
 class CORE_GEOMETRY_API gsl_Plane {
 public:

@@ -23,7 +23,7 @@ class gsl_Vector;
 ///            for the whole module but for flat arrays, which must not overlap.
 /// Cost       constructing takes a few nanoseconds for the uid: whole arrays go through gsl_Matrix, gsl_BBox
 ///            and gsl_Plane as flat coordinates.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  _x, _y, _z
 class CORE_GEOMETRY_API gsl_Point final {
 public:

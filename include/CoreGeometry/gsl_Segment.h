@@ -9,7 +9,7 @@
 /// Empty      the default segment has both ends at the origin.
 /// Tolerance  tol stands for gsl_Util's linear tolerance.
 /// Errors     none. A segment shorter than tol intersects nothing.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  _point1, _point2
 class CORE_GEOMETRY_API gsl_Segment {
 public:

@@ -34,7 +34,7 @@ template<> struct omu_EnumTable<gsl_LineMethod> {
 /// Empty      the default line runs from the origin along z and is not ok (method gsl_STLINE_INVALID).
 /// Tolerance  tol and rtol stand for gsl_Util's linear and relative tolerance.
 /// Errors     none. A zero direction is parallel to nothing.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  _point, _dir, _method, _flip, _ok, parent_ids, owner_feat_id
 class CORE_GEOMETRY_API gsl_StLine {
 public:

@@ -6,7 +6,7 @@
 
 /// Interface object of a transform.
 ///
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 class CORE_GEOMETRY_API gsl_TransformIntObj : public omu_InterfaceObject {
 public:
   explicit gsl_TransformIntObj(const gsl_Matrix& transform) noexcept : transform_(transform) {}

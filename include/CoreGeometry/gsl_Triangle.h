@@ -11,7 +11,7 @@
 /// Empty      the default triangle has all vertices at the origin; colinear vertices have a zero normal.
 /// Tolerance  tol stands for gsl_Util's linear tolerance.
 /// Errors     none. With a zero normal every point projects into the triangle and none is on it.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 class CORE_GEOMETRY_API gsl_Triangle {
 public:
   gsl_Triangle() noexcept;

@@ -19,7 +19,7 @@ class gsl_Point;
 ///            overflow to infinity or NaN. With a NaN component SameDirection and IsParallel are decided by
 ///            the other components, Normalize and AngleBetween are true and give NaN, AngleWith is NaN; every
 ///            other test is false.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 class CORE_GEOMETRY_API gsl_Vector {
 public:
   gsl_Vector() noexcept = default;

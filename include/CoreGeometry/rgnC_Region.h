@@ -37,7 +37,7 @@ template<> struct omu_EnumTable<rgnC_GroundEnum> {
 /// read.
 ///
 /// Empty      the default has no name, no owners, and refers to nothing.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  name, internal, _ownerNames, _space, _setTypeBits, setData
 class CORE_GEOMETRY_API rgnC_Region {
 public:

@@ -6,7 +6,7 @@
 /// Two regions, each of which may stand for the ground instead, and a flag that suppresses the pair.
 ///
 /// Empty      the default has two empty regions and no flag.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  region1, region2, ground1, ground2, suppress
 class CORE_GEOMETRY_API rgnC_RegionPair {
 public:

@@ -9,7 +9,7 @@
 /// Empty      the default is a node set without subsets, not constructed.
 /// Errors     nex_TextException as stated.
 /// Cost       copy O(1): the subsets are shared.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  setIndex, setLabel, subsetList, numSubset, setType, internalSet, unsorted, constructionOk
 class CORE_GEOMETRY_API rgnC_SetData {
 public:

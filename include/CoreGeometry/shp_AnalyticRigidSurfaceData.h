@@ -63,7 +63,7 @@ using shp_SuppDataPairList = cls_xoList<shp_SuppDataPair>;
 ///
 /// Empty      the default is of the first kind and has no points.
 /// Cost       copy O(1): the lists are shared.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  meshIndex, classIndex, elemIndex, surfaceName, surfaceType, localCoordDef, dataPairList
 class CORE_GEOMETRY_API shp_AnalyticRigidSurfaceData {
 public:

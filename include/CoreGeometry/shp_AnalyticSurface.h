@@ -14,7 +14,7 @@ class gsl_Matrix;
 /// the point where the tangents of its ends meet.
 ///
 /// Empty      the default is a START without a point, which is not valid yet.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  type, data
 class CORE_GEOMETRY_API shp_AnalyticSurfaceSegment {
 public:
@@ -70,7 +70,7 @@ using shp_AnalyticSurfaceSegmentList = cls_xo1DArrayList<shp_AnalyticSurfaceSegm
 ///
 /// Empty      the default has no segments.
 /// Cost       copy O(1): profile and vectors are shared.
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  type, filletRadius, profile, localCoordData, name
 class CORE_GEOMETRY_API shp_AnalyticSurface {
 public:

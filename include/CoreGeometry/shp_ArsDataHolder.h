@@ -9,7 +9,7 @@
 ///
 /// Errors     nex_TextException when there is neither; nex_OutOfRangeException as each function states.
 /// Cost       copy O(1).
-/// Threads    a value.
+/// Threads    a value: concurrent reads are safe, and copies are independent.
 class CORE_GEOMETRY_API shp_ArsDataHolder {
 public:
   using OldData = cow_COW<shp_AnalyticRigidSurfaceData, cow_Virtual<shp_AnalyticRigidSurfaceData>>;
