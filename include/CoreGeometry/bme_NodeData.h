@@ -10,16 +10,16 @@
 
 /// Coordinates of the nodes of a mesh and, if wanted, one user label per node.
 ///
-/// Labels are in use when the label list is not empty and as long as the node table; any other list counts as
-/// no labels. Without labels no look-up finds anything, although the largest label is the node count. Of
-/// duplicate labels the last one wins.
+/// Labels are in use when there is one for each node; a label list of any other length counts as no labels.
+/// Without labels no look-up finds anything, although the largest label is the node count. A label that is
+/// used twice finds the last of its nodes.
 ///
 /// Units      model length, single precision.
 /// Tolerance  AreNodesEqual: absolute difference per axis.
 /// Errors     an unknown label gives bme_kNotFound; nex_TextException when no label is left above 2147483647.
 /// Cost       copies share coordinates and labels; a change copies what is shared. The first look-up after a
 ///            change of labels builds the label map.
-/// Threads    look-ups build the label map on first use: not at the same time on two threads before that.
+/// Threads    look-ups build the label map on first use and are not thread-safe until it is built.
 /// Stored as  coordinates, userNodeLabels, numDim
 class CORE_GEOMETRY_API bme_NodeData {
 public:
@@ -57,24 +57,24 @@ public:
   void GetUserNodeLabels(cow_List<int>& labels) const { labels = labels_.AsList(); }
   int GetMaxUserNodeLabel() const;
   virtual unsigned GetMeshNodeIndex(int label) const;
-  /// indices[i] of labels[i], with cache misses overlapped.
+  /// indices[i] is the index of labels[i]; prefetches overlap the cache misses.
   void GetMeshNodeIndices(std::span<const int> labels, std::span<unsigned> indices) const;
-  /// Position of the first label that is not known here, or the length when all are.
+  /// Position of the first label that no node has, or the length when all labels are known.
   int CheckUserNodeLabels(const cow_List<int>& labels) const;
   int NextFreeLabel() const; ///< above every label that was ever stored, in use or not
 
   // change
   void SetDimension(unsigned numDim) noexcept { numDim_ = numDim; }
   virtual bool SetNodalCoord(unsigned node, float x, float y, float z);
-  /// Flat x0 y0 z0 x1 ... of all nodes, private to this table until it is copied: a copy shares them, so
-  /// write through the span no longer after that, but ask again.
+  /// Flat x0 y0 z0 x1 ... of all nodes, owned by this object alone until it is copied; a copy shares them:
+  /// after copying, do not write through an old span but call this again.
   std::span<float> CoordinatesToModify() { return coordinates_.Modify(); }
   virtual void AppendNode(float x, float y, float z,
                           int label); ///< the label is dropped when none are in use
   virtual void AppendNode(float x, float y, float z);
   /// Labels stay in use when both sides have them; unlabelled nodes appended to labelled ones get the next
-  /// free labels; anything appended to unlabelled nodes loses its labels. An empty table takes the labels of
-  /// what is appended, and drops a list that it held for nodes that never came.
+  /// free labels; anything appended to unlabelled nodes loses its labels. An empty table takes over the
+  /// labels of what is appended; a label list that it already held without nodes is dropped.
   virtual void AppendNodes(const bme_NodeData& other);
   virtual void AppendNodes(const uti_CoordCont3D& coordinates);
   virtual bool DeleteNode(unsigned node);

@@ -1,4 +1,4 @@
-// bme_Outside.h: what is seen of a mesh from outside
+// bme_Outside.h: the external faces, edges, lines and points of a mesh
 #pragma once
 
 #include <CoreGeometry/CoreGeometryExport.h>
@@ -8,12 +8,12 @@
 #include <array>
 #include <string>
 
-/// A face of an element that is seen.
+/// An external face of an element, or a face of a chosen surface.
 struct bme_OuterFace {
   unsigned word = 0; ///< see bme_EntityWord.h
   int group = 0;
   bme_LocalNodes nodes;
-  std::array<double, 3> normal{}; ///< as long as the area; from the corners
+  std::array<double, 3> normal{}; ///< computed from the corners; its length is the area
 
   bool HasMidNodes() const noexcept { return nodes.corners > 2 && nodes.count >= 2 * nodes.corners; }
 };
@@ -23,7 +23,7 @@ struct bme_OuterEdge {
   std::array<int, 2> ends{};
   int middle = -1;
   unsigned face = 0;      ///< position of the first face that has it
-  bool isFeature = false; ///< no other face has it, or several have, or one of another group or direction
+  bool isFeature = false; ///< free, non-manifold, or between faces of different groups or normals
 };
 
 /// A line element.
@@ -40,20 +40,20 @@ struct bme_OuterPoint {
 };
 
 struct bme_Outside {
-  std::vector<cow_String> groups; ///< the set, or the element type and category of the class
+  std::vector<cow_String> groups; ///< name of the set, or element type and category of the class
   std::vector<bme_OuterFace> faces;
   std::vector<bme_OuterEdge> edges; ///< in order of their ends
   std::vector<bme_OuterLine> lines;
   std::vector<bme_OuterPoint> points;
-  long long notFinite = 0;    ///< faces and lines left out, since a node of theirs has no finite coordinates
-  long long withoutShape = 0; ///< elements left out, since their type has no shape
+  long long notFinite = 0;    ///< excluded faces and lines: a node has no finite coordinates
+  long long withoutShape = 0; ///< excluded elements: their type has no shape
 };
 
-/// Of the whole mesh, a group for each element class; with names of sets, of these alone: external faces of
-/// element sets, the faces of surfaces, and the nodes of node sets; with node sets alone also of the whole mesh,
-/// as one group. Corners that are collapsed to one are one. Types without a shape are left out, and what has
-/// nodes without finite coordinates. Faces meet at a feature when
-/// their normals are more than 30 degrees apart. Throws nex_TextException, beginning with `place`, when there
-/// is no such set, or nothing to see.
+/// The outside of a whole mesh, with a group for each element class. With names of sets, only these: external
+/// faces of element sets, faces of surfaces, and nodes of node sets; if all are node sets, the whole mesh is
+/// added as one group. Repeated corners of a face count once. Elements without a shape, or with nodes without
+/// finite coordinates, are excluded. An edge is a feature when the normals of its faces are more than 30
+/// degrees apart. Throws nex_TextException, beginning with `place`, for an unknown set, or when there is
+/// nothing to see.
 CORE_GEOMETRY_API bme_Outside bme_FindOutside(const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
                                               std::span<const std::string> names, const cow_String& place);

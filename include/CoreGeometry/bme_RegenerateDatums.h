@@ -9,12 +9,12 @@
 class bme_Mesh;
 class dtu_DatumContainer;
 
-/// A system that keeps its frame, since its nodes do not give one.
+/// A coordinate system that keeps its frame, since it cannot be computed from its nodes.
 struct bme_LostDatum {
   enum Reason { MISSING_NODES, NOT_FINITE, COLLINEAR_NODES, SEVERAL_INSTANCES };
   int datum;               ///< its identifier
-  Reason reason;           ///< SEVERAL_INSTANCES: its nodes are not of one part, as those of a mesh are
-  std::vector<int> labels; ///< of the nodes that are missing or not finite; else of all that it follows
+  Reason reason;           ///< SEVERAL_INSTANCES: its nodes belong to more than one part instance
+  std::vector<int> labels; ///< nodes that are missing or not finite; otherwise all nodes it follows
 
   CORE_GEOMETRY_API cow_String Text() const; ///< "node 30 is not in the mesh"
 };

@@ -29,17 +29,17 @@ private:
   std::vector<chk_Finding>& findings_;
 };
 
-/// Elements inside out, without size, or with a Jacobian that is not positive at integration points or nodes.
-/// Every node of an element must be there. Returns the elements without size, ascending.
+/// Reports elements that are inverted, without size, or with a Jacobian that is not positive at integration
+/// points or nodes. Every node of an element must exist. Returns the elements without size, ascending.
 CORE_GEOMETRY_API std::vector<unsigned> chk_Elements(const bme_Mesh& mesh, chk_Findings& findings);
 
-/// Duplicated elements, nodes without elements, at the same place (within a ten-thousandth of an edge) or
-/// on the side of an element that they do not belong to, and of shells open edges, edges of more than two,
-/// and neighbours with opposite normals; all of them notes. Every node of an element must be there. Elements
-/// without size have no sides to be on.
+/// Reports, as notes, duplicate elements, nodes without elements, nodes at the same place (within a
+/// ten-thousandth of an edge) or on the side of an element that they do not belong to, and of shells free
+/// edges, edges of more than two elements, and neighbours with opposite normals. Every node of an element
+/// must exist. Sides of elements without size are not searched.
 CORE_GEOMETRY_API void chk_Topology(const bme_Mesh& mesh, std::span<const unsigned> withoutSize,
                                     chk_Findings& findings);
 
-/// Consistency of a mesh: lengths, connectivity within the node table, unique labels, finite coordinates,
-/// known element types.
+/// Reports inconsistencies of a mesh: wrong lengths, connectivity outside the node table, duplicate labels,
+/// coordinates that are not finite, unknown element types.
 CORE_GEOMETRY_API void chk_Mesh(const bme_Mesh& mesh, chk_Findings& findings);

@@ -28,7 +28,7 @@ public:
   virtual void DBWrite(const cls_WriteVisitor& visitor) const;
 
   // ask
-  bool IsNullRef() const noexcept { return datumId_ == 0; } ///< whatever the rest is
+  bool IsNullRef() const noexcept { return datumId_ == 0; } ///< whatever its other fields are
   const cow_List<cow_String>& OwnerNames() const noexcept { return ownerNames_.List(); } ///< outermost first
   int DatumId() const noexcept { return datumId_; }
   int InstanceId() const noexcept { return instanceId_; }

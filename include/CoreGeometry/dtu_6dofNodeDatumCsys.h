@@ -3,7 +3,7 @@
 
 #include <CoreGeometry/dtu_DynamicDatumCsys.h>
 
-/// Current position of a node and its rotation: a vector along the axis, as long as the angle in radians.
+/// Current position of a node and its rotation vector, whose length is the angle in radians.
 struct dtu_6dofNodeCoord {
   float position[3] = {};
   float rotation[3] = {};
@@ -11,10 +11,10 @@ struct dtu_6dofNodeCoord {
 
 /// Coordinate system attached to a node with six degrees of freedom.
 ///
-/// The rotation is total: it turns the axes of the reference system that this one was made with, the global
-/// axes when there was none. The coordinates of the stored node hold the rotation that made the stored axes,
-/// zero in the beginning; turned back by it, they are the reference after reading. Moving the system moves
-/// the reference.
+/// The rotation is total: it is applied to the axes of the reference system given at construction, or to the
+/// global axes. The coordinates of the stored node hold the rotation that produced the stored axes, zero at
+/// first; after reading, undoing this rotation recovers the reference. Transforming the system transforms its
+/// reference.
 ///
 /// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  the fields of dtu_DatumCsys, node; not the display frame
@@ -37,7 +37,7 @@ public:
   void Print(aio_ostream& out) const override; ///< as any system, and a line that names the node
   unsigned DynTypeId() const noexcept override;
   void DBWrite(const cls_WriteVisitor& visitor) const override;
-  /// The node; its coordinates are the rotation of the stored axes, not a place.
+  /// The node; its coordinates are the rotation of the stored axes, not a position.
   const gsl_Dot& Node() const noexcept { return node_; }
   cow_String GetNodeInfo() const;                        ///< "inst1:1 node1:10"
   dtu_DatumCsys* GetDisplayCoordSystem() const override; ///< the display frame, same identifiers and kind
@@ -45,7 +45,7 @@ public:
 
   // change
   void TransformData(const gsl_Matrix& matrix) override;
-  /// Moves the display frame or the stored one, never both.
+  /// Updates the display frame or the stored frame, never both.
   void Regenerate(const dtu_6dofNodeCoord& coords, bool display);
 
 protected:

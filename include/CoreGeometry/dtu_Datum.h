@@ -13,7 +13,7 @@ template<> struct omu_EnumTable<dtu_DatumType> {
       {dtu_POINT, "POINT"}, {dtu_AXIS, "AXIS"}, {dtu_PLANE, "PLANE"}, {dtu_CSYS, "CSYS"}};
 };
 
-/// Base of the datums: reference geometry that a model keeps beside its parts.
+/// Base class of datums: reference geometry that a model keeps beside its parts.
 ///
 /// Every constructor allocates a fresh uid, the copying one too; assignment takes over the source's.
 ///
@@ -27,7 +27,7 @@ public:
   static void InitializeMetadata(cls_ClassRegistrar& registrar);
 
   // make
-  dtu_Datum() = default; ///< a point, of no feature
+  dtu_Datum() = default; ///< a point without a feature
   dtu_Datum(unsigned featId, unsigned instFeatId, dtu_DatumType type);
   explicit dtu_Datum(const cls_ReadVisitor& visitor);
   dtu_Datum(const dtu_Datum&) = default;
@@ -35,7 +35,7 @@ public:
   virtual ~dtu_Datum();
   /// A copy of the same dynamic class, with a fresh uid, owned by the caller.
   virtual dtu_Datum* Copy() const;
-  /// The same into copy; unless sameUid is 0 the copy has this one's uid.
+  /// Makes the same copy in `copy`; unless sameUid is 0 it has this object's uid.
   virtual void Copy(dtu_Datum*& copy, int sameUid) const;
 
   // change
@@ -43,8 +43,8 @@ public:
 
   // ask
   virtual void Print(aio_ostream& out) const;
-  /// Fits what is drawn of the datum to the box of the model: an axis and a plane replace their outlines, the
-  /// others keep nothing of the box.
+  /// Adapts the drawn outline to the bounding box of the model: axes and planes compute new outlines, other
+  /// datums have none.
   virtual void UpdateOutline(const gsl_BBox& box);
   virtual gsl_Point Point() const; ///< a point of the datum
   virtual unsigned DynTypeId() const noexcept;
@@ -59,7 +59,7 @@ public:
 
 protected:
   static constexpr auto StoredFields();
-  /// Compares what a class adds; the other one is of the same dynamic class.
+  /// Compares the fields that a class adds; `other` has the same dynamic class.
   virtual bool IsSame(const dtu_Datum& other) const;
   void PrintId(aio_ostream& out) const;
 

@@ -5,7 +5,7 @@
 #include <CoreGeometry/dtu_Datum.h>
 #include <CoreGeometry/gsl_PersistentVector.h>
 
-/// A straight line as a datum, with the ends of the piece of it that is drawn.
+/// A straight line as a datum, with the end points of its drawn part.
 ///
 /// Units      model length.
 /// Empty      the default runs from the origin along z. Without an outline nothing is drawn.
@@ -38,7 +38,7 @@ public:
 
   // change
   void TransformData(const gsl_Matrix& matrix) override;
-  /// The piece that bounds the box's corners dropped onto the axis; none for an empty box.
+  /// The part that covers the box's corners projected onto the axis; none for an empty box.
   void UpdateOutline(const gsl_BBox& box) override; ///< none when the axis has no direction
 
 protected:

@@ -11,8 +11,8 @@ class dtmC_DatumRef;
 struct dtu_6dofNodeCoord;
 struct dtu_NodesCoordPackage;
 
-/// Names by identifier and identifiers by name. Stored as texts in the order of the identifiers; what was read
-/// has the positions 0, 1, ... for identifiers.
+/// Names by identifier and identifiers by name. Stored as texts in the order of the identifiers; after
+/// reading, the identifiers are the positions 0, 1, ... .
 class CORE_GEOMETRY_API dtu_DatumNames {
 public:
   static constexpr cls_AttributeType kStoredAs = cls_AttributeType::StringList;
@@ -33,11 +33,11 @@ private:
   cow_Map<cow_String, int> ids_;
 };
 
-/// The datums of one part, by identifier from 1 to 2147483647, each with a name of its own. A datum's identifier
-/// is the one that it is kept by (dtu_Datum::GetOwnerFeatID).
+/// The datums of one part, by identifier from 1 to 2147483647, each with a unique name. The identifier of a
+/// datum is its key in the container (dtu_Datum::GetOwnerFeatID).
 ///
-/// By convention a model keeps the datums of the mesh "meshes/<mesh>" as "datums/<mesh>". They stand in the
-/// coordinates of that mesh.
+/// By convention a model stores the datums of the mesh "meshes/<mesh>" as "datums/<mesh>", in the coordinates
+/// of that mesh.
 ///
 /// Empty      the default has no datums and no owners. A null reference finds nothing.
 /// Errors     nex_TextException naming identifier or name: used already, not there, or of another kind than the
@@ -70,33 +70,33 @@ public:
   } ///< (identifier, handle) pairs, identifiers ascending
   auto end() const noexcept { return datums_.end(); }
   const cow_List<cow_String>& OwnerNames() const noexcept { return ownerNames_.List(); } ///< outermost first
-  const dtu_Datum* Find(int id) const; ///< null when there is none, as all that find
+  const dtu_Datum* Find(int id) const; ///< null when there is none, as for every Find
   const dtu_Datum* Find(const cow_String& name) const;
-  /// The datum that the reference is equal to (dtmC_DatumRef): by the owner names of the container, or by the
-  /// datum's instance (dtu_Datum::GetInstFeatID). A reference to an axis finds coordinate systems alone.
+  /// The datum that the reference equals (dtmC_DatumRef): by the owner names of the container, or by the
+  /// datum's instance (dtu_Datum::GetInstFeatID). A reference to an axis finds coordinate systems only.
   const dtu_Datum* Find(const dtmC_DatumRef& reference) const;
   std::vector<int> OfKind(dtu_DatumType kind) const; ///< identifiers, ascending
   const dtu_Datum& Get(int id) const;                ///< raises when there is none
   const cow_String& NameOf(int id) const;            ///< raises when there is no such datum
   int IdOf(const cow_String& name) const;            ///< raises when there is no such datum
   const cls_Uid& Uid() const noexcept { return uid_; }
-  /// Equal owners, and equal datums of the same names.
+  /// True for equal owners and for equal datums with the same names.
   bool operator==(const dtu_DatumContainer& other) const;
 
   // change
   void SetOwnerNames(cow_List<cow_String> names) { ownerNames_ = cls_xpListString(std::move(names)); }
-  /// Keeps a copy of the datum and returns its identifier: the datum's own, or when that is 0 the next free one,
-  /// which is above every one that was ever in use.
+  /// Stores a copy of the datum and returns its identifier: the datum's own, or when that is 0 the next free
+  /// one, which is above every identifier that was ever in use.
   int Add(const dtu_Datum& datum, const cow_String& name);
-  /// Puts a copy of the datum, of whatever class, in place of another one, whose identifier and name it gets.
+  /// Replaces a datum by a copy of another one of any class, which gets its identifier and name.
   void Replace(int id, const dtu_Datum& datum);
   void Rename(int id, const cow_String& name);
   void Remove(int id);
   void TransformData(const gsl_Matrix& matrix); ///< moves the geometry of all
   void UpdateOutlines(const gsl_BBox& box);     ///< of axes and planes
-  /// A system that follows three nodes; false, and its frame is kept, when they are colinear.
+  /// For a system that follows three nodes; false, and its frame is kept, when they are colinear.
   bool Regenerate(int id, const dtu_NodesCoordPackage& coords, bool display);
-  /// A system that follows one node.
+  /// For a system that follows one node.
   void Regenerate(int id, const dtu_6dofNodeCoord& coords, bool display);
 
 private:

@@ -16,7 +16,7 @@ template<> struct omu_EnumTable<dtu_DatumCsysType> {
 /// Origin and three axes with a kind. Points are mapped by dtu_Mapping.h.
 ///
 /// The axes are stored as given: neither normalised nor made orthogonal. A kind outside the enumeration is
-/// held, and refused when it is written.
+/// accepted, and refused when it is written.
 ///
 /// Units      model length.
 /// Empty      the default is the global system, cartesian.
@@ -44,7 +44,7 @@ public:
   using dtu_Datum::Copy;
 
   void TransformData(const gsl_Matrix& matrix) override;
-  /// Four titles, each with the datum's value behind or below it; every line is flushed.
+  /// Four titles, each with its value behind or below it; every line is flushed.
   void Print(aio_ostream& out) const override;
   void UpdateOutline(const gsl_BBox& box) override; ///< nothing is kept of it
   gsl_Point Point() const override;                 ///< the origin
@@ -69,7 +69,7 @@ public:
 
   // ask
   void Geometry(gsl_Point& origin, gsl_Vector& x, gsl_Vector& y, gsl_Vector& z) const;
-  /// From the local cartesian to the global point; the axes count as unit vectors.
+  /// From local cartesian to global coordinates; the axes are taken as unit vectors.
   void TransformPoint(gsl_Point& p) const;
   void RelativeTranslation(const dtu_DatumCsys& other, g3d_Vector& t) const; ///< from the other's origin
   /// Rotation that takes the other system's axes to this one's; see gsl_Matrix::GetAxisRotation.
@@ -93,10 +93,10 @@ private:
 class gsl_Dot;
 class gsl_StLine;
 
-/// A cartesian system from up to three dots and two lines; any of them may be null. The first direction
-/// defines the axis that is named (the first of several): from dots[0], the origin, to dots[1], else along
-/// lines[0], else that axis. The second direction, likewise of dots[2] or lines[1], lies in the plane of it
-/// and the next axis. The axes are not normalised: they are products of the two directions. Without a name
-/// all three are (0, 0, 1). Coincident dots give zero axes.
+/// A cartesian system from up to three dots and two lines; any of them may be null. The first direction gives
+/// the axis whose flag is set (the first of several): from dots[0], the origin, to dots[1], else along
+/// lines[0], else that axis itself. The second direction, from dots[2] or lines[1] in the same way, lies in
+/// the plane of that axis and the next one. The axes are not normalised: they are products of the two
+/// directions. Without a flag all three are (0, 0, 1). Coincident dots give zero axes.
 CORE_GEOMETRY_API dtu_DatumCsys dtu_CreateCsys(gsl_Dot** dots, gsl_StLine** lines, bool xFirst, bool yFirst,
                                                bool zFirst);

@@ -5,7 +5,7 @@
 #include <CoreGeometry/dtu_Datum.h>
 #include <CoreGeometry/gsl_PersistentVector.h>
 
-/// A plane as a datum, with the corners of the rectangle that is drawn of it.
+/// A plane as a datum, with the corners of its drawn rectangle.
 ///
 /// Units      model length.
 /// Empty      the default is the xy plane. Without an outline nothing is drawn.
@@ -40,8 +40,8 @@ public:
 
   // change
   void TransformData(const gsl_Matrix& matrix) override;
-  /// The rectangle that bounds the box's corners dropped onto the plane, one side as near to a coordinate
-  /// axis as the plane allows; none for an empty box or a plane without a normal.
+  /// The rectangle that covers the box's corners projected onto the plane, with one side as close to a
+  /// coordinate axis as the plane allows; none for an empty box or a plane without a normal.
   void UpdateOutline(const gsl_BBox& box) override;
 
 protected:

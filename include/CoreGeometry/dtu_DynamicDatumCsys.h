@@ -44,13 +44,13 @@ struct dtu_NodesCoordPackage {
   float coordinates[3][3] = {};
 };
 
-/// A frame beside the stored one, for drawing. The global frame unless it is regenerated; never stored.
+/// A second frame for drawing, never stored. It is the global frame until it is regenerated.
 struct dtu_DisplayFrame {
   gsl_Point origin;
   gsl_Vector x{1, 0, 0}, y{0, 1, 0}, z{0, 0, 1};
 };
 
-/// Coordinate system whose frame is computed from three nodes when its owner asks for it.
+/// Coordinate system whose frame is computed from three nodes when Regenerate is called.
 ///
 /// Tolerance  colinear nodes, by gsl_NormalToThreePoints, change nothing.
 /// Threads    a value: concurrent reads are safe, and copies are independent.
@@ -78,9 +78,9 @@ public:
   void DisplayGeometry(gsl_Point& origin, gsl_Vector& x, gsl_Vector& y, gsl_Vector& z) const override;
 
   // change
-  /// Fills the display frame or the stored one, never both: origin at node 1, x to node 2, z normal to the
-  /// plane; nodes on a circle: origin at its centre, x to node 1, z its normal. False, and nothing changed, when
-  /// the nodes are colinear.
+  /// Computes the display frame or the stored frame, never both: origin at node 1, x to node 2, z normal to
+  /// the plane; for nodes on a circle: origin at its centre, x to node 1, z its normal. False, and nothing is
+  /// changed, when the nodes are colinear.
   bool Regenerate(const dtu_NodesCoordPackage& coords, bool display);
 
 protected:

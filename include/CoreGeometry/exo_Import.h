@@ -7,7 +7,7 @@
 /// labels: nodes always have labels, elements only when theirs are not 1, 2, 3, ... . The category label of a
 /// class is "title/block name"; a block without a name is called "block <id>".
 ///
-/// What rounding does to the elements is not looked at: fmt_ReadMesh does.
+/// It does not check what rounding does to the elements; fmt_ReadMesh does.
 ///
 /// Errors     nex_TextException naming file, block, element and node; wip_Cancelled when the host asks to
 ///            stop.

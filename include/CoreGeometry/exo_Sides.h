@@ -5,25 +5,25 @@
 #include <CoreGeometry/exo_NodeOrder.h>
 #include <CoreGeometry/res_SetType.h>
 
-/// How the sides of surface elements count. Solids, lines and points have one way each.
+/// Numbering of the sides of surface elements. Solids, lines and points have only one numbering.
 enum class exo_SideForm {
   Edges,         ///< the edges alone
   FacesThenEdges ///< the two sides of the face, then the edges
 };
 
-/// One side of an Exodus II element on an element of ours.
+/// One side of an Exodus II element as a side of our element.
 struct exo_Side {
-  res_SetTypeEnm kind = res_SURFACE_ELEMENT; ///< SURFACE_FACET, SURFACE_EDGE, or no side that we know
+  res_SetTypeEnm kind = res_SURFACE_ELEMENT; ///< SURFACE_FACET, SURFACE_EDGE, or none of ours
   int facet = 0;                             ///< facet id, see rgnC_Facet.h
 };
 
-/// The sides in the order of the file format, side 1 first. `order` is the position in the file's element of
-/// each of our nodes, empty when they are the same. A side whose corners are no face or edge of the shape is
-/// of the kind SURFACE_ELEMENT. Found by comparing corners.
+/// The sides in the order of the file format, side 1 first. `order` gives, for each of our nodes, its
+/// position in the file's element; it is empty when they are the same. A side whose corners are no face or
+/// edge of the shape has the kind SURFACE_ELEMENT. Found by comparing corners.
 CORE_GEOMETRY_EXCHANGE_API std::vector<exo_Side>
 exo_FindSides(exo_Cell cell, exo_SideForm form, std::span<const int> order, const shp_Topology& shape);
 
-/// How many nodes of the file's element each of its sides has; all of them where the side is none of ours. `order` as
-/// above.
+/// Number of nodes of each side of the file's element; all nodes of the element for a side that is none of
+/// ours. `order` as above.
 CORE_GEOMETRY_EXCHANGE_API std::vector<int>
 exo_CountSideNodes(std::span<const exo_Side> sides, std::span<const int> order, const shp_Topology& shape);

@@ -11,8 +11,8 @@ struct exo_SkinSummary {
   fmt_Ledger ledger;
 };
 
-/// Faces become shells, a block for each group and node count, and with `edges` the feature edges beams; the
-/// nodes they use keep label and order. Faces of 5 corners and more, which no shell has, are cut into
-/// triangles; those with some middle nodes only keep their corners.
+/// Writes faces as shells, a block for each group and node count, and with `edges` the feature edges as
+/// beams; their nodes keep label and order. Faces with 5 corners or more, which no shell has, are cut into
+/// triangles; of faces with only some of their mid nodes the corners are written.
 CORE_GEOMETRY_EXCHANGE_API exo_SkinSummary exo_WriteSkin(uti_OutputFile& output, const bme_Mesh& mesh,
                                                          const bme_Outside& outside, bool edges);

@@ -8,7 +8,7 @@
 #include <optional>
 #include <string_view>
 
-/// What the elements of a block become.
+/// Our element type for the elements of a block.
 struct exo_ElementType {
   cow_String label;       ///< element label, or the type name of the file when there is none
   bool supported = false; ///< the label has a shape with these nodes
@@ -16,13 +16,13 @@ struct exo_ElementType {
   /// hexahedron of ours whose upper face is the apex: more nodes than in the file.
   std::vector<int> order;
   bool arePyramids = false;
-  std::vector<exo_Side> sides; ///< side 1 first; empty when nobody knows them
+  std::vector<exo_Side> sides; ///< side 1 first; empty when they are unknown
 };
 
-/// From type names and node counts of Exodus II blocks to element labels.
+/// Maps type names and node counts of Exodus II blocks to element labels.
 ///
-/// Names are read in many spellings (hex8, HEX, Tetra, SHELL4); the node count of the block decides, whatever
-/// number the name carries.
+/// Names are accepted in many spellings (hex8, HEX, Tetra, SHELL4); the node count of the block decides, not
+/// the number in the name.
 /// Errors     nex_TextException naming the type, the label and the counts.
 class CORE_GEOMETRY_EXCHANGE_API exo_TypeMap {
 public:
@@ -47,12 +47,12 @@ CORE_GEOMETRY_EXCHANGE_API bool exo_AreOneType(const cow_String& a, const cow_St
 struct exo_TypeName {
   cow_String name; ///< the format's name of their type
   int numNodes = 0;
-  std::vector<int> order; ///< position in the file's element of each of our first nodes; the rest is left out
+  std::vector<int> order; ///< position in the file's element of each of our first nodes; others are not written
   std::vector<exo_Side> sides; ///< side 1 first
-  cow_String label;            ///< of the element type that a reader makes of it
+  cow_String label;            ///< element label that a reader chooses for it
 };
 
-/// The format's element with its nodes where the shape has them, or else where the first nodes of the shape
-/// are; nothing when there is none. `pyramidNodes` is that of bme_PyramidNodes.
+/// The format's element whose nodes are at those of the shape, or else at the first nodes of the shape; no
+/// value when there is none. `pyramidNodes` is the result of bme_PyramidNodes.
 CORE_GEOMETRY_EXCHANGE_API std::optional<exo_TypeName> exo_NameType(const shp_Shape& shape, int numDims,
                                                                     int pyramidNodes = 0);

@@ -4,15 +4,15 @@
 #include <BasicUtils/cls_Diff.h>
 #include <CoreGeometry/fmt_Format.h>
 
-/// As models differ; a place is such as "block 3 (HEX8), connectivity: node 2 of element 5".
+/// As for models; a place is for example "block 3 (HEX8), connectivity: node 2 of element 5".
 using fmt_Difference = cls_Difference;
 
 struct fmt_Comparison {
   std::vector<fmt_Difference> differences;
-  fmt_Ledger notCompared; ///< what either file has beside, with the larger count
+  fmt_Ledger notCompared; ///< other contents of either file, with the larger count
 };
 
-/// What is the rounding of single precision, with some room.
+/// Default tolerance: the rounding error of single precision, with a margin.
 inline constexpr double fmt_kSinglePrecision = 1e-7;
 
 /// Two Exodus II files are compared by what they hold: dimensions, nodes, coordinates and their names, number maps,
@@ -27,7 +27,7 @@ inline constexpr double fmt_kSinglePrecision = 1e-7;
 CORE_GEOMETRY_EXCHANGE_API fmt_Comparison fmt_CompareFiles(const cow_String& first, const cow_String& second,
                                                            double tolerance = fmt_kSinglePrecision);
 
-/// Two files that were read.
+/// Compares two files that were read already.
 CORE_GEOMETRY_EXCHANGE_API fmt_Comparison fmt_CompareImports(const fmt_Import& first,
                                                              const fmt_Import& second,
                                                              double tolerance = fmt_kSinglePrecision);

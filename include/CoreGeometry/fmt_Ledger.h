@@ -1,4 +1,4 @@
-// fmt_Ledger.h: what a file holds that a model has no place for
+// fmt_Ledger.h: list of the contents that a conversion between a file and a model cannot keep
 #pragma once
 
 #include <CoreUtils/cow_String.h>

@@ -6,17 +6,17 @@
 #include <CoreGeometry/odiC_RunWriter.h>
 
 struct fmt_ResultsOptions {
-  std::vector<cow_String> variables{}; ///< these alone, by the name of the group or of a scalar; all if empty
+  std::vector<cow_String> variables{}; ///< only these, by name of the group or of a scalar; all if empty
   int firstFrame = 0, lastFrame = -1, stride = 1; ///< of the file, from 0; -1 is the last
   bool isDouble = false;                          ///< keep double precision
   odiC_StepKindEnm stepKind = odiC_UNDEFINED_STEP;
   fmt_GroupRules rules{};
   std::vector<int> pointOrder{}; ///< position, from 1, in the file of each of our integration points
-  bool isCount = false;          ///< only frames are counted: nothing is planned or carried
-  std::size_t passBytes = std::size_t{32} << 20; ///< in memory until they are committed, at most 20 frames
+  bool isCount = false;          ///< only count the frames: plan and import nothing
+  std::size_t passBytes = std::size_t{32} << 20; ///< size of a pass before its commit, at most 20 frames
 };
 
-/// A variable as it is carried, for a look before it is done.
+/// A variable as it will be imported, for a preview.
 struct fmt_PlannedVariable {
   odiC_Variable variable;
   std::vector<cow_String> positions; ///< "NODAL", "INTEGRATION_POINT (8), block 10" ...

@@ -53,7 +53,7 @@ public:
   void Vacate() noexcept; ///< (0, 0, 0) to (-1, -1, -1)
   void Add(const gsl_Point& p) noexcept;
   void Add(const gsl_BBox& box) noexcept;
-  void Add(std::span<const float> xyz) noexcept; ///< three coordinates a point, a rest is ignored
+  void Add(std::span<const float> xyz) noexcept; ///< three per point; an incomplete last point is ignored
   void Add(std::span<const double> xyz) noexcept;
   void Transform(const gsl_Matrix& matrix) noexcept; ///< box of the eight moved corners
 

@@ -6,7 +6,7 @@
 
 class ftr_FeatureList;
 
-/// How a dot was obtained. A valid method follows the invalid marker: test for equality only.
+/// How a dot was obtained. The invalid marker is not the largest value: test for equality only.
 enum gsl_DotMethod : int {
   gsl_FROM_POINT = 0,
   gsl_FROM_VERTEX = 1,
@@ -39,7 +39,7 @@ template<> struct omu_EnumTable<gsl_DotMethod> {
                                               {gsl_FROM_DATUM_CSYS_ORIGIN, "gsl_FROM_DATUM_CSYS_ORIGIN"}};
 };
 
-/// A point together with how, and of what, it was obtained.
+/// A point, with the method and the entity that it was obtained from.
 ///
 /// Every constructor allocates a fresh uid for the dot, also when it copies; the point in it keeps the uid of
 /// the point it was made from.
@@ -59,7 +59,7 @@ public:
   gsl_Dot() noexcept = default;
   gsl_Dot(double x, double y, double z) noexcept : point_(x, y, z) {}
   explicit gsl_Dot(const gsl_Point& point) noexcept { point_ = point; }
-  /// At a node whose place is not known yet: SetValues gives it.
+  /// At a node whose position is not known yet: SetValues sets it.
   gsl_Dot(int instanceId, int entityId) noexcept;
   gsl_Dot(const gsl_Dot& other) noexcept;
   gsl_Dot& operator=(const gsl_Dot&) noexcept = default;
@@ -83,7 +83,7 @@ public:
   // change
   /// Keeps the method, the identifiers and the uids.
   void SetValues(double x, double y, double z) noexcept;
-  /// Rebuilding from parents is the business of whoever built it: true, and nothing changes.
+  /// Does nothing and returns true: the code that built the dot rebuilds it from its parents.
   virtual bool Regenerate(const ftr_FeatureList* features);
 
 protected:
@@ -100,7 +100,7 @@ private:
   cls_OwnUid uid_;
 };
 
-/// The dots' points pass gsl_Point::IsOn. False when a dot is missing.
+/// True when gsl_Point::IsOn holds for the points of both dots. False when a dot is missing.
 CORE_GEOMETRY_API bool gsl_PointsAreCoincident(const gsl_Dot* a, const gsl_Dot* b) noexcept;
-/// Not gsl_NormalToThreePoints of the dots' points. False when a dot is missing.
+/// True when gsl_NormalToThreePoints finds no normal. False when a dot is missing.
 CORE_GEOMETRY_API bool gsl_ThreePointsColinear(const gsl_Dot* a, const gsl_Dot* b, const gsl_Dot* c) noexcept;

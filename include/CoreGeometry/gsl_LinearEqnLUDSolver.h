@@ -4,20 +4,21 @@
 #include <CoreGeometry/CoreGeometryExport.h>
 #include <vector>
 
-/// Solves A x = b by LU factorisation with partial pivoting. The sizes of the rows do not matter.
+/// Solves A x = b by LU factorisation with partial pivoting. Rows may differ in magnitude: they are scaled
+/// first.
 ///
-/// Tolerance  singular: closer to a singular matrix than the rounding of the factorisation, 8 n times 2.2e-16
-///            times the growth of the elements in it; or not finite.
-/// Errors     none: Solve answers false for a singular matrix, and while no matrix is set.
+/// Tolerance  singular: closer to a singular matrix than the rounding error of the factorisation, which is 8
+///            n times 2.2e-16 times the growth of the elements in it; or not finite.
+/// Errors     none: Solve returns false for a singular matrix, and while no matrix is set.
 /// Cost       the first Solve after SetMatrix factorises, O(n cubed); each one substitutes, O(n squared).
 /// Threads    a value; the first Solve changes it.
 class CORE_GEOMETRY_API gsl_LinearEqnLUDSolver {
 public:
-  /// Copies the n x n matrix, given by pointers to its rows, and forgets the one before. A null pointer or
-  /// n = 0 leaves no matrix.
+  /// Copies the n x n matrix, given by pointers to its rows, in place of the previous one. After a null
+  /// pointer or n = 0 there is no matrix.
   void SetMatrix(const double* const* a, unsigned n);
 
-  /// b is not changed; x may be b. x is untouched when the answer is false.
+  /// b is not changed; x may be b. x is untouched when the result is false.
   bool Solve(const double* b, double* x);
 
 private:

@@ -8,7 +8,7 @@ class gsl_Point;
 class gsl_Vector;
 
 /// Transform of model space: a 4 x 4 matrix whose upper left block rotates and whose fourth column
-/// translates, with a cached flag that lets a known identity be skipped.
+/// translates. A cached flag lets functions skip a known identity.
 ///
 /// Units      model length; angles in radians.
 /// Tolerance  none but where stated.
@@ -42,8 +42,8 @@ public:
 
   void Transform(gsl_Point& p) const noexcept;
   void Transform(gsl_Vector& v) const noexcept; ///< rotation only
-  /// Moves points in place, three coordinates each; a rest of one or two is left alone. Single precision is
-  /// computed in double and rounded once.
+  /// Moves points in place, three coordinates each; one or two left-over numbers are ignored. Single
+  /// precision is computed in double and rounded once.
   void Transform(std::span<float> xyz) const noexcept;
   void Transform(std::span<double> xyz) const noexcept;
 
@@ -60,8 +60,8 @@ public:
   /// Becomes the rotation about the axis through p; the identity when the axis is shorter than gsl_Util's
   /// linear tolerance.
   void AxisRotation(const gsl_Point& p, const gsl_Vector& axis, double angle) noexcept;
-  /// True when known to be, or when the first three rows are within 1e-8 of it: then all sixteen elements
-  /// are snapped to it. The answer is remembered until an element changes.
+  /// True for a matrix that is known to be the identity, or whose first three rows are within 1e-8 of it; all
+  /// sixteen elements are then set to it. The result is cached until an element changes.
   bool IsIdentity() noexcept;
 
 private:

@@ -1,15 +1,15 @@
-// gsl_ModelSegment.h: two dots joined
+// gsl_ModelSegment.h: segment between two dots
 #pragma once
 
 #include <BasicUtils/cow_COW.h>
 #include <CoreGeometry/gsl_Dot.h>
 #include <CoreGeometry/gsl_Vector.h>
 
-/// Two dots, either of which may be missing.
+/// A segment between two dots, either of which may be missing.
 ///
 /// Units      model length.
 /// Empty      the default segment has neither dot.
-/// Cost       copies share the dots; Regenerate makes them private first.
+/// Cost       copies share the dots; Regenerate copies shared dots first.
 /// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  point1, point2
 class CORE_GEOMETRY_API gsl_ModelSegment {
@@ -36,7 +36,7 @@ public:
   const cls_Uid& Uid() const noexcept { return uid_; }
 
   // change
-  /// Regenerates each dot that is there; true when all of them did.
+  /// Regenerates each dot that exists; true when all of them succeed.
   bool Regenerate(const ftr_FeatureList* features);
 
 private:

@@ -1,4 +1,4 @@
-// gsl_ObjectArray.h: growable arrays of constructions
+// gsl_ObjectArray.h: growable arrays of dots, planes and lines
 #pragma once
 
 #include <BasicUtils/cls_xoList.h>
@@ -11,8 +11,8 @@
 /// Copies share their elements until one of them changes.
 ///
 /// Errors     nex_OutOfRangeException for an index outside [0, Size()).
-/// Cost       copy O(1); Append O(1). The growth factor is kept and stored for its user; the storage grows by
-///            blocks whatever it is.
+/// Cost       copy O(1); Append O(1). The growth factor is only kept and stored: the memory grows by blocks,
+///            whatever the factor is.
 /// Threads    a value; copies may be used on several threads.
 /// Stored as  growthRatio_, data_
 template<class T> class gsl_ObjectArray {

@@ -1,4 +1,4 @@
-// gsl_PersistentMatrix.h: a transform with an identity, as objects store it
+// gsl_PersistentMatrix.h: a transform with a uid, as objects store it
 #pragma once
 
 #include <BasicUtils/cls_Uid.h>

@@ -1,4 +1,4 @@
-// gsl_PersistentVector.h: a vector with an identity, as objects store it
+// gsl_PersistentVector.h: a vector with a uid, as objects store it
 #pragma once
 
 #include <BasicUtils/cls_Visitors.h>

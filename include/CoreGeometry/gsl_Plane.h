@@ -26,7 +26,7 @@ template<> struct omu_EnumTable<gsl_DirMethod> {
                                               {gsl_PLANE_INVALID, "PLANE_INVALID"}};
 };
 
-/// Plane through a point with a normal, which is not normalised; with the record of how it was obtained.
+/// Plane through a point with a normal, which is not normalised, and the method by which it was obtained.
 ///
 /// Units      model length.
 /// Empty      the default plane is z = 0 and is not ok (method gsl_PLANE_INVALID).
@@ -53,10 +53,10 @@ public:
   // ask: geometry
   const gsl_Point& PointOn() const noexcept { return point_; }
   const gsl_Vector& Direction() const noexcept { return normal_; } ///< the normal
-  /// Unsigned distance of this plane's point from a parallel plane; 0 from any other.
+  /// Unsigned distance of this plane's point from a parallel plane; 0 when the planes are not parallel.
   double GetDistance(const gsl_Plane& other) const noexcept;
-  /// gsl_Point::GetSignedDistance of n points, three coordinates each, to the bit and at memory speed. As
-  /// many as both arrays have room for are computed.
+  /// The same bits as gsl_Point::GetSignedDistance for n points, three coordinates each, at memory speed. The
+  /// shorter of the two arrays limits n.
   void GetSignedDistances(std::span<const float> xyz, std::span<double> distances) const noexcept;
   void GetSignedDistances(std::span<const double> xyz, std::span<double> distances) const noexcept;
 
@@ -74,7 +74,7 @@ public:
   void SetFlipped(bool flip) noexcept { flip_ = flip; }
   void SetParentIds(std::span<const int> ids) { parentIds_ = cls_xp1DArrayListInt(ids); }
   void SetOwnerFeatId(int id) noexcept { ownerFeatId_ = id; }
-  /// Rebuilding from parents is the business of whoever built it: true, and nothing changes.
+  /// Does nothing and returns true: the code that built the plane rebuilds it from its parents.
   virtual bool Regenerate(const ftr_FeatureList* features);
 
 private:
@@ -90,5 +90,5 @@ private:
   cls_OwnUid uid_;
 };
 
-/// The normals pass gsl_Vector::IsOn. False when a plane is missing.
+/// True when gsl_Vector::IsOn holds for the normals. False when a plane is missing.
 CORE_GEOMETRY_API bool gsl_PlanesAreParallel(const gsl_Plane* a, const gsl_Plane* b) noexcept;

@@ -1,9 +1,9 @@
-// gsl_Segment.h: bounded straight line
+// gsl_Segment.h: straight segment between two points
 #pragma once
 
 #include <CoreGeometry/gsl_Point.h>
 
-/// The straight piece between two points.
+/// The straight segment between two points.
 ///
 /// Units      model length.
 /// Empty      the default segment has both ends at the origin.
@@ -32,10 +32,10 @@ public:
   const gsl_Point& Point2() const noexcept { return point2_; }
   double Length() const noexcept { return point1_.GetDistance(point2_); }
   const cls_Uid& Uid() const noexcept { return uid_; }
-  /// Meets a full line; the point may lie up to tol beyond an end, inclusive. out may be written although the
-  /// answer is false.
+  /// Intersects a full line; the point may lie up to tol beyond an end, inclusive. out may be written
+  /// although the result is false.
   bool Intersect(const gsl_StLine& line, gsl_Point& out) const noexcept;
-  /// Each segment meets the other's line; out is the point found on this one.
+  /// True when each segment intersects the line of the other; out is the point found on this one.
   bool Intersect(const gsl_Segment& other, gsl_Point& out) const noexcept;
   /// Distance of two segments, parallel and degenerate ones included. The nearest points are written to
   /// nearest: its first end lies on this segment, its second on the other.
@@ -47,7 +47,7 @@ private:
   cls_OwnUid uid_;
 };
 
-/// Where x, a point of the line through a and b, lies: weights[0] is its parameter from a, weights[1] the one
+/// Position of x, a point of the line through a and b: weights[0] is its parameter from a, weights[1] the one
 /// from b. True unless it is more than tol beyond an end. For a and b within tol of each other: true with the
 /// weights 0 and 1 when x is within tol of a, else false and the weights are untouched.
 CORE_GEOMETRY_API bool gsl_SegmentWeights(const gsl_Point& x, const gsl_Point& a, const gsl_Point& b,

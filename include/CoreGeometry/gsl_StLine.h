@@ -8,7 +8,7 @@
 
 class ftr_FeatureList;
 
-/// How a line was obtained. A valid method follows the invalid marker: test for equality only.
+/// How a line was obtained. The invalid marker is not the largest value: test for equality only.
 enum gsl_LineMethod : int {
   gsl_FROM_PNT_VECTOR = 0,
   gsl_FROM_EDGE = 1,
@@ -28,7 +28,7 @@ template<> struct omu_EnumTable<gsl_LineMethod> {
       {gsl_STLINE_INVALID, "STLINE_INVALID"},   {gsl_FROM_DATUM_CSYS, "FROM_DATUM_CSYS"}};
 };
 
-/// Line through a point along a direction, which is not normalised; with the record of how it was obtained.
+/// Line through a point along a direction, which is not normalised, and the method by which it was obtained.
 ///
 /// Units      model length.
 /// Empty      the default line runs from the origin along z and is not ok (method gsl_STLINE_INVALID).
@@ -58,19 +58,20 @@ public:
   const gsl_Vector& Direction() const noexcept { return direction_; }
   bool IsParallel(const gsl_StLine& other) const noexcept;
   bool IsParallel(const gsl_Plane& plane) const noexcept;
-  /// Distance of the two lines; 0 when the cross product of the directions as they are is shorter than tol,
-  /// parallel lines among them.
+  /// Distance of the two lines; 0 when the cross product of the directions, as stored, is shorter than tol,
+  /// as for parallel lines.
   double GetDistance(const gsl_StLine& other) const noexcept;
-  /// Distance of the line's point from a parallel plane; 0 from any other.
+  /// Distance of the line's point from a parallel plane; 0 when the plane is not parallel.
   double GetDistance(const gsl_Plane& plane) const noexcept;
   bool IsSkewed(const gsl_StLine& other) const noexcept; ///< distance > tol
   /// See gsl_Point::RayIntersect, from the line's point.
   bool Intersect(const gsl_Plane& plane, gsl_Point& out) const noexcept;
-  /// out is the point of this line closest to the other, gap the distance that remains. Skewed lines: false,
+  /// out is the point of this line closest to the other, gap the remaining distance. Skewed lines: false,
   /// nothing is written; parallel ones (unit directions within 1e-5): false, only gap is written. Directions
   /// so short that the lines count as parallel for GetDistance give true with any gap.
   bool Intersect(const gsl_StLine& other, gsl_Point& out, double& gap) const noexcept;
-  /// The point s along the direction; false for negative s. A zero direction gives the line's point.
+  /// The point at distance s along the direction; false for negative s. A zero direction gives the line's
+  /// point.
   bool PointAtDistance(double s, gsl_Point& out) const noexcept;
 
   // ask: construction
@@ -82,14 +83,14 @@ public:
   const cls_Uid& Uid() const noexcept { return uid_; }
 
   // change
-  /// Negates the direction; the stored flip flag belongs to whoever built the line and stays.
+  /// Negates the direction; the stored flip flag is not changed.
   void FlipDirection() noexcept { direction_.Vector().Negate(); }
   void SetMethod(gsl_LineMethod method) noexcept { method_ = method; }
   void SetOk(bool ok) noexcept { ok_ = ok; }
   void SetFlipped(bool flip) noexcept { flip_ = flip; }
   void SetParentIds(std::span<const int> ids) { parentIds_ = cls_xp1DArrayListInt(ids); }
   void SetOwnerFeatId(int id) noexcept { ownerFeatId_ = id; }
-  /// Rebuilding from parents is the business of whoever built it: true, and nothing changes.
+  /// Does nothing and returns true: the code that built the line rebuilds it from its parents.
   virtual bool Regenerate(const ftr_FeatureList* features);
 
 private:
@@ -105,7 +106,7 @@ private:
   cls_OwnUid uid_;
 };
 
-/// The directions pass gsl_Vector::IsOn. False when a line is missing.
+/// True when gsl_Vector::IsOn holds for the directions. False when a line is missing.
 CORE_GEOMETRY_API bool gsl_LinesAreParallel(const gsl_StLine* a, const gsl_StLine* b) noexcept;
 /// gsl_StLine::IsSkewed. False when a line is missing.
 CORE_GEOMETRY_API bool gsl_LinesAreSkew(const gsl_StLine* a, const gsl_StLine* b) noexcept;

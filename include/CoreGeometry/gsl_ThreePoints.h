@@ -1,4 +1,4 @@
-// gsl_ThreePoints.h: what three points define: a normal, a circle, a frame
+// gsl_ThreePoints.h: normal, circle and frame of three points
 #pragma once
 
 #include <CoreGeometry/CoreGeometryExport.h>
@@ -16,9 +16,9 @@ CORE_GEOMETRY_API bool gsl_NormalToThreePoints(const gsl_Point& p1, const gsl_Po
 CORE_GEOMETRY_API bool gsl_ComputeCircumCircle(const gsl_Point& p1, const gsl_Point& p2, const gsl_Point& p3,
                                                gsl_Point& centre, gsl_Vector& normal) noexcept;
 
-/// A right-handed frame of three points. Origin at p1 (with its uid), x towards p2, z normal to the plane;
-/// or, circular, origin at the centre of the circle through the points, x towards p1, z the circle's normal.
-/// Colinear points are not looked for: they leave zero vectors among the axes.
+/// A right-handed frame from three points. Origin at p1 (with its uid), x towards p2, z normal to the plane;
+/// or, if circular, origin at the centre of the circle through the points, x towards p1, z the circle's
+/// normal. Colinear points are not detected: some of the axes are then zero vectors.
 CORE_GEOMETRY_API void gsl_Transcribe3PointsIntoOriginAndAxes(bool circular, const gsl_Point& p1,
                                                               const gsl_Point& p2, const gsl_Point& p3,
                                                               gsl_Point& origin, gsl_Vector& x, gsl_Vector& y,

@@ -1,4 +1,4 @@
-// gsl_Travel.h: exact travel of one large triangle set along a direction until it meets another
+// gsl_Travel.h: exact distance that one large triangle set travels along a direction until it meets another
 #pragma once
 
 #include <CoreGeometry/CoreGeometryExport.h>
@@ -12,20 +12,22 @@
 class gsl_Vector;
 struct gsl_TravelTriangle;
 
-/// Triangles of flat arrays, three coordinates a point, three points a triangle, in a tree of boxes for
-/// gsl_FindTravel. It is built once and serves any number of searches.
+/// Bounding box tree over triangles for gsl_FindTravel, from flat arrays: three coordinates per point, three
+/// points per triangle. It is built once and serves any number of searches.
 ///
-/// Direction  the boxes stand along it, so that searches along it, forwards or backwards, are fastest; every
-///            other direction is right as well. Trees that are searched together have the same.
+/// Direction  the boxes are aligned with it, so that searches along it, forwards or backwards, are fastest;
+///            any other direction works as well. Trees that are searched together must have the same
+///            direction.
 /// Units      model length.
 /// Arrays     are referred to, not copied: they must outlive the tree and not change.
-/// Empty      a triangle with a coordinate that is not finite is left out. Colinear or coincident points make
+/// Empty      a triangle with a coordinate that is not finite is excluded. Colinear or coincident points make
 ///            a triangle that is the segment or point they cover.
 /// Range      coordinates up to 1e38, and sets that are 1e-60 across or more.
-/// Errors     nex_TextException for a point that is not there, and for a coordinate beyond the range;
-///            wip_Cancelled when the host asks to stop. A rest of one or two indices, or coordinates, is ignored.
-/// Cost       20 to 35 bytes a triangle, and 16 more while it is built; building takes n log n steps.
-/// Threads    searched from any thread.
+/// Errors     nex_TextException for a point index out of range, and for a coordinate beyond the range;
+///            wip_Cancelled when the host asks to stop. One or two left-over indices, or coordinates, are
+///            ignored.
+/// Cost       20 to 35 bytes per triangle, and 16 more while it is built; building takes n log n steps.
+/// Threads    a tree may be searched from any thread.
 class CORE_GEOMETRY_API gsl_TriangleTree {
 public:
   gsl_TriangleTree(std::span<const float> xyz, std::span<const int> triangles); ///< along z
@@ -33,7 +35,7 @@ public:
   gsl_TriangleTree(std::span<const float> xyz, std::span<const int> triangles, const gsl_Vector& direction);
   gsl_TriangleTree(std::span<const double> xyz, std::span<const int> triangles, const gsl_Vector& direction);
 
-  std::size_t NumTriangles() const noexcept { return order_.size(); } ///< without those left out
+  std::size_t NumTriangles() const noexcept { return order_.size(); } ///< without the excluded ones
   std::size_t Memory() const noexcept;                                ///< bytes
 
 private:
@@ -41,9 +43,10 @@ private:
   static constexpr std::size_t kTrianglesPerLeaf = 8; ///< of the fullest tree, on average
   static constexpr std::size_t kMostPerLeaf = 12;
 
-  /// What holds a node's triangles: a box in the tree's frame, its sides across the direction relative to the
-  /// tree's origin and rounded outwards, and a slab oblique to the direction. Of a smooth surface the slab is
-  /// thinner than the box by the order of its size, so that few nodes near the place of contact are in doubt.
+  /// Bounds of a node's triangles: a box in the tree's frame, whose sides across the direction are relative
+  /// to the tree's origin and rounded outwards, and a slab oblique to the direction. Around a smooth surface
+  /// the slab is thinner than the box by the order of its size, so that few nodes near the contact must be
+  /// opened.
   struct Node {
     float low[2], high[2];
     float slope[2];           ///< of the slab
@@ -74,7 +77,7 @@ private:
   std::vector<Node> nodes_;                    ///< node i has children 2i and 2i + 1; the root is node 1
 };
 
-/// Where and when two sets meet.
+/// The distance to contact, and where the two sets touch.
 struct gsl_Travel {
   double distance = 0;
   std::array<double, 3> fixedPoint{}, movablePoint{}; ///< the latter before the travel
@@ -82,17 +85,17 @@ struct gsl_Travel {
 };
 
 /// Smallest travel, 0 or more and below the limit, of the movable set along a direction until it touches the
-/// fixed set; sets that touch or overlap have a travel of 0. Exact: vertices against faces, edges against
-/// edges, faces edge-on; the winding of triangles does not matter, nor does the length of the direction.
+/// fixed set; sets that touch or overlap have a travel of 0. Exact for vertices against faces, edges against
+/// edges, and faces seen edge-on; neither the winding of triangles nor the length of the direction matters.
 ///
 /// Tolerance  triangles that pass each other closer than 1e-12 of the extent of both sets meet; far from the
-///            origin, closer than some 1e-14 of the coordinates.
+///            origin, closer than about 1e-14 of the coordinates.
 /// Empty      false, and travel is untouched, when the sets never meet, one is empty, or the direction is
 ///            zero or not finite.
-/// Errors     nex_AssertionException when the trees stand along different directions; wip_Cancelled, and
-///            travel is untouched, when the host asks to stop.
-/// Cost       of smooth separated sets little more than the depth of the trees; at worst, of large plane
-///            faces that are equally far but for the last digits, a few steps for each triangle.
+/// Errors     nex_AssertionException when the trees have different directions; wip_Cancelled, and travel is
+///            untouched, when the host asks to stop.
+/// Cost       for smooth separated sets little more than the depth of the trees; at worst, for large plane
+///            faces whose distances differ in the last digits only, a few steps for each triangle.
 CORE_GEOMETRY_API bool gsl_FindTravel(const gsl_TriangleTree& fixed, const gsl_TriangleTree& movable,
                                       const gsl_Vector& direction, gsl_Travel& travel,
                                       double limit = std::numeric_limits<double>::infinity());

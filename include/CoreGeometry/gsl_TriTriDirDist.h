@@ -27,7 +27,7 @@
 ///            tol finds nothing.
 /// Trace      With TWL_TRITRIDIRDIST_DEBUG in the environment, whatever its value, the search is written to
 ///            TriTriDirDist.dat in the current folder.
-/// Threads    a value of one thread.
+/// Threads    one thread at a time.
 class CORE_GEOMETRY_API gsl_TriTriDirDist {
 public:
   explicit gsl_TriTriDirDist(int levels);
@@ -43,8 +43,8 @@ public:
   void SetReverse(bool fixed, bool movable) noexcept;                                 ///< false before
 
   // ask
-  /// distance is the bound on entry, and the result when the answer is true: the movable set meets the fixed
-  /// one in less than the bound.
+  /// distance is the upper bound on entry, and the result when true is returned: the movable set meets the
+  /// fixed one at less than the bound.
   bool FindDirectionalDistance(const gsl_TriOctreeNode& fixedRoot, const gsl_TriOctreeNode& movableRoot,
                                double& distance);
   int Levels() const noexcept { return levels_; }
@@ -75,10 +75,10 @@ private:
   gsl_Point fixedPoint_, movablePoint_;
 };
 
-/// The search over flat arrays, in trees of its own that hold every triangle: triangles of the fixed set keep
-/// their indices, those of the movable set follow. The arrays must outlive the object.
+/// The search over flat arrays, with its own trees of all triangles: triangles of the fixed set keep their
+/// indices, those of the movable set follow. The arrays must outlive the object.
 ///
-/// Errors     the constructor throws nex_TextException for a point that is not there; a triangle with a NaN
+/// Errors     the constructor throws nex_TextException for a point index out of range; a triangle with a NaN
 ///            coordinate meets nothing.
 class CORE_GEOMETRY_API gsl_ArrayTriTriDirDist : public gsl_TriTriDirDist {
 public:
@@ -104,10 +104,10 @@ private:
 /// against it, unless its flip is set or it is edge-on. Pairs farther apart along dir than d + tol are
 /// skipped.
 ///
-/// A vertex counts with its distance from the other plane along dir, also when it is past it. Edges meet
-/// where they cross in the view along dir, and only ahead. When one of the two is edge-on, or both in one
-/// plane or in planes that cross, the travel is 0 for triangles that are in contact and nothing for those
-/// that are past each other. Colinear vertices meet nothing.
+/// A vertex counts with its distance from the other plane along dir, even when it is already past that plane.
+/// Edges meet where they cross in the view along dir, and only ahead. When one triangle is edge-on, or both
+/// lie in one plane or in planes that cross, the travel is 0 for triangles in contact, and there is none for
+/// triangles that are past each other. Colinear vertices meet nothing.
 CORE_GEOMETRY_API bool gsl_TriTriMinDirectionalDist(const gsl_Vector& dir, const gsl_Point& a0,
                                                     const gsl_Point& a1, const gsl_Point& a2,
                                                     const gsl_Point& b0, const gsl_Point& b1,
@@ -115,9 +115,9 @@ CORE_GEOMETRY_API bool gsl_TriTriMinDirectionalDist(const gsl_Vector& dir, const
                                                     gsl_Point contact[], double& d);
 
 /// The smallest travel, 0 or more, of one of two segments along dir until it meets the other, when it is
-/// below d. With a sign of 1 it is p that moves, with -1 it is q. The segments are of one plane that contains
-/// dir; those whose planes along dir cross meet in their crossing. Segments in contact have a travel of 0.
-/// contact[0] is the point of the segment that moves.
+/// below d. With a sign of 1 p moves, with -1 q moves. Both segments lie in one plane that contains dir; if
+/// their planes along dir are different, they meet in the intersection of these planes. Segments in contact
+/// have a travel of 0. contact[0] is the point of the segment that moves.
 CORE_GEOMETRY_API bool gsl_InPlaneSegSegMinDirectionalDist(const gsl_Vector& dir, const gsl_Point& p0,
                                                            const gsl_Point& p1, const gsl_Point& q0,
                                                            const gsl_Point& q1, int sign, gsl_Point contact[],

@@ -25,7 +25,7 @@ public:
   bool ContainsProjectedPoint(const gsl_Point& p) const noexcept;
   gsl_BBox GetBBox() const noexcept;
   void GetExtent(double* min, double* max) const noexcept; ///< three coordinates each
-  /// Carries the vertices along the direction onto the plane. False, and projected is untouched, when the
+  /// Projects the vertices along the direction onto the plane. False, and projected is untouched, when the
   /// direction is shorter than tol or lies in the plane. projected may be this triangle.
   bool Project(const gsl_Plane& plane, const gsl_Vector& direction, gsl_Triangle& projected) const noexcept;
 

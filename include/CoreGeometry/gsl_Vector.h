@@ -14,7 +14,7 @@ class gsl_Point;
 /// Units      model length; angles in radians.
 /// Empty      the default is the unit z vector, not the zero vector.
 /// Tolerance  tol and rtol stand for gsl_Util's linear and relative tolerance.
-/// Errors     none: a vector shorter than tol cannot be normalised and says so by a result. The length is
+/// Errors     none: a vector shorter than tol cannot be normalised, which the result tells. The length is
 ///            right for every finite vector whose length is finite; products of components beyond 1e154 may
 ///            overflow to infinity or NaN. With a NaN component SameDirection and IsParallel are decided by
 ///            the other components, Normalize and AngleBetween are true and give NaN, AngleWith is NaN; every

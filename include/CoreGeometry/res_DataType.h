@@ -3,7 +3,7 @@
 
 #include <CaeUtils/omu_PrimEnum.h>
 
-/// Kind of quantity. Conversions answer 15, which has no text, for an unknown one.
+/// Kind of quantity. Conversions return 15, which has no text, for an unknown one.
 enum res_DataTypeEnm : int {
   res_ENUMERATION = 0,
   res_BOOLEAN = 1,
@@ -61,7 +61,7 @@ template<> struct omu_EnumTable<res_StorageTypeEnm> {
                                               {res_STORAGE_BOOLEAN, "BOOLEAN"}};
 };
 
-/// What the two numbers of a complex value are.
+/// Meaning of the two numbers of a complex value.
 enum res_PairEnm : int { res_NO_PAIR = 0, res_REAL_AND_IMAGINARY = 1, res_MAGNITUDE_AND_PHASE = 2 };
 template<> struct omu_EnumTable<res_PairEnm> {
   static constexpr const char* name = "res_PairEnm";

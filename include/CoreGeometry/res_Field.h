@@ -11,7 +11,8 @@ template<> struct omu_EnumTable<res_FieldCompletenessEnm> {
       {res_FULL_FIELD, "FULL_FIELD"}, {res_PARTIAL_FIELD, "PARTIAL_FIELD"}, {res_EMPTY_FIELD, "EMPTY_FIELD"}};
 };
 
-/// Which limits of shown values are fixed. One stored text is misspelt for good.
+/// Which limits of the displayed values are fixed. One stored text is misspelt, and must stay so for stored
+/// files.
 enum res_ClampTypeEnm : int {
   res_NO_CLAMPS = 0,
   res_MINIMUM_CLAMP = 1,

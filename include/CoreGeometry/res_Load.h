@@ -52,7 +52,7 @@ template<> struct omu_EnumTable<res_LoadBCTypeEnm> {
                                               {res_UNDEFINED_LOAD_BC, "UNDEFINED"}};
 };
 
-/// What a load acts with. Value 14 is not used.
+/// Quantity that a load prescribes. Value 14 is not used.
 enum res_LoadDescriptorEnm : int {
   res_LOAD_NONE = 0,
   res_LOAD_BODY_FORCE_X = 1,

@@ -1,9 +1,9 @@
-// res_OutputPosition.h: where on a mesh a result sits
+// res_OutputPosition.h: the location of a result on a mesh
 #pragma once
 
 #include <CaeUtils/omu_PrimEnum.h>
 
-/// Where on the mesh a value sits. Values 11, 13 and 14 occur in memory and have no text.
+/// Location of a value on the mesh. Values 11, 13 and 14 occur in memory and have no text.
 enum res_OutputPositionEnm : int {
   res_UNDEFINED_POSITION = 0,
   res_NODAL = 1,

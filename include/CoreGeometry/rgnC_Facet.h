@@ -1,12 +1,12 @@
-// rgnC_Facet.h: what the facet ids of a subset mean
+// rgnC_Facet.h: meaning of the facet ids of a subset
 #pragma once
 
 #include <CoreGeometry/shp_Topology.h>
 
-/// A face of an element as a facet. A surface element has one face, which can be meant from either side.
+/// A face of an element as a facet. The one face of a surface element can be meant from either side.
 struct rgnC_Facet {
   int face = 0;
-  bool isBack = false; ///< the side from which the nodes of the face go round clockwise
+  bool isBack = false; ///< the side from which the nodes of the face are in clockwise order
   friend bool operator==(const rgnC_Facet&, const rgnC_Facet&) = default;
 };
 
@@ -20,7 +20,7 @@ inline rgnC_Facet rgnC_FacetOf(const shp_Topology& shape, int facetId) noexcept 
   return {facetId - (isBack ? shape.NumFaces() : 0), isBack};
 }
 
-/// An edge of an element by one of its faces.
+/// An edge of an element, addressed by one of its faces.
 struct rgnC_EdgeFacet {
   int face = 0, edge = 0;
   friend bool operator==(const rgnC_EdgeFacet&, const rgnC_EdgeFacet&) = default;

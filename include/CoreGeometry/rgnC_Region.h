@@ -6,7 +6,7 @@
 #include <CaeUtils/omu_Prim.h>
 #include <CoreGeometry/rgnC_Shortcuts.h>
 
-/// What a region names. Registered for users of regions; no stored field of this module is one.
+/// Kind of a region. Registered for users of regions; no stored field of this module has this type.
 enum rgnC_SetType : int {
   rgnC_GEOMETRY_SET = 0,
   rgnC_NODE_SET = 1,
@@ -23,7 +23,7 @@ template<> struct omu_EnumTable<rgnC_SetType> {
       {rgnC_MESH_SURFACE, "Mesh surface"}, {rgnC_NONE, "None"}};
 };
 
-/// What one side of a pair is. Registered likewise.
+/// What one side of a pair stands for. Registered for users of regions, too.
 enum rgnC_GroundEnum : int { rgnC_ATTACH_TO_REGION = 0, rgnC_GROUND = 1 };
 template<> struct omu_EnumTable<rgnC_GroundEnum> {
   static constexpr const char* name = "rgnC_GroundEnum";
@@ -64,11 +64,11 @@ public:
   const rgnC_SetDataShortcut& GetSetData() const noexcept { return setData_; }
   const cls_Uid& Uid() const noexcept { return uid_; }
   /// The contents, read from the thread's database (ddr_DatabaseRoot). Raises "Cannot retrieve set - shortcut
-  /// is undefined", or what the database says of a path that leads nowhere.
+  /// is undefined", or the error of the database for a path without an object.
   rgnC_SetData ConstSet() const;
-  /// Same name, space, type bits and internal flag, and the same owners. Two regions with one owner each,
-  /// both of which have "Assembly" in their names, have the same owner. The reference to the contents does
-  /// not matter.
+  /// True for the same name, space, type bits and internal flag, and the same owners. Two regions with one
+  /// owner each, both of which have "Assembly" in their names, have the same owner. The reference to the
+  /// contents is not compared.
   bool operator==(const rgnC_Region& other) const;
 
   // change
@@ -93,10 +93,10 @@ private:
 
 /// (name, internal, owner names, space, type bits, path of the contents or empty).
 CORE_GEOMETRY_API omu_Prim omu_ReturnPrim(const rgnC_Region& region);
-/// The way back; omu_ValueErrorException for a value of another form, which leaves the region as it was.
+/// The inverse; omu_ValueErrorException for a value of another form, which leaves the region unchanged.
 CORE_GEOMETRY_API void omu_Get(const omu_Prim& prim, rgnC_Region& region);
 
-/// Regions that are handed on from a model to what is made of it.
+/// Regions that a model passes on to objects that are derived from it.
 using rgnC_RegionList = cls_xoList<rgnC_Region>;
 using rgnC_RegionListPropAttr = mdl_PropAttr<rgnC_RegionList>;
 template<> struct mdl_StoredPropAttr<rgnC_RegionList> {

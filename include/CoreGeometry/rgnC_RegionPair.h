@@ -1,4 +1,4 @@
-// rgnC_RegionPair.h: two regions that belong together
+// rgnC_RegionPair.h: a pair of regions
 #pragma once
 
 #include <CoreGeometry/rgnC_Region.h>
@@ -32,7 +32,7 @@ public:
   bool IsGround2() const noexcept { return ground2_; }
   bool IsSuppressed() const noexcept { return suppress_; }
   const cls_Uid& Uid() const noexcept { return uid_; }
-  /// First region with first, second with second, and the same flags: the order matters.
+  /// Compares first with first, second with second, and the flags: the order matters.
   bool operator==(const rgnC_RegionPair& other) const;
 
 private:

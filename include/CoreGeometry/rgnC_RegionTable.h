@@ -4,12 +4,12 @@
 #include <CoreGeometry/CoreGeometryExport.h>
 #include <ROM/dbc_Row.h>
 
-/// The regions of a database that is being upgraded, for the conversion of objects that named sets of their
-/// own before there were regions of them.
+/// Adds regions to a database that is being upgraded, for objects of old versions that named sets directly,
+/// without a region.
 class CORE_GEOMETRY_API rgnC_RegionTable {
 public:
-  /// Adds the region "regions/<name>", which refers to what the field "setData" of the row refers to, or to
-  /// nothing: not internal, without owners, space 0 and no type bits. A region that is there already stays.
-  /// False, and nothing is done, unless cls_Database::Upgrade is at work on the thread.
+  /// Adds the region "regions/<name>", which refers to the same contents as the field "setData" of the row,
+  /// or to nothing: not internal, without owners, space 0 and no type bits. An existing region stays. False,
+  /// and nothing is done, unless cls_Database::Upgrade is running on the thread.
   static bool AddNewRegion(const dbc_Row& row, const cow_String& name);
 };

@@ -4,7 +4,7 @@
 #include <CaeUtils/mdl_MapInt2ObjCow.h>
 #include <CoreGeometry/rgnC_SubsetData.h>
 
-/// A set as subsets by position.
+/// A set, given by its subsets.
 ///
 /// Empty      the default is a node set without subsets, not constructed.
 /// Errors     nex_TextException as stated.
@@ -38,13 +38,13 @@ public:
   const cls_Uid& Uid() const noexcept { return uid_; }
   /// Raises "Set data index outside range ..." for a position that has no subset.
   const rgnC_SubsetData& SubSet(int position) const;
-  /// The first, by position, of that mesh, class and kind; facets answer for SURFACE_SET, too, not the other
-  /// way round. Raises "No set matching ..." when there is none.
+  /// The first subset, by position, of that mesh, class and kind; SURFACE_SET also finds facets, but not the
+  /// other way round. Raises "No set matching ..." when there is none.
   const rgnC_SubsetData& SubSet(int meshIndex, int classIndex, res_SetTypeEnm type) const;
-  /// Same type and equal subsets; labels, index and flags do not matter.
+  /// Same type and equal subsets; labels, index and flags are not compared.
   bool IsEqual(const rgnC_SetData& other) const;
   bool operator==(const rgnC_SetData& other) const { return IsEqual(other); }
-  /// To the debug print stream: its own lines, then each subset's.
+  /// Prints to the debug stream: its own lines, then those of each subset.
   void Print() const;
 
   // change

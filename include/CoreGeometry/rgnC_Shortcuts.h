@@ -5,12 +5,12 @@
 #include <CoreGeometry/shp_AnalyticSurface.h>
 #include <DiagnosticExtractor/ddr_Shortcut.h>
 
-// A shortcut is a value; its implementation is a path, or a step from another shortcut: a member, or an
-// element of a list. All of them are registered by the region module, under the identifiers below.
+// A shortcut is a value; its implementation is a path, or a step from another shortcut to a member or to an
+// element of a list. The region module registers all of them, under the identifiers below.
 
 using rgnC_SetDataShortcut = ddr_Shortcut<rgnC_SetData>;
 using rgnC_SetDataIMPLSC = ddr_ShortcutImpl<rgnC_SetData>;
-/// The parent leads to a list, or a map, of sets.
+/// The parent is a list, or a map, of sets.
 using rgnC_SetDataInSetDataListShortcut = ddr_SequenceShortcut<rgnC_SetData, rgnC_SetData>;
 
 using shp_AnalyticSurfaceShortcut = ddr_Shortcut<shp_AnalyticSurface>;

@@ -8,13 +8,13 @@
 
 /// Items of one kind in one element class of one mesh: ids, and for facets which side of each.
 ///
-/// Ids are mesh indices of nodes or elements, counted from 0 over the whole mesh; what a facet id means says
-/// rgnC_Facet.h. Meshes are known by their identifier.
+/// Ids are mesh indices of nodes or elements, counted from 0 over the whole mesh; rgnC_Facet.h explains facet
+/// ids. The mesh index is the identifier of the mesh.
 ///
 /// Empty      the default is a node set without items, not constructed.
-/// Errors     nex_TextException as stated; a stored subset with another number of facet ids than ids is
+/// Errors     nex_TextException as stated; a stored subset with a different number of facet ids than ids is
 ///            refused.
-/// Cost       copy O(1): ids are shared, the look-up table as well.
+/// Cost       copy O(1): ids and the look-up table are shared.
 /// Threads    a value; the first LookupIndex of an object builds its table, so it must not be called from two
 ///            threads at once.
 /// Stored as  setIndex, subsetIndex, idArray, facetIdArray, subsetType, unsorted, meshIndex, classIndex,
@@ -54,7 +54,7 @@ public:
   int ClassIndex() const noexcept { return classIndex_; }
   bool IsConstructionOk() const noexcept { return constructionOk_; }
   const cls_Uid& Uid() const noexcept { return uid_; }
-  /// Position of an id, the first one of several; kNotFound when it is not there.
+  /// Position of an id, the first one if there are several; kNotFound when it is missing.
   int LookupIndex(int id) const;
   /// Same mesh, class and kind, same ids and facet ids in the same order.
   bool operator==(const rgnC_SubsetData& other) const;

@@ -6,7 +6,7 @@
 #include <CaeUtils/omu_PrimEnum.h>
 #include <CoreGeometry/CoreGeometryExport.h>
 
-/// What a point of the flat list belongs to. The texts are cut to five letters.
+/// Kind of segment that a point of the flat list belongs to. The texts are cut to five letters.
 enum shp_SuppDataPairEnm : int { shp_START = 0, shp_LINE = 1, shp_CIRCL = 2, shp_PARAB = 3 };
 template<> struct omu_EnumTable<shp_SuppDataPairEnm> {
   static constexpr const char* name = "shp_SuppDataPairEnm";
@@ -24,7 +24,7 @@ template<> struct omu_EnumTable<shp_AnalyticRigidSurfEnm> {
                                               {shp_REVOLUT, "Revolut"}};
 };
 
-/// A point of a profile and what it belongs to.
+/// A point of a profile and the kind of segment it belongs to.
 ///
 /// Stored as  value, dataType
 class CORE_GEOMETRY_API shp_SuppDataPair {

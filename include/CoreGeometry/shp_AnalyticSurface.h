@@ -8,7 +8,7 @@
 
 class gsl_Matrix;
 
-/// One segment of a profile, from the end of the one before it.
+/// One segment of a profile, which begins at the end of the previous one.
 ///
 /// A START or LINE has one point, where it ends; a CIRCLE or PARABOLA two: where it ends, and its centre or
 /// the point where the tangents of its ends meet.
@@ -63,8 +63,7 @@ template<> struct omu_EnumTable<shp_AnalyticSurfaceSegment::TypeEnm> {
 
 using shp_AnalyticSurfaceSegmentList = cls_xo1DArrayList<shp_AnalyticSurfaceSegment>;
 
-/// A named rigid surface: a plane profile, a fillet radius, and vectors that say how the profile lies in
-/// space.
+/// A named rigid surface: a plane profile, a fillet radius, and vectors that place the profile in space.
 ///
 /// Shortcuts reach the profile by the member "analyticSurfaceProfile", too.
 ///
@@ -119,7 +118,8 @@ public:
     localCoordData_.ListToModify() = std::move(vectors);
   }
   void SetName(cow_String name) { name_ = std::move(name); }
-  /// Turns the local coordinate vectors; the profile lies in its own plane and stays.
+  /// Rotates the local coordinate vectors; the profile, in its own plane, is not changed.
+  ///
   void SetTransform(const gsl_Matrix& matrix);
 
 private:
