@@ -47,7 +47,8 @@ CORE_GEOMETRY_EXCHANGE_API bool exo_AreOneType(const cow_String& a, const cow_St
 struct exo_TypeName {
   cow_String name; ///< the format's name of their type
   int numNodes = 0;
-  std::vector<int> order; ///< position in the file's element of each of our first nodes; others are not written
+  std::vector<int>
+      order; ///< position in the file's element of each of our first nodes; others are not written
   std::vector<exo_Side> sides; ///< side 1 first
   cow_String label;            ///< element label that a reader chooses for it
 };
