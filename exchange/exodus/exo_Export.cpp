@@ -68,7 +68,7 @@ public:
   Exporter(const bme_Mesh& mesh, std::span<const bme_NamedSet> sets, const bme_MeshNotes* notes)
       : mesh_(mesh), sets_(sets), notes_(notes, out_) {}
 
-  fmt_Ledger Run(uti_OutputFile& output, const odiC_Run* run) {
+  fmt_Ledger Run(uti_OutputFile& output, const odiC_Run* run, bool atNodes) {
     AddNodes();
     std::vector<cow_String> categories;
     for (unsigned i = 0; i < mesh_.ElementData().NumClasses(); ++i)
@@ -93,7 +93,7 @@ public:
     notes_.Finish(notWritten);
     fmt_Ledger ledger;
     std::unique_ptr<exo_OutResults> results;
-    if (run) results = exo_ResultsOf(*run, out_, entries_, ledger);
+    if (run) results = exo_ResultsOf(*run, atNodes, out_, entries_, ledger);
     out_.results = results.get();
     exo_WriteFile(output, out_);
     for (const auto& [what, count] : counts_)
@@ -385,8 +385,8 @@ private:
 } // namespace
 
 fmt_Ledger exo_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
-                         const bme_MeshNotes* notes, const odiC_Run* run) {
-  return Exporter(mesh, sets, notes).Run(output, run);
+                         const bme_MeshNotes* notes, const odiC_Run* run, bool atNodes) {
+  return Exporter(mesh, sets, notes).Run(output, run, atNodes);
 }
 
 void exo_ListNotMesh(const bme_Mesh& mesh, fmt_Ledger& ledger) {

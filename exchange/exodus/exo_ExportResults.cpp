@@ -11,6 +11,7 @@ struct Part {
   int variable;
   bool isImaginary;
   odiC_LayoutBlock key;        ///< position, class, section point, region and values of an entity
+  bool isAveraged = false;     ///< what elements have at their nodes, as means at nodes
   std::vector<int> entities{}; ///< of the object in the order of the file, as the layout counts them
   std::vector<int> facets{};
 };
@@ -50,6 +51,7 @@ public:
     if (!run_.HasField(when.step, when.frame, part.variable)) return false;
     if (when.step != open_.step || when.frame != open_.frame) sources_.clear();
     open_ = when;
+    if (part.isAveraged) return BeginAverage(part, when);
     odiC_SourcePointer& source = sources_[{part.variable, part.isImaginary}];
     if (!source) source = SourceOf(part, when);
     const std::vector<odiC_LayoutBlock>& blocks = source->Layout().blocks;
@@ -64,6 +66,12 @@ public:
   }
 
   void Read(std::int64_t first, std::int64_t, std::span<double> rows) override {
+    if (part_->isAveraged) {
+      const auto from =
+          average_.begin() + static_cast<std::ptrdiff_t>(first) * Variable(part_->variable).NumComponents();
+      std::copy_n(from, rows.size(), rows.begin());
+      return;
+    }
     const int each = block_->valuesPerEntity;
     if (isWhole_) return source_->Read(block_->firstRow + static_cast<int>(first) * each, rows);
     const std::size_t width =
@@ -80,6 +88,27 @@ public:
   }
 
 private:
+  /// Of several means at a node, of each component the one farthest from zero.
+  bool BeginAverage(const Part& part, const odiC_When& when) {
+    part_ = &part;
+    const odiC_SourcePointer source = ValuesOf(part).AtNodes().Open(when);
+    const auto width = static_cast<std::size_t>(source->NumComponents());
+    average_.assign(file_.xyz.size() / 3 * width, std::nan(""));
+    odiC_ForEachRange(*source, [&](const odiC_Range& range) {
+      if (range.block.sectionPoint != part.key.sectionPoint) return;
+      for (const odiC_RowRun& rows : range.rows)
+        for (int row = rows.first; row < rows.End(); ++row) {
+          const auto node = static_cast<std::size_t>(odiC_PlaceOf(source->Layout(), row).entity);
+          for (std::size_t c = 0; c < width; ++c) {
+            const double value = range.values[static_cast<std::size_t>(row - range.firstRow) * width + c];
+            double& kept = average_[node * width + c];
+            if (std::isnan(kept) || std::abs(value) > std::abs(kept)) kept = value;
+          }
+        }
+    });
+    return true;
+  }
+
   const std::vector<odiC_Step>& Steps() const { return run_.Header().steps; }
   const odiC_Variable& Variable(int index) const {
     return run_.Header().variables[static_cast<std::size_t>(index)];
@@ -113,6 +142,17 @@ private:
     Part part{variable, isImaginary, block};
     part.key.entities = {};
     part.key.faces = {};
+    if (atNodes_ && block.position == res_ELEMENT_NODAL) {
+      part.isAveraged = true;
+      part.key.position = res_NODAL;
+      part.key.classIndex = -1;
+      part.key.valuesPerEntity = 1;
+      part.key.region = {};
+      for (const Part& known : parts_)
+        if (known.variable == variable && known.isImaginary == isImaginary
+            && AreOfOnePart(known.key, part.key))
+          return;
+    }
     exo_OutField field;
     if (!FindObject(part, field))
       return Lose(cow_String("values at ")
@@ -223,11 +263,13 @@ private:
     return name.substr(0, kLongest - number.size()) + number;
   }
 
+  odiC_Values ValuesOf(const Part& part) const {
+    const odiC_Values values(run_, Variable(part.variable).name);
+    return Variable(part.variable).IsComplex() ? values.Display(part.isImaginary ? res_IMAGINARY : res_REAL)
+                                               : values;
+  }
   odiC_SourcePointer SourceOf(const Part& part, const odiC_When& when) const {
-    odiC_Values values(run_, Variable(part.variable).name);
-    if (Variable(part.variable).IsComplex())
-      values = values.Display(part.isImaginary ? res_IMAGINARY : res_REAL);
-    return values.Open(when);
+    return ValuesOf(part).Open(when);
   }
 
   void AddHistories() {
@@ -276,6 +318,7 @@ private:
   }
 
   const odiC_Run& run_;
+  bool atNodes_;
   const exo_OutMesh& file_;
   std::span<const exo_SetEntries> sets_;
   std::vector<odiC_When> frames_;
@@ -289,15 +332,16 @@ private:
   odiC_When open_{-1, -1};
   std::map<std::pair<int, bool>, odiC_SourcePointer> sources_; ///< of the frame that is open
   odiC_Source* source_ = nullptr;
+  std::vector<double> average_; ///< of all nodes, of an averaged part
   const Part* part_ = nullptr;
   const odiC_LayoutBlock* block_ = nullptr;
   bool isWhole_ = false;
 };
 } // namespace
 
-std::unique_ptr<exo_OutResults> exo_ResultsOf(const odiC_Run& run, const exo_OutMesh& file,
+std::unique_ptr<exo_OutResults> exo_ResultsOf(const odiC_Run& run, bool atNodes, const exo_OutMesh& file,
                                               std::span<const exo_SetEntries> sets, fmt_Ledger& ledger) {
-  auto results = std::make_unique<Results>(run, file, sets, ledger);
+  auto results = std::make_unique<Results>(run, atNodes, file, sets, ledger);
   if (results->times.empty()) return nullptr;
   return results;
 }

@@ -19,5 +19,6 @@ struct exo_SetEntries {
 };
 
 /// Values of a run for the blocks and sets of a file, which must be complete. What has no place is added to the ledger.
-std::unique_ptr<exo_OutResults> exo_ResultsOf(const odiC_Run& run, const exo_OutMesh& file,
+/// Values at element nodes are left out, or with `atNodes` averaged there.
+std::unique_ptr<exo_OutResults> exo_ResultsOf(const odiC_Run& run, bool atNodes, const exo_OutMesh& file,
                                               std::span<const exo_SetEntries> sets, fmt_Ledger& ledger);

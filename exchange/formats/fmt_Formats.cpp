@@ -36,7 +36,7 @@ fmt_Import ReadExodus(const cow_String& file, const fmt_ReadOptions& options) {
 }
 fmt_Ledger WriteExodus(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
                        const fmt_WriteOptions& options) {
-  return exo_WriteMesh(output, mesh, sets, options.notes, options.run);
+  return exo_WriteMesh(output, mesh, sets, options.notes, options.run, options.atNodes);
 }
 fmt_Ledger WriteVtu(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
                     const fmt_WriteOptions& options) {

@@ -20,15 +20,15 @@
 /// double precision if a note needs it. The same mesh and notes give the same file: no record of the writing is added.
 ///
 /// The frames of a run of the mesh follow one another as time steps: variables are scalars NAME_xx_1 for component and
-/// point, histories of the whole model are global variables. What an element has at its nodes, and names of more than 80
-/// characters, have no place in the format.
+/// point, histories of the whole model are global variables. What an element has at its nodes has no
+/// place in the format: it is left out, or with `atNodes` averaged at nodes.
 ///
 /// Errors     nex_TextException naming file, class, element and node; see uti_OutputFile, which is committed.
 /// Cost       one pass; connectivity and sets are copied once.
 CORE_GEOMETRY_EXCHANGE_API fmt_Ledger exo_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh,
                                                     std::span<const bme_NamedSet> sets,
                                                     const bme_MeshNotes* notes = nullptr,
-                                                    const odiC_Run* run = nullptr);
+                                                    const odiC_Run* run = nullptr, bool atNodes = false);
 
 /// What no format for meshes alone has a place for: control parameters and so on.
 CORE_GEOMETRY_EXCHANGE_API void exo_ListNotMesh(const bme_Mesh& mesh, fmt_Ledger& ledger);

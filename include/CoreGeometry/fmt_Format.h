@@ -47,7 +47,8 @@ struct fmt_WriteOptions {
   const odiC_Run* run = nullptr;        ///< results of the mesh, for formats that hold them
   std::vector<odiC_When> frames{};      ///< of the run; all if empty
   fmt_FieldPlace fields = fmt_FieldPlace::Nodes;
-  bool force = false; ///< replaces files that a format writes beside the one it is given
+  bool atNodes = false; ///< Exodus II: values at element nodes, which have no place there, as means at nodes
+  bool force = false;   ///< replaces files that a format writes beside the one it is given
 };
 
 /// One format: a row of the table that fmt_Formats answers.

@@ -159,18 +159,21 @@ TEST_F(Cubes, EveryKindComesBackFromAnExodusFile) {
       Add(run, odiC_Variable("P", res_TENSOR_3D_PLANAR), ofFirst, 200 + frame);
       Add(run, wave, odiC_FullLayout(mesh_, res_NODAL), 300 + frame);
       Add(run, odiC_Variable("plain", res_SCALAR), odiC_FullLayout(mesh_, res_NODAL), 400 + frame);
+      Add(run, odiC_Variable("corner", res_SCALAR), odiC_FullLayout(mesh_, res_ELEMENT_NODAL), 500 + frame);
     }
     run.Commit();
   }
   const odiC_Run run = odiC_Run::Open(*model_, "results/m/a");
   uti_OutputFile file(folder_ / "out.exo");
-  exo_WriteMesh(file, mesh_, {}, nullptr, &run);
+  const fmt_Ledger ledger = exo_WriteMesh(file, mesh_, {}, nullptr, &run);
+  EXPECT_EQ(ledger.front().what, "values at ELEMENT_NODAL");
   const fmt_Import import = exo_ReadMesh(folder_ / "out.exo");
   odiC_RunWriter writer(*model_, "results/m/b", mesh_);
   exo_ReadResults(folder_ / "out.exo", import, &writer);
   const odiC_Run again = odiC_Run::Open(*model_, "results/m/b");
-  ASSERT_EQ(again.Header().variables.size(), run.Header().variables.size());
+  ASSERT_EQ(again.Header().variables.size(), run.Header().variables.size() - 1);
   for (const odiC_Variable& variable : run.Header().variables) {
+    if (variable.name == "corner") continue;
     const int index = again.VariableIndex(variable.name), before = run.VariableIndex(variable.name);
     EXPECT_TRUE(again.Header().variables[static_cast<std::size_t>(index)].IsLike(variable)) << variable.name;
     for (int frame = 0; frame < 2; ++frame) {
@@ -183,6 +186,16 @@ TEST_F(Cubes, EveryKindComesBackFromAnExodusFile) {
       EXPECT_EQ(left, right) << variable.name << ", frame " << frame;
     }
   }
+  uti_OutputFile averaged(folder_ / "averaged.exo");
+  exo_WriteMesh(averaged, mesh_, {}, nullptr, &run, true);
+  odiC_RunWriter last(*model_, "results/m/c", mesh_);
+  exo_ReadResults(folder_ / "averaged.exo", import, &last);
+  const odiC_Run third = odiC_Run::Open(*model_, "results/m/c");
+  odiC_FieldReader corner = third.Field(0, 0, third.VariableIndex("corner"));
+  std::vector<double> at(12);
+  corner.Read(0, at);
+  EXPECT_EQ(at[0], 500); // node 0 of the first cube alone, node 4 is the second one there
+  EXPECT_EQ(at[4], 508); // of two classes, so of two groups: the mean that is farther from zero
 }
 
 TEST_F(Cubes, TensorsOfVtkHaveYzBeforeXzAndMissingValuesAreNoNumbers) {

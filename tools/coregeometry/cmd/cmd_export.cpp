@@ -17,7 +17,7 @@ struct Arguments {
   std::string file, name;
   cli_OutputArguments output;
   std::string wedges, encoding, surface, run;
-  bool json = false, noResults = false, asCells = false, separate = false;
+  bool json = false, noResults = false, asCells = false, separate = false, atNodes = false;
 };
 
 exo_VtkWedges WedgesOf(const Arguments& arguments) {
@@ -88,6 +88,7 @@ void Run(const Arguments& arguments) {
   options.fields = arguments.asCells    ? fmt_FieldPlace::Cells
                    : arguments.separate ? fmt_FieldPlace::Separate
                                         : fmt_FieldPlace::Nodes;
+  options.atNodes = arguments.atNodes;
   options.force = arguments.output.force;
   fmt_Ledger ledger = fmt_WriteMesh(output, format, *mesh, sets, options);
   ledger.insert(ledger.end(), results.begin(), results.end());
