@@ -75,9 +75,10 @@ struct odiC_ElementGroup {
 /// Empty      what is not a number is left out and counted; a node with nothing else has not a number.
 /// Range      of the threshold: a node is averaged when 100 (max - min there) <= threshold (max - min of the group),
 ///            by component.
-/// Cost       8 bytes for each component and 4 for each node of a group, one group after another; with a threshold below
-///            100 24 bytes for each component, in all groups together.
-/// Errors     odiC_Exception for element positions other than element nodes, whole elements and centroids.
+/// Cost       8 bytes a node of the mesh for each component, for one group after another, and 12 for each row; with a
+///            threshold below 100 24 bytes for each component and group.
+/// Errors     odiC_Exception for element positions other than element nodes, whole elements and centroids, and for a
+///            threshold or an angle outside its range.
 /// Threads    one thread at a time.
 class CORE_GEOMETRY_API odiC_NodeAverage {
 public:

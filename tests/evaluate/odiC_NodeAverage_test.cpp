@@ -228,6 +228,9 @@ TEST(odiC_NodeAverage, NumbersThatAreNoneAreLeftOutAndCounted) {
               odiC_NodeAverage(mesh, points, {});
             }).find("values at INTEGRATION_POINT"),
             cow_String::npos);
+  for (const odiC_ToNodes& wrong :
+       {odiC_ToNodes{.normals = -1}, {.normals = 181}, {.threshold = 101}, {.threshold = kNone}})
+    EXPECT_THROW(odiC_NodeAverage(mesh, all, wrong), odiC_Exception);
 }
 
 TEST(odiC_NodeAverage, NodesAboveTheThresholdKeepTheirElements) {

@@ -3,6 +3,7 @@
 #include "odiC_CarryKernels.h"
 #include "odiC_RowChecks.h"
 
+#include <CoreGeometry/odiC_Exception.h>
 #include <CoreGeometry/odiC_Field.h>
 #include <algorithm>
 #include <limits>
@@ -15,6 +16,18 @@ constexpr std::size_t At(int index) { return static_cast<std::size_t>(index); }
 constexpr double kNone = std::numeric_limits<double>::quiet_NaN(),
                  kInfinity = std::numeric_limits<double>::infinity();
 
+/// The options, or an odiC_Exception for a number outside its range.
+const odiC_ToNodes& Checked(const odiC_ToNodes& options) {
+  const auto expect = [](const char* what, double value, double most, const char* unit) {
+    if (!(value >= 0 && value <= most))
+      throw odiC_Exception(std::string(what) + " " + std::to_string(value) + " is not one of 0 to "
+                           + std::to_string(static_cast<int>(most)) + unit);
+  };
+  expect("threshold", options.threshold, 100, " percent");
+  expect("angle between normals", options.normals, 180, " degrees");
+  return options;
+}
+
 /// Sums of one group, target by target; what was left out of them, and with a threshold the least and largest number.
 struct Sums {
   std::vector<double> values, low, high;
@@ -26,7 +39,7 @@ struct Sums {
 struct odiC_NodeAverage::Impl {
   Impl(const bme_Mesh& mesh, const odiC_Places& places, const odiC_ToNodes& toNodes,
        std::span<const odiC_ElementGroup> regions)
-      : options(toNodes), groups(mesh, places, toNodes, regions), source(places.SharedLayout()),
+      : options(Checked(toNodes)), groups(mesh, places, toNodes, regions), source(places.SharedLayout()),
         result(source) {
     if (KeepsElements())
       KeepElementNodes(places);
