@@ -129,7 +129,7 @@ void cls_ReadFields(const cls_ReadVisitor& visitor, Class& object, const cls_Fie
   std::apply([&](const auto&... field) { (cls_ReadField(visitor, object, field), ...); }, list.fields);
 }
 
-/// Writes an object if the pass has not written it yet. The uid must be the object's own member.
+/// Writes an object unless this pass has written it already. The uid must be the object's own member.
 template<class Class, class... Fields>
 void cls_WriteFields(const cls_WriteVisitor& visitor, unsigned typeId, const cls_Uid& uid,
                      const Class& object, const cls_Fields<Fields...>& list) {

@@ -49,7 +49,7 @@ public:
 
   bme_NotedEnm noted = bme_CLASS_NOTED;
   int number = 0;      ///< class index, or set index
-  cow_String typeName; ///< element type in the file, when it is not the default of the class
+  cow_String typeName; ///< type name in the file, when an export would write another one
   cls_xpListString columns;
   cls_xp2DArrayDouble values;
   cls_xp1DArrayListInt counts, order;
@@ -88,7 +88,7 @@ public:
 
   cow_String title;
   cls_xpListString coordinateNames; ///< one for each dimension, or none
-  cls_xpListString programs;        ///< four for each program that wrote the mesh: name, version, date, time
+  cls_xpListString programs;        ///< four for each program that processed the mesh: name, version, date, time
   cls_xpListString information;     ///< lines
   cls_xo1DArrayList<bme_Annotation> annotations;
 

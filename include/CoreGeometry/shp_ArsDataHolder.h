@@ -1,4 +1,4 @@
-// shp_ArsDataHolder.h: an analytic rigid surface in whichever form a model has it
+// shp_ArsDataHolder.h: an analytic rigid surface in its older form, its newer form, or both
 #pragma once
 
 #include <BasicUtils/cow_COW.h>
@@ -21,12 +21,12 @@ public:
 
   // ask
   bool hasValue() const noexcept { return !oldData_.IsNull() || !surface_.IsNull(); }
-  /// The flat list of typed points: those of the record, in the list's identity, then those of the surface's
+  /// The flat list of typed points: the record's list, with its uid, then the points of the surface's
   /// profile. Raises nex_OutOfRangeException for a segment without its points.
   shp_SuppDataPairList ConstGetDataPairList() const;
-  /// A local coordinate vector. With both, the index must be one of the record's and of the surface's, whose
-  /// vector it is. An index above the surface's count is a nex_TextException, one equal to it or outside the
-  /// record's a nex_OutOfRangeException.
+  /// A local coordinate vector. When there are both, the index must be valid in both, and the surface's
+  /// vector is returned. An index above the surface's count is a nex_TextException, one equal to it or
+  /// outside the record's a nex_OutOfRangeException.
   g3d_Vector ConstGetLocalCoordDef(int index) const;
 
 private:

@@ -18,13 +18,13 @@ class shp_Topology;
 ///
 /// Empty      elements of one node have one corner and nothing else.
 /// Errors     none: nodes that are no corners have no edges and no faces.
-/// Cost       every question O(1) or O(result); UniqueEdge and NonUniqueEdge walk 12 to 24 pairs.
+/// Cost       every query O(1) or O(result); UniqueEdge and NonUniqueEdge walk 12 to 24 pairs.
 /// Threads    immutable.
 class CORE_GEOMETRY_API shp_InverseTopoTable {
 public:
   using Mask = std::uint32_t;
   using MaskPair = std::array<Mask, 2>;
-  static constexpr int kMaxEdges = 24; ///< addresses that a node query can answer: six faces
+  static constexpr int kMaxEdges = 24; ///< most addresses that a node query returns: six faces
 
   explicit shp_InverseTopoTable(const shp_Topology& topology);
 
@@ -40,15 +40,15 @@ public:
   void UniqueEdge(Mask& mask) const noexcept;
   /// Adds the other addresses of every physical edge in the mask.
   void NonUniqueEdge(Mask& mask) const noexcept;
-  /// Pairs of both bits of a physical edge, and of all bits but the later one; by both faces, then by both
-  /// edges.
+  /// For each physical edge with two addresses the mask of both bits, and the mask of all bits but the later
+  /// one; ordered by both faces, then by both edges.
   std::span<const MaskPair> UniqueEdgeMasks() const noexcept { return uniqueEdgeMasks_; }
-  /// Pairs of the bit of an address and that of the same edge on another face; by both addresses.
+  /// Pairs of the bit of an address and the bit of the same edge on another face; ordered by both addresses.
   std::span<const MaskPair> NonUniqueEdgeMasks() const noexcept { return nonUniqueEdgeMasks_; }
 
   // ask: from nodes; faces and edges need room for kMaxEdges values
-  /// Edges between two corners, in either direction. Arguments are corner numbers below 16; larger ones are
-  /// not told apart from others.
+  /// Edges between two corners, in either direction. Arguments are corner numbers below 16; larger ones may
+  /// be taken for other corners.
   void EdgesFromNodes(int first, int second, int& count, int* faces, int* edges) const noexcept;
   /// Edges that end at a node.
   void EdgesFromNode(int node, int& count, int* faces, int* edges) const noexcept;

@@ -9,12 +9,12 @@
 
 class shp_Topology;
 
-/// How much of shp_Moments is asked for; each includes those before it.
+/// How many of the shp_Moments to compute; each includes those before it.
 enum class shp_MomentOrder : int { Measure, First, Second };
 
-/// Integrals over one element, face or edge. What was not asked for is 0.
+/// Integrals over one element, face or edge. Integrals that were not requested are 0.
 struct shp_Moments {
-  double measure = 0;              ///< length, area or volume; negative where inside out, if it has a sign
+  double measure = 0;              ///< length, area or volume; negative if inverted, if it has a sign
   std::array<double, 3> first{};   ///< of x, y, z
   std::array<double, 6> second{};  ///< of xx, yy, zz, xy, xz, yz
   std::array<double, 6> normals{}; ///< of the products of the unit normal, in the same order; surfaces only
@@ -23,16 +23,17 @@ struct shp_Moments {
 
 /// Integrates over elements of one shape, or over one of their faces or edges.
 ///
-/// Sign       elements as long in each direction as their space: volumes of solids, areas of elements in the
-///            plane (z is not looked at). Lengths and the areas of surfaces in space have none.
-/// Accuracy   with a sign: exact for what is asked, by products of Gauss-Jacobi points (conical products in
-///            simplices: A. H. Stroud, Approximate Calculation of Multiple Integrals, 1971, section 2.5).
-///            Without: the number of points doubles until nothing changes by more than 1e-10, up to 32 in
-///            each direction; exact at once for straight lines and flat triangles.
+/// Sign       for elements with as many dimensions as their space: volumes of solids, areas of plane elements
+///            (z is ignored). Lengths and the areas of surfaces in space have no sign.
+/// Accuracy   with a sign: exact for all requested integrals, by products of Gauss-Jacobi points (conical
+///            products in simplices: A. H. Stroud, Approximate Calculation of Multiple Integrals, 1971,
+///            section 2.5). Without a sign: the number of points doubles until nothing changes by more than
+///            1e-10, up to 32 in each direction; exact at once for straight lines and flat triangles.
 /// Revolved   a full turn of the (x, y) plane about y: areas become volumes, lengths become areas.
-/// Empty      shapes without a map (single nodes, analytic surfaces), and faces and edges that are not there.
+/// Empty      shapes without a map (single nodes, analytic surfaces), and faces and edges that do not exist.
 /// Cost       made once per element class; then about 0.1 microseconds for the volume of a hexahedron.
-/// Threads    may grow while it integrates: one thread at a time, while that of its shape lives.
+/// Threads    one thread at a time, as it may add points while it integrates; the thread of its shape must
+///            still run.
 class CORE_GEOMETRY_API shp_MeasureRule {
 public:
   // make
@@ -52,8 +53,8 @@ public:
   // integrate; moments of an empty rule are 0
   /// Coordinates are three for each of Nodes().
   shp_Moments Integrate(std::span<const double> coordinates);
-  /// One for each row of element nodes, which are indices into the points, three coordinates each. Moments
-  /// are about the origin given; that of a revolved rule must lie on the axis.
+  /// Moments of each row of element nodes, which are indices into the points, three coordinates each. They
+  /// are about the given origin; that of a revolved rule must lie on the axis.
   void IntegrateEach(std::span<const int> rows, std::size_t nodesPerRow, std::span<const float> points,
                      const std::array<double, 3>& origin, std::span<shp_Moments> moments);
   void IntegrateEach(std::span<const int> rows, std::size_t nodesPerRow, std::span<const double> points,

@@ -1,4 +1,4 @@
-// shp_Options.h: what the attribute bits of an element label say
+// shp_Options.h: the meaning of the attribute bits of an element label
 #pragma once
 
 #include <BasicUtils/LongKey.h>
@@ -17,7 +17,7 @@ enum class shp_Family : int {
   RigidSurface, ///< analytic: a profile of curves on one node
 };
 
-/// The attribute key of an element label, read once.
+/// The attribute key of an element label, decoded once.
 ///
 /// Where several bits of a group are set, the lowest counts.
 /// Empty      an empty key gives family None and no counts.

@@ -1,4 +1,4 @@
-// shp_ShapeDictionary.h: element labels to shapes
+// shp_ShapeDictionary.h: finding the shape of an element label
 #pragma once
 
 #include <BasicUtils/omi_Btree.h>
@@ -18,7 +18,7 @@ class shp_LabelIndex;
 ///
 /// Cost       GetShape is one hash look-up, and allocates only when it makes a shape.
 ///            Construction enters every label.
-/// Threads    one thread only, questions included: they make shapes.
+/// Threads    one thread only, also for const queries: they create shapes.
 class CORE_GEOMETRY_API shp_ShapeDictionary {
 public:
   static constexpr int kDestructLevel = 25;
@@ -31,7 +31,7 @@ public:
   // ask
   /// The shape of a label in upper or lower case, made on the first request; null for an unknown label.
   const shp_Shape* GetShape(const cow_String& label) const;
-  /// The same for what may outlive the thread and so owns the shapes it works with.
+  /// The same for an object that may outlive the thread: the handle keeps the shape alive.
   std::shared_ptr<const shp_Shape> ShareShape(const cow_String& label) const;
   /// Every label with its attribute key, in byte order.
   const omi_Btree<cow_String, LongKey>& LabelTable() const noexcept { return labelTable_; }

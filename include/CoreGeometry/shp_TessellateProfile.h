@@ -9,14 +9,14 @@
 using shp_ProfilePoint = std::array<double, 2>;
 using shp_ProfileLine = std::vector<shp_ProfilePoint>;
 
-/// An extra for whoever draws a surface: the profile as open polygons, one from each START on. Nothing is
-/// stored of it and nothing in the library needs it.
+/// For programs that draw a surface: the profile as open polygons, a new one at each START. The result is not
+/// stored, and nothing else in the library uses it.
 ///
-/// A circle goes the shorter way round its centre from the end of the segment before it, half a circle
-/// counter-clockwise; where the two radii differ, the radius grows evenly between them. A parabola is the one
-/// that touches both lines to its control point at its ends. The profile is drawn with sharp corners, without
+/// A circle goes the shorter way round its centre from the end of the previous segment, half a circle
+/// counter-clockwise; where the two radii differ, the radius changes linearly between them. A parabola is
+/// tangent, at its ends, to the lines to its control point. The profile is drawn with sharp corners, without
 /// its fillets. A profile that does not begin with START begins where its first segment ends. Of a circle or
-/// parabola with a coordinate that is not finite only the end remains.
+/// parabola with a coordinate that is not finite only the end point is kept.
 ///
 /// Units      model length, x and y of the stored points.
 /// Tolerance  no point of a curve is farther from the polygon than chordTolerance, as long as a segment needs

@@ -26,12 +26,12 @@ using shp_IsoPoint = std::array<double, 3>;
 ///            by two faces is found in both. Edge k of a face runs from its corner k to the next one.
 /// Rings      an axisymmetric element with rings has the same faces and edges in each plane; node numbers of
 ///            ring k are those of ring 0 plus k * NumBaseNodes(). Tables hold ring after ring.
-/// Empty      a key without a family has no faces and no dimensions; one whose node count its family does not
-///            know has no node coordinates and no tables, per-face and per-edge maxima 0 and interpolation
+/// Empty      a key without a family has no faces and no dimensions; a key with a node count unknown to its
+///            family has no node coordinates and no tables, per-face and per-edge maxima 0 and interpolation
 ///            order 0.
 /// Errors     a face, edge or ring that does not exist has no nodes. Node lists must be as long as the
 ///            element, face or edge has nodes.
-/// Cost       every question O(1).
+/// Cost       every query O(1).
 /// Threads    immutable.
 class CORE_GEOMETRY_API shp_Topology {
 public:
@@ -74,7 +74,7 @@ public:
   std::span<const int> FaceNodeTable() const noexcept { return faceNodes_; }
   /// Rows of EdgeNodes, MaxNodesPerEdge() long, MaxEdgesPerFace() of them a face, filled up with -1.
   std::span<const int> EdgeNodeTable() const noexcept { return edgeNodes_; }
-  /// The node that takes each node's place when the element is reversed.
+  /// Entry i is the node that takes the place of node i when the element is reversed.
   std::span<const int> ReversalPermutation() const noexcept { return reversal_; }
 
   // ask: faces and edges of a real element, given its node identifiers in any numbering
@@ -89,12 +89,12 @@ public:
 
   /// Unit normal of the first three consecutive corners that are different nodes and not colinear, by
   /// gsl_Util's relative tolerance. Element nodes are indices into the coordinates, three values a node.
-  /// 1; or 0 and a zero normal when there are no such corners.
+  /// Returns 1; or 0 and a zero normal when there are no such corners.
   int ComputeFaceNormal(std::span<const int> elementNodes, int face, std::span<const float> coordinates,
                         std::span<double, 3> normal) const;
 
   // ask: the isoparametric map. Element nodes are the base nodes, in node order; iso coordinates are
-  // (xi, eta, zeta). Shapes of a single node have no map: answers are false, zero or no values.
+  // (xi, eta, zeta). Shapes of a single node have no map: results are false, zero or no values.
   void GetNodeIsoCoords(int node, std::span<float, 3> iso) const;
   void IsoParCentroidLocation(std::span<float, 3> iso) const;
   std::span<const shp_IsoPoint> IntPtCoordinates() const noexcept; ///< of the base points
@@ -103,18 +103,19 @@ public:
   void ShapeDerivatives(const shp_IsoPoint& iso, std::span<shp_IsoPoint> derivatives) const;
   void CalculateNodesShapeWeight(std::span<const float, 3> iso, std::span<float> weights) const;
   void GetCenterNodeWeights(std::span<float> weights) const;
-  const float* GetFcCenterNodeWeights(int face) const noexcept; ///< of the face's nodes; null without map
+  const float* GetFcCenterNodeWeights(int face) const noexcept; ///< for the face's nodes; null without map
   gsl_Point InterpolatePointFromNodes(std::span<const gsl_Point> nodes, std::span<const float, 3> iso) const;
-  /// The last argument is the answer of a shape without a map.
+  /// The last argument is the result for a shape without a map.
   float InterpolateResultFromNodes(std::span<const float> values, std::span<const float, 3> iso,
                                    float otherwise = 0) const;
-  /// At iso coordinates as shp_ElementSearch finds them, with weights in double precision.
+  /// At iso coordinates in double precision, as shp_ElementSearch finds them; the weights are in double
+  /// precision, too.
   gsl_Point InterpolatePointFromNodes(std::span<const gsl_Point> nodes, const shp_IsoPoint& iso) const;
   float InterpolateResultFromNodes(std::span<const float> values, const shp_IsoPoint& iso,
                                    float otherwise = 0) const;
   /// Rows x, y, z; columns xi, eta, zeta.
   gsl_Matrix ShapeFunctionJacobian(std::span<const gsl_Point> nodes, std::span<const float, 3> iso) const;
-  /// Nine values, row by row, for each base integration point; coordinates are three a node.
+  /// Nine values, row by row, for each base integration point; three coordinates per node.
   void IntPtJacobians(std::span<const double> coordinates, std::span<double> jacobians) const;
 
   // ask: real elements; element nodes are indices into the points or coordinates
@@ -122,7 +123,8 @@ public:
                             std::span<const int> elementNodes) const;
   void Centroid(std::span<const int> elementNodes, std::span<const float> coordinates,
                 std::span<float, 3> centroid) const;
-  /// All NumIntPts() points, three values each; of rings both blocks of a ring are its points.
+  /// All NumIntPts() points, three values each; in elements with rings, both blocks of a ring are on that
+  /// ring.
   void IntPtCoord(std::span<const float> coordinates, std::span<const int> elementNodes,
                   std::span<float> points, int& count) const;
   /// Integral of each node's shape function over the element, by an exact rule: their sum is the volume.
@@ -130,44 +132,45 @@ public:
   void BodyOp(std::span<const gsl_Point> nodes, std::span<float> values) const;
 
   // ask: from a point to its iso coordinates
-  /// Newton's iteration in single precision from the origin of the iso coordinates. A target that is a node
-  /// within 0.0005 on each axis is found there; simplices have the box of their nodes as bounds; the place on
-  /// lines and surfaces need not be the target. True for what may be taken as in the element.
+  /// Newton iteration in single precision from the origin of the iso coordinates. A target within 0.0005 of a
+  /// node on each axis is found at that node; in simplices the iso coordinates are limited to the box of
+  /// their nodes; on lines and surfaces the point found need not be the target. True when the target may be
+  /// taken as inside the element.
   bool FindIsoPointLocation(const gsl_Point& target, std::span<const gsl_Point> nodes,
                             std::span<float, 3> iso) const;
-  /// True containment: shp_ElementSearch::Locate says Inside or OnBoundary.
+  /// True when shp_ElementSearch::Locate gives Inside or OnBoundary.
   bool FindPointInShape(const gsl_Point& target, std::span<const gsl_Point> nodes,
                         std::span<float, 3> iso) const;
-  /// Where the line through two points enters and leaves the element: parameters are 0 and 1 at the points,
-  /// at most two, the smallest and the largest of all hits. The first hit's point, and the node coordinates
-  /// of its face, or of its edge for lines and for surfaces hit in their plane. True when there is a hit;
-  /// with onlySegment hits beyond the two points do not count.
+  /// Where the line through two points enters and leaves the element: parameters are 0 and 1 at the points;
+  /// at most two are returned, the smallest and the largest of all hits. Also returns the first hit's point,
+  /// and the node coordinates of its face, or of its edge for lines and for surfaces hit in their plane. True
+  /// when there is a hit; with onlySegment hits beyond the two points do not count.
   bool LineShapeIntersection(const gsl_Point& from, const gsl_Point& to, std::span<const gsl_Point> nodes,
                              std::span<double, 2> parameters, std::span<gsl_Point> faceNodes, int& count,
                              bool onlySegment, gsl_Point& point) const;
 
-  // ask: carrying results. Arrays hold the components of one place after the other. What a shape has no
-  // values for becomes 0. Other positions than integration point, element node, whole element and centroid
-  // are reported as an error on the thread's channel, and give zeros.
-  std::span<const float> IntPtToNodeWeights() const noexcept; ///< a row of base points a base node
-  std::span<const float> IntPtToFaceWeights() const noexcept; ///< a row of base points a face
-  std::span<const float> NodeToFaceWeights() const noexcept;  ///< a row of base nodes a face
+  // ask: extrapolating results. Arrays hold the components of one location after the other. Locations for
+  // which a shape has no values become 0. Positions other than integration point, element node, whole element
+  // and centroid are reported as an error on the thread's channel, and give zeros.
+  std::span<const float> IntPtToNodeWeights() const noexcept; ///< a row of base points for each base node
+  std::span<const float> IntPtToFaceWeights() const noexcept; ///< a row of base points for each face
+  std::span<const float> NodeToFaceWeights() const noexcept;  ///< a row of base nodes for each face
   void ExtrapolateToNodes(std::span<const float> values, res_OutputPositionEnm position,
-                          std::span<float> nodeValues, int numComponents) const; ///< by the one that fits
+                          std::span<float> nodeValues, int numComponents) const; ///< by one of the next two
   void StdExtrapToNodes(std::span<const float> values, res_OutputPositionEnm position,
                         std::span<float> nodeValues, int numComponents) const; ///< first ring
-  /// Ring k from the mean of the blocks 2k and 2k + 1 of integration points.
+  /// The values of ring k are extrapolated from the mean of the blocks 2k and 2k + 1 of integration points.
   void CaxaExtrapToNodes(std::span<const float> values, res_OutputPositionEnm position,
                          std::span<float> nodeValues, int numComponents) const;
-  /// As ExtrapolateToNodes for elements one after the other; an unknown position is reported once.
-  /// Throws wip_Cancelled when the host asks to stop; the values are then not complete.
+  /// ExtrapolateToNodes for elements one after the other; an unknown position is reported once. Throws
+  /// wip_Cancelled when the host asks to stop; the values are then incomplete.
   void ExtrapolateEachToNodes(int numElements, std::span<const float> values, res_OutputPositionEnm position,
                               std::span<float> nodeValues, int numComponents) const;
   void ExtrapolateToFaces(std::span<const float> values, res_OutputPositionEnm position,
                           std::span<float> faceValues, int numComponents) const;
-  /// From MaxIntPtsPerFace() points to the nodes of a face; triangles beside quadrilaterals take the first of
-  /// them. For plane shapes the face is the edge of that number: first, interior, last node. -1: the first
-  /// face with most nodes.
+  /// From MaxIntPtsPerFace() points to the nodes of a face; in shapes with triangles and quadrilaterals a
+  /// triangle uses the first of them. For plane shapes the face is the edge of that number: first, interior,
+  /// last node. -1: the first face with most nodes.
   void ExtrapolateFromFaceIntPtsToFaceNodes(std::span<const float> values, std::span<float> nodeValues,
                                             int numComponents, int face = -1) const;
 
@@ -202,7 +205,7 @@ protected:
 private:
   friend class shp_ElementSearch;
 
-  /// What the family and its node pattern decide; the defaults are those of a key without a family.
+  /// What the family and its node pattern determine; the defaults are those of a key without a family.
   struct Counts {
     int geomDims = 0;
     int faces = 0;

@@ -3,8 +3,8 @@
 
 #include <CoreUtils/PlatformExport.h>
 
-/// Nothing of the library needs this call before: its registries exist on first use.
+/// The library works without this call, too: its registries are created on first use.
 CORE_GEOMETRY_PLATFORM_API void UTI_BasicUtils_initialize(int& tally);
 
-/// The last one runs the finalisers of singletons and empties the class registry and the component table.
+/// The last call runs the finalisers of singletons and empties the class registry and the component table.
 CORE_GEOMETRY_PLATFORM_API void UTI_BasicUtils_finalize(int& tally);

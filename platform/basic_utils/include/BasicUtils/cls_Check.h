@@ -1,9 +1,9 @@
-// cls_Check.h: what is wrong with a database
+// cls_Check.h: checks a database for damage
 #pragma once
 
 #include <BasicUtils/cls_Database.h>
 
-/// Something that a check has found.
+/// One result of a check.
 struct cls_Finding {
   enum class Weight {
     Note, ///< worth knowing, nothing is wrong
@@ -17,7 +17,7 @@ struct cls_Finding {
   cow_String advice;    ///< what to do about it
 };
 
-/// What to do with a damaged file. A journal beside it must go with it: SQLite would play it back into the
+/// What to do with a damaged file. A journal beside it must be moved with it: SQLite would apply it to the
 /// next file of that name.
 inline constexpr const char* cls_kRestoreAdvice =
     "move the file away, together with the journal beside it (its name with -journal) if there is one, and "
@@ -26,7 +26,7 @@ inline constexpr const char* cls_kRestoreAdvice =
 
 /// Checks a whole database: SQLite's own check of every page, every checksum, the number of rows of every
 /// table, how often each object is referred to, and that every root can be read with everything it reaches.
-/// What cannot be reached after some damage is not reported again for each place that needs it.
+/// Damage is reported once, not again for each object that cannot be read because of it.
 ///
 /// Errors     cls_BusyException, wip_Cancelled; what is wrong with the file is a finding.
 CORE_GEOMETRY_PLATFORM_API std::vector<cls_Finding> cls_Check(const cls_Database& database);

@@ -73,11 +73,11 @@ public:
   cls_ClassMetadata& AddAttribute(const cls_FieldHandle& field, cls_AttributeType type, unsigned elemTypeId,
                                   cls_CollectionType collection);
   cls_ClassMetadata& AddBase(unsigned baseTypeId, Upcast upcast);
-  /// How an object of the class writes itself, for rewriting stored objects.
+  /// The function by which an object of the class writes itself, for rewriting stored objects.
   cls_ClassMetadata& AddWriter(Writer writer);
   /// Another name by which shortcuts may call a field.
   cls_ClassMetadata& AddAlias(const cls_FieldHandle& alias, const cls_FieldHandle& field);
-  /// A field that says when and not what: dumps and comparisons leave it out.
+  /// A field that holds a time stamp: dumps and comparisons leave it out.
   cls_ClassMetadata& AddTimeStamp(const cls_FieldHandle& field);
   void SetSuccessor(int version, cls_RowConversion convert) { successor_ = Successor{version, convert}; }
 
@@ -117,12 +117,12 @@ struct cls_SchemaChanges {
   struct Renaming {
     cow_String from, to;
   };
-  std::vector<unsigned> deletedClasses; ///< their objects go, and whatever named them names nothing
+  std::vector<unsigned> deletedClasses; ///< their objects are deleted, and references to them become null
   std::vector<Renaming> renamedClasses; ///< same class identifier and layout under another name
   std::vector<Renaming> renamedTables;  ///< folders of roots: "from/x" becomes "to/x"
 };
 
-/// The known layouts. Nothing here compares version numbers: the current layout is the one with a factory.
+/// The known layouts. Version numbers are not compared: the current layout is the one with a factory.
 class CORE_GEOMETRY_PLATFORM_API cls_ClassRegistrar {
 public:
   /// Creates the record of one layout. Registering the same (typeId, version) again replaces the record;
@@ -146,7 +146,7 @@ public:
   const std::map<std::pair<unsigned, int>, cls_ClassMetadata>& Records() const noexcept { return records_; }
   const cls_SchemaChanges& Changes() const noexcept { return changes_; }
   void SetChanges(cls_SchemaChanges changes) { changes_ = std::move(changes); }
-  /// The present name of a class that is stored under that name.
+  /// The present name of a class that was stored under the given name.
   const cow_String& PresentName(const cow_String& stored) const noexcept;
   void Clear();
 

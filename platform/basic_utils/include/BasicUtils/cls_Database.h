@@ -11,14 +11,14 @@ class db_File;
 struct db_Access;
 class cls_Database;
 
-/// The file is in use by another process or connection; what was refused, a whole write pass, can be made again.
+/// The file is in use by another process or connection; the operation, a whole write pass, can be repeated.
 class CORE_GEOMETRY_PLATFORM_API cls_BusyException : public nex_TextException {
 public:
   using nex_TextException::nex_TextException;
   ~cls_BusyException() override;
 };
 
-/// Where a shortcut leads: a stored object, one of its fields, or one element of that field.
+/// What a shortcut leads to: a stored object, one of its fields, or one element of that field.
 struct cls_Location {
   long long row = 0;
   int field = -1;         ///< position in the class's stored fields, -1 for the whole object
@@ -42,12 +42,12 @@ public:
   };
 
   // make
-  /// Makes a new file without roots, in its place; fails when it exists (an empty file counts as not
-  /// existing). Who is killed before the first pass is committed leaves that file: cls_CreateModel makes one
-  /// that has its name only when it is whole.
+  /// Makes a new file without roots; fails when it exists (an empty file counts as not existing). A process
+  /// that is killed before its first commit leaves that file: cls_CreateModel gives a file its name only when
+  /// it is complete.
   static cls_Database Create(const cow_String& file, const Options& options);
   static cls_Database Create(const cow_String& file) { return Create(file, Options{}); }
-  /// Opens a file; a writer that was killed is recovered from first.
+  /// Opens a file, after undoing the incomplete change of a writer that was killed.
   static cls_Database Open(const cow_String& file, Mode mode = Mode::ReadOnly);
   cls_Database(cls_Database&&) noexcept;
   cls_Database& operator=(cls_Database&&) noexcept;
@@ -90,8 +90,7 @@ public:
   bool IsOutdated() const; ///< holds objects in superseded layouts
   long long FileSize() const;
   static constexpr int kFormat = 2; ///< of the files that this program writes
-  int Format()
-      const; ///< of the file; one of an older format gets today's with the next write pass, or Upgrade()
+  int Format() const;               ///< of the file; the next write pass, or Upgrade(), updates an older one
 
   // shortcuts
   /// path := root step*, step := '.' member | '[' index ']'.
@@ -103,18 +102,20 @@ public:
   template<class T> T GetValue(const cls_Location& location) const { return T(FieldVisitor(location)); }
 
   // change
-  /// Rewrites every object of a superseded layout, in one transaction. Returns how many. `before` is called
-  /// when nobody else can change the file any more, and nothing is changed yet; when it throws, nothing is.
+  /// Rewrites every object of a superseded layout in one transaction, and returns their number. `before` is
+  /// called when no other process can change the file any more and nothing is changed yet; when it throws,
+  /// nothing is changed.
   long long Upgrade(const std::function<void()>& before = {});
-  /// Deletes what no root reaches and gives the space back to the file system.
+  /// Deletes what no root reaches and returns the space to the file system.
   void Compact();
-  /// Copies the database as it is now into a new file, which is there when it is whole; see uti_OutputFile.
+  /// Copies the present state of the database into a new file, which appears when it is complete; see
+  /// uti_OutputFile.
   void Backup(const cow_String& file) const;
   /// A copy in memory with every object in its current layout; this file stays as it is.
   cls_Database Converted() const;
   void SetBusyTimeout(int milliseconds); ///< 5000 unless set
-  /// Lets SQLite map the file into memory: faster when warm, but a file that another program cuts short
-  /// then ends the process.
+  /// Lets SQLite map the file into memory: faster for data in the page cache, but a file that another program
+  /// truncates then ends the process.
   void UseMemoryMap(bool on);
 
 private:

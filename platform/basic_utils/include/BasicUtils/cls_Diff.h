@@ -13,8 +13,8 @@ struct cls_Difference {
 };
 
 /// Where the contents of two databases differ, root by root, field by field, in the order of cls_Dump. Real
-/// numbers a and b are equal when |a - b| <= tolerance * max(1, |a|, |b|), or both are no numbers. Old
-/// layouts count as what they are converted to. Which objects are shared makes no difference.
+/// numbers a and b are equal when |a - b| <= tolerance * max(1, |a|, |b|), or both are not a number. Old
+/// layouts are compared in their converted form. Which objects are shared makes no difference.
 ///
 /// Errors     as reading.
 CORE_GEOMETRY_PLATFORM_API std::vector<cls_Difference>

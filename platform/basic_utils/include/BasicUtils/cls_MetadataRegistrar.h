@@ -8,16 +8,16 @@
 /// Describes one class to the registry.
 using cls_MetadataFunction = void (*)(cls_ClassRegistrar&);
 
-/// Collects the metadata functions that modules hand over and builds the class registry from them on demand.
-/// Use omi_Singleton<cls_MetadataRegistrar>::Instance(). Exists on first use; modules may come up after the
-/// registry was built.
+/// Collects the metadata functions of the modules and builds the class registry from them on demand. Use
+/// omi_Singleton<cls_MetadataRegistrar>::Instance(). It is created on first use; modules may be started after
+/// the registry was built.
 ///
-/// Threads    Registry() is safe from any thread: the first to ask builds it under the global lock, the
-///            others wait, and later it is read without a lock. Modules come up and go down while no other
-///            thread asks.
+/// Threads    Registry() is safe from any thread: the first call builds it under the global lock, while other
+///            threads wait; later it is read without a lock. Modules may be started and stopped only while no
+///            other thread calls it.
 class CORE_GEOMETRY_PLATFORM_API cls_MetadataRegistrar {
 public:
-  /// Remembers the function; it is called when the registry is next asked for. The number is always 7.
+  /// Stores the function, to be called at the next call of Registry(). The number is always 7.
   void initClassMetadata(cls_MetadataFunction function, unsigned number);
   /// A function that is called after the pending ones each time the registry is brought up to date.
   void AddSource(cls_MetadataFunction source);

@@ -9,13 +9,13 @@
 #include <variant>
 #include <vector>
 
-/// Bytes of a cell: an array with its header (see cls_EncodeArray), or a NaN's bit pattern.
+/// Bytes of a cell: an array with its header (see cls_EncodeArray), or the bit pattern of a NaN.
 using cls_Blob = std::vector<std::byte>;
 
 /// A cell without a stored value: the field takes the value it has in a default-constructed object.
 ///
-/// Not trivially copyable on purpose: libstdc++ 12 counts a variant of nothing but trivial types, strings and
-/// vectors as never without a value, and destroys garbage when copying it runs out of memory.
+/// Not trivially copyable on purpose: libstdc++ 12 assumes that a variant of only trivial types, strings and
+/// vectors always has a value, and destroys uninitialised memory when copying it runs out of memory.
 struct cls_DefaultValue {
   cls_DefaultValue() = default;
   cls_DefaultValue(const cls_DefaultValue&) noexcept {} // NOLINT(modernize-use-equals-default)
@@ -23,7 +23,7 @@ struct cls_DefaultValue {
   friend bool operator==(cls_DefaultValue, cls_DefaultValue) = default;
 };
 
-/// A cell that names another row: an embedded object belongs to the row, an owned one may be shared.
+/// A cell that refers to another row: an embedded object belongs to the row, an owned one may be shared.
 struct cls_RowLink {
   long long row = 0;
   bool embedded = false;
@@ -33,7 +33,7 @@ struct cls_RowLink {
 using cls_Cell =
     std::variant<std::monostate, long long, double, cow_String, cls_Blob, cls_DefaultValue, cls_RowLink>;
 
-/// What the elements of a stored array are. The values are part of the file format.
+/// Element type of a stored array. The values are part of the file format.
 enum class cls_ArrayKind : unsigned char {
   Int = 1,
   Uint = 2,
@@ -62,7 +62,7 @@ public:
   unsigned typeId = 0;
   int version = 0;
   cls_Uid uid;
-  const cls_Row* parent = nullptr; ///< of what embeds or refers to a row while it is converted
+  const cls_Row* parent = nullptr; ///< the row that embeds or refers to this one, during conversion
 
   // ask
   bool Has(std::string_view name) const noexcept { return Find(name) != nullptr; }

@@ -1,15 +1,15 @@
-// cls_RunningUpgrade.h: what conversions may add to a database that is being upgraded
+// cls_RunningUpgrade.h: adding objects to a database that is being upgraded
 #pragma once
 
 #include <BasicUtils/cls_Database.h>
 
 class db_Writer;
 
-/// The upgrade of a whole database that is at work on the calling thread. What is put here belongs to its
+/// The upgrade of a whole database that runs on the calling thread. Objects that are put here belong to its
 /// transaction.
 ///
-/// Objects are converted each time they are read, by an upgrade perhaps more than once: a conversion looks
-/// whether a root is there before it puts it.
+/// Objects are converted each time they are read, perhaps more than once in an upgrade: a conversion must
+/// check whether a root exists before it puts it.
 class CORE_GEOMETRY_PLATFORM_API cls_RunningUpgrade {
 public:
   cls_RunningUpgrade(const cls_Database& database, db_Writer& writer) noexcept; ///< used by the database
@@ -17,7 +17,7 @@ public:
   cls_RunningUpgrade(const cls_RunningUpgrade&) = delete;
   cls_RunningUpgrade& operator=(const cls_RunningUpgrade&) = delete;
 
-  /// Null unless cls_Database::Upgrade is at work: merely reading an object changes nothing.
+  /// Null unless cls_Database::Upgrade is running: merely reading an object changes nothing.
   static const cls_RunningUpgrade* Current() noexcept;
 
   const cls_Database& Database() const noexcept { return database_; }

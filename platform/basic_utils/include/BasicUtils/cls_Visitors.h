@@ -15,10 +15,10 @@ template<> inline constexpr cls_ArrayKind cls_kArrayKind<unsigned> = cls_ArrayKi
 template<> inline constexpr cls_ArrayKind cls_kArrayKind<float> = cls_ArrayKind::Float;
 template<> inline constexpr cls_ArrayKind cls_kArrayKind<double> = cls_ArrayKind::Double;
 
-/// Gives the stored fields of one object by name, in any order.
+/// Gives the stored fields of one object, by name and in any order.
 ///
-/// A visitor made from a parent and a field stands for that field: an embedded object (ask for its fields by
-/// name), or a value that reads itself, such as an enumeration or a container (ask for the value).
+/// A visitor made from a parent and a field stands for that field: an embedded object (get its fields by
+/// name), or a value that reads itself, such as an enumeration or a container (get the value).
 ///
 /// Errors     nex_TextException naming file, class, object and field: missing, of another kind, damaged.
 class CORE_GEOMETRY_PLATFORM_API cls_ReadVisitor {
@@ -44,13 +44,13 @@ public:
   }
   std::shared_ptr<void> GetObject(const cls_FieldHandle& field, unsigned typeId) const;
   cls_Uid GetUid() const;
-  /// For data that reads well but makes no sense: throws nex_TextException naming the place.
+  /// For data that can be read but is not valid: throws nex_TextException naming the place.
   [[noreturn]] void Refuse(const cow_String& what) const;
 
   // the value that this visitor stands for
   cow_String GetText() const;
   std::vector<cow_String> GetTexts() const;
-  /// Numbers, with the count of them that make one row.
+  /// An array of numbers, and how many of them make one row.
   template<class T> cow_ArrayCOW<T> GetArray(unsigned* width = nullptr) const {
     cow_ArrayCOW<T> array;
     unsigned storedWidth = 0;
@@ -87,7 +87,7 @@ private:
   std::shared_ptr<db_ReadPlace> place_;
 };
 
-/// Takes the fields of one object by name.
+/// Stores the fields of one object, by name.
 ///
 /// A visitor made from a parent and a field stands for that field: an embedded object (which starts with
 /// StartWrite), or a value that writes itself (put the value).
@@ -121,9 +121,9 @@ public:
   // the value that this visitor stands for
   void PutText(const cow_String& text) const;
   void PutTexts(std::span<const cow_String> texts) const;
-  /// Numbers in rows of `width`. A large array that is already stored in this file, unmodified since, is
-  /// referred to and not written again. Parts of an array are read by chunks: whole rows, up to about
-  /// `chunkBytes` of them, 0 for the size that suits arrays that are read whole.
+  /// Numbers in rows of `width`. A large array that is already stored in this file, and has not changed
+  /// since, is referred to instead of being written again. To read parts of an array, it is stored in chunks
+  /// of whole rows, up to about `chunkBytes` each; 0 chooses the size that suits arrays that are read whole.
   template<class T>
   void PutArray(const cow_ArrayCOW<T>& array, unsigned width, std::size_t chunkBytes = 0) const {
     cow_ArrayStamp stamp = array.Stamp();

@@ -27,19 +27,19 @@ public:
   template<class T, class Policy> void Put(const cow_String& root, const cow_COW<T, Policy>& object) {
     Put(root, object.Holder());
   }
-  /// An object must live until it is written: temporaries are refused, handles of any kind are welcome.
+  /// An object must live until it is written: a temporary object does not compile, a temporary handle does.
   template<class T>
   requires(!requires(const T& handle) { handle.IsNull(); }) void Put(const cow_String& root,
                                                                      const T&& object) = delete;
 
   void Remove(const cow_String& root);
 
-  /// Stores a row of any known layout, old ones included, and returns its id; what no root reaches at Commit
-  /// is dropped again.
+  /// Stores a row of any known layout, old ones included, and returns its id; rows that no root reaches at
+  /// Commit are deleted again.
   long long PutRow(unsigned typeId, int version, const cls_Row& row);
   long long PutRow(const cow_String& root, unsigned typeId, int version, const cls_Row& row);
 
-  /// All or nothing: a commit that fails, cls_BusyException included, has rolled back, and the pass is made again.
+  /// A commit that fails, also with cls_BusyException, has rolled back all changes; repeat the whole pass.
   void Commit();
 
 private:

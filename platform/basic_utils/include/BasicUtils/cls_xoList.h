@@ -3,14 +3,14 @@
 
 #include <BasicUtils/cls_Containers.h>
 
-/// A value of three floats in a row, stored as such.
+/// A value of three consecutive floats, which is stored as such.
 template<class T>
 concept cls_IsFloatTriple = std::is_trivially_copyable_v<T> && sizeof(T) == 3 * sizeof(float) && requires {
   typename T::FloatTriple;
 };
 
-/// Stored list of objects with an identity of its own: made empty it has a fresh one, assignment takes over
-/// the source's. Persistent classes are embedded one by one; triples of floats are stored as one array.
+/// Stored list of objects with a uid: a new list has a fresh one, a copy has that of its source. Persistent
+/// classes are embedded one by one; triples of floats are stored as one array.
 template<class T> class cls_xoList {
 public:
   static constexpr cls_AttributeType kStoredAs =

@@ -7,7 +7,7 @@
 ///
 /// Errors     nex_OutOfRangeException for a row or column outside; std::invalid_argument for data that does
 ///            not make whole rows; std::length_error for a size that cannot be addressed.
-/// Cost       copy O(1); row access is checked, so loops over all rows better walk Data().Const().
+/// Cost       copy O(1); row access is checked: loops over all rows are faster over Data().Const().
 /// Threads    as of cow_ArrayCOW.
 template<class T> class cow_2DArray {
 public:

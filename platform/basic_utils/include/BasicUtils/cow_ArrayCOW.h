@@ -16,7 +16,7 @@
 #include <type_traits>
 #include <utility>
 
-/// Where an identical array is stored: a file and an array in it; all zero for nowhere.
+/// Where an identical array is stored: a file and an array in it; all zero when it is not stored.
 struct cow_ArrayStamp {
   unsigned long long uid[2] = {0, 0};
   long long id = 0;
@@ -26,13 +26,14 @@ struct cow_ArrayStamp {
 
 /// Growable array of plain values in one block of memory, for bulk data.
 ///
-/// Copies share the block; a call that changes elements makes it private first and clears its stamp. A span
-/// from Modify() must not be used after the array was copied, stamped or changed.
+/// Copies share the block; a call that changes elements copies a shared block first and clears its stamp. A
+/// span from Modify() must not be used after the array was copied, stamped or changed.
 ///
-/// Empty      a default array, and one that lost its last element, owns nothing.
-/// Errors     std::length_error for a size that cannot be addressed, std::bad_alloc;
-///            nex_OutOfRangeException for a removal outside. A failed change leaves the array as it was.
-/// Cost       copy O(1) at any size; Append amortised, other changes of size take exactly what they need.
+/// Empty      a default array, and one whose last element was removed, owns nothing.
+/// Errors     std::length_error for a size that cannot be addressed, std::bad_alloc; nex_OutOfRangeException
+///            for removing elements out of range. A failed change leaves the array as it was.
+/// Cost       copy O(1) at any size; Append amortised O(1), other changes of size allocate exactly what they
+///            need.
 ///            Elements are aligned to 64 bytes, to a page from 1 MiB on.
 /// Threads    copies may be read, changed, stamped and dropped on several threads.
 template<class T, class Policy = cow_Direct<T>> class cow_ArrayCOW {
@@ -63,7 +64,7 @@ public:
   long SharedCount() const noexcept { ///< arrays on this block, 0 when nothing is owned
     return buffer_ ? buffer_->count.load(std::memory_order_acquire) : 0;
   }
-  /// Arrays on one block are equal whatever they hold; others element by element.
+  /// Arrays that share a block are equal whatever they hold; others are compared element by element.
   friend bool operator==(const cow_ArrayCOW& a, const cow_ArrayCOW& b) {
     const std::span<const T> x = a.Const(), y = b.Const();
     return x.size() == y.size() && (x.data() == y.data() || std::equal(x.begin(), x.end(), y.begin()));
@@ -73,7 +74,7 @@ public:
     const StampLock lock(*buffer_);
     return buffer_->stamp;
   }
-  /// Notes for all that share the block where it is stored; does nothing when nothing is owned.
+  /// Records where the block is stored, for all arrays that share it; does nothing without a block.
   void SetStamp(const cow_ArrayStamp& stamp) const noexcept {
     if (!buffer_) return;
     const StampLock lock(*buffer_);
@@ -121,7 +122,8 @@ private:
     cow_ArrayStamp stamp{};
     std::atomic_flag isStampBusy{};
   };
-  /// Copies on other threads store the same block. It is held for three words: waiting spins.
+  /// Copies on other threads store the same block. The lock is held while three words are copied, so waiting
+  /// spins.
   struct StampLock {
     explicit StampLock(Buffer& of) noexcept : buffer(of) {
       while (buffer.isStampBusy.test_and_set(std::memory_order_acquire)) {
@@ -161,7 +163,7 @@ private:
   bool IsShared() const noexcept { return SharedCount() > 1; }
   std::size_t Capacity() const noexcept { return buffer_ ? buffer_->capacity : 0; }
 
-  /// Private block, without stamp, for n elements of which the first ones are kept.
+  /// An unshared block, without stamp, for n elements; the first elements are kept.
   void Own(std::size_t n) {
     if (!buffer_ || IsShared() || n > buffer_->capacity)
       Release(std::exchange(buffer_, MakeLike(n, std::min(n, Size()))));

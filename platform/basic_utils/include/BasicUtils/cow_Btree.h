@@ -3,5 +3,5 @@
 
 #include <BasicUtils/cow_Map.h>
 
-/// Ordered and shared as cow_Map, which serves both.
+/// Ordered and shared like cow_Map, which implements both.
 template<class Key, class Value, class Less = std::less<Key>> using cow_Btree = cow_Map<Key, Value, Less>;

@@ -13,7 +13,7 @@ template<class T> struct cow_Virtual {
   static T* Clone(const T& element) { return static_cast<T*>(element.Copy()); }
 };
 
-/// Handle of one shared object: copies share it, Modify() makes it private first. May be null.
+/// Handle of one shared object: copies share it, Modify() copies it first when it is shared. May be null.
 ///
 /// Cost       copy O(1); Const() never copies; Modify() copies the object when it is shared.
 template<class T, class Policy = cow_Direct<T>> class cow_COW {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <utility>
 
-/// Counted handle: the referent is deleted, by the deleter it was made with, when the last handle goes.
+/// Counted handle: the last handle deletes the object, by the deleter it was made with.
 /// A new handle has count 1; copying is O(1).
 ///
 /// Threads    handles of one object may be copied and dropped on several threads.
@@ -25,7 +25,8 @@ public:
   T* operator->() const noexcept { return object_.get(); }
   T& operator*() const noexcept { return *object_; }
   long Count() const noexcept { return object_.use_count(); } ///< handles of the referent, 0 when null
-  /// False means that this thread sees whatever the owners of the other handles did before they dropped them.
+  /// When false, this thread sees everything that the owners of the other handles did before they released
+  /// them.
   bool IsShared() const noexcept {
     if (object_.use_count() > 1) return true;
     // the count is read without ordering; giving up a further handle orders this thread behind the others

@@ -12,13 +12,14 @@
 #include <stdexcept>
 #include <utility>
 
-/// Asks a container for a number of default elements.
+/// Argument that asks a container for a number of default elements.
 enum class cow_Construct { Default };
 
 /// List of elements in blocks of 2^shift; element i lies in block (i + start) >> shift.
 ///
-/// Copies share table and blocks. A read never copies; a change first makes the table and only the blocks it
-/// touches private. A reference from Get() must not be used after the list was copied: it would change both.
+/// Copies share table and blocks. A read never copies; a change first copies the shared table and those
+/// shared blocks that it touches. A reference from Get() must not be used after the list was copied: it would
+/// change both.
 ///
 /// Empty      a default list owns nothing.
 /// Errors     nex_OutOfRangeException for an index outside [0, Size()); std::length_error above INT_MAX
@@ -107,10 +108,10 @@ public:
     if (n < 0) RaiseOutOfRange(n);
     return *this = cow_List(std::span(array, static_cast<std::size_t>(n)));
   }
-  /// Empties the list and readies it for n elements: blocks of 16, for n >= 256 of 2^(floor(log2 n) - 3).
+  /// Empties the list and prepares it for n elements: blocks of 16, for n >= 256 of 2^(floor(log2 n) - 3).
   cow_List& Initialize(int n);
-  /// Stores count elements at first, over those that are there and behind the last one. They must lie in one
-  /// block.
+  /// Stores count elements from position first on: existing elements are overwritten, the others are
+  /// appended. They must lie in one block.
   cow_List& InitializeBlock(const T* array, int first, int count);
   void Swap(cow_List& other) noexcept {
     std::swap(table_, other.table_);

@@ -31,7 +31,7 @@ public:
   }
 
   // change
-  /// Stores a value, over an earlier one of the key; true when the key is new.
+  /// Stores a value, in place of an earlier one of the key; true when the key is new.
   bool Insert(const Key& key, Value value) { return Own().insert_or_assign(key, std::move(value)).second; }
   Value* FindToModify(const Key& key) { ///< null when absent, which copies nothing
     return Find(key) ? &Own().find(key)->second : nullptr;

@@ -6,7 +6,7 @@
 #include <exception>
 #include <utility>
 
-/// Base of all failures: a message, and the source name and line that raised it.
+/// Base class of all errors: a message, and the source file and line that raised it.
 class CORE_GEOMETRY_PLATFORM_API nex_Exception : public std::exception {
 public:
   explicit nex_Exception(cow_String message) : message_(std::move(message)) {}
@@ -17,7 +17,7 @@ public:
   const cow_String& Source() const noexcept { return source_; } ///< empty when not stated
   int Line() const noexcept { return line_; }                   ///< 0 when not stated
 
-  /// Notes the source position and throws the exception with its own type.
+  /// Records the source position and throws the exception with its own type.
   template<class E> [[noreturn]] static void Throw(E exception, const char* source, int line) {
     exception.source_ = source;
     exception.line_ = line;
@@ -29,7 +29,7 @@ private:
   int line_ = 0;
 };
 
-/// Wrong data or a wrong call, said in words.
+/// Wrong data or a wrong call, described by a text.
 class CORE_GEOMETRY_PLATFORM_API nex_TextException : public nex_Exception {
 public:
   using nex_Exception::nex_Exception;
@@ -45,7 +45,7 @@ public:
   ~nex_CommandException() override;
 };
 
-/// A precondition that the caller did not keep.
+/// A violated precondition.
 class CORE_GEOMETRY_PLATFORM_API nex_AssertionException : public nex_Exception {
 public:
   using nex_Exception::nex_Exception;

@@ -54,6 +54,6 @@ public:
   static Ticket Register(std::function<void()> finaliser, int destructLevel);
   /// Withdraws a finaliser that has not run yet (its instance is gone already).
   static void Withdraw(Ticket ticket);
-  /// Runs and forgets every finaliser.
+  /// Runs and removes every finaliser.
   static void RunFinalisers();
 };

@@ -4,12 +4,12 @@
 #include <CoreUtils/PlatformExport.h>
 #include <map>
 
-/// What is known of one component.
+/// Data of one component.
 struct typ_ArchCompEntry {
   const char* prefix; ///< class prefix of the module, for example "bme"
 };
 
-/// Component number -> entry, for every module that is up.
+/// Component number -> entry, for every module that is started.
 class CORE_GEOMETRY_PLATFORM_API typ_ArchCompTable {
 public:
   static void InsertEntry(unsigned short component, typ_ArchCompEntry entry);

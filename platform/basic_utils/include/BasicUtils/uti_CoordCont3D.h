@@ -8,7 +8,7 @@
 ///
 /// Units      model length.
 /// Tolerance  AreCoordsEqual: absolute difference per axis, inclusive.
-/// Errors     an index out of range answers false.
+/// Errors     functions return false for an index out of range.
 /// Cost       copy O(1); changes copy a shared block first; Const() and Modify() give the flat block.
 class CORE_GEOMETRY_PLATFORM_API uti_CoordCont3D {
 public:

@@ -8,9 +8,9 @@ class CORE_GEOMETRY_PLATFORM_API wip_WIPBase {
 public:
   virtual ~wip_WIPBase();
   virtual void Error(const cow_String& message);
-  /// What the work is doing now: a line to replace the one before.
+  /// Describes what the work does now: a line that replaces the previous one.
   virtual void Status(const cow_String& message);
-  /// Fraction of the current work that is done, 0 to 1, never going back within one piece of work.
+  /// Fraction of the current work that is done, 0 to 1; it never decreases within one piece of work.
   virtual void Progress(double fraction);
   /// True asks the current work to stop; it then throws wip_Cancelled and leaves everything as it was.
   virtual bool IsCancelled();
@@ -27,7 +27,7 @@ public:
 /// Without a sink errors go to std::cerr; status texts and progress are not shown.
 class CORE_GEOMETRY_PLATFORM_API wip_WIP : public wip_WIPBase {
 public:
-  /// The sink must outlive its use; null brings the default back.
+  /// The sink must outlive its use; null restores the default.
   void SetSink(wip_WIPBase* sink) noexcept { sink_ = sink; }
   bool HasSink() const noexcept { return sink_ != nullptr; }
 

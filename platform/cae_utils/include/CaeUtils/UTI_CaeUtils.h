@@ -4,5 +4,5 @@
 #include <CoreUtils/PlatformExport.h>
 
 CORE_GEOMETRY_PLATFORM_API void UTI_CaeUtils_initialize(int& tally);
-/// The last one empties the list of registered enumerations.
+/// The last call empties the list of registered enumerations.
 CORE_GEOMETRY_PLATFORM_API void UTI_CaeUtils_finalize(int& tally);

@@ -3,7 +3,7 @@
 
 #include <span>
 
-/// Three floats with a meaning; lists of them are stored as one array.
+/// Three floats of one kind (see Tag); lists of them are stored as one array.
 template<class Tag> struct g3d_Triple {
   using FloatTriple = Tag;
   float values[3] = {0, 0, 0};

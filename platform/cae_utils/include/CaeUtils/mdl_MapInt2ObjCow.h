@@ -5,8 +5,8 @@
 #include <BasicUtils/cow_COW.h>
 #include <map>
 
-/// Ordered map from int to owned objects. Copies share everything: a change copies the table of handles, and
-/// GetToModify the one object, as the policy says.
+/// Ordered map from int to owned objects. Copies share everything: a change copies the shared table of
+/// handles, and GetToModify also copies that one object when it is shared, as the policy says.
 ///
 /// Cost       copy O(1); look-up O(log n).
 template<class T, class Policy = cow_Direct<T>> class mdl_MapInt2ObjCow {

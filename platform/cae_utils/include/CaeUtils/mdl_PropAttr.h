@@ -1,4 +1,4 @@
-// mdl_PropAttr.h: an attribute that is handed on from one model to what is made of it
+// mdl_PropAttr.h: an attribute that a model may pass on to models derived from it
 #pragma once
 
 #include <BasicUtils/cls_Visitors.h>
@@ -7,7 +7,7 @@
 ///   static constexpr unsigned typeId; static constexpr const char* name;
 template<class List> struct mdl_StoredPropAttr;
 
-/// A stored list and whether it propagates to models that are made from its owner.
+/// A stored list, and whether it propagates to models that are derived from its owner.
 ///
 /// Stored as  value, propagate
 template<class List> class mdl_PropAttr {
@@ -32,7 +32,7 @@ public:
         uid_(visitor.GetUid()) {}
 
   // ask
-  /// What a model made from the owner gets: the value when it propagates, an empty one otherwise.
+  /// The attribute of a derived model: the value when it propagates, an empty one otherwise.
   mdl_PropAttr Propagated() const { return propagate ? *this : mdl_PropAttr(); }
   void DBWrite(const cls_WriteVisitor& visitor) const {
     if (visitor.StartWrite(TypeId(), uid_) == 0) return;

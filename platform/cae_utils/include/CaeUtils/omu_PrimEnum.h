@@ -18,7 +18,7 @@ concept omu_HasTable = std::is_enum_v<E> && requires {
   omu_EnumTable<E>::entries;
 };
 
-/// A text or value outside an enumeration's table.
+/// Error for a text or value that is not in an enumeration's table.
 class CORE_GEOMETRY_PLATFORM_API omu_ValueErrorException : public nex_Exception {
 public:
   using nex_Exception::nex_Exception;
@@ -46,7 +46,7 @@ CORE_GEOMETRY_PLATFORM_API int omu_ValueOfText(omu_EnumEntries table, const cow_
 CORE_GEOMETRY_PLATFORM_API int omu_ValueOfPrim(omu_EnumEntries table, const omu_PrimEnumBase& other);
 CORE_GEOMETRY_PLATFORM_API int omu_CheckedValue(omu_EnumEntries table, int value);
 
-/// One value of an enumeration, always in its table. Every constructor validates.
+/// One value of an enumeration, always one of its table: every constructor checks it.
 ///
 /// Errors     omu_ValueErrorException
 /// Stored as  the text

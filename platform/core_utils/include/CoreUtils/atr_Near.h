@@ -1,4 +1,4 @@
-// atr_Near.h: names that a misspelled one may have meant
+// atr_Near.h: suggestions for misspelled names
 #pragma once
 
 #include <CoreUtils/PlatformExport.h>
@@ -6,9 +6,10 @@
 #include <span>
 #include <vector>
 
-/// The names that differ from the word in few letters, or begin with it, nearest first, at most `most`. Upper
-/// and lower case count as the same. Few means one in a word of up to four letters, two in one of five to
-/// eight, then one in three: changed, missing, added, or swapped with the next one (optimal string alignment).
+/// The names that differ from the word in few letters, or begin with it, nearest first, at most `most` of
+/// them. Upper and lower case are the same. Few means one letter in a word of up to four, two in one of five
+/// to eight, then one in three; a letter is changed, missing, added, or swapped with the next one (optimal
+/// string alignment).
 CORE_GEOMETRY_PLATFORM_API std::vector<cow_String>
 atr_NearNames(const cow_String& word, std::span<const cow_String> names, std::size_t most = 5);
 

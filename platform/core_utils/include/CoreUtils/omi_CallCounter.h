@@ -1,10 +1,11 @@
-// omi_CallCounter.h: the call counter behind every initialise/finalise pair
+// omi_CallCounter.h: the call counter of an initialise/finalise pair
 #pragma once
 
 /// Counts the calls of one initialise/finalise pair.
 ///
-/// Only the step 0 -> 1 really initialises and only the step 1 -> 0 really finalises; both are added to the
-/// caller's tally. A finalise at 0 wraps the counter and does nothing else: unbalanced calls are not guarded.
+/// Only the step 0 -> 1 really initialises and only the step 1 -> 0 really finalises; each changes the
+/// caller's tally by one. A finalise at 0 wraps the counter around and does nothing else: unbalanced calls
+/// are not detected.
 ///
 /// Threads    none: start-up and shut-down run on one thread.
 class omi_CallCounter {

@@ -1,4 +1,4 @@
-// omi_Duplicates.h: user labels that are given twice
+// omi_Duplicates.h: finding user labels that are used twice
 #pragma once
 
 #include <CoreUtils/PlatformExport.h>
@@ -13,6 +13,6 @@ struct omi_Duplicate {
 };
 
 /// The smallest second position that repeats a label, with the first position of that label.
-/// Cost       O(n) when the labels grow or are dense, else a sort of a copy.
+/// Cost       O(n) when the labels are ascending or dense, otherwise a sort of a copy.
 CORE_GEOMETRY_PLATFORM_API std::optional<omi_Duplicate>
 omi_FindDuplicate(std::span<const std::span<const int>> labels);

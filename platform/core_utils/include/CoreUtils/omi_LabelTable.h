@@ -5,7 +5,7 @@
 
 class omi_LabelTable;
 
-/// Which labels a coming insertion brings: see omi_KeySurvey.
+/// Survey of the labels that will be inserted: see omi_KeySurvey.
 class CORE_GEOMETRY_PLATFORM_API omi_LabelSurvey {
 public:
   void Add(std::span<const int> labels);
@@ -18,8 +18,8 @@ private:
 /// Labels of any sign: one table for those from 0 on, one for the magnitudes of the negative ones.
 /// The last insertion of a label wins.
 ///
-/// Cost       as of omi_UintTable; building from a span takes one pass after a look at the labels. Who
-///            inserts several spans does best to Reserve for all of them first.
+/// Cost       as of omi_UintTable; building from a span surveys the labels, then inserts in one pass. Before
+///            inserting several spans, call Reserve for all of them.
 /// Threads    const access from several threads is safe.
 class CORE_GEOMETRY_PLATFORM_API omi_LabelTable {
 public:

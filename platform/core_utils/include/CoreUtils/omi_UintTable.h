@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-/// Which stretches of keys a coming insertion touches: lets a table choose its form once, in advance.
+/// Survey of the ranges of keys that will be inserted, so that a table chooses its storage once, in advance.
 class CORE_GEOMETRY_PLATFORM_API omi_KeySurvey {
 public:
   void Add(unsigned key) { Add(std::span(&key, 1)); }
@@ -25,17 +25,18 @@ private:
 
   std::vector<std::uint64_t> words_; ///< one bit for each block of keys, from block 64 * firstWord_ on
   unsigned firstWord_ = 0;
-  std::size_t count_ = 0; ///< keys added, repeated ones again
+  std::size_t count_ = 0; ///< number of keys added, including repeated ones
 };
 
 /// Table of keys 0 to 2147483648, each with any 32-bit value. The last insertion of a key wins.
 ///
-/// Two forms, changed as keys come: blocks of values while they are dense enough (at most 16 bytes a key), in
-/// which an impossible value means absent; else open addressing in buckets of eight 8-byte slots.
+/// Two forms of storage, changed as keys are inserted: blocks of values while they are dense enough (at most
+/// 16 bytes per key), where kNotFound marks an absent key; else open addressing in buckets of eight 8-byte
+/// slots.
 ///
 /// Errors     std::out_of_range for inserting a larger key; a failed insertion of a key changes nothing.
-/// Cost       dense keys 4 bytes each and one memory access a look-up, others 11 to 16 bytes. Insertion of a
-///            span looks at the keys first and builds in one pass.
+/// Cost       dense keys take 4 bytes each and one memory access per look-up, others 11 to 16 bytes.
+///            Inserting a span surveys the keys first and builds in one pass.
 /// Threads    const access from several threads is safe.
 class CORE_GEOMETRY_PLATFORM_API omi_UintTable {
 public:
@@ -71,19 +72,19 @@ public:
 
   // change
   void Clear() noexcept { *this = omi_UintTable(); }
-  /// Makes room for keys that will be inserted, in the form that suits all of them.
+  /// Allocates memory for keys that will be inserted, in the form that suits all of them.
   void Reserve(const omi_KeySurvey& coming);
   void Insert(unsigned key, unsigned value);
   /// Inserts keys[i] with firstValue + i, in this order.
   void Insert(std::span<const unsigned> keys, unsigned firstValue);
-  /// Inserts keys[i] with values[i], in this order, without looking ahead: for keys that were reserved.
+  /// Inserts keys[i] with values[i], in this order, without a survey: for keys that were reserved.
   void Insert(std::span<const unsigned> keys, std::span<const unsigned> values);
   void Swap(omi_UintTable& other) noexcept;
 
 private:
   friend class omi_KeySurvey;
   friend class omi_LabelTable;
-  static constexpr std::size_t kAhead = 32; ///< keys between asking for memory and using it
+  static constexpr std::size_t kAhead = 32; ///< prefetch distance, in keys
   static constexpr unsigned kShift = 10, kBlock = 1U << kShift, kMask = kBlock - 1;
   static constexpr unsigned kSlots = 8;
   struct Bucket { ///< one cache line; keys fill it from the front, 0: free

@@ -10,7 +10,7 @@ public:
   static cls_Database& Current();
   static bool IsBound() noexcept;
 
-  /// Binds a database to the thread for as long as it lives; scopes may be nested.
+  /// Binds a database to the thread for the lifetime of this object; scopes may be nested.
   class CORE_GEOMETRY_PLATFORM_API Scope {
   public:
     explicit Scope(cls_Database& database) noexcept;

@@ -9,7 +9,7 @@
 /// module that registers it:   static constexpr unsigned typeId; static constexpr const char* name;
 template<class ShortcutClass> struct ddr_StoredClass;
 
-/// What the shortcut classes have in common as persistent classes.
+/// Functions that all shortcut classes need as persistent classes.
 template<class Self> class ddr_Stored {
 public:
   static unsigned TypeId() noexcept { return ddr_StoredClass<Self>::typeId; }
@@ -25,8 +25,8 @@ protected:
   }
 };
 
-/// How a shortcut to a T finds it: this one by a path from the root; the steps below by a parent and one
-/// step.
+/// How a shortcut finds its object of class T: this class by a path from the root, the derived ones by a
+/// parent shortcut and one step.
 ///
 /// Stored as  path
 template<class T> class ddr_ShortcutImpl : public ddr_Stored<ddr_ShortcutImpl<T>> {
@@ -51,7 +51,7 @@ protected:
   ddr_ShortcutImpl() = default;
   explicit ddr_ShortcutImpl(const cls_Uid& uid) : uid_(uid) {}
   const cls_Uid& Uid() const noexcept { return uid_; }
-  /// A derived class is read as what it is.
+  /// A derived class is read back as itself.
   template<class Step> static void DescribeStep(cls_ClassMetadata& record) {
     record.AddBase(ddr_ShortcutImpl::TypeId(), [](void* object) -> void* {
       return static_cast<ddr_ShortcutImpl*>(static_cast<Step*>(object));
@@ -115,8 +115,8 @@ private:
   cls_Uid uid_ = cls_Uid::AllocateUid();
 };
 
-/// A shortcut by a parent shortcut and one step from there. `Step` says how the step is stored and written in
-/// a path.
+/// A shortcut by a parent shortcut and one step from there. `Step` defines how the step is stored and how it
+/// is written in a path.
 template<class Parent, class T, class Step> class ddr_StepShortcut : public ddr_ShortcutImpl<T> {
 public:
   using Self = ddr_StepShortcut;

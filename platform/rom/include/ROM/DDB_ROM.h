@@ -4,5 +4,5 @@
 #include <CoreUtils/PlatformExport.h>
 
 CORE_GEOMETRY_PLATFORM_API void DDB_ROM_initialize(int& tally);
-/// The last one forgets the superseded layouts.
+/// The last call removes all superseded layouts.
 CORE_GEOMETRY_PLATFORM_API void DDB_ROM_finalize(int& tally);

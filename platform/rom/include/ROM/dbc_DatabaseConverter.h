@@ -1,4 +1,4 @@
-// dbc_DatabaseConverter.h: how superseded layouts are brought up to date
+// dbc_DatabaseConverter.h: converters of superseded layouts
 #pragma once
 
 #include <BasicUtils/cls_ClassRegistrar.h>
@@ -11,7 +11,7 @@ using dbc_ConversionFunction = void* (*)(const dbc_Row& oldRow, dbc_Row& newRow,
 class dbc_ClassConverter {
 public:
   /// Without a bound function same-named fields are copied and new ones take their default values; a bound
-  /// function finds them so in the new row and changes what differs.
+  /// function gets the new row in this state and changes what differs.
   void BindConversionFunction(dbc_ConversionFunction function) noexcept { function_ = function; }
   dbc_ConversionFunction ConversionFunction() const noexcept { return function_; }
 
@@ -52,7 +52,7 @@ public:
     return nullptr;
   }
 
-  // what an upgrade of a whole database does besides; reading ignores deletions
+  // further changes by an upgrade of a whole database; reading ignores deletions
   void DeleteClass(unsigned typeId) { changes_.deletedClasses.push_back(typeId); }
   void RenameClass(const cow_String& from, const cow_String& to) {
     changes_.renamedClasses.push_back({from, to});

@@ -37,7 +37,7 @@ struct dbc_OldLayout {
   dbc_ConversionFunction convert = nullptr;
 };
 
-/// A superseded layout that is nothing but its row of data.
+/// A superseded layout that is described completely by its row of data.
 class CORE_GEOMETRY_PLATFORM_API dbc_TabledOldVersion : public dbc_OldClassVersion {
 public:
   explicit dbc_TabledOldVersion(const dbc_OldLayout& layout) : layout_(layout) {} ///< the row must be static
@@ -50,7 +50,7 @@ private:
 };
 
 /// The superseded layouts that modules have registered; use omi_Singleton<dbc_OldClassRegistrar>::Instance().
-/// They describe themselves when the class registry is next asked for, in the order of their ranks.
+/// They are described at the next use of the class registry, in the order of their ranks.
 class CORE_GEOMETRY_PLATFORM_API dbc_OldClassRegistrar {
 public:
   struct Entry {
@@ -59,7 +59,7 @@ public:
   };
 
   dbc_OldClassRegistrar();
-  /// Keeps the handle and takes over the holder object itself.
+  /// Takes a reference to the version and takes over the holder object itself.
   void Register(cow_CountedHld<dbc_OldClassVersion>* version, unsigned rank);
   const std::vector<Entry>& Entries() const noexcept { return entries_; } ///< in registration order
   const dbc_DatabaseConverter& Converter() const noexcept { return converter_; }
