@@ -32,9 +32,9 @@ bool AreOfOnePart(const odiC_LayoutBlock& a, const odiC_LayoutBlock& b) {
 
 class Results final : public exo_OutResults {
 public:
-  Results(const odiC_Run& run, const exo_OutMesh& file, std::span<const exo_SetEntries> sets,
+  Results(const odiC_Run& run, bool atNodes, const exo_OutMesh& file, std::span<const exo_SetEntries> sets,
           fmt_Ledger& ledger)
-      : run_(run), file_(file), sets_(sets) {
+      : run_(run), atNodes_(atNodes), file_(file), sets_(sets) {
     for (int step = 0; step < static_cast<int>(Steps().size()); ++step)
       for (int frame = 0; frame < Steps()[static_cast<std::size_t>(step)].NumFrames(); ++frame)
         AddFrame(step, frame);
