@@ -54,8 +54,8 @@ public:
   unsigned GetMeshElemIndexFromLabel(unsigned label) const;
   /// indices[i] is the index of labels[i]; prefetches overlap the cache misses.
   void GetMeshElemIndices(std::span<const int> labels, std::span<unsigned> indices) const;
-  /// Position of the first label that is in no label table, or the length when all are. Implicit labels are
-  /// in no table: any list that is not empty then gives 0.
+  /// Position of the first label that is not in the label map, or the length when all are. Implicit labels
+  /// are not in the map: any list that is not empty then gives 0.
   int CheckUserElementLabels(const cow_List<int>& labels) const;
   bool HasUserElementLabels() const;         ///< false when the labels are implicit or there are no elements
   int GetNextAvailableLabel() const;         ///< nex_TextException when none is left

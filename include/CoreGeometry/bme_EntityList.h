@@ -40,8 +40,8 @@ CORE_GEOMETRY_API std::vector<unsigned> bme_CombineWords(bme_SetOperation operat
 
 /// Entities of one mesh, each once, in mesh order: node or element indices, or words of faces or edges.
 ///
-/// The list keeps a reference to its mesh, which must not move or end before it. Changes of the mesh go
-/// unnoticed.
+/// The list refers to its mesh, which must outlive it and must not move; it is not told when the mesh
+/// changes.
 ///
 /// Errors     nex_TextException when lists of different meshes are combined.
 /// Cost       set operations are linear in the lengths of the two lists; Contains is a binary search.

@@ -11,7 +11,8 @@ class bme_FEMFaceList;
 class bme_Mesh;
 class bme_NodeData;
 
-/// Adjacency lists as the rows of a compressed sparse matrix: row i is items[first[i]] to items[first[i + 1]].
+/// Adjacency lists as the rows of a compressed sparse matrix: row i is items[first[i]] to items[first[i +
+/// 1]].
 struct bme_Adjacency {
   std::vector<unsigned> first{0}, items;
 
@@ -47,7 +48,8 @@ public:
 
   // ask: relations
   const bme_Adjacency& ElementsOfNodes() const;
-  /// Neighbours of each element, itself excluded. Across faces: the dual graph, ready for a graph partitioner.
+  /// Neighbours of each element, itself excluded. Across faces: the dual graph, ready for a graph
+  /// partitioner.
   const bme_Adjacency& Neighbours(bme_Across across) const;
   std::vector<unsigned> FreeNodes() const; ///< nodes that no element uses
 

@@ -38,9 +38,9 @@ struct bme_Block {
 /// Use bme_NodeData and bme_ElementData to change a mesh that exists already.
 ///
 /// Errors     nex_TextException naming block, element and value, all counted from 0, as "block 3 (C3D20),
-///            element 118: node 90210 is outside 0..4711": coordinates that are not three for each node or not
-///            finite, rows that are not whole, labels that are negative, given twice or not one for each. A
-///            call that throws leaves the builder as it was.
+///            element 118: node 90210 is outside 0..4711": coordinates that are not three for each node or
+///            not finite, rows that are not whole, labels that are negative, given twice or not one for each.
+///            A call that throws leaves the builder as it was.
 /// Cost       one pass over the input, in which spans are copied; arrays are moved. Labels that are not
 ///            ascending take one more pass.
 /// Threads    a value: concurrent reads are safe, and copies are independent.

@@ -88,7 +88,7 @@ public:
 
   cow_String title;
   cls_xpListString coordinateNames; ///< one for each dimension, or none
-  cls_xpListString programs;        ///< four for each program that processed the mesh: name, version, date, time
+  cls_xpListString programs;        ///< four per program that processed the mesh: name, version, date, time
   cls_xpListString information;     ///< lines
   cls_xo1DArrayList<bme_Annotation> annotations;
 

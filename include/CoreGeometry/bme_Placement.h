@@ -4,8 +4,8 @@
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/gsl_Matrix.h>
 
-/// The transform of a mesh, applied in double precision. Coordinates of nodes, and all that is computed from them,
-/// are local: they have single precision, which far from the origin is too coarse for small elements.
+/// The transform of a mesh, applied in double precision. Coordinates of nodes, and all that is computed from
+/// them, are local: they have single precision, which far from the origin is too coarse for small elements.
 ///
 /// Units      model length.
 /// Empty      a mesh without a transform, or with the identity, is placed at its local coordinates.

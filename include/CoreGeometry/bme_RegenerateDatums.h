@@ -19,12 +19,12 @@ struct bme_LostDatum {
   CORE_GEOMETRY_API cow_String Text() const; ///< "node 30 is not in the mesh"
 };
 
-/// Regenerates every system of the container that follows nodes, from the nodes of the mesh with those labels,
-/// and returns the ones whose frame could not be made, by identifier. Other datums stay as they are.
+/// Regenerates every system of the container that follows nodes, from the nodes of the mesh with those
+/// labels, and returns the ones whose frame could not be made, by identifier. Other datums stay as they are.
 ///
-/// `displacements` are three numbers for each node of the mesh, added to its coordinates; `rotations` likewise,
-/// each a vector along the axis, as long as the angle in radians. Empty ones are zero. With `display` the
-/// display frame is made instead of the stored one.
+/// `displacements` are three numbers for each node of the mesh, added to its coordinates; `rotations`
+/// likewise, each a vector along the axis, as long as the angle in radians. Empty ones are zero. With
+/// `display` the display frame is made instead of the stored one.
 ///
 /// Raises nex_AssertionException for displacements or rotations that are not three for each node; nothing is
 /// changed then.

@@ -40,10 +40,10 @@ private:
 /// of that mesh.
 ///
 /// Empty      the default has no datums and no owners. A null reference finds nothing.
-/// Errors     nex_TextException naming identifier or name: used already, not there, or of another kind than the
-///            call needs. A call that throws changes nothing.
-/// Cost       copy O(1): the datums are shared, and a change copies the table of handles and the datums that it
-///            changes. Look-up O(log n).
+/// Errors     nex_TextException naming identifier or name: used already, not there, or of another kind than
+///            the call needs. A call that throws changes nothing.
+/// Cost       copy O(1): the datums are shared, and a change copies the table of handles and the datums that
+///            it changes. Look-up O(log n).
 /// Threads    a value: concurrent reads are safe, and copies are independent.
 /// Stored as  _ownerNames, _datums, _names, _next_feat_id
 class CORE_GEOMETRY_API dtu_DatumContainer {

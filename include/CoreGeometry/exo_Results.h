@@ -10,8 +10,8 @@
 /// Global variables become histories; those of nodes, blocks and sets become fields at nodes, elements,
 /// integration points and faces. Scalars are grouped by fmt_GroupNames. Decreasing times begin a new step.
 ///
-/// Errors     nex_TextException naming file, variable and time step; wip_Cancelled when the host asks to stop, which
-///            leaves the frames that were committed.
+/// Errors     nex_TextException naming file, variable and time step; wip_Cancelled when the host asks to
+///            stop, which leaves the frames that were committed.
 /// Cost       one pass over the frames; in memory are one field, one slice of the file, and the frames that
 ///            are not committed yet.
 CORE_GEOMETRY_EXCHANGE_API fmt_ResultsSummary exo_ReadResults(const cow_String& fileName,

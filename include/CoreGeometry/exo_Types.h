@@ -12,8 +12,8 @@
 struct exo_ElementType {
   cow_String label;       ///< element label, or the type name of the file when there is none
   bool supported = false; ///< the label has a shape with these nodes
-  /// Position in the file's element of each of our nodes; empty when the two orders are the same. A pyramid is a
-  /// hexahedron of ours whose upper face is the apex: more nodes than in the file.
+  /// Position in the file's element of each of our nodes; empty when the two orders are the same. A pyramid
+  /// is a hexahedron of ours whose upper face is the apex: more nodes than in the file.
   std::vector<int> order;
   bool arePyramids = false;
   std::vector<exo_Side> sides; ///< side 1 first; empty when they are unknown
@@ -47,8 +47,7 @@ CORE_GEOMETRY_EXCHANGE_API bool exo_AreOneType(const cow_String& a, const cow_St
 struct exo_TypeName {
   cow_String name; ///< the format's name of their type
   int numNodes = 0;
-  std::vector<int>
-      order; ///< position in the file's element of each of our first nodes; others are not written
+  std::vector<int> order;      ///< position in the file's element of our first nodes; others are not written
   std::vector<exo_Side> sides; ///< side 1 first
   cow_String label;            ///< element label that a reader chooses for it
 };

@@ -15,13 +15,14 @@ struct fmt_Comparison {
 /// Default tolerance: the rounding error of single precision, with a margin.
 inline constexpr double fmt_kSinglePrecision = 1e-7;
 
-/// Two Exodus II files are compared by what they hold: dimensions, nodes, coordinates and their names, number maps,
-/// blocks with types, connectivity and attributes, sets with their factors, properties, title and records. Blocks and sets
-/// belong together by kind and id. Spellings of one type, such as HEX and HEX8, are no difference; the order of sets is
-/// none, either. Other files are compared by what they are read as: nodes, labels, classes and sets.
+/// Two Exodus II files are compared by what they hold: dimensions, nodes, coordinates and their names, number
+/// maps, blocks with types, connectivity and attributes, sets with their factors, properties, title and
+/// records. Blocks and sets belong together by kind and id. Spellings of one type, such as HEX and HEX8, are
+/// no difference; the order of sets is none, either. Other files are compared by what they are read as:
+/// nodes, labels, classes and sets.
 ///
-/// Tolerance  real numbers a and b are equal when |a - b| <= tolerance * largest, or both are no numbers; largest is the
-///            largest absolute coordinate of both files, and max(|a|, |b|) for other numbers.
+/// Tolerance  real numbers a and b are equal when |a - b| <= tolerance * largest, or both are no numbers;
+///            largest is the largest absolute coordinate of both files, and max(|a|, |b|) for other numbers.
 /// Errors     as fmt_ReadMesh; nex_TextException for a tolerance that is negative or no number.
 /// Cost       Exodus II: one array at a time is in memory.
 CORE_GEOMETRY_EXCHANGE_API fmt_Comparison fmt_CompareFiles(const cow_String& first, const cow_String& second,

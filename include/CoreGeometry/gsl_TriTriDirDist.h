@@ -115,9 +115,9 @@ CORE_GEOMETRY_API bool gsl_TriTriMinDirectionalDist(const gsl_Vector& dir, const
                                                     gsl_Point contact[], double& d);
 
 /// The smallest travel, 0 or more, of one of two segments along dir until it meets the other, when it is
-/// below d. With a sign of 1 p moves, with -1 q moves. Both segments lie in one plane that contains dir; if
-/// their planes along dir are different, they meet in the intersection of these planes. Segments in contact
-/// have a travel of 0. contact[0] is the point of the segment that moves.
+/// below d. With a sign of 1 p moves, with -1 q moves. The segments are meant to lie in one plane that
+/// contains dir; if not, they meet where their planes along dir intersect. Segments in contact have a travel
+/// of 0. contact[0] is the point of the segment that moves.
 CORE_GEOMETRY_API bool gsl_InPlaneSegSegMinDirectionalDist(const gsl_Vector& dir, const gsl_Point& p0,
                                                            const gsl_Point& p1, const gsl_Point& q0,
                                                            const gsl_Point& q1, int sign, gsl_Point contact[],

@@ -119,7 +119,6 @@ public:
   }
   void SetName(cow_String name) { name_ = std::move(name); }
   /// Rotates the local coordinate vectors; the profile, in its own plane, is not changed.
-  ///
   void SetTransform(const gsl_Matrix& matrix);
 
 private:

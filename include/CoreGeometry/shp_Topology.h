@@ -133,9 +133,9 @@ public:
 
   // ask: from a point to its iso coordinates
   /// Newton iteration in single precision from the origin of the iso coordinates. A target within 0.0005 of a
-  /// node on each axis is found at that node; in simplices the iso coordinates are limited to the box of
-  /// their nodes; on lines and surfaces the point found need not be the target. True when the target may be
-  /// taken as inside the element.
+  /// node on each axis is found at that node. True when the result is in, or next to, the box of
+  /// the nodes' iso coordinates, which is larger than a simplex; on lines and surfaces the point there need
+  /// not be the target. FindPointInShape tests real containment.
   bool FindIsoPointLocation(const gsl_Point& target, std::span<const gsl_Point> nodes,
                             std::span<float, 3> iso) const;
   /// True when shp_ElementSearch::Locate gives Inside or OnBoundary.

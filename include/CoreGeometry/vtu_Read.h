@@ -3,7 +3,8 @@
 
 #include <CoreGeometry/fmt_Format.h>
 
-/// Reads an unstructured grid in the XML form of VTK: ascii, base64 or appended, plain or compressed with zlib.
+/// Reads an unstructured grid in the XML form of VTK: ascii, base64 or appended, plain or compressed with
+/// zlib.
 ///
 /// Cells become classes by type, and by the array "ElementClass" of vtu_WriteMesh, in the order in which they
 /// first appear; within a class the cells keep their order. Labels are those of "NodeLabel" and
@@ -12,8 +13,8 @@
 /// values are a set for each value. Several pieces become one mesh, nodes are not merged. Cells that have no
 /// element type here, and all other arrays, are listed in the ledger.
 ///
-/// Errors     nex_TextException naming file, line, array, number and value; wip_Cancelled when the host asks to
-///            stop.
+/// Errors     nex_TextException naming file, line, array, number and value; wip_Cancelled when the host asks
+///            to stop.
 /// Cost       XML and arrays are read in slices; rows and coordinates go straight into their final arrays.
 CORE_GEOMETRY_EXCHANGE_API fmt_Import vtu_ReadMesh(const cow_String& file, const fmt_ReadOptions& options);
 

@@ -117,7 +117,7 @@ struct cls_SchemaChanges {
   struct Renaming {
     cow_String from, to;
   };
-  std::vector<unsigned> deletedClasses; ///< their objects are deleted, and references to them become null
+  std::vector<unsigned> deletedClasses; ///< their objects are deleted, and all references to them
   std::vector<Renaming> renamedClasses; ///< same class identifier and layout under another name
   std::vector<Renaming> renamedTables;  ///< folders of roots: "from/x" becomes "to/x"
 };

@@ -10,7 +10,6 @@ using dbc_Row = cls_Row;
 class CORE_GEOMETRY_PLATFORM_API dbc_Utils {
 public:
   /// Makes a field refer to an object that is stored already.
-  ///
   void SetObj(dbc_Row& row, std::string_view field, long long object) const;
   /// (key, row) pairs of a map of objects; empty when the field is absent.
   std::vector<std::pair<long long, long long>> GetAttributeMapFromInputDatabase(const dbc_Row& row,
