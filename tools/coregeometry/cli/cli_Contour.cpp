@@ -72,8 +72,7 @@ odiC_Values Drawn(odiC_Values values, const cli_ValueArguments& arguments) {
   }
   if (!areAtPoints && values.CarriedTo() != odiC_CarriedTo::Nodes) return values;
   odiC_ToNodes options = cli_ToNodesOf(arguments);
-  // below 100, the means of each group stand at the nodes of its elements, so that borders are seen as borders
-  options.threshold = std::min(options.threshold, std::nextafter(100.0, 0.0));
+  options.isPerElement = true; // so that borders are seen as borders
   return values.AtNodes(options);
 }
 
