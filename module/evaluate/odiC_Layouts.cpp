@@ -31,15 +31,20 @@ cow_String odiC_WhatIsWrong(const odiC_Layout& layout, const bme_Mesh& mesh,
   const bme_ElementData& elements = mesh.ElementData();
   for (std::size_t i = 0; i < layout.blocks.size() && wrong.empty(); ++i) {
     const odiC_LayoutBlock& block = layout.blocks[i];
-    const cow_String place =
-        "layout block " + std::to_string(i) + " ("
-        + cow_String(omu_FindText(omu_EnumTable<res_OutputPositionEnm>::entries, block.position)) + "): ";
+    const char* position = omu_FindText(omu_EnumTable<res_OutputPositionEnm>::entries, block.position);
+    if (!position)
+      return "layout block " + std::to_string(i) + ": there is no position " + std::to_string(block.position);
+    const cow_String place = "layout block " + std::to_string(i) + " (" + position + "): ";
     long long most = block.numEntities;
     int wanted = 1;
+    const bool isOfClass = !block.IsNodal() && block.position != res_WHOLE_REGION
+                           && block.position != res_WHOLE_PART_INSTANCE && block.position != res_WHOLE_MODEL
+                           && block.position != res_GENERAL_PARTICLE;
+    if (!isOfClass && block.classIndex != -1)
+      return place + "element class " + std::to_string(block.classIndex) + ", and it is of none";
     if (block.IsNodal()) {
       most = mesh.NodeData().NumNodes();
-    } else if (block.position != res_WHOLE_REGION && block.position != res_WHOLE_PART_INSTANCE
-               && block.position != res_WHOLE_MODEL && block.position != res_GENERAL_PARTICLE) {
+    } else if (isOfClass) {
       if (block.classIndex < 0 || block.classIndex >= static_cast<int>(elements.NumClasses()))
         return place + "the mesh has no element class " + std::to_string(block.classIndex);
       const bme_ElementClass& type = elements.GetClass(static_cast<unsigned>(block.classIndex));

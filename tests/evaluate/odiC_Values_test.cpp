@@ -264,6 +264,14 @@ TEST_F(Values, GatheringKeepsThePlacesAndTheirValues) {
   }
 }
 
+TEST_F(Values, LayoutsOfUnknownPositionsAndClassesAreWrong) {
+  odiC_Layout layout = odiC_FullLayout(mesh_, res_NODAL);
+  layout.blocks[0].classIndex = 3;
+  EXPECT_NE(odiC_WhatIsWrong(layout, mesh_).find("element class 3"), std::string::npos);
+  layout.blocks[0].position = static_cast<res_OutputPositionEnm>(13); // in memory, without a text
+  EXPECT_NE(odiC_WhatIsWrong(layout, mesh_).find("no position 13"), std::string::npos);
+}
+
 TEST_F(Values, FramesAreFoundByNumberValueAndMode) {
   const odiC_Run run = Open();
   const auto frames = [&](const odiC_Selection& where) { return odiC_Values(run, "U", where).Frames(); };
