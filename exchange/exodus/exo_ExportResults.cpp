@@ -241,8 +241,9 @@ private:
     for (int point = 1; point <= part.key.valuesPerEntity; ++point)
       for (int k = 0; k < variable.NumComponents(); ++k) {
         const cow_String component = variable.ComponentName(k);
-        cow_String name = stem + (component.empty() ? "" : "_" + component);
-        if (hasPoints) name += "_" + std::to_string(point);
+        cow_String name = stem;
+        if (!component.empty()) name.append("_").append(component);
+        if (hasPoints) name.append("_").append(std::to_string(point));
         all.push_back(Short(name));
       }
     if (variable.IsIntegral()) Lose("whole numbers, written as reals", 1, variable.name);

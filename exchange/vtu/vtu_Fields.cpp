@@ -100,10 +100,12 @@ void vtu_Fields::Add(const odiC_Values& values, const cow_String& name, bool isO
     parts.insert({odiC_SectionPointName(run_, block), region});
   }
   const res_StorageTypeEnm storage = run_.Field(when_.step, when_.frame, values.VariableIndex()).Storage();
-  for (const auto& [point, region] : parts)
+  for (const auto& [point, region] : parts) {
+    cow_String own = name;
+    if (!point.empty()) own.append(" ").append(point);
+    if (!region.empty() && parts.size() > 1) own.append(" (").append(region).append(")");
     arrays_.push_back(
-        {.name = name + (point.empty() ? "" : " " + point)
-                 + (region.empty() || parts.size() == 1 ? "" : " (" + region + ")"),
+        {.name = own,
          .isOfPoints = isOfPoints,
          .components = columns.names,
          .storage = values.CarriedTo() == odiC_CarriedTo::AsStored || storage == res_STORAGE_DOUBLE
@@ -113,6 +115,7 @@ void vtu_Fields::Add(const odiC_Values& values, const cow_String& name, bool isO
          .columns = columns.ofOurs,
          .sectionPoint = point,
          .region = region});
+  }
 }
 
 template<class T>

@@ -58,7 +58,8 @@ CORE_GEOMETRY_API odiC_SourcePointer odiC_MappedByPlace(odiC_SourcePointer from,
 /// Values that are in memory, one row after the other.
 CORE_GEOMETRY_API odiC_SourcePointer odiC_Kept(odiC_Places places, int width, std::vector<double> values);
 /// The values of another source at the places of a layout that it has, too.
-CORE_GEOMETRY_API odiC_SourcePointer odiC_OnLayout(odiC_SourcePointer from, odiC_Places::Layout layout);
+CORE_GEOMETRY_API odiC_SourcePointer odiC_OnLayout(odiC_SourcePointer from,
+                                                   const odiC_Places::Layout& layout);
 /// Row by row of several sources with the same places after odiC_OnLayout, side by side: first all components of
 /// the first one. Only places that all of them have.
 CORE_GEOMETRY_API odiC_SourcePointer odiC_Combined(std::vector<odiC_SourcePointer> sources, int width,

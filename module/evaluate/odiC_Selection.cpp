@@ -71,6 +71,7 @@ odiC_Entities odiC_EntitiesOfRegion(const odiC_Run& run, const cow_String& name)
   const bme_NamedSet* set = bme_FindSet(sets, name, run.Model().File() + ", " + run.Header().meshRoot);
   if (!set) {
     std::vector<cow_String> names;
+    names.reserve(sets.size());
     for (const bme_NamedSet& one : sets) names.push_back(one.Root());
     Fail(run, "no set \"" + name + '"' + atr_Alternatives(name, names));
   }
@@ -306,6 +307,7 @@ std::vector<odiC_When> odiC_Selection::FramesOf(const odiC_Run& run, int variabl
   if (when_.frame && *when_.frame == -1 && endStep > 0) firstStep = endStep - 1;
   if (when_.value && endStep - firstStep > 1) {
     std::vector<cow_String> names;
+    names.reserve(steps.size());
     for (const odiC_Step& step : steps) names.push_back(step.name);
     Fail(run, "value " + Number(*when_.value) + " of which step" + atr_Alternatives("", names));
   }

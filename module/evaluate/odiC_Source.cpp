@@ -132,11 +132,11 @@ odiC_SourcePointer odiC_MappedByPlace(odiC_SourcePointer from, int width, odiC_P
 odiC_SourcePointer odiC_Kept(odiC_Places places, int width, std::vector<double> values) {
   return std::make_unique<Kept>(std::move(places), width, std::move(values));
 }
-odiC_SourcePointer odiC_OnLayout(odiC_SourcePointer from, odiC_Places::Layout layout) {
+odiC_SourcePointer odiC_OnLayout(odiC_SourcePointer from, const odiC_Places::Layout& layout) {
   if (from->Places().SharedLayout() == layout) return from;
   return OnLayout::Of(std::move(from), layout, false);
 }
-odiC_SourcePointer odiC_Spread(odiC_SourcePointer from, odiC_Places::Layout layout) {
+odiC_SourcePointer odiC_Spread(odiC_SourcePointer from, const odiC_Places::Layout& layout) {
   if (from->Places().SharedLayout() == layout) return from;
   return OnLayout::Of(std::move(from), layout, true);
 }

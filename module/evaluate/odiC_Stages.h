@@ -20,7 +20,7 @@ bool odiC_HasSeveralSectionPoints(const odiC_Places& places);
 
 /// Values of whole elements at every row of another layout in their classes, such as axes at integration points. They
 /// may also be at the same places as those rows.
-odiC_SourcePointer odiC_Spread(odiC_SourcePointer from, odiC_Places::Layout layout);
+odiC_SourcePointer odiC_Spread(odiC_SourcePointer from, const odiC_Places::Layout& layout);
 
 /// Between two frames: a + share (b - a) at the places of both. Integers are those of the nearer frame, and unit
 /// quaternions keep their length.

@@ -46,7 +46,7 @@ System FindSystem(const odiC_Run& run, const cow_String& name) {
       const auto* csys = dynamic_cast<const dtu_DatumCsys*>(datums->Find(id));
       if (!csys) continue;
       const cow_String& own = datums->NameOf(id);
-      if (own == name || container + "/" + own == name) return {datums, csys};
+      if (own == name || cow_String(container).append("/").append(own) == name) return {datums, csys};
       names.push_back(own);
     }
   }
@@ -299,6 +299,7 @@ std::vector<cow_String> odiC_Values::Components() const {
   variable = Turned(variable);
   if (what.component) return {variable.ComponentName(odiC_FindComponent(variable, *what.component))};
   std::vector<cow_String> names;
+  names.reserve(variable.components.size());
   for (int i = 0; i < variable.NumComponents(); ++i) names.push_back(variable.ComponentName(i));
   return names;
 }
