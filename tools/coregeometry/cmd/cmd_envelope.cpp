@@ -31,6 +31,7 @@ odiC_OverFrames KindOf(const std::string& text) {
 std::vector<int> FrameNumbers(const odiC_FramesResult& result) {
   const bool isOneStep = result.frames.front().step == result.frames.back().step;
   std::vector<int> numbers;
+  numbers.reserve(result.frameOf.size());
   for (const int at : result.frameOf)
     numbers.push_back(at < 0      ? odiC_kMissingInteger
                       : isOneStep ? result.frames[static_cast<std::size_t>(at)].frame
@@ -44,6 +45,7 @@ void Store(const Arguments& arguments, cls_Database& model, const odiC_Values& v
   if (gathered.values.empty()) throw nex_TextException(arguments.file + ": no values to store");
   const std::vector<int> numbers = FrameNumbers(result);
   std::vector<double> frames;
+  frames.reserve(numbers.size());
   for (const int number : numbers) frames.push_back(number == odiC_kMissingInteger ? std::nan("") : number);
   const odiC_SourcePointer ofRows = odiC_Kept(result.values->Places(), 1, std::move(frames));
   const odiC_Gathered gatheredFrames = odiC_Gather(*ofRows);
