@@ -268,13 +268,8 @@ void Part::WriteResults(int file) const {
             "displacements");
     for (const Block* block : {&plate_, &ribs_, &boss_})
       for (int i = 0; i < numVariables; ++i) {
-        if (truth[static_cast<std::size_t>((block == &plate_  ? 0
-                                            : block == &ribs_ ? 1
-                                                              : 2)
-                                               * numVariables
-                                           + i)]
-            == 0)
-          continue;
+        const int row = block == &plate_ ? 0 : block == &ribs_ ? 1 : 2;
+        if (truth[static_cast<std::size_t>(row) * names.size() + static_cast<std::size_t>(i)] == 0) continue;
         // points of a hexahedron at +-1/sqrt(3), the upper four last; the centre of the others
         const bool isAtPoints = i < static_cast<int>(numAtPoints),
                    isAlongX = isAtPoints ? i < kPoints : i == kPoints * kNumComponents;
@@ -283,7 +278,8 @@ void Part::WriteResults(int file) const {
                                                 : 0.5 + 0.28867513459481287;
         std::vector<double> stresses;
         for (int element = 0; element < block->NumElements(); ++element) {
-          const int first = block->nodes[static_cast<std::size_t>(element * block->nodesPerElement)];
+          const int first = block->nodes[static_cast<std::size_t>(element)
+                                         * static_cast<std::size_t>(block->nodesPerElement)];
           // the centre of a rib's slope is a third of a cell up
           const double up = block == &ribs_ ? 1.0 / 3 : offset;
           stresses.push_back(isAlongX ? kModulus * curvature * Height(first, up) : 0);

@@ -34,6 +34,7 @@ template<std::size_t kCount> struct Parts {
     Each(
         *this, [&](auto& part, std::size_t at) __attribute__((always_inline)) {
           using Part = std::remove_reference_t<decltype(part)>;
+          // NOLINTNEXTLINE(bugprone-sizeof-expression): a vector of doubles
           typename NumbersOf<T, sizeof(Part) / sizeof(double)>::Type numbers;
           std::memcpy(&numbers, from + at, sizeof numbers);
           if constexpr (sizeof(Part) == sizeof(double)) {
@@ -51,6 +52,7 @@ template<std::size_t kCount> struct Parts {
     Each(
         *this, [&](const auto& part, std::size_t at) __attribute__((always_inline)) {
           using Part = std::remove_cvref_t<decltype(part)>;
+          // NOLINTNEXTLINE(bugprone-sizeof-expression): a vector of doubles
           typename NumbersOf<T, sizeof(Part) / sizeof(double)>::Type numbers;
           if constexpr (sizeof(Part) == sizeof(double))
             numbers = static_cast<T>(part);

@@ -92,9 +92,9 @@ void Run(const Arguments& arguments) {
   const cli_Json choices = cli_ChoicesJson(values);
   const std::vector<odiC_When> frames = values.Frames();
   if (!arguments.json && arguments.output.file.empty()) cli_PrintChoices(choices);
-  const auto count = static_cast<long long>(points.size() / 3 * frames.size());
+  const std::size_t count = points.size() / 3 * frames.size();
   cli_ValueTable table(arguments.output, {arguments.file}, arguments.json, {{"choices", choices}},
-                       values.Components(), count);
+                       values.Components(), static_cast<long long>(count));
   const bme_ElementData& elements = run.Mesh().ElementData();
   const auto width = static_cast<std::size_t>(probe.NumComponents());
   long long outside = 0;
