@@ -36,9 +36,10 @@ for command in "${commands[@]}"; do
       grep -qxe "$option" <<<"$offered" || { echo "$shell: $command $option is not offered"; failed=1; }
     done
   done
+  # not through a pipe: grep ends at the first match, and sed with a signal
+  section=$(sed -n "/^ *$command)\$/,/;;\$/p" "$scripts/_coregeometry")
   for option in "${options[@]}"; do
-    sed -n "/^ *$command)\$/,/;;\$/p" "$scripts/_coregeometry" | grep -qe "$option" ||
-      { echo "zsh: $command $option is not offered"; failed=1; }
+    grep -qe "$option" <<<"$section" || { echo "zsh: $command $option is not offered"; failed=1; }
   done
   man -l "$scripts/coregeometry-$command.1" 2>/dev/null | grep -q -- "coregeometry $command" ||
     grep -q "coregeometry.* $command" "$scripts/coregeometry-$command.1" || { echo "no page of $command"; failed=1; }
