@@ -22,7 +22,8 @@ struct odiC_ToNodes {
   double threshold =
       100; ///< percent of the range of a group, above which every element keeps its own value at a node
   odiC_Order order = odiC_Order::Before;
-  bool isPerElement = false; ///< the result is at the nodes of each element, which has the mean of its group there
+  bool isPerElement =
+      false; ///< the result is at the nodes of each element, which has the mean of its group there
 };
 
 /// Carries rows of elements to the nodes, faces or centroids of each element: from integration points by the weights of

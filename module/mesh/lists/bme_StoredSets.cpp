@@ -28,7 +28,8 @@ int bme_StoredMeshId(const cls_Database& model, const cow_String& root) {
 }
 
 bme_MeshIndex::bme_MeshIndex(const cls_Database& model) {
-  for (const cow_String& root : model.RootsOf({bme_Mesh::TypeId()})) roots_.emplace(bme_StoredMeshId(model, root), root);
+  for (const cow_String& root : model.RootsOf({bme_Mesh::TypeId()}))
+    roots_.emplace(bme_StoredMeshId(model, root), root);
 }
 
 cow_String bme_MeshIndex::RootOf(const rgnC_Region& region, int meshId) const {

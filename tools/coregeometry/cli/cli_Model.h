@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-
 /// Throws nex_TextException when the name is one of the standard input, or of something that is no file, such
 /// as a pipe; `what` is what there should be, as "a model".
 void cli_ExpectFile(const std::string& file, const char* what);

@@ -5,6 +5,6 @@
 
 #include <CoreGeometry/bme_StoredSets.h>
 
-const char* cli_KindText(int setTypeBits);           ///< "node set", "surface", "set" when it is not one kind
-long long cli_NumItems(const rgnC_SetData& set);     ///< of all its subsets
+const char* cli_KindText(int setTypeBits);       ///< "node set", "surface", "set" when it is not one kind
+long long cli_NumItems(const rgnC_SetData& set); ///< of all its subsets
 bool cli_HoldsElements(const rgnC_SetData& set, int meshId); ///< elements of that mesh, or parts of them

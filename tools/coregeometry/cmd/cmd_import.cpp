@@ -79,7 +79,8 @@ int ChooseMeshId(const cls_Database& model, const Target& target, bool force) {
     return bme_StoredMeshId(model, target.root);
   }
   int next = 0;
-  for (const cow_String& mesh : cli_MeshRoots(model)) next = std::max(next, bme_StoredMeshId(model, mesh) + 1);
+  for (const cow_String& mesh : cli_MeshRoots(model))
+    next = std::max(next, bme_StoredMeshId(model, mesh) + 1);
   return next;
 }
 

@@ -163,7 +163,8 @@ void Run(const Arguments& arguments) {
     if (!arguments.json) cli_Out() << "  " << root << '\n';
   }
   std::map<cow_String, std::size_t> kinds;
-  for (const bme_RegionRoot& one : bme_StoredRegions(model)) ++kinds[cli_KindText(one.region.GetSetTypeBits())];
+  for (const bme_RegionRoot& one : bme_StoredRegions(model))
+    ++kinds[cli_KindText(one.region.GetSetTypeBits())];
   const std::size_t numDatums = cli_Datums(model).size();
   json["regions"] = cli_Json::object();
   for (const auto& [kind, count] : kinds) {
