@@ -3,7 +3,7 @@
 #include "cli_Completion.h"
 #include "cli_Console.h"
 #include "cli_Model.h"
-#include "cli_Words.h"
+#include "cli_Parser.h"
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <algorithm>
@@ -49,7 +49,8 @@ int Run(int argc, char** argv) {
   app.add_flag_callback(
       "-v,--verbose", [] { cli_SetTalk(cli_Talk::Verbose); },
       "Tell each step and the time it took on stderr");
-  for (const auto add : cli_kCommands) add(app);
+  cli_Command program(app);
+  for (const auto add : cli_kCommands) add(program);
   const std::vector<std::string> words = cli_JoinTriples(app, std::span(argv, argv + argc).subspan(1));
   wantsJson = std::ranges::find(words, "--json") != words.end();
   const CLI::App& command = cli_CommandOf(app, words);

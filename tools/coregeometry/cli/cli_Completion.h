@@ -1,8 +1,7 @@
 // cli_Completion.h: scripts that let a shell complete the program's command lines
 #pragma once
 
-#include "cli_Command.h"
-
+#include <CLI/CLI.hpp>
 #include <string>
 
 /// The script for one of the shells: sub-commands, their options, and the words that options take. Derived

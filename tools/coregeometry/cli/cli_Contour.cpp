@@ -154,30 +154,28 @@ private:
 };
 } // namespace
 
-void cli_AddContourOptions(CLI::App& command, cli_ContourArguments& arguments) {
+void cli_AddContourOptions(cli_Command command, cli_ContourArguments& arguments) {
   const char* group = "Results";
   const auto add = [&](const char* name, auto& value, const char* help) {
-    return command.add_option(name, value, help)->group(group);
+    return command.AddOption(name, value, help).Group(group);
   };
   add("--field", arguments.field, "Variable to show in colours; of tensors mises, of vectors the magnitude");
   const auto deform =
       add("--deform", arguments.deform, "Displacement to deform the mesh by: NAME, or NAME=FACTOR");
   add("--range", arguments.range, "Fixed range LOW,HIGH, or LOW, or ,HIGH; outside it is grey");
-  add("--bands", arguments.bands, "Number of bands, or smooth")->capture_default_str();
+  add("--bands", arguments.bands, "Number of bands, or smooth").ShowDefault();
   add("--colours", arguments.colours, "viridis, inferno or grey")
-      ->capture_default_str()
-      ->check(CLI::IsMember({"viridis", "inferno", "grey"}));
-  add("--cycle", arguments.cycle, "Pictures over one cycle of a mode or of complex values")
-      ->check(CLI::Range(1, 3600));
-  add("--rate", arguments.rate, "Pictures a second")->capture_default_str()->check(CLI::Range(0.1, 1000.0));
-  command
-      .add_flag("--undeformed", arguments.undeformed, "Draw the feature edges of the undeformed mesh, too")
-      ->group(group)
-      ->needs(deform);
+      .ShowDefault()
+      .OneOf({"viridis", "inferno", "grey"});
+  add("--cycle", arguments.cycle, "Pictures over one cycle of a mode or of complex values").Between(1, 3600);
+  add("--rate", arguments.rate, "Pictures a second").ShowDefault().Between(0.1, 1000.0);
+  command.AddFlag("--undeformed", arguments.undeformed, "Draw the feature edges of the undeformed mesh, too")
+      .Group(group)
+      .Needs(deform);
   cli_AddValueOptions(command, arguments.values);
   add("--frames", arguments.frames, "Several frames: all or FIRST:LAST:STEP; without it the last one")
-      ->excludes(command.get_option("--frame"))
-      ->excludes(command.get_option("--value"));
+      .Excludes(command.Option("--frame"))
+      .Excludes(command.Option("--value"));
 }
 
 void cli_CheckContour(const cli_ContourArguments& arguments) {
@@ -310,8 +308,8 @@ void cli_Contour::FindRange(const cli_ContourArguments& arguments) {
   const odiC_What& what = field_->Where().What();
   results_.legend.name = field_->Variable().name;
   if (what.invariant)
-    results_.legend.invariant = CLI::detail::to_lower(
-        omu_FindText(omu_EnumTable<res_InvariantEnm>::entries, static_cast<int>(*what.invariant)));
+    results_.legend.invariant =
+        cli_Lower(omu_FindText(omu_EnumTable<res_InvariantEnm>::entries, static_cast<int>(*what.invariant)));
   else if (what.component)
     results_.legend.invariant = *what.component;
   results_.legend.unit = field_->Variable().unit;

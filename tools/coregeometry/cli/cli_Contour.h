@@ -17,7 +17,7 @@ struct cli_ContourArguments {
   bool AreGiven() const noexcept { return !field.empty() || !deform.empty(); }
 };
 
-void cli_AddContourOptions(CLI::App& command, cli_ContourArguments& arguments);
+void cli_AddContourOptions(cli_Command command, cli_ContourArguments& arguments);
 /// Throws cli_UsageError for what no model could make right.
 void cli_CheckContour(const cli_ContourArguments& arguments);
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli_Command.h"
+#include "cli_Json.h"
 
 #include <BasicUtils/cls_Diff.h>
 #include <span>

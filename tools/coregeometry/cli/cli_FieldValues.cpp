@@ -188,29 +188,29 @@ void PrintRows(const odiC_Values& values, const cli_FieldArguments& arguments) {
 }
 } // namespace
 
-void cli_AddFieldOptions(CLI::App& command, cli_FieldArguments& arguments) {
+void cli_AddFieldOptions(cli_Command command, cli_FieldArguments& arguments) {
   cli_AddValueOptions(command, arguments.values);
   const char* group = "Answers";
   command
-      .add_flag("--max", arguments.max,
-                "Largest value with its place and frame; of all frames unless some are chosen")
-      ->group(group);
-  command.add_flag("--min", arguments.min, "Least value")->group(group);
-  command.add_flag("--absmax", arguments.absMax, "Value farthest from zero, with its sign")->group(group);
-  command.add_flag("--mean", arguments.mean, "Mean of the values of each frame")->group(group);
-  command.add_flag("--sum", arguments.sum, "Sum of the values of each frame")->group(group);
+      .AddFlag("--max", arguments.max,
+               "Largest value with its place and frame; of all frames unless some are chosen")
+      .Group(group);
+  command.AddFlag("--min", arguments.min, "Least value").Group(group);
+  command.AddFlag("--absmax", arguments.absMax, "Value farthest from zero, with its sign").Group(group);
+  command.AddFlag("--mean", arguments.mean, "Mean of the values of each frame").Group(group);
+  command.AddFlag("--sum", arguments.sum, "Sum of the values of each frame").Group(group);
   command
-      .add_flag("--integral", arguments.integral,
-                "Integral and mean over volumes, areas and lengths of elements")
-      ->group(group);
-  command.add_flag("--flux", arguments.flux, "Integral of a vector's normal part over the surface of --set")
-      ->group(group);
+      .AddFlag("--integral", arguments.integral,
+               "Integral and mean over volumes, areas and lengths of elements")
+      .Group(group);
+  command.AddFlag("--flux", arguments.flux, "Integral of a vector's normal part over the surface of --set")
+      .Group(group);
   cli_AddTriple(command, "--resultant", arguments.resultant,
                 "Sum of nodal vectors, and of their moments about a point")
-      ->group(group);
-  command.add_option("--histogram", arguments.histogram, "Counts in N equal intervals")
-      ->group(group)
-      ->check(CLI::Range(1, 10000));
+      .Group(group);
+  command.AddOption("--histogram", arguments.histogram, "Counts in N equal intervals")
+      .Group(group)
+      .Between(1, 10000);
   cli_AddTableOptions(command, arguments.output, arguments.limit);
 }
 

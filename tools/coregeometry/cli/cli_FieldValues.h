@@ -22,6 +22,6 @@ struct cli_FieldArguments {
   }
 };
 
-void cli_AddFieldOptions(CLI::App& command, cli_FieldArguments& arguments);
+void cli_AddFieldOptions(cli_Command command, cli_FieldArguments& arguments);
 /// Throws cli_Incomplete when there is no value.
 void cli_PrintFieldValues(const cls_Database& model, const cli_FieldArguments& arguments);

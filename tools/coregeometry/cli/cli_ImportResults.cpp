@@ -28,25 +28,23 @@ void SetFrames(fmt_ResultsOptions& options, const std::string& text) {
 
 } // namespace
 
-void cli_AddResultsOptions(CLI::App& command, cli_ResultsArguments& arguments) {
-  command.add_flag("--no-results", arguments.isLeftOut, "Leave time steps and variables alone");
-  command.add_option("--run", arguments.run, "Name of the run of results; that of the mesh by default");
+void cli_AddResultsOptions(cli_Command command, cli_ResultsArguments& arguments) {
+  command.AddFlag("--no-results", arguments.isLeftOut, "Leave time steps and variables alone");
+  command.AddOption("--run", arguments.run, "Name of the run of results; that of the mesh by default");
   cli_AddNames(command, "--variables", arguments.variables, "Carry these variables alone");
-  command.add_option("--frames", arguments.frames, "Time steps FIRST:LAST:STRIDE, from 0; -1 is the last")
-      ->type_name("A:B:S");
-  command.add_option("--storage", arguments.storage, "Precision of results: float or double")
-      ->check(CLI::IsMember({"float", "double"}));
-  command.add_option("--step-kind", arguments.stepKind,
-                     "What the steps are: static, frequency, buckling, transient, harmonic or steady");
+  command.AddOption("--frames", arguments.frames, "Time steps FIRST:LAST:STRIDE, from 0; -1 is the last")
+      .TypeName("A:B:S");
+  command.AddOption("--storage", arguments.storage, "Precision of results: float or double")
+      .OneOf({"float", "double"});
+  command.AddOption("--step-kind", arguments.stepKind,
+                    "What the steps are: static, frequency, buckling, transient, harmonic or steady");
   command
-      .add_option("--group", arguments.groups,
-                  "Scalars that make one variable, NAME=a,b,c or NAME=a,b,c:TYPE; can be given again")
-      ->expected(1)
-      ->allow_extra_args(false)
-      ->take_all();
+      .AddOption("--group", arguments.groups,
+                 "Scalars that make one variable, NAME=a,b,c or NAME=a,b,c:TYPE; can be given again")
+      .Repeatable();
   cli_AddNames(command, "--no-group", arguments.ungrouped, "Variables whose scalars stay apart; all for all");
-  command.add_option("--point-order", arguments.pointOrder,
-                     "Number in the file of each integration point of ours, as 1,2,4,3");
+  command.AddOption("--point-order", arguments.pointOrder,
+                    "Number in the file of each integration point of ours, as 1,2,4,3");
 }
 
 fmt_ResultsOptions cli_ResultsOptions(const cli_ResultsArguments& arguments) {

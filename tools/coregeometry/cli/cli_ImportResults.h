@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli_Command.h"
+#include "cli_Json.h"
 
 #include <CoreGeometry/fmt_Results.h>
 
@@ -10,7 +11,7 @@ struct cli_ResultsArguments {
   std::vector<std::string> variables, groups, ungrouped;
   bool isLeftOut = false;
 };
-void cli_AddResultsOptions(CLI::App& command, cli_ResultsArguments& arguments);
+void cli_AddResultsOptions(cli_Command command, cli_ResultsArguments& arguments);
 fmt_ResultsOptions cli_ResultsOptions(const cli_ResultsArguments& arguments); ///< throws cli_UsageError
 
 cli_Json cli_VariableJson(const fmt_PlannedVariable& planned);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli_Command.h"
+#include "cli_Json.h"
 #include <CoreGeometry/fmt_Ledger.h>
 
 cli_Json cli_LedgerJson(const fmt_Ledger& ledger);

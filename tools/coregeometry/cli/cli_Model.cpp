@@ -136,10 +136,10 @@ bme_Placement cli_PlacementOf(const cls_Database& model, const cow_String& meshR
   return bme_Placement(model.GetValue<Transform>(model.Resolve(meshRoot)).value.Matrix());
 }
 
-void cli_AddModelOptions(CLI::App& command, std::string& file, std::string& name, bool& json) {
-  command.add_option("MODEL", file, "Model file (.cgdb)")->required();
-  command.add_option("--name", name, "Name of the mesh; not needed when the model has one mesh");
-  command.add_flag("--json", json, "Print the facts as JSON");
+void cli_AddModelOptions(cli_Command command, std::string& file, std::string& name, bool& json) {
+  command.AddOption("MODEL", file, "Model file (.cgdb)").Required();
+  command.AddOption("--name", name, "Name of the mesh; not needed when the model has one mesh");
+  command.AddFlag("--json", json, "Print the facts as JSON");
 }
 
 namespace {

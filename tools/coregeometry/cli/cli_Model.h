@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli_Command.h"
+#include "cli_Json.h"
 
 #include <BasicUtils/cls_Database.h>
 #include <CoreGeometry/bme_Mesh.h>
@@ -53,7 +54,7 @@ cli_Json cli_PlacedPoint(const bme_Placement& placement, const gsl_Point& local)
 bme_Placement cli_PlacementOf(const cls_Database& model, const cow_String& meshRoot);
 
 /// Adds the options that every command on one mesh of a model has.
-void cli_AddModelOptions(CLI::App& command, std::string& file, std::string& name, bool& json);
+void cli_AddModelOptions(cli_Command command, std::string& file, std::string& name, bool& json);
 
 void cli_PrintJson(const cli_Json& json); ///< to stdout, indented
 

@@ -3,17 +3,17 @@
 #include <algorithm>
 #include <iostream>
 
-void cli_AddOutputOptions(CLI::App& command, cli_OutputArguments& arguments,
+void cli_AddOutputOptions(cli_Command command, cli_OutputArguments& arguments,
                           std::span<const cli_FileFormat> formats, const std::string& help) {
-  command.add_option("-o,--output", arguments.file, help + "; - for the standard output")->required();
+  command.AddOption("-o,--output", arguments.file, help + "; - for the standard output").Required();
   std::vector<std::string> names;
   for (const cli_FileFormat& format : formats) names.emplace_back(format.name);
   command
-      .add_option("--format", arguments.format,
-                  "Format of the file, whatever its name; by its suffix if not given")
-      ->check(CLI::IsMember(names));
-  command.add_flag("--force", arguments.force,
-                   "Replace a file of that name, unless it is a model or read here");
+      .AddOption("--format", arguments.format,
+                 "Format of the file, whatever its name; by its suffix if not given")
+      .OneOf(names);
+  command.AddFlag("--force", arguments.force,
+                  "Replace a file of that name, unless it is a model or read here");
 }
 
 std::size_t cli_ChooseFormat(const cli_OutputArguments& arguments, std::span<const cli_FileFormat> formats) {

@@ -19,7 +19,7 @@ struct cli_OutputArguments {
   std::string file, format;
   bool force = false;
 };
-void cli_AddOutputOptions(CLI::App& command, cli_OutputArguments& arguments,
+void cli_AddOutputOptions(cli_Command command, cli_OutputArguments& arguments,
                           std::span<const cli_FileFormat> formats, const std::string& help);
 
 /// Position of the format that is asked for: by --format, else by the suffix of the file, else the only one.

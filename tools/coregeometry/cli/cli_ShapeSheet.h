@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli_Command.h"
+#include "cli_Json.h"
 
 #include <CoreGeometry/shp_Shape.h>
 #include <ostream>

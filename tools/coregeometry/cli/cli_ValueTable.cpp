@@ -149,12 +149,10 @@ void cli_ValueTable::End(const cli_Json& tail) {
   file_->Commit();
 }
 
-void cli_AddTableOptions(CLI::App& command, cli_OutputArguments& output, int& limit) {
-  command.add_option("--limit", limit, "Values printed, 0 for all")
-      ->check(CLI::NonNegativeNumber)
-      ->capture_default_str();
+void cli_AddTableOptions(cli_Command command, cli_OutputArguments& output, int& limit) {
+  command.AddOption("--limit", limit, "Values printed, 0 for all").NonNegative().ShowDefault();
   cli_AddOutputOptions(command, output, cli_kTableFormats, "File for all values: .csv, .json or .npy");
-  command.get_option("--output")->required(false);
+  command.Option("--output").Required(false);
 }
 
 cli_TableRows::cli_TableRows(const cli_TableTarget& target, const odiC_Run& run, const cli_Json& choices,

@@ -50,7 +50,7 @@ struct cli_TableTarget {
   bool isJson;
   int limit; ///< on the screen; 0 for all
 };
-void cli_AddTableOptions(CLI::App& command, cli_OutputArguments& output, int& limit);
+void cli_AddTableOptions(cli_Command command, cli_OutputArguments& output, int& limit);
 
 /// A table of the values of sources, one after the other.
 class cli_TableRows {

@@ -20,12 +20,11 @@ template<class Enum> const char* Text(Enum value) {
 template<class Enum> Enum ParseEnum(const char* option, const std::string& text) {
   std::vector<cow_String> names;
   for (const omu_EnumEntry& entry : omu_EnumTable<Enum>::entries) {
-    if (CLI::detail::to_lower(entry.text) == CLI::detail::to_lower(text))
-      return static_cast<Enum>(entry.value);
-    names.push_back(CLI::detail::to_lower(entry.text));
+    if (cli_Lower(entry.text) == cli_Lower(text)) return static_cast<Enum>(entry.value);
+    names.push_back(cli_Lower(entry.text));
   }
   throw cli_UsageError(std::string(option) + " " + text + ": no such " + (option + 2)
-                       + atr_Alternatives(CLI::detail::to_lower(text), names));
+                       + atr_Alternatives(cli_Lower(text), names));
 }
 
 int WholeNumber(const char* option, const std::string& text) {
@@ -35,13 +34,11 @@ int WholeNumber(const char* option, const std::string& text) {
   return static_cast<int>(*number);
 }
 
-std::vector<std::string> Split(const std::string& text, char at) { return CLI::detail::split(text, at); }
-
 odiC_Selection WithFrames(odiC_Selection where, const cli_ValueArguments& arguments,
                           cli_FrameDefault otherwise) {
   if (!arguments.step.empty()) where = where.Step(arguments.step);
   if (!arguments.value.empty()) {
-    const std::vector<std::string> words = Split(arguments.value, ',');
+    const std::vector<std::string> words = cli_Split(arguments.value, ',');
     const auto number = cli_NumberOf(words[0]);
     const std::string how = words.size() > 1 ? words[1] : "nearest";
     constexpr const char* kHow[] = {"nearest", "exact", "interpolated"};
@@ -55,7 +52,7 @@ odiC_Selection WithFrames(odiC_Selection where, const cli_ValueArguments& argume
                                                                   : "all";
   if (frame == "last") return where.Frame(-1);
   if (frame == "all") return where;
-  const std::vector<std::string> words = Split(frame, ':');
+  const std::vector<std::string> words = cli_Split(frame, ':');
   if (words.size() == 1) return where.Frame(WholeNumber("--frame", frame));
   if (words.size() > 3) throw cli_UsageError("--frame " + frame + ": give N, last, all or FIRST:LAST:STEP");
   const auto part = [&](std::size_t i) { return WholeNumber("--frame", words[i]); };
@@ -66,7 +63,7 @@ odiC_Selection WithFrames(odiC_Selection where, const cli_ValueArguments& argume
 
 /// Nodes in a box of placed space.
 std::vector<unsigned> NodesIn(const bme_Mesh& mesh, const std::string& text) {
-  const std::vector<std::string> corners = Split(text, ':');
+  const std::vector<std::string> corners = cli_Split(text, ':');
   const auto low = cli_TripleOf(corners[0]), high = cli_TripleOf(corners.back());
   if (corners.size() != 2 || !low || !high)
     throw cli_UsageError("--box " + text + ": give the two corners, X,Y,Z:X,Y,Z");
@@ -131,79 +128,75 @@ odiC_Selection WithQuantity(odiC_Selection where, const odiC_Run& run, const std
 
 } // namespace
 
-void cli_AddValueOptions(CLI::App& command, cli_ValueArguments& a) {
+void cli_AddValueOptions(cli_Command command, cli_ValueArguments& a) {
   const char* frames = "Frames";
-  command.add_option("--run", a.run, "Name of the run, when there are several")->group(frames);
-  command.add_option("--step", a.step, "Step by name, or by number from 1")->group(frames);
+  command.AddOption("--run", a.run, "Name of the run, when there are several").Group(frames);
+  command.AddOption("--step", a.step, "Step by name, or by number from 1").Group(frames);
   const auto frame =
-      command.add_option("--frame", a.frame, "N (from 0), last, all or FIRST:LAST:STEP")->group(frames);
-  command.add_option("--value", a.value, "Frame at a time or frequency: NUMBER,nearest|exact|interpolated")
-      ->group(frames)
-      ->excludes(frame);
+      command.AddOption("--frame", a.frame, "N (from 0), last, all or FIRST:LAST:STEP").Group(frames);
+  command.AddOption("--value", a.value, "Frame at a time or frequency: NUMBER,nearest|exact|interpolated")
+      .Group(frames)
+      .Excludes(frame);
   const char* places = "Places";
-  command.add_option("--set", a.set, "Set or surface")->group(places);
-  command.add_option("--class", a.classIndex, "Element class, from 0")
-      ->group(places)
-      ->check(CLI::NonNegativeNumber);
-  command.add_option("--category", a.category, "Category of the run or of element classes")->group(places);
+  command.AddOption("--set", a.set, "Set or surface").Group(places);
+  command.AddOption("--class", a.classIndex, "Element class, from 0").Group(places).NonNegative();
+  command.AddOption("--category", a.category, "Category of the run or of element classes").Group(places);
   cli_AddLabels(command, "--node", a.nodes, "Node labels");
   cli_AddLabels(command, "--element", a.elements, "Element labels");
   cli_AddLabels(command, "--point-number", a.points, "Integration points or element nodes, from 1");
-  for (const char* name : {"--node", "--element", "--point-number"}) command.get_option(name)->group(places);
-  command.add_option("--box", a.box, "Nodes and whole elements in a box, X,Y,Z:X,Y,Z")->group(places);
-  command
-      .add_option("--position", a.position, "Where values sit: nodal, integration_point, whole_element ...")
-      ->group(places);
-  command.add_option("--section", a.section, "Section points: bottom, top, both, envelope or a label")
-      ->group(places);
+  for (const char* name : {"--node", "--element", "--point-number"}) command.Option(name).Group(places);
+  command.AddOption("--box", a.box, "Nodes and whole elements in a box, X,Y,Z:X,Y,Z").Group(places);
+  command.AddOption("--position", a.position, "Where values sit: nodal, integration_point, whole_element ...")
+      .Group(places);
+  command.AddOption("--section", a.section, "Section points: bottom, top, both, envelope or a label")
+      .Group(places);
   const char* what = "Quantity";
   const auto component =
-      command.add_option("--component", a.component, "Component, such as xx or y")->group(what);
-  command.add_option("--invariant", a.invariant, "mises, tresca, max_principal, magnitude ...")
-      ->group(what)
-      ->excludes(component);
-  command.add_option("--csys", a.csys, "Axes: global, local or the name of a coordinate system")->group(what);
-  command
-      .add_option("--complex", a.complex, "real, imaginary, magnitude, phase, peak or an angle in degrees")
-      ->group(what);
+      command.AddOption("--component", a.component, "Component, such as xx or y").Group(what);
+  command.AddOption("--invariant", a.invariant, "mises, tresca, max_principal, magnitude ...")
+      .Group(what)
+      .Excludes(component);
+  command.AddOption("--csys", a.csys, "Axes: global, local or the name of a coordinate system").Group(what);
+  command.AddOption("--complex", a.complex, "real, imaginary, magnitude, phase, peak or an angle in degrees")
+      .Group(what);
   const char* carried = "At nodes";
   const auto atNodes =
-      command.add_flag("--at-nodes", a.atNodes, "Extrapolate to nodes and average there")->group(carried);
+      command.AddFlag("--at-nodes", a.atNodes, "Extrapolate to nodes and average there").Group(carried);
   const auto atElements =
-      command.add_flag("--at-element-nodes", a.atElementNodes, "Extrapolate to the nodes of each element")
-          ->group(carried)
-          ->excludes(atNodes);
-  command.add_flag("--at-centroids", a.atCentroids, "Mean of each element")
-      ->group(carried)
-      ->excludes(atNodes)
-      ->excludes(atElements);
+      command.AddFlag("--at-element-nodes", a.atElementNodes, "Extrapolate to the nodes of each element")
+          .Group(carried)
+          .Excludes(atNodes);
+  command.AddFlag("--at-centroids", a.atCentroids, "Mean of each element")
+      .Group(carried)
+      .Excludes(atNodes)
+      .Excludes(atElements);
   command
-      .add_option("--borders", a.borders,
-                  "No averaging across: category (default), class, none or names of sets")
-      ->group(carried)
-      ->needs(atNodes);
+      .AddOption("--borders", a.borders,
+                 "No averaging across: category (default), class, none or names of sets")
+      .Group(carried)
+      .Needs(atNodes);
   command
-      .add_option("--normals", a.normals,
-                  "Nor across edges of surfaces with normals further apart, degrees; 0: off")
-      ->group(carried)
-      ->needs(atNodes)
-      ->check(CLI::Range(0.0, 180.0))
-      ->capture_default_str();
+      .AddOption("--normals", a.normals,
+                 "Nor across edges of surfaces with normals further apart, degrees; 0: off")
+      .Group(carried)
+      .Needs(atNodes)
+      .Between(0.0, 180.0)
+      .ShowDefault();
   command
-      .add_option("--threshold", a.threshold,
-                  "Average where values differ by no more than this part of the range, %")
-      ->group(carried)
-      ->needs(atNodes)
-      ->check(CLI::Range(0.0, 100.0))
-      ->capture_default_str();
-  command.add_option("--order", a.order, "Invariant before averaging (default), after it or at points")
-      ->group(carried)
-      ->needs(atNodes)
-      ->check(CLI::IsMember({"before", "after", "points"}));
-  command.add_option("--weights", a.weights, "Elements count equally (default) or by measure")
-      ->group(carried)
-      ->needs(atNodes)
-      ->check(CLI::IsMember({"equal", "measure"}));
+      .AddOption("--threshold", a.threshold,
+                 "Average where values differ by no more than this part of the range, %")
+      .Group(carried)
+      .Needs(atNodes)
+      .Between(0.0, 100.0)
+      .ShowDefault();
+  command.AddOption("--order", a.order, "Invariant before averaging (default), after it or at points")
+      .Group(carried)
+      .Needs(atNodes)
+      .OneOf({"before", "after", "points"});
+  command.AddOption("--weights", a.weights, "Elements count equally (default) or by measure")
+      .Group(carried)
+      .Needs(atNodes)
+      .OneOf({"equal", "measure"});
 }
 
 odiC_Run cli_OpenRun(const cls_Database& model, const cow_String& meshName, const cow_String& name) {
@@ -237,7 +230,7 @@ odiC_ToNodes cli_ToNodesOf(const cli_ValueArguments& arguments) {
     options.borders = odiC_Borders::Class;
   } else if (!arguments.borders.empty() && arguments.borders != "category") {
     options.borders = odiC_Borders::Regions;
-    for (const std::string& region : Split(arguments.borders, ',')) options.regions.emplace_back(region);
+    for (const std::string& region : cli_Split(arguments.borders, ',')) options.regions.emplace_back(region);
   }
   return options;
 }
@@ -289,7 +282,7 @@ cow_String cli_WhenText(const odiC_Run& run, const odiC_When& when) {
   cow_String text = "step \"" + step.name + "\", frame " + std::to_string(when.frame);
   if (when.next >= 0) text += " to " + std::to_string(when.next);
   if (step.domain != odiC_NO_DOMAIN)
-    text += ", " + CLI::detail::to_lower(Text(step.domain)) + " " + cli_ShortNumber(when.value);
+    text += ", " + cli_Lower(Text(step.domain)) + " " + cli_ShortNumber(when.value);
   return text;
 }
 

@@ -20,7 +20,7 @@ struct cli_ValueArguments {
 };
 
 /// Options that choose frames, places and quantities, in groups of the help.
-void cli_AddValueOptions(CLI::App& command, cli_ValueArguments& arguments);
+void cli_AddValueOptions(cli_Command command, cli_ValueArguments& arguments);
 
 /// The run of that name, its number or its root; without a name the only one of the mesh, or of the model.
 odiC_Run cli_OpenRun(const cls_Database& model, const cow_String& meshName, const cow_String& name);

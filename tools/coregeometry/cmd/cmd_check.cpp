@@ -98,12 +98,12 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddCheck(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("check", "Check a model: file, checksums, references, meshes");
+void cli_AddCheck(cli_Command& program) {
+  cli_Command command = program.AddCommand("check", "Check a model: file, checksums, references, meshes");
   auto arguments = std::make_shared<Arguments>();
-  command->add_option("MODEL", arguments->file, "Model file (.cgdb)")->required();
-  command->add_flag("--json", arguments->json, "Print the findings as JSON");
-  command->footer(
+  command.AddOption("MODEL", arguments->file, "Model file (.cgdb)").Required();
+  command.AddFlag("--json", arguments->json, "Print the findings as JSON");
+  command.Footer(
       "Every page, checksum and reference of the file is checked, every root is read, and meshes are\n"
       "checked for what makes no sense. Meshes are looked at when the file itself is sound; their elements\n"
       "when labels, coordinates and nodes make sense: inside out, without size, bad Jacobians, duplicates,\n"
@@ -112,5 +112,5 @@ void cli_AddCheck(CLI::App& app) {
       "\n"
       "Example:\n"
       "  coregeometry check wing.cgdb");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

@@ -26,16 +26,17 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddCompact(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("compact", "Delete what nothing refers to and give the space back");
+void cli_AddCompact(cli_Command& program) {
+  cli_Command command =
+      program.AddCommand("compact", "Delete what nothing refers to and give the space back");
   auto arguments = std::make_shared<Arguments>();
-  command->add_option("MODEL", arguments->file, "Model file (.cgdb)")->required();
-  command->add_flag("--json", arguments->json, "Print the facts as JSON");
-  command->footer(
+  command.AddOption("MODEL", arguments->file, "Model file (.cgdb)").Required();
+  command.AddFlag("--json", arguments->json, "Print the facts as JSON");
+  command.Footer(
       "A model whose meshes were replaced keeps the space of the old ones for new ones; this command\n"
       "returns it. It needs as much free space as the model has, for as long as it runs.\n"
       "\n"
       "Example:\n"
       "  coregeometry compact wing.cgdb");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

@@ -34,20 +34,20 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddCompare(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("compare", "Print where two mesh files differ");
+void cli_AddCompare(cli_Command& program) {
+  cli_Command command = program.AddCommand("compare", "Print where two mesh files differ");
   auto arguments = std::make_shared<Arguments>();
-  command->add_option("FIRST", arguments->first, "Mesh file; \"coregeometry formats\" lists what is read")
-      ->required();
-  command->add_option("SECOND", arguments->second, "Mesh file")->required();
+  command.AddOption("FIRST", arguments->first, "Mesh file; \"coregeometry formats\" lists what is read")
+      .Required();
+  command.AddOption("SECOND", arguments->second, "Mesh file").Required();
   command
-      ->add_option("--tolerance", arguments->tolerance,
-                   "Coordinates a and b are equal when |a - b| <= TOLERANCE * the largest of both files,\n"
-                   "other real numbers when |a - b| <= TOLERANCE * max(|a|, |b|)")
-      ->check(CLI::NonNegativeNumber)
-      ->capture_default_str();
-  command->add_flag("--json", arguments->json, "Print the differences as JSON");
-  command->footer(
+      .AddOption("--tolerance", arguments->tolerance,
+                 "Coordinates a and b are equal when |a - b| <= TOLERANCE * the largest of both files,\n"
+                 "other real numbers when |a - b| <= TOLERANCE * max(|a|, |b|)")
+      .NonNegative()
+      .ShowDefault();
+  command.AddFlag("--json", arguments->json, "Print the differences as JSON");
+  command.Footer(
       "Two Exodus II files are compared by all that they hold of a mesh: coordinates, number maps, blocks,\n"
       "sets, attributes, distribution factors, properties, title, records; time steps and variables are\n"
       "left out. Other files are compared by the meshes and sets that they are read as.\n"
@@ -55,5 +55,5 @@ void cli_AddCompare(CLI::App& app) {
       "\n"
       "Example: what an import and an export changed\n"
       "  coregeometry compare bracket.exo exported.exo");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

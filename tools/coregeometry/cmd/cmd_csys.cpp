@@ -225,50 +225,45 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddCsys(CLI::App& app) {
-  CLI::App* command =
-      app.add_subcommand("csys", "List coordinate systems and other datums, map points, add and remove");
+void cli_AddCsys(cli_Command& program) {
+  cli_Command command =
+      program.AddCommand("csys", "List coordinate systems and other datums, map points, add and remove");
   auto arguments = std::make_shared<Arguments>();
-  command->add_option("MODEL", arguments->file, "Model file (.cgdb)")->required();
-  command->add_option("NAME", arguments->name,
-                      "Datum to list, or coordinate system to map with; not needed when the model has one");
+  command.AddOption("MODEL", arguments->file, "Model file (.cgdb)").Required();
+  command.AddOption("NAME", arguments->name,
+                    "Datum to list, or coordinate system to map with; not needed when the model has one");
   const auto addPoints = [&](const char* name, std::vector<double>& points, const char* help) {
-    command->add_option(name, points, help)
-        ->delimiter(',')
-        ->type_name("X,Y,Z")
-        ->expected(1)
-        ->allow_extra_args(false)
-        ->take_all();
+    command.AddOption(name, points, help).Delimiter(',').TypeName("X,Y,Z").Repeatable();
   };
   addPoints("--to-local", arguments->toLocal, "Global point to map; can be given again");
   addPoints("--to-global", arguments->toGlobal,
             "Local point to map, with angles in degrees; can be given again");
-  command->add_flag("--radians", arguments->radians, "Print angles in radians instead of degrees");
-  command->add_option("--name", arguments->mesh,
-                      "Name of the mesh; needed to add to a model with several meshes");
-  CLI::Option* add = command->add_option("--add", arguments->added, "Name of a coordinate system to add");
-  command->add_option("--remove", arguments->removed, "Datum to remove")->excludes(add);
-  command->add_option("--kind", arguments->kind, "cartesian, cylindrical or spherical")
-      ->check(CLI::IsMember({"cartesian", "cylindrical", "spherical"}));
-  CLI::Option* nodes = command
-                           ->add_option("--from-nodes", arguments->nodes,
-                                        "Labels of three nodes that it follows: its origin, a node on x, a "
-                                        "node on the side of y")
-                           ->delimiter(',')
-                           ->type_name("N1 N2 N3")
-                           ->expected(3)
-                           ->needs(add);
+  command.AddFlag("--radians", arguments->radians, "Print angles in radians instead of degrees");
+  command.AddOption("--name", arguments->mesh,
+                    "Name of the mesh; needed to add to a model with several meshes");
+  cli_Option add = command.AddOption("--add", arguments->added, "Name of a coordinate system to add");
+  command.AddOption("--remove", arguments->removed, "Datum to remove").Excludes(add);
+  command.AddOption("--kind", arguments->kind, "cartesian, cylindrical or spherical")
+      .OneOf({"cartesian", "cylindrical", "spherical"});
+  cli_Option nodes = command
+                         .AddOption("--from-nodes", arguments->nodes,
+                                    "Labels of three nodes that it follows: its origin, a node on x, a "
+                                    "node on the side of y")
+                         .Delimiter(',')
+                         .TypeName("N1 N2 N3")
+                         .Words(3, 3)
+                         .Needs(add);
   command
-      ->add_flag("--on-circle", arguments->onCircle,
-                 "The nodes lie on a circle: its origin is the centre, x points to the first node")
-      ->needs(nodes);
-  cli_AddTriple(*command, "--origin", arguments->origin, "Its origin, 0,0,0 by default")->excludes(nodes);
-  cli_AddTriple(*command, "--x", arguments->x, "Its x direction, 1,0,0 by default")->excludes(nodes);
-  cli_AddTriple(*command, "--y", arguments->y, "A direction on the side of its y, 0,1,0 by default")
-      ->excludes(nodes);
-  command->add_flag("--force", arguments->force, "Replace a datum of the same name");
-  command->add_flag("--json", arguments->json, "Print the facts as JSON");
-  command->footer(
+      .AddFlag("--on-circle", arguments->onCircle,
+               "The nodes lie on a circle: its origin is the centre, x points to the first node")
+      .Needs(nodes);
+  cli_AddTriple(command, "--origin", arguments->origin, "Its origin, 0,0,0 by default").Excludes(nodes);
+  cli_AddTriple(command, "--x", arguments->x, "Its x direction, 1,0,0 by default").Excludes(nodes);
+  cli_AddTriple(command, "--y", arguments->y, "A direction on the side of its y, 0,1,0 by default")
+      .Excludes(nodes);
+  command.AddFlag("--force", arguments->force, "Replace a datum of the same name");
+  command.AddFlag("--json", arguments->json, "Print the facts as JSON");
+  command.Footer(
       "Local coordinates are x, y, z; or radius, angle, axial; or radius, azimuth, polar angle. "
       "Angles are\n"
       "in degrees; with --radians those of --to-local are printed in radians.\n"
@@ -280,5 +275,5 @@ void cli_AddCsys(CLI::App& app) {
       "  coregeometry csys bracket.cgdb --add hole --kind cylindrical --origin 0.03,0.015,0\n"
       "  coregeometry csys bracket.cgdb hole --to-local 0.03,0.02,0.005\n"
       "  coregeometry csys bracket.cgdb --add corner --from-nodes 1010 1100 1500");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

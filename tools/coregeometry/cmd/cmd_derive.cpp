@@ -65,23 +65,23 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddDerive(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("derive", "Store a variable that a formula computes from others");
+void cli_AddDerive(cli_Command& program) {
+  cli_Command command = program.AddCommand("derive", "Store a variable that a formula computes from others");
   auto arguments = std::make_shared<Arguments>();
-  cli_AddModelOptions(*command, arguments->file, arguments->mesh, arguments->json);
-  command->add_option("variable", arguments->name, "Name of the new variable")->required();
-  command->add_option("formula", arguments->formula, "Such as \"S.mises / 235\"")->required();
-  command->add_option("--unit", arguments->unit, "Unit of the new variable");
-  command->add_option("--storage", arguments->storage, "float or double")
-      ->check(CLI::IsMember({"float", "double"}))
-      ->capture_default_str();
-  cli_AddValueOptions(*command, arguments->values);
-  command->footer(
+  cli_AddModelOptions(command, arguments->file, arguments->mesh, arguments->json);
+  command.AddOption("variable", arguments->name, "Name of the new variable").Required();
+  command.AddOption("formula", arguments->formula, "Such as \"S.mises / 235\"").Required();
+  command.AddOption("--unit", arguments->unit, "Unit of the new variable");
+  command.AddOption("--storage", arguments->storage, "float or double")
+      .OneOf({"float", "double"})
+      .ShowDefault();
+  cli_AddValueOptions(command, arguments->values);
+  command.Footer(
       "+ - * / ^ ( ), < <= > >= == != (0 or 1), abs sqrt cbrt exp log sin cos tan atan2 min max sign\n"
       "if(c, a, b); X Y Z of the place, T of the frame; NAME.xx, NAME.mises; \"any name\".xx in quotes.\n"
       "Angles are in radians. It is computed in every frame that has the variables, or in those chosen.\n"
       "\n"
       "Example:\n"
       "  coregeometry derive wing.cgdb utilisation \"S.mises / 235\"");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

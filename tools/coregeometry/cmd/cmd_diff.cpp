@@ -29,20 +29,20 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddDiff(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("diff", "Print where two models differ, by root and field");
+void cli_AddDiff(cli_Command& program) {
+  cli_Command command = program.AddCommand("diff", "Print where two models differ, by root and field");
   auto arguments = std::make_shared<Arguments>();
-  command->add_option("FIRST", arguments->first, "Model file (.cgdb)")->required();
-  command->add_option("SECOND", arguments->second, "Model file (.cgdb)")->required();
+  command.AddOption("FIRST", arguments->first, "Model file (.cgdb)").Required();
+  command.AddOption("SECOND", arguments->second, "Model file (.cgdb)").Required();
   command
-      ->add_option("--tolerance", arguments->tolerance,
-                   "Real numbers a and b are equal when |a - b| <= TOLERANCE * max(1, |a|, |b|)")
-      ->check(CLI::NonNegativeNumber)
-      ->capture_default_str();
-  command->add_flag("--json", arguments->json, "Print the differences as JSON");
-  command->footer("Exit codes: 0 no differences, 1 differences or wrong input.\n"
-                  "\n"
-                  "Example:\n"
-                  "  coregeometry diff wing.cgdb wing-moved.cgdb --tolerance 1e-6");
-  command->callback([arguments] { Run(*arguments); });
+      .AddOption("--tolerance", arguments->tolerance,
+                 "Real numbers a and b are equal when |a - b| <= TOLERANCE * max(1, |a|, |b|)")
+      .NonNegative()
+      .ShowDefault();
+  command.AddFlag("--json", arguments->json, "Print the differences as JSON");
+  command.Footer("Exit codes: 0 no differences, 1 differences or wrong input.\n"
+                 "\n"
+                 "Example:\n"
+                 "  coregeometry diff wing.cgdb wing-moved.cgdb --tolerance 1e-6");
+  command.OnRun([arguments] { Run(*arguments); });
 }

@@ -97,20 +97,20 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddEnvelope(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("envelope", "Worst or mean of several frames at each place");
+void cli_AddEnvelope(cli_Command& program) {
+  cli_Command command = program.AddCommand("envelope", "Worst or mean of several frames at each place");
   auto arguments = std::make_shared<Arguments>();
-  cli_AddModelOptions(*command, arguments->file, arguments->mesh, arguments->json);
-  command->add_option("variable", arguments->variable, "Name of the variable")->required();
-  command->add_option("--kind", arguments->kind, "max, min, absmax, range, mean or rms")->required();
-  command->add_option("--store", arguments->stored, "Store it as this variable, in a step of its own");
-  cli_AddValueOptions(*command, arguments->values);
-  cli_AddTableOptions(*command, arguments->output, arguments->limit);
-  command->footer(
+  cli_AddModelOptions(command, arguments->file, arguments->mesh, arguments->json);
+  command.AddOption("variable", arguments->variable, "Name of the variable").Required();
+  command.AddOption("--kind", arguments->kind, "max, min, absmax, range, mean or rms").Required();
+  command.AddOption("--store", arguments->stored, "Store it as this variable, in a step of its own");
+  cli_AddValueOptions(command, arguments->values);
+  cli_AddTableOptions(command, arguments->output, arguments->limit);
+  command.Footer(
       "An invariant is taken in each frame first. The frame of the worst value is printed beside it, the\n"
       "first of equal ones; means are weighted by time in steps over time.\n"
       "\n"
       "Example:\n"
       "  coregeometry envelope wing.cgdb S --invariant mises --kind max -o worst.csv");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

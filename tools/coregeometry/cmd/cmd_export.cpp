@@ -112,37 +112,36 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddExport(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("export", "Write a mesh of a model as a file for other programs");
+void cli_AddExport(cli_Command& program) {
+  cli_Command command = program.AddCommand("export", "Write a mesh of a model as a file for other programs");
   auto arguments = std::make_shared<Arguments>();
-  cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
-  cli_AddOutputOptions(*command, arguments->output, Formats(),
+  cli_AddModelOptions(command, arguments->file, arguments->name, arguments->json);
+  cli_AddOutputOptions(command, arguments->output, Formats(),
                        "File to write, as .exo, .vtu or .msh; \"coregeometry formats\" lists all");
   command
-      ->add_option(
+      .AddOption(
           "--vtk-wedges", arguments->wedges,
           "Order of the nodes of wedges in a VTU file: plain for VTK 9.7 and later, linear-mirrored for "
           "9.5 and 9.6, mirrored for 9.1")
-      ->check(CLI::IsMember({"plain", "linear-mirrored", "mirrored"}));
-  command->add_option(
-      "--surface", arguments->surface,
-      "Set to write to a file of surfaces (STL, OBJ, PLY, glb), instead of the whole outside");
+      .OneOf({"plain", "linear-mirrored", "mirrored"});
+  command.AddOption("--surface", arguments->surface,
+                    "Set to write to a file of surfaces (STL, OBJ, PLY, glb), instead of the whole outside");
   const auto run =
-      command->add_option("--run", arguments->run, "Run of results to write, when there are several");
-  command->add_flag("--no-results", arguments->noResults, "Write the mesh alone")->excludes(run);
+      command.AddOption("--run", arguments->run, "Run of results to write, when there are several");
+  command.AddFlag("--no-results", arguments->noResults, "Write the mesh alone").Excludes(run);
   const auto asCells =
-      command->add_flag("--as-cells", arguments->asCells,
-                        "VTU: values at integration points as means of elements, not at nodes");
+      command.AddFlag("--as-cells", arguments->asCells,
+                      "VTU: values at integration points as means of elements, not at nodes");
   command
-      ->add_flag("--separate", arguments->separate,
-                 "VTU: every element has points of its own, so that values jump between them")
-      ->excludes(asCells);
+      .AddFlag("--separate", arguments->separate,
+               "VTU: every element has points of its own, so that values jump between them")
+      .Excludes(asCells);
   command
-      ->add_option("--encoding", arguments->encoding,
-                   "Form of the numbers, of formats that have a choice: binary, also by default, compressed "
-                   "(zlib) or ascii")
-      ->check(CLI::IsMember({"default", "ascii", "binary", "compressed"}));
-  command->footer(
+      .AddOption("--encoding", arguments->encoding,
+                 "Form of the numbers, of formats that have a choice: binary, also by default, compressed "
+                 "(zlib) or ascii")
+      .OneOf({"default", "ascii", "binary", "compressed"});
+  command.Footer(
       "Labels and sets go along, and what the file cannot hold is listed at the end. An Exodus II file\n"
       "becomes the same mesh when it is imported again, except for what is listed. A VTU file has labels\n"
       "and classes as arrays, and sets of nodes and elements as arrays of 0 and 1. Results go along into\n"
@@ -153,5 +152,5 @@ void cli_AddExport(CLI::App& app) {
       "  coregeometry export bracket.cgdb -o bracket.vtu\n"
       "  coregeometry export bracket.cgdb -o bracket.pvd --separate\n"
       "  coregeometry export bracket.cgdb -o bracket.glb");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

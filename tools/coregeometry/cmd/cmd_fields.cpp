@@ -161,14 +161,14 @@ void Run(const cli_FieldArguments& arguments) {
 }
 } // namespace
 
-void cli_AddFields(CLI::App& app) {
-  CLI::App* command =
-      app.add_subcommand("fields", "List results; print values, extremes and sums of a variable");
+void cli_AddFields(cli_Command& program) {
+  cli_Command command =
+      program.AddCommand("fields", "List results; print values, extremes and sums of a variable");
   auto arguments = std::make_shared<cli_FieldArguments>();
-  cli_AddModelOptions(*command, arguments->file, arguments->mesh, arguments->json);
-  command->add_option("variable", arguments->variable, "Name of a variable; without one all are listed");
-  cli_AddFieldOptions(*command, *arguments);
-  command->footer(
+  cli_AddModelOptions(command, arguments->file, arguments->mesh, arguments->json);
+  command.AddOption("variable", arguments->variable, "Name of a variable; without one all are listed");
+  cli_AddFieldOptions(command, *arguments);
+  command.Footer(
       "Without a variable: each run with its steps and variables, where the values sit, and the least and\n"
       "largest number of each component over all frames.\n"
       "With one: its values in the last frame, or in those that are chosen, or what is computed of them. "
@@ -179,5 +179,5 @@ void cli_AddFields(CLI::App& app) {
       "  coregeometry fields wing.cgdb\n"
       "  coregeometry fields wing.cgdb S --invariant mises --max\n"
       "  coregeometry fields wing.cgdb U --set Tip --frame all -o tip.csv");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

@@ -31,12 +31,12 @@ void Run(bool asJson) {
 }
 } // namespace
 
-void cli_AddFormats(CLI::App& app) {
-  CLI::App* command =
-      app.add_subcommand("formats", "List the formats that meshes are read from and written in");
+void cli_AddFormats(cli_Command& program) {
+  cli_Command command =
+      program.AddCommand("formats", "List the formats that meshes are read from and written in");
   auto asJson = std::make_shared<bool>(false);
-  command->add_flag("--json", *asJson, "Print the formats as JSON");
-  command->footer(
+  command.AddFlag("--json", *asJson, "Print the formats as JSON");
+  command.Footer(
       "The content of a file decides, then its suffix, unless --format of import or export names one.");
-  command->callback([asJson] { Run(*asJson); });
+  command.OnRun([asJson] { Run(*asJson); });
 }

@@ -165,21 +165,21 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddHistory(CLI::App& app) {
-  CLI::App* command =
-      app.add_subcommand("history", "Print stored histories, or values at some places over all frames");
+void cli_AddHistory(cli_Command& program) {
+  cli_Command command =
+      program.AddCommand("history", "Print stored histories, or values at some places over all frames");
   auto arguments = std::make_shared<Arguments>();
-  cli_AddModelOptions(*command, arguments->file, arguments->mesh, arguments->json);
-  command->add_option("name", arguments->name,
-                      "A history, or a variable together with places; without one all are listed");
-  cli_AddValueOptions(*command, arguments->values);
-  cli_AddOutputOptions(*command, arguments->output, cli_kTableFormats,
+  cli_AddModelOptions(command, arguments->file, arguments->mesh, arguments->json);
+  command.AddOption("name", arguments->name,
+                    "A history, or a variable together with places; without one all are listed");
+  cli_AddValueOptions(command, arguments->values);
+  cli_AddOutputOptions(command, arguments->output, cli_kTableFormats,
                        "File for the table: .csv, .json or .npy");
-  command->get_option("--output")->required(false);
-  command->footer("One line for each frame, one column for each place and component.\n"
-                  "\n"
-                  "Examples:\n"
-                  "  coregeometry history wing.cgdb\n"
-                  "  coregeometry history wing.cgdb U --node 1012 -o tip.csv");
-  command->callback([arguments] { Run(*arguments); });
+  command.Option("--output").Required(false);
+  command.Footer("One line for each frame, one column for each place and component.\n"
+                 "\n"
+                 "Examples:\n"
+                 "  coregeometry history wing.cgdb\n"
+                 "  coregeometry history wing.cgdb U --node 1012 -o tip.csv");
+  command.OnRun([arguments] { Run(*arguments); });
 }

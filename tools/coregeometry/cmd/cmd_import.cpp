@@ -384,54 +384,51 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddImport(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("import", "Read a mesh file and store its mesh and sets in a model");
+void cli_AddImport(cli_Command& program) {
+  cli_Command command =
+      program.AddCommand("import", "Read a mesh file and store its mesh and sets in a model");
   auto arguments = std::make_shared<Arguments>();
-  command->add_option("FILE", arguments->words, "Mesh file; \"coregeometry formats\" lists what is read")
-      ->required()
-      ->type_name("TEXT");
-  command->add_option("-o,--output", arguments->model,
-                      "Model file; FILE with the extension .cgdb by default");
+  command.AddOption("FILE", arguments->words, "Mesh file; \"coregeometry formats\" lists what is read")
+      .Required()
+      .TypeName("TEXT");
+  command.AddOption("-o,--output", arguments->model, "Model file; FILE with the extension .cgdb by default");
   command
-      ->add_option("--format", arguments->format,
-                   "Format of the file; by its content, then its suffix, if not given")
-      ->check(CLI::IsMember(ReadFormats()));
-  command->add_option("--name", arguments->name, "Name of the mesh in the model; the file name by default");
+      .AddOption("--format", arguments->format,
+                 "Format of the file; by its content, then its suffix, if not given")
+      .OneOf(ReadFormats());
+  command.AddOption("--name", arguments->name, "Name of the mesh in the model; the file name by default");
   command
-      ->add_option("--map", arguments->maps,
-                   "Element label for a type with that many nodes, as HEX8=C3D8R; several in a row, or again")
-      ->type_name("TYPE=LABEL")
-      ->expected(1)
-      ->allow_extra_args(false)
-      ->take_all();
+      .AddOption("--map", arguments->maps,
+                 "Element label for a type with that many nodes, as HEX8=C3D8R; several in a row, or again")
+      .TypeName("TYPE=LABEL")
+      .Repeatable();
   command
-      ->add_option(
-          "--vtk-wedges", arguments->wedges,
-          "Order of the nodes of wedges in a file of VTK, as in export; by their volumes if not given")
-      ->check(CLI::IsMember({"plain", "linear-mirrored", "mirrored"}));
+      .AddOption("--vtk-wedges", arguments->wedges,
+                 "Order of the nodes of wedges in a file of VTK, as in export; by their volumes if not given")
+      .OneOf({"plain", "linear-mirrored", "mirrored"});
   command
-      ->add_option(
+      .AddOption(
           "--offset", arguments->offset,
           "Keep coordinates from X,Y,Z, or from a point near the first nodes (auto), as single precision "
           "is coarse far from the origin; every answer and export is in the coordinates of the file")
-      ->type_name("X,Y,Z|auto");
-  command->add_flag(
+      .TypeName("X,Y,Z|auto");
+  command.AddFlag(
       "--force", arguments->force,
       "Replace a mesh of the same name, and its regions; its datums stay. Also accept elements that "
       "single precision collapses or turns inside out");
-  cli_AddResultsOptions(*command, arguments->results);
-  command->add_flag("--dry-run", arguments->dryRun, "Print what the variables become, and store nothing");
-  command->add_flag("--append", arguments->append,
-                    "Go on with the results of a mesh that is in the model, after its last frame");
-  command->add_flag("--json", arguments->json, "Print the facts as JSON");
-  command->footer(
+  cli_AddResultsOptions(command, arguments->results);
+  command.AddFlag("--dry-run", arguments->dryRun, "Print what the variables become, and store nothing");
+  command.AddFlag("--append", arguments->append,
+                  "Go on with the results of a mesh that is in the model, after its last frame");
+  command.AddFlag("--json", arguments->json, "Print the facts as JSON");
+  command.Footer(
       "A model that exists gets the mesh as one more. Element blocks become element classes in their\n"
       "order, number maps become user labels. Node sets, side sets, element sets and blocks become regions\n"
       "of the mesh (see \"coregeometry sets\"). What a model cannot hold yet is listed at the end.\n"
       "\n"
       "Example: hexahedra with reduced integration, in a model of its own\n"
       "  coregeometry import bracket.exo -o bracket.cgdb --map HEX8=C3D8R");
-  command->callback([arguments] {
+  command.OnRun([arguments] {
     SortWords(*arguments);
     Run(*arguments);
   });

@@ -202,12 +202,12 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddInfo(CLI::App& app) {
-  CLI::App* command =
-      app.add_subcommand("info", "Print what a model holds: meshes, boxes, label ranges, classes");
+void cli_AddInfo(cli_Command& program) {
+  cli_Command command =
+      program.AddCommand("info", "Print what a model holds: meshes, boxes, label ranges, classes");
   auto arguments = std::make_shared<Arguments>();
-  cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
-  command->footer("Example: node count of the first mesh\n"
-                  "  coregeometry info bracket.cgdb --json | jq .meshes[0].nodes");
-  command->callback([arguments] { Run(*arguments); });
+  cli_AddModelOptions(command, arguments->file, arguments->name, arguments->json);
+  command.Footer("Example: node count of the first mesh\n"
+                 "  coregeometry info bracket.cgdb --json | jq .meshes[0].nodes");
+  command.OnRun([arguments] { Run(*arguments); });
 }

@@ -202,18 +202,17 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddLocate(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("locate", "Find the elements that hold points");
+void cli_AddLocate(cli_Command& program) {
+  cli_Command command = program.AddCommand("locate", "Find the elements that hold points");
   auto arguments = std::make_shared<Arguments>();
-  cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
+  cli_AddModelOptions(command, arguments->file, arguments->name, arguments->json);
   command
-      ->add_option("COORDINATES", arguments->coordinates,
-                   "X,Y,Z of one point or several, or three words each")
-      ->type_name("NUMBERS");
-  command->add_option(
+      .AddOption("COORDINATES", arguments->coordinates, "X,Y,Z of one point or several, or three words each")
+      .TypeName("NUMBERS");
+  command.AddOption(
       "--points", arguments->pointFile,
       "File of points, - for the standard input, three numbers a line; text after # is skipped");
-  command->footer(
+  command.Footer(
       "Prints for each point: inside, with the element and its iso coordinates; on boundary, with all\n"
       "elements that share the place; outside, with the nearest element and its distance; or degenerate\n"
       "element, when it can only be in one that is flat or inside out. On shells and beams a point may be\n"
@@ -222,5 +221,5 @@ void cli_AddLocate(CLI::App& app) {
       "Examples:\n"
       "  coregeometry locate bracket.cgdb 0.01,0.02,0.002\n"
       "  coregeometry locate bracket.cgdb --points probes.txt --json");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

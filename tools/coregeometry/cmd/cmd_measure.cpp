@@ -258,25 +258,23 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddMeasure(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("measure", "Lengths, areas, volumes, masses and inertia of a mesh");
+void cli_AddMeasure(cli_Command& program) {
+  cli_Command command =
+      program.AddCommand("measure", "Lengths, areas, volumes, masses and inertia of a mesh");
   auto arguments = std::make_shared<Arguments>();
-  cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
-  command->add_option("--by", arguments->by, "Also measure each element class or each set by itself")
-      ->check(CLI::IsMember({"class", "set"}));
+  cli_AddModelOptions(command, arguments->file, arguments->name, arguments->json);
+  command.AddOption("--by", arguments->by, "Also measure each element class or each set by itself")
+      .OneOf({"class", "set"});
   for (ValueOption& value : arguments->values)
     command
-        ->add_option(value.name, value.words,
-                     std::string(value.of)
-                         + ": a number for all, PART=NUMBER for a class by its type or name")
-        ->delimiter(',')
-        ->type_name("VALUE")
-        ->expected(1)
-        ->allow_extra_args(false)
-        ->take_all();
-  command->add_option("--csys", arguments->csys,
-                      "Datum in whose origin and axes centres and inertia are given");
-  command->footer(
+        .AddOption(value.name, value.words,
+                   std::string(value.of) + ": a number for all, PART=NUMBER for a class by its type or name")
+        .Delimiter(',')
+        .TypeName("VALUE")
+        .Repeatable();
+  command.AddOption("--csys", arguments->csys,
+                    "Datum in whose origin and axes centres and inertia are given");
+  command.Footer(
       "Measures are of the curved elements. The volume is that of the body: solids, axisymmetric elements\n"
       "in a full turn, shells and plane elements with a thickness, lines with a section area. What is not\n"
       "known is listed by label, never taken as zero; where mass was asked for and some is not known, the\n"
@@ -284,5 +282,5 @@ void cli_AddMeasure(CLI::App& app) {
       "\n"
       "Example:\n"
       "  coregeometry measure bracket.cgdb --by class --density 7850 --thickness 0.002");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

@@ -33,9 +33,10 @@ std::vector<double> PointsOfFile(const std::string& file) {
     const std::size_t begin = line.find_first_not_of(" \r");
     if (begin == std::string::npos || line[begin] == '#') continue;
     std::ranges::replace(line, ' ', ',');
+    std::ranges::replace(line, '\r', ',');
     std::vector<std::string> words;
-    for (const std::string& word : CLI::detail::split(line, ','))
-      if (!word.empty() && word != "\r") words.push_back(CLI::detail::trim_copy(word));
+    for (const std::string& word : cli_Split(line, ','))
+      if (!word.empty()) words.push_back(word);
     for (std::size_t k = 0; k < 3; ++k) {
       const auto value = words.size() == 3 ? cli_NumberOf(words[k]) : std::nullopt;
       if (!value) throw nex_TextException(file + ", line " + std::to_string(number) + ": not three numbers");
@@ -57,7 +58,7 @@ std::vector<double> PointsOf(const Arguments& arguments) {
     points.insert(points.end(), more.begin(), more.end());
   }
   if (!arguments.line.empty()) {
-    const std::vector<std::string> words = CLI::detail::split(arguments.line, ':');
+    const std::vector<std::string> words = cli_Split(arguments.line, ':');
     const auto from = cli_TripleOf(words[0]), to = words.size() == 3 ? cli_TripleOf(words[1]) : std::nullopt;
     const double count = words.size() == 3 ? cli_NumberOf(words[2]).value_or(0) : 0;
     if (!from || !to || count < 1 || count > 1e7 || count != std::floor(count))
@@ -142,21 +143,20 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddProbe(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("probe", "Print values of a variable at points or along a line");
+void cli_AddProbe(cli_Command& program) {
+  cli_Command command = program.AddCommand("probe", "Print values of a variable at points or along a line");
   auto arguments = std::make_shared<Arguments>();
-  cli_AddModelOptions(*command, arguments->file, arguments->mesh, arguments->json);
-  command->add_option("variable", arguments->variable, "Name of the variable")->required();
-  command->add_option("--point", arguments->points, "A point, X,Y,Z; the option may be given again");
-  command->add_option("--points", arguments->pointFile, "File with three numbers a line");
-  command->add_option("--line", arguments->line, "N points from one to another, X,Y,Z:X,Y,Z:N");
-  command->add_flag("--nearest", arguments->nearest,
-                    "For points outside the closest place, with its distance");
-  cli_AddValueOptions(*command, arguments->values);
-  cli_AddOutputOptions(*command, arguments->output, cli_kTableFormats,
+  cli_AddModelOptions(command, arguments->file, arguments->mesh, arguments->json);
+  command.AddOption("variable", arguments->variable, "Name of the variable").Required();
+  command.AddOption("--point", arguments->points, "A point, X,Y,Z; the option may be given again");
+  command.AddOption("--points", arguments->pointFile, "File with three numbers a line");
+  command.AddOption("--line", arguments->line, "N points from one to another, X,Y,Z:X,Y,Z:N");
+  command.AddFlag("--nearest", arguments->nearest, "For points outside the closest place, with its distance");
+  cli_AddValueOptions(command, arguments->values);
+  cli_AddOutputOptions(command, arguments->output, cli_kTableFormats,
                        "File for all values: .csv, .json or .npy");
-  command->get_option("--output")->required(false);
-  command->footer(
+  command.Option("--output").Required(false);
+  command.Footer(
       "Prints the distance along the points, the point, the element and the values. They are interpolated "
       "in\n"
       "the body as it is meshed: from values at nodes, with --at-nodes from means there, else from those of\n"
@@ -164,5 +164,5 @@ void cli_AddProbe(CLI::App& app) {
       "\n"
       "Example:\n"
       "  coregeometry probe wing.cgdb S --invariant mises --line 0,0,0:0,2,0:21");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

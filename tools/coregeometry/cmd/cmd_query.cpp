@@ -126,17 +126,17 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddQuery(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("query", "Look up nodes and elements by user label");
+void cli_AddQuery(cli_Command& program) {
+  cli_Command command = program.AddCommand("query", "Look up nodes and elements by user label");
   auto arguments = std::make_shared<Arguments>();
-  cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
-  cli_AddLabels(*command, "--node", arguments->nodes, "Node labels");
-  cli_AddLabels(*command, "--element", arguments->elements, "Element labels");
-  command->footer(
+  cli_AddModelOptions(command, arguments->file, arguments->name, arguments->json);
+  cli_AddLabels(command, "--node", arguments->nodes, "Node labels");
+  cli_AddLabels(command, "--element", arguments->elements, "Element labels");
+  command.Footer(
       "Prints the coordinates of nodes; class, type and node labels of elements. Labels that the mesh\n"
       "does not have are reported, and the exit code is 1.\n"
       "\n"
       "Example:\n"
       "  coregeometry query bracket.cgdb --node 1010 --element 104,3001");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

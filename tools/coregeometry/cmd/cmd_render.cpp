@@ -166,24 +166,24 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddRender(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("render", "Draw a mesh as a picture (PNG)");
+void cli_AddRender(cli_Command& program) {
+  cli_Command command = program.AddCommand("render", "Draw a mesh as a picture (PNG)");
   auto arguments = std::make_shared<Arguments>();
-  cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
-  cli_AddOutputOptions(*command, arguments->output, Formats(), "Picture to write, .png");
-  cli_AddNames(*command, "--sets", arguments->sets,
+  cli_AddModelOptions(command, arguments->file, arguments->name, arguments->json);
+  cli_AddOutputOptions(command, arguments->output, Formats(), "Picture to write, .png");
+  cli_AddNames(command, "--sets", arguments->sets,
                "Draw these sets and surfaces alone, each in a colour of its own; nodes as dots");
-  command->add_flag("--edges", arguments->edges, "Draw the edges of all faces, too");
-  command->add_flag("--datums", arguments->datums,
-                    "Draw the points, axes, planes and coordinate systems of the mesh, too");
-  cli_AddContourOptions(*command, arguments->contour);
-  cli_AddTriple(*command, "--view", arguments->direction, "Direction to the viewer; 1,-1.5,1 by default");
-  command->add_option("--title", arguments->title, "Line at the top; the name of the mesh by default");
-  command->add_flag("--plain", arguments->plain, "Neither title, legend, scale nor axes");
-  command->add_option("--background", arguments->background, "What is behind the mesh")
-      ->check(CLI::IsMember({"shaded", "white", "transparent"}));
-  command->add_option("--size", arguments->size, "WIDTHxHEIGHT in pixels; 1200x900 by default");
-  command->footer(
+  command.AddFlag("--edges", arguments->edges, "Draw the edges of all faces, too");
+  command.AddFlag("--datums", arguments->datums,
+                  "Draw the points, axes, planes and coordinate systems of the mesh, too");
+  cli_AddContourOptions(command, arguments->contour);
+  cli_AddTriple(command, "--view", arguments->direction, "Direction to the viewer; 1,-1.5,1 by default");
+  command.AddOption("--title", arguments->title, "Line at the top; the name of the mesh by default");
+  command.AddFlag("--plain", arguments->plain, "Neither title, legend, scale nor axes");
+  command.AddOption("--background", arguments->background, "What is behind the mesh")
+      .OneOf({"shaded", "white", "transparent"});
+  command.AddOption("--size", arguments->size, "WIDTHxHEIGHT in pixels; 1200x900 by default");
+  command.Footer(
       "Shows what is seen from outside: shells, and faces of solids that no other solid has, with the edges\n"
       "where they turn by more than 30 degrees; line elements as lines. Colours tell element classes apart,\n"
       "or sets. Sets of nodes alone are dots on the whole mesh. The bar is a length in the model.\n"
@@ -202,5 +202,5 @@ void cli_AddRender(CLI::App& app) {
       "  coregeometry render bracket.cgdb -o skin.png --sets skin_outside --view 0,-1,0 --size 800x600\n"
       "  coregeometry render wing.cgdb -o mises.png --field S --deform U\n"
       "  coregeometry render wing.cgdb -o pull_%04d.png --field U --frames all --range 0,0.02");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

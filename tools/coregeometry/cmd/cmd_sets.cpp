@@ -232,19 +232,19 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddSets(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("sets", "List the sets and surfaces of a model, or print one");
+void cli_AddSets(cli_Command& program) {
+  cli_Command command = program.AddCommand("sets", "List the sets and surfaces of a model, or print one");
   auto arguments = std::make_shared<Arguments>();
-  command->add_option("MODEL", arguments->file, "Model file (.cgdb)")->required();
-  command->add_option("NAME", arguments->name,
-                      "Set or surface to print: NAME if it is the only one, else node:NAME, element:NAME or "
-                      "surface:NAME, or MESH/NAME as listed");
-  command->add_flag("--json", arguments->json, "Print the facts as JSON");
-  command->footer(
+  command.AddOption("MODEL", arguments->file, "Model file (.cgdb)").Required();
+  command.AddOption("NAME", arguments->name,
+                    "Set or surface to print: NAME if it is the only one, else node:NAME, element:NAME or "
+                    "surface:NAME, or MESH/NAME as listed");
+  command.AddFlag("--json", arguments->json, "Print the facts as JSON");
+  command.Footer(
       "Nodes and elements are given by user label, 1:9:2 standing for 1,3,5,7,9. Faces and edges count\n"
       "from 0 as in \"coregeometry shapes\"; a shell has one face, which can be meant from behind.\n"
       "\n"
       "Example:\n"
       "  coregeometry sets bracket.cgdb fixed");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

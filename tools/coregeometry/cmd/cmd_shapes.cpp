@@ -52,18 +52,18 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddShapes(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("shapes", "Print the element shapes that the library knows");
+void cli_AddShapes(cli_Command& program) {
+  cli_Command command = program.AddCommand("shapes", "Print the element shapes that the library knows");
   auto arguments = std::make_shared<Arguments>();
-  command->add_flag("--table", arguments->table, "The table of all shapes");
-  command->add_flag("--node-counts", arguments->nodeCounts, "The script that maps labels to node counts");
-  command->add_option("--label", arguments->label,
-                      "One element type: nodes, faces, edges, integration points and\n"
-                      "the node orders of Exodus II and VTK");
-  command->add_flag("--json", arguments->json,
-                    "Labels with their main facts as JSON; with --label the facts of that type");
-  command->footer("Examples: one element type; labels of elements with 20 nodes\n"
-                  "  coregeometry shapes --label C3D20R\n"
-                  "  coregeometry shapes --json | jq -r '.[] | select(.nodes == 20).type'");
-  command->callback([arguments] { Run(*arguments); });
+  command.AddFlag("--table", arguments->table, "The table of all shapes");
+  command.AddFlag("--node-counts", arguments->nodeCounts, "The script that maps labels to node counts");
+  command.AddOption("--label", arguments->label,
+                    "One element type: nodes, faces, edges, integration points and\n"
+                    "the node orders of Exodus II and VTK");
+  command.AddFlag("--json", arguments->json,
+                  "Labels with their main facts as JSON; with --label the facts of that type");
+  command.Footer("Examples: one element type; labels of elements with 20 nodes\n"
+                 "  coregeometry shapes --label C3D20R\n"
+                 "  coregeometry shapes --json | jq -r '.[] | select(.nodes == 20).type'");
+  command.OnRun([arguments] { Run(*arguments); });
 }

@@ -57,14 +57,14 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddSkin(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("skin", "Write the outside of a mesh as shells (Exodus II)");
+void cli_AddSkin(cli_Command& program) {
+  cli_Command command = program.AddCommand("skin", "Write the outside of a mesh as shells (Exodus II)");
   auto arguments = std::make_shared<Arguments>();
-  cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
-  cli_AddOutputOptions(*command, arguments->output, Formats(), "File to write, .exo (.e, .g)");
-  cli_AddNames(*command, "--sets", arguments->sets, "The outside of these sets, and these surfaces, alone");
-  command->add_flag("--edges", arguments->edges, "Write feature edges as beams, too");
-  command->footer(
+  cli_AddModelOptions(command, arguments->file, arguments->name, arguments->json);
+  cli_AddOutputOptions(command, arguments->output, Formats(), "File to write, .exo (.e, .g)");
+  cli_AddNames(command, "--sets", arguments->sets, "The outside of these sets, and these surfaces, alone");
+  command.AddFlag("--edges", arguments->edges, "Write feature edges as beams, too");
+  command.Footer(
       "Shells and faces of solids that no other solid has; a block for each number of nodes in each element\n"
       "class or set. Nodes keep their labels. Two element maps, source_element and source_face, tell the\n"
       "label of the element that a shell was a face of, and which face, from 1; of a beam, one of its "
@@ -72,5 +72,5 @@ void cli_AddSkin(CLI::App& app) {
       "\n"
       "Example:\n"
       "  coregeometry skin bracket.cgdb -o bracket-skin.exo --edges");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

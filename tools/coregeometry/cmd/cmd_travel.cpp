@@ -127,35 +127,35 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddTravel(CLI::App& app) {
-  CLI::App* command =
-      app.add_subcommand("travel", "How far a model moves along a direction until it meets another");
+void cli_AddTravel(cli_Command& program) {
+  cli_Command command =
+      program.AddCommand("travel", "How far a model moves along a direction until it meets another");
   auto arguments = std::make_shared<Arguments>();
-  command->add_option("MODEL", arguments->files, "The model that moves and the one it is to meet (.cgdb)")
-      ->required()
-      ->expected(1, 2);
-  cli_AddTriple(*command, "--direction", arguments->direction, "Where to; the length does not matter")
-      ->required();
+  command.AddOption("MODEL", arguments->files, "The model that moves and the one it is to meet (.cgdb)")
+      .Required()
+      .Words(1, 2);
+  cli_AddTriple(command, "--direction", arguments->direction, "Where to; the length does not matter")
+      .Required();
   command
-      ->add_option(
+      .AddOption(
           "--part", arguments->parts,
           "Part of the first model, then of the second: an element type, a category of elements or its "
           "last piece, a set or a surface. With one model both parts are of it")
-      ->type_name("NAME")
-      ->expected(1, 2);
+      .TypeName("NAME")
+      .Words(1, 2);
   command
-      ->add_option(
+      .AddOption(
           "--name", arguments->names,
           "Name of the mesh of the first model, then of the second; not needed when a model has one mesh")
-      ->type_name("NAME")
-      ->expected(1, 2);
-  command->add_flag("--json", arguments->json, "Print the facts as JSON");
-  command->footer(
+      .TypeName("NAME")
+      .Words(1, 2);
+  command.AddFlag("--json", arguments->json, "Print the facts as JSON");
+  command.Footer(
       "Prints the distance, and the elements and points that meet; 0 when they touch or overlap. Shells and "
       "the\n"
       "outside of solids count, with straight edges between corners. Exit code 0 also when they never meet.\n"
       "\n"
       "Example: two parts of one model\n"
       "  coregeometry travel press.cgdb --direction 0,0,-1 --part punch sheet");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

@@ -147,21 +147,21 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddUpgrade(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("upgrade", "Rewrite objects of older layouts in the current one");
+void cli_AddUpgrade(cli_Command& program) {
+  cli_Command command = program.AddCommand("upgrade", "Rewrite objects of older layouts in the current one");
   auto arguments = std::make_shared<Arguments>();
-  command->add_option("MODEL", arguments->file, "Model file (.cgdb)")->required();
-  command->add_option("--backup", arguments->backup, "Where the file as it was is kept (default: MODEL.bak)");
-  command->add_flag("--no-backup", arguments->noBackup, "Keep no copy of the file as it was");
-  command->add_flag("--dry-run", arguments->dryRun,
-                    "Convert everything in memory and print what would change; the file stays as it is");
-  command->add_flag("--json", arguments->json, "Print the facts as JSON");
-  command->footer(
+  command.AddOption("MODEL", arguments->file, "Model file (.cgdb)").Required();
+  command.AddOption("--backup", arguments->backup, "Where the file as it was is kept (default: MODEL.bak)");
+  command.AddFlag("--no-backup", arguments->noBackup, "Keep no copy of the file as it was");
+  command.AddFlag("--dry-run", arguments->dryRun,
+                  "Convert everything in memory and print what would change; the file stays as it is");
+  command.AddFlag("--json", arguments->json, "Print the facts as JSON");
+  command.Footer(
       "Reading never needs it: old layouts are converted as they are read. \"coregeometry info\" tells\n"
       "whether a model has any. All objects are rewritten, or none. Pyramids that were stored when they had\n"
       "no shape become collapsed hexahedra, in a pass of their own.\n"
       "\n"
       "Example:\n"
       "  coregeometry upgrade old-wing.cgdb");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

@@ -109,18 +109,18 @@ void Run(const Arguments& arguments) {
 }
 } // namespace
 
-void cli_AddView(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("view", "Write a page for browsers that shows a mesh (HTML)");
+void cli_AddView(cli_Command& program) {
+  cli_Command command = program.AddCommand("view", "Write a page for browsers that shows a mesh (HTML)");
   auto arguments = std::make_shared<Arguments>();
-  cli_AddModelOptions(*command, arguments->file, arguments->name, arguments->json);
-  cli_AddOutputOptions(*command, arguments->output, Formats(), "Page to write, .html");
-  cli_AddNames(*command, "--sets", arguments->sets,
+  cli_AddModelOptions(command, arguments->file, arguments->name, arguments->json);
+  cli_AddOutputOptions(command, arguments->output, Formats(), "Page to write, .html");
+  cli_AddNames(command, "--sets", arguments->sets,
                "Have these sets and surfaces alone in the page, and show them at first");
-  cli_AddContourOptions(*command, arguments->contour);
-  cli_AddTriple(*command, "--view", arguments->direction,
+  cli_AddContourOptions(command, arguments->contour);
+  cli_AddTriple(command, "--view", arguments->direction,
                 "Direction to the viewer at first; 1,-1.5,1 by default");
-  command->add_option("--title", arguments->title, "Title; the name of the mesh by default");
-  command->footer(
+  command.AddOption("--title", arguments->title, "Title; the name of the mesh by default");
+  command.Footer(
       "The page is one file that needs no other and no network. It shows the outside of the mesh in a\n"
       "browser with WebGL: drag to turn it, scroll to come closer, drag with the right button to move it,\n"
       "and click to see the label and class of an element and the label of the nearest node. Classes, sets\n"
@@ -128,5 +128,5 @@ void cli_AddView(CLI::App& app) {
       "\n"
       "Example:\n"
       "  coregeometry view bracket.cgdb -o bracket.html");
-  command->callback([arguments] { Run(*arguments); });
+  command.OnRun([arguments] { Run(*arguments); });
 }

@@ -1,0 +1,106 @@
+#include "cli_Command.h"
+
+#include <CLI/CLI.hpp>
+#include <array>
+#include <optional>
+
+cli_Option& cli_Option::Required(bool isRequired) {
+  option_->required(isRequired);
+  return *this;
+}
+
+cli_Option& cli_Option::OneOf(const std::vector<std::string>& words) {
+  option_->check(CLI::IsMember(words));
+  return *this;
+}
+
+cli_Option& cli_Option::NonNegative() {
+  option_->check(CLI::NonNegativeNumber);
+  return *this;
+}
+
+cli_Option& cli_Option::Between(int least, int most) {
+  option_->check(CLI::Range(least, most));
+  return *this;
+}
+
+cli_Option& cli_Option::Between(double least, double most) {
+  option_->check(CLI::Range(least, most));
+  return *this;
+}
+
+cli_Option& cli_Option::Needs(cli_Option other) {
+  option_->needs(other.option_);
+  return *this;
+}
+
+cli_Option& cli_Option::Excludes(cli_Option other) {
+  option_->excludes(other.option_);
+  return *this;
+}
+
+cli_Option& cli_Option::Group(const std::string& title) {
+  option_->group(title);
+  return *this;
+}
+
+cli_Option& cli_Option::TypeName(const std::string& text) {
+  option_->type_name(text);
+  return *this;
+}
+
+cli_Option& cli_Option::Delimiter(char between) {
+  option_->delimiter(between);
+  return *this;
+}
+
+cli_Option& cli_Option::Words(int least, int most) {
+  option_->expected(least, most);
+  return *this;
+}
+
+cli_Option& cli_Option::Repeatable() {
+  option_->expected(1)->allow_extra_args(false)->take_all();
+  return *this;
+}
+
+cli_Option& cli_Option::ShowDefault() {
+  option_->capture_default_str();
+  return *this;
+}
+
+cli_Command cli_Command::AddCommand(const std::string& name, const std::string& help) {
+  return cli_Command(*app_->add_subcommand(name, help));
+}
+
+template<class T>
+cli_Option cli_Command::AddOption(const std::string& name, T& value, const std::string& help) {
+  return cli_Option(app_->add_option(name, value, help));
+}
+
+cli_Option cli_Command::AddFlag(const std::string& name, bool& value, const std::string& help) {
+  return cli_Option(app_->add_flag(name, value, help));
+}
+
+cli_Option cli_Command::AddReader(const std::string& name, std::function<void(const std::string&)> read,
+                                  const std::string& help) {
+  return cli_Option(app_->add_option_function<std::string>(name, read, help));
+}
+
+cli_Option cli_Command::Option(const std::string& name) const { return cli_Option(app_->get_option(name)); }
+
+void cli_Command::Footer(const std::string& text) { app_->footer(text); }
+
+void cli_Command::OnRun(std::function<void()> run) { app_->callback(std::move(run)); }
+
+// the kinds of variables that options set
+template cli_Option cli_Command::AddOption(const std::string&, int&, const std::string&);
+template cli_Option cli_Command::AddOption(const std::string&, double&, const std::string&);
+template cli_Option cli_Command::AddOption(const std::string&, std::string&, const std::string&);
+template cli_Option cli_Command::AddOption(const std::string&, std::optional<int>&, const std::string&);
+template cli_Option cli_Command::AddOption(const std::string&, std::optional<double>&, const std::string&);
+template cli_Option cli_Command::AddOption(const std::string&, std::optional<std::string>&,
+                                           const std::string&);
+template cli_Option cli_Command::AddOption(const std::string&, std::vector<int>&, const std::string&);
+template cli_Option cli_Command::AddOption(const std::string&, std::vector<double>&, const std::string&);
+template cli_Option cli_Command::AddOption(const std::string&, std::vector<std::string>&, const std::string&);
