@@ -6,6 +6,7 @@
 #include "fmt_Sets.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <map>
 
@@ -17,22 +18,24 @@ template<class Real> class Points {
 public:
   using Point = std::array<Real, 3>;
 
-  int Find(Point point) {
-    for (Real& x : point) x += Real{0}; // -0 is 0
-    if (5 * (size_ + 1) > 4 * tableSize_) Grow();
-    for (std::size_t slot = Hash(point) & (tableSize_ - 1);; slot = (slot + 1) & (tableSize_ - 1)) {
-      if (table_[slot] < 0) {
-        if (size_ % kBlock == 0) blocks_.push_back(fmt_MakePiece<Point>(kBlock));
-        blocks_.back()[size_ % kBlock] = point;
-        return table_[slot] = static_cast<int>(size_++);
-      }
-      if (At(table_[slot]) == point) return table_[slot];
-    }
+  /// Memory for so many points in all is made at once.
+  void Reserve(std::size_t count) {
+    if (5 * count > 4 * tableSize_) MakeTable(std::bit_ceil(std::max<std::size_t>(1024, 5 * count / 4 + 1)));
   }
-  /// Asks for what finding the point will need, some time before.
-  void Announce(Point point) const {
-    for (Real& x : point) x += Real{0};
-    if (tableSize_ > 0) __builtin_prefetch(&table_[Hash(point) & (tableSize_ - 1)]);
+  /// The number of each point. A table larger than the cache is read twice ahead of its use: the slot of a
+  /// point, then the point that stands there.
+  void Find(std::span<const Point> points, std::span<int> found) {
+    constexpr std::size_t kFar = 24, kNear = 12;
+    Reserve(size_ + points.size());
+    hashes_.resize(points.size());
+    std::ranges::transform(points, hashes_.begin(), &Hash);
+    const std::size_t mask = tableSize_ - 1;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+      if (i + kFar < points.size()) __builtin_prefetch(&table_[hashes_[i + kFar] & mask]);
+      if (i + kNear < points.size())
+        if (const int index = table_[hashes_[i + kNear] & mask]; index >= 0) __builtin_prefetch(&At(index));
+      found[i] = Find(points[i], hashes_[i]);
+    }
   }
   std::size_t Size() const { return size_; }
 
@@ -58,7 +61,8 @@ private:
   }
   static std::size_t Hash(const Point& point) {
     std::uint64_t mixed = 0;
-    for (const Real x : point) {
+    for (Real x : point) {
+      x += Real{0}; // -0 is 0
       std::uint64_t bits = 0;
       std::memcpy(&bits, &x, sizeof x);
       mixed = (mixed ^ bits) * 0x9E3779B97F4A7C15U;
@@ -66,8 +70,19 @@ private:
     }
     return static_cast<std::size_t>(mixed);
   }
-  void Grow() {
-    tableSize_ = std::max<std::size_t>(1024, 2 * tableSize_);
+  int Find(Point point, std::size_t hash) {
+    for (std::size_t slot = hash & (tableSize_ - 1);; slot = (slot + 1) & (tableSize_ - 1)) {
+      if (table_[slot] < 0) {
+        if (size_ % kBlock == 0) blocks_.push_back(fmt_MakePiece<Point>(kBlock));
+        for (Real& x : point) x += Real{0};
+        blocks_.back()[size_ % kBlock] = point;
+        return table_[slot] = static_cast<int>(size_++);
+      }
+      if (At(table_[slot]) == point) return table_[slot];
+    }
+  }
+  void MakeTable(std::size_t size) {
+    tableSize_ = size;
     table_.reset(); // it is made anew from the points
     table_ = fmt_MakePiece<int>(tableSize_);
     std::fill_n(table_.get(), tableSize_, -1);
@@ -80,8 +95,9 @@ private:
 
   std::vector<fmt_Piece<Point>> blocks_; ///< points in order
   std::size_t size_ = 0;
-  fmt_Piece<int> table_;      ///< of indices, -1 where there is none
-  std::size_t tableSize_ = 0; ///< a power of two
+  fmt_Piece<int> table_;            ///< of indices, -1 where there is none
+  std::size_t tableSize_ = 0;       ///< a power of two
+  std::vector<std::size_t> hashes_; ///< of the points that are being found
 };
 
 /// A named piece of an ascii file.
@@ -98,8 +114,8 @@ public:
     in_.At("header", false);
     in_.Skip(kHeader);
     const auto count = in_.ReadOne<std::uint32_t>();
+    points_.Reserve(count / 2); // as many as a closed surface has
     std::vector<unsigned char> records;
-    constexpr std::size_t kAtOnce = 2048, kAhead = 12;
     for (std::size_t done = 0; done < count; done += records.size() / kRecord) {
       in_.At("triangles from " + std::to_string(done + 1), false);
       records.resize(kRecord * std::min(kAtOnce, count - done));
@@ -110,22 +126,13 @@ public:
         std::memcpy(numbers.data(), at, sizeof numbers);
         std::memcpy(&attribute, at + sizeof numbers, sizeof attribute);
         numAttributes_ += attribute != 0;
-        if (const unsigned char* later = at + kAhead * kRecord; later < records.data() + records.size())
-          Announce(later);
         std::array<Real, 12> exact;
         std::ranges::copy(numbers, exact.begin());
         AddTriangle(exact);
       }
     }
+    AddWaiting();
     numLeft_ = static_cast<long long>(in_.Left());
-  }
-
-  /// The corners of a record.
-  void Announce(const unsigned char* record) const {
-    std::array<float, 9> corners;
-    std::memcpy(corners.data(), record + kRecord - sizeof(std::uint16_t) - sizeof corners, sizeof corners);
-    for (std::size_t k = 0; k < corners.size(); k += 3)
-      points_.Announce({Real{corners[k]}, Real{corners[k + 1]}, Real{corners[k + 2]}});
   }
 
   void ReadAscii() {
@@ -138,6 +145,7 @@ public:
       solids_.push_back({name, numTriangles_});
       while (!IsNext("endsolid")) ReadFacet();
       in_.Line();
+      AddWaiting();
     }
   }
 
@@ -173,6 +181,9 @@ public:
   }
 
 private:
+  using Point = typename Points<Real>::Point;
+  static constexpr std::size_t kAtOnce = 512; ///< triangles whose corners are found together
+
   bool IsNext(std::string_view word) {
     in_.SkipBlanks();
     if (!in_.Peek(word.size()).starts_with(word)) return false;
@@ -217,32 +228,45 @@ private:
   }
 
   void AddTriangle(const std::array<Real, 12>& numbers) {
-    std::array<int, 3> nodes;
-    const auto corner = [&](std::size_t k, std::size_t axis) {
-      return static_cast<double>(numbers[3 + 3 * k + axis]);
+    for (std::size_t k = 3; k < numbers.size(); ++k)
+      if (!(std::abs(static_cast<double>(numbers[k])) <= 3.4028234663852886e38))
+        in_.Fail("triangle " + std::to_string(numTriangles_ + numDegenerate_ + waiting_.size() / 3 + 1) + ": "
+                 + std::to_string(numbers[k]) + " is no coordinate in single precision");
+    for (std::size_t k = 3; k < numbers.size(); k += 3)
+      waiting_.push_back({numbers[k], numbers[k + 1], numbers[k + 2]});
+    normals_.push_back({numbers[0], numbers[1], numbers[2]});
+    if (normals_.size() == kAtOnce) AddWaiting();
+  }
+
+  /// Numbers the corners of the triangles that wait for it, and adds them.
+  void AddWaiting() {
+    numbers_.resize(waiting_.size());
+    points_.Find(waiting_, numbers_);
+    for (std::size_t i = 0; i < normals_.size(); ++i) {
+      const std::span<const int, 3> nodes(&numbers_[3 * i], 3);
+      if (nodes[0] == nodes[1] || nodes[1] == nodes[2] || nodes[0] == nodes[2]) {
+        ++numDegenerate_;
+        continue;
+      }
+      numDisagreeing_ += Disagrees(normals_[i], std::span<const Point, 3>(&waiting_[3 * i], 3));
+      std::ranges::copy(nodes, rows_.Add(3).begin());
+      ++numTriangles_;
+    }
+    waiting_.clear();
+    normals_.clear();
+  }
+
+  /// True when the file's normal points against that of the corners.
+  static bool Disagrees(const Point& normal, std::span<const Point, 3> corners) {
+    const auto along = [&](std::size_t k, std::size_t axis) {
+      return static_cast<double>(corners[k][axis]) - static_cast<double>(corners[0][axis]);
     };
-    for (std::size_t k = 0; k < 3; ++k) {
-      const Real* at = numbers.data() + 3 + 3 * k;
-      for (std::size_t axis = 0; axis < 3; ++axis)
-        if (!(std::abs(static_cast<double>(at[axis])) <= 3.4028234663852886e38))
-          in_.Fail("triangle " + std::to_string(numTriangles_ + numDegenerate_ + 1) + ": "
-                   + std::to_string(at[axis]) + " is no coordinate in single precision");
-      nodes[k] = points_.Find({at[0], at[1], at[2]});
-    }
-    if (nodes[0] == nodes[1] || nodes[1] == nodes[2] || nodes[0] == nodes[2]) {
-      ++numDegenerate_;
-      return;
-    }
-    double product = 0; // of the file's normal and that of the corners
+    double product = 0;
     for (std::size_t axis = 0; axis < 3; ++axis) {
       const std::size_t b = (axis + 1) % 3, c = (axis + 2) % 3;
-      product += static_cast<double>(numbers[axis])
-                 * ((corner(1, b) - corner(0, b)) * (corner(2, c) - corner(0, c))
-                    - (corner(1, c) - corner(0, c)) * (corner(2, b) - corner(0, b)));
+      product += static_cast<double>(normal[axis]) * (along(1, b) * along(2, c) - along(1, c) * along(2, b));
     }
-    numDisagreeing_ += product < 0;
-    std::ranges::copy(nodes, rows_.Add(3).begin());
-    ++numTriangles_;
+    return product < 0;
   }
 
   /// Solids of one name are one set.
@@ -263,6 +287,8 @@ private:
 
   fmt_Input& in_;
   Points<Real> points_;
+  std::vector<Point> waiting_, normals_; ///< corners and normals of triangles that are not numbered yet
+  std::vector<int> numbers_;             ///< of their corners
   fmt_Chunks<int> rows_;
   std::vector<Solid> solids_;
   std::int64_t numTriangles_ = 0;
