@@ -82,7 +82,8 @@ cli_Option cli_Command::AddFlag(const std::string& name, bool& value, const std:
   return cli_Option(app_->add_flag(name, value, help));
 }
 
-cli_Option cli_Command::AddReader(const std::string& name, std::function<void(const std::string&)> read,
+cli_Option cli_Command::AddReader(const std::string& name,
+                                  const std::function<void(const std::string&)>& read,
                                   const std::string& help) {
   return cli_Option(app_->add_option_function<std::string>(name, read, help));
 }

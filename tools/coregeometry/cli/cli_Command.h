@@ -62,7 +62,7 @@ public:
   template<class T> cli_Option AddOption(const std::string& name, T& value, const std::string& help);
   cli_Option AddFlag(const std::string& name, bool& value, const std::string& help);
   /// An option whose word is handed to a function.
-  cli_Option AddReader(const std::string& name, std::function<void(const std::string&)> read,
+  cli_Option AddReader(const std::string& name, const std::function<void(const std::string&)>& read,
                        const std::string& help);
   cli_Option Option(const std::string& name) const; ///< one that has been added
   void Footer(const std::string& text);
