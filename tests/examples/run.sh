@@ -20,3 +20,6 @@ grep -q "the base has the nodes 100:103" out
 "$tool" check two_bricks.cgdb
 if "$programs/cookbook/mesh_from_arrays" 2>err; then exit 1; fi
 grep -q two_bricks.cgdb err # it is told, not overwritten
+
+"$programs/executors" | tee out
+(($(wc -l <out) >= 3 && $(sed 's/.*: //' out | sort -u | wc -l) == 1)) # the same answer from each

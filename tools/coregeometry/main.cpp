@@ -4,6 +4,7 @@
 #include "cli_Console.h"
 #include "cli_Model.h"
 #include "cli_Parser.h"
+#include "cli_Threads.h"
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <algorithm>
@@ -50,6 +51,11 @@ int Run(int argc, char** argv) {
       "-v,--verbose", [] { cli_SetTalk(cli_Talk::Verbose); },
       "Tell each step and the time it took on stderr");
   cli_Command program(app);
+  int numThreads = cli_NumCores();
+  program.AddOption("--threads", numThreads, "Threads to work on; by default as many as cores may be used")
+      .Between(1, 1024);
+  const std::unique_ptr<wip_Executor> executor = cli_MakeExecutor(numThreads);
+  const wip_ExecutorScope lent(executor.get());
   for (const auto add : cli_kCommands) add(program);
   const std::vector<std::string> words = cli_JoinTriples(app, std::span(argv, argv + argc).subspan(1));
   wantsJson = std::ranges::find(words, "--json") != words.end();

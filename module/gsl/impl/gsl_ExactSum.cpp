@@ -12,6 +12,7 @@ constexpr std::uint64_t kLow32 = 0xffffffffU;
 
 void gsl_ExactSum::Add(double term) noexcept {
   const auto bits = std::bit_cast<std::uint64_t>(term);
+  if (bits << 1U == 0) return;
   const auto exponent = static_cast<unsigned>(bits >> kMantissaBits & 0x7ffU);
   std::uint64_t mantissa = bits & ((std::uint64_t{1} << kMantissaBits) - 1);
   const bool isNegative = bits >> 63U != 0;

@@ -1,3 +1,4 @@
+#include <BasicUtils/wip_Executor.h>
 #include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/bme_Measures.h>
 
@@ -11,7 +12,8 @@
 #include <typeinfo>
 
 namespace {
-constexpr std::size_t kChunk = 256; ///< elements that are measured together
+constexpr std::size_t kChunk = 256;         ///< elements that are measured together
+constexpr std::size_t kPiece = 32 * kChunk; ///< elements that one thread measures
 
 /// Coordinates of the nodes; `copy` keeps them for node data of a derived class.
 std::span<const float> CoordinatesOf(const bme_NodeData& nodes, std::vector<float>& copy) {
@@ -60,78 +62,57 @@ std::optional<double> Ask(const bme_ElementValue& value, const bme_ElementClass&
   return answer && std::isfinite(*answer) && *answer >= 0 ? answer : std::nullopt;
 }
 
-template<class Real> class Measurer {
+/// What all measuring of one call shares.
+template<class Real> struct Question {
+  const bme_ElementData& elements;
+  std::span<const Real> coordinates;
+  const bme_MeasureOptions& options;
+  std::array<double, 3> origin; ///< that moments are about
+  bool hasLabels;
+
+  int LabelOf(const bme_ElementClass& type, int position) const {
+    return hasLabels ? type.UserElementLabels()[static_cast<std::size_t>(position)]
+                     : type.FirstElementIndex() + position + 1;
+  }
+};
+
+/// Measures some elements of a class.
+template<class Real> class PieceMeasurer {
 public:
-  Measurer(const bme_ElementData& elements, std::span<const Real> coordinates,
-           const bme_MeasureOptions& options)
-      : elements_(elements), coordinates_(coordinates), options_(options), origin_(MiddleOf(coordinates)),
-        hasLabels_(elements.HasUserElementLabels()) {
+  PieceMeasurer(const Question<Real>& question, const bme_ElementClass& type, const shp_Shape& shape)
+      : question_(question), type_(type), shape_(shape), coordinates_(question.coordinates),
+        options_(question.options), origin_(question.origin), rule_(shape, options_.order) {
     result_.length = result_.area = result_.volume = result_.mass = bme_Moments(origin_);
+    const bool isRevolved = (shape.IsAxiSymmetric() || shape.IsCaxaElement()) && shape.NumSpatialDims() == 2;
+    if (isRevolved && StandsForABody(shape)) turn_.emplace(shape, options_.order, true);
   }
 
-  bme_Measures All() {
-    for (unsigned c = 0; c < elements_.NumClasses(); ++c) {
-      const bme_ElementClass& type = elements_.GetClass(c);
-      std::vector<int> positions(static_cast<std::size_t>(type.NumElements()));
-      std::iota(positions.begin(), positions.end(), 0);
-      Measure(type, positions);
-    }
-    return std::move(result_);
-  }
-
-  bme_Measures Some(std::span<const unsigned> list) {
-    std::vector<unsigned> sorted(list.begin(), list.end());
-    std::ranges::sort(sorted);
-    sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
-    for (auto element = sorted.begin(); element != sorted.end();) {
-      const bme_ElementClass& type = elements_.GetElemClass(*element);
-      const auto first = static_cast<unsigned>(type.FirstElementIndex());
-      const auto end =
-          std::lower_bound(element, sorted.end(), first + static_cast<unsigned>(type.NumElements()));
-      std::vector<int> positions;
-      for (; element != end; ++element) positions.push_back(static_cast<int>(*element - first));
-      Measure(type, positions);
+  bme_Measures Measure(std::span<const int> positions) {
+    result_.numElements = static_cast<long long>(positions.size());
+    if (shape_.Options().Family() == shp_Family::Point) {
+      if (options_.density && !shape_.IsInternal() && !shape_.IsSurface() && !shape_.IsRigid())
+        AddPoints(positions);
+    } else if (rule_.IsEmpty()) {
+      for (const int position : positions) result_.withoutShape.push_back(LabelOf(position));
+    } else {
+      wip_InBlocks(positions.size(), kChunk, [&](std::size_t first, std::size_t end) {
+        MeasureChunk(positions.subspan(first, end - first));
+      });
     }
     return std::move(result_);
   }
 
 private:
-  int LabelOf(const bme_ElementClass& type, int position) const {
-    return hasLabels_ ? type.UserElementLabels()[static_cast<std::size_t>(position)]
-                      : type.FirstElementIndex() + position + 1;
-  }
+  int LabelOf(int position) const { return question_.LabelOf(type_, position); }
 
-  void Measure(const bme_ElementClass& type, std::span<const int> positions) {
-    result_.numElements += static_cast<long long>(positions.size());
-    const shp_Shape* shape = type.Shape();
-    const bool isPoint = shape && shape->Options().Family() == shp_Family::Point;
-    if (isPoint && options_.density && !shape->IsInternal() && !shape->IsSurface() && !shape->IsRigid())
-      AddPoints(type, positions);
-    if (isPoint) return;
-    std::optional<shp_MeasureRule> rule;
-    if (shape) rule.emplace(*shape, options_.order);
-    if (!rule || rule->IsEmpty()) {
-      for (const int position : positions) result_.withoutShape.push_back(LabelOf(type, position));
-      return;
-    }
-    const bool revolved = (shape->IsAxiSymmetric() || shape->IsCaxaElement()) && shape->NumSpatialDims() == 2;
-    std::optional<shp_MeasureRule> turn;
-    if (revolved && StandsForABody(*shape)) turn.emplace(*shape, options_.order, true);
-    wip_InBlocks(positions.size(), kChunk, [&](std::size_t first, std::size_t end) {
-      MeasureChunk(type, *shape, *rule, turn ? &*turn : nullptr, positions.subspan(first, end - first));
-    });
-  }
-
-  void AddPoints(const bme_ElementClass& type, std::span<const int> positions) {
-    wip_Poll poll(8192);
+  void AddPoints(std::span<const int> positions) {
     for (const int position : positions) {
-      poll.Advance();
-      const int node = type.Connectivity(position)[0];
-      const auto mass = Ask(options_.pointMass, type, position);
+      const int node = type_.Connectivity(position)[0];
+      const auto mass = Ask(options_.pointMass, type_, position);
       if (!IsNode(node)) {
-        result_.withoutNodes.push_back(LabelOf(type, position));
+        result_.withoutNodes.push_back(LabelOf(position));
       } else if (!mass) {
-        result_.noPointMass.push_back(LabelOf(type, position));
+        result_.noPointMass.push_back(LabelOf(position));
       } else {
         shp_Moments moments;
         moments.measure = 1;
@@ -148,10 +129,9 @@ private:
     return node >= 0 && 3 * static_cast<std::size_t>(node) < coordinates_.size();
   }
 
-  void MeasureChunk(const bme_ElementClass& type, const shp_Shape& shape, shp_MeasureRule& rule,
-                    shp_MeasureRule* turn, std::span<const int> positions) {
-    const auto rowLength = static_cast<std::size_t>(type.NumNodesPerElem());
-    const std::span<const int> all = type.ElementConnectivity().Const();
+  void MeasureChunk(std::span<const int> positions) {
+    const auto rowLength = static_cast<std::size_t>(type_.NumNodesPerElem());
+    const std::span<const int> all = type_.ElementConnectivity().Const();
     rows_.clear();
     measured_.clear();
     for (const int position : positions) {
@@ -162,69 +142,138 @@ private:
         rows_.insert(rows_.end(), row.begin(), row.end());
         measured_.push_back(position);
       } else {
-        result_.withoutNodes.push_back(LabelOf(type, position));
+        result_.withoutNodes.push_back(LabelOf(position));
       }
     }
     own_.resize(measured_.size());
-    rule.IntegrateEach(rows_, rowLength, coordinates_, origin_, own_);
-    if (turn) {
+    rule_.IntegrateEach(rows_, rowLength, coordinates_, origin_, own_);
+    if (turn_) {
       turned_.resize(measured_.size());
-      turn->IntegrateEach(rows_, rowLength, coordinates_, {}, turned_);
+      turn_->IntegrateEach(rows_, rowLength, coordinates_, {}, turned_);
       for (shp_Moments& moments : turned_) MoveReference(moments, origin_);
     }
-    bme_Moments& total = rule.NumDims() == 1   ? result_.length
-                         : rule.NumDims() == 2 ? result_.area
-                                               : result_.volume;
+    bme_Moments& total = rule_.NumDims() == 1   ? result_.length
+                         : rule_.NumDims() == 2 ? result_.area
+                                                : result_.volume;
     for (std::size_t k = 0; k < measured_.size(); ++k) {
       const double measure = own_[k].measure;
       if (!std::isfinite(measure)) {
-        result_.withoutNodes.push_back(LabelOf(type, measured_[k]));
+        result_.withoutNodes.push_back(LabelOf(measured_[k]));
         continue;
       }
       total.Add(own_[k], 1);
       if (!(std::abs(measure) > own_[k].noise))
-        result_.zero.push_back(LabelOf(type, measured_[k]));
+        result_.zero.push_back(LabelOf(measured_[k]));
       else if (measure < 0)
-        result_.inverted.push_back(LabelOf(type, measured_[k]));
-      if (StandsForABody(shape))
-        AddBody(type, measured_[k], rule.NumDims(), own_[k], turn ? &turned_[k] : nullptr);
+        result_.inverted.push_back(LabelOf(measured_[k]));
+      if (StandsForABody(shape_))
+        AddBody(measured_[k], rule_.NumDims(), own_[k], turn_ ? &turned_[k] : nullptr);
     }
   }
 
   /// Adds to the volume, unless that is the element's own, and to the mass.
-  void AddBody(const bme_ElementClass& type, int position, int numDims, const shp_Moments& own,
-               const shp_Moments* turned) {
+  void AddBody(int position, int numDims, const shp_Moments& own, const shp_Moments* turned) {
     const bool isSolid = numDims == 3 || (numDims == 2 && turned);
     const bool isSection = numDims == 1 && !turned;
     const shp_Moments& moments = turned ? *turned : own;
     std::optional<double> size = 1.0;
     if (!isSolid) {
-      size = Ask(isSection ? options_.sectionArea : options_.thickness, type, position);
+      size = Ask(isSection ? options_.sectionArea : options_.thickness, type_, position);
       if (!size) {
-        (isSection ? result_.noSectionArea : result_.noThickness).push_back(LabelOf(type, position));
+        (isSection ? result_.noSectionArea : result_.noThickness).push_back(LabelOf(position));
         return;
       }
     }
     const double thickness = isSolid || isSection ? 0 : *size;
     if (numDims < 3) result_.volume.Add(moments, *size, thickness);
     if (!options_.density) return;
-    if (const auto density = Ask(options_.density, type, position))
+    if (const auto density = Ask(options_.density, type_, position))
       result_.mass.Add(moments, *size * *density, thickness);
     else
-      result_.noDensity.push_back(LabelOf(type, position));
+      result_.noDensity.push_back(LabelOf(position));
   }
 
-  const bme_ElementData& elements_;
+  const Question<Real>& question_;
+  const bme_ElementClass& type_;
+  const shp_Shape& shape_;
   std::span<const Real> coordinates_;
   const bme_MeasureOptions& options_;
   std::array<double, 3> origin_;
-  bool hasLabels_;
+  shp_MeasureRule rule_;
+  std::optional<shp_MeasureRule> turn_; ///< of a full turn, for bodies in a plane through their axis
   bme_Measures result_;
   // of the chunk at work
   std::vector<int> rows_, measured_;
   std::vector<shp_Moments> own_, turned_;
 };
 
+template<class Real> class Measurer {
+public:
+  Measurer(const bme_ElementData& elements, std::span<const Real> coordinates,
+           const bme_MeasureOptions& options)
+      : question_{elements, coordinates, options, {}, elements.HasUserElementLabels()} {
+    if (options.order != shp_MomentOrder::Measure) question_.origin = MiddleOf(coordinates);
+    result_.length = result_.area = result_.volume = result_.mass = bme_Moments(question_.origin);
+  }
+
+  bme_Measures All() {
+    for (unsigned c = 0; c < question_.elements.NumClasses(); ++c) {
+      const bme_ElementClass& type = question_.elements.GetClass(c);
+      std::vector<int> positions(static_cast<std::size_t>(type.NumElements()));
+      std::iota(positions.begin(), positions.end(), 0);
+      Measure(type, positions);
+    }
+    return std::move(result_);
+  }
+
+  bme_Measures Some(std::span<const unsigned> list) {
+    std::vector<unsigned> sorted(list.begin(), list.end());
+    std::ranges::sort(sorted);
+    sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+    for (auto element = sorted.begin(); element != sorted.end();) {
+      const bme_ElementClass& type = question_.elements.GetElemClass(*element);
+      const auto first = static_cast<unsigned>(type.FirstElementIndex());
+      const auto end =
+          std::lower_bound(element, sorted.end(), first + static_cast<unsigned>(type.NumElements()));
+      std::vector<int> positions;
+      for (; element != end; ++element) positions.push_back(static_cast<int>(*element - first));
+      Measure(type, positions);
+    }
+    return std::move(result_);
+  }
+
+private:
+  void Measure(const bme_ElementClass& type, std::span<const int> positions) {
+    const shp_Shape* shape = type.Shape();
+    if (!shape) {
+      result_.numElements += static_cast<long long>(positions.size());
+      for (const int position : positions) result_.withoutShape.push_back(question_.LabelOf(type, position));
+      return;
+    }
+    const auto measure = [&](std::size_t piece) {
+      const std::size_t first = piece * kPiece;
+      return PieceMeasurer<Real>(question_, type, *shape)
+          .Measure(positions.subspan(first, std::min(kPiece, positions.size() - first)));
+    };
+    wip_MergePieces((positions.size() + kPiece - 1) / kPiece, measure,
+                    [&](const bme_Measures& part) { Add(part); });
+  }
+
+  void Add(const bme_Measures& part) {
+    result_.numElements += part.numElements;
+    for (const auto moments :
+         {&bme_Measures::length, &bme_Measures::area, &bme_Measures::volume, &bme_Measures::mass})
+      (result_.*moments).Add(part.*moments);
+    for (const auto labels :
+         {&bme_Measures::inverted, &bme_Measures::zero, &bme_Measures::withoutShape,
+          &bme_Measures::withoutNodes, &bme_Measures::noThickness, &bme_Measures::noSectionArea,
+          &bme_Measures::noDensity, &bme_Measures::noPointMass})
+      (result_.*labels).insert((result_.*labels).end(), (part.*labels).begin(), (part.*labels).end());
+  }
+
+  Question<Real> question_;
+  bme_Measures result_;
+};
 bme_Measures MeasureOnly(const bme_Mesh& mesh, std::span<const unsigned> elements) {
   return bme_CalculateMeasures(mesh, elements, {.order = shp_MomentOrder::Measure});
 }

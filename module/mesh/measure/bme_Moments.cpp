@@ -58,6 +58,13 @@ void bme_Moments::Add(const shp_Moments& moments, double factor, double thicknes
   for (std::size_t k = 0; k < 6; ++k) second_[k].Add((moments.second[k] + across * moments.normals[k]) * f);
 }
 
+void bme_Moments::Add(const bme_Moments& others) noexcept {
+  total_.Add(others.total_);
+  signedTotal_.Add(others.signedTotal_);
+  for (std::size_t a = 0; a < 3; ++a) first_[a].Add(others.first_[a]);
+  for (std::size_t k = 0; k < 6; ++k) second_[k].Add(others.second_[k]);
+}
+
 bool bme_Moments::GetCentre(gsl_Point& centre) const noexcept {
   const double total = Total();
   if (total == 0) return false;
