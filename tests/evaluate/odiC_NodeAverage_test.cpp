@@ -45,7 +45,7 @@ TEST(odiC_NodeAverage, PatchFieldsAreExactAtElementNodesCentroidsAndFaces) {
     const auto family = shape.Options().Family();
     const bool isSimplex = family == shp_Family::Triangle || family == shp_Family::Tetrahedron;
     // a distorted element whose edges are straight: the field is linear in every direction of the element
-    const auto value = [&](const shp_IsoPoint& p) {
+    const auto value = [&, isLinear = isLinear](const shp_IsoPoint& p) {
       return isLinear
                  ? 3 + 2 * p[0] - p[1] + 0.5 * p[2]
                        + (isSimplex ? 0 : 0.3 * (family == shp_Family::Wedge ? p[0] * p[2] : p[0] * p[1]))

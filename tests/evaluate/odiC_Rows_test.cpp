@@ -325,7 +325,7 @@ TEST(odiC_Rows, RotationKeepsInvariantsAndComesBack) {
       const Matrix identity{1, 0, 0, 0, 1, 0, 0, 0, 1};
       std::vector<double> space(n * width), turned(n * width), back(n * width);
       rotation.ByMatrix(identity, rows, space);
-      const auto expectSame = [&](const std::vector<double>& there, const char* by) {
+      const auto expectSame = [&, type = type](const std::vector<double>& there, const char* by) {
         for (std::size_t i = 0; i < n * width; ++i) ASSERT_NEAR(back[i], space[i], 1e-11) << type << by;
         for (const res_InvariantEnm invariant : odiC_InvariantsOf(rotation.Result())) {
           std::vector<double> values(n);

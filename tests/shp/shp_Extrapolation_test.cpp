@@ -128,7 +128,7 @@ TEST_F(shp_ExtrapolationTest, WeightsAreZeroOrOneWhereTheirValueIs) {
     std::ostringstream text;
     shape.PrintWeightsInTable(text); // with seven digits of what is computed in double precision
     std::istringstream words(text.str());
-    const auto check = [&](double weight, const char* where) {
+    const auto check = [&, label = label](double weight, const char* where) {
       EXPECT_TRUE(weight == 0 || std::abs(weight) > kLeast) << label << where << weight;
       EXPECT_TRUE(weight == 1 || std::abs(weight - 1) > kLeast) << label << where << weight;
     };
