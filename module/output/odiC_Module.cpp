@@ -6,6 +6,7 @@
 #include <CoreGeometry/odiC_Field.h>
 #include <CoreGeometry/odiC_Layout.h>
 #include <CoreGeometry/odiC_Results.h>
+#include <CoreGeometry/odiC_Step.h>
 #include <CoreGeometry/res_Component.h>
 #include <CoreGeometry/res_DataType.h>
 #include <CoreGeometry/res_Field.h>
@@ -28,7 +29,7 @@ constexpr auto kEnumerations =
     kListOf<res_OutputPositionEnm, res_DataTypeEnm, res_MatrixTypeEnm, res_CoordSystemEnm, res_ComponentEnm,
             res_InvariantEnm, res_FieldCompletenessEnm, res_ClampTypeEnm, res_StorageTypeEnm, res_PairEnm,
             res_ComplexDisplayEnm, res_SectionResultsEnm, res_LoadBCTypeEnm, res_SetTypeEnm,
-            res_LoadDescriptorEnm>;
+            res_LoadDescriptorEnm, odiC_StepKindEnm, odiC_DomainEnm>;
 
 constexpr ddb_Module kModule{odiC_kComponent, "odiC", kClasses, {}, kEnumerations};
 } // namespace
