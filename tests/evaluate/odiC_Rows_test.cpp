@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <random>
+#include <set>
 #include <sstream>
 
 namespace {
@@ -187,6 +188,7 @@ void MakeRows(const odiC_Variable& variable, std::size_t n, std::vector<T>& rows
 
 template<class T> void InvariantsFollowTheirDefinition() {
   constexpr double kAccuracy = sizeof(T) == 4 ? 2e-5 : 2e-12;
+  std::set<res_InvariantEnm> tried;
   for (const auto& [type, count] : kTypes)
     for (const bool isEngineering : {false, true}) {
       odiC_Variable variable("S", type);
@@ -200,6 +202,7 @@ template<class T> void InvariantsFollowTheirDefinition() {
           continue;
         }
         EXPECT_EQ(odiC_FindInvariant(variable, entry.text), invariant);
+        tried.insert(invariant);
         const odiC_Invariant of(variable, invariant);
         for (const std::size_t n : {0, 1, 2, 3, 4, 5, 11}) {
           std::vector<T> rows, values(n);
@@ -220,6 +223,7 @@ template<class T> void InvariantsFollowTheirDefinition() {
         }
       }
     }
+  EXPECT_EQ(tried.size(), std::size(omu_EnumTable<res_InvariantEnm>::entries)) << "no type has one of them";
 }
 TEST(odiC_Rows, InvariantsFollowTheirDefinitionInEveryType) {
   InvariantsFollowTheirDefinition<float>();

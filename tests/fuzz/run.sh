@@ -7,7 +7,7 @@ cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/../.."
 seconds=${1:?seconds}
 shift
 targets=("$@")
-((${#targets[@]})) || targets=(database_fuzz path_fuzz exodus_fuzz vtu_fuzz vtk_fuzz gmsh_fuzz stl_fuzz format_fuzz formula_fuzz layout_fuzz)
+((${#targets[@]})) || for source in tests/fuzz/*_fuzz.cpp; do targets+=("$(basename "$source" .cpp)"); done
 
 found=build/fuzz/found
 mkdir -p "$found"

@@ -27,13 +27,19 @@ for class in $classes; do
   named "$class::InitializeMetadata" "${tables[@]}" || report "no module registers the class $class"
 done
 
+kinds=$(grep -rhoE '^class CORE_GEOMETRY_API \w+ : public dtu_Datum(Csys)?\b' include | awk '{ print $3 }')
+for kind in $kinds; do
+  named "$kind::TypeId" tools/coregeometry/cli/cli_Datums.cpp || report "cli_Datums does not look for $kind"
+  named "$kind" tests/datum/OneOfEachKind.h || report "tests/datum/OneOfEachKind.h has no $kind"
+done
+
 enumerations=$(grep -rhoE 'struct omu_EnumTable<[A-Za-z0-9_:]+>' include | sed -E 's/.*<(.*)>/\1/')
 for enumeration in $enumerations; do
   named "$enumeration" "${tables[@]}" || report "no module registers the enumeration $enumeration"
 done
 
-for what in modules classes enumerations; do
-  [ "$(wc -w <<<"${!what}")" -ge 8 ] || report "hardly any $what were found"
+for what in modules classes kinds enumerations; do
+  [ "$(wc -w <<<"${!what}")" -ge 6 ] || report "hardly any $what were found"
 done
 
 mapfile -t headers < <(find include -name '*.h')

@@ -70,11 +70,16 @@ TEST_F(shp_TopologyTest, EveryNodePatternHasItsRowOfTheShapeTable) {
       {"C3D15V", "3 3 18  9 5 4 9 3 4 F F F F F T F F F 2 F F F "},
       {"CCL18", "3 3 18  9 5 4 9 3 4 F F F F F T F F F 3 F F F "},
   };
+  std::set<const void*> patterns;
   for (const auto& [label, expected] : rows) {
     std::ostringstream row;
     Shape(label).PrintMembersInTable(row);
     EXPECT_EQ(row.str(), expected + std::string("\n")) << label;
+    patterns.insert(Shape(label).NodeCoordinates().data());
   }
+  for (const auto& [label, key] : dictionary_.LabelTable())
+    EXPECT_TRUE(patterns.contains(Shape(label).NodeCoordinates().data()))
+        << "no row has the nodes of " << label;
 }
 
 TEST_F(shp_TopologyTest, OnlyLabelsMadeForItDepartFromTheGeneralRule) {

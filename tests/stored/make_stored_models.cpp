@@ -3,7 +3,11 @@
 //
 //   FOLDER/<class>_<version>   one for each superseded layout
 //   FOLDER/present_<VERSION>   an object of every class in the layouts of that version of the program
-//   FOLDER/meshes_<VERSION>    two meshes that share an array, with sets
+//   FOLDER/meshes_<VERSION>    two meshes that share an array, with sets; of releases only
+//
+// A release takes its number as VERSION. What changed since the last one, as a new class, is in present_after_<release>:
+// remove that folder and write it again, for example
+//   rm -r tests/files/present_after_0.1.0 && make_stored_models tests/files after_0.1.0
 #include "OldModels.h"
 #include "OneOfEach.h"
 #include "TwoMeshes.h"
@@ -39,6 +43,7 @@ int main(int argc, char** argv) {
       model.write(pass, 0);
       pass.Commit();
     });
-  Make(folder / ("present_" + std::string(argv[2])), WriteOneOfEach);
-  Make(folder / ("meshes_" + std::string(argv[2])), WriteTwoMeshes);
+  const std::string version = argv[2];
+  Make(folder / ("present_" + version), WriteOneOfEach);
+  if (!version.starts_with("after_")) Make(folder / ("meshes_" + version), WriteTwoMeshes);
 }

@@ -168,6 +168,10 @@ std::string TextOf(const fmt_Ledger& ledger) {
 
 TEST(Formats, GiveBackEveryElementTypeWithLabelsAndSets) {
   const TestFolder folder;
+  for (const fmt_Format& format : fmt_Formats()) // a PVD file is a list of VTU files
+    EXPECT_EQ(std::ranges::count(Ways(), format.name, &Way::format) > 0,
+              format.read && format.write && std::string_view(format.name) != "pvd")
+        << format.name;
   for (const Way& way : Ways())
     for (const char* name : kLabels) {
       if (!way.onlyLabels.empty() && std::ranges::find(way.onlyLabels, name) == way.onlyLabels.end())
