@@ -67,7 +67,8 @@ struct odiC_ElementGroup {
 };
 
 /// Means at nodes of values at element nodes or of whole elements, group by group. Elements of one group, which do not
-/// differ in section point, border or dimension, are averaged together; surface elements at a node are divided into
+/// differ in section point, border or dimension, are averaged together, a node that an element has several times with
+/// the mean of its values there; surface elements at a node are divided into
 /// chains over common edges across which the normals turn by no more than the angle of the options.
 ///
 /// Layout     a block of nodes for each group, named by its region when there are several; a node with several chains of
@@ -86,6 +87,7 @@ public:
   /// Elements of several of the regions belong to the first one; those of none are one more group.
   odiC_NodeAverage(bme_LastingMesh mesh, const odiC_Places& places, const odiC_ToNodes& options,
                    std::span<const odiC_ElementGroup> regions = {});
+  odiC_NodeAverage Again() const; ///< over the same groups, which are shared; without values
   odiC_NodeAverage(odiC_NodeAverage&&) noexcept;
   odiC_NodeAverage& operator=(odiC_NodeAverage&&) noexcept;
   ~odiC_NodeAverage();
@@ -113,7 +115,9 @@ public:
   void Keep(int block, int firstEntity, std::span<const double> rows, std::span<double> values) const;
 
 private:
+  struct Plan;
   struct Impl;
+  explicit odiC_NodeAverage(std::unique_ptr<Impl> impl);
   std::unique_ptr<Impl> impl_;
 };
 

@@ -67,8 +67,9 @@ struct CORE_GEOMETRY_API odiC_PlaceLabel {
   int label = 0; ///< user label of the node or element, index + 1 without labels; 0 for whole regions
   int point = 0; ///< integration point or element node from 1, face from 1 at faces; 0 for none
   cow_String sectionPoint, region;
+  int node = 0; ///< at element nodes the label of the node
 
-  cow_String Text() const; ///< "element 12, point 3, section point top"
+  cow_String Text() const; ///< "element 12, point 3, section point top", "element 12, node 3 (label 105)"
 };
 
 /// Without the section point, which a run knows: odiC_SectionPointName.

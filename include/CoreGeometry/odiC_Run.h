@@ -51,6 +51,8 @@ private:
   long long chunkStart_ = -1; ///< first number of the chunk that is kept
 };
 
+struct odiC_Entities;
+
 /// A run: its header, and its layouts, point sets and fields when they are asked for.
 ///
 /// Errors     odiC_Exception beginning with model and run, with the names that there are, the nearest first.
@@ -92,6 +94,8 @@ private:
   mutable cow_CountedHld<bme_Mesh> mesh_;
   mutable std::map<int, std::shared_ptr<const odiC_Layout>> layouts_;
   mutable std::map<int, std::shared_ptr<const odiC_PointSet>> pointSets_;
+  friend odiC_Entities odiC_EntitiesOfRegion(const odiC_Run& run, const cow_String& name);
+  mutable std::map<cow_String, std::shared_ptr<const odiC_Entities>> regions_;
 };
 
 /// What is wrong with a layout on a mesh; empty when nothing is. Point sets are those of the run.

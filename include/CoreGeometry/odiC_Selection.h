@@ -85,8 +85,8 @@ public:
   /// Places whose values add to those of the nodes that are meant: every element that has one of them counts,
   /// though not all its nodes are chosen.
   odiC_Places ContributionsIn(const odiC_Run& run, std::shared_ptr<const odiC_Layout> layout) const;
-  /// Of the nodes that they add to, those that are meant.
-  odiC_Places NodesIn(const odiC_Run& run, std::shared_ptr<const odiC_Layout> layout) const;
+  /// Of the nodes that they add to, and of the faces that they are carried to, those that are meant.
+  odiC_Places ResultIn(const odiC_Run& run, std::shared_ptr<const odiC_Layout> layout) const;
   const odiC_What& What() const noexcept { return what_; }
   std::optional<res_SectionResultsEnm> SectionResults() const noexcept { return section_; }
   bool ArePlacesNarrowed() const noexcept { return where_ != nullptr; }

@@ -8,13 +8,15 @@
 #include <optional>
 
 /// Where values are carried to.
-enum class odiC_CarriedTo { AsStored, ElementNodes, Centroids, Nodes };
+enum class odiC_CarriedTo { AsStored, ElementNodes, Centroids, Faces, Nodes };
 
 /// Values of a variable, chosen and carried when they are read. A value: each call answers another one.
 ///
 /// Stages come in this order: the display of complex numbers, turning into a system, then at nodes: extrapolation,
 /// component or invariant, mean (odiC_Order::Before), and last the envelope over section points when that is chosen.
+/// Global axes and coordinates are those of the mesh's nodes, without its placement.
 ///
+/// Cost       what places, layouts and groups need is made once for the frames that share a layout.
 /// Errors     odiC_Exception beginning with model, run and variable; it lists what there is.
 /// Threads    one thread at a time; the run must outlive it.
 class CORE_GEOMETRY_API odiC_Values {
@@ -33,6 +35,7 @@ public:
   odiC_Values AtNodes(const odiC_ToNodes& options = {}) const;
   odiC_Values AtElementNodes() const;
   odiC_Values AtCentroids() const;
+  odiC_Values AtFaces() const; ///< at all faces of each element; of a selected surface at those that it has
 
   // ask
   const odiC_Run& Run() const noexcept { return *run_; }
@@ -59,8 +62,10 @@ public:
   std::vector<std::pair<cow_String, cow_String>> Choices() const;
 
 private:
-  struct Stage; ///< a source and the variable that its rows are of
+  struct Stage;  ///< a source and the variable that its rows are of
+  struct Places; ///< what was found for layouts
   odiC_Values With(odiC_Selection where) const;
+  odiC_Values To(odiC_CarriedTo to) const;
   [[noreturn]] void Fail(const cow_String& what) const;
   odiC_Places PlacesIn(const std::shared_ptr<const odiC_Layout>& layout) const;
   Stage Shown(const odiC_When& when) const;
@@ -72,14 +77,18 @@ private:
                           const odiC_Places::Layout& layout) const;
   void Choose(Stage& stage) const;
   void Carry(Stage& stage, const odiC_When& when) const;
+  void Average(Stage& stage) const;
 
   const odiC_Run* run_;
   int variable_;
   odiC_Selection where_;
   odiC_CarriedTo to_ = odiC_CarriedTo::AsStored;
   odiC_ToNodes toNodes_;
-  std::shared_ptr<std::map<const odiC_Layout*, odiC_Places>> places_; ///< of layouts seen
+  std::shared_ptr<Places> places_;
 };
+
+/// What a row is a value of in the words of a user, with the section point that its value is taken from.
+CORE_GEOMETRY_API odiC_PlaceLabel odiC_LabelOf(const odiC_Run& run, odiC_Source& source, int row);
 
 /// Coordinates of rows of one block: nodes, integration points, centroids of elements and faces; not a number for
 /// whole regions. Three numbers a row.

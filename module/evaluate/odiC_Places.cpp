@@ -90,11 +90,13 @@ odiC_PlaceLabel odiC_LabelOf(const bme_Mesh& mesh, const odiC_LayoutBlock& block
   odiC_PlaceLabel label;
   label.position = block.position;
   label.region = block.region;
+  const bme_NodeData& nodes = mesh.NodeData();
+  const auto labelOf = [&](int node) {
+    return nodes.HasUserNodeLabels() ? nodes.UserNodeLabels().Const()[static_cast<std::size_t>(node)]
+                                     : node + 1;
+  };
   if (block.IsNodal()) {
-    const bme_NodeData& nodes = mesh.NodeData();
-    label.label = nodes.HasUserNodeLabels()
-                      ? nodes.UserNodeLabels().Const()[static_cast<std::size_t>(place.entity)]
-                      : place.entity + 1;
+    label.label = labelOf(place.entity);
   } else if (block.classIndex >= 0) {
     const bme_ElementClass& elements = mesh.ElementData().GetClass(static_cast<unsigned>(block.classIndex));
     label.label = mesh.ElementData().HasUserElementLabels()
@@ -106,6 +108,10 @@ odiC_PlaceLabel odiC_LabelOf(const bme_Mesh& mesh, const odiC_LayoutBlock& block
       label.point = (shape ? rgnC_FacetOf(*shape, facet).face : facet) + 1;
     } else if (block.position == res_ELEMENT_NODAL || block.position == res_INTEGRATION_POINT) {
       label.point = place.point + 1;
+      if (block.position == res_ELEMENT_NODAL) {
+        const int node = elements.Connectivity(place.entity)[static_cast<std::size_t>(place.point)];
+        if (node >= 0 && static_cast<unsigned>(node) < nodes.NumNodes()) label.node = labelOf(node);
+      }
     }
   }
   return label;
@@ -128,6 +134,7 @@ cow_String odiC_PlaceLabel::Text() const {
             : position == res_INTEGRATION_POINT ? ", point "
                                                 : ", face ";
     text += std::to_string(point);
+    if (node != 0) text += " (label " + std::to_string(node) + ')';
   }
   if (!sectionPoint.empty()) text += ", section point " + sectionPoint;
   if (label != 0 && !region.empty()) text += " in " + region;

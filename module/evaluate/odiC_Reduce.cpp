@@ -22,12 +22,7 @@ struct Best {
 std::optional<odiC_Extreme> At(const odiC_Values& values, odiC_Source& source, const odiC_When& when,
                                const Best& best) {
   if (best.row < 0) return std::nullopt;
-  const odiC_Place place = odiC_PlaceOf(source.Layout(), best.row);
-  odiC_LayoutBlock block = source.Layout().blocks[static_cast<std::size_t>(place.block)];
-  odiC_Extreme extreme{best.value, odiC_LabelOf(values.Run().Mesh(), block, place), when};
-  block.sectionPoint = source.SectionPointOf(best.row);
-  extreme.place.sectionPoint = odiC_SectionPointName(values.Run(), block);
-  return extreme;
+  return odiC_Extreme{best.value, odiC_LabelOf(values.Run(), source, best.row), when};
 }
 
 odiC_Reduced ReduceFrame(const odiC_Values& values, const odiC_When& when, odiC_Wanted wanted) {

@@ -67,6 +67,7 @@ bool IsOutermost(const odiC_Run& run, const odiC_LayoutBlock& block, bool isTop)
 } // namespace
 
 odiC_Entities odiC_EntitiesOfRegion(const odiC_Run& run, const cow_String& name) {
+  if (const auto known = run.regions_.find(name); known != run.regions_.end()) return *known->second;
   const std::vector<bme_NamedSet> sets = bme_SetsOfMesh(run.Model(), run.Header().meshRoot);
   const bme_NamedSet* set = bme_FindSet(sets, name, run.Model().File() + ", " + run.Header().meshRoot);
   if (!set) {
@@ -82,6 +83,7 @@ odiC_Entities odiC_EntitiesOfRegion(const odiC_Run& run, const cow_String& name)
   case rgnC_ELEMENT_SET: chosen.elements = bme_FEMElemList::FromSet(run.Mesh(), set->data); break;
   default: chosen.faces = bme_FEMFaceList::FromSet(run.Mesh(), set->data);
   }
+  run.regions_.emplace(name, std::make_shared<const odiC_Entities>(chosen));
   return chosen;
 }
 
@@ -358,6 +360,6 @@ odiC_Places odiC_Selection::ContributionsIn(const odiC_Run& run,
                                             std::shared_ptr<const odiC_Layout> layout) const {
   return where_ ? where_->In(run, layout, odiC_Sense::Most) : odiC_Places::All(std::move(layout));
 }
-odiC_Places odiC_Selection::NodesIn(const odiC_Run& run, std::shared_ptr<const odiC_Layout> layout) const {
+odiC_Places odiC_Selection::ResultIn(const odiC_Run& run, std::shared_ptr<const odiC_Layout> layout) const {
   return where_ ? where_->In(run, layout, odiC_Sense::ResultMost) : odiC_Places::All(std::move(layout));
 }

@@ -1,6 +1,7 @@
 #include <CoreGeometry/odiC_Source.h>
 
 #include "odiC_BlockMap.h"
+#include "odiC_RowChecks.h"
 #include "odiC_Stages.h"
 
 #include <BasicUtils/wip_Poll.h>
@@ -151,7 +152,7 @@ void odiC_ForEachRange(odiC_Source& source, const std::function<void(const odiC_
   const odiC_Layout& layout = source.Layout();
   const auto width = static_cast<std::size_t>(source.NumComponents());
   const std::span<const odiC_RowRun> runs = source.Places().Runs();
-  const int mostRows = static_cast<int>(std::max<std::size_t>(1, odiC_kChunkBytes / (sizeof(float) * width)));
+  const int mostRows = odiC_BlockRows(source.NumComponents());
   std::vector<double> values;
   std::vector<odiC_RowRun> rows;
   int row = runs.empty() ? 0 : runs.front().first;

@@ -74,9 +74,30 @@ struct odiC_Values::Stage {
   }
 };
 
+/// The last of each kind is kept: frames that come after each other mostly share a layout.
+struct odiC_Values::Places {
+  template<class Made> struct Last {
+    std::optional<odiC_Places> from, result; ///< the result as far as it was asked for
+    std::optional<Made> made;
+    bool IsOf(const odiC_Places& places) const {
+      return from && from->SharedLayout() == places.SharedLayout()
+             && std::ranges::equal(from->Runs(), places.Runs());
+    }
+    template<class Make> void Renew(const odiC_Places& places, const Make& make) {
+      if (IsOf(places)) return;
+      result.reset();
+      made.emplace(make());
+      from = places;
+    }
+  };
+  std::map<const odiC_Layout*, odiC_Places> chosen; ///< in layouts of the run
+  Last<odiC_Carrier> carried;
+  Last<odiC_NodeAverage> averaged;
+};
+
 odiC_Values::odiC_Values(const odiC_Run& run, const cow_String& variable, odiC_Selection where)
     : run_(&run), variable_(run.VariableIndex(variable)), where_(std::move(where)),
-      places_(std::make_shared<std::map<const odiC_Layout*, odiC_Places>>()) {}
+      places_(std::make_shared<Places>()) {}
 
 odiC_Values odiC_Values::With(odiC_Selection where) const {
   odiC_Values made = *this;
@@ -84,34 +105,31 @@ odiC_Values odiC_Values::With(odiC_Selection where) const {
   return made;
 }
 odiC_Values odiC_Values::AtNodes(const odiC_ToNodes& options) const {
-  odiC_Values made = *this;
-  made.to_ = odiC_CarriedTo::Nodes;
+  odiC_Values made = To(odiC_CarriedTo::Nodes);
   made.toNodes_ = options;
-  made.places_ = std::make_shared<std::map<const odiC_Layout*, odiC_Places>>();
   return made;
 }
-odiC_Values odiC_Values::AtElementNodes() const {
+odiC_Values odiC_Values::To(odiC_CarriedTo to) const {
   odiC_Values made = *this;
-  made.to_ = odiC_CarriedTo::ElementNodes;
+  made.to_ = to;
+  made.places_ = std::make_shared<Places>();
   return made;
 }
-odiC_Values odiC_Values::AtCentroids() const {
-  odiC_Values made = *this;
-  made.to_ = odiC_CarriedTo::Centroids;
-  return made;
-}
+odiC_Values odiC_Values::AtElementNodes() const { return To(odiC_CarriedTo::ElementNodes); }
+odiC_Values odiC_Values::AtCentroids() const { return To(odiC_CarriedTo::Centroids); }
+odiC_Values odiC_Values::AtFaces() const { return To(odiC_CarriedTo::Faces); }
 
 void odiC_Values::Fail(const cow_String& what) const {
   throw odiC_Exception(run_->Model().File() + ", " + run_->Root() + ", " + Variable().name + ": " + what);
 }
 
 odiC_Places odiC_Values::PlacesIn(const std::shared_ptr<const odiC_Layout>& layout) const {
-  const auto known = places_->find(layout.get());
-  if (known != places_->end()) return known->second;
+  const auto known = places_->chosen.find(layout.get());
+  if (known != places_->chosen.end()) return known->second;
   odiC_Places places =
       to_ == odiC_CarriedTo::Nodes ? where_.ContributionsIn(*run_, layout) : where_.PlacesIn(*run_, layout);
   if (to_ != odiC_CarriedTo::AsStored) places = places.WholeEntities();
-  return places_->emplace(layout.get(), std::move(places)).first->second;
+  return places_->chosen.emplace(layout.get(), std::move(places)).first->second;
 }
 
 /// Stored numbers of a frame, or between two frames, as real ones.
@@ -340,6 +358,7 @@ std::vector<std::pair<cow_String, cow_String>> odiC_Values::Choices() const {
   case odiC_CarriedTo::AsStored: return choices;
   case odiC_CarriedTo::ElementNodes: add("carried to", "element nodes"); return choices;
   case odiC_CarriedTo::Centroids: add("carried to", "centroids"); return choices;
+  case odiC_CarriedTo::Faces: add("carried to", "faces"); return choices;
   case odiC_CarriedTo::Nodes: break;
   }
   constexpr const char* kBorders[] = {"none", "class", "category", "regions"};
@@ -372,32 +391,52 @@ void odiC_Values::Carry(Stage& stage, const odiC_When& when) const {
   const bool turnsLater = turned.coordSystem == res_USER_SPECIFIED && !what.invariant;
   bool isChosen = order == odiC_Order::AtPoints && isAveraged && what.invariant;
   if (isChosen) Choose(stage);
-  const auto pointSet = [run = run_](int index) -> const odiC_PointSet& { return run->PointSet(index); };
-  odiC_Carrier carrier(run_->Mesh(), stage.source->Places(), pointSet,
-                       to_ == odiC_CarriedTo::Centroids ? shp_Target::Centroid : shp_Target::Nodes);
-  stage.source = odiC_Carried(std::move(stage.source), std::move(carrier));
+  auto& carried = places_->carried;
+  carried.Renew(stage.source->Places(), [&] {
+    const auto pointSet = [run = run_](int index) -> const odiC_PointSet& { return run->PointSet(index); };
+    return odiC_Carrier(run_->Mesh(), stage.source->Places(), pointSet,
+                        to_ == odiC_CarriedTo::Centroids ? shp_Target::Centroid
+                        : to_ == odiC_CarriedTo::Faces   ? shp_Target::Faces
+                                                         : shp_Target::Nodes);
+  });
+  stage.source = odiC_Carried(std::move(stage.source), *carried.made);
   if (!isChosen && (isOneNumber || (what.component && !turnsLater))) {
     Choose(stage);
     isChosen = true;
   }
-  if (isAveraged) {
+  if (isAveraged) Average(stage);
+  if (turnsLater) {
+    TurnByDatum(stage, turned.axes, true);
+    stage.variable = turned;
+  }
+  if (!isChosen) Choose(stage);
+  if ((isAveraged || to_ == odiC_CarriedTo::Faces) && where_.ArePlacesNarrowed()) {
+    std::optional<odiC_Places>& meant = isAveraged ? places_->averaged.result : carried.result;
+    if (!meant)
+      meant = where_.ResultIn(*run_, stage.source->Places().SharedLayout()).And(stage.source->Places());
+    stage.source = odiC_Restricted(std::move(stage.source), *meant);
+  }
+}
+
+void odiC_Values::Average(Stage& stage) const {
+  auto& averaged = places_->averaged;
+  averaged.Renew(stage.source->Places(), [&] {
     std::vector<odiC_ElementGroup> regions;
     for (const cow_String& name : toNodes_.regions) {
       const odiC_Entities chosen = odiC_EntitiesOfRegion(*run_, name);
       if (!chosen.elements) Fail("\"" + name + "\" is no set of elements, which borders are");
       regions.push_back({name, {chosen.elements->begin(), chosen.elements->end()}});
     }
-    odiC_NodeAverage average(run_->Mesh(), stage.source->Places(), toNodes_, regions);
-    stage.source = odiC_Averaged(std::move(stage.source), std::move(average));
-  }
-  if (turnsLater) {
-    TurnByDatum(stage, turned.axes, true);
-    stage.variable = turned;
-  }
-  if (!isChosen) Choose(stage);
-  if (isAveraged && where_.ArePlacesNarrowed()) {
-    odiC_Places meant =
-        where_.NodesIn(*run_, stage.source->Places().SharedLayout()).And(stage.source->Places());
-    stage.source = odiC_Restricted(std::move(stage.source), std::move(meant));
-  }
+    return odiC_NodeAverage(run_->Mesh(), stage.source->Places(), toNodes_, regions);
+  });
+  stage.source = odiC_Averaged(std::move(stage.source), averaged.made->Again());
+}
+
+odiC_PlaceLabel odiC_LabelOf(const odiC_Run& run, odiC_Source& source, int row) {
+  const odiC_Place place = odiC_PlaceOf(source.Layout(), row);
+  odiC_LayoutBlock block = source.Layout().blocks[static_cast<std::size_t>(place.block)];
+  odiC_PlaceLabel label = odiC_LabelOf(run.Mesh(), block, place);
+  block.sectionPoint = source.SectionPointOf(row);
+  label.sectionPoint = odiC_SectionPointName(run, block);
+  return label;
 }

@@ -105,20 +105,22 @@ public:
           return block.region == chosen.region;
         });
     std::optional<bme_FEMNodeList> nodes;
+    std::vector<int> numbers; ///< of the nodes
     std::optional<bme_FEMElemList> elements;
     for (const odiC_LayoutBlock& block : layout->blocks) {
       if (hasOwn && sense == odiC_Sense::Exact && block.region != chosen.region) continue;
       if (block.IsNodal()) {
         if (!nodes) nodes = NodesOf(chosen);
-        const std::vector<int> all(nodes->begin(), nodes->end());
-        AddEntities(places, block, all);
+        if (numbers.empty()) numbers.assign(nodes->begin(), nodes->end());
+        AddEntities(places, block, numbers);
       } else if (block.classIndex >= 0) {
-        if (chosen.faces && block.HasFaces() && sense == odiC_Sense::Exact) {
+        if (chosen.faces && block.HasFaces() && sense != odiC_Sense::Most && sense != odiC_Sense::Least) {
           AddFaces(places, block, *chosen.faces);
           continue;
         }
         if (isOfNodes && odiC_IsOfResult(sense) && block.position == res_ELEMENT_NODAL) {
-          AddElementNodes(places, block, mesh, NodesOf(chosen));
+          if (!nodes) nodes = NodesOf(chosen);
+          AddElementNodes(places, block, mesh, *nodes);
           continue;
         }
         if (!elements) elements = ElementsOf(chosen, sense);

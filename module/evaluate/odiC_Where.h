@@ -15,7 +15,7 @@ enum class odiC_Sense {
   /// chosen. Least: those that contribute for certain, which is what may be taken away from others.
   Most,
   Least,
-  /// Nodes of the result: positions, points and section points were those of the elements. Least as before.
+  /// Nodes or faces of the result: positions, points and section points were those of the elements. Least as before.
   ResultMost,
   ResultLeast
 };

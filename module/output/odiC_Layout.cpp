@@ -86,6 +86,39 @@ odiC_Layout::odiC_Layout(const cls_ReadVisitor& visitor) : odiC_Stored(visitor) 
   if (const cow_String wrong = WhatIsWrong(); !wrong.empty()) visitor.Refuse(wrong);
 }
 
+namespace {
+/// What is wrong with a block that begins at a row and comes after others.
+cow_String WhatIsWrongWith(std::span<const odiC_LayoutBlock> blocks, std::size_t i, long long row) {
+  const auto key = [](const odiC_LayoutBlock& block) {
+    return std::tuple(block.position, block.classIndex, block.sectionPoint, block.region);
+  };
+  const odiC_LayoutBlock& block = blocks[i];
+  const cow_String place = "layout block " + std::to_string(i);
+  const auto count = static_cast<std::size_t>(std::max(0, block.numEntities));
+  if (block.numEntities < 0 || block.valuesPerEntity < 1)
+    return place + ": " + std::to_string(block.numEntities) + " entities of "
+           + std::to_string(block.valuesPerEntity) + " values";
+  if (block.firstRow != row)
+    return place + ": begins at row " + std::to_string(block.firstRow) + ", not " + std::to_string(row);
+  const std::span<const int> entities = block.entities.Const(), faces = block.faces.Const();
+  if (!entities.empty() && entities.size() != count)
+    return place + ": " + std::to_string(entities.size()) + " entities are listed of "
+           + std::to_string(count);
+  if (block.HasFaces() ? faces.size() != count : !faces.empty())
+    return place + ": " + std::to_string(faces.size()) + " faces are listed of " + std::to_string(count);
+  for (std::size_t k = 0; k < entities.size(); ++k) {
+    const bool isAfter = k == 0 || entities[k - 1] < entities[k]
+                         || (!faces.empty() && entities[k - 1] == entities[k] && faces[k - 1] < faces[k]);
+    if (entities[k] < 0 || !isAfter)
+      return place + ": entity " + std::to_string(entities[k]) + " at position " + std::to_string(k)
+             + " does not follow the one before";
+  }
+  if (i > 0 && !(key(blocks[i - 1]) < key(block)))
+    return place + ": comes before the one before it, or holds the same places";
+  return {};
+}
+} // namespace
+
 void odiC_Layout::Add(odiC_LayoutBlock block) {
   block.firstRow = numRows;
   const long long rows = numRows + static_cast<long long>(block.numEntities) * block.valuesPerEntity;
@@ -93,44 +126,18 @@ void odiC_Layout::Add(odiC_LayoutBlock block) {
     throw nex_TextException("a layout of " + std::to_string(rows) + " rows; there may be "
                             + std::to_string(std::numeric_limits<int>::max()));
   blocks.push_back(std::move(block));
-  numRows = static_cast<int>(rows);
-  if (const cow_String wrong = WhatIsWrong(); !wrong.empty()) {
-    numRows = blocks.back().firstRow;
+  if (const cow_String wrong = WhatIsWrongWith(blocks, blocks.size() - 1, numRows); !wrong.empty()) {
     blocks.pop_back();
     throw nex_TextException(wrong);
   }
+  numRows = static_cast<int>(rows);
 }
 
 cow_String odiC_Layout::WhatIsWrong() const {
-  const auto key = [](const odiC_LayoutBlock& block) {
-    return std::tuple(block.position, block.classIndex, block.sectionPoint, block.region);
-  };
   long long row = 0;
   for (std::size_t i = 0; i < blocks.size(); ++i) {
-    const odiC_LayoutBlock& block = blocks[i];
-    const cow_String place = "layout block " + std::to_string(i);
-    const auto count = static_cast<std::size_t>(std::max(0, block.numEntities));
-    if (block.numEntities < 0 || block.valuesPerEntity < 1)
-      return place + ": " + std::to_string(block.numEntities) + " entities of "
-             + std::to_string(block.valuesPerEntity) + " values";
-    if (block.firstRow != row)
-      return place + ": begins at row " + std::to_string(block.firstRow) + ", not " + std::to_string(row);
-    row += static_cast<long long>(block.numEntities) * block.valuesPerEntity;
-    const std::span<const int> entities = block.entities.Const(), faces = block.faces.Const();
-    if (!entities.empty() && entities.size() != count)
-      return place + ": " + std::to_string(entities.size()) + " entities are listed of "
-             + std::to_string(count);
-    if (block.HasFaces() ? faces.size() != count : !faces.empty())
-      return place + ": " + std::to_string(faces.size()) + " faces are listed of " + std::to_string(count);
-    for (std::size_t k = 0; k < entities.size(); ++k) {
-      const bool isAfter = k == 0 || entities[k - 1] < entities[k]
-                           || (!faces.empty() && entities[k - 1] == entities[k] && faces[k - 1] < faces[k]);
-      if (entities[k] < 0 || !isAfter)
-        return place + ": entity " + std::to_string(entities[k]) + " at position " + std::to_string(k)
-               + " does not follow the one before";
-    }
-    if (i > 0 && !(key(blocks[i - 1]) < key(block)))
-      return place + ": comes before the one before it, or holds the same places";
+    if (cow_String wrong = WhatIsWrongWith(blocks, i, row); !wrong.empty()) return wrong;
+    row += static_cast<long long>(blocks[i].numEntities) * blocks[i].valuesPerEntity;
   }
   if (row != numRows)
     return "a layout of " + std::to_string(numRows) + " rows has blocks of " + std::to_string(row);

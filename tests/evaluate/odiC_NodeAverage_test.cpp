@@ -233,6 +233,28 @@ TEST(odiC_NodeAverage, NumbersThatAreNoneAreLeftOutAndCounted) {
     EXPECT_THROW(odiC_NodeAverage(mesh, all, wrong), odiC_Exception);
 }
 
+TEST(odiC_NodeAverage, ANodeCountsOnceForAnElementThatHasItSeveralTimes) {
+  // two cubes, of which the second one is collapsed to a wedge: its nodes 1 and 3 are one, and so are 5 and 7
+  std::vector<float> xyz(3 * 12);
+  const bme_Mesh mesh =
+      bme_MeshBuilder(xyz).Add({"C3D8", {0, 1, 2, 3, 4, 5, 6, 7, 1, 8, 1, 2, 5, 9, 5, 6}}).Build();
+  EXPECT_EQ(MeansOf(mesh, {2, 6}, {}).at({1, ""}), 4);
+  const odiC_Places places = AllOf(odiC_FullLayout(mesh, res_ELEMENT_NODAL));
+  std::vector<double> values(16, 2);
+  for (std::size_t k = 8; k < 16; ++k)
+    values[k] = static_cast<double>(k); // 8 and 10 at node 1, 12 and 14 at 5
+  for (const bool isPerElement : {false, true}) {
+    const auto source = odiC_Averaged(odiC_Kept(places, 1, values),
+                                      odiC_NodeAverage(mesh, places, {.isPerElement = isPerElement}));
+    const std::vector<double> means = ReadAll(*source);
+    if (isPerElement)
+      EXPECT_EQ(means,
+                (std::vector<double>{2, 5.5, 6.5, 2, 2, 7.5, 8.5, 2, 5.5, 9, 5.5, 6.5, 7.5, 13, 7.5, 8.5}));
+    else
+      EXPECT_EQ(means, (std::vector<double>{2, 5.5, 6.5, 2, 2, 7.5, 8.5, 2, 9, 13}));
+  }
+}
+
 TEST(odiC_NodeAverage, NodesAboveTheThresholdKeepTheirElements) {
   const bme_Mesh mesh = Cubes({1, 1, 1});
   const odiC_Places places = AllOf(odiC_FullLayout(mesh, res_WHOLE_ELEMENT));

@@ -3,6 +3,7 @@
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_FEMElemList.h>
+#include <CoreGeometry/bme_FEMFaceList.h>
 #include <CoreGeometry/bme_FEMNodeList.h>
 #include <CoreGeometry/bme_MeshBuilder.h>
 #include <CoreGeometry/bme_StoredSets.h>
@@ -13,6 +14,7 @@
 #include <CoreGeometry/odiC_Reduce.h>
 #include <CoreGeometry/odiC_Rotation.h>
 #include <CoreGeometry/odiC_RunWriter.h>
+#include <CoreGeometry/shp_Shape.h>
 #include <cmath>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -65,6 +67,8 @@ protected:
     pass.Put("meshes/Body", mesh_);
     bme_PutSet(pass, "Body", "ends", bme_FEMNodeList(mesh_, {0, 1, 2, 3, 4, 5, 6, 7, 27}).ToSet());
     bme_PutSet(pass, "Body", "middle", bme_FEMElemList(mesh_, {2, 3, 7}).ToSet());
+    bme_PutSet(pass, "Body", "left",
+               bme_FEMFaceList(mesh_, {bme_FaceWord(0, 2, false), bme_FaceWord(1, 0, false)}).ToSet());
     const dtu_DatumCsys axis(0, 0, gsl_Point(0, 0.5, -1), gsl_Vector(1, 0, 0), gsl_Vector(0, 1, 0),
                              gsl_Vector(0, 0, 1), dtu_CYLINDRICAL);
     pass.Put("datums/axis", axis);
@@ -223,6 +227,43 @@ TEST_F(Values, SelectionsNarrowInAnyOrderAndCombine) {
   EXPECT_NE(ThrownBy([&] { rows(last.Class(2)); }).find("element class 2 of 2"), std::string::npos);
 }
 
+TEST_F(Values, AtNodesTheOrderOfInvariantAndMeanMatters) {
+  const odiC_Run run = Open();
+  for (const auto& [invariant, isLinear] :
+       {std::pair{res_MISES, false}, {res_MAX_PRINCIPAL, false}, {res_PRESS, true}}) {
+    std::vector<double> means[3];
+    for (const odiC_Order order : {odiC_Order::Before, odiC_Order::After, odiC_Order::AtPoints}) {
+      const odiC_Values s = odiC_Values(run, "S", odiC_Selection().Frame(3).Class(0)).Invariant(invariant);
+      means[static_cast<int>(order)] = All(s.AtNodes({.order = order}), s.Frames()[0]);
+    }
+    ASSERT_EQ(means[0].size(), 28U);
+    double most = 0; // by which the invariant of the mean is below the mean of the invariant, which is convex
+    for (std::size_t k = 0; k < 28; ++k) {
+      EXPECT_GE(means[0][k], means[1][k] - 1e-12);
+      most = std::max({most, means[0][k] - means[1][k], std::abs(means[0][k] - means[2][k])});
+    }
+    EXPECT_EQ(most < 1e-12, isLinear) << most;
+  }
+}
+
+TEST_F(Values, FacesHaveTheMeanOfTheirNodesAndThoseOfASurfaceCanBeChosen) {
+  const odiC_Run run = Open();
+  const odiC_Values s = odiC_Values(run, "S", odiC_Selection().Frame(0).Class(0)).Component("xy");
+  const odiC_When when = s.Frames()[0];
+  const std::vector<double> corners = All(s.AtElementNodes(), when), faces = All(s.AtFaces(), when);
+  ASSERT_EQ(faces.size(), 6U * kCubes);
+  const shp_Shape& cube = *mesh_.ElementData().GetClass(0).Shape();
+  for (std::size_t k = 0; k < faces.size(); ++k) {
+    double mean = 0;
+    for (const int node : cube.FaceNodes(static_cast<int>(k) % 6))
+      mean += corners[k / 6 * 8 + static_cast<std::size_t>(node)] / 4;
+    EXPECT_NEAR(faces[k], mean, 1e-12) << k;
+  }
+  const odiC_Values left = odiC_Values(run, "S", odiC_Selection().Frame(0).Region("left")).Component("xy");
+  EXPECT_EQ(All(left.AtFaces(), when), (std::vector<double>{faces[2], faces[6]}));
+  EXPECT_EQ(odiC_Reduce(left.AtFaces())[0].count, 2);
+}
+
 TEST_F(Values, OnlyWhatIsSelectedIsRead) {
   const odiC_Run run = Open();
   const odiC_Values values(run, "S", odiC_Selection().Frame(0).Elements({1, 5}));
@@ -325,6 +366,11 @@ TEST_F(Values, ExtremesAndSumsAreThoseOfAllRows) {
   EXPECT_EQ(worst->when.frame, frameOfLargest);
   EXPECT_EQ(worst->place.Text(), "element " + std::to_string(rowOfLargest / 8 + 1) + ", point "
                                      + std::to_string(rowOfLargest % 8 + 1));
+  const odiC_PlaceLabel corner = odiC_Max(xx.AtElementNodes())->place;
+  EXPECT_EQ(corner.node, mesh_.ElementData().GetClass(0).Connectivity(
+                             corner.label - 1)[static_cast<std::size_t>(corner.point - 1)]
+                             + 1);
+  EXPECT_NE(corner.Text().find(" (label " + std::to_string(corner.node) + ')'), std::string::npos);
   const odiC_Reduced frame = odiC_Reduce(xx)[2];
   EXPECT_NEAR(frame.sum, sum, 1e-12);
   EXPECT_EQ(frame.count, 8 * kCubes - 1);

@@ -5,3 +5,6 @@
 long NumAllocations();
 /// Bytes that operator new on this thread was asked for so far.
 long NumAllocatedBytes();
+/// Largest number of bytes in use since ResetPeakBytes, above those in use then; on this thread.
+long PeakBytes();
+void ResetPeakBytes();

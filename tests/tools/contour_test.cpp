@@ -48,6 +48,9 @@ protected:
     const int t = run.AddVariable(odiC_Variable("t", res_SCALAR, "K")),
               u = run.AddVariable(odiC_Variable("u", res_VECTOR, "m")),
               e = run.AddVariable(odiC_Variable("e", res_SCALAR));
+    odiC_Variable wave("w", res_SCALAR);
+    wave.pair = res_REAL_AND_IMAGINARY;
+    const int w = run.AddVariable(wave);
     const auto put = [&](int variable, int where, const std::vector<double>& values) {
       run.PutField(variable, where, cow_ArrayCOW<double>(std::span<const double>(values)));
     };
@@ -62,6 +65,7 @@ protected:
       put(u, nodes, moved(0.01 * s));
       put(e, elements, {5, 7});
     }
+    put(w, nodes, {0, 0, 10, 10, 20, 20, 20, 20, 10, 10, 0, 0});
     run.BeginStep("Modes", odiC_FREQUENCY, odiC_FREQUENCY_DOMAIN);
     run.BeginFrame({.value = 12});
     put(u, nodes, moved(-0.5));
@@ -126,6 +130,13 @@ TEST_F(Contours, OneRangeAndOneFactorServeAllFrames) {
   EXPECT_FALSE(isNear(PixelAt("m0.png", 1.5), PixelAt("m1.png", 1.5)));
   EXPECT_EQ(Picture(folder_ / "m0.png").rgb, Picture(folder_ / "m2.png").rgb)
       << "seen along the displacement";
+  // complex: 10 x cos a - (20 - 10 x) sin a
+  facts = Results({"--field", "w", "--step", "Pull", "--cycle", "4", "--bands", "smooth"}, "w%d.png");
+  EXPECT_EQ(facts["low"], -20);
+  EXPECT_EQ(facts["high"], 20);
+  const double wanted[] = {15, -5, -15, 5};
+  for (int k = 0; k < 4; ++k)
+    EXPECT_TRUE(isNear(PixelAt("w" + std::to_string(k) + ".png", 1.5), Viridis((wanted[k] + 20) / 40))) << k;
   if (!pic_Page::IsBuilt()) return;
   facts = Results({"--field", "t", "--deform", "u", "--step", "Pull", "--frames", "all"}, "a.html");
   EXPECT_EQ(facts["frames"].size(), 3U);

@@ -135,6 +135,14 @@ protected:
     return index;
   }
 
+  /// Values of the first cube alone.
+  odiC_Layout OfFirst() const {
+    odiC_Layout layout;
+    layout.Add(odiC_FullLayout(mesh_, res_WHOLE_ELEMENT).blocks[0]);
+    layout.completeness = res_PARTIAL_FIELD;
+    return layout;
+  }
+
   const DDB_CoreGeometry library_;
   const TestFolder folder_;
   bme_Mesh mesh_;
@@ -144,10 +152,6 @@ protected:
 TEST_F(Cubes, EveryKindComesBackFromAnExodusFile) {
   odiC_Variable wave("wave", res_VECTOR);
   wave.pair = res_REAL_AND_IMAGINARY;
-  odiC_Layout ofFirst = odiC_FullLayout(mesh_, res_WHOLE_ELEMENT);
-  ofFirst.blocks.pop_back();
-  ofFirst.numRows = 1;
-  ofFirst.completeness = res_PARTIAL_FIELD;
   {
     odiC_RunWriter run(*model_, "results/m/a", mesh_);
     run.BeginStep("Step-1");
@@ -156,7 +160,7 @@ TEST_F(Cubes, EveryKindComesBackFromAnExodusFile) {
       Add(run, odiC_Variable("U", res_VECTOR), odiC_FullLayout(mesh_, res_NODAL), frame);
       Add(run, odiC_Variable("Q", res_TENSOR_3D_FULL), odiC_FullLayout(mesh_, res_WHOLE_ELEMENT),
           100 + frame);
-      Add(run, odiC_Variable("P", res_TENSOR_3D_PLANAR), ofFirst, 200 + frame);
+      Add(run, odiC_Variable("P", res_TENSOR_3D_PLANAR), OfFirst(), 200 + frame);
       Add(run, wave, odiC_FullLayout(mesh_, res_NODAL), 300 + frame);
       Add(run, odiC_Variable("plain", res_SCALAR), odiC_FullLayout(mesh_, res_NODAL), 400 + frame);
       Add(run, odiC_Variable("corner", res_SCALAR), odiC_FullLayout(mesh_, res_ELEMENT_NODAL), 500 + frame);
@@ -199,15 +203,11 @@ TEST_F(Cubes, EveryKindComesBackFromAnExodusFile) {
 }
 
 TEST_F(Cubes, TensorsOfVtkHaveYzBeforeXzAndMissingValuesAreNoNumbers) {
-  odiC_Layout ofFirst = odiC_FullLayout(mesh_, res_WHOLE_ELEMENT);
-  ofFirst.blocks.pop_back();
-  ofFirst.numRows = 1;
-  ofFirst.completeness = res_PARTIAL_FIELD;
   {
     odiC_RunWriter run(*model_, "results/m/a", mesh_);
     run.BeginStep("Step-1");
     run.BeginFrame({});
-    Add(run, odiC_Variable("S", res_TENSOR_3D_FULL), ofFirst, 1);
+    Add(run, odiC_Variable("S", res_TENSOR_3D_FULL), OfFirst(), 1);
     Add(run, odiC_Variable("A", res_TENSOR_3D_SURFACE), odiC_FullLayout(mesh_, res_WHOLE_ELEMENT), 1);
     run.Commit();
   }

@@ -36,8 +36,9 @@ struct Sums {
 };
 } // namespace
 
-struct odiC_NodeAverage::Impl {
-  Impl(const bme_Mesh& mesh, const odiC_Places& places, const odiC_ToNodes& toNodes,
+/// What does not depend on values: groups, and the places of the result.
+struct odiC_NodeAverage::Plan {
+  Plan(const bme_Mesh& mesh, const odiC_Places& places, const odiC_ToNodes& toNodes,
        std::span<const odiC_ElementGroup> regions)
       : options(Checked(toNodes)), groups(mesh, places, toNodes, regions), source(places.SharedLayout()),
         result(source) {
@@ -45,7 +46,6 @@ struct odiC_NodeAverage::Impl {
       KeepElementNodes(places);
     else
       MakeNodeBlocks();
-    allBlocks.clear();
     for (const odiC_NodeGroup& group : groups.groups)
       allBlocks.insert(allBlocks.end(), group.blocks.begin(), group.blocks.end());
     std::ranges::sort(allBlocks);
@@ -55,8 +55,6 @@ struct odiC_NodeAverage::Impl {
   void MakeNodeBlocks();
   void KeepElementNodes(const odiC_Places& places);
   bool KeepsElements() const noexcept { return options.threshold < 100 || options.isPerElement; }
-  Sums& SumsOf(int group) { return sums[KeepsElements() ? At(group) : 0]; }
-  const Sums& SumsOf(int group) const { return sums[KeepsElements() ? At(group) : 0]; }
   std::size_t NumTargets(const odiC_NodeGroup& group) const {
     const auto numFurther =
         static_cast<std::size_t>(std::ranges::count_if(group.levels, [](int level) { return level > 0; }));
@@ -70,10 +68,6 @@ struct odiC_NodeAverage::Impl {
         - group.levels.begin());
     return groups.mesh.NodeData().NumNodes() + at - numPlain;
   }
-  template<class T> void Add(int block, int firstEntity, std::span<const T> rows);
-  template<class T> void AddTo(int group, int block, int firstEntity, int count, const T* rows);
-  template<class T>
-  void Note(Sums& into, std::span<const int> targets, const double* weight, bool isWhole, const T* rows);
   std::size_t RowsPerElement(int block) const { return At(source->blocks[At(block)].valuesPerEntity); }
 
   odiC_ToNodes options;
@@ -83,13 +77,26 @@ struct odiC_NodeAverage::Impl {
   std::vector<int> groupOfBlock;                 ///< of the result
   std::vector<std::vector<std::size_t>> targets; ///< of the rows of a block of the result; empty: its nodes
   std::vector<int> allBlocks;
+};
+
+struct odiC_NodeAverage::Impl {
+  explicit Impl(std::shared_ptr<const Plan> made) : plan(std::move(made)) {}
+
+  Sums& SumsOf(int ofGroup) { return sums[plan->KeepsElements() ? At(ofGroup) : 0]; }
+  const Sums& SumsOf(int ofGroup) const { return sums[plan->KeepsElements() ? At(ofGroup) : 0]; }
+  template<class T> void Add(int block, int firstEntity, std::span<const T> rows);
+  template<class T> void AddTo(int toGroup, int block, int firstEntity, int count, const T* rows);
+  template<class T>
+  void Note(Sums& into, std::span<const int> targets, const double* weight, bool isWhole, const T* rows);
+
+  std::shared_ptr<const Plan> plan;
   std::vector<Sums> sums;
   int group = -1;
   std::size_t width = 0;
   long long numNotNumbers = 0;
 };
 
-void odiC_NodeAverage::Impl::MakeNodeBlocks() {
+void odiC_NodeAverage::Plan::MakeNodeBlocks() {
   struct Made {
     odiC_LayoutBlock block;
     int group;
@@ -136,7 +143,7 @@ void odiC_NodeAverage::Impl::MakeNodeBlocks() {
   result = odiC_Places::All(std::make_shared<const odiC_Layout>(std::move(layout)));
 }
 
-void odiC_NodeAverage::Impl::KeepElementNodes(const odiC_Places& places) {
+void odiC_NodeAverage::Plan::KeepElementNodes(const odiC_Places& places) {
   odiC_Layout layout;
   layout.completeness = source->completeness;
   std::vector<odiC_RowRun> rows;
@@ -175,16 +182,51 @@ void odiC_NodeAverage::Impl::Note(Sums& into, std::span<const int> nodes, const 
     }
 }
 
+/// Rows of elements that have a node several times: there each of them gets the mean of the element's values.
+template<class T>
+std::vector<T> WithMeans(const T* rows, std::span<const int> targets, int count, std::size_t width,
+                         const std::function<std::size_t(int)>& element, std::size_t numNodes) {
+  const std::size_t perElement = numNodes * width;
+  std::vector<T> means(rows, rows + At(count) * perElement);
+  std::vector<double> sums(perElement);
+  std::vector<int> times(numNodes);
+  for (int k = 0; k < count; ++k) {
+    const std::span<const int> own = targets.subspan(element(k) * numNodes, numNodes);
+    if (std::ranges::none_of(own, odiC_IsRepeat)) continue;
+    T* row = &means[At(k) * perElement];
+    std::copy_n(row, perElement, sums.begin());
+    std::ranges::fill(times, 1);
+    for (std::size_t node = 0; node < numNodes; ++node) {
+      if (!odiC_IsRepeat(own[node])) continue;
+      const std::size_t first = odiC_FirstOf(own[node]);
+      ++times[first];
+      for (std::size_t c = 0; c < width; ++c) sums[first * width + c] += sums[node * width + c];
+    }
+    for (std::size_t node = 0; node < numNodes; ++node)
+      for (std::size_t c = 0; c < width; ++c)
+        row[node * width + c] = static_cast<T>(sums[node * width + c] / times[node]);
+  }
+  return means;
+}
+
 template<class T>
 void odiC_NodeAverage::Impl::AddTo(int toGroup, int block, int firstEntity, int count, const T* rows) {
+  const odiC_NodeGroups& groups = plan->groups;
   const odiC_NodeGroup& one = groups.groups[At(toGroup)];
-  const odiC_LayoutBlock& from = source->blocks[At(block)];
+  const odiC_LayoutBlock& from = plan->source->blocks[At(block)];
   const bme_ElementClass& type = groups.ClassOf(block);
-  const std::size_t numNodes = At(type.NumNodesPerElem()), perElement = RowsPerElement(block) * width;
+  const std::size_t numNodes = At(type.NumNodesPerElem()), perElement = plan->RowsPerElement(block) * width;
+  const bool isWhole = from.position != res_ELEMENT_NODAL;
   const std::vector<double>* weights =
       groups.weights.empty() ? nullptr : &groups.weights[At(from.classIndex)];
   const std::span<const int> nodes = groups.Targets(one, block);
   Sums& into = SumsOf(toGroup);
+  std::vector<T> means;
+  if (!isWhole && groups.HasRepeats(one, block)) {
+    const auto element = [&](int k) { return At(from.Entity(firstEntity + k)); };
+    means = WithMeans(rows, nodes, count, width, element, numNodes);
+    rows = means.data();
+  }
   groups.ForEachRunIn(one, block, firstEntity, count, [&](int first, int number) {
     const T* part = rows + At(first - firstEntity) * perElement;
     const odiC_ScatterJob job{nodes.data(),
@@ -194,7 +236,7 @@ void odiC_NodeAverage::Impl::AddTo(int toGroup, int block, int firstEntity, int 
                               At(number),
                               numNodes,
                               width,
-                              from.position != res_ELEMENT_NODAL};
+                              isWhole};
     const bool isAnyLeftOut = odiC_ScatterRows(odiC_BestRowBody(), job, part, into.values.data());
     if (!isAnyLeftOut && into.low.empty()) return;
     for (int k = 0; k < number; ++k) {
@@ -206,42 +248,50 @@ void odiC_NodeAverage::Impl::AddTo(int toGroup, int block, int firstEntity, int 
 }
 
 template<class T> void odiC_NodeAverage::Impl::Add(int block, int firstEntity, std::span<const T> rows) {
-  const std::size_t count =
-      odiC_NumRows(rows.size(), RowsPerElement(block) * width, rows.size(), RowsPerElement(block) * width);
-  for (int k = 0; k < static_cast<int>(groups.groups.size()); ++k)
+  const std::size_t perElement = plan->RowsPerElement(block) * width;
+  const std::size_t count = odiC_NumRows(rows.size(), perElement, rows.size(), perElement);
+  const std::vector<odiC_NodeGroup>& groups = plan->groups.groups;
+  for (int k = 0; k < static_cast<int>(groups.size()); ++k)
     if ((group < 0 || group == k)
-        && std::ranges::find(groups.groups[At(k)].blocks, block) != groups.groups[At(k)].blocks.end())
+        && std::ranges::find(groups[At(k)].blocks, block) != groups[At(k)].blocks.end())
       AddTo(k, block, firstEntity, static_cast<int>(count), rows.data());
 }
 
 odiC_NodeAverage::odiC_NodeAverage(bme_LastingMesh mesh, const odiC_Places& places,
                                    const odiC_ToNodes& options, std::span<const odiC_ElementGroup> regions)
-    : impl_(std::make_unique<Impl>(mesh, places, options, regions)) {}
+    : impl_(std::make_unique<Impl>(std::make_shared<const Plan>(mesh, places, options, regions))) {}
+odiC_NodeAverage::odiC_NodeAverage(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+odiC_NodeAverage odiC_NodeAverage::Again() const {
+  return odiC_NodeAverage(std::make_unique<Impl>(impl_->plan));
+}
 odiC_NodeAverage::odiC_NodeAverage(odiC_NodeAverage&&) noexcept = default;
 odiC_NodeAverage& odiC_NodeAverage::operator=(odiC_NodeAverage&&) noexcept = default;
 odiC_NodeAverage::~odiC_NodeAverage() = default;
 
-const odiC_Places& odiC_NodeAverage::Places() const noexcept { return impl_->result; }
-int odiC_NodeAverage::NumGroups() const noexcept { return static_cast<int>(impl_->groups.groups.size()); }
-const cow_String& odiC_NodeAverage::GroupName(int group) const {
-  return impl_->groups.groups[At(group)].name;
+const odiC_Places& odiC_NodeAverage::Places() const noexcept { return impl_->plan->result; }
+int odiC_NodeAverage::NumGroups() const noexcept {
+  return static_cast<int>(impl_->plan->groups.groups.size());
 }
-int odiC_NodeAverage::NumNodesOfSeveral() const noexcept { return impl_->groups.numNodesOfSeveral; }
+const cow_String& odiC_NodeAverage::GroupName(int group) const {
+  return impl_->plan->groups.groups[At(group)].name;
+}
+int odiC_NodeAverage::NumNodesOfSeveral() const noexcept { return impl_->plan->groups.numNodesOfSeveral; }
 long long odiC_NodeAverage::NumNotNumbers() const noexcept { return impl_->numNotNumbers; }
-int odiC_NodeAverage::GroupOf(int block) const noexcept { return impl_->groupOfBlock[At(block)]; }
+int odiC_NodeAverage::GroupOf(int block) const noexcept { return impl_->plan->groupOfBlock[At(block)]; }
 std::span<const int> odiC_NodeAverage::BlocksOf(int group) const {
-  return group < 0 ? std::span<const int>(impl_->allBlocks) : impl_->groups.groups[At(group)].blocks;
+  return group < 0 ? std::span<const int>(impl_->plan->allBlocks)
+                   : impl_->plan->groups.groups[At(group)].blocks;
 }
 
 void odiC_NodeAverage::Begin(int group, int numComponents) {
-  const bool keeps = impl_->KeepsElements();
+  const bool keeps = impl_->plan->KeepsElements();
   impl_->group = keeps ? -1 : group;
   impl_->width = At(numComponents);
   impl_->numNotNumbers = 0;
-  impl_->sums.resize(keeps ? impl_->groups.groups.size() : 1);
+  impl_->sums.resize(keeps ? impl_->plan->groups.groups.size() : 1);
   for (std::size_t k = 0; k < impl_->sums.size(); ++k) {
-    const odiC_NodeGroup& one = impl_->groups.groups[keeps ? k : At(group)];
-    const std::size_t count = impl_->NumTargets(one) * impl_->width;
+    const odiC_NodeGroup& one = impl_->plan->groups.groups[keeps ? k : At(group)];
+    const std::size_t count = impl_->plan->NumTargets(one) * impl_->width;
     Sums& sums = impl_->sums[k];
     sums.values.assign(count, 0);
     sums.leftOut.clear();
@@ -261,7 +311,7 @@ void odiC_NodeAverage::Finish() {
   Impl& impl = *impl_;
   for (int k = 0; k < NumGroups(); ++k) {
     if (impl.group >= 0 && impl.group != k) continue;
-    const odiC_NodeGroup& group = impl.groups.groups[At(k)];
+    const odiC_NodeGroup& group = impl.plan->groups.groups[At(k)];
     Sums& sums = impl.SumsOf(k);
     if (group.levels.empty() && sums.leftOut.empty() && sums.low.empty()) {
       odiC_DivideRows(odiC_BestRowBody(), impl.width, group.nodes, group.shares.data(), sums.values.data());
@@ -269,7 +319,7 @@ void odiC_NodeAverage::Finish() {
     }
     std::vector<double> low(impl.width, kInfinity), high(impl.width, -kInfinity);
     for (std::size_t i = 0; i < group.nodes.size(); ++i) {
-      const std::size_t first = impl.Target(group, i) * impl.width;
+      const std::size_t first = impl.plan->Target(group, i) * impl.width;
       for (std::size_t c = 0; c < impl.width; ++c) {
         double share = group.shares[i];
         if (!sums.leftOut.empty())
@@ -288,11 +338,11 @@ void odiC_NodeAverage::Finish() {
 }
 
 void odiC_NodeAverage::Read(int firstRow, std::span<double> values) const {
-  const odiC_Layout& layout = *impl_->result.SharedLayout();
+  const odiC_Layout& layout = *impl_->plan->result.SharedLayout();
   const int block = odiC_BlockOf(layout, firstRow);
   const odiC_LayoutBlock& one = layout.blocks[At(block)];
-  const std::vector<std::size_t>& targets = impl_->targets[At(block)];
-  const Sums& sums = impl_->SumsOf(impl_->groupOfBlock[At(block)]);
+  const std::vector<std::size_t>& targets = impl_->plan->targets[At(block)];
+  const Sums& sums = impl_->SumsOf(impl_->plan->groupOfBlock[At(block)]);
   const std::size_t width = impl_->width;
   if (targets.empty() && one.entities.IsEmpty()) {
     std::copy_n(&sums.values[At(firstRow - one.firstRow) * width], values.size(), values.begin());
@@ -308,31 +358,33 @@ void odiC_NodeAverage::Read(int firstRow, std::span<double> values) const {
 void odiC_NodeAverage::Keep(int block, int firstEntity, std::span<const double> rows,
                             std::span<double> values) const {
   const Impl& impl = *impl_;
-  const std::size_t width = impl.width, perElement = impl.RowsPerElement(block) * width;
-  const std::size_t numNodes = At(impl.groups.ClassOf(block).NumNodesPerElem());
+  const std::size_t width = impl.width, perElement = impl.plan->RowsPerElement(block) * width;
+  const std::size_t numNodes = At(impl.plan->groups.ClassOf(block).NumNodesPerElem());
   const std::size_t count = odiC_NumRows(rows.size(), perElement, values.size(), numNodes * width);
-  const bool isWhole = impl.source->blocks[At(block)].position != res_ELEMENT_NODAL;
-  for (std::size_t k = 0; k < impl.groups.groups.size(); ++k) {
-    const odiC_NodeGroup& group = impl.groups.groups[k];
+  const bool isWhole = impl.plan->source->blocks[At(block)].position != res_ELEMENT_NODAL;
+  for (std::size_t k = 0; k < impl.plan->groups.groups.size(); ++k) {
+    const odiC_NodeGroup& group = impl.plan->groups.groups[k];
     if (std::ranges::find(group.blocks, block) == group.blocks.end()) continue;
-    const std::span<const int> targets = impl.groups.Targets(group, block);
+    const std::span<const int> targets = impl.plan->groups.Targets(group, block);
     const Sums& sums = impl.sums[k];
-    impl.groups.ForEachRunIn(group, block, firstEntity, static_cast<int>(count), [&](int first, int number) {
-      for (int at = first; at < first + number; ++at) {
-        const std::size_t element = At(impl.groups.Element(block, at)), i = At(at - firstEntity);
-        for (std::size_t node = 0; node < numNodes; ++node)
-          for (std::size_t c = 0; c < width; ++c) {
-            double& value = values[(i * numNodes + node) * width + c];
-            value = rows[i * perElement + (isWhole ? 0 : node * width) + c];
-            const int target = targets[element * numNodes + node];
-            if (target < 0) continue;
-            const std::size_t here = At(target) * width + c;
-            // of ranges that are 0 the ratio is 0, too; without a number there is none
-            if (100 * (sums.high[here] - sums.low[here]) <= impl.options.threshold * sums.range[c])
-              value = sums.values[here];
+    impl.plan->groups.ForEachRunIn(
+        group, block, firstEntity, static_cast<int>(count), [&](int first, int number) {
+          for (int at = first; at < first + number; ++at) {
+            const std::size_t element = At(impl.plan->groups.Element(block, at)), i = At(at - firstEntity);
+            for (std::size_t node = 0; node < numNodes; ++node)
+              for (std::size_t c = 0; c < width; ++c) {
+                double& value = values[(i * numNodes + node) * width + c];
+                value = rows[i * perElement + (isWhole ? 0 : node * width) + c];
+                int target = targets[element * numNodes + node];
+                if (odiC_IsRepeat(target)) target = targets[element * numNodes + odiC_FirstOf(target)];
+                if (target < 0) continue;
+                const std::size_t here = At(target) * width + c;
+                // of ranges that are 0 the ratio is 0, too; without a number there is none
+                if (100 * (sums.high[here] - sums.low[here]) <= impl.plan->options.threshold * sums.range[c])
+                  value = sums.values[here];
+              }
           }
-      }
-    });
+        });
   }
 }
 
@@ -342,14 +394,12 @@ template<class Take>
 void ForEachPiece(odiC_Source& from, int block, std::vector<double>& buffer, const Take& take) {
   const odiC_LayoutBlock& one = from.Layout().blocks[At(block)];
   const odiC_Places places = from.Places().WholeEntities();
-  const auto width = static_cast<long long>(from.NumComponents());
-  const int perPiece = static_cast<int>(std::max<long long>(
-      1, static_cast<long long>(odiC_kChunkBytes / sizeof(float)) / (width * one.valuesPerEntity)));
+  const int perPiece = std::max(1, odiC_BlockRows(from.NumComponents()) / one.valuesPerEntity);
   for (const odiC_RowRun& run : places.Runs()) {
     const int end = std::min(run.End(), one.firstRow + one.NumRows());
     for (int row = std::max(run.first, one.firstRow); row < end; row += perPiece * one.valuesPerEntity) {
       const int count = std::min(perPiece * one.valuesPerEntity, end - row);
-      buffer.resize(At(count) * static_cast<std::size_t>(width));
+      buffer.resize(At(count) * At(from.NumComponents()));
       from.Read(row, buffer);
       take((row - one.firstRow) / one.valuesPerEntity, std::span<const double>(buffer));
     }

@@ -96,8 +96,7 @@ const bme_ElementClass& odiC_NodeGroups::ClassOf(int block) const {
   return mesh.ElementData().GetClass(static_cast<unsigned>(layout_->blocks[At(block)].classIndex));
 }
 std::span<const int> odiC_NodeGroups::Targets(const odiC_NodeGroup& group, int block) const {
-  const auto at = std::ranges::find(group.blocks, block) - group.blocks.begin();
-  const std::vector<int>& own = group.targets[static_cast<std::size_t>(at)];
+  const std::vector<int>& own = group.targets[IndexOf(group, block)];
   return own.empty() ? ClassOf(block).ElementConnectivity().Const() : std::span<const int>(own);
 }
 
@@ -273,8 +272,7 @@ void odiC_NodeGroups::Divide(odiC_NodeGroup& group, double angle) {
     for (std::size_t i = 0; i < here.size(); ++i) {
       if (chain[i] == 0) continue;
       const Incidence& one = all[here[i]];
-      std::vector<int>& targets = group.targets[static_cast<std::size_t>(
-          std::ranges::find(group.blocks, one.block) - group.blocks.begin())];
+      std::vector<int>& targets = group.targets[IndexOf(group, one.block)];
       const bme_ElementClass& type = ClassOf(one.block);
       if (targets.empty())
         targets.assign(type.ElementConnectivity().Const().begin(), type.ElementConnectivity().Const().end());
@@ -298,6 +296,10 @@ void odiC_NodeGroups::Count(odiC_NodeGroup& group) {
   }
   const std::size_t numFurther = group.nodes.size();
   std::vector<double> shares(At(numNodes) + numFurther);
+  std::vector<unsigned> last(shares.size()); // element that had the target last, numbered from 1
+  unsigned number = 0;
+  group.haveRepeats.resize(group.blocks.size());
+  std::vector<std::size_t> repeats; // positions in the targets of a block
   for (std::size_t k = 0; k < group.blocks.size(); ++k) {
     const int block = group.blocks[k];
     const bme_ElementClass& type = ClassOf(block);
@@ -309,10 +311,29 @@ void odiC_NodeGroups::Count(odiC_NodeGroup& group) {
       ForEachRunIn(group, block, run.first, run.count, [&](int first, int count) {
         for (int at = first; at < first + count; ++at) {
           const std::size_t element = At(Element(block, at));
-          for (const int target : targets.subspan(element * width, width))
-            if (target >= 0) shares[At(target)] += own && !own->empty() ? (*own)[element] : 1;
+          ++number;
+          for (std::size_t i = element * width; i < (element + 1) * width; ++i) {
+            if (targets[i] < 0) continue;
+            const std::size_t target = At(targets[i]);
+            if (last[target] == number) {
+              repeats.push_back(i);
+              continue;
+            }
+            last[target] = number;
+            shares[target] += own && !own->empty() ? (*own)[element] : 1;
+          }
         }
       });
+    if (repeats.empty()) continue;
+    group.haveRepeats[k] = true;
+    std::vector<int>& marked = group.targets[k];
+    if (marked.empty()) marked.assign(targets.begin(), targets.end());
+    for (const std::size_t i : repeats) {
+      const auto begin = marked.begin() + static_cast<std::ptrdiff_t>(i / width * width);
+      marked[i] = odiC_RepeatOf(static_cast<std::size_t>(
+          std::find(begin, begin + static_cast<std::ptrdiff_t>(width), marked[i]) - begin));
+    }
+    repeats.clear();
   }
   std::vector<int> nodes, levels;
   for (int node = 0; node < numNodes; ++node)

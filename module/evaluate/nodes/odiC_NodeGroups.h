@@ -2,6 +2,7 @@
 #pragma once
 
 #include <CoreGeometry/odiC_NodeAverage.h>
+#include <algorithm>
 
 /// Elements of a class that have values, as rows of nodes.
 struct odiC_ElementRun {
@@ -17,12 +18,18 @@ struct odiC_NodeGroup {
   int regionIndex = -1;    ///< with borders by regions
   std::vector<int> blocks; ///< of the source, each once
   std::vector<std::vector<int>>
-      targets; ///< for each of the blocks: of all elements of its class; empty: its nodes
+      targets; ///< for each of the blocks: of all elements of its class; empty: its nodes; below 0: see odiC_IsRepeat
+  std::vector<bool> haveRepeats; ///< of the blocks
   std::vector<int>
       nodes; ///< of the targets with contributions, ascending; chains beyond the first come after
   std::vector<int> levels;    ///< of the chains, from 0; empty when there are none beyond the first
   std::vector<double> shares; ///< sums of weights of the targets
 };
+
+/// In place of the target of a node that an element has already had: it counts once for the element. -1: no target.
+constexpr int odiC_RepeatOf(std::size_t first) noexcept { return -2 - static_cast<int>(first); }
+constexpr bool odiC_IsRepeat(int target) noexcept { return target < -1; }
+constexpr std::size_t odiC_FirstOf(int repeat) noexcept { return static_cast<std::size_t>(-2 - repeat); }
 
 /// The runs of elements of a group, and the groups themselves.
 class odiC_NodeGroups {
@@ -38,6 +45,9 @@ public:
 
   const bme_ElementClass& ClassOf(int block) const;
   std::span<const int> Targets(const odiC_NodeGroup& group, int block) const;
+  bool HasRepeats(const odiC_NodeGroup& group, int block) const {
+    return group.haveRepeats[IndexOf(group, block)];
+  }
   /// Position in the class of an entity of a block.
   int Element(int block, int at) const { return layout_->blocks[static_cast<std::size_t>(block)].Entity(at); }
   /// Calls for runs of neighbouring positions from `first` on whose elements belong to the group.
@@ -53,6 +63,9 @@ public:
   }
 
 private:
+  static std::size_t IndexOf(const odiC_NodeGroup& group, int block) {
+    return static_cast<std::size_t>(std::ranges::find(group.blocks, block) - group.blocks.begin());
+  }
   int RegionOf(int block, int element) const;
   void MakeRegions(std::span<const odiC_ElementGroup> regions);
   void MakeGroups(const odiC_ToNodes& options, std::span<const odiC_ElementGroup> regions);

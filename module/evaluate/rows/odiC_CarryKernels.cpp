@@ -2,22 +2,8 @@
 #include "odiC_Lanes.h"
 
 namespace {
-namespace plain {
-#include "odiC_Lanes.inl"
-
-#include "odiC_CarryKernel.inl"
-} // namespace plain
-#ifdef ODI_HAS_AVX2
-#pragma GCC push_options
-#pragma GCC target("avx2")
-#define ODI_USE_AVX2
-namespace avx2 {
-#include "odiC_Lanes.inl"
-
-#include "odiC_CarryKernel.inl"
-} // namespace avx2
-#pragma GCC pop_options
-#endif
+#define ODI_KERNEL "odiC_CarryKernel.inl"
+#include "odiC_Bodies.inl"
 } // namespace
 
 template<class T>

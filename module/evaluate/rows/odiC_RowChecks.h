@@ -1,7 +1,8 @@
-// odiC_RowChecks.h: rows in and out belong together; words in any case
+// odiC_RowChecks.h: rows in and out belong together, how many at once; words in any case
 #pragma once
 
 #include <BasicUtils/nex_Exception.h>
+#include <CoreGeometry/odiC_Field.h>
 #include <CoreUtils/cow_String.h>
 #include <algorithm>
 #include <cctype>
@@ -14,6 +15,12 @@ inline std::size_t odiC_NumRows(std::size_t numIn, std::size_t widthIn, std::siz
                                  + " do not give " + std::to_string(numOut) + " in rows of "
                                  + std::to_string(widthOut));
   return numIn / widthIn;
+}
+
+/// Rows that the stages of values of so many components work on together: one chunk in the widest stage.
+inline int odiC_BlockRows(int width) noexcept {
+  constexpr int kTensor = 6; // what numbers and vectors are made of below, mostly
+  return std::max(1, static_cast<int>(odiC_kChunkBytes / sizeof(float)) / std::max(width, kTensor));
 }
 
 /// In any case, with minus, blank and underscore alike.

@@ -4,20 +4,8 @@
 #include <cmath>
 
 namespace {
-namespace plain {
-#include "odiC_Lanes.inl"
-#include "odiC_RowKernel.inl"
-} // namespace plain
-#ifdef ODI_HAS_AVX2
-#pragma GCC push_options
-#pragma GCC target("avx2")
-#define ODI_USE_AVX2
-namespace avx2 {
-#include "odiC_Lanes.inl"
-#include "odiC_RowKernel.inl"
-} // namespace avx2
-#pragma GCC pop_options
-#endif
+#define ODI_KERNEL "odiC_RowKernel.inl"
+#include "odiC_Bodies.inl"
 
 constexpr std::array kComponents = {res_XX_COMPONENT, res_YY_COMPONENT, res_ZZ_COMPONENT,
                                     res_XY_COMPONENT, res_XZ_COMPONENT, res_YZ_COMPONENT};
