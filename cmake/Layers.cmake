@@ -57,8 +57,11 @@ function(cg_library target)
   cmake_parse_arguments(ARG "" "EXPORT_AS" "LAYERS;LINK" ${ARGN})
   add_library(${target})
   add_library(CoreGeometry::${ARG_EXPORT_AS} ALIAS ${target})
-  set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${CG_SOVERSION}
+  set_target_properties(${target} PROPERTIES SOVERSION ${CG_SOVERSION}
     INSTALL_RPATH "$ORIGIN" EXPORT_NAME ${ARG_EXPORT_AS} LINKER_LANGUAGE CXX)
+  if(NOT SKBUILD) # a wheel has no symbolic links: there the file has the name by which it is loaded
+    set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION})
+  endif()
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
   foreach(layer IN LISTS ARG_LAYERS)

@@ -9,6 +9,7 @@ packages=(
   libcli11-dev nlohmann-json3-dev libexodusii-dev libexpat1-dev libpng-dev zlib1g-dev libjs-three libtbb-dev # program
   help2man                                      # man pages
   libgtest-dev librapidcheck-dev zsh fish       # tests
+  python3-dev python3-venv                      # Python package
   "$@"
 )
 

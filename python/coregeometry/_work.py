@@ -1,0 +1,43 @@
+"""Progress and cancelling of long work."""
+
+from __future__ import annotations
+
+import contextlib
+import contextvars
+import logging
+from collections.abc import Callable, Iterator
+from typing import Any
+
+from . import _core
+
+_callback: contextvars.ContextVar[Callable[[float, str], Any] | None] = contextvars.ContextVar(
+    "coregeometry.progress", default=None
+)
+_logger = logging.getLogger("coregeometry")
+
+
+@contextlib.contextmanager
+def progress(callback: Callable[[float, str], Any]) -> Iterator[None]:
+    """Calls ``callback(fraction, work)`` during long work of this thread, at most every 50 ms.
+
+    The fraction runs from 0 to 1 within one call of the library. A callback that returns ``False`` stops the work,
+    which raises `Cancelled`; what it raises passes through.
+    """
+    token = _callback.set(callback)
+    _core.add_listener(1)
+    try:
+        yield
+    finally:
+        _core.add_listener(-1)
+        _callback.reset(token)
+
+
+def poll(fraction: float, work: bytes) -> bool:
+    """Whether the work shall stop; called by the extension."""
+    callback = _callback.get()
+    return callback is not None and callback(fraction, work.decode("utf-8", "replace")) is False
+
+
+def status(text: bytes) -> None:
+    """Called by the extension when the work says what it does."""
+    _logger.info("%s", text.decode("utf-8", "replace"))

@@ -1,0 +1,16 @@
+// The extension module: starts the library once, and never stops it, as objects may live longer than the module.
+#include "py_Errors.h"
+#include "py_Mesh.h"
+#include "py_Work.h"
+
+#include <CoreGeometry/DDB_CoreGeometry.h>
+
+NB_MODULE(_core, module) {
+  int tally = 0;
+  DDB_CoreGeometry_initialize(tally);
+  module.attr("__version__") = CORE_GEOMETRY_VERSION;
+  py_BindErrors();
+  py_BindWork(module);
+  py_BindBlock(module);
+  py_BindMesh(module);
+}

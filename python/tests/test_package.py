@@ -1,0 +1,34 @@
+"""What holds for the package as a whole."""
+
+import subprocess
+import sys
+from pathlib import Path
+
+import coregeometry as cg
+
+ROOT = Path(__file__).parents[2]
+
+
+def test_one_version_everywhere():
+    shown = subprocess.run([sys.executable, "-m", "coregeometry", "--version"], capture_output=True, text=True, check=True)
+    assert cg.__version__ == (ROOT / "VERSION").read_text().strip()
+    assert shown.stdout.split()[-1] == cg.__version__
+
+
+def test_import_is_cheap_and_loads_each_library_once():
+    code = (
+        "import sys, coregeometry\n"
+        "print(sorted({'meshio', 'vtkmodules', 'pyvista', 'pandas'} & set(sys.modules)))\n"
+        "maps = {line.split()[-1] for line in open('/proc/self/maps') if 'CoreGeometry' in line}\n"
+        "print(sorted(name.rsplit('/', 1)[1].split('.')[0] for name in maps))"
+    )
+    ran = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, check=True)
+    packages, libraries = (eval(line) for line in ran.stdout.splitlines())
+    assert packages == []
+    assert len(set(libraries)) == len(libraries) and {"libCoreGeometry", "libCoreGeometryPlatform"} <= set(libraries)
+    assert ran.stderr == ""
+
+
+def test_public_names_are_documented_and_exist():
+    for name in cg.__all__:
+        assert name == "__version__" or getattr(cg, name).__doc__, name
