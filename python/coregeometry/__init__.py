@@ -1,6 +1,16 @@
 """Finite-element meshes and models from NumPy arrays."""
 
-from ._core import Block, Controls, Mesh, __version__
+from ._core import (
+    Block,
+    Controls,
+    EdgeList,
+    ElementList,
+    FaceList,
+    Mesh,
+    NamedSet,
+    NodeList,
+    __version__,
+)
 from ._errors import (
     BusyError,
     CallError,
@@ -15,7 +25,7 @@ from ._errors import (
     UnknownLabelError,
     UnknownTypeError,
 )
-from ._tables import Difference, Finding, Loss
+from ._tables import Chain, Difference, EdgeSets, FaceSets, Finding, Loss, Triangles
 from ._work import progress
 
 __all__ = [
@@ -23,18 +33,27 @@ __all__ = [
     "BusyError",
     "CallError",
     "Cancelled",
+    "Chain",
     "ClosedError",
     "Controls",
     "DataError",
     "Difference",
+    "EdgeList",
+    "EdgeSets",
+    "ElementList",
     "EnumTextError",
     "Error",
+    "FaceList",
+    "FaceSets",
     "Finding",
     "Loss",
     "LossWarning",
     "Mesh",
     "MissingLibraryError",
+    "NamedSet",
+    "NodeList",
     "OutOfRangeError",
+    "Triangles",
     "UnknownLabelError",
     "UnknownTypeError",
     "__version__",

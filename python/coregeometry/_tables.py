@@ -3,6 +3,13 @@
 from __future__ import annotations
 
 from dataclasses import dataclass
+from typing import TYPE_CHECKING, NamedTuple
+
+if TYPE_CHECKING:
+    import numpy as np
+    import numpy.typing as npt
+
+    from ._core import EdgeList, FaceList
 
 
 @dataclass(frozen=True)
@@ -43,3 +50,36 @@ class Loss:
 
     what: str
     count: int
+
+
+class FaceSets(NamedTuple):
+    """Faces of elements: ``external``, ``interior`` (of two solids), ``shared`` (of more), ``collapsed``."""
+
+    external: FaceList
+    interior: FaceList
+    shared: FaceList
+    collapsed: FaceList
+
+
+class EdgeSets(NamedTuple):
+    """Edges of faces, each once, and some kinds of them."""
+
+    unique: EdgeList
+    feature: EdgeList
+    free: EdgeList
+    non_manifold: EdgeList
+    inconsistent: EdgeList
+
+
+class Triangles(NamedTuple):
+    """``nodes`` (t, 3) int32, and of each triangle the position of its face in the list."""
+
+    nodes: npt.NDArray[np.int32]
+    faces: npt.NDArray[np.int32]
+
+
+class Chain(NamedTuple):
+    """``nodes`` of a chain of edges; a closed one ends with its first node."""
+
+    nodes: npt.NDArray[np.int32]
+    closed: bool

@@ -1,6 +1,6 @@
 // The extension module: starts the library once, and never stops it, as objects may live longer than the module.
 #include "py_Errors.h"
-#include "py_Mesh.h"
+#include "py_Lists.h"
 #include "py_Work.h"
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
@@ -13,4 +13,7 @@ NB_MODULE(_core, module) {
   py_BindWork(module);
   py_BindBlock(module);
   py_BindMesh(module);
+  py_BindLists(module);
+  py_BindSelections(module);
+  py_BindFaces(module);
 }
