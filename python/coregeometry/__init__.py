@@ -3,6 +3,7 @@
 from ._core import (
     Block,
     Controls,
+    CoordinateSystem,
     EdgeList,
     ElementList,
     FaceList,
@@ -25,7 +26,18 @@ from ._errors import (
     UnknownLabelError,
     UnknownTypeError,
 )
-from ._tables import Chain, Difference, EdgeSets, FaceSets, Finding, Loss, Triangles
+from ._model import Model, Transaction, diff, open
+from ._tables import (
+    Chain,
+    Difference,
+    EdgeSets,
+    FaceSets,
+    Finding,
+    Loss,
+    StoredClass,
+    StoredObject,
+    Triangles,
+)
 from ._work import progress
 
 __all__ = [
@@ -36,6 +48,7 @@ __all__ = [
     "Chain",
     "ClosedError",
     "Controls",
+    "CoordinateSystem",
     "DataError",
     "Difference",
     "EdgeList",
@@ -50,12 +63,18 @@ __all__ = [
     "LossWarning",
     "Mesh",
     "MissingLibraryError",
+    "Model",
     "NamedSet",
     "NodeList",
     "OutOfRangeError",
+    "StoredClass",
+    "StoredObject",
+    "Transaction",
     "Triangles",
     "UnknownLabelError",
     "UnknownTypeError",
     "__version__",
+    "diff",
+    "open",
     "progress",
 ]

@@ -83,3 +83,22 @@ class Chain(NamedTuple):
 
     nodes: npt.NDArray[np.int32]
     closed: bool
+
+
+@dataclass(frozen=True)
+class StoredClass:
+    """A class of stored objects in a model."""
+
+    name: str
+    type_id: int
+    version: int
+    objects: int
+    outdated: bool
+
+
+@dataclass(frozen=True)
+class StoredObject:
+    """An object of a class without a form in Python: its class, and its contents as text."""
+
+    class_name: str
+    text: str

@@ -1,6 +1,8 @@
 // The extension module: starts the library once, and never stops it, as objects may live longer than the module.
+#include "py_Csys.h"
 #include "py_Errors.h"
 #include "py_Lists.h"
+#include "py_Model.h"
 #include "py_Work.h"
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
@@ -16,4 +18,6 @@ NB_MODULE(_core, module) {
   py_BindLists(module);
   py_BindSelections(module);
   py_BindFaces(module);
+  py_BindCsys(module);
+  py_BindModel(module);
 }
