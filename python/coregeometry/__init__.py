@@ -7,9 +7,15 @@ from ._core import (
     EdgeList,
     ElementList,
     FaceList,
+    Hits,
+    Locator,
+    Measures,
     Mesh,
+    Moments,
     NamedSet,
+    Nearest,
     NodeList,
+    Rows,
     __version__,
 )
 from ._errors import (
@@ -26,6 +32,7 @@ from ._errors import (
     UnknownLabelError,
     UnknownTypeError,
 )
+from ._files import Imported, read_mesh, write_mesh
 from ._model import Model, Transaction, diff, open
 from ._tables import (
     Chain,
@@ -33,6 +40,7 @@ from ._tables import (
     EdgeSets,
     FaceSets,
     Finding,
+    Location,
     Loss,
     StoredClass,
     StoredObject,
@@ -59,14 +67,22 @@ __all__ = [
     "FaceList",
     "FaceSets",
     "Finding",
+    "Hits",
+    "Imported",
+    "Location",
+    "Locator",
     "Loss",
     "LossWarning",
+    "Measures",
     "Mesh",
     "MissingLibraryError",
     "Model",
+    "Moments",
     "NamedSet",
+    "Nearest",
     "NodeList",
     "OutOfRangeError",
+    "Rows",
     "StoredClass",
     "StoredObject",
     "Transaction",
@@ -77,4 +93,6 @@ __all__ = [
     "diff",
     "open",
     "progress",
+    "read_mesh",
+    "write_mesh",
 ]

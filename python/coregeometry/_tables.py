@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 from dataclasses import dataclass
+from enum import IntEnum
 from typing import TYPE_CHECKING, NamedTuple
 
 if TYPE_CHECKING:
@@ -102,3 +103,12 @@ class StoredObject:
 
     class_name: str
     text: str
+
+
+class Location(IntEnum):
+    """Where a point is in an element; ``Hits.location`` holds these numbers."""
+
+    OUTSIDE = 0
+    INSIDE = 1
+    ON_BOUNDARY = 2
+    DEGENERATE = 3

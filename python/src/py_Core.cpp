@@ -1,4 +1,5 @@
 // The extension module: starts the library once, and never stops it, as objects may live longer than the module.
+#include "py_Connect.h"
 #include "py_Csys.h"
 #include "py_Errors.h"
 #include "py_Lists.h"
@@ -20,4 +21,8 @@ NB_MODULE(_core, module) {
   py_BindFaces(module);
   py_BindCsys(module);
   py_BindModel(module);
+  py_BindConnect(module);
+  py_BindLocate(module);
+  py_BindMeasures(module);
+  py_BindFiles(module);
 }
