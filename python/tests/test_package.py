@@ -1,8 +1,11 @@
 """What holds for the package as a whole."""
 
+import doctest
 import subprocess
 import sys
 from pathlib import Path
+
+import pytest
 
 import coregeometry as cg
 
@@ -32,3 +35,10 @@ def test_import_is_cheap_and_loads_each_library_once():
 def test_public_names_are_documented_and_exist():
     for name in cg.__all__:
         assert name == "__version__" or getattr(cg, name).__doc__, name
+
+
+@pytest.mark.parametrize("page", ["README.md", "python/README.md"])
+def test_examples_of_pages(page, tmp_path, monkeypatch):
+    monkeypatch.chdir(tmp_path)
+    ran = doctest.testfile(str(ROOT / page), module_relative=False)
+    assert ran.attempted > 0 and ran.failed == 0
