@@ -147,18 +147,27 @@ public:
       isMerged_[node] = 1;
     }
   }
-  /// Each of `others` joins the nearest of `fixed`, which stay apart from each other.
+  /// Each of `others` joins the nearest of `fixed`, which stay apart from each other. Of those at the same distance the
+  /// first one counts.
   void MergePairs(std::span<const unsigned> fixed, std::span<const unsigned> others, double tolerance) {
+    const auto xOf = [&](std::size_t i) { return Coordinate(fixed[i], 0); };
+    std::vector<std::size_t> byX; // of nodes with a place
+    for (std::size_t i = 0; i < fixed.size(); ++i)
+      if (std::isfinite(xOf(i))) byX.push_back(i);
+    std::ranges::stable_sort(byX, {}, xOf);
+    const double reach = 1.0001 * tolerance; // no node is missed by rounding
     std::vector<std::vector<unsigned>> groups(fixed.size());
     wip_Poll poll(65536);
     for (const unsigned other : others) {
+      const double x = Coordinate(other, 0);
       std::size_t nearest = fixed.size();
       double least = tolerance;
-      for (std::size_t i = 0; i < fixed.size(); ++i) {
+      for (auto at = std::ranges::lower_bound(byX, x - reach, {}, xOf);
+           at != byX.end() && xOf(*at) <= x + reach; ++at) {
         poll.Advance();
-        const double distance = Distance(fixed[i], other);
-        if (distance < least || (distance <= least && nearest == fixed.size())) {
-          nearest = i;
+        const double distance = Distance(fixed[*at], other);
+        if (distance < least || (distance == least && *at < nearest)) {
+          nearest = *at;
           least = distance;
         }
       }
@@ -195,6 +204,9 @@ public:
   }
 
 private:
+  double Coordinate(unsigned node, std::size_t axis) const {
+    return static_cast<double>(nodes_.Coordinates().Const()[3 * std::size_t{node} + axis]);
+  }
   double Distance(unsigned a, unsigned b) const {
     const std::span<const float> xyz = nodes_.Coordinates().Const();
     double sum = 0;
