@@ -315,15 +315,19 @@ public:
 
   std::vector<std::vector<double>> Run() {
     isQuadratic_ = shape_.InterpOrder() > 1;
-    switch (shape_.Options().Family()) {
-    case shp_Family::Line: All<Line>(2); break;
-    case shp_Family::Triangle: All<Triangle>(3); break;
-    case shp_Family::Quadrilateral: All<Quadrilateral>(4); break;
-    case shp_Family::Tetrahedron: All<Tetrahedron>(4); break;
-    case shp_Family::Wedge: All<Wedge>(6); break;
-    case shp_Family::Hexahedron: All<Hexahedron>(8); break;
-    default: break;
-    }
+    using C = ClassQuality;
+    constexpr struct {
+      shp_Family family;
+      void (C::*measure)(std::size_t numCorners);
+      std::size_t numCorners;
+    } kFamilies[] = {{shp_Family::Line, &C::All<Line>, 2},
+                     {shp_Family::Triangle, &C::All<Triangle>, 3},
+                     {shp_Family::Quadrilateral, &C::All<Quadrilateral>, 4},
+                     {shp_Family::Tetrahedron, &C::All<Tetrahedron>, 4},
+                     {shp_Family::Wedge, &C::All<Wedge>, 6},
+                     {shp_Family::Hexahedron, &C::All<Hexahedron>, 8}};
+    for (const auto& row : kFamilies)
+      if (row.family == shape_.Options().Family()) (this->*row.measure)(row.numCorners);
     return std::move(rows_);
   }
 
