@@ -16,6 +16,7 @@ from ._core import (
     Nearest,
     NodeList,
     Rows,
+    Shape,
     __version__,
 )
 from ._errors import (
@@ -34,6 +35,7 @@ from ._errors import (
 )
 from ._files import Imported, read_mesh, write_mesh
 from ._model import Model, Transaction, diff, open
+from ._shapes import shapes
 from ._tables import (
     Chain,
     Difference,
@@ -83,6 +85,7 @@ __all__ = [
     "NodeList",
     "OutOfRangeError",
     "Rows",
+    "Shape",
     "StoredClass",
     "StoredObject",
     "Transaction",
@@ -94,5 +97,6 @@ __all__ = [
     "open",
     "progress",
     "read_mesh",
+    "shapes",
     "write_mesh",
 ]

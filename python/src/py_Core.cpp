@@ -25,4 +25,5 @@ NB_MODULE(_core, module) {
   py_BindLocate(module);
   py_BindMeasures(module);
   py_BindFiles(module);
+  py_BindShapes(module);
 }

@@ -20,7 +20,7 @@ nb::tuple Read(const std::string& file, const std::string& format, const nb::dic
     if (!keeps && !block.supported)
       throw py_Error("UnknownTypeError", file + ": " + std::to_string(block.numElements)
                                              + " elements of type " + block.type + ", which is not known");
-  const py_Mesh mesh(std::move(*import.mesh), import.rounding.change);
+  const py_Mesh mesh(*import.mesh, import.rounding.change);
   nb::dict sets;
   for (bme_NamedSet& set : import.sets) {
     const cow_String name = set.Root();

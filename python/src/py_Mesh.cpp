@@ -6,6 +6,7 @@
 
 #include <CoreGeometry/chk_Findings.h>
 #include <CoreGeometry/gsl_Matrix.h>
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -358,8 +359,7 @@ py_Mesh Inverted(const py_Mesh& mesh, nb::handle argument) {
       for (unsigned i = 0; i < elements.NumClasses(); ++i)
         require(elements.GetClassToModify(i).InvertElementsConnectivities(), elements.GetClass(i));
     std::ranges::sort(chosen);
-    const auto repeated = std::ranges::unique(chosen);
-    chosen.erase(repeated.begin(), repeated.end());
+    chosen.erase(std::unique(chosen.begin(), chosen.end()), chosen.end());
     for (const unsigned e : chosen)
       require(elements.GetClassToModify(elements.GetClassIndex(e))
                   .InvertElementConnectivity(static_cast<int>(elements.GetClassElemIndex(e))),

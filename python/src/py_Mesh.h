@@ -17,7 +17,7 @@ struct py_Block {
 ///
 /// Threads    the mutex guards what is built lazily; it is taken only while the GIL is not held.
 struct py_MeshState {
-  py_MeshState(bme_Mesh made, double rounding) : mesh(std::move(made)), rounding(rounding) {}
+  py_MeshState(const bme_Mesh& made, double rounding) : mesh(made), rounding(rounding) {}
 
   const bme_Mesh mesh;
   const double rounding; ///< largest change of a coordinate by conversion to single precision
@@ -30,8 +30,8 @@ struct py_Mesh {
   std::shared_ptr<const py_MeshState> state;
 
   py_Mesh() = default;
-  explicit py_Mesh(bme_Mesh mesh, double rounding = 0)
-      : state(std::make_shared<const py_MeshState>(std::move(mesh), rounding)) {}
+  explicit py_Mesh(const bme_Mesh& mesh, double rounding = 0)
+      : state(std::make_shared<const py_MeshState>(mesh, rounding)) {}
   const bme_Mesh& operator*() const noexcept { return state->mesh; }
   const bme_Mesh* operator->() const noexcept { return &state->mesh; }
   const bme_NodeData& Nodes() const noexcept { return state->mesh.NodeData(); }
