@@ -17,8 +17,8 @@ from ._core import (
     NodeList,
     Rows,
     Shape,
-    __version__,
 )
+from ._core import version as __version__
 from ._errors import (
     BusyError,
     CallError,

@@ -11,7 +11,7 @@
 NB_MODULE(_core, module) {
   int tally = 0;
   DDB_CoreGeometry_initialize(tally);
-  module.attr("__version__") = CORE_GEOMETRY_VERSION;
+  module.attr("version") = CORE_GEOMETRY_VERSION;
   py_BindErrors();
   py_BindWork(module);
   py_BindBlock(module);

@@ -42,3 +42,8 @@ def test_examples_of_pages(page, tmp_path, monkeypatch):
     monkeypatch.chdir(tmp_path)
     ran = doctest.testfile(str(ROOT / page), module_relative=False)
     assert ran.attempted > 0 and ran.failed == 0
+
+
+def test_the_stub_names_python_types_only():
+    stub = (Path(cg.__file__).parent / "_core.pyi").read_text()
+    assert "class Mesh" in stub and "std::" not in stub
