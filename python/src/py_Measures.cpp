@@ -46,7 +46,8 @@ bme_ElementValue ToValue(const py_Mesh& mesh, nb::handle argument, const char* w
   const py_Reals given = py_ToReals(argument, what, {elements.NumElements()});
   return [values = std::vector<double>(given.Values().begin(), given.Values().end()),
           known](const bme_ElementClass& block, int element) {
-    return known(values[static_cast<std::size_t>(block.FirstElementIndex() + element)]);
+    return known(
+        values[static_cast<std::size_t>(block.FirstElementIndex()) + static_cast<std::size_t>(element)]);
   };
 }
 
