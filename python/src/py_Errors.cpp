@@ -18,7 +18,7 @@ void Raise(const char* type, const char* message, const nb::dict& attributes) no
   }
 }
 
-void Raise(const char* type, const nex_Exception& error, nb::dict attributes = {}) {
+void Raise(const char* type, const nex_Exception& error, const nb::dict& attributes = {}) {
   attributes["source"] = nb::bytes(error.Source().data(), error.Source().size());
   attributes["line"] = error.Line();
   Raise(type, error.what(), attributes);
