@@ -344,5 +344,7 @@ std::unique_ptr<exo_OutResults> exo_ResultsOf(const odiC_Run& run, bool atNodes,
                                               std::span<const exo_SetEntries> sets, fmt_Ledger& ledger) {
   auto results = std::make_unique<Results>(run, atNodes, file, sets, ledger);
   if (results->times.empty()) return nullptr;
+  if (bme_Placement(run.Mesh()).IsTurned())
+    ledger.push_back({"placed axes of results", 1, "vectors and tensors stay in the axes of the mesh"});
   return results;
 }

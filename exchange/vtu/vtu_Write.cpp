@@ -331,6 +331,8 @@ void ListHistories(const odiC_Run& run, fmt_Ledger& ledger) {
     descriptions +=
         std::ranges::count_if(step.descriptions, [](const cow_String& text) { return !text.empty(); });
   }
+  if (bme_Placement(run.Mesh()).IsTurned())
+    ledger.push_back({"placed axes of results", 1, "vectors and tensors stay in the axes of the mesh"});
   if (histories > 0) ledger.push_back({"histories", histories, {}});
   if (descriptions > 0) ledger.push_back({"descriptions of frames", descriptions, {}});
 }

@@ -3,6 +3,7 @@
 #include "cli_Console.h"
 #include "cli_Words.h"
 
+#include <CoreGeometry/bme_Placement.h>
 #include <cmath>
 
 namespace {
@@ -330,6 +331,8 @@ void cli_Contour::GatherDisplacement(const Shot& shot) {
   const auto width = static_cast<std::size_t>(source->NumComponents());
   moved_.assign(3 * static_cast<std::size_t>(mesh_.NodeData().NumNodes()), kNone);
   const odiC_Layout& layout = source->Layout();
+  const bme_Placement placement(run_.Mesh()); // the nodes that are drawn are turned by it
+  const gsl_Matrix turn = placement.Turn();
   odiC_ForEachRange(*source, [&](const odiC_Range& range) {
     if (!range.block.IsNodal())
       throw nex_TextException(run_.Model().File() + ", " + run_.Root() + ", " + displacement_->Variable().name
@@ -341,6 +344,7 @@ void cli_Contour::GatherDisplacement(const Shot& shot) {
           to[k] = k < width
                       ? shot.factor * range.values[width * static_cast<std::size_t>(row - range.firstRow) + k]
                       : 0;
+        if (placement.IsTurned()) turn.Transform(std::span<double>(to, 3));
       }
   });
 }

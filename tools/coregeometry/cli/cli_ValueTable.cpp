@@ -174,10 +174,7 @@ void cli_TableRows::Add(odiC_Source& source, const odiC_When* when, const More& 
   odiC_ForEachRange(source, [&](const odiC_Range& range) {
     for (const odiC_RowRun& rows : range.rows)
       for (int row = rows.first; row < rows.End() && left_ > 0; ++row, --left_) {
-        odiC_LayoutBlock block = range.block;
-        odiC_PlaceLabel place = odiC_LabelOf(run_.Mesh(), block, odiC_PlaceOf(source.Layout(), row));
-        block.sectionPoint = source.SectionPointOf(row);
-        place.sectionPoint = odiC_SectionPointName(run_, block);
+        const odiC_PlaceLabel place = odiC_LabelOf(run_, source, row);
         const cli_Json words = cli_PlaceJson(place);
         std::vector<cli_Column> before;
         const auto add = [&](const cli_Json& from, const char* key, const char* name) {

@@ -300,6 +300,7 @@ cli_Json cli_PlaceJson(const odiC_PlaceLabel& place) {
   cli_Json json = {{"position", Text(place.position)}};
   if (place.label != 0) json["label"] = place.label;
   if (place.point != 0) json["point"] = place.point;
+  if (place.node != 0) json["node"] = place.node;
   if (!place.sectionPoint.empty()) json["sectionPoint"] = place.sectionPoint;
   if (!place.region.empty()) json["set"] = place.region;
   return json;

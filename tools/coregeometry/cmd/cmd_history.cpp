@@ -140,10 +140,7 @@ void PrintValues(const odiC_Run& run, const Arguments& arguments) {
     odiC_ForEachRange(*source, [&](const odiC_Range& range) {
       for (const odiC_RowRun& rows : range.rows)
         for (int row = rows.first; row < rows.End(); ++row) {
-          odiC_LayoutBlock block = range.block;
-          odiC_PlaceLabel place = odiC_LabelOf(run.Mesh(), block, odiC_PlaceOf(source->Layout(), row));
-          block.sectionPoint = source->SectionPointOf(row);
-          place.sectionPoint = odiC_SectionPointName(run, block);
+          const odiC_PlaceLabel place = odiC_LabelOf(run, *source, row);
           for (std::size_t k = 0; k < width; ++k)
             table.Put(when.step, when.value, when.frame,
                       place.Text() + (components[k].empty() ? "" : " " + components[k]),
