@@ -259,6 +259,27 @@ TEST_F(Values, FacesHaveTheMeanOfTheirNodesAndThoseOfASurfaceCanBeChosen) {
       mean += corners[k / 6 * 8 + static_cast<std::size_t>(node)] / 4;
     EXPECT_NEAR(faces[k], mean, 1e-12) << k;
   }
+  // of both classes together the same; points of rows are those of their nodes and faces
+  const odiC_Values both = odiC_Values(run, "S", odiC_Selection().Frame(0)).Component("xy");
+  std::vector<double> all = All(both.AtElementNodes(), when);
+  EXPECT_GT(all.size(), corners.size());
+  all.resize(corners.size());
+  EXPECT_EQ(all, corners);
+  const odiC_Layout atNodes = odiC_FullLayout(mesh_, res_ELEMENT_NODAL),
+                    atFaces = s.AtFaces().Open(when)->Layout();
+  std::vector<double> ofNodes(3 * 8 * kCubes), ofFaces(3 * 6 * kCubes);
+  odiC_PointsOf(run, atNodes.blocks[0], 0, ofNodes);
+  odiC_PointsOf(run, atFaces.blocks[0], 0, ofFaces);
+  for (std::size_t k = 0; k < ofNodes.size(); ++k) {
+    const int node = mesh_.ElementData().GetClass(0).ElementConnectivity().Const()[k / 3];
+    EXPECT_EQ(ofNodes[k], mesh_.NodeData().Coordinates().Const()[3 * static_cast<std::size_t>(node) + k % 3]);
+  }
+  for (std::size_t k = 0; k < ofFaces.size(); ++k) {
+    double mean = 0;
+    for (const int node : cube.FaceNodes(static_cast<int>(k / 3) % 6))
+      mean += ofNodes[k / 18 * 24 + 3 * static_cast<std::size_t>(node) + k % 3] / 4;
+    EXPECT_NEAR(ofFaces[k], mean, 1e-6) << k;
+  }
   const odiC_Values left = odiC_Values(run, "S", odiC_Selection().Frame(0).Region("left")).Component("xy");
   EXPECT_EQ(All(left.AtFaces(), when), (std::vector<double>{faces[2], faces[6]}));
   EXPECT_EQ(odiC_Reduce(left.AtFaces())[0].count, 2);
