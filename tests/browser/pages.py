@@ -188,6 +188,24 @@ def check_model(browser, tool, model, page):
         before = shown
 
 
+def check_results(browser, tool, model, page):
+    field = ["--field", "stress", "--invariant", "mises", "--at-nodes", "--frame", "last"]
+    subprocess.run([tool, "view", model, "-o", page, "--force", "-q", "--deform", "disp", *field], check=True)
+    browser.open(page)
+    count, lively = colours_in(browser.picture("results"))
+    assert count > 20 and lively > 0.1, f"the contours are blank: {count} colours, {lively:.2f}"
+    facts = browser.click(600, 420)
+    shown = json.loads(subprocess.run([tool, "fields", model, "stress", *field[2:], "--node", facts["Nearest node"], "--json"],
+                                      check=True, capture_output=True, text=True).stdout)
+    values = [row["values"][0] for row in shown["values"]]
+    assert any(abs(float(facts["at the node"]) - value) <= 1e-6 * abs(value) for value in values), (facts, shown)
+    worst = json.loads(subprocess.run([tool, "fields", model, "stress", *field[2:], "--max", "--json"],
+                                      check=True, capture_output=True, text=True).stdout)
+    label = worst["reductions"][0]["max"]["place"]["label"]
+    largest = browser.value("document.getElementById('extremes').textContent").split("\n")[0]
+    assert largest.endswith(f"at node {label}"), (largest, worst)
+
+
 def main():
     tool, make_page, model = sys.argv[1:4]
     program = sys.argv[4] if len(sys.argv) > 4 else shutil.which("chromium")
@@ -200,10 +218,12 @@ def main():
                 expect(browser.faults(), [], "errors of the page " + kind)
             check_model(browser, tool, model, str(pictures / "model.html"))
             expect(browser.faults(), [], "errors of the page of the model")
+            check_results(browser, tool, model, str(pictures / "results.html"))
+            expect(browser.faults(), [], "errors of the page with results")
         finally:
             browser.close()
     shutil.rmtree(pictures)
-    print("pages: 4 shown, clicked at and without errors")
+    print("pages: 5 shown, clicked at and without errors")
 
 
 pictures = pathlib.Path(tempfile.mkdtemp(prefix="coregeometry-pages-"))

@@ -6,6 +6,8 @@
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_MeshBuilder.h>
+#include <CoreGeometry/gsl_Matrix.h>
+#include <CoreGeometry/odiC_Run.h>
 #include <CoreGeometry/odiC_RunWriter.h>
 #include <CoreGeometry/pic_Page.h>
 #include <cmath>
@@ -140,6 +142,42 @@ TEST_F(Contours, OneRangeAndOneFactorServeAllFrames) {
   if (!pic_Page::IsBuilt()) return;
   facts = Results({"--field", "t", "--deform", "u", "--step", "Pull", "--frames", "all"}, "a.html");
   EXPECT_EQ(facts["frames"].size(), 3U);
+}
+
+TEST_F(Contours, DisplacementsTurnWithThePlacementOfTheMesh) {
+  // a plate that stands, and one that lies in its own axes and is placed by a quarter turn about x
+  constexpr double kTurn[4][4] = {{1, 0, 0, 0}, {0, 0, -1, 0}, {0, 1, 0, 0}, {0, 0, 0, 1}};
+  const gsl_Matrix turn(kTurn);
+  std::vector<unsigned char> pictures[2];
+  for (const int isPlaced : {0, 1}) {
+    std::vector<float> xyz;
+    std::vector<double> u;
+    for (const float x : {0.F, 1.F, 2.F})
+      for (const float y : {0.F, 1.F}) {
+        xyz.insert(xyz.end(), {x, isPlaced ? y : 0, isPlaced ? 0 : y});
+        u.insert(u.end(), {0, isPlaced ? 0 : -x, isPlaced ? x : 0});
+      }
+    const bme_Mesh own = bme_MeshBuilder(xyz).Add({"S4R", {0, 2, 3, 1, 2, 4, 5, 3}}).Build();
+    const bme_Mesh mesh(0, new bme_NodeData(own.NodeData()), new bme_ElementData(own.ElementData()),
+                        bme_ORPHAN_MESH, isPlaced ? &turn : nullptr);
+    const std::string file = folder_ / (isPlaced ? "placed.cgdb" : "standing.cgdb");
+    cls_Database model = cls_Database::Create(file);
+    cls_WritePass pass(model);
+    pass.Put("meshes/plate", mesh);
+    pass.Commit();
+    odiC_RunWriter run(model, "results/plate/run", mesh);
+    const int index = run.AddVariable(odiC_Variable("u", res_VECTOR));
+    run.BeginStep("Pull");
+    run.BeginFrame({});
+    run.PutField(index, run.AddLayout(odiC_FullLayout(mesh, res_NODAL)), cow_ArrayCOW<double>(u));
+    run.Commit();
+    EXPECT_EQ(RunTool({"render", file, "-o", folder_ / "turned.png", "--force", "--size", "200x200",
+                       "--plain", "--view", "1,2,3", "--deform", "u=0.5"})
+                  .exitCode,
+              0);
+    pictures[isPlaced] = Picture(folder_ / "turned.png").rgb;
+  }
+  EXPECT_EQ(pictures[0], pictures[1]);
 }
 
 TEST_F(Contours, WhatCannotBeDrawnIsSaid) {
