@@ -5,6 +5,7 @@
 #include "cli_ImportResults.h"
 #include "cli_Ledger.h"
 #include "cli_Regions.h"
+#include "cli_StoreMesh.h"
 #include "cli_Words.h"
 #include <CoreGeometry/bme_EntityList.h>
 #include <CoreGeometry/bme_RegenerateDatums.h>
@@ -47,31 +48,8 @@ void SortWords(Arguments& arguments) {
   if (arguments.file.empty()) throw cli_UsageError("FILE is required");
 }
 
-/// What the target is called.
-struct Target {
-  fs::path file;
-  cow_String name, root;
-  bool exists = false; ///< when the command begins
-
-  cow_String RegionRoot(const cow_String& set) const { return bme_kRegionFolder + name + "/" + set; }
-  cow_String SetRoot(const cow_String& set) const { return bme_kSetFolder + name + "/" + set; }
-  cow_String NotesRoot() const { return bme_kNotesFolder + name; }
-};
-
-/// What belongs to the mesh alone: regions that have it as their owner, and their contents.
-std::vector<cow_String> RegionsOf(const cls_Database& model, const Target& target) {
-  std::vector<cow_String> roots;
-  for (const auto& [root, region] : bme_StoredRegions(model)) {
-    if (region.OwnerNames() != cow_List<cow_String>{target.name}) continue;
-    roots.push_back(root);
-    const cow_String contents = region.GetSetData().Path();
-    if (contents.starts_with(target.SetRoot("")) && model.Has(contents)) roots.push_back(contents);
-  }
-  return roots;
-}
-
 /// A replaced mesh keeps its identifier; a new one gets the next.
-int ChooseMeshId(const cls_Database& model, const Target& target, bool force) {
+int ChooseMeshId(const cls_Database& model, const cli_MeshTarget& target, bool force) {
   if (model.Has(target.root)) {
     if (!force)
       throw nex_TextException(target.file.string() + ": already holds " + target.root
@@ -84,8 +62,8 @@ int ChooseMeshId(const cls_Database& model, const Target& target, bool force) {
   return next;
 }
 
-Target ChooseTarget(const Arguments& arguments) {
-  Target target;
+cli_MeshTarget ChooseTarget(const Arguments& arguments) {
+  cli_MeshTarget target;
   target.file = arguments.model.value_or(fs::path(arguments.file).replace_extension(".cgdb").string());
   target.name = arguments.name.empty() ? fs::path(arguments.file).stem().string() : arguments.name;
   target.root = bme_kMeshFolder + target.name;
@@ -98,53 +76,9 @@ Target ChooseTarget(const Arguments& arguments) {
   return target;
 }
 
-cls_Database::Options OptionsFor(const bme_Mesh& mesh) {
-  constexpr std::size_t kBigModel = std::size_t{64} << 20;
-  std::size_t bytes = mesh.NodeData().NumNodes() * (3 * sizeof(float) + sizeof(int));
-  for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i)
-    bytes += mesh.ElementData().GetClass(i).ElementConnectivity().Const().size_bytes();
-  return {.pageSize = bytes > kBigModel ? 65536 : 16384};
-}
-
-/// A region and its contents for every set.
-void PutSets(const cls_Database& model, cls_WritePass& pass, const Target& target,
-             std::span<const bme_NamedSet> sets) {
-  for (const bme_NamedSet& set : sets) {
-    for (const cow_String& root : {target.RegionRoot(set.Root()), target.SetRoot(set.Root())})
-      if (model.Has(root))
-        throw nex_TextException(model.File() + ": already holds " + root
-                                + ", which is not of the mesh; choose another --name");
-    bme_PutSet(pass, target.name, set);
-  }
-}
-
-/// In the place of those of the mesh that was there before.
-void PutNotes(const cls_Database& model, cls_WritePass& pass, const Target& target,
-              const bme_MeshNotes& notes, bool replaces) {
-  const cow_String root = target.NotesRoot();
-  if (model.Has(root)) {
-    if (model.TypeId(root) != bme_MeshNotes::TypeId() || !replaces)
-      throw nex_TextException(model.File() + ": already holds " + root
-                              + ", which is not of the mesh; choose another --name");
-    if (notes.IsEmpty()) pass.Remove(root);
-  }
-  if (!notes.IsEmpty()) pass.Put(root, notes);
-}
-
-/// Systems that follow nodes of the mesh that was there before follow those of the new one.
-void FollowNodes(const cls_Database& model, cls_WritePass& pass, const Target& target, const bme_Mesh& mesh) {
-  const cow_String root = cli_DatumRoot(target.root);
-  if (!model.Has(root) || model.TypeId(root) != dtu_DatumContainer::TypeId()) return;
-  const cow_CountedHld<dtu_DatumContainer> stored = model.Get<dtu_DatumContainer>(root);
-  dtu_DatumContainer datums = *stored;
-  for (const bme_LostDatum& lost : bme_RegenerateDatums(datums, mesh))
-    std::cerr << "coregeometry: " << target.file.string() << ", " << root << '/' << datums.NameOf(lost.datum)
-              << " keeps its frame: " << lost.Text() << '\n';
-  if (!(datums == *stored)) pass.Put(root, datums);
-}
-
 /// Results of the mesh that was there before are of no use for one of other sizes.
-void RemoveRuns(const cls_Database& model, cls_WritePass& pass, const Target& target, const bme_Mesh& mesh) {
+void RemoveRuns(const cls_Database& model, cls_WritePass& pass, const cli_MeshTarget& target,
+                const bme_Mesh& mesh) {
   for (const cow_String& root : odiC_Run::RootsOf(model, target.root)) {
     if (odiC_IsOf(odiC_Run::Open(model, root).Header(), mesh)) continue;
     odiC_RemoveRun(model, pass, root);
@@ -154,21 +88,21 @@ void RemoveRuns(const cls_Database& model, cls_WritePass& pass, const Target& ta
 }
 
 /// Whatever depends on what the model holds is decided here, where nobody else can change it.
-void Put(const cls_Database& model, cls_WritePass& pass, const Target& target, fmt_Import& import,
+void Put(const cls_Database& model, cls_WritePass& pass, const cli_MeshTarget& target, fmt_Import& import,
          bool force) {
   const int meshId = ChooseMeshId(model, target, force);
   if (meshId != import.mesh->Id()) fmt_Renumber(import, static_cast<unsigned>(meshId));
   const bool replaces = model.Has(target.root);
   if (replaces)
-    for (const cow_String& root : RegionsOf(model, target)) pass.Remove(root);
+    for (const cow_String& root : cli_RegionsOf(model, target)) pass.Remove(root);
   RemoveRuns(model, pass, target, *import.mesh);
   pass.Put(target.root, *import.mesh);
-  FollowNodes(model, pass, target, *import.mesh);
-  PutSets(model, pass, target, import.sets);
-  PutNotes(model, pass, target, import.notes, replaces);
+  cli_FollowNodes(model, pass, target, *import.mesh);
+  cli_PutSets(model, pass, target, import.sets);
+  cli_PutNotes(model, pass, target, import.notes, replaces);
 }
 
-void Store(const Target& target, fmt_Import& import, bool force) {
+void Store(const cli_MeshTarget& target, fmt_Import& import, bool force) {
   const auto put = [&](const cls_Database& model, cls_WritePass& pass) {
     Put(model, pass, target, import, force);
   };
@@ -180,7 +114,7 @@ void Store(const Target& target, fmt_Import& import, bool force) {
     return;
   }
   try {
-    cls_CreateModel(target.file.string(), OptionsFor(*import.mesh), put);
+    cls_CreateModel(target.file.string(), cli_OptionsFor(*import.mesh), put);
   } catch (const uti_FileExistsException& error) {
     throw nex_TextException(error.Message()
                             + ", made by another program meanwhile; import again to add the mesh to it");
@@ -188,8 +122,9 @@ void Store(const Target& target, fmt_Import& import, bool force) {
 }
 
 /// In passes after that of the mesh: who is killed leaves the mesh and whole frames.
-fmt_ResultsSummary StoreResults(const Arguments& arguments, const fmt_Format& format, const Target& target,
-                                const fmt_Import& import, const fmt_ResultsOptions& options) {
+fmt_ResultsSummary StoreResults(const Arguments& arguments, const fmt_Format& format,
+                                const cli_MeshTarget& target, const fmt_Import& import,
+                                const fmt_ResultsOptions& options) {
   fmt_ResultsOptions count = options;
   count.isCount = true;
   if (format.readResults(arguments.file, import, nullptr, count).numFrames == 0) return {};
@@ -235,7 +170,7 @@ void PrintRounding(const fmt_Rounding& rounding) {
     cli_Out(std::cerr) << "coregeometry: --offset auto keeps the places of nodes far from the origin\n";
 }
 
-cli_Json AsJson(const Arguments& arguments, std::string_view format, const Target& target,
+cli_Json AsJson(const Arguments& arguments, std::string_view format, const cli_MeshTarget& target,
                 const fmt_Import& import, const fmt_ResultsSummary& results) {
   const bme_Mesh& mesh = *import.mesh;
   cli_Json classes = cli_Json::array(), sets = cli_Json::array();
@@ -275,7 +210,7 @@ cli_Json AsJson(const Arguments& arguments, std::string_view format, const Targe
           {"notCarried", cli_LedgerJson(import.ledger)}};
 }
 
-void Print(const Arguments& arguments, const Target& target, const fmt_Import& import,
+void Print(const Arguments& arguments, const cli_MeshTarget& target, const fmt_Import& import,
            const fmt_ResultsSummary& results) {
   const bme_Mesh& mesh = *import.mesh;
   cli_Report() << arguments.file << " is stored in " << target.file.string() << " as " << target.root
@@ -342,7 +277,7 @@ void Run(const Arguments& arguments) {
                      : arguments.wedges == "mirrored" ? exo_VtkWedges::Mirrored
                                                       : exo_VtkWedges::LinearMirrored;
   cli_Console console;
-  const Target target = ChooseTarget(arguments);
+  const cli_MeshTarget target = ChooseTarget(arguments);
   // a likely identifier; what holds is decided when the mesh is stored
   if (target.exists && !arguments.dryRun)
     options.meshId = static_cast<unsigned>(

@@ -1,0 +1,62 @@
+// coregeometry extract, combine, merge, clean, renumber, transform and quality, as a user runs them.
+#include "ExodusWriter.h"
+#include "ToolRun.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+using nlohmann::json;
+using Words = std::vector<std::string>;
+
+TEST(Editing, ResultsAreSoundAndTheOldModelStaysUnlessItIsReplaced) {
+  const TestFolder folder;
+  const std::string model = folder / "bracket.cgdb";
+  ASSERT_EQ(RunTool({"import", SAMPLE, "-o", model}).exitCode, 0);
+  const json before = ToolFacts({"measure", model, "--thickness", "1", "--section-area", "1"});
+  const Words edits[] = {{"clean"},
+                         {"merge", "--tolerance", "1e-7"},
+                         {"renumber", "--order", "curve", "--nodes-from", "10", "--step", "5"},
+                         {"transform", "--mirror", "1,0,0", "--rotate", "40", "--axis", "0,1,1"}};
+  for (const Words& edit : edits) {
+    const std::string made = folder / (edit[0] + ".cgdb");
+    Words all{edit[0], model, "-o", made};
+    all.insert(all.end(), edit.begin() + 1, edit.end());
+    const json facts = ToolFacts(all);
+    EXPECT_EQ(facts["remarks"], json::array());
+    EXPECT_EQ(RunTool({"check", made}).exitCode, 0) << edit[0];
+    const json after = ToolFacts({"measure", made, "--thickness", "1", "--section-area", "1"});
+    EXPECT_NEAR(after["groups"][0]["volume"]["total"].get<double>(),
+                before["groups"][0]["volume"]["total"].get<double>(), 1e-9);
+    EXPECT_GT(facts["sets"], 3);
+  }
+  const std::string two = folder / "two.cgdb";
+  EXPECT_EQ(ToolFacts({"combine", model, folder / "clean.cgdb", "-o", two})["parts"].size(), 2U);
+  EXPECT_GT(
+      ToolFacts({"merge", two, "--tolerance", "1e-9", "--as", "one"})["merged"].get<std::string>().size(),
+      2U);
+  EXPECT_EQ(ToolFacts({"clean", two, "--name", "one", "--replace"})["result"], "meshes/one");
+  EXPECT_EQ(RunTool({"check", two}).exitCode, 0);
+
+  struct Case {
+    Words words;
+    int exitCode;
+    std::string told;
+  };
+  const Case cases[] = {
+      {{"clean", model}, 2, "Give -o NEW.cgdb, --as NAME or --replace"},
+      {{"clean", model, "--replace", "--as", "x"}, 2, "so there is no -o and no --as"},
+      {{"clean", model, "--as", "bracket"}, 1, "choose another name with --as"},
+      {{"clean", model, "-o", two}, 1, "two.cgdb"},
+      {{"extract", model, "-o", folder / "n.cgdb", "--set", "nothing"}, 1, "has no set \"nothing\""},
+      {{"transform", model, "-o", folder / "n.cgdb"}, 2, "give --translate"},
+      {{"combine", model, model, "-o", folder / "n.cgdb", "--labels", "keep"}, 1, "node label"},
+      {{"quality", model, "--require", "beauty=1"}, 2, "no measure is called beauty"}};
+  for (const Case& one : cases) {
+    const ToolRun run = RunTool(one.words);
+    EXPECT_EQ(run.exitCode, one.exitCode) << run.err;
+    EXPECT_NE(run.err.find(one.told), std::string::npos) << run.err;
+  }
+  EXPECT_EQ(RunTool({"quality", model, "--require", "scaled_jacobian=-1"}).exitCode, 0);
+  EXPECT_EQ(RunTool({"quality", model, "--require", "edge_ratio=1.0"}).exitCode, 1);
+}
+} // namespace
