@@ -87,6 +87,7 @@ Nearest FindNearest(const Locator& self, nb::handle argument) {
 
 template<class Items> nb::object ElementsOf(const Items& items) {
   std::vector<int> elements;
+  elements.reserve(items.size());
   for (const auto& item : items) elements.push_back(static_cast<int>(item.element)); // not found is -1
   return py_Array(std::move(elements));
 }

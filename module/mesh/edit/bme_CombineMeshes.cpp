@@ -165,16 +165,16 @@ private:
 };
 
 /// Indices within one mesh may repeat; only those of meshes before count.
-void Append(bme_MeshNotes& notes, bme_MeshNotes&& added, int setOffset, bool isFirst) {
+void Append(bme_MeshNotes& notes, const bme_MeshNotes& added, int setOffset, bool isFirst) {
   if (isFirst) {
-    notes = std::move(added);
+    notes = added;
     return;
   }
   for (const cow_String& line : added.information.List()) notes.information.ListToModify().Append(line);
   for (const cow_String& text : added.programs.List()) notes.programs.ListToModify().Append(text);
   for (bme_Annotation note : added.annotations.List()) {
     if (note.noted != bme_CLASS_NOTED) note.number += setOffset;
-    notes.annotations.ListToModify().Append(std::move(note));
+    notes.annotations.ListToModify().Append(note);
   }
 }
 } // namespace
@@ -208,9 +208,9 @@ bme_Combined bme_CombineMeshes(std::span<const bme_MeshToCombine> meshes, bme_La
                               + std::to_string(numElements) + " elements in all are more than 2147483647");
     parts.push_back(next);
   }
-  bme_NodeData nodes = CombineNodes(meshes, labels);
-  bme_Combined combined{
-      {bme_MeshLike(meshes[0].mesh->mesh, std::move(nodes), CombineClasses(meshes, parts, labels))}, parts};
+  const bme_NodeData nodes = CombineNodes(meshes, labels);
+  bme_Combined combined{{bme_MeshLike(meshes[0].mesh->mesh, nodes, CombineClasses(meshes, parts, labels))},
+                        parts};
   Naming naming(meshes);
   for (std::size_t m = 0; m < meshes.size(); ++m) {
     bme_Edited one{{combined.result.mesh}, Shifted(parts[m])};
@@ -218,7 +218,7 @@ bme_Combined bme_CombineMeshes(std::span<const bme_MeshToCombine> meshes, bme_La
     const int offset = naming.Name(meshes[m].name, one.result.sets);
     std::ranges::move(one.result.sets, std::back_inserter(combined.result.sets));
     std::ranges::move(one.remarks, std::back_inserter(combined.remarks));
-    Append(combined.result.notes, std::move(one.result.notes), offset, m == 0);
+    Append(combined.result.notes, one.result.notes, offset, m == 0);
   }
   return combined;
 }

@@ -106,6 +106,6 @@ bme_Edited bme_ExtractFaces(const bme_MeshAndSets& source, std::span<const unsig
     if (note.noted == bme_NODES_NOTED) kept.push_back(note);
   cow_List<bme_Annotation>& notes = edited.result.notes.annotations.ListToModify();
   notes = {};
-  for (bme_Annotation& note : kept) notes.Append(std::move(note));
+  for (const bme_Annotation& note : kept) notes.Append(note);
   return edited;
 }

@@ -22,4 +22,4 @@ using bme_Classes = std::vector<std::unique_ptr<bme_ElementClass>>;
 std::unique_ptr<bme_ElementClass> bme_ClassLike(const bme_ElementClass& old, std::span<const int> positions,
                                                 cow_ArrayCOW<int> connectivity);
 /// Identifier, type and placement of the old mesh.
-bme_Mesh bme_MeshLike(const bme_Mesh& old, bme_NodeData nodes, bme_Classes classes);
+bme_Mesh bme_MeshLike(const bme_Mesh& old, const bme_NodeData& nodes, bme_Classes classes);

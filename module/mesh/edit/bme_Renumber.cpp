@@ -59,12 +59,12 @@ std::unique_ptr<bme_ElementClass> bme_ClassLike(const bme_ElementClass& old, std
   return made;
 }
 
-bme_Mesh bme_MeshLike(const bme_Mesh& old, bme_NodeData nodes, bme_Classes classes) {
+bme_Mesh bme_MeshLike(const bme_Mesh& old, const bme_NodeData& nodes, bme_Classes classes) {
   std::vector<bme_ElementClass*> handedOver;
   for (auto& type : classes) handedOver.push_back(type.release());
   auto elements =
       std::make_unique<bme_ElementData>(handedOver.data(), static_cast<unsigned>(handedOver.size()));
-  auto ownNodes = std::make_unique<bme_NodeData>(std::move(nodes));
+  auto ownNodes = std::make_unique<bme_NodeData>(nodes);
   return {static_cast<unsigned>(old.Id()), ownNodes.release(), elements.release(), old.MeshType(),
           old.Transform()};
 }

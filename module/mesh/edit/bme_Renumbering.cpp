@@ -306,7 +306,7 @@ void bme_SendSets(const bme_MeshAndSets& old, bme_Edited& edited) {
   for (bme_NamedSet& set : made.sets) {
     const bool wasEmpty = NumEntries(set.data) == 0;
     bme_SentSet sent = sender.Send(set.data);
-    set.data = std::move(sent.data);
+    set.data = sent.data;
     entries.push_back(std::move(sent.entries));
     if (!wasEmpty && entries.back().empty())
       edited.remarks.push_back(bme_KindWord(set.kind) + (" set \"" + set.name) + "\" is empty now");
@@ -322,10 +322,9 @@ void bme_SendSets(const bme_MeshAndSets& old, bme_Edited& edited) {
       note.number = renumbering.classes.to[number];
       const bme_ElementClass& after = made.mesh.ElementData().GetClass(static_cast<unsigned>(note.number));
       std::vector<int> rows(static_cast<std::size_t>(after.NumElements()));
+      const auto first = static_cast<std::size_t>(before.FirstElementIndex());
       for (int i = 0; i < before.NumElements(); ++i)
-        if (const int sent =
-                renumbering.elements.to[static_cast<std::size_t>(before.FirstElementIndex() + i)];
-            sent >= 0)
+        if (const int sent = renumbering.elements.to[first + static_cast<std::size_t>(i)]; sent >= 0)
           rows[static_cast<std::size_t>(sent - after.FirstElementIndex())] = i;
       isSent = SendAnnotation(note, rows, static_cast<std::size_t>(before.NumElements()));
     } else {
@@ -338,7 +337,7 @@ void bme_SendSets(const bme_MeshAndSets& old, bme_Edited& edited) {
       }
     }
     if (isSent)
-      notes.Append(std::move(note));
+      notes.Append(note);
     else
       edited.remarks.push_back("the notes of " + cow_String(omu_PrimEnum<bme_NotedEnm>(note.noted).Text())
                                + " " + std::to_string(note.number) + " are left out, since they do not fit");

@@ -98,7 +98,7 @@ void cli_StoreEdited(const cli_EditArguments& arguments, const cli_EditSource& s
   fmt_Import import;
   import.mesh = std::make_unique<bme_Mesh>(result.mesh);
   import.sets = std::move(result.sets);
-  import.notes = std::move(result.notes);
+  import.notes = result.notes;
   cli_MeshTarget target;
   target.file = arguments.output.empty() ? arguments.file : arguments.output;
   target.name =
