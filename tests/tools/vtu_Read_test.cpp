@@ -429,9 +429,10 @@ TEST(vtu_Read, NamesThePlaceOfDamage) {
            {"\"material\" format", "\"ElementLabel\" format",
             "array \"ElementLabel\": label -1 is not in 0..2147483647"},
        })
-    EXPECT_NE(ThrownBy([&] { grid.With(from, to).Read(); }).find(message), cow_String::npos)
+    EXPECT_NE(ThrownBy([&, from = from, to = to] { grid.With(from, to).Read(); }).find(message),
+              cow_String::npos)
         << message << "\n"
-        << ThrownBy([&] { grid.With(from, to).Read(); });
+        << ThrownBy([&, from = from, to = to] { grid.With(from, to).Read(); });
   for (const auto& [from, to, message] : {
            Case{"UNSTRUCTURED_GRID", "STRUCTURED_POINTS",
                 "line 4: a dataset of the kind \"STRUCTURED_POINTS\" is not read"},
@@ -449,9 +450,10 @@ TEST(vtu_Read, NamesThePlaceOfDamage) {
            {"FIELD more", "OTHER more", "\"OTHER\" is no section of an unstructured grid"},
            {"POINT_DATA 6", "POINT_DATA 5", "line 29: data for 5 items, and there are 6"},
        })
-    EXPECT_NE(ThrownBy([&] { legacy.With(from, to).Read(); }).find(message), cow_String::npos)
+    EXPECT_NE(ThrownBy([&, from = from, to = to] { legacy.With(from, to).Read(); }).find(message),
+              cow_String::npos)
         << message << "\n"
-        << ThrownBy([&] { legacy.With(from, to).Read(); });
+        << ThrownBy([&, from = from, to = to] { legacy.With(from, to).Read(); });
   // what is cut off anywhere is refused, or was behind the last number
   MeshMaker maker;
   const auto mesh = maker.Box(2, 2, 1).Make();
