@@ -5,6 +5,7 @@
 
 #include <CoreGeometry/odiC_Exception.h>
 #include <CoreGeometry/odiC_Invariant.h>
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -39,7 +40,15 @@ double Wrapped(double degrees) {
 double Magnitude(res_PairEnm pair, double first, double second) {
   if (pair == res_MAGNITUDE_AND_PHASE) return std::fabs(first) + 0 * second;
   const double square = first * first + second * second;
-  return square > 0x1p-900 && square < 0x1p1000 ? std::sqrt(square) : std::hypot(first, second);
+  if (square > 0x1p-900 && square < 0x1p1000) return std::sqrt(square);
+  // beyond the range of squares; the two-argument hypot would need a newer C library
+  const double larger = std::max(std::abs(first), std::abs(second));
+  if (std::isinf(first) || std::isinf(second)) return std::numeric_limits<double>::infinity();
+  if (!(larger > 0)) return std::abs(first) + std::abs(second); // 0, or not a number
+  int exponent = 0;
+  std::frexp(larger, &exponent);
+  const double a = std::ldexp(first, -exponent), b = std::ldexp(second, -exponent);
+  return std::ldexp(std::sqrt(a * a + b * b), exponent);
 }
 double Phase(res_PairEnm pair, double first, double second) {
   if (first == 0 && (pair == res_MAGNITUDE_AND_PHASE || second == 0)) return 0;
