@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 namespace {
 /// The best value so far and its row.
@@ -19,6 +20,49 @@ struct Best {
   }
 };
 
+/// What one frame offers: its extremes and counts.
+struct Extremes {
+  Best max, min, absMax;
+  long long count = 0, notNumbers = 0;
+
+  void Add(double value, int row) noexcept {
+    if (std::isnan(value)) {
+      ++notNumbers;
+      return;
+    }
+    ++count;
+    max.Offer(value, value, row);
+    min.Offer(value, -value, row);
+    absMax.Offer(value, std::abs(value), row);
+  }
+  /// Blocks are compared side by side first; only one that may hold an extreme is looked at value by value.
+  void Add(std::span<const double> values, int firstRow) noexcept {
+    constexpr std::size_t kLanes = 8, kBlock = 512;
+    for (; values.size() >= kBlock; values = values.subspan(kBlock), firstRow += kBlock) {
+      std::array<double, kLanes> least, greatest;
+      std::array<long long, kLanes> numbers{};
+      least.fill(std::numeric_limits<double>::infinity());
+      greatest.fill(-std::numeric_limits<double>::infinity());
+      for (std::size_t i = 0; i < kBlock; i += kLanes)
+        for (std::size_t lane = 0; lane < kLanes; ++lane) {
+          const double value = values[i + lane];
+          least[lane] = value < least[lane] ? value : least[lane];
+          greatest[lane] = value > greatest[lane] ? value : greatest[lane];
+          numbers[lane] += value == value ? 1 : 0;
+        }
+      const double low = *std::ranges::min_element(least), high = *std::ranges::max_element(greatest);
+      const long long all = std::accumulate(numbers.begin(), numbers.end(), 0LL);
+      if (max.row >= 0 && !(high > max.measure) && !(-low > min.measure)) {
+        count += all;
+        notNumbers += static_cast<long long>(kBlock) - all;
+      } else {
+        for (std::size_t i = 0; i < kBlock; ++i) Add(values[i], firstRow + static_cast<int>(i));
+      }
+    }
+    for (const double value : values) Add(value, firstRow++);
+  }
+};
+
 std::optional<odiC_Extreme> At(const odiC_Values& values, odiC_Source& source, const odiC_When& when,
                                const Best& best) {
   if (best.row < 0) return std::nullopt;
@@ -28,26 +72,24 @@ std::optional<odiC_Extreme> At(const odiC_Values& values, odiC_Source& source, c
 odiC_Reduced ReduceFrame(const odiC_Values& values, const odiC_When& when, odiC_Wanted wanted) {
   const odiC_SourcePointer source = values.Open(when, res_USE_ENVELOPE);
   odiC_Reduced reduced{.when = when};
-  Best max, min, absMax;
+  Extremes extremes;
   gsl_ExactSum sum;
   odiC_ForEachRange(*source, [&](const odiC_Range& range) {
-    for (const odiC_RowRun& run : range.rows)
-      for (int row = run.first; row < run.End(); ++row) {
-        const double value = range.values[static_cast<std::size_t>(row - range.firstRow)];
-        if (std::isnan(value)) {
-          ++reduced.notNumbers;
-          continue;
-        }
-        ++reduced.count;
-        max.Offer(value, value, row);
-        min.Offer(value, -value, row);
-        absMax.Offer(value, std::abs(value), row);
-        if (wanted == odiC_Wanted::All) sum.Add(value);
-      }
+    for (const odiC_RowRun& run : range.rows) {
+      const auto values = std::span(range.values)
+                              .subspan(static_cast<std::size_t>(run.first - range.firstRow),
+                                       static_cast<std::size_t>(run.count));
+      extremes.Add(values, run.first);
+      if (wanted != odiC_Wanted::All) continue;
+      for (const double value : values)
+        if (!std::isnan(value)) sum.Add(value);
+    }
   });
-  reduced.max = At(values, *source, when, max);
-  reduced.min = At(values, *source, when, min);
-  reduced.absMax = At(values, *source, when, absMax);
+  reduced.count = extremes.count;
+  reduced.notNumbers = extremes.notNumbers;
+  reduced.max = At(values, *source, when, extremes.max);
+  reduced.min = At(values, *source, when, extremes.min);
+  reduced.absMax = At(values, *source, when, extremes.absMax);
   if (wanted == odiC_Wanted::Extremes) return reduced;
   reduced.sum = sum.Value();
   reduced.mean = reduced.count == 0 ? std::numeric_limits<double>::quiet_NaN()

@@ -70,26 +70,34 @@ template<class Stored, class To> void odiC_FieldReader::ReadStored(long long fir
   const long long all = numRows_ * width_;
   long long next = firstRow * width_;
   for (std::size_t done = 0; done < values.size();) {
-    const long long start = next / perChunk * perChunk, count = std::min(perChunk, all - start);
-    const auto part = static_cast<std::size_t>(
-        std::min<long long>(static_cast<long long>(values.size() - done), start + count - next));
-    const std::span<To> target = values.subspan(done, part);
+    const auto left = static_cast<long long>(values.size() - done);
+    const long long start = next / perChunk * perChunk;
     if constexpr (std::is_same_v<Stored, To> && !std::is_same_v<Stored, int>) {
-      if (static_cast<long long>(part) == count) { // a whole chunk needs no copy
-        model_->ReadRange(numbers_, static_cast<std::size_t>(start), target);
-        done += part;
-        next += static_cast<long long>(part);
+      // whole chunks need no copy
+      const long long end = next + left == all ? all : (next + left) / perChunk * perChunk;
+      if (next == start && end > start) {
+        const auto whole = static_cast<std::size_t>(end - start);
+        model_->ReadRange(numbers_, static_cast<std::size_t>(start), values.subspan(done, whole));
+        done += whole;
+        next = end;
         continue;
       }
     }
-    if (chunkStart_ != start) {
+    long long held = static_cast<long long>(chunk_.size() / sizeof(Stored)); // from chunkStart_ on
+    if (chunkStart_ < 0 || next < chunkStart_ || next >= chunkStart_ + held) {
+      // who goes on where the last chunk ended reads on: a call of the database costs as much as a third of a chunk
+      constexpr int kChunksAhead = 4;
+      held = std::min(chunkStart_ >= 0 && start == chunkStart_ + held ? kChunksAhead * perChunk : perChunk,
+                      all - start);
       chunkStart_ = -1;
-      chunk_.resize(static_cast<std::size_t>(count) * sizeof(Stored));
+      chunk_.resize(static_cast<std::size_t>(held) * sizeof(Stored));
       model_->ReadRange(numbers_, static_cast<std::size_t>(start),
-                        std::span(reinterpret_cast<Stored*>(chunk_.data()), static_cast<std::size_t>(count)));
+                        std::span(reinterpret_cast<Stored*>(chunk_.data()), static_cast<std::size_t>(held)));
       chunkStart_ = start;
     }
-    const std::byte* from = chunk_.data() + static_cast<std::size_t>(next - start) * sizeof(Stored);
+    const auto part = static_cast<std::size_t>(std::min(left, chunkStart_ + held - next));
+    const std::span<To> target = values.subspan(done, part);
+    const std::byte* from = chunk_.data() + static_cast<std::size_t>(next - chunkStart_) * sizeof(Stored);
     for (std::size_t i = 0; i < part; ++i) {
       Stored value;
       std::memcpy(&value, from + i * sizeof(Stored), sizeof value);

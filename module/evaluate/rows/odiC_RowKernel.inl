@@ -113,7 +113,9 @@ template<> struct Scale<double> {
     unit = reinterpret_cast<Lanes>(reinterpret_cast<Mask>(big) & kExponent);
     unit = unit < 0x1p-1022 ? Lanes{} + 0x1p-1022 : unit;
     unit = unit > 0x1p1022 ? Lanes{} + 0x1p1022 : unit;
-    const Lanes by = 1 / unit;
+    // the inverse of a power of two has the negative exponent: no division
+    constexpr long long kTwiceBias = 0x7fe0000000000000;
+    const auto by = reinterpret_cast<Lanes>(kTwiceBias - reinterpret_cast<Mask>(unit));
     for (Lanes& c : s) c *= by;
   }
 };
