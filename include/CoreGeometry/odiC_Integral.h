@@ -33,8 +33,8 @@ struct odiC_FaceIntegralOf {
   long long notNumbers = 0; ///< faces left out, since a value is missing or not a number
 };
 
-/// Over a surface of the mesh by its name: values at nodes, or at the nodes of the element that has the face. With `flux` of vectors f the integral of f . n, n to the outside of solids and to the side of a shell that is
-/// meant. Five Gauss points in each direction: exact for the flux through faces of any shape here, and for areas of
+/// Over a surface of the mesh by its name: values at nodes, or at the nodes of the element that has the face. With
+/// `flux` of vectors f the integral of f . n, n to the outside of solids and to the side of a shell that is meant. Five Gauss points in each direction: exact for the flux through faces of any shape here, and for areas of
 /// flat faces.
 ///
 /// Errors     odiC_Exception for a set that is no surface, for the flux of values that are no vectors, and for several

@@ -72,7 +72,7 @@ private:
 TEST(odiC_Memory, DoesNotGrowWithTheModelOrTheFrames) {
   const DDB_CoreGeometry library;
   constexpr int kLengths[] = {80, 320}; // frames of 1 and 4 MB
-  constexpr long kBlocks = 3 << 19;
+  constexpr long kBlocks = 5 << 19;
   struct Case {
     const char* what;
     long perNode, perRow; ///< bytes that it may take beside its blocks

@@ -1,7 +1,9 @@
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/bme_FEMFaceList.h>
 #include <CoreGeometry/bme_Measures.h>
 #include <CoreGeometry/bme_MeshBuilder.h>
+#include <CoreGeometry/bme_StoredSets.h>
 #include <CoreGeometry/odiC_Integral.h>
 #include <CoreGeometry/odiC_Probe.h>
 #include <CoreGeometry/odiC_RunWriter.h>
@@ -26,7 +28,7 @@ TEST(odiC_Patch, LinearFieldsAreExactInEveryShape) {
   fs::remove(file);
   cls_Database model = cls_Database::Create(file.string());
   std::set<std::vector<double>> seen; // nodes and integration points
-  int numIntegrated = 0, numAtPoints = 0, numProbed = 0;
+  int numIntegrated = 0, numAtPoints = 0, numProbed = 0, numFluxes = 0;
   for (const auto& [label, key] : dictionary.LabelTable()) {
     const shp_Shape* shape = dictionary.GetShape(label);
     if (!shape || shape->NumNodes() == 0 || shape->NumGeomDims() == 0) continue;
@@ -52,19 +54,29 @@ TEST(odiC_Patch, LinearFieldsAreExactInEveryShape) {
     ASSERT_TRUE(moments.GetCentre(centre)) << label;
     cls_WritePass pass(model);
     pass.Put("meshes/" + label, mesh);
+    std::vector<unsigned> faces;
+    for (int face = 0; dims == 3 && face < shape->NumFaces(); ++face)
+      faces.push_back(bme_FaceWord(0, static_cast<unsigned>(face), false));
+    if (!faces.empty()) {
+      bme_PutSet(pass, label, "all faces", bme_FEMFaceList(mesh, faces).ToSet());
+      bme_PutSet(pass, label, "last face", bme_FEMFaceList(mesh, {faces.back()}).ToSet());
+    }
     pass.Commit();
     odiC_RunWriter writer(model, "results/" + label + "/a", mesh);
     const int atNodes = writer.AddVariable(odiC_Variable("N", res_SCALAR)),
-              atPoints = writer.AddVariable(odiC_Variable("P", res_SCALAR));
+              atPoints = writer.AddVariable(odiC_Variable("P", res_SCALAR)),
+              along = writer.AddVariable(odiC_Variable("F", res_VECTOR));
     const odiC_Layout all = odiC_FullLayout(mesh, res_NODAL),
                       points = odiC_FullLayout(mesh, res_INTEGRATION_POINT);
     writer.BeginStep("Pull");
     writer.BeginFrame({});
-    std::vector<double> values;
+    std::vector<double> values, linear;
     for (std::size_t k = 0; k < nodes.size(); ++k) {
       const double x[] = {xyz[3 * k], xyz[3 * k + 1], xyz[3 * k + 2]};
       values.push_back(Field(x));
+      linear.insert(linear.end(), 3, x[0] + 2 * x[1]);
     }
+    writer.PutField(along, writer.AddLayout(all), cow_ArrayCOW<double>(linear));
     writer.PutField(atNodes, writer.AddLayout(all), cow_ArrayCOW<double>(values));
     std::vector<float> where(3 * static_cast<std::size_t>(shape->NumIntPts()));
     int count = 0;
@@ -81,6 +93,24 @@ TEST(odiC_Patch, LinearFieldsAreExactInEveryShape) {
     }
     writer.Commit();
     const odiC_Run run = odiC_Run::Open(model, "results/" + label + "/a");
+    if (!faces.empty()) { // the divergence of x + 2 y in each direction is 3
+      const odiC_Values linear(run, "F");
+      EXPECT_NEAR(odiC_IntegrateFaces(linear, "all faces", true)[0].integrals[0], 3 * moments.Total(),
+                  1e-5 * moments.Total())
+          << label;
+      // a flat face has one normal n: the flux is n times the integral
+      const std::span<const int> corners = shape->FaceNodes(shape->NumFaces() - 1);
+      const auto corner = [&](std::size_t k) {
+        const float* c = &xyz[3 * static_cast<std::size_t>(corners[k])];
+        return gsl_Point(c[0], c[1], c[2]);
+      };
+      const gsl_Vector normal(corner(0), corner(1), corner(2));
+      const odiC_FaceIntegralOf whole = odiC_IntegrateFaces(linear, "last face")[0];
+      EXPECT_NEAR(whole.integrals[0] * (normal[0] + normal[1] + normal[2]),
+                  odiC_IntegrateFaces(linear, "last face", true)[0].integrals[0], 1e-5)
+          << label;
+      ++numFluxes;
+    }
     const double x[] = {centre[0], centre[1], centre[2]}, wanted = Field(x);
     for (const char* name : {"N", "P"}) {
       const int index = run.VariableIndex(name);
@@ -104,6 +134,7 @@ TEST(odiC_Patch, LinearFieldsAreExactInEveryShape) {
   EXPECT_EQ(numIntegrated, static_cast<int>(seen.size()));
   EXPECT_EQ(numAtPoints, numIntegrated);
   EXPECT_EQ(numProbed, 4 * numIntegrated);
+  EXPECT_GT(numFluxes, 20);
   EXPECT_GT(numIntegrated, 40);
 }
 } // namespace

@@ -10,6 +10,7 @@
 #include <CoreGeometry/dtu_DatumCsys.h>
 #include <CoreGeometry/odiC_Exception.h>
 #include <CoreGeometry/odiC_Expression.h>
+#include <CoreGeometry/odiC_Integral.h>
 #include <CoreGeometry/odiC_OverFrames.h>
 #include <CoreGeometry/odiC_Reduce.h>
 #include <CoreGeometry/odiC_Rotation.h>
@@ -52,6 +53,12 @@ template<class T> cow_ArrayCOW<T> Array(const std::vector<T>& values) {
   return array;
 }
 
+/// The quaternion of an element's axes in a frame; that of frame 1 has the other sign, which means the same turn.
+std::array<double, 4> Turn(int frame, int element) {
+  const double half = 0.1 * element + 0.02 * frame, sign = frame == 1 ? -1 : 1;
+  return {sign * std::sin(half), 0, 0, sign * std::cos(half)};
+}
+
 /// A number for each row, frame and component, the same whenever it is asked for.
 double Number(int frame, int row, int component) {
   return std::sin(12.9898 * row + 78.233 * component + 3.7 * frame) * 10;
@@ -69,6 +76,9 @@ protected:
     bme_PutSet(pass, "Body", "middle", bme_FEMElemList(mesh_, {2, 3, 7}).ToSet());
     bme_PutSet(pass, "Body", "left",
                bme_FEMFaceList(mesh_, {bme_FaceWord(0, 2, false), bme_FaceWord(1, 0, false)}).ToSet());
+    for (const bool isBack : {false, true})
+      bme_PutSet(pass, "Body", isBack ? "below" : "above",
+                 bme_FEMFaceList(mesh_, {bme_FaceWord(kCubes, 0, isBack)}).ToSet());
     const dtu_DatumCsys axis(0, 0, gsl_Point(0, 0.5, -1), gsl_Vector(1, 0, 0), gsl_Vector(0, 1, 0),
                              gsl_Vector(0, 0, 1), dtu_CYLINDRICAL);
     pass.Put("datums/axis", axis);
@@ -95,11 +105,24 @@ protected:
       points.Add(shells);
     }
     points.completeness = res_FULL_FIELD;
+    odiC_PointSet set;
+    set.name = "two";
+    set.elemTypeLabel = "C3D8";
+    set.count = 2;
+    set.isoCoordinates = {0, 0, 0, 0.5, -0.5, 0.25};
+    odiC_LayoutBlock two = odiC_FullLayout(mesh_, res_INTEGRATION_POINT).blocks[0];
+    two.pointSet = run.AddPointSet(set);
+    two.valuesPerEntity = set.count;
+    odiC_Layout ofSet;
+    ofSet.Add(two);
+    const int atPointSet = run.AddLayout(ofSet);
     const int atPoints = run.AddLayout(points), atNodes = run.AddLayout(odiC_FullLayout(mesh_, res_NODAL)),
               atElements = run.AddLayout(odiC_FullLayout(mesh_, res_WHOLE_ELEMENT));
     const int s = run.AddVariable(odiC_Variable("S", res_TENSOR_3D_FULL, "MPa")),
               u = run.AddVariable(odiC_Variable("U", res_VECTOR, "mm")),
-              q = run.AddVariable(odiC_Variable("axes", res_QUATERNION_3D));
+              q = run.AddVariable(odiC_Variable("axes", res_QUATERNION_3D)),
+              ofTwo = run.AddVariable(odiC_Variable("two", res_SCALAR)),
+              count = run.AddVariable(odiC_Variable("N", res_INTEGER));
     odiC_Variable local("L", res_TENSOR_3D_FULL), wave("P", res_SCALAR);
     local.coordSystem = res_LOCAL;
     local.axes = "axes";
@@ -118,13 +141,15 @@ protected:
       if (frame == 2) stress[6 * 5] = kNone;
       run.PutField(s, atPoints, Array(stress));
       if (frame != 1) run.PutField(u, atNodes, Array(numbers(frame, 28, 3)));
-      if (frame == 0) {
+      if (frame != 2) {
         std::vector<double> turns;
         for (int row = 0; row < kCubes + kShells; ++row)
-          turns.insert(turns.end(), {std::sin(0.1 * row), 0, 0, std::cos(0.1 * row)});
+          for (const double one : Turn(frame, row)) turns.push_back(one);
         run.PutField(q, atElements, Array(turns));
       }
-      if (frame == 3) run.PutField(l, atPoints, Array(numbers(9, points.numRows, 6)));
+      if (frame == 0) run.PutField(ofTwo, atPointSet, Array(numbers(0, ofSet.numRows, 1)));
+      run.PutField(count, atElements, Array(std::vector<int>(kCubes + kShells, 10 * frame)));
+      if (frame >= 2) run.PutField(l, atPoints, Array(numbers(9, points.numRows, 6)));
       std::vector<double> waves = numbers(frame, 28, 1);
       for (int row = 0; row < 28; ++row) waves.push_back(90 * frame); // degrees
       run.PutField(p, atNodes, Array(waves));
@@ -363,6 +388,9 @@ TEST_F(Values, FramesAreFoundByNumberValueAndMode) {
   EXPECT_EQ(at("U", 0.1 * 2), All(odiC_Values(run, "U", pull.Frame(2)), {0, 2}));
   EXPECT_NEAR(at("U", 0.15)[4], 0.25 * Number(0, 1, 1) + 0.75 * Number(2, 1, 1), 1e-12);
   EXPECT_NEAR(at("P", 0.05)[3], 0.5 * Number(0, 3, 0), 1e-12); // frame 1 has the phase 90: real part 0
+  EXPECT_EQ(at("N", 0.04)[0], 0);                              // integers are those of the nearer frame
+  EXPECT_EQ(at("N", 0.06)[0], 10);
+  EXPECT_NEAR(at("axes", 0.05)[4 * 3], std::sin(0.31), 1e-12); // half way between two turns about one axis
 }
 
 TEST_F(Values, ExtremesAndSumsAreThoseOfAllRows) {
@@ -412,6 +440,38 @@ TEST_F(Values, ExtremesAndSumsAreThoseOfAllRows) {
   EXPECT_THROW(odiC_Resultant(xx, {0, 0, 0}), odiC_Exception);
 }
 
+TEST_F(Values, IntegralsOverFacesAreThoseOfTheirSquares) {
+  const odiC_Run run = Open();
+  const odiC_Values u(run, "U", odiC_Selection().Step("Pull").Frame(0));
+  const auto mean = [](std::initializer_list<int> nodes, int component) {
+    double sum = 0;
+    for (const int node : nodes) sum += Number(0, node, component);
+    return sum / 4;
+  };
+  // a side of cube 1 towards -y, the bottom of cube 2 towards -z
+  const odiC_FaceIntegralOf left = odiC_IntegrateFaces(u, "left")[0],
+                            flux = odiC_IntegrateFaces(u, "left", true)[0];
+  EXPECT_NEAR(left.area, 2, 1e-12);
+  for (int k = 0; k < 3; ++k)
+    EXPECT_NEAR(left.integrals[static_cast<std::size_t>(k)], mean({0, 4, 7, 3}, k) + mean({4, 8, 9, 5}, k),
+                1e-12);
+  EXPECT_NEAR(flux.integrals[0], -mean({0, 4, 7, 3}, 1) - mean({4, 8, 9, 5}, 2), 1e-12);
+  const double above = mean({3, 7, 6, 2}, 2);
+  EXPECT_NEAR(odiC_IntegrateFaces(u, "above", true)[0].integrals[0], above, 1e-12);
+  EXPECT_NEAR(odiC_IntegrateFaces(u, "below", true)[0].integrals[0], -above, 1e-12);
+}
+
+TEST_F(Values, PointsOfASetStandAtTheirIsoCoordinates) {
+  const odiC_Run run = Open();
+  const odiC_FieldReader field = run.Field(0, 0, run.VariableIndex("two"));
+  std::vector<double> points(3 * 2 * kCubes);
+  odiC_PointsOf(run, field.SharedLayout()->blocks[0], 0, points);
+  for (int cube = 0; cube < kCubes; ++cube)
+    for (const auto& [k, wanted] :
+         {std::pair{0, cube + 0.5}, {1, 0.5}, {2, 0.5}, {3, cube + 0.75}, {4, 0.25}, {5, 0.625}})
+      EXPECT_NEAR(points[static_cast<std::size_t>(6 * cube + k)], wanted, 1e-12) << cube << ' ' << k;
+}
+
 TEST_F(Values, TheEnvelopeTakesThePointFarthestFromZero) {
   const odiC_Run run = Open();
   const odiC_Values shells = odiC_Values(run, "S", odiC_Selection().Frame(0).Class(1)).Component("yy");
@@ -433,16 +493,17 @@ TEST_F(Values, TheEnvelopeTakesThePointFarthestFromZero) {
 TEST_F(Values, AxesAreThoseOfTheElementAndOfDatums) {
   const odiC_Run run = Open();
   const odiC_Values local(run, "L", odiC_Selection().Step("Pull"));
-  const odiC_When when = local.Frames()[0];
-  const std::vector<double> stored = All(local, when), turned = All(local.System(res_GLOBAL), when);
   const odiC_Rotation rotation(local.Variable());
-  for (std::size_t row = 0; row < stored.size() / 6; ++row) {
-    const int element = row < 8 * kCubes ? static_cast<int>(row) / 8
-                                         : kCubes + (static_cast<int>(row) - 8 * kCubes) / 4 % kShells;
-    const double turn[] = {std::sin(0.1 * element), 0, 0, std::cos(0.1 * element)};
-    std::array<double, 6> wanted{};
-    rotation.FromLocal(turn, std::span(stored).subspan(6 * row, 6), wanted);
-    for (std::size_t k = 0; k < 6; ++k) ASSERT_EQ(turned[6 * row + k], wanted[k]) << row;
+  for (const odiC_When& when : local.Frames()) {
+    const std::vector<double> stored = All(local, when), turned = All(local.System(res_GLOBAL), when);
+    for (std::size_t row = 0; row < stored.size() / 6; ++row) {
+      const int element = row < 8 * kCubes ? static_cast<int>(row) / 8
+                                           : kCubes + (static_cast<int>(row) - 8 * kCubes) / 4 % kShells;
+      const std::array<double, 4> turn = Turn(when.frame == 2 ? 1 : when.frame, element); // frame 2 has none
+      std::array<double, 6> wanted{};
+      rotation.FromLocal(turn, std::span(stored).subspan(6 * row, 6), wanted);
+      for (std::size_t k = 0; k < 6; ++k) ASSERT_EQ(turned[6 * row + k], wanted[k]) << row;
+    }
   }
   // node 28 stands at (6, 0, 1): from the axis along z through (0, 0.5), radius and angle by hand
   const odiC_Values u =
