@@ -47,7 +47,7 @@ const std::string& ModelFile() {
   static const std::string file = [] {
     std::string name = InFolder("bench_frames.cgdb");
     std::filesystem::remove(name);
-    cls_Database model = cls_Database::Create(name);
+    cls_Database model = cls_Database::Create(name, {.pageSize = 65536});
     cls_WritePass pass(model);
     pass.Put("meshes/m", Mesh());
     pass.Commit();
@@ -131,7 +131,7 @@ void OneNodeOverAllFrames(benchmark::State& state) {
 void AppendingAFrame(benchmark::State& state) {
   const std::string name = InFolder("bench_append.cgdb"), rawName = InFolder("bench_append.bin");
   std::filesystem::remove(name);
-  cls_Database model = cls_Database::Create(name);
+  cls_Database model = cls_Database::Create(name, {.pageSize = 65536});
   cls_WritePass pass(model);
   pass.Put("meshes/m", Mesh());
   pass.Commit();
