@@ -2,6 +2,9 @@
 
 #include <BasicUtils/cls_Dump.h>
 #include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/odiC_Run.h>
+#include <CoreGeometry/odiC_RunWriter.h>
+#include <CoreGeometry/odiC_Step.h>
 #include <CoreGeometry/rgnC_Region.h>
 #include <sstream>
 #include <stored/OldModels.h>
@@ -44,6 +47,22 @@ void WriteOldModel(const cow_String& file) {
   pass.Commit();
 }
 
+/// Another frame of the run "results/Wing/a", a displacement at every node.
+void AppendFrame(const cow_String& file) {
+  cls_Database db = Writable(file);
+  const bme_Mesh& mesh = *Row(60);
+  odiC_RunWriter run(db, "results/Wing/a", mesh);
+  const int u = run.AddVariable(odiC_Variable("U", res_VECTOR, "mm"));
+  const int atNodes = run.AddLayout(odiC_FullLayout(mesh, res_NODAL));
+  if (run.Header().steps.empty()) run.BeginStep("Pull");
+  const auto frame = run.Header().steps.back().NumFrames();
+  run.BeginFrame({.value = 1.0 * frame});
+  run.PutField(u, atNodes,
+               cow_ArrayCOW<float>(
+                   std::vector<float>(3 * mesh.NodeData().NumNodes(), 0.5F * static_cast<float>(frame))));
+  run.Commit();
+}
+
 constexpr ModelChange kChanges[] = {
     {"create", nullptr, [](const cow_String& file) { cls_Database::Create(file, {1024}); }},
     {"first_write", [](const cow_String& file) { cls_Database::Create(file, {1024}); },
@@ -59,6 +78,12 @@ constexpr ModelChange kChanges[] = {
        pass.Remove("meshes/Wing");
        pass.Commit();
      }},
+    {"append_frame",
+     [](const cow_String& file) {
+       WriteModel(file, 60);
+       AppendFrame(file);
+     },
+     AppendFrame},
     {"upgrade", WriteOldModel, [](const cow_String& file) { Writable(file).Upgrade(); }},
     {"compact",
      [](const cow_String& file) {

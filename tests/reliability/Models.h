@@ -15,7 +15,7 @@ struct ModelChange {
   friend void PrintTo(const ModelChange& change, std::ostream* out);
 };
 
-/// Create, first write, second write, replace, remove, upgrade, compact.
+/// Create, first write, second write, replace, remove, append a frame of results, upgrade, compact.
 std::span<const ModelChange> ModelChanges();
 
 /// Everything in the model as text; "error: " and the message when it cannot be read, "" when there is none.

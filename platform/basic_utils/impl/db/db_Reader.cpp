@@ -48,7 +48,7 @@ db_Reader::db_Reader(db_File& file) : file_(file), ownTransaction_(!file.Connect
 }
 
 db_Reader::~db_Reader() {
-  if (ownTransaction_) sqlite3_exec(file_.Connection().Handle(), "COMMIT", nullptr, nullptr, nullptr);
+  if (ownTransaction_) file_.Connection().RollBack(); // nothing was written
 }
 
 void db_Reader::Enter(long long row) {

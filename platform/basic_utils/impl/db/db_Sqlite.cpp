@@ -67,11 +67,12 @@ int db_Connection::OnBusy(void* connection, int attempt) noexcept {
 void db_Connection::Begin(const char* sql) {
   waited_ = {};
   timedOut_ = false;
+  if (!rollBack_) rollBack_ = std::make_unique<db_Statement>(*this, "ROLLBACK");
   Execute(sql);
 }
 
 void db_Connection::RollBack() noexcept {
-  sqlite3_exec(handle_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+  if (rollBack_) rollBack_->TryRun();
   timedOut_ = false;
 }
 
@@ -224,6 +225,11 @@ void db_Statement::Run() {
   }
   Reset();
   connection_->ExpectNotTimedOut();
+}
+
+void db_Statement::TryRun() noexcept {
+  sqlite3_step(handle_.get());
+  Reset();
 }
 
 void db_Statement::Reset() noexcept {

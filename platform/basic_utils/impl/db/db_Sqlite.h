@@ -27,6 +27,7 @@ public:
   bool Step(); ///< true when there is a row
   void Run();  ///< to the end, then Reset
   void Reset() noexcept;
+  void TryRun() noexcept; ///< one that gives no rows and may fail
 
   int Type(int column) const noexcept { return sqlite3_column_type(handle_.get(), column); }
   long long Int(int column) const noexcept { return sqlite3_column_int64(handle_.get(), column); }
@@ -75,7 +76,7 @@ public:
   void SetTimeout(std::chrono::milliseconds limit) noexcept { timeout_ = limit; }
   /// Begins a transaction. All waiting for locks until it ends takes no longer than the timeout in sum.
   void Begin(const char* sql);
-  void RollBack() noexcept;
+  void RollBack() noexcept; ///< takes no memory
   /// Throws cls_BusyException when a lock was waited for in vain: SQLite goes on without it as long as memory
   /// lasts.
   void ExpectNotTimedOut() const {
@@ -96,6 +97,7 @@ private:
   };
   cow_String file_;
   std::unique_ptr<sqlite3, Close> handle_;
+  std::unique_ptr<db_Statement> rollBack_; ///< prepared while there is memory
   bool isOpen_ = false; ///< the file itself could be opened
   std::chrono::milliseconds timeout_{5000};
   std::chrono::steady_clock::duration waited_{}; ///< in the running transaction

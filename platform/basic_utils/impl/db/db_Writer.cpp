@@ -59,10 +59,11 @@ void db_Writer::Guarded(const std::function<void()>& change) {
     for (const Identity& identity : undo_) written_.erase(identity);
     kept_.resize(kept);
     // readers must not wait for a pass that cannot succeed; nor is there a way back behind collected garbage
-    if (!connection.IsTimedOut() && references <= references_.size())
-      sqlite3_exec(connection.Handle(), "ROLLBACK TO change; RELEASE change", nullptr, nullptr, nullptr);
-    else
-      connection.RollBack();
+    const bool isUndone =
+        !connection.IsTimedOut() && references <= references_.size()
+        && sqlite3_exec(connection.Handle(), "ROLLBACK TO change; RELEASE change", nullptr, nullptr, nullptr)
+               == SQLITE_OK;
+    if (!isUndone) connection.RollBack();
     if (connection.InTransaction()) {
       references_.resize(references);
       file_.SetTotalChanges(totals);
