@@ -9,6 +9,9 @@
 class bme_Mesh;
 class dtu_DatumContainer;
 
+/// Folder of the coordinate systems of each mesh: "datums/<mesh>".
+inline constexpr const char* bme_kDatumFolder = "datums/";
+
 /// A coordinate system that keeps its frame, since it cannot be computed from its nodes.
 struct bme_LostDatum {
   enum Reason { MISSING_NODES, NOT_FINITE, COLLINEAR_NODES, SEVERAL_INSTANCES };

@@ -28,6 +28,9 @@ struct odiC_Reduced {
 enum class odiC_Wanted { All, Extremes }; ///< exact sums take longer than all the rest
 CORE_GEOMETRY_API std::vector<odiC_Reduced> odiC_Reduce(const odiC_Values& values,
                                                         odiC_Wanted wanted = odiC_Wanted::All);
+/// The same of one frame that is open, of one number a place.
+CORE_GEOMETRY_API odiC_Reduced odiC_ReduceFrame(const odiC_Run& run, odiC_Source& source,
+                                                const odiC_When& when, odiC_Wanted wanted = odiC_Wanted::All);
 
 /// Over all frames; of equal values the first frame. Nothing when there is no number.
 CORE_GEOMETRY_API std::optional<odiC_Extreme> odiC_Max(const odiC_Values& values);

@@ -124,7 +124,7 @@ cow_String odiC_PlaceLabel::Text() const {
   case res_SURFACE_NODAL: text = "node "; break;
   case res_WHOLE_REGION:
   case res_WHOLE_PART_INSTANCE:
-  case res_WHOLE_MODEL: text = "the whole of "; break;
+  case res_WHOLE_MODEL: text = region.empty() ? "the whole model" : "the whole of "; break;
   case res_GENERAL_PARTICLE: text = "particle "; break;
   default: text = "element ";
   }

@@ -63,38 +63,10 @@ struct Extremes {
   }
 };
 
-std::optional<odiC_Extreme> At(const odiC_Values& values, odiC_Source& source, const odiC_When& when,
+std::optional<odiC_Extreme> At(const odiC_Run& run, odiC_Source& source, const odiC_When& when,
                                const Best& best) {
   if (best.row < 0) return std::nullopt;
-  return odiC_Extreme{best.value, odiC_LabelOf(values.Run(), source, best.row), when};
-}
-
-odiC_Reduced ReduceFrame(const odiC_Values& values, const odiC_When& when, odiC_Wanted wanted) {
-  const odiC_SourcePointer source = values.Open(when, res_USE_ENVELOPE);
-  odiC_Reduced reduced{.when = when};
-  Extremes extremes;
-  gsl_ExactSum sum;
-  odiC_ForEachRange(*source, [&](const odiC_Range& range) {
-    for (const odiC_RowRun& run : range.rows) {
-      const auto values = std::span(range.values)
-                              .subspan(static_cast<std::size_t>(run.first - range.firstRow),
-                                       static_cast<std::size_t>(run.count));
-      extremes.Add(values, run.first);
-      if (wanted != odiC_Wanted::All) continue;
-      for (const double value : values)
-        if (!std::isnan(value)) sum.Add(value);
-    }
-  });
-  reduced.count = extremes.count;
-  reduced.notNumbers = extremes.notNumbers;
-  reduced.max = At(values, *source, when, extremes.max);
-  reduced.min = At(values, *source, when, extremes.min);
-  reduced.absMax = At(values, *source, when, extremes.absMax);
-  if (wanted == odiC_Wanted::Extremes) return reduced;
-  reduced.sum = sum.Value();
-  reduced.mean = reduced.count == 0 ? std::numeric_limits<double>::quiet_NaN()
-                                    : reduced.sum / static_cast<double>(reduced.count);
-  return reduced;
+  return odiC_Extreme{best.value, odiC_LabelOf(run, source, best.row), when};
 }
 
 template<class Measure>
@@ -108,10 +80,41 @@ std::optional<odiC_Extreme> Over(const odiC_Values& values, std::optional<odiC_E
 }
 } // namespace
 
+odiC_Reduced odiC_ReduceFrame(const odiC_Run& run, odiC_Source& source, const odiC_When& when,
+                              odiC_Wanted wanted) {
+  odiC_Reduced reduced{.when = when};
+  Extremes extremes;
+  gsl_ExactSum sum;
+  odiC_ForEachRange(source, [&](const odiC_Range& range) {
+    for (const odiC_RowRun& rows : range.rows) {
+      const auto values = std::span(range.values)
+                              .subspan(static_cast<std::size_t>(rows.first - range.firstRow),
+                                       static_cast<std::size_t>(rows.count));
+      extremes.Add(values, rows.first);
+      if (wanted != odiC_Wanted::All) continue;
+      for (const double value : values)
+        if (!std::isnan(value)) sum.Add(value);
+    }
+  });
+  reduced.count = extremes.count;
+  reduced.notNumbers = extremes.notNumbers;
+  reduced.max = At(run, source, when, extremes.max);
+  reduced.min = At(run, source, when, extremes.min);
+  reduced.absMax = At(run, source, when, extremes.absMax);
+  if (wanted == odiC_Wanted::Extremes) return reduced;
+  reduced.sum = sum.Value();
+  reduced.mean = reduced.count == 0 ? std::numeric_limits<double>::quiet_NaN()
+                                    : reduced.sum / static_cast<double>(reduced.count);
+  return reduced;
+}
+
 std::vector<odiC_Reduced> odiC_Reduce(const odiC_Values& values, odiC_Wanted wanted) {
   values.ExpectOneNumber();
   std::vector<odiC_Reduced> frames;
-  for (const odiC_When& when : values.Frames()) frames.push_back(ReduceFrame(values, when, wanted));
+  for (const odiC_When& when : values.Frames()) {
+    const odiC_SourcePointer source = values.Open(when, res_USE_ENVELOPE);
+    frames.push_back(odiC_ReduceFrame(values.Run(), *source, when, wanted));
+  }
   return frames;
 }
 

@@ -35,6 +35,23 @@ from ._errors import (
 )
 from ._files import Imported, read_mesh, write_mesh
 from ._model import Model, Transaction, diff, open
+from ._results import (
+    Category,
+    Extreme,
+    Field,
+    FieldArray,
+    FieldBlock,
+    Frame,
+    History,
+    Integral,
+    Probed,
+    Reduced,
+    Resultant,
+    Run,
+    Step,
+    Variable,
+    where,
+)
 from ._shapes import shapes
 from ._tables import (
     Chain,
@@ -49,12 +66,14 @@ from ._tables import (
     Triangles,
 )
 from ._work import progress
+from ._writer import FrameWriter, RunWriter, StepWriter
 
 __all__ = [
     "Block",
     "BusyError",
     "CallError",
     "Cancelled",
+    "Category",
     "Chain",
     "ClosedError",
     "Controls",
@@ -66,11 +85,19 @@ __all__ = [
     "ElementList",
     "EnumTextError",
     "Error",
+    "Extreme",
     "FaceList",
     "FaceSets",
+    "Field",
+    "FieldArray",
+    "FieldBlock",
     "Finding",
+    "Frame",
+    "FrameWriter",
+    "History",
     "Hits",
     "Imported",
+    "Integral",
     "Location",
     "Locator",
     "Loss",
@@ -84,19 +111,28 @@ __all__ = [
     "Nearest",
     "NodeList",
     "OutOfRangeError",
+    "Probed",
+    "Reduced",
+    "Resultant",
     "Rows",
+    "Run",
+    "RunWriter",
     "Shape",
+    "Step",
+    "StepWriter",
     "StoredClass",
     "StoredObject",
     "Transaction",
     "Triangles",
     "UnknownLabelError",
     "UnknownTypeError",
+    "Variable",
     "__version__",
     "diff",
     "open",
     "progress",
     "read_mesh",
     "shapes",
+    "where",
     "write_mesh",
 ]

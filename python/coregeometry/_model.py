@@ -5,6 +5,7 @@ from __future__ import annotations
 import errno
 import os
 import threading
+import warnings
 import weakref
 from collections.abc import Iterator, Mapping, MutableMapping
 from types import TracebackType
@@ -13,12 +14,14 @@ from typing import Any, Generic, TypeVar
 import numpy.typing as npt
 
 from . import _core
-from ._errors import ClosedError
+from ._errors import ClosedError, LossWarning
+from ._results import Run
 from ._tables import Difference, Finding, StoredClass, StoredObject
+from ._writer import RunWriter
 
 Path = str | os.PathLike[str]
 Value = TypeVar("Value")
-MESHES, DATUMS, REGIONS = "meshes/", "datums/", "regions/"
+MESHES, DATUMS, REGIONS, RESULTS = "meshes/", "datums/", "regions/", "results/"
 _LISTS = (_core.NodeList, _core.ElementList, _core.FaceList, _core.EdgeList)
 
 
@@ -53,6 +56,7 @@ class Model:
         self._page_size = page_size
         self._process = os.getpid()
         self._meshes: weakref.WeakValueDictionary[str, _core.Mesh] = weakref.WeakValueDictionary()
+        self._runs: dict[str, _core.Run] = {}
         self._transaction: Transaction | None = None
         exists = os.path.exists(self.path)
         if mode == "x" and exists:
@@ -80,6 +84,7 @@ class Model:
         """Closes the file; further calls do nothing."""
         self._open = False
         self._database = None
+        self._forget_runs()
 
     @property
     def closed(self) -> bool:
@@ -132,6 +137,8 @@ class Model:
             return self._mesh(root)
         if name == "dtu_DatumCsys":
             return database.csys(root)
+        if name == "odiC_Results":
+            return Run(self, root)
         if name == "rgnC_Region" and (short := root.removeprefix(REGIONS)) in self.sets:
             return self.sets[short]
         return StoredObject(name, _text_of(root, self.dump()))
@@ -157,12 +164,13 @@ class Model:
 
     @property
     def sets(self) -> Mapping[str, _core.NamedSet]:
-        """The sets and surfaces, by ``"<mesh>/<name>"``."""
-        found: dict[str, tuple[_core.NamedSet]] = {}
-        for root in self._roots_of("mesh"):
-            for name, one in self._opened().sets(root, self._mesh(root)):
-                found[f"{root.removeprefix(MESHES)}/{name}"] = (one,)
-        return _Named(self, found, lambda one: one)
+        """The sets and surfaces, by ``"<mesh>/<name>"``; a mesh is read when a set of it is asked for."""
+        self._check_open()
+        found = self._database.set_roots() if self._database else []
+        return _Named(self, {f"{mesh.removeprefix(MESHES)}/{name}": (mesh, name) for mesh, name in found}, self._set)
+
+    def _set(self, mesh: str, name: str) -> _core.NamedSet:
+        return dict(self._opened().sets(mesh, self._mesh(mesh)))[name]
 
     @property
     def datums(self) -> Mapping[str, _core.CoordinateSystem]:
@@ -172,6 +180,37 @@ class Model:
             for name, one in self._opened().datums(root).items():
                 found[f"{root.removeprefix(DATUMS)}/{name}"] = (one,)
         return _Named(self, found, lambda one: one)
+
+    @property
+    def results(self) -> Mapping[str, Run]:
+        """The runs of results, by ``"<mesh>/<run>"``."""
+        self._check_open()
+        roots = self._database.runs() if self._database else []
+        return _Named(self, {root.removeprefix(RESULTS): (root,) for root in roots}, lambda root: Run(self, root))
+
+    def add_run(self, mesh: str, name: str, *, description: str = "", program: str = "", units: str = "") -> RunWriter:
+        """A new run of a stored mesh, written frame by frame: ``with model.add_run("Wing", "run1") as w: ...``.
+
+        `FileExistsError` when there is one of that name.
+        """
+        self._check_writable()
+        if mesh not in self.meshes:
+            raise _missing(mesh, list(self.meshes))
+        root = f"{RESULTS}{mesh}/{name}"
+        if root in self.roots:
+            raise FileExistsError(errno.EEXIST, f"there is a run {root} already", self.path)
+        of = self.meshes[mesh]
+        self._forget_runs()
+        return RunWriter(self, _core.write_run(self._opened(), root, of, description, program, units), of)
+
+    def _run(self, root: str) -> _core.Run:
+        self._check_open()
+        if root not in self._runs:
+            self._runs[root] = _core.open_run(self._opened(), root)
+        return self._runs[root]
+
+    def _forget_runs(self) -> None:
+        self._runs.clear()
 
     def transaction(self) -> Transaction:
         """All changes of a ``with`` block, or none of them.
@@ -187,11 +226,13 @@ class Model:
     def _commit(self, changes: list[tuple[Any, ...]]) -> None:
         self._check_open()
         if self._database is not None:
-            self._database.commit(changes)
+            for remark in self._database.commit(changes):
+                warnings.warn(f"{self.path}: {remark}", LossWarning, stacklevel=4)
         else:
             _core.create_database(self.path, self._page_size, changes)
             self._database = _core.open_database(self.path, True, *self._options)
         self._meshes.clear()
+        self._forget_runs()
 
     def classes(self) -> list[StoredClass]:
         """The classes of the stored objects."""
@@ -226,7 +267,7 @@ class Model:
         return self._opened().dump().decode("utf-8", "replace")
 
     def check(self) -> list[Finding]:
-        """Damage of the file, and faults and notes about its meshes; an empty list when all is well."""
+        """Damage of the file, and faults and notes about meshes, sets and runs; an empty list when all is well."""
         return self._opened().check()
 
     def read_range(self, path: str, first: int, count: int, dtype: str = "float32") -> npt.NDArray[Any]:
@@ -307,7 +348,8 @@ class Transaction:
                 return
         if root not in self._model.roots:
             raise _missing(root, self._model.roots)
-        self._put(root, ("remove", root))
+        is_run = root.removeprefix(RESULTS) in self._model.results
+        self._put(root, ("remove run" if is_run else "remove", root))
 
     def _set(self, folder: str, name: str, value: Any) -> None:
         key = folder + name

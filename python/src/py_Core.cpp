@@ -4,6 +4,7 @@
 #include "py_Errors.h"
 #include "py_Lists.h"
 #include "py_Model.h"
+#include "py_Results.h"
 #include "py_Work.h"
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
@@ -21,6 +22,10 @@ NB_MODULE(_core, module) {
   py_BindFaces(module);
   py_BindCsys(module);
   py_BindModel(module);
+  py_BindField(module);
+  py_BindResults(module);
+  py_BindReductions(module);
+  py_BindRunWriter(module);
   py_BindConnect(module);
   py_BindLocate(module);
   py_BindMeasures(module);

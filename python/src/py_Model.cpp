@@ -7,36 +7,26 @@
 #include "py_Tables.h"
 #include "py_Work.h"
 
-#include <BasicUtils/cls_Check.h>
 #include <BasicUtils/cls_CreateModel.h>
 #include <BasicUtils/cls_Dump.h>
 #include <BasicUtils/cls_ReadView.h>
+#include <CoreGeometry/bme_RegenerateDatums.h>
 #include <CoreGeometry/bme_StoredSets.h>
-#include <CoreGeometry/chk_Findings.h>
 #include <CoreGeometry/dtu_DatumContainer.h>
 #include <CoreGeometry/fmt_Import.h>
+#include <CoreGeometry/odiC_CheckModel.h>
+#include <CoreGeometry/odiC_PutMesh.h>
+#include <CoreGeometry/odiC_Run.h>
+#include <CoreGeometry/odiC_RunWriter.h>
 #include <CoreUtils/atr_Near.h>
 #include <map>
+#include <nanobind/stl/pair.h>
 #include <sstream>
 #include <variant>
 
 namespace {
-/// An open model. The mutex is taken only while the GIL is not held.
-struct Database {
-  cls_Database database;
-  std::mutex mutex;
-  explicit Database(cls_Database opened) : database(std::move(opened)) {}
-};
-
-/// Without the GIL, and with the model for this thread alone.
-template<class Call> auto Use(Database& self, Call call) {
-  return py_Run([&] {
-    const std::lock_guard lock(self.mutex);
-    return call(self.database);
-  });
-}
-
-constexpr const char* kDatumFolder = "datums/";
+using Database = py_Database;
+template<class Call> auto Use(Database& self, Call call) { return py_UseModel(self, std::move(call)); }
 
 struct PutMesh {
   cow_String name;
@@ -53,7 +43,10 @@ struct PutDatum {
 struct Remove {
   cow_String root;
 };
-using Change = std::variant<PutMesh, PutSet, PutDatum, Remove>;
+struct RemoveRun {
+  cow_String root;
+};
+using Change = std::variant<PutMesh, PutSet, PutDatum, Remove, RemoveRun>;
 
 std::vector<Change> ToChanges(const nb::list& changes) {
   std::vector<Change> made;
@@ -67,6 +60,8 @@ std::vector<Change> ToChanges(const nb::list& changes) {
     else if (kind == "datum")
       made.emplace_back(PutDatum{
           text(1), text(2), change[3].is_none() ? std::optional<py_Csys>() : nb::cast<py_Csys>(change[3])});
+    else if (kind == "remove run")
+      made.emplace_back(RemoveRun{text(1)});
     else
       made.emplace_back(Remove{text(1)});
   }
@@ -83,8 +78,14 @@ public:
   }
   void Apply(const std::vector<Change>& changes) {
     for (const Change& change : changes) std::visit([&](const auto& one) { Do(one); }, change);
-    for (const auto& [root, datums] : datums_) pass_.Put(root, datums);
+    for (auto& [root, datums] : datums_) {
+      if (const auto mesh = meshes_.find(root); mesh != meshes_.end())
+        bme_RegenerateDatums(datums, *mesh->second);
+      pass_.Put(root, datums);
+    }
   }
+  /// What could not follow the meshes that took the place of others.
+  const std::vector<cow_String>& Remarks() const noexcept { return remarks_; }
 
 private:
   /// The mesh, and sets of it, under an identifier.
@@ -100,10 +101,14 @@ private:
     const cow_String root = bme_kMeshFolder + change.name;
     const auto [at, isNew] = ids_.try_emplace(root, nextId_);
     if (isNew) ++nextId_;
-    if (change.mesh->Id() == at->second)
-      pass_.Put(root, *change.mesh);
-    else
-      pass_.Put(root, *Renumbered(change.mesh, nullptr, at->second).mesh);
+    const bool isRenumbered = change.mesh->Id() != at->second;
+    const odiC_LeftBehind left =
+        odiC_PutMesh(model_, pass_, root,
+                     isRenumbered ? *Renumbered(change.mesh, nullptr, at->second).mesh : *change.mesh);
+    for (const cow_String& run : left.runs)
+      remarks_.push_back(run + " is removed: it is of a mesh of other sizes or types");
+    for (const auto& [path, reason] : left.datums) remarks_.push_back(path + " keeps its frame: " + reason);
+    meshes_[bme_kDatumFolder + change.name] = change.mesh;
   }
 
   void Do(const PutSet& change) {
@@ -119,7 +124,7 @@ private:
   }
 
   void Do(const PutDatum& change) {
-    const cow_String root = kDatumFolder + change.mesh;
+    const cow_String root = bme_kDatumFolder + change.mesh;
     const auto [at, isNew] = datums_.try_emplace(root);
     if (isNew && model_.Has(root)) at->second = *model_.Get<dtu_DatumContainer>(root);
     if (isNew && !model_.Has(root)) at->second.SetOwnerNames({change.mesh});
@@ -136,19 +141,25 @@ private:
     ids_.erase(change.root);
   }
 
+  void Do(const RemoveRun& change) { odiC_RemoveRun(model_, pass_, change.root); }
+
   const cls_Database& model_;
   cls_WritePass& pass_;
   std::map<cow_String, int> ids_;
   int nextId_ = 0;
   std::map<cow_String, dtu_DatumContainer> datums_;
+  std::map<cow_String, py_Mesh> meshes_; ///< that are put, by the root of their coordinate systems
+  std::vector<cow_String> remarks_;
 };
 
-void Commit(Database& self, const nb::list& list) {
+std::vector<cow_String> Commit(Database& self, const nb::list& list) {
   const std::vector<Change> changes = ToChanges(list);
-  Use(self, [&](cls_Database& model) {
+  return Use(self, [&](cls_Database& model) {
     cls_WritePass pass(model);
-    Applying(model, pass).Apply(changes);
+    Applying applying(model, pass);
+    applying.Apply(changes);
     pass.Commit();
+    return applying.Remarks();
   });
 }
 
@@ -158,6 +169,16 @@ void Create(const std::string& file, int pageSize, const nb::list& list) {
     cls_CreateModel(file, {.pageSize = pageSize}, [&](const cls_Database& model, cls_WritePass& pass) {
       Applying(model, pass).Apply(changes);
     });
+  });
+}
+
+/// The root of the mesh and the name of each set, without reading meshes.
+std::vector<std::pair<cow_String, cow_String>> SetRoots(Database& self) {
+  return Use(self, [](const cls_Database& model) {
+    std::vector<std::pair<cow_String, cow_String>> roots;
+    for (const cow_String& mesh : model.RootsOf({bme_Mesh::TypeId()}))
+      for (const bme_NamedSet& set : bme_SetsOfMesh(model, mesh)) roots.emplace_back(mesh, set.Root());
+    return roots;
   });
 }
 
@@ -203,26 +224,7 @@ cow_String ClassName(Database& self, const std::string& root) {
 }
 
 nb::list Check(Database& self) {
-  return py_Findings(Use(self, [](const cls_Database& model) {
-    std::vector<chk_Finding> findings;
-    for (cls_Finding& finding : cls_Check(model)) {
-      chk_Finding one;
-      static_cast<cls_Finding&>(one) = std::move(finding);
-      findings.push_back(std::move(one));
-    }
-    if (!findings.empty()) return findings;
-    for (const cow_String& root : model.RootsOf({bme_Mesh::TypeId()})) {
-      chk_Findings here(root, findings);
-      const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
-      const std::size_t before = findings.size();
-      chk_Mesh(*mesh, here);
-      const bool isSound =
-          std::none_of(findings.begin() + static_cast<std::ptrdiff_t>(before), findings.end(),
-                       [](const chk_Finding& one) { return one.weight == cls_Finding::Weight::Fault; });
-      if (isSound) chk_Topology(*mesh, chk_Elements(*mesh, here), here);
-    }
-    return findings;
-  }));
+  return py_Findings(Use(self, [](cls_Database& model) { return odiC_CheckModel(model); }));
 }
 
 template<class T>
@@ -272,6 +274,10 @@ void py_BindModel(nb::module_& module) {
             });
           },
           nb::arg("kind"))
+      .def("runs",
+           [](Database& self) {
+             return Use(self, [](const cls_Database& model) { return odiC_Run::RootsOf(model); });
+           })
       .def("class_name", &ClassName, nb::arg("root"))
       .def(
           "mesh",
@@ -286,12 +292,13 @@ void py_BindModel(nb::module_& module) {
                        [&](const cls_Database& model) { return py_Csys{*model.Get<dtu_DatumCsys>(root)}; });
           },
           nb::arg("root"))
+      .def("set_roots", &SetRoots)
       .def("sets", &Sets, nb::arg("mesh_root"), nb::arg("mesh"),
            nb::sig("def sets(self, mesh_root: str, mesh: Mesh) -> list[tuple[str, NamedSet]]"))
       .def("datums", &Datums, nb::arg("root"),
            nb::sig("def datums(self, root: str) -> dict[str, CoordinateSystem]"))
       .def("commit", &Commit, nb::arg("changes"),
-           nb::sig("def commit(self, changes: list[tuple[typing.Any, ...]]) -> None"))
+           nb::sig("def commit(self, changes: list[tuple[typing.Any, ...]]) -> list[str]"))
       .def("classes", &Classes, nb::sig("def classes(self) -> list[coregeometry._tables.StoredClass]"))
       .def(
           "upgrade",
@@ -328,7 +335,7 @@ void py_BindModel(nb::module_& module) {
       "open_database",
       [](const std::string& file, bool mayWrite, int timeout, bool memoryMap) {
         auto opened = py_Run([&] {
-          auto model = std::make_unique<Database>(cls_Database::Open(
+          auto model = std::make_shared<Database>(cls_Database::Open(
               file, mayWrite ? cls_Database::Mode::ReadWrite : cls_Database::Mode::ReadOnly));
           model->database.SetBusyTimeout(timeout);
           model->database.UseMemoryMap(memoryMap);

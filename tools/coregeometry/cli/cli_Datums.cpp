@@ -25,7 +25,7 @@ template<class Triple> cli_Json Numbers(const Triple& triple) {
 } // namespace
 
 cow_String cli_DatumRoot(const cow_String& meshRoot) {
-  return cli_kDatumFolder + WithoutFolder(meshRoot, bme_kMeshFolder);
+  return bme_kDatumFolder + WithoutFolder(meshRoot, bme_kMeshFolder);
 }
 
 std::vector<cli_Datum> cli_Datums(const cls_Database& model, const cow_String& meshRoot) {
@@ -36,13 +36,13 @@ std::vector<cli_Datum> cli_Datums(const cls_Database& model, const cow_String& m
                       dtu_DatumAxis::TypeId(), dtu_DatumPlane::TypeId(), dtu_DatumCsys::TypeId(),
                       dtu_DynamicDatumCsys::TypeId(), dtu_6dofNodeDatumCsys::TypeId()})) {
     if (model.TypeId(root) != dtu_DatumContainer::TypeId()) {
-      datums.push_back({root, WithoutFolder(root, cli_kDatumFolder), 0, model.Get<dtu_Datum>(root)});
+      datums.push_back({root, WithoutFolder(root, bme_kDatumFolder), 0, model.Get<dtu_Datum>(root)});
       continue;
     }
     if (!meshRoot.empty() && root != cli_DatumRoot(meshRoot)) continue;
     dtu_DatumContainer container = *model.Get<dtu_DatumContainer>(root);
     const bme_Placement placement =
-        cli_PlacementOf(model, bme_kMeshFolder + WithoutFolder(root, cli_kDatumFolder));
+        cli_PlacementOf(model, bme_kMeshFolder + WithoutFolder(root, bme_kDatumFolder));
     if (!placement.IsNone()) container.TransformData(placement.ToPlaced());
     for (const auto& [id, datum] : container)
       datums.push_back({root, container.NameOf(id), id, datum.Holder()});
@@ -59,7 +59,7 @@ const cli_Datum& cli_ChooseDatum(const cls_Database& model, const std::vector<cl
     const cow_String path = one.Path();
     if (path == name) return one;
     names.push_back(one.name);
-    if (one.name != name && WithoutFolder(path, cli_kDatumFolder) != name) continue;
+    if (one.name != name && WithoutFolder(path, bme_kDatumFolder) != name) continue;
     several += (several.empty() ? "" : ", ") + path;
     found.push_back(&one);
   }

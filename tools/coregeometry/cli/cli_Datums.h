@@ -2,9 +2,8 @@
 #pragma once
 
 #include "cli_Model.h"
+#include <CoreGeometry/bme_RegenerateDatums.h>
 #include <CoreGeometry/dtu_DatumContainer.h>
-
-inline constexpr const char* cli_kDatumFolder = "datums/";
 
 struct cli_Datum {
   cow_String root; ///< of its container, or its own

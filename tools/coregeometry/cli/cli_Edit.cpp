@@ -68,8 +68,7 @@ void Put(const cls_Database& model, cls_WritePass& pass, const cli_MeshTarget& t
   }
   if (const int id = IdFor(model, target); id != result.mesh->Id())
     fmt_Renumber(result, static_cast<unsigned>(id));
-  pass.Put(target.root, *result.mesh);
-  cli_FollowNodes(model, pass, target, *result.mesh);
+  cli_PutMesh(model, pass, target, *result.mesh);
   cli_PutSets(model, pass, target, result.sets);
   cli_PutNotes(model, pass, target, result.notes, replaces);
 }

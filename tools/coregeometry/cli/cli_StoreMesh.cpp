@@ -1,9 +1,8 @@
 #include "cli_StoreMesh.h"
 
 #include "cli_Console.h"
-#include "cli_Datums.h"
 
-#include <CoreGeometry/bme_RegenerateDatums.h>
+#include <CoreGeometry/odiC_PutMesh.h>
 #include <iostream>
 
 std::vector<cow_String> cli_RegionsOf(const cls_Database& model, const cli_MeshTarget& target) {
@@ -48,14 +47,12 @@ void cli_PutNotes(const cls_Database& model, cls_WritePass& pass, const cli_Mesh
   if (!notes.IsEmpty()) pass.Put(root, notes);
 }
 
-void cli_FollowNodes(const cls_Database& model, cls_WritePass& pass, const cli_MeshTarget& target,
-                     const bme_Mesh& mesh) {
-  const cow_String root = cli_DatumRoot(target.root);
-  if (!model.Has(root) || model.TypeId(root) != dtu_DatumContainer::TypeId()) return;
-  const cow_CountedHld<dtu_DatumContainer> stored = model.Get<dtu_DatumContainer>(root);
-  dtu_DatumContainer datums = *stored;
-  for (const bme_LostDatum& lost : bme_RegenerateDatums(datums, mesh))
-    std::cerr << "coregeometry: " << target.file.string() << ", " << root << '/' << datums.NameOf(lost.datum)
-              << " keeps its frame: " << lost.Text() << '\n';
-  if (!(datums == *stored)) pass.Put(root, datums);
+void cli_PutMesh(const cls_Database& model, cls_WritePass& pass, const cli_MeshTarget& target,
+                 const bme_Mesh& mesh) {
+  const odiC_LeftBehind left = odiC_PutMesh(model, pass, target.root, mesh);
+  const cow_String place = "coregeometry: " + target.file.string() + ", ";
+  for (const cow_String& run : left.runs)
+    std::cerr << place << run << " is removed: it is of a mesh of other sizes or types\n";
+  for (const auto& [path, reason] : left.datums)
+    std::cerr << place << path << " keeps its frame: " << reason << '\n';
 }

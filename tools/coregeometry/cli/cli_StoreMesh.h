@@ -26,6 +26,6 @@ void cli_PutSets(const cls_Database& model, cls_WritePass& pass, const cli_MeshT
 /// In the place of those of the mesh that was there before.
 void cli_PutNotes(const cls_Database& model, cls_WritePass& pass, const cli_MeshTarget& target,
                   const bme_MeshNotes& notes, bool replaces);
-/// Systems that follow nodes of the mesh that was there before follow those of the new one.
-void cli_FollowNodes(const cls_Database& model, cls_WritePass& pass, const cli_MeshTarget& target,
-                     const bme_Mesh& mesh);
+/// The mesh, and of what the model keeps about the one that was there before what fits it; the rest is reported.
+void cli_PutMesh(const cls_Database& model, cls_WritePass& pass, const cli_MeshTarget& target,
+                 const bme_Mesh& mesh);

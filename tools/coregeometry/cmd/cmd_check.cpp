@@ -1,11 +1,9 @@
 // coregeometry check: what is wrong with a model
-#include "chk_Sets.h"
 #include "cli_Commands.h"
 #include "cli_Console.h"
 #include "cli_Model.h"
-#include <CoreGeometry/odiC_Run.h>
 
-#include <algorithm>
+#include <CoreGeometry/odiC_CheckModel.h>
 
 namespace {
 struct Arguments {
@@ -14,37 +12,15 @@ struct Arguments {
 };
 
 std::vector<chk_Finding> FindingsOf(const std::string& file, cli_Console& console) {
-  std::vector<chk_Finding> findings;
   try {
     console.Begin("checking " + file);
     cls_Database model = cli_OpenModel(file);
-    for (cls_Finding& stored : cls_Check(model)) findings.push_back({std::move(stored), {}, {}, 0});
-    for (const chk_Finding& finding : findings)
-      if (finding.weight == cls_Finding::Weight::Fault) return findings;
-    for (const cow_String& root : cli_MeshRoots(model)) {
-      chk_Findings here(root, findings);
-      const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
-      const std::size_t before = findings.size();
-      chk_Mesh(*mesh, here);
-      const auto isFault = [](const chk_Finding& finding) {
-        return finding.weight == cls_Finding::Weight::Fault;
-      };
-      if (std::any_of(findings.begin() + static_cast<std::ptrdiff_t>(before), findings.end(), isFault))
-        continue;
-      const std::vector<unsigned> withoutSize = chk_Elements(*mesh, here);
-      chk_Topology(*mesh, withoutSize, here);
-    }
-    chk_Sets(model, findings);
-    odiC_CheckRuns(model, findings);
+    return odiC_CheckModel(model);
   } catch (const cls_BusyException&) {
     throw;
   } catch (const nex_TextException& failure) {
-    chk_Finding finding;
-    finding.what = failure.Message();
-    finding.advice = cls_kRestoreAdvice;
-    findings.push_back(std::move(finding));
+    return {odiC_Unreadable(failure.Message())};
   }
-  return findings;
 }
 
 const char* WeightName(const chk_Finding& finding) {

@@ -136,7 +136,7 @@ std::unique_ptr<dtu_Datum> MakeSystem(const Arguments& arguments) {
 dtu_DatumContainer ContainerAt(const cls_Database& model, const cow_String& root) {
   dtu_DatumContainer container;
   if (!model.Has(root)) {
-    container.SetOwnerNames({root.substr(cow_String(cli_kDatumFolder).size())});
+    container.SetOwnerNames({root.substr(cow_String(bme_kDatumFolder).size())});
     return container;
   }
   if (model.TypeId(root) != dtu_DatumContainer::TypeId())

@@ -3,8 +3,7 @@
 #include "cli_Console.h"
 #include "cli_Values.h"
 
-#include <CoreGeometry/odiC_Expression.h>
-#include <CoreGeometry/odiC_RunWriter.h>
+#include <CoreGeometry/odiC_Derive.h>
 
 namespace {
 struct Arguments {
@@ -13,13 +12,6 @@ struct Arguments {
   cli_ValueArguments values;
 };
 
-template<class T> cow_ArrayCOW<T> Array(const std::vector<double>& values) {
-  const std::vector<T> numbers(values.begin(), values.end());
-  cow_ArrayCOW<T> array;
-  array.Append(std::span<const T>(numbers));
-  return array;
-}
-
 void Run(const Arguments& arguments) {
   cli_Console console;
   cls_Database model = cli_OpenModel(arguments.file, cls_Database::Mode::ReadWrite);
@@ -27,40 +19,20 @@ void Run(const Arguments& arguments) {
   const odiC_Expression expression(
       run, arguments.formula, cli_SelectionOf(run, arguments.values, cli_FrameDefault::All),
       arguments.values.atNodes ? std::optional(cli_ToNodesOf(arguments.values)) : std::nullopt);
-  odiC_RunWriter writer(model, run.Root(), run.Mesh());
-  odiC_Variable made(arguments.name, res_SCALAR, arguments.unit);
-  made.description = arguments.formula;
-  const int variable = writer.AddVariable(made);
-  const std::vector<odiC_When> frames = expression.Frames();
-  for (const odiC_When& when : frames) // before any work
-    if (run.HasField(when.step, when.frame, run.Header().FindVariable(arguments.name)))
-      throw nex_TextException(run.Root() + ": " + cli_WhenText(run, when) + " has " + arguments.name
-                              + " already");
-  long long numValues = 0, notNumbers = 0;
-  for (const odiC_When& when : frames) {
-    const odiC_Gathered gathered = odiC_Gather(*expression.Open(when));
-    if (gathered.values.empty()) continue;
-    numValues += static_cast<long long>(gathered.values.size());
-    notNumbers += std::ranges::count_if(gathered.values, [](double value) { return std::isnan(value); });
-    writer.GoTo(when.step, when.frame);
-    const int layout = writer.AddLayout(gathered.layout);
-    if (arguments.storage == "double")
-      writer.PutField(variable, layout, Array<double>(gathered.values));
-    else
-      writer.PutField(variable, layout, Array<float>(gathered.values));
-    writer.Commit();
-  }
+  const odiC_Derived derived = odiC_Derive(
+      model, run, expression,
+      {.name = arguments.name, .unit = arguments.unit, .isDouble = arguments.storage == "double"});
   if (arguments.json)
     return cli_PrintJson({{"file", arguments.file},
                           {"run", run.Root()},
                           {"variable", arguments.name},
                           {"formula", arguments.formula},
-                          {"frames", frames.size()},
-                          {"values", numValues},
-                          {"notNumbers", notNumbers}});
-  cli_Report() << "stored " << arguments.name << " in " << frames.size() << " frames of " << run.Root()
-               << ", " << numValues << " values";
-  if (notNumbers > 0) cli_Report() << ", of which " << notNumbers << " are not numbers";
+                          {"frames", derived.numFrames},
+                          {"values", derived.numValues},
+                          {"notNumbers", derived.notNumbers}});
+  cli_Report() << "stored " << arguments.name << " in " << derived.numFrames << " frames of " << run.Root()
+               << ", " << derived.numValues << " values";
+  if (derived.notNumbers > 0) cli_Report() << ", of which " << derived.notNumbers << " are not numbers";
   cli_Report() << '\n';
 }
 } // namespace

@@ -76,17 +76,6 @@ cli_MeshTarget ChooseTarget(const Arguments& arguments) {
   return target;
 }
 
-/// Results of the mesh that was there before are of no use for one of other sizes.
-void RemoveRuns(const cls_Database& model, cls_WritePass& pass, const cli_MeshTarget& target,
-                const bme_Mesh& mesh) {
-  for (const cow_String& root : odiC_Run::RootsOf(model, target.root)) {
-    if (odiC_IsOf(odiC_Run::Open(model, root).Header(), mesh)) continue;
-    odiC_RemoveRun(model, pass, root);
-    std::cerr << "coregeometry: " << target.file.string() << ", " << root
-              << " is removed: it is of a mesh of other sizes or types\n";
-  }
-}
-
 /// Whatever depends on what the model holds is decided here, where nobody else can change it.
 void Put(const cls_Database& model, cls_WritePass& pass, const cli_MeshTarget& target, fmt_Import& import,
          bool force) {
@@ -95,9 +84,7 @@ void Put(const cls_Database& model, cls_WritePass& pass, const cli_MeshTarget& t
   const bool replaces = model.Has(target.root);
   if (replaces)
     for (const cow_String& root : cli_RegionsOf(model, target)) pass.Remove(root);
-  RemoveRuns(model, pass, target, *import.mesh);
-  pass.Put(target.root, *import.mesh);
-  cli_FollowNodes(model, pass, target, *import.mesh);
+  cli_PutMesh(model, pass, target, *import.mesh);
   cli_PutSets(model, pass, target, import.sets);
   cli_PutNotes(model, pass, target, import.notes, replaces);
 }

@@ -1,10 +1,13 @@
-#include "chk_Sets.h"
-#include "cli_Regions.h"
+#include <CoreGeometry/odiC_CheckModel.h>
 
+#include <BasicUtils/cls_Check.h>
 #include <BasicUtils/cls_ReadView.h>
+#include <CoreGeometry/bme_StoredSets.h>
+#include <CoreGeometry/odiC_Run.h>
 #include <CoreGeometry/rgnC_Facet.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <DiagnosticExtractor/ddr_DatabaseRoot.h>
+#include <algorithm>
 #include <map>
 
 namespace {
@@ -12,7 +15,7 @@ namespace {
 class Meshes {
 public:
   explicit Meshes(const cls_Database& model) {
-    for (const cow_String& root : cli_MeshRoots(model)) {
+    for (const cow_String& root : model.RootsOf({bme_Mesh::TypeId()})) {
       const auto mesh = model.Get<bme_Mesh>(root);
       byId_.emplace(mesh->Id(), mesh);
     }
@@ -82,9 +85,9 @@ void CheckSet(const rgnC_SetData& set, const Meshes& meshes, chk_Findings& findi
     }
   }
 }
-} // namespace
 
-void chk_Sets(cls_Database& model, std::vector<chk_Finding>& all) {
+/// Contents of sets against the meshes that they name, and references of regions to their sets.
+void CheckSets(cls_Database& model, std::vector<chk_Finding>& all) {
   const cls_ReadView view(model);
   const Meshes meshes(model);
   const ddr_DatabaseRoot::Scope here(model);
@@ -102,4 +105,45 @@ void chk_Sets(cls_Database& model, std::vector<chk_Finding>& all) {
                    "put the set under that path, or remove the region");
     }
   }
+}
+
+bool HasFault(std::span<const chk_Finding> findings) {
+  return std::ranges::any_of(findings,
+                             [](const chk_Finding& one) { return one.weight == cls_Finding::Weight::Fault; });
+}
+
+void CheckMeshes(const cls_Database& model, std::vector<chk_Finding>& findings) {
+  for (const cow_String& root : model.RootsOf({bme_Mesh::TypeId()})) {
+    chk_Findings here(root, findings);
+    const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
+    const std::size_t before = findings.size();
+    chk_Mesh(*mesh, here);
+    if (HasFault(std::span(findings).subspan(before))) continue;
+    const std::vector<unsigned> withoutSize = chk_Elements(*mesh, here);
+    chk_Topology(*mesh, withoutSize, here);
+  }
+}
+} // namespace
+
+std::vector<chk_Finding> odiC_CheckModel(cls_Database& model) {
+  std::vector<chk_Finding> findings;
+  try {
+    for (cls_Finding& stored : cls_Check(model)) findings.push_back({std::move(stored), {}, {}, 0});
+    if (HasFault(findings)) return findings;
+    CheckMeshes(model, findings);
+    CheckSets(model, findings);
+    odiC_CheckRuns(model, findings);
+  } catch (const cls_BusyException&) {
+    throw;
+  } catch (const nex_TextException& failure) {
+    findings.push_back(odiC_Unreadable(failure.Message()));
+  }
+  return findings;
+}
+
+chk_Finding odiC_Unreadable(const cow_String& message) {
+  chk_Finding finding;
+  finding.what = message;
+  finding.advice = cls_kRestoreAdvice;
+  return finding;
 }
