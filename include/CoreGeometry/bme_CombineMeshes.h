@@ -25,6 +25,8 @@ struct bme_Combined {
   bme_MeshAndSets result;
   std::vector<Part> parts; ///< of each mesh
   std::vector<cow_String> remarks{};
+  std::vector<std::vector<unsigned char>>
+      turns{}; ///< of the elements of each mesh; empty when none was turned
 
   CORE_GEOMETRY_API bme_Renumbering RenumberingOf(std::size_t part) const;
 };

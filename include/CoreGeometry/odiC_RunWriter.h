@@ -9,6 +9,7 @@
 #include <CoreGeometry/odiC_Results.h>
 #include <functional>
 #include <map>
+#include <set>
 
 class cls_WritePass;
 
@@ -26,6 +27,10 @@ class CORE_GEOMETRY_API odiC_RunWriter {
 public:
   /// A new run, or one to go on with. The mesh is that of the root "meshes/<mesh>" for a run "results/<mesh>/<run>".
   odiC_RunWriter(cls_Database& model, const cow_String& root, const bme_Mesh& mesh);
+  /// A new run, in place of one of that name, in a pass of the caller's, who commits it. What comes is put at once;
+  /// Commit() puts the header, and removes what is left of the run that was there.
+  odiC_RunWriter(const cls_Database& model, cls_WritePass& pass, const cow_String& root,
+                 const bme_Mesh& mesh);
 
   const odiC_Results& Header() const noexcept { return header_; }
   odiC_Results& HeaderToDescribe() noexcept {
@@ -54,10 +59,7 @@ public:
   void Commit();
 
 private:
-  struct Pending {
-    cow_String root;
-    std::function<void(cls_WritePass&)> put;
-  };
+  using Pending = std::function<void(cls_WritePass&)>;
   struct LastArray {
     uti_FingerprintBits bits{};
     std::size_t count = 0;
@@ -65,6 +67,8 @@ private:
     cow_ArrayStamp stamp;
     std::shared_ptr<odiC_Field> field; ///< whose array has the stamp after it is written
   };
+  odiC_RunWriter(const cls_Database& model, cls_WritePass* pass, const cow_String& root,
+                 const bme_Mesh& mesh);
   template<class T> void PutAny(int variable, int layout, cow_ArrayCOW<T> values, res_StorageTypeEnm storage);
   [[noreturn]] void Fail(const cow_String& what) const;
   void Expect(bool isThere, const cow_String& what) const {
@@ -72,8 +76,12 @@ private:
   }
   odiC_Step& LastStep();
   template<class T> void Add(const cow_String& root, T object);
+  void Put(const cow_String& root, Pending pending);
+  void KeepStamps();
 
-  cls_Database& model_;
+  const cls_Database& model_;
+  cls_Database* own_ = nullptr;   ///< to which passes of this writer write
+  cls_WritePass* pass_ = nullptr; ///< of the caller
   cow_String root_;
   const bme_Mesh& mesh_;
   odiC_Results header_;
@@ -82,6 +90,7 @@ private:
   std::vector<uti_FingerprintBits> layouts_, pointSets_; ///< what tells them apart
   std::map<int, LastArray> last_;                        ///< of each variable
   std::vector<Pending> pending_;
+  std::set<cow_String> replaced_; ///< roots of the run that was there, not put again
 };
 
 /// Removes a run with all that belongs to it.

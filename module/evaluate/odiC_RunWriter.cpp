@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace {
 template<class T> bool IsNumber(T value) {
@@ -93,29 +94,14 @@ cow_ArrayStamp StampOf(const odiC_Field& field) {
 }
 } // namespace
 
-odiC_RunWriter::odiC_RunWriter(cls_Database& model, const cow_String& root, const bme_Mesh& mesh)
-    : model_(model), root_(root), mesh_(mesh) {
+odiC_RunWriter::odiC_RunWriter(const cls_Database& model, cls_WritePass* pass, const cow_String& root,
+                               const bme_Mesh& mesh)
+    : model_(model), pass_(pass), root_(root), mesh_(mesh) {
   const cow_String folder = odiC_kRunFolder;
   const std::size_t slash = root.rfind('/');
   if (!root.starts_with(folder) || slash == cow_String::npos || slash <= folder.size()
       || slash + 1 == root.size())
     throw odiC_Exception(model.File() + ": a run is stored as results/<mesh>/<run>, not \"" + root + '"');
-  if (model.Has(root)) {
-    header_ = *model.Get<odiC_Results>(root);
-    if (!odiC_IsOf(header_, mesh)) Fail("is of a mesh of other sizes or types");
-    const odiC_Run run = odiC_Run::Open(model, root);
-    for (int i = 0; i < header_.numLayouts; ++i) {
-      rowsOfLayouts_.push_back(run.Layout(i)->numRows);
-      layouts_.push_back(BitsOf(*run.Layout(i)));
-    }
-    for (int i = 0; i < header_.numPointSets; ++i) {
-      pointSetCounts_.push_back(run.PointSet(i).count);
-      pointSets_.push_back(BitsOf(run.PointSet(i)));
-    }
-    step_ = static_cast<int>(header_.steps.size()) - 1;
-    if (step_ >= 0) frame_ = header_.steps.back().NumFrames() - 1;
-    return;
-  }
   header_.name = root.substr(slash + 1);
   header_.meshRoot = bme_kMeshFolder + root.substr(folder.size(), slash - folder.size());
   header_.meshId = mesh.Id();
@@ -126,6 +112,32 @@ odiC_RunWriter::odiC_RunWriter(cls_Database& model, const cow_String& root, cons
   }
 }
 
+odiC_RunWriter::odiC_RunWriter(const cls_Database& model, cls_WritePass& pass, const cow_String& root,
+                               const bme_Mesh& mesh)
+    : odiC_RunWriter(model, &pass, root, mesh) {
+  for (const cow_String& one : model.Roots())
+    if (one.starts_with(root + "/")) replaced_.insert(one);
+}
+
+odiC_RunWriter::odiC_RunWriter(cls_Database& model, const cow_String& root, const bme_Mesh& mesh)
+    : odiC_RunWriter(model, nullptr, root, mesh) {
+  own_ = &model;
+  if (!model.Has(root)) return;
+  header_ = *model.Get<odiC_Results>(root);
+  if (!odiC_IsOf(header_, mesh)) Fail("is of a mesh of other sizes or types");
+  const odiC_Run run = odiC_Run::Open(model, root);
+  for (int i = 0; i < header_.numLayouts; ++i) {
+    rowsOfLayouts_.push_back(run.Layout(i)->numRows);
+    layouts_.push_back(BitsOf(*run.Layout(i)));
+  }
+  for (int i = 0; i < header_.numPointSets; ++i) {
+    pointSetCounts_.push_back(run.PointSet(i).count);
+    pointSets_.push_back(BitsOf(run.PointSet(i)));
+  }
+  step_ = static_cast<int>(header_.steps.size()) - 1;
+  if (step_ >= 0) frame_ = header_.steps.back().NumFrames() - 1;
+}
+
 void odiC_RunWriter::Fail(const cow_String& what) const {
   cow_String place = model_.File() + ", " + root_;
   if (step_ >= 0) place += ", step \"" + header_.steps[static_cast<std::size_t>(step_)].name + '"';
@@ -133,10 +145,15 @@ void odiC_RunWriter::Fail(const cow_String& what) const {
   throw odiC_Exception(place + ": " + what);
 }
 
+void odiC_RunWriter::Put(const cow_String& root, Pending pending) {
+  if (!pass_) return pending_.push_back(std::move(pending));
+  pending(*pass_);
+  replaced_.erase(root);
+}
+
 template<class T> void odiC_RunWriter::Add(const cow_String& root, T object) {
-  pending_.push_back({root, [root, held = std::make_shared<T>(std::move(object))](cls_WritePass& pass) {
-                        pass.Put(root, *held);
-                      }});
+  Put(root,
+      [root, held = std::make_shared<T>(std::move(object))](cls_WritePass& pass) { pass.Put(root, *held); });
 }
 
 int odiC_RunWriter::AddVariable(const odiC_Variable& variable) {
@@ -265,7 +282,8 @@ void odiC_RunWriter::PutAny(int variable, int layout, cow_ArrayCOW<T> values, re
   last.field = field;
   RowsOf<T>(*field) = odiC_Rows<T>(std::move(values), static_cast<unsigned>(width));
   const cow_String root = odiC_FieldRoot(root_, number, frame, variable);
-  pending_.push_back({root, [root, field](cls_WritePass& pass) { pass.Put(root, *field); }});
+  Put(root, [root, field](cls_WritePass& pass) { pass.Put(root, *field); });
+  if (pass_) KeepStamps();
   step.SetPresent(frame, variable, static_cast<int>(header_.variables.size()));
 }
 
@@ -296,15 +314,23 @@ void odiC_RunWriter::PutHistory(int step, int history, odiC_History made) {
   Add(odiC_HistoryRoot(root_, step + 1, history), std::move(made));
 }
 
-void odiC_RunWriter::Commit() {
-  cls_WritePass pass(model_);
-  for (const Pending& one : pending_) one.put(pass);
-  pass.Put(root_, header_);
-  pass.Commit();
+void odiC_RunWriter::KeepStamps() {
   for (auto& [variable, last] : last_) {
     if (last.field) last.stamp = StampOf(*last.field);
     last.field.reset(); // the numbers are the file's now
   }
+}
+
+void odiC_RunWriter::Commit() {
+  if (pass_) {
+    for (const cow_String& root : std::exchange(replaced_, {})) pass_->Remove(root);
+    return pass_->Put(root_, header_);
+  }
+  cls_WritePass pass(*own_);
+  for (const Pending& put : pending_) put(pass);
+  pass.Put(root_, header_);
+  pass.Commit();
+  KeepStamps();
   pending_.clear();
 }
 

@@ -189,6 +189,7 @@ bme_Renumbering bme_Combined::RenumberingOf(std::size_t part) const {
   invert(renumbering.nodes, result.mesh.NodeData().NumNodes());
   invert(renumbering.elements, result.mesh.ElementData().NumElements());
   invert(renumbering.classes, result.mesh.ElementData().NumClasses());
+  if (part < turns.size()) renumbering.turns = turns[part];
   return renumbering;
 }
 

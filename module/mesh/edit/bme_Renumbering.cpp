@@ -1,9 +1,9 @@
 #include <CoreGeometry/bme_Renumbering.h>
 
-#include "bme_Turned.h"
-
 #include <BasicUtils/wip_Poll.h>
+#include <CoreGeometry/bme_Turned.h>
 #include <CoreGeometry/rgnC_Facet.h>
+#include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
 #include <compare>
 #include <numeric>

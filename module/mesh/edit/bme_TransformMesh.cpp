@@ -112,8 +112,11 @@ bme_Edited bme_TransformMesh(const bme_MeshAndSets& source, const gsl_Matrix& ma
 
 bme_Combined bme_CopyMesh(const bme_MeshAndSets& source, std::span<const gsl_Matrix> copies) {
   std::vector<bme_MeshAndSets> made{source};
+  std::vector<std::vector<unsigned char>> turns(1);
   for (const gsl_Matrix& matrix : copies) {
-    made.push_back(bme_TransformMesh(source, matrix).result);
+    bme_Edited copy = bme_TransformMesh(source, matrix);
+    turns.push_back(std::move(copy.renumbering.turns));
+    made.push_back(std::move(copy.result));
     const cow_String number = "-" + std::to_string(made.size() - 1);
     for (bme_NamedSet& set : made.back().sets) {
       if (!set.root.empty()) set.root += number;
@@ -123,5 +126,7 @@ bme_Combined bme_CopyMesh(const bme_MeshAndSets& source, std::span<const gsl_Mat
   }
   std::vector<bme_MeshToCombine> meshes;
   for (std::size_t i = 0; i < made.size(); ++i) meshes.push_back({std::to_string(i), &made[i]});
-  return bme_CombineMeshes(meshes, bme_Labels::Offset);
+  bme_Combined combined = bme_CombineMeshes(meshes, bme_Labels::Offset);
+  combined.turns = std::move(turns);
+  return combined;
 }

@@ -1,4 +1,6 @@
-#include "bme_Turned.h"
+#include <CoreGeometry/bme_Turned.h>
+
+#include "bme_ClassWalk.h"
 
 #include <algorithm>
 

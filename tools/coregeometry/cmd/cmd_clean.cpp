@@ -20,7 +20,7 @@ void Run(const Arguments& arguments) {
                                                          .unusedNodes = !arguments.keepUnused,
                                                          .nodesOfSets = arguments.nodesOfSets});
   console.End();
-  cli_StoreEdited(arguments, source, cleaned.result, cleaned.remarks,
+  cli_StoreEdited(arguments, source, cleaned,
                   {{"duplicates", cli_ElementLabelList(source, cleaned.duplicates)},
                    {"zeroSize", cli_ElementLabelList(source, cleaned.zeroSize)},
                    {"unusedNodes", cli_NodeLabelList(source, cleaned.unusedNodes)}});

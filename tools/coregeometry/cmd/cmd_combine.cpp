@@ -44,9 +44,17 @@ void Run(Arguments arguments) {
   console.End();
   if (arguments.as.empty()) arguments.as = std::filesystem::path(arguments.output).stem().string();
   arguments.file = arguments.files[0];
-  cli_EditSource first = sources[0];
-  for (std::size_t i = 1; i < sources.size(); ++i) first.numRuns += sources[i].numRuns;
-  cli_StoreEdited(arguments, first, combined.result, combined.remarks, {{"parts", parts}});
+  std::vector<cli_EditPart> all;
+  const bme_Placement placement(sources[0].all.mesh);
+  std::size_t firstSet = 0;
+  for (std::size_t i = 0; i < sources.size(); ++i) {
+    const bme_MeshAndSets& one = sources[i].all;
+    all.push_back({&sources[i],
+                   names[i],
+                   {cli_ImageIn(combined, i, one, firstSet, bme_Placement(one.mesh).Into(placement))}});
+    firstSet += one.sets.size();
+  }
+  cli_StoreEdited(arguments, all, combined.result, combined.remarks, {{"parts", parts}});
 }
 } // namespace
 
@@ -59,8 +67,9 @@ void cli_AddCombine(cli_Command& program) {
   command.AddOption("--labels", arguments->labels, "Labels of later meshes: keep refuses two of one label")
       .OneOf({"offset", "keep"})
       .ShowDefault();
+  command.AddFlag("--no-results", arguments->noResults, "Leave the results of the meshes out");
   command.AddFlag("--json", arguments->json, "Print the summary as JSON");
-  command.Footer("Sets of one name in several meshes are called MESH.NAME.\n"
+  command.Footer("Sets, datums and runs of results of one name in several meshes are called MESH.NAME.\n"
                  "\n"
                  "Example:\n"
                  "  coregeometry combine bracket.cgdb bolt.cgdb -o assembly.cgdb");

@@ -26,7 +26,7 @@ void Run(const Arguments& arguments) {
   const bme_Edited edited =
       arguments.shells ? bme_ExtractFaces(source.all, chosen) : bme_ExtractElements(source.all, chosen);
   console.End();
-  cli_StoreEdited(arguments, source, edited.result, edited.remarks, cli_Json::object());
+  cli_StoreEdited(arguments, source, edited, cli_Json::object());
 }
 } // namespace
 

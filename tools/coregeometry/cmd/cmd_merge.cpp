@@ -24,7 +24,7 @@ void Run(const Arguments& arguments) {
   console.Begin("merging");
   const bme_Merged merged = bme_MergeNodes(source.all, options);
   console.End();
-  cli_StoreEdited(arguments, source, merged.result, merged.remarks,
+  cli_StoreEdited(arguments, source, merged,
                   {{"merged", cli_NodeLabelList(source, merged.merged)},
                    {"collapsed", cli_ElementLabelList(source, merged.collapsed)}});
 }

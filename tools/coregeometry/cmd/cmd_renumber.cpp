@@ -27,10 +27,12 @@ void Run(const Arguments& arguments) {
   const auto series = [&](const std::optional<int>& from) {
     return from ? std::optional(bme_LabelSeries{*from, arguments.step}) : std::nullopt;
   };
-  const bme_Edited labelled =
+  bme_Edited labelled =
       bme_RelabelMesh(edited.result, series(arguments.nodesFrom), series(arguments.elementsFrom));
+  labelled.renumbering = edited.renumbering.Then(labelled.renumbering);
+  labelled.remarks = edited.remarks;
   console.End();
-  cli_StoreEdited(arguments, source, labelled.result, edited.remarks,
+  cli_StoreEdited(arguments, source, labelled,
                   {{"bandwidthBefore", bme_Bandwidth(source.all.mesh)},
                    {"bandwidth", bme_Bandwidth(labelled.result.mesh)}});
 }

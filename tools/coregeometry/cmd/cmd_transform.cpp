@@ -86,16 +86,22 @@ void Run(const Arguments& arguments) {
   const cli_EditSource source = cli_ReadEditSource(arguments);
   console.Begin("transforming");
   if (arguments.copies == 0) {
-    const bme_Edited edited = bme_TransformMesh(source.all, MatrixOf(arguments, 1));
+    const gsl_Matrix matrix = MatrixOf(arguments, 1);
+    const bme_Edited edited = bme_TransformMesh(source.all, matrix);
     console.End();
-    cli_StoreEdited(arguments, source, edited.result, edited.remarks, {{"copies", 0}});
+    cli_StoreEdited(arguments, source, edited, {{"copies", 0}}, cli_InMesh(source.all.mesh, matrix));
     return;
   }
   std::vector<gsl_Matrix> matrices;
   for (int i = 1; i <= arguments.copies; ++i) matrices.push_back(MatrixOf(arguments, i));
   const bme_Combined combined = bme_CopyMesh(source.all, matrices);
+  cli_EditPart part{&source, {}, {}};
+  for (std::size_t i = 0; i < combined.parts.size(); ++i)
+    part.images.push_back(cli_ImageIn(combined, i, source.all, i * source.all.sets.size(),
+                                      i == 0 ? gsl_Matrix() : cli_InMesh(source.all.mesh, matrices[i - 1])));
   console.End();
-  cli_StoreEdited(arguments, source, combined.result, combined.remarks, {{"copies", arguments.copies}});
+  cli_StoreEdited(arguments, std::span(&part, 1), combined.result, combined.remarks,
+                  {{"copies", arguments.copies}});
 }
 } // namespace
 
@@ -116,7 +122,9 @@ void cli_AddTransform(cli_Command& program) {
   command.Footer(
       "The order is scale, mirror, rotate, translate, in the space that the mesh is placed in. A mirror\n"
       "reverses elements, so that none is inside out. Labels of copies are offset, their sets are called\n"
-      "NAME-1, NAME-2, ...\n"
+      "NAME-1, NAME-2, ... Results turn with the mesh; they are not scaled, and a mirror treats every vector "
+      "as an\n"
+      "arrow.\n"
       "\n"
       "Example:\n"
       "  coregeometry transform bracket.cgdb --rotate 30 --copies 11 -o ring.cgdb");

@@ -1,25 +1,27 @@
 // bme_Turned.h: faces and edges of elements that were turned
 #pragma once
 
-#include "bme_ClassWalk.h"
-
 #include <CoreGeometry/bme_Renumbering.h>
 #include <CoreGeometry/rgnC_Facet.h>
 
+class shp_Shape;
+
 /// Faces and edges of old elements after their nodes were exchanged; tables are made once for each class.
-class bme_TurnedFaces {
+///
+/// Threads    one thread at a time; mesh and renumbering must outlive it.
+class CORE_GEOMETRY_API bme_TurnedFaces {
 public:
   bme_TurnedFaces(const bme_Mesh& mesh, const bme_Renumbering& renumbering)
       : mesh_(mesh), renumbering_(renumbering) {}
 
   const shp_Shape* ShapeOf(unsigned element);
+  unsigned char TurnOf(unsigned element) const {
+    return renumbering_.turns.empty() ? static_cast<unsigned char>(0) : renumbering_.turns[element];
+  }
   rgnC_Facet Send(unsigned element, rgnC_Facet facet);
   rgnC_EdgeFacet Send(unsigned element, rgnC_EdgeFacet edge);
 
 private:
-  unsigned char TurnOf(unsigned element) const {
-    return renumbering_.turns.empty() ? static_cast<unsigned char>(0) : renumbering_.turns[element];
-  }
   void Find(unsigned element);
 
   const bme_Mesh& mesh_;
