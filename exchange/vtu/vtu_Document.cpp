@@ -1,6 +1,7 @@
 #include "vtu_Document.h"
 
 #include <BasicUtils/thr_ThreadSingleton.h>
+#include <BasicUtils/wip_Executor.h>
 #include <BasicUtils/wip_WIP.h>
 #include <algorithm>
 #include <bit>
@@ -40,35 +41,37 @@ void WriteHeader(std::ostream& out, std::span<const std::uint64_t> numbers) {
 }
 
 /// A block by itself; it needs nothing of the others.
-std::span<const unsigned char> CompressBlock(std::span<const unsigned char> block,
-                                             std::vector<unsigned char>& packed) {
+void CompressBlock(std::span<const unsigned char> block, std::vector<unsigned char>& packed) {
   packed.resize(compressBound(block.size()));
   uLongf length = packed.size();
   if (compress2(packed.data(), &length, block.data(), block.size(), Z_BEST_SPEED) != Z_OK)
     throw nex_TextException("zlib cannot compress " + std::to_string(block.size()) + " bytes");
-  return std::span(packed).first(length);
+  packed.resize(length);
 }
 
-/// Cuts what it gets into blocks, and writes them behind a header with their lengths.
+/// Cuts what it gets into blocks, and writes them behind a header with their lengths. As many blocks are compressed
+/// at once as keep the lent threads busy.
 class Compressor {
 public:
   Compressor(std::ostream& out, std::size_t numBytes)
-      : out_(out), start_(out.tellp()), header_{(numBytes + kBlock - 1) / kBlock, kBlock, numBytes % kBlock} {
-    block_.reserve(std::min(kBlock, numBytes));
+      : out_(out), start_(out.tellp()), header_{(numBytes + kBlock - 1) / kBlock, kBlock, numBytes % kBlock},
+        packed_(wip_NumThreads() > 1 ? std::size_t{kBlocksPerThread} * wip_NumThreads() : 1) {
+    blocks_.reserve(std::min(packed_.size() * kBlock, numBytes));
     header_.resize(3 + header_[0]);
     WriteHeader(out, header_); // its place; the lengths are not known
     header_.resize(3);
   }
   void Add(std::span<const unsigned char> bytes) {
+    const std::size_t most = packed_.size() * kBlock;
     while (!bytes.empty()) {
-      const auto part = bytes.first(std::min(bytes.size(), kBlock - block_.size()));
-      block_.insert(block_.end(), part.begin(), part.end());
+      const auto part = bytes.first(std::min(bytes.size(), most - blocks_.size()));
+      blocks_.insert(blocks_.end(), part.begin(), part.end());
       bytes = bytes.subspan(part.size());
-      if (block_.size() == kBlock) Flush();
+      if (blocks_.size() == most) Flush();
     }
   }
   void End() {
-    if (!block_.empty()) Flush();
+    if (!blocks_.empty()) Flush();
     const auto end = out_.tellp();
     out_.seekp(start_);
     WriteHeader(out_, header_);
@@ -76,17 +79,26 @@ public:
   }
 
 private:
+  static constexpr unsigned kBlocksPerThread = 4;
+
   void Flush() {
-    const auto packed = CompressBlock(block_, packed_);
-    WriteBytes(out_, packed);
-    header_.push_back(packed.size());
-    block_.clear();
+    const std::size_t count = (blocks_.size() + kBlock - 1) / kBlock;
+    wip_RunPieces(count, [&](std::size_t k) {
+      const std::size_t first = k * kBlock;
+      CompressBlock(std::span(blocks_).subspan(first, std::min(kBlock, blocks_.size() - first)), packed_[k]);
+    });
+    for (std::size_t k = 0; k < count; ++k) {
+      WriteBytes(out_, packed_[k]);
+      header_.push_back(packed_[k].size());
+    }
+    blocks_.clear();
   }
 
   std::ostream& out_;
   std::ostream::pos_type start_;
   std::vector<std::uint64_t> header_;
-  std::vector<unsigned char> block_, packed_;
+  std::vector<unsigned char> blocks_;
+  std::vector<std::vector<unsigned char>> packed_;
 };
 
 template<class T> void PrintAs(std::ostream& out, std::span<const unsigned char> bytes, int perLine) {

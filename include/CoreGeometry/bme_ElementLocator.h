@@ -46,7 +46,7 @@ struct bme_NearestElement {
 /// Errors     construction, FindEach and FindNearest throw wip_Cancelled when the host asks to stop; the hits
 ///            of FindEach are then incomplete.
 /// Threads    queries from several threads at once are safe, also after the thread that made the locator has
-///            ended.
+///            ended. Making and FindEach use a lent wip_Executor; their results are the same with any number of threads.
 class CORE_GEOMETRY_API bme_ElementLocator {
 public:
   using Point = std::array<double, 3>;
@@ -78,6 +78,7 @@ private:
   void AddClass(const bme_Mesh& mesh, unsigned classIndex);
   void ChooseGrid();
   bool FillBins();
+  std::size_t NumPieces() const noexcept;
   int BinAlong(std::size_t axis, double x) const noexcept;
   Bin BinOf(const Point& point) const noexcept;
   bool IsOnGrid(const Point& point) const noexcept;
@@ -90,7 +91,9 @@ private:
   std::span<const int> Nodes(const Class& elements, unsigned slot) const noexcept;
   template<class Take> void ForEachCandidate(std::size_t row, const Point& point, const Take& take) const;
   bme_ElementHit FindInRow(std::size_t row, const Point& point) const;
-  class Batch;
+  struct BatchEntry;
+  class BatchPiece;
+  std::vector<BatchEntry> SortByBin(std::span<const double> points) const;
   void ImproveNearest(const Bin& bin, const Bin& start, const Point& point, bme_NearestElement& best) const;
 
   uti_CoordCont3D coordinates_;

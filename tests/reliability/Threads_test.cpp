@@ -4,8 +4,10 @@
 
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/bme_ElementLocator.h>
 #include <CoreGeometry/bme_Measures.h>
 #include <CoreGeometry/bme_MeshBuilder.h>
+#include <CoreGeometry/shp_Shape.h>
 #include <barrier>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -64,8 +66,9 @@ TEST(Threads, SeeWhatOtherOwnersDidBeforeTheyDroppedTheirHandle) {
   }
 }
 
+namespace {
 /// Every number of some measures.
-static std::vector<double> NumbersOf(const bme_Measures& measures) {
+std::vector<double> NumbersOf(const bme_Measures& measures) {
   std::vector<double> numbers;
   for (const bme_Moments* moments : {&measures.length, &measures.area, &measures.volume, &measures.mass}) {
     gsl_Point centre;
@@ -80,16 +83,74 @@ static std::vector<double> NumbersOf(const bme_Measures& measures) {
   return numbers;
 }
 
-TEST(Threads, GiveMeasuresOfTheSameBits) {
+std::vector<double> MeasuresOf(const bme_Mesh& mesh) {
+  bme_MeasureOptions options;
+  options.density = [](const bme_ElementClass&, int element) { return 1 + element % 7; };
+  options.thickness = [](const bme_ElementClass&, int) { return 0.01; };
+  return NumbersOf(bme_CalculateMeasures(mesh, options));
+}
+
+/// In a block of 27 cubes each way that are sheared and bent, so that their boxes overlap.
+std::vector<double> FoundPoints(const bme_Mesh&) {
+  constexpr int kSide = 27, kNodes = kSide + 1;
+  std::vector<float> xyz;
+  std::vector<int> cubes;
+  for (int k = 0; k < kNodes * kNodes * kNodes; ++k) {
+    const auto x = static_cast<float>(k % kNodes), y = static_cast<float>(k / kNodes % kNodes),
+               z = static_cast<float>(k / kNodes / kNodes);
+    xyz.insert(xyz.end(),
+               {(2 * x + 0.6F * y) / kSide - 1, 2 * y / kSide - 1 + 0.001F * x * z, 2 * z / kSide - 1});
+    if (x < kSide && y < kSide && z < kSide)
+      for (const int layer : {0, kNodes * kNodes})
+        for (const int step : {0, 1, 1 + kNodes, kNodes}) cubes.push_back(k + layer + step);
+  }
+  const bme_Mesh mesh = bme_MeshBuilder(xyz).Add({"C3D8", cubes}).Build();
+  const bme_ElementLocator locator(mesh);
+  std::vector<double> points, numbers{1.0 * locator.NumElements()};
+  for (int k = 0; k < 30000; ++k)
+    for (const int step : {7, 11, 13}) points.push_back(k * step % 1009 / 1009.0 * 2.2 - 1.1);
+  std::vector<bme_ElementHit> hits(points.size() / 3);
+  locator.FindEach(points, hits);
+  for (const bme_ElementHit& hit : hits) {
+    numbers.insert(numbers.end(), {1.0 * hit.element, 1.0 * static_cast<int>(hit.location)});
+    if (shp_IsHeld(hit.location)) numbers.insert(numbers.end(), hit.iso.begin(), hit.iso.end());
+  }
+  return numbers;
+}
+
+std::vector<double> AtNodes(const bme_Mesh& mesh) {
+  const bme_ElementClass& cubes = mesh.ElementData().GetClass(0);
+  const shp_Shape& shape = *cubes.Shape();
+  const auto count = static_cast<std::size_t>(cubes.NumElements());
+  std::vector<float> values(count * 8 * 3), nodes(count * 8 * 3);
+  for (std::size_t k = 0; k < values.size(); ++k) values[k] = static_cast<float>(k * k % 1013) * 0.37F;
+  shape.ExtrapolateEachToNodes(cubes.NumElements(), values, res_INTEGRATION_POINT, nodes, 3);
+  return {nodes.begin(), nodes.end()};
+}
+
+struct LentWork {
+  const char* name;
+  std::vector<double> (*run)(const bme_Mesh& mesh);
+};
+void PrintTo(const LentWork& work, std::ostream* out) { *out << work.name; }
+
+class LentThreads : public testing::TestWithParam<LentWork> {};
+} // namespace
+
+TEST_P(LentThreads, GiveTheSameBits) {
   const DDB_CoreGeometry library;
-  // shells and solids between random nodes: flat, turned inside out, with sums that cancel
+  // shells and solids between random nodes near each other: flat, turned inside out, with sums that cancel
   std::mt19937 random(7);
   std::uniform_real_distribution<float> place(-1, 1);
   std::vector<float> xyz(3 * 2000);
   for (float& x : xyz) x = place(random);
+  for (std::size_t k = 0; k < 2000; ++k) xyz[3 * k] = static_cast<float>(k) / 1000 - 1;
   const auto rows = [&](std::size_t width, std::size_t count) {
-    std::vector<int> nodes(width * count);
-    for (int& node : nodes) node = static_cast<int>(random() % 2000);
+    std::vector<int> nodes;
+    for (std::size_t k = 0; k < count; ++k) {
+      const auto start = static_cast<int>(random() % 1900);
+      for (std::size_t i = 0; i < width; ++i) nodes.push_back(start + static_cast<int>(random() % 100));
+    }
     return nodes;
   };
   const bme_Mesh mesh = bme_MeshBuilder(xyz)
@@ -97,14 +158,16 @@ TEST(Threads, GiveMeasuresOfTheSameBits) {
                             .Add({.type = "S4", .connectivity = rows(4, 200)})
                             .Add({.type = "B31", .connectivity = rows(2, 20000)})
                             .Build();
-  bme_MeasureOptions options;
-  options.density = [](const bme_ElementClass&, int element) { return 1 + element % 7; };
-  options.thickness = [](const bme_ElementClass&, int) { return 0.01; };
-  const std::vector<double> serial = NumbersOf(bme_CalculateMeasures(mesh, options));
-  EXPECT_GT(serial.size(), 10000U); // many are inside out
+  const std::vector<double> serial = GetParam().run(mesh);
+  EXPECT_GT(serial.size(), 10000U);
   for (const unsigned numThreads : {1U, 2U, 3U, 7U}) {
     ThreadExecutor executor(numThreads, numThreads);
     const wip_ExecutorScope lent(&executor);
-    EXPECT_EQ(NumbersOf(bme_CalculateMeasures(mesh, options)), serial);
+    EXPECT_EQ(GetParam().run(mesh), serial) << numThreads;
   }
 }
+INSTANTIATE_TEST_SUITE_P(Every, LentThreads,
+                         testing::ValuesIn({LentWork{"measures", MeasuresOf},
+                                            {"locator", FoundPoints},
+                                            {"extrapolation", AtNodes}}),
+                         [](const auto& info) { return std::string(info.param.name); });

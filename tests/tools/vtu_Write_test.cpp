@@ -1,8 +1,10 @@
 #include "ExodusWriter.h"
+#include "ThreadExecutor.h"
 #include "VtuReader.h"
 
 #include <CoreGeometry/shp_ShapeDictionary.h>
 #include <CoreGeometry/vtu_Write.h>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <mesh/EntityMeshes.h>
 
@@ -144,6 +146,24 @@ TEST(vtu_Write, HasLongArraysInBlocks) {
   check(*exact.Class("B31", 2, {0, 65535}).Make(), 3);
   check(*MeshMaker().Nodes(2).Make(), 1);
   check(*MeshMaker().Make(), 0);
+}
+
+TEST(vtu_Write, HasTheSameBytesWithAnyNumberOfThreads) {
+  const TestFolder folder;
+  const auto mesh = MeshMaker().Box(60, 60, 20).Make(); // arrays of several blocks
+  const auto bytes = [&] {
+    uti_OutputFile output(folder / "box.vtu", {.force = true});
+    vtu_WriteMesh(output, *mesh, {}, exo_VtkWedges::Plain, fmt_Encoding::Compressed);
+    std::ifstream in(folder / "box.vtu", std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+  };
+  const std::string serial = bytes();
+  EXPECT_GT(serial.size(), 100000U);
+  for (const unsigned numThreads : {2U, 3U}) {
+    ThreadExecutor executor(numThreads);
+    const wip_ExecutorScope lent(&executor);
+    EXPECT_EQ(bytes() == serial, true) << numThreads;
+  }
 }
 
 TEST(vtu_Write, GivesEachArrayANameOfItsOwnAndTellsOfOthers) {

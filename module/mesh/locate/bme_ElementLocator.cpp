@@ -1,5 +1,6 @@
 #include "bme_LocatorPoint.h"
 
+#include <BasicUtils/wip_Executor.h>
 #include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/bme_ElementLocator.h>
 
@@ -7,8 +8,10 @@
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <numeric>
 
 namespace {
@@ -36,6 +39,61 @@ double SquaredDistance(const shp_FloatBox& box, const Point& point) {
   return sum;
 }
 
+constexpr std::size_t kPiece = 16384; // elements
+
+template<class T> std::span<T> PieceOf(std::vector<T>& all, std::size_t piece) {
+  return std::span(all).subspan(piece * kPiece, std::min(kPiece, all.size() - piece * kPiece));
+}
+
+/// Of the boxes of some elements.
+struct Extents {
+  void Add(shp_FloatBox& box) {
+    if (!IsFinite(box)) box = kEmptyBox;
+    if (IsEmpty(box)) return;
+    ++count;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      const double lowest = static_cast<double>(box.low[axis]), highest = static_cast<double>(box.high[axis]);
+      low[axis] = std::min(low[axis], lowest);
+      high[axis] = std::max(high[axis], highest);
+      lengths[axis] += highest - lowest;
+    }
+  }
+  unsigned count = 0;
+  Point low{kInfinity, kInfinity, kInfinity}, high{-kInfinity, -kInfinity, -kInfinity}, lengths{};
+};
+
+/// Bins that the box of an element reaches, 21 bits for each axis.
+class BinRange {
+public:
+  BinRange() = default; ///< anything
+  static BinRange None() { return {{1, 0, 0}, {}}; }
+  BinRange(const std::array<int, 3>& low, const std::array<int, 3>& high)
+      : low_(Packed(low)), high_(Packed(high)) {}
+  bool IsEmpty() const noexcept { return low_ > high_; }
+  int Low(int axis) const noexcept { return At(low_, axis); }
+  int High(int axis) const noexcept { return At(high_, axis); }
+  std::size_t Count() const noexcept {
+    std::size_t count = IsEmpty() ? 0 : 1;
+    for (int axis = 0; axis < 3; ++axis) count *= static_cast<std::size_t>(High(axis) - Low(axis) + 1);
+    return count;
+  }
+
+private:
+  static std::uint64_t Packed(const std::array<int, 3>& bin) noexcept {
+    std::uint64_t all = 0;
+    for (std::size_t axis = 3; axis-- > 0;) all = all << 21U | static_cast<unsigned>(bin[axis]);
+    return all;
+  }
+  static int At(std::uint64_t all, int axis) noexcept {
+    return static_cast<int>(all >> 21U * static_cast<unsigned>(axis) & 0x1FFFFFU);
+  }
+  std::uint64_t low_, high_;
+};
+
+/// Lines of bins along the first axis, from the first to before the end.
+struct Lines {
+  int first, end;
+};
 } // namespace
 
 bme_ElementLocator::bme_ElementLocator(bme_LastingMesh mesh) : coordinates_(mesh->NodeData().Coordinates()) {
@@ -64,27 +122,22 @@ void bme_ElementLocator::AddClass(const bme_Mesh& mesh, unsigned classIndex) {
   const std::span<const int> nodes = elements.ElementConnectivity().Const();
   const std::size_t width = elements.ElementConnectivity().NumColumns();
   const auto numNodes = static_cast<unsigned>(coordinates_.Size());
-  const auto isKnown = [numNodes](int node) { return static_cast<unsigned>(node) < numNodes; };
+  const std::span<const float> coordinates = coordinates_.Const();
   const std::span<shp_FloatBox> boxes = std::span(boxes_).subspan(firstSlot);
-  constexpr std::size_t kBlock = 16384;
-  bool areKnown = true;
-  wip_InBlocks(nodes.size(), kBlock * width, [&](std::size_t first, std::size_t end) {
-    areKnown = areKnown && std::ranges::all_of(nodes.subspan(first, end - first), isKnown);
+  const auto isKnown = [numNodes](int node) { return static_cast<unsigned>(node) < numNodes; };
+  wip_RunPieces((count + kPiece - 1) / kPiece, [&](std::size_t piece) {
+    const std::size_t first = piece * kPiece, size = std::min(kPiece, count - first);
+    const std::span<const int> rows = nodes.subspan(first * width, size * width);
+    const std::span<shp_FloatBox> own = boxes.subspan(first, size);
+    if (std::ranges::all_of(rows, isKnown)) return search.BoundEach(rows, width, coordinates, own);
+    for (std::size_t k = 0; k < size; ++k) {
+      const auto row = rows.subspan(k * width, width);
+      if (std::ranges::all_of(row, isKnown))
+        search.BoundEach(row, width, coordinates, own.subspan(k, 1));
+      else
+        own[k] = kEmptyBox;
+    }
   });
-  if (areKnown)
-    return wip_InBlocks(count, kBlock, [&](std::size_t first, std::size_t end) {
-      search.BoundEach(nodes.subspan(first * width, (end - first) * width), width, coordinates_.Const(),
-                       boxes.subspan(first, end - first));
-    });
-  wip_Poll poll(kBlock);
-  for (std::size_t k = 0; k < count; ++k) {
-    poll.Advance();
-    const auto row = nodes.subspan(k * width, width);
-    if (std::ranges::all_of(row, isKnown))
-      search.BoundEach(row, width, coordinates_.Const(), boxes.subspan(k, 1));
-    else
-      boxes[k] = kEmptyBox;
-  }
 }
 
 /// Bins about as long on each axis as the elements, but not many more of them than elements.
@@ -93,17 +146,21 @@ void bme_ElementLocator::ChooseGrid() {
   Point lengths{};
   low_.fill(kInfinity);
   high_.fill(-kInfinity);
-  for (shp_FloatBox& box : boxes_) {
-    if (!IsFinite(box)) box = kEmptyBox;
-    if (IsEmpty(box)) continue;
-    ++numElements_;
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      const double low = static_cast<double>(box.low[axis]), high = static_cast<double>(box.high[axis]);
-      low_[axis] = std::min(low_[axis], low);
-      high_[axis] = std::max(high_[axis], high);
-      lengths[axis] += high - low;
-    }
-  }
+  wip_MergePieces(
+      NumPieces(),
+      [&](std::size_t piece) {
+        Extents part;
+        for (shp_FloatBox& box : PieceOf(boxes_, piece)) part.Add(box);
+        return part;
+      },
+      [&](const Extents& part) {
+        numElements_ += part.count;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+          low_[axis] = std::min(low_[axis], part.low[axis]);
+          high_[axis] = std::max(high_[axis], part.high[axis]);
+          lengths[axis] += part.lengths[axis];
+        }
+      });
   numBins_ = {1, 1, 1};
   if (numElements_ == 0) {
     FillBins();
@@ -144,40 +201,80 @@ std::size_t bme_ElementLocator::Row(const Bin& bin) const noexcept {
   return at(bin[0]) + at(numBins_[0]) * (at(bin[1]) + at(numBins_[1]) * at(bin[2]));
 }
 
+std::size_t bme_ElementLocator::NumPieces() const noexcept { return (boxes_.size() + kPiece - 1) / kPiece; }
+
 /// Counting sort of the slots by bin: each row comes out in ascending order. False when elements much longer
 /// than the mean would fill too many bins of this grid, unless it has but one.
+///
+/// Threads fill slabs of the grid at once. Each looks at the pieces of the elements that reach into its slab: in a
+/// mesh that is numbered along some direction that is each piece about once.
 bool bme_ElementLocator::FillBins() {
-  const auto forEachRow = [this](const shp_FloatBox& box, const auto& visit) {
-    if (IsEmpty(box)) return;
-    Bin first, last;
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      first[axis] = BinAlong(axis, static_cast<double>(box.low[axis]));
-      last[axis] = BinAlong(axis, static_cast<double>(box.high[axis]));
-    }
-    for (int z = first[2]; z <= last[2]; ++z)
-      for (int y = first[1]; y <= last[1]; ++y) {
-        const std::size_t row = Row({first[0], y, z});
-        for (int x = 0; x <= last[0] - first[0]; ++x) visit(row + static_cast<std::size_t>(x));
+  const int numLines = numBins_[1] * numBins_[2];
+  const auto ranges = std::make_unique_for_overwrite<BinRange[]>(boxes_.size());
+  std::vector<Lines> reached(NumPieces()); // by the elements of a piece
+  std::atomic<std::size_t> numEntries = 0;
+  const Point start = low_, scale = binsPerLength_,
+              last{numBins_[0] - 1.0, numBins_[1] - 1.0, numBins_[2] - 1.0};
+  wip_RunPieces(NumPieces(), [&](std::size_t piece) {
+    Lines own{numLines, 0};
+    std::size_t count = 0;
+    BinRange* range = ranges.get() + piece * kPiece;
+    for (const shp_FloatBox& box : PieceOf(boxes_, piece)) {
+      *range = BinRange::None();
+      if (!IsEmpty(box)) {
+        Bin low, high;
+        for (std::size_t axis = 0; axis < 3; ++axis) { // as BinAlong
+          const double from = (static_cast<double>(box.low[axis]) - start[axis]) * scale[axis],
+                       to = (static_cast<double>(box.high[axis]) - start[axis]) * scale[axis];
+          low[axis] = static_cast<int>(std::min(std::max(from, 0.0), last[axis]));
+          high[axis] = static_cast<int>(std::min(std::max(to, 0.0), last[axis]));
+        }
+        *range = BinRange(low, high);
+        count += range->Count();
+        own = {std::min(own.first, numBins_[1] * low[2] + low[1]),
+               std::max(own.end, numBins_[1] * high[2] + high[1] + 1)};
       }
+      ++range;
+    }
+    reached[piece] = own;
+    numEntries += count;
+  });
+  const std::size_t numRows = static_cast<std::size_t>(numLines) * static_cast<std::size_t>(numBins_[0]);
+  if (numRows > 1 && numEntries > 24 * std::size_t{numElements_}) return false;
+
+  const int numSlabs = wip_NumThreads() > 1 ? std::min(numLines, 16) : 1;
+  // visit(row, slot) for the bins of all elements in a slab
+  const auto forEachRow = [&](std::size_t slab, const auto& visit) {
+    const auto lineAt = [&](std::size_t k) {
+      return static_cast<int>(static_cast<long long>(k) * numLines / numSlabs);
+    };
+    const Lines lines{lineAt(slab), lineAt(slab + 1)};
+    for (std::size_t piece = 0; piece < reached.size(); ++piece) {
+      if (reached[piece].end <= lines.first || reached[piece].first >= lines.end) continue;
+      wip_Poll::Now();
+      auto slot = static_cast<unsigned>(piece * kPiece);
+      for (const BinRange& range : std::span(ranges.get() + piece * kPiece, PieceOf(boxes_, piece).size())) {
+        for (int z = range.Low(2); !range.IsEmpty() && z <= range.High(2); ++z)
+          for (int y = range.Low(1); y <= range.High(1); ++y) {
+            const int line = numBins_[1] * z + y;
+            if (line < lines.first || line >= lines.end) continue;
+            const std::size_t row = static_cast<std::size_t>(line) * static_cast<std::size_t>(numBins_[0]);
+            for (int x = range.Low(0); x <= range.High(0); ++x)
+              visit(row + static_cast<std::size_t>(x), slot);
+          }
+        ++slot;
+      }
+    }
   };
-  rowStarts_.assign(Row({0, 0, numBins_[2]}) + 1, 0);
-  const std::size_t mostEntries = 24 * std::size_t{numElements_};
-  std::size_t numEntries = 0;
-  wip_Poll poll(65536);
-  for (const shp_FloatBox& box : boxes_) {
-    forEachRow(box, [&](std::size_t row) {
-      ++rowStarts_[row + 1];
-      ++numEntries;
-    });
-    poll.Advance();
-    if (numEntries > mostEntries && rowStarts_.size() > 2) return false;
-  }
+  rowStarts_.assign(numRows + 1, 0);
+  wip_RunPieces(static_cast<std::size_t>(numSlabs), [&](std::size_t slab) {
+    forEachRow(slab, [&](std::size_t row, unsigned) { ++rowStarts_[row + 1]; });
+  });
   std::partial_sum(rowStarts_.begin(), rowStarts_.end(), rowStarts_.begin());
   slots_.resize(rowStarts_.back());
   // each start moves to the end of its row while this fills, and back afterwards
-  wip_InBlocks(boxes_.size(), 65536, [&](std::size_t first, std::size_t end) {
-    for (auto slot = static_cast<unsigned>(first); slot < end; ++slot)
-      forEachRow(boxes_[slot], [&](std::size_t row) { slots_[rowStarts_[row]++] = slot; });
+  wip_RunPieces(static_cast<std::size_t>(numSlabs), [&](std::size_t slab) {
+    forEachRow(slab, [&](std::size_t row, unsigned slot) { slots_[rowStarts_[row]++] = slot; });
   });
   std::copy_backward(rowStarts_.begin(), rowStarts_.end() - 1, rowStarts_.end());
   rowStarts_.front() = 0;

@@ -1,7 +1,7 @@
 // Carrying results between the places of an element.
 #include "shp_ApplyEach.h"
 
-#include <BasicUtils/wip_Poll.h>
+#include <BasicUtils/wip_Executor.h>
 #include <CoreGeometry/shp_MessageTypes.h>
 #include <CoreGeometry/shp_Topology.h>
 #include <algorithm>
@@ -122,8 +122,10 @@ void shp_Topology::ExtrapolateEachToNodes(int numElements, std::span<const float
                          * (position == res_INTEGRATION_POINT ? At(NumIntPts())
                             : position == res_ELEMENT_NODAL   ? At(NumNodes())
                                                               : 1);
-  constexpr std::size_t kBlock = 8192; // elements between two questions whether to stop
-  wip_InBlocks(At(numElements), kBlock, [&](std::size_t first, std::size_t end) {
+  constexpr std::size_t kPiece = 8192; // elements
+  const std::size_t count = At(numElements);
+  wip_RunPieces((count + kPiece - 1) / kPiece, [&](std::size_t piece) {
+    const std::size_t first = piece * kPiece, end = std::min(count, first + kPiece);
     if (position == res_INTEGRATION_POINT && HasIntPtTables() && !IsCaxaElement())
       return shp_ApplyEach(weights_->intPtsToNodes, end - first, components, values.data() + first * in,
                            nodeValues.data() + first * out);
