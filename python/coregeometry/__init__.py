@@ -5,6 +5,7 @@ from ._core import (
     Controls,
     CoordinateSystem,
     EdgeList,
+    Edited,
     ElementList,
     FaceList,
     Hits,
@@ -33,7 +34,7 @@ from ._errors import (
     UnknownLabelError,
     UnknownTypeError,
 )
-from ._files import Imported, read_mesh, write_mesh
+from ._files import Combined, Imported, combine, convert, from_meshio, from_pyvista, read_mesh, write_mesh
 from ._model import Model, Transaction, diff, open
 from ._results import (
     Category,
@@ -76,12 +77,14 @@ __all__ = [
     "Category",
     "Chain",
     "ClosedError",
+    "Combined",
     "Controls",
     "CoordinateSystem",
     "DataError",
     "Difference",
     "EdgeList",
     "EdgeSets",
+    "Edited",
     "ElementList",
     "EnumTextError",
     "Error",
@@ -128,7 +131,11 @@ __all__ = [
     "UnknownTypeError",
     "Variable",
     "__version__",
+    "combine",
+    "convert",
     "diff",
+    "from_meshio",
+    "from_pyvista",
     "open",
     "progress",
     "read_mesh",

@@ -7,10 +7,13 @@ import os
 import warnings
 from collections.abc import Mapping, Sequence
 from dataclasses import dataclass
-from typing import Literal
+from typing import Any, Literal
+
+import numpy as np
+import numpy.typing as npt
 
 from . import _core
-from ._errors import LossWarning
+from ._errors import DataError, LossWarning
 from ._model import Model, Path, Transaction
 from ._model import open as open_model
 from ._tables import Loss
@@ -18,13 +21,17 @@ from ._tables import Loss
 
 @dataclass(frozen=True, eq=False)
 class Imported:
-    """What was read: a mesh, its sets by name, and what could not be kept."""
+    """What was read: a mesh, its sets by name, and what could not be kept.
+
+    ``cell_order`` (e,), of bridges, is the other mesh's cell of each element, to carry values of cells.
+    """
 
     mesh: _core.Mesh
     sets: dict[str, _core.NamedSet]
     title: str
     losses: list[Loss]
     rounding: float
+    cell_order: npt.NDArray[np.int64] | None = None
 
     def save(self, target: Path | Model | Transaction, name: str) -> None:
         """Stores mesh and sets under a name, in a model or in the file of one, which is made when it is missing."""
@@ -47,7 +54,7 @@ def read_mesh(
     unknown: Literal["keep", "refuse"] = "keep",
     format: str | None = None,
 ) -> Imported:
-    """Reads a mesh file, in the format that its content tells, else its suffix.
+    """Reads a mesh file, in the format that its content tells, else its suffix; others by meshio, when it is installed.
 
     ``types={"HEX8": "C3D8R"}`` gives other types than the default. Elements of unknown types are kept as such, or
     refused with `UnknownTypeError`. `DataError` names the file and the place in it.
@@ -55,6 +62,15 @@ def read_mesh(
     file = os.fspath(path)
     if not os.path.exists(file):
         raise FileNotFoundError(errno.ENOENT, os.strerror(errno.ENOENT), file)
+    if not format and not _core.format_of(file):
+        from ._bridges import cells
+
+        meshio = cells.require("meshio", f"{file}: the library reads no such file; to read it with meshio")
+        try:
+            found = meshio.read(file)
+        except (Exception, SystemExit) as error:
+            raise DataError(f"{file}: {error}") from error
+        return from_meshio(found, types=types, unknown=unknown)
     return Imported(*_core.read_mesh_file(file, format or "", dict(types or {}), unknown))
 
 
@@ -77,3 +93,71 @@ def write_mesh(
         lost = ", ".join(f"{loss.count} {loss.what}" if loss.count >= 0 else loss.what for loss in losses)
         warnings.warn(f"{os.fspath(path)} has no place for {lost}", LossWarning, stacklevel=2)
     return losses
+
+
+def from_meshio(
+    mesh: Any, *, types: Mapping[str, str] | None = None, unknown: Literal["keep", "refuse", "skip"] = "keep"
+) -> Imported:
+    """The mesh and sets of a meshio.Mesh.
+
+    ``types={"hexahedron": "C3D8R"}`` gives other types than the default. Cells without an element type are kept under
+    their own names, refused with `UnknownTypeError`, or left out; polygons and polyhedra are never kept.
+    """
+    from ._bridges import meshio
+
+    return meshio.from_meshio(mesh, types, unknown)
+
+
+def from_pyvista(
+    grid: Any, *, types: Mapping[str, str] | None = None, unknown: Literal["keep", "refuse", "skip"] = "keep"
+) -> Imported:
+    """The mesh and sets of a pyvista.UnstructuredGrid or vtkUnstructuredGrid; arguments as of `from_meshio`.
+
+    Cells of mixed order are grouped: by ``ElementClass`` when there is one, else by type.
+    """
+    from ._bridges import vtk
+
+    return vtk.from_vtk(grid, types, unknown)
+
+
+def convert(source: Path, target: Path, *, overwrite: bool = False) -> list[Loss]:
+    """Reads any mesh file and writes another one, or a new model (``.cgdb``) with a mesh of the file's name."""
+    imported = read_mesh(source)
+    file = os.fspath(target)
+    if os.path.exists(file) and not overwrite:
+        raise FileExistsError(errno.EEXIST, os.strerror(errno.EEXIST), file)
+    if file.endswith(".cgdb"):
+        if os.path.exists(file):
+            raise FileExistsError(errno.EEXIST, "a model is not replaced", file)
+        imported.save(file, os.path.splitext(os.path.basename(os.fspath(source)))[0])
+        return imported.losses
+    sets = list(imported.sets.values())
+    if file.endswith(tuple(_core.written_suffixes())):
+        return imported.losses + write_mesh(file, imported.mesh, sets, overwrite=overwrite)
+    try:
+        imported.mesh.to_meshio(sets=sets).write(file)
+    except (KeyError, ValueError, SystemExit) as error:
+        raise DataError(f"{file}: meshio cannot write it: {error}") from error
+    return imported.losses
+
+
+@dataclass(frozen=True, eq=False)
+class Combined:
+    """Several meshes as one; ``first_nodes`` and ``first_elements`` are the indices at which each begins."""
+
+    mesh: _core.Mesh
+    first_nodes: list[int]
+    first_elements: list[int]
+    remarks: list[str]
+
+
+def combine(
+    meshes: Mapping[str, _core.Mesh] | Sequence[_core.Mesh], labels: Literal["keep", "offset"] = "keep"
+) -> Combined:
+    """Several meshes as one, at the placement of the first; nodes and elements of a later one follow those before.
+
+    With ``"keep"`` a label that two meshes have is a `DataError`, with ``"offset"`` later labels are raised.
+    """
+    named = meshes if isinstance(meshes, Mapping) else {str(i + 1): mesh for i, mesh in enumerate(meshes)}
+    mesh, firsts, remarks = _core.combine_meshes(list(named.values()), list(named), labels)
+    return Combined(mesh, [node for node, _ in firsts], [element for _, element in firsts], remarks)

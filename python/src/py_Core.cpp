@@ -30,5 +30,6 @@ NB_MODULE(_core, module) {
   py_BindLocate(module);
   py_BindMeasures(module);
   py_BindFiles(module);
+  py_BindEdit(module);
   py_BindShapes(module);
 }

@@ -5,6 +5,7 @@
 #include "py_Tables.h"
 #include "py_Work.h"
 
+#include <CoreGeometry/exo_NodeOrder.h>
 #include <CoreGeometry/fmt_Format.h>
 
 namespace {
@@ -60,6 +61,36 @@ nb::list Write(const std::string& file, const py_Mesh& mesh, const std::vector<n
     return fmt_WriteMesh(output, format, *mesh, sets, options);
   }));
 }
+/// The element type that cells of a VTK type become; pyramids, which are hexahedra here, have none of their own.
+cow_String DefaultType(int vtkType, int numDims) {
+  const auto cell = exo_VtkNodesOf(vtkType);
+  if (!cell || cell->cell == exo_Cell::Pyramid) return {};
+  const exo_ElementType found =
+      exo_TypeMap().Find(cow_String(exo_CellName(cell->cell)), static_cast<int>(cell->nodes.size()), numDims);
+  return found.supported ? found.label : cow_String();
+}
+
+std::string FormatOf(const std::string& file) {
+  try {
+    return std::string(py_Run([&] { return &fmt_Recognise(file); })->name);
+  } catch (const nex_TextException&) {
+    return {};
+  }
+}
+
+std::vector<std::string> WrittenSuffixes() {
+  std::vector<std::string> suffixes;
+  for (const fmt_Format& format : fmt_Formats())
+    if (format.write) suffixes.insert(suffixes.end(), format.suffixes.begin(), format.suffixes.end());
+  return suffixes;
+}
+
+/// A function of a bridge, which is imported when it is first called.
+template<class... Arguments>
+nb::object Bridge(const char* module, const char* name, const Arguments&... arguments) {
+  const std::string place = std::string("coregeometry._bridges.") + module;
+  return nb::module_::import_(place.c_str()).attr(name)(arguments...);
+}
 } // namespace
 
 void py_BindFiles(nb::module_& module) {
@@ -73,4 +104,35 @@ void py_BindFiles(nb::module_& module) {
       nb::sig(
           "def write_mesh_file(file: str, mesh: Mesh, sets: list[NamedSet], format: str, overwrite: bool, "
           "vtk_wedges: str) -> list[coregeometry._tables.Loss]"));
+  module.def("vtk_default_type", &DefaultType, nb::arg("vtk_type"), nb::arg("dimension"));
+  module.def("format_of", &FormatOf, nb::arg("file"));
+  module.def("written_suffixes", &WrittenSuffixes);
+  auto mesh = nb::borrow<nb::class_<py_Mesh>>(nb::type<py_Mesh>());
+  mesh.def(
+          "to_meshio",
+          [](const py_Mesh& self, nb::handle sets) { return Bridge("meshio", "to_meshio", self, sets); },
+          nb::kw_only(), nb::arg("sets") = nb::tuple(),
+          nb::sig("def to_meshio(self, *, sets: typing.Sequence[NamedSet] = ()) -> typing.Any"),
+          "A meshio.Mesh with labels and sets; exact types are in its info. LossWarning for what has no "
+          "place.")
+      .def(
+          "to_vtk",
+          [](const py_Mesh& self, nb::handle sets, const std::string& share) {
+            return Bridge("vtk", "to_vtk", self, sets, share);
+          },
+          nb::kw_only(), nb::arg("sets") = nb::tuple(), nb::arg("share") = "cells",
+          nb::sig("def to_vtk(self, *, sets: typing.Sequence[NamedSet] = (), share: "
+                  "typing.Literal['cells', 'all', 'none'] = 'cells') -> typing.Any"),
+          "A vtkUnstructuredGrid, as `to_pyvista`.")
+      .def(
+          "to_pyvista",
+          [](const py_Mesh& self, nb::handle sets, const std::string& share) {
+            return Bridge("vtk", "to_pyvista", self, sets, share);
+          },
+          nb::kw_only(), nb::arg("sets") = nb::tuple(), nb::arg("share") = "cells",
+          nb::sig("def to_pyvista(self, *, sets: typing.Sequence[NamedSet] = (), share: "
+                  "typing.Literal['cells', 'all', 'none'] = 'cells') -> typing.Any"),
+          "A pyvista.UnstructuredGrid. \"cells\" hands the connectivity over and copies points, \"none\" "
+          "copies both, "
+          "\"all\" copies nothing: writing to the grid then writes to the mesh.");
 }

@@ -53,26 +53,6 @@ Made MakeParts(nb::handle nodes, nb::handle blocks, bool keepUnknown) {
   return made;
 }
 
-gsl_Matrix ToMatrix(nb::handle argument, const char* what) {
-  const nb::object array = py_AsArray(argument, what);
-  const std::vector<std::size_t> shape = py_ShapeOf(array);
-  const bool hasLast = shape == std::vector<std::size_t>{4, 4};
-  if (!hasLast && shape != std::vector<std::size_t>{3, 4})
-    throw py_Error("ValueError",
-                   std::string(what) + ": shape " + py_ShapeText(array) + " is not (4, 4) or (3, 4)");
-  const py_Reals numbers = py_ToReals(array, what, {-1, 4});
-  double rows[4][4] = {{}, {}, {}, {0, 0, 0, 1}};
-  for (std::size_t i = 0; i < numbers.Values().size(); ++i) {
-    const double value = numbers.Values()[i];
-    if (!std::isfinite(value))
-      throw py_Error("ValueError", std::string(what) + ": holds a number that is not finite");
-    if (i >= 12 && value != rows[3][i % 4])
-      throw py_Error("ValueError", std::string(what) + ": the last row must be 0 0 0 1");
-    rows[i / 4][i % 4] = value;
-  }
-  return gsl_Matrix(rows);
-}
-
 void CheckDuplicates(const Made& made, std::span<const int> nodeLabels) {
   const std::span<const int> ofNodes[] = {nodeLabels};
   py_RefuseDuplicates(ofNodes, "node");
@@ -113,7 +93,7 @@ py_Mesh MakeMesh(nb::handle nodes, nb::handle blocks, nb::handle nodeLabels, nb:
   if (numElements > static_cast<std::size_t>(std::numeric_limits<int>::max()))
     throw py_Error("OverflowError", std::to_string(numElements) + " elements are more than a mesh holds");
   std::optional<gsl_Matrix> placed;
-  if (!placement.is_none()) placed = ToMatrix(placement, "placement");
+  if (!placement.is_none()) placed = py_ToMatrix(placement, "placement");
   const double rounding = made.nodes.rounding;
   return py_Mesh(py_Run([&] {
                    if (!mayRepeat) CheckDuplicates(made, labels.Const());
@@ -295,7 +275,7 @@ nb::list Check(const py_Mesh& mesh) {
 // make
 
 py_Mesh Transformed(const py_Mesh& mesh, nb::handle matrix) {
-  const gsl_Matrix transform = ToMatrix(matrix, "matrix");
+  const gsl_Matrix transform = py_ToMatrix(matrix, "matrix");
   return py_Run([&] {
     bme_NodeData nodes = mesh.Nodes();
     transform.Transform(nodes.CoordinatesToModify());
@@ -368,6 +348,26 @@ py_Mesh Inverted(const py_Mesh& mesh, nb::handle argument) {
   });
 }
 } // namespace
+
+gsl_Matrix py_ToMatrix(nb::handle argument, const char* what) {
+  const nb::object array = py_AsArray(argument, what);
+  const std::vector<std::size_t> shape = py_ShapeOf(array);
+  const bool hasLast = shape == std::vector<std::size_t>{4, 4};
+  if (!hasLast && shape != std::vector<std::size_t>{3, 4})
+    throw py_Error("ValueError",
+                   std::string(what) + ": shape " + py_ShapeText(array) + " is not (4, 4) or (3, 4)");
+  const py_Reals numbers = py_ToReals(array, what, {-1, 4});
+  double rows[4][4] = {{}, {}, {}, {0, 0, 0, 1}};
+  for (std::size_t i = 0; i < numbers.Values().size(); ++i) {
+    const double value = numbers.Values()[i];
+    if (!std::isfinite(value))
+      throw py_Error("ValueError", std::string(what) + ": holds a number that is not finite");
+    if (i >= 12 && value != rows[3][i % 4])
+      throw py_Error("ValueError", std::string(what) + ": the last row must be 0 0 0 1");
+    rows[i / 4][i % 4] = value;
+  }
+  return gsl_Matrix(rows);
+}
 
 py_Mesh py_Remake(const py_Mesh& mesh, const bme_NodeData& nodes, const bme_ElementData& elements) {
   auto nodeData = std::make_unique<bme_NodeData>(nodes);

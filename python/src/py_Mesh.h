@@ -8,6 +8,8 @@
 #include <memory>
 #include <mutex>
 
+class gsl_Matrix;
+
 /// Elements of one type, with or without a mesh. Copies of element classes share their arrays.
 struct py_Block {
   bme_ElementClass elements;
@@ -60,7 +62,10 @@ py_Block py_MakeBlock(const std::string& type, nb::handle connectivity, nb::hand
 std::string py_PlaceOf(std::size_t block, const std::string& type); ///< "block 3 (C3D8R)"
 /// ValueError naming five of the labels that are given twice.
 void py_RefuseDuplicates(std::span<const std::span<const int>> labels, const char* what);
+/// (4, 4) or (3, 4) finite numbers; ValueError for others and for a last row that is not 0 0 0 1.
+gsl_Matrix py_ToMatrix(nb::handle argument, const char* what);
 std::string py_NearTypes(const std::string& type); ///< "; did you mean ...", of the three nearest
 
 void py_BindBlock(nb::module_& module);
 void py_BindMesh(nb::module_& module);
+void py_BindEdit(nb::module_& module);

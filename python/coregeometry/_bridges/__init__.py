@@ -1,0 +1,1 @@
+"""Bridges to other packages; each is imported when it is first needed."""
