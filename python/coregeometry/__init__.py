@@ -18,6 +18,9 @@ from ._core import (
     NodeList,
     Rows,
     Shape,
+    TriangleTree,
+    num_threads,
+    set_threads,
 )
 from ._core import version as __version__
 from ._errors import (
@@ -36,6 +39,7 @@ from ._errors import (
 )
 from ._files import Combined, Imported, combine, convert, from_meshio, from_pyvista, read_mesh, write_mesh
 from ._model import Model, Transaction, diff, open
+from ._pictures import Picture, Travel, picture, travel
 from ._results import (
     Category,
     Extreme,
@@ -114,6 +118,7 @@ __all__ = [
     "Nearest",
     "NodeList",
     "OutOfRangeError",
+    "Picture",
     "Probed",
     "Reduced",
     "Resultant",
@@ -126,6 +131,8 @@ __all__ = [
     "StoredClass",
     "StoredObject",
     "Transaction",
+    "Travel",
+    "TriangleTree",
     "Triangles",
     "UnknownLabelError",
     "UnknownTypeError",
@@ -136,10 +143,14 @@ __all__ = [
     "diff",
     "from_meshio",
     "from_pyvista",
+    "num_threads",
     "open",
+    "picture",
     "progress",
     "read_mesh",
+    "set_threads",
     "shapes",
+    "travel",
     "where",
     "write_mesh",
 ]

@@ -31,5 +31,6 @@ NB_MODULE(_core, module) {
   py_BindMeasures(module);
   py_BindFiles(module);
   py_BindEdit(module);
+  py_BindPicture(module);
   py_BindShapes(module);
 }

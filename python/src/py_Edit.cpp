@@ -9,6 +9,7 @@
 #include <CoreGeometry/bme_RenumberMesh.h>
 #include <CoreGeometry/gsl_Matrix.h>
 #include <limits>
+#include <nanobind/stl/pair.h>
 
 namespace {
 struct Edited {

@@ -2,6 +2,9 @@
 
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <atomic>
+#include <cli_Threads.h>
+#include <mutex>
+#include <unistd.h>
 
 namespace nb = nanobind;
 
@@ -73,7 +76,49 @@ void py_Sink::ThrowErrors() const {
   throw nex_TextException(all);
 }
 
+namespace {
+/// The executor of the process that made it: threads do not live on in a forked child.
+struct Threads {
+  std::mutex mutex;
+  int wanted = cli_NumCores();
+  pid_t process = 0;
+  std::shared_ptr<wip_Executor> executor;
+};
+Threads& OwnThreads() {
+  static auto* const threads = new Threads; // may be used while the process ends
+  return *threads;
+}
+
+void SetThreads(int count) {
+  if (count < 0) throw std::invalid_argument("set_threads: " + std::to_string(count) + " threads");
+  Threads& own = OwnThreads();
+  const std::lock_guard lock(own.mutex);
+  own.wanted = count == 0 ? cli_NumCores() : count;
+  own.executor.reset();
+}
+} // namespace
+
+std::shared_ptr<wip_Executor> py_Threads() {
+  Threads& own = OwnThreads();
+  const std::lock_guard lock(own.mutex);
+  if (own.wanted <= 1 || (own.executor && own.process != ::getpid())) return nullptr;
+  if (!own.executor) {
+    own.process = ::getpid();
+    const auto count = std::make_shared<int>(own.wanted);
+    own.executor = std::shared_ptr<wip_Executor>(cli_MakeExecutor(*count).release(),
+                                                 [count](wip_Executor* executor) { delete executor; });
+  }
+  return own.executor;
+}
+
 void py_BindWork(nb::module_& module) {
+  module.def(
+      "set_threads", &SetThreads, nb::arg("count") = 0,
+      "Threads that long work may use; 0 for all cores that the process may use. A forked child uses one.");
+  module.def("num_threads", [] {
+    const std::shared_ptr<wip_Executor> threads = py_Threads();
+    return threads ? threads->NumThreads() : 1U;
+  });
   module.def(
       "add_listener", [](int change) { numListeners += change; }, nb::arg("change"));
 }

@@ -1,9 +1,11 @@
 // py_Work.h: work of the library on behalf of Python: without the GIL, with progress, messages and cancelling
 #pragma once
 
+#include <BasicUtils/wip_Executor.h>
 #include <BasicUtils/wip_WIP.h>
 #include <chrono>
 #include <exception>
+#include <memory>
 #include <nanobind/nanobind.h>
 #include <optional>
 #include <type_traits>
@@ -40,12 +42,17 @@ private:
   double fraction_ = 0;
 };
 
+/// Threads that the package lends to the library; null in a forked child, and when one thread is asked for.
+std::shared_ptr<wip_Executor> py_Threads();
+
 /// Runs the call without the GIL. The call must not touch Python objects.
 ///
 /// Errors     as the call; nex_TextException with what it reported; what a signal or a callback raised.
 template<class Call> auto py_Run(Call&& call) {
   using Result = std::invoke_result_t<Call>;
   py_Sink sink;
+  const std::shared_ptr<wip_Executor> threads = py_Threads();
+  const wip_ExecutorScope lent(threads.get());
   try {
     if constexpr (std::is_void_v<Result>) {
       {
