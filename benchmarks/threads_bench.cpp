@@ -7,6 +7,7 @@
 #include <BasicUtils/wip_Executor.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_ElementLocator.h>
+#include <CoreGeometry/bme_ExternalFaces.h>
 #include <CoreGeometry/bme_Measures.h>
 #include <atomic>
 #include <thread>
@@ -75,6 +76,11 @@ void Measures(benchmark::State& state) {
   const bme_Mesh& mesh = MeshOf(state.range(0));
   Run(state, mesh.ElementData().NumElements(), [&] { return bme_CalculateMeasures(mesh).volume.Total(); });
 }
+void ExternalFaces(benchmark::State& state) {
+  const bme_Mesh& mesh = MeshOf(state.range(0));
+  Run(state, mesh.ElementData().NumElements(),
+      [&] { return bme_ComputeFaces(bme_FEMElemList::All(mesh))->external.Count(); });
+}
 void MakingALocator(benchmark::State& state) {
   const bme_Mesh& mesh = MeshOf(state.range(0));
   Run(state, mesh.ElementData().NumElements(), [&] { return bme_ElementLocator(mesh).NumElements(); });
@@ -106,6 +112,7 @@ void EachType(benchmark::internal::Benchmark* bench) {
   bench->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond)->DenseRange(0, 2);
 }
 BENCHMARK(Measures)->Apply(EachType);
+BENCHMARK(ExternalFaces)->Apply(EachType);
 BENCHMARK(MakingALocator)->Apply(EachType);
 BENCHMARK(Locating)->Apply(EachType);
 BENCHMARK(Extrapolation)->Apply(EachType);

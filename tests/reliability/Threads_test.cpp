@@ -5,6 +5,9 @@
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_ElementLocator.h>
+#include <CoreGeometry/bme_ExternalFaces.h>
+#include <CoreGeometry/bme_FEMElemList.h>
+#include <CoreGeometry/bme_FEMFaceList.h>
 #include <CoreGeometry/bme_Measures.h>
 #include <CoreGeometry/bme_MeshBuilder.h>
 #include <CoreGeometry/shp_Shape.h>
@@ -128,6 +131,37 @@ std::vector<double> AtNodes(const bme_Mesh& mesh) {
   return {nodes.begin(), nodes.end()};
 }
 
+/// Many faces between random nodes are those of three elements or more; most have their corners far apart.
+std::vector<double> FacesOf(const bme_Mesh& mesh) {
+  std::vector<double> words;
+  bme_FaceOptions options;
+  options.wantInterior = true;
+  const auto add = [&](const bme_Mesh& of) {
+    const std::optional<bme_FaceSets> faces = bme_ComputeFaces(bme_FEMElemList::All(of), options);
+    for (const bme_FEMFaceList* list :
+         {&faces->external, &faces->interior, &faces->shared, &faces->collapsed}) {
+      words.push_back(static_cast<double>(list->Count()));
+      for (std::size_t i = 0; i < list->Count(); ++i) words.push_back((*list)[i]);
+    }
+  };
+  add(mesh);
+  // thin plates, numbered along their length, with an element at random here and there: pieces of both kinds
+  std::mt19937 random(5);
+  std::vector<float> xyz;
+  std::vector<int> cubes;
+  constexpr int kLength = 9000;
+  for (int k = 0; k <= kLength; ++k)
+    for (int i = 0; i < 10; ++i) {
+      xyz.insert(xyz.end(), {static_cast<float>(k), static_cast<float>(i / 2), static_cast<float>(i % 2)});
+      if (k == kLength || i >= 8 || i % 2 == 1) continue;
+      const int start = 10 * k + i;
+      for (const int corner : {0, 10, 12, 2, 1, 11, 13, 3})
+        cubes.push_back(random() % 50 == 0 ? static_cast<int>(random() % (10 * kLength)) : start + corner);
+    }
+  add(bme_MeshBuilder(xyz).Add({"C3D8", cubes}).Build());
+  return words;
+}
+
 struct LentWork {
   const char* name;
   std::vector<double> (*run)(const bme_Mesh& mesh);
@@ -169,5 +203,6 @@ TEST_P(LentThreads, GiveTheSameBits) {
 INSTANTIATE_TEST_SUITE_P(Every, LentThreads,
                          testing::ValuesIn({LentWork{"measures", MeasuresOf},
                                             {"locator", FoundPoints},
-                                            {"extrapolation", AtNodes}}),
+                                            {"extrapolation", AtNodes},
+                                            {"faces", FacesOf}}),
                          [](const auto& info) { return std::string(info.param.name); });

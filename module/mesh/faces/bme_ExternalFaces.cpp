@@ -1,7 +1,7 @@
 #include "bme_Duplicates.h"
-#include "bme_FaceBlock.h"
-#include "bme_Work.h"
+#include "bme_MatchFaces.h"
 
+#include <BasicUtils/wip_Executor.h>
 #include <CoreGeometry/bme_ExternalFaces.h>
 
 namespace {
@@ -30,13 +30,6 @@ std::optional<Listed> Choose(const bme_FEMElemList& elements, const bme_FaceOpti
   return listed;
 }
 
-/// What is known of the faces of solids after the first pass.
-struct FirstPass {
-  std::vector<unsigned> pairs;                            ///< words, two each
-  std::vector<unsigned> collapsed;                        ///< words
-  std::vector<std::pair<bme_FaceKey, unsigned>> suspects; ///< faces to be counted
-};
-
 bool HaveNodes(const std::vector<bme_SolidClass>& classes, unsigned numNodes) {
   return std::ranges::all_of(classes, [&](const bme_SolidClass& type) {
     return std::ranges::all_of(type.words,
@@ -44,66 +37,29 @@ bool HaveNodes(const std::vector<bme_SolidClass>& classes, unsigned numNodes) {
   });
 }
 
-/// Nodes that may be corners; all of them when no element has middle nodes.
-std::size_t CountCorners(const std::vector<bme_SolidClass>& classes, unsigned numNodes) {
-  const auto isLinear = [](const bme_SolidClass& solids) {
-    return solids.columns == solids.elementCorners.size();
-  };
-  if (std::ranges::all_of(classes, isLinear)) return numNodes;
-  bme_NodeBits corners(numNodes);
-  for (const bme_SolidClass& solids : classes)
-    for (const unsigned element : solids.words)
-      for (const int corner : solids.elementCorners)
-        if (const auto node = static_cast<unsigned>(solids.Row(element)[corner]); node < numNodes)
-          corners.Set(node);
-  return std::max<std::size_t>(corners.Count(), 1);
-}
-
-/// False after an error.
-template<bool kMatchAllNodes>
-bool MatchClass(const bme_Solids& all, const bme_SolidClass& solids, unsigned numNodes, bool keepPairs,
-                bme_FaceTable& table, FirstPass& found, bme_WorkProgress& progress) {
-  constexpr int kStepsAhead = 3;
-  bme_FaceBlock faces;
-  std::array<unsigned, bme_FaceBlock::kFaces> ahead; // records on their way
-  for (std::size_t begin = 0; begin < solids.words.size(); begin += bme_FaceBlock::kElements) {
-    const auto block =
-        solids.words.subspan(begin, std::min(bme_FaceBlock::kElements, solids.words.size() - begin));
-    if (!faces.Fill(solids, block, numNodes, found.collapsed)) return false;
-    if (table.IsLarge()) {
-      for (std::size_t i = 0; i < faces.count; ++i) table.Prefetch(faces.keys[i]);
-      for (std::size_t i = 0; i < faces.count; ++i) ahead[i] = table.PrefetchFirst(faces.keys[i]);
-      for (int step = 0; step < kStepsAhead; ++step)
-        for (std::size_t i = 0; i < faces.count; ++i) ahead[i] = table.PrefetchNext(faces.keys[i], ahead[i]);
-    }
-    for (std::size_t i = 0; i < faces.count; ++i) {
-      const bme_FaceKey& key = faces.keys[i];
-      const unsigned word = faces.words[i];
-      const unsigned partner = table.Match(
-          key, word, [&](unsigned other) { return !kMatchAllNodes || all.HaveSameNodes(word, other); });
-      if (partner == bme_kNone) continue;
-      if (table.WasSeen(key)) found.suspects.emplace_back(key, word);
-      if (keepPairs) found.pairs.insert(found.pairs.end(), {word, partner});
-    }
-    progress.Advance(block.size());
-  }
-  return true;
-}
-
-/// Visits (key, word) of the faces of solids whose corners may all be in a group.
+/// Visits (key, word) of the faces of some solids whose corners may all be in a group.
 template<class Visit>
-void ForEachFaceNear(const std::vector<bme_SolidClass>& classes, const bme_FaceGroups& groups, Visit visit,
-                     bme_WorkProgress& progress) {
+void ForEachFaceNear(const bme_SolidClass& solids, std::span<const unsigned> elements,
+                     const bme_FaceGroups& groups, const Visit& visit) {
   bme_FaceKey key;
+  for (const unsigned element : elements) {
+    const int* row = solids.Row(element);
+    const auto isNear = [&](int corner) { return groups.IsCorner(static_cast<unsigned>(row[corner])); };
+    if (std::ranges::none_of(solids.everyFace, isNear)) continue;
+    if (std::ranges::count_if(solids.elementCorners, isNear) < 3) continue;
+    for (unsigned face = 0; face < solids.numFaces; ++face)
+      if (solids.Key(row, face, key) >= 3) visit(key, bme_FaceWord(element, face));
+  }
+}
+template<class Visit>
+void ForEachFaceNear(const std::vector<bme_SolidClass>& classes, const bme_FaceGroups& groups,
+                     const Visit& visit, bme_WorkProgress& progress) {
+  constexpr std::size_t kBetween = 4096;
   for (const bme_SolidClass& solids : classes)
-    for (const unsigned element : solids.words) {
-      const int* row = solids.Row(element);
-      const auto isNear = [&](int corner) { return groups.IsCorner(static_cast<unsigned>(row[corner])); };
-      progress.Advance(1);
-      if (std::ranges::none_of(solids.everyFace, isNear)) continue;
-      if (std::ranges::count_if(solids.elementCorners, isNear) < 3) continue;
-      for (unsigned face = 0; face < solids.numFaces; ++face)
-        if (solids.Key(row, face, key) >= 3) visit(key, bme_FaceWord(element, face));
+    for (std::size_t at = 0; at < solids.words.size(); at += kBetween) {
+      const auto part = solids.words.subspan(at, std::min(kBetween, solids.words.size() - at));
+      progress.Advance(part.size());
+      ForEachFaceNear(solids, part, groups, visit);
     }
 }
 
@@ -113,18 +69,32 @@ struct Hit {
 
 /// Every face of the list that is in a group, in mesh order; groups count their elements.
 std::vector<Hit> CountGroups(const Listed& listed, bme_FaceGroups& groups, bme_WorkProgress& progress) {
+  constexpr std::size_t kPiece = 32768;
   std::vector<Hit> hits;
-  ForEachFaceNear(
-      listed.solids.classes, groups,
-      [&](const bme_FaceKey& key, unsigned word) {
-        const unsigned at = groups.Find(key, word);
-        if (at == bme_kNone) return;
-        bme_FaceGroups::Group& group = groups[at];
-        group.count += unsigned{group.lastElement != bme_ElementOf(word)};
-        group.lastElement = bme_ElementOf(word);
-        hits.push_back({at, word});
-      },
-      progress);
+  for (const bme_SolidClass& solids : listed.solids.classes) {
+    const std::span<const unsigned> words = solids.words;
+    wip_MergePieces((words.size() + kPiece - 1) / kPiece,
+                    [&](std::size_t piece) {
+                      std::vector<Hit> own;
+                      ForEachFaceNear(
+                          solids,
+                          words.subspan(piece * kPiece, std::min(kPiece, words.size() - piece * kPiece)),
+                          groups, [&](const bme_FaceKey& key, unsigned word) {
+                            if (const unsigned at = groups.Find(key, word); at != bme_kNone)
+                              own.push_back({at, word});
+                          });
+                      return own;
+                    },
+                    [&](const std::vector<Hit>& own) {
+                      progress.Advance(std::min(kPiece, words.size()));
+                      for (const auto& [at, word] : own) {
+                        bme_FaceGroups::Group& group = groups[at];
+                        group.count += unsigned{group.lastElement != bme_ElementOf(word)};
+                        group.lastElement = bme_ElementOf(word);
+                      }
+                      hits.insert(hits.end(), own.begin(), own.end());
+                    });
+  }
   return hits;
 }
 
@@ -145,7 +115,7 @@ std::vector<unsigned> Merge(const std::vector<unsigned>& a, const std::vector<un
 }
 
 bme_FaceSets Collect(const Listed& listed, const bme_FaceOptions& options, bme_FaceGroups& groups,
-                     const std::vector<Hit>& hits, FirstPass& found) {
+                     const std::vector<Hit>& hits, bme_MatchedFaces& found) {
   std::vector<unsigned> external, shared, surfaces;
   wip_Poll poll(bme_kWordsBetween);
   for (const auto& [group, word] : hits) {
@@ -183,31 +153,18 @@ std::optional<bme_FaceSets> bme_ComputeFaces(const bme_FEMElemList& elements,
   const unsigned numNodes = listed->mesh.NodeData().NumNodes();
   if (!HaveNodes(listed->surfaces, numNodes)) return std::nullopt;
   bme_WorkProgress progress(bme_COMPUTING_FACES, 2 * listed->numSolids);
-  FirstPass found;
-  {
-    std::size_t numFaces = 0;
-    for (const bme_SolidClass& solids : listed->solids.classes)
-      numFaces += solids.numFaces * solids.words.size();
-    bme_FaceTable table(numNodes, CountCorners(listed->solids.classes, numNodes), numFaces);
-    const auto match = options.matchAllNodes ? MatchClass<true> : MatchClass<false>;
-    for (const bme_SolidClass& solids : listed->solids.classes)
-      if (!match(listed->solids, solids, numNodes, options.wantInterior, table, found, progress))
-        return std::nullopt;
-    wip_Poll poll(bme_kWordsBetween);
-    table.ForEachWaiting([&](const bme_FaceKey& key, unsigned word) {
-      poll.Advance();
-      found.suspects.emplace_back(key, word);
-    });
-  }
+  std::optional<bme_MatchedFaces> found =
+      bme_MatchFaces(listed->solids, numNodes, options.wantInterior, progress);
+  if (!found) return std::nullopt;
   bme_FaceGroups groups(numNodes, listed->solids);
   wip_Poll poll(bme_kWordsBetween);
-  for (const auto& [key, word] : found.suspects) {
+  for (const auto& [key, word] : found->suspects) {
     poll.Advance();
     groups.Add(key, word);
   }
   const std::vector<Hit> hits = CountGroups(*listed, groups, progress);
   if (options.shellsCoverSolids) Cover(*listed, groups);
-  return Collect(*listed, options, groups, hits, found);
+  return Collect(*listed, options, groups, hits, *found);
 }
 
 std::optional<bme_FEMFaceList> bme_ComputeInterface(const bme_FEMElemList& first,

@@ -8,8 +8,9 @@
 namespace {
 bool AddElement(const bme_SolidClass& solids, unsigned element, unsigned numNodes, bme_FaceBlock& block,
                 std::vector<unsigned>& collapsed) {
-  if (!solids.HasNodes(element, numNodes)) return false;
   const int* row = solids.Row(element);
+  for (const int corner : solids.elementCorners)
+    if (static_cast<unsigned>(row[corner]) >= numNodes) return false;
   for (unsigned face = 0; face < solids.numFaces; ++face) {
     block.words[block.count] = bme_FaceWord(element, face);
     if (solids.Key(row, face, block.keys[block.count]) < 3)
@@ -36,9 +37,9 @@ static_assert(bme_kMaxWordFaces == 8 && bme_FaceWord(1, 3) == (3U << 26 | 1));
 }
 
 /// All faces of an element side by side: one face a lane.
-[[gnu::target("avx2")]] bool FillAvx2(const bme_SolidClass& solids, std::span<const unsigned> elements,
-                                      unsigned numNodes, bme_FaceBlock& block,
-                                      std::vector<unsigned>& collapsed) {
+[[gnu::target("avx2")]] unsigned FillAvx2(const bme_SolidClass& solids, std::span<const unsigned> elements,
+                                          unsigned numNodes, bme_FaceBlock& block,
+                                          std::vector<unsigned>& collapsed) {
   const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
   const __m256i inRow = _mm256_cmpgt_epi32(_mm256_set1_epi32(static_cast<int>(solids.columns)), lanes);
   const __m256i areCorners =
@@ -64,7 +65,7 @@ static_assert(bme_kMaxWordFaces == 8 && bme_FaceWord(1, 3) == (3U << 26 | 1));
     const __m256i isTwice = _mm256_or_si256(
         _mm256_or_si256(_mm256_cmpeq_epi32(a, b), _mm256_cmpeq_epi32(b, c)), _mm256_cmpeq_epi32(c, d));
     if (!_mm256_testz_si256(isOutside, isOutside) || !_mm256_testz_si256(isTwice, isFace)) {
-      if (!AddElement(solids, element, numNodes, block, collapsed)) return false;
+      if (!AddElement(solids, element, numNodes, block, collapsed)) return element;
       continue;
     }
     const __m256i ab04 = _mm256_unpacklo_epi32(a, b), cd04 = _mm256_unpacklo_epi32(c, d);
@@ -81,18 +82,19 @@ static_assert(bme_kMaxWordFaces == 8 && bme_FaceWord(1, 3) == (3U << 26 | 1));
           _mm256_or_si256(_mm256_set1_epi32(static_cast<int>(element)), faceBits));
     block.count += solids.numFaces;
   }
-  return true;
+  return bme_kNone;
 }
 #endif
 } // namespace
 
-bool bme_FaceBlock::Fill(const bme_SolidClass& solids, std::span<const unsigned> elements, unsigned numNodes,
-                         std::vector<unsigned>& collapsed) {
+unsigned bme_FaceBlock::Fill(const bme_SolidClass& solids, std::span<const unsigned> elements,
+                             unsigned numNodes, std::vector<unsigned>& collapsed) {
   count = 0;
 #ifdef BME_HAS_AVX2
   static const bool hasAvx2 = __builtin_cpu_supports("avx2");
   if (hasAvx2 && numNodes > 0) return FillAvx2(solids, elements, numNodes, *this, collapsed);
 #endif
-  return std::ranges::all_of(
-      elements, [&](unsigned element) { return AddElement(solids, element, numNodes, *this, collapsed); });
+  for (const unsigned element : elements)
+    if (!AddElement(solids, element, numNodes, *this, collapsed)) return element;
+  return bme_kNone;
 }

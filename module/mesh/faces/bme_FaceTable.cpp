@@ -57,13 +57,26 @@ bool bme_Solids::HaveSameNodes(unsigned wordA, unsigned wordB) const {
   return nodesOf(wordA) == nodesOf(wordB);
 }
 
-bme_FaceTable::bme_FaceTable(std::size_t numNodes, std::size_t numCorners, std::size_t numFaces) {
-  constexpr std::size_t kFacesPerWord = 16, kFacesPerChain = 7;
-  while (chainShift_ < 3 && numFaces > kFacesPerChain * (numCorners << chainShift_)) ++chainShift_;
-  while (seenShift_ < 4 && numFaces > kFacesPerWord * (numCorners << seenShift_)) ++seenShift_;
+void bme_FaceTable::Reset(unsigned firstNode, std::size_t numNodes, std::size_t numFaces,
+                          std::size_t nodesPerCorner) {
+  constexpr std::size_t kFacesPerChain = 7;
+  firstNode_ = firstNode;
+  chainShift_ = 0;
+  while (chainShift_ < 3 && numFaces * nodesPerCorner > kFacesPerChain * (numNodes << chainShift_))
+    ++chainShift_;
   chainMask_ = (1U << chainShift_) - 1;
   heads_.assign(numNodes << chainShift_, bme_kNone);
-  seen_.assign(numNodes << seenShift_, 0);
+  records_.clear();
+  free_ = bme_kNone;
+}
+
+/// Memory that nobody marks is never touched.
+bme_SeenFaces::bme_SeenFaces(std::size_t numNodes, std::size_t numFaces, std::size_t nodesPerCorner) {
+  constexpr std::size_t kFacesPerWord = 16;
+  while (shift_ < 4 && numFaces * nodesPerCorner > kFacesPerWord * (numNodes << shift_)) ++shift_;
+  seen_.reset(static_cast<std::uint64_t*>(
+      std::calloc(std::max<std::size_t>(numNodes, 1) << shift_, sizeof(std::uint64_t))));
+  if (!seen_) throw std::bad_alloc();
 }
 
 void bme_FaceGroups::Add(const bme_FaceKey& key, unsigned word) {

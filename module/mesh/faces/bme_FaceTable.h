@@ -4,8 +4,11 @@
 #include "bme_ClassWalk.h"
 
 #include <array>
+#include <atomic>
 #include <bit>
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
 #include <vector>
 
 inline constexpr unsigned bme_kNone = bme_kNotFound; ///< ends chains and fills up keys
@@ -104,25 +107,19 @@ private:
 /// Hash table of the faces that have been seen once: chains of records by smallest corner, several chains for a
 /// corner that many faces share. A match removes the waiting face and recycles its record, so the table is
 /// bounded by the moving front of the mesh.
-///
-/// Matched faces enter a Bloom filter, by hashed key. A third face of one key finds no record, but its key is in
-/// the filter; false positives are recounted exactly in a second pass.
 class bme_FaceTable {
 public:
-  /// Room for a number of faces, of elements with some of the nodes as corners.
-  bme_FaceTable(std::size_t numNodes, std::size_t numCorners, std::size_t numFaces);
+  /// Empty again, with room for a number of faces whose smallest corners are some nodes from the first on, of which
+  /// one in `nodesPerCorner` is a corner.
+  void Reset(unsigned firstNode, std::size_t numNodes, std::size_t numFaces, std::size_t nodesPerCorner);
 
-  void Prefetch(const bme_FaceKey& key) const noexcept {
-    __builtin_prefetch(&heads_[ChainOf(key)], 1);
-    __builtin_prefetch(&seen_[SeenOf(key)], 1);
-  }
   /// Asks memory for the first record of the key's chain, and answers it.
   unsigned PrefetchFirst(const bme_FaceKey& key) const noexcept {
     const unsigned head = heads_[ChainOf(key)];
     if (head != bme_kNone) __builtin_prefetch(&records_[head], 1);
     return head;
   }
-  /// The same of the record after one that has come; bme_kNone when that one looks like the key's.
+  /// Asks for the record after one that has come; bme_kNone when that one looks like the key's.
   unsigned PrefetchNext(const bme_FaceKey& key, unsigned record) const noexcept {
     if (record == bme_kNone || records_[record].rest[0] == key[1]) return bme_kNone;
     const unsigned next = records_[record].next;
@@ -149,16 +146,14 @@ public:
     Insert(key, word);
     return bme_kNone;
   }
-  /// Marks a matched face; true when it may have been marked before.
-  bool WasSeen(const bme_FaceKey& key) noexcept;
 
   /// visit(key, word) for every face that still waits.
   template<class Visit> void ForEachWaiting(Visit visit) const {
     for (std::size_t chain = 0; chain < heads_.size(); ++chain)
       for (unsigned at = heads_[chain]; at != bme_kNone; at = records_[at].next) {
         const Record& record = records_[at];
-        visit(bme_FaceKey{static_cast<unsigned>(chain >> chainShift_), record.rest[0], record.rest[1],
-                          record.rest[2]},
+        visit(bme_FaceKey{firstNode_ + static_cast<unsigned>(chain >> chainShift_), record.rest[0],
+                          record.rest[1], record.rest[2]},
               record.word);
       }
   }
@@ -170,21 +165,16 @@ private:
     unsigned word;
   };
   void Insert(const bme_FaceKey& key, unsigned word);
-  /// By the second corner: with numbers at random faces are spread more evenly over it than over the first.
-  std::size_t SeenOf(const bme_FaceKey& key) const noexcept {
-    return static_cast<std::size_t>(key[1]) << seenShift_;
-  }
   std::size_t ChainOf(const bme_FaceKey& key) const noexcept {
     const unsigned others = key[1] ^ key[2] ^ key[3];
-    return static_cast<std::size_t>(key[0]) << chainShift_ | ((others ^ others >> 3) & chainMask_);
+    return static_cast<std::size_t>(key[0] - firstNode_) << chainShift_
+           | ((others ^ others >> 3) & chainMask_);
   }
 
-  unsigned chainShift_ = 0, chainMask_ = 0; ///< chains a corner, as a power of 2
+  unsigned firstNode_ = 0, chainShift_ = 0, chainMask_ = 0; ///< chains a corner, as a power of 2
   std::vector<unsigned> heads_;
   std::vector<Record> records_;
   unsigned free_ = bme_kNone;
-  unsigned seenShift_ = 0; ///< words of bits a node, as a power of 2
-  std::vector<std::uint64_t> seen_;
 };
 
 inline void bme_FaceTable::Insert(const bme_FaceKey& key, unsigned word) {
@@ -200,16 +190,46 @@ inline void bme_FaceTable::Insert(const bme_FaceKey& key, unsigned word) {
   head = at;
 }
 
-inline bool bme_FaceTable::WasSeen(const bme_FaceKey& key) noexcept {
-  std::uint64_t hash = (key[0] | std::uint64_t{key[2]} << 32) * 0x9E3779B97F4A7C15U;
-  hash = (hash ^ hash >> 29 ^ key[3]) * 0xBF58476D1CE4E5B9U;
-  std::uint64_t bits = 0;
-  for (const int shift : {58, 52, 46}) bits |= std::uint64_t{1} << (hash >> shift & 63);
-  std::uint64_t& seen = seen_[SeenOf(key) + (hash >> 30 & ((std::uint64_t{1} << seenShift_) - 1))];
-  const bool was = (seen & bits) == bits;
-  seen |= bits;
-  return was;
-}
+/// Bloom filter of matched faces, by hashed key, near the place of a node. A third face of one key finds no record
+/// in a table, but its key is in the filter; false positives are recounted exactly in a second pass.
+class bme_SeenFaces {
+public:
+  /// For faces among a number of nodes, of which one in `nodesPerCorner` is a corner.
+  bme_SeenFaces(std::size_t numNodes, std::size_t numFaces, std::size_t nodesPerCorner);
+
+  /// True when the face was marked before, or looks like one that was; it is marked now. A filter that several
+  /// threads mark is shared.
+  bool Mark(const bme_FaceKey& key, std::size_t node, bool isShared) noexcept {
+    const auto [place, bits] = PlaceOf(key, node);
+    if (isShared)
+      return (std::atomic_ref(seen_[place]).fetch_or(bits, std::memory_order_relaxed) & bits) == bits;
+    const bool was = (seen_[place] & bits) == bits;
+    seen_[place] |= bits;
+    return was;
+  }
+  bool Has(const bme_FaceKey& key, std::size_t node) const noexcept {
+    const auto [place, bits] = PlaceOf(key, node);
+    return (seen_[place] & bits) == bits;
+  }
+
+private:
+  struct Place {
+    std::size_t word;
+    std::uint64_t bits;
+  };
+  Place PlaceOf(const bme_FaceKey& key, std::size_t node) const noexcept {
+    std::uint64_t hash = (key[0] | std::uint64_t{key[2]} << 32) * 0x9E3779B97F4A7C15U;
+    hash = (hash ^ hash >> 29 ^ key[3] ^ std::uint64_t{key[1]} << 13) * 0xBF58476D1CE4E5B9U;
+    std::uint64_t bits = 0;
+    for (const int shift : {58, 52, 46}) bits |= std::uint64_t{1} << (hash >> shift & 63);
+    return {(node << shift_) + (hash >> 30 & ((std::uint64_t{1} << shift_) - 1)), bits};
+  }
+  struct Free {
+    void operator()(std::uint64_t* words) const noexcept { std::free(words); }
+  };
+  unsigned shift_ = 0; ///< words of bits a node, as a power of 2
+  std::unique_ptr<std::uint64_t[], Free> seen_;
+};
 
 /// Different faces with the elements that have them, counted one element after the other.
 class bme_FaceGroups {
