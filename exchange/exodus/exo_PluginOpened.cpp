@@ -2,7 +2,7 @@
 // fifty further libraries with it.
 #include "exo_Plugin.h"
 
-#include <BasicUtils/nex_Exception.h>
+#include <CoreGeometry/fmt_MissingLibrary.h>
 #include <dlfcn.h>
 #include <filesystem>
 
@@ -18,7 +18,7 @@ fs::path PluginFile() {
 }
 
 [[noreturn]] void Fail(const fs::path& file, const cow_String& why) {
-  throw nex_TextException("Exodus II files need the plug-in " + file.string() + ", which " + why
+  throw fmt_MissingLibrary("Exodus II files need the plug-in " + file.string() + ", which " + why
                           + "; install the package " + kPackage + " of version " CORE_GEOMETRY_VERSION);
 }
 

@@ -1,5 +1,9 @@
 #include <CoreGeometry/fmt_Import.h>
 
+#include <CoreGeometry/fmt_MissingLibrary.h>
+
+fmt_MissingLibrary::~fmt_MissingLibrary() = default;
+
 void fmt_Renumber(fmt_Import& import, unsigned meshId) {
   import.mesh = std::make_unique<bme_Mesh>(*import.mesh, meshId);
   bme_ElementData& elements = import.mesh->ElementDataToModify();

@@ -23,6 +23,7 @@ from ._core import (
     set_threads,
 )
 from ._core import version as __version__
+from ._columns import to_arrow, to_pandas
 from ._errors import (
     BusyError,
     CallError,
@@ -37,7 +38,7 @@ from ._errors import (
     UnknownLabelError,
     UnknownTypeError,
 )
-from ._files import Combined, Imported, combine, convert, from_meshio, from_pyvista, read_mesh, write_mesh
+from ._files import Combined, Imported, combine, compare, convert, from_meshio, from_pyvista, read_mesh, write_mesh
 from ._model import Model, Transaction, diff, open
 from ._pictures import Picture, Travel, picture, travel
 from ._results import (
@@ -70,7 +71,7 @@ from ._tables import (
     StoredObject,
     Triangles,
 )
-from ._work import progress
+from ._work import progress, progress_bar
 from ._writer import FrameWriter, RunWriter, StepWriter
 
 __all__ = [
@@ -139,6 +140,7 @@ __all__ = [
     "Variable",
     "__version__",
     "combine",
+    "compare",
     "convert",
     "diff",
     "from_meshio",
@@ -147,9 +149,12 @@ __all__ = [
     "open",
     "picture",
     "progress",
+    "progress_bar",
     "read_mesh",
     "set_threads",
     "shapes",
+    "to_arrow",
+    "to_pandas",
     "travel",
     "where",
     "write_mesh",

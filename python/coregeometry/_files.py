@@ -16,7 +16,8 @@ from . import _core
 from ._errors import DataError, LossWarning
 from ._model import Model, Path, Transaction
 from ._model import open as open_model
-from ._tables import Loss
+from ._results import Run
+from ._tables import Difference, Loss
 
 
 @dataclass(frozen=True, eq=False)
@@ -32,9 +33,16 @@ class Imported:
     losses: list[Loss]
     rounding: float
     cell_order: npt.NDArray[np.int64] | None = None
+    _source: tuple[str, str] | None = None
 
-    def save(self, target: Path | Model | Transaction, name: str) -> None:
-        """Stores mesh and sets under a name, in a model or in the file of one, which is made when it is missing."""
+    def save(self, target: Path | Model | Transaction, name: str, *, run: str | None = None) -> None:
+        """Stores mesh and sets under a name, in a model or in the file of one, which is made when it is missing.
+
+        With ``run`` the results of the file are stored, too, as the run ``"<name>/<run>"``; not in a transaction,
+        since each of their frames is committed. A file without results makes no run.
+        """
+        if run is not None and isinstance(target, Transaction):
+            raise ValueError("results are stored frame by frame: save into the model, not into a transaction")
         if isinstance(target, Transaction):
             target.meshes[name] = self.mesh
             for set_name, one in self.sets.items():
@@ -42,9 +50,11 @@ class Imported:
         elif isinstance(target, Model):
             with target.transaction() as change:
                 self.save(change, name)
+            if run is not None and self._source is not None:
+                target._import_results(name, run, *self._source)
         else:
             with open_model(target, "a") as model:
-                self.save(model, name)
+                self.save(model, name, run=run)
 
 
 def read_mesh(
@@ -71,7 +81,7 @@ def read_mesh(
         except (Exception, SystemExit) as error:
             raise DataError(f"{file}: {error}") from error
         return from_meshio(found, types=types, unknown=unknown)
-    return Imported(*_core.read_mesh_file(file, format or "", dict(types or {}), unknown))
+    return Imported(*_core.read_mesh_file(file, format or "", dict(types or {}), unknown), None, (file, format or ""))
 
 
 def write_mesh(
@@ -82,13 +92,16 @@ def write_mesh(
     format: str | None = None,
     overwrite: bool = False,
     vtk_wedges: Literal["plain", "linear-mirrored", "mirrored"] = "plain",
+    run: Run | None = None,
 ) -> list[Loss]:
     """Writes a mesh file in the format of its suffix, or in the one named, and returns what it has no place for.
 
-    `FileExistsError` unless ``overwrite``; a model is never replaced. The file gets its name when it is complete.
+    ``run`` are results of the mesh, for formats that hold them. `FileExistsError` unless ``overwrite``; a model is
+    never replaced. The file gets its name when it is complete.
     Losses also give a `LossWarning`.
     """
-    losses = _core.write_mesh_file(os.fspath(path), mesh, list(sets), format or "", overwrite, vtk_wedges)
+    results = None if run is None else run._opened()
+    losses = _core.write_mesh_file(os.fspath(path), mesh, list(sets), format or "", overwrite, vtk_wedges, results)
     if losses:
         lost = ", ".join(f"{loss.count} {loss.what}" if loss.count >= 0 else loss.what for loss in losses)
         warnings.warn(f"{os.fspath(path)} has no place for {lost}", LossWarning, stacklevel=2)
@@ -161,3 +174,11 @@ def combine(
     named = meshes if isinstance(meshes, Mapping) else {str(i + 1): mesh for i, mesh in enumerate(meshes)}
     mesh, firsts, remarks = _core.combine_meshes(list(named.values()), list(named), labels)
     return Combined(mesh, [node for node, _ in firsts], [element for _, element in firsts], remarks)
+
+
+def compare(a: Path, b: Path, tolerance: float = 1e-7) -> list[Difference]:
+    """Where the contents of two mesh files differ; an empty list when they are equal.
+
+    Coordinates are equal within ``tolerance`` of the largest one, other numbers within ``tolerance * max(|a|, |b|)``.
+    """
+    return _core.compare_files(os.fspath(a), os.fspath(b), tolerance)[0]

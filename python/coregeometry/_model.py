@@ -203,6 +203,10 @@ class Model:
         self._forget_runs()
         return RunWriter(self, _core.write_run(self._opened(), root, of, description, program, units), of)
 
+    def _import_results(self, mesh: str, run: str, file: str, format: str) -> None:
+        _core.import_results(self._opened(), MESHES + mesh, run, file, format)
+        self._forget_runs()
+
     def _run(self, root: str) -> _core.Run:
         self._check_open()
         if root not in self._runs:

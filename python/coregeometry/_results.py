@@ -432,6 +432,7 @@ class Run:
         self._model, self._key = model, root
         header = self._opened().header()
         self.name: str = header["name"] or root.rsplit("/", 1)[1]
+        self._mesh_root: str = header["mesh_root"]
         self.description: str = header["description"]
         self.program: str = header["program"]
         self.units: str = header["units"]
@@ -444,8 +445,9 @@ class Run:
 
     @property
     def mesh(self) -> _core.Mesh:
-        """The mesh of the results, read when it is first needed."""
-        return self._opened().mesh()
+        """The mesh of the results, read when it is first needed; the same object as `Model.meshes` gives."""
+        self._opened().mesh()  # raises when the stored mesh is not the one of the run
+        return self._model._mesh(self._mesh_root)
 
     def field(
         self,

@@ -4,7 +4,9 @@ from __future__ import annotations
 
 import contextlib
 import contextvars
+import importlib
 import logging
+import sys
 from collections.abc import Callable, Iterator
 from typing import Any
 
@@ -30,6 +32,35 @@ def progress(callback: Callable[[float, str], Any]) -> Iterator[None]:
     finally:
         _core.add_listener(-1)
         _callback.reset(token)
+
+
+@contextlib.contextmanager
+def progress_bar() -> Iterator[None]:
+    """Shows progress of long work: by tqdm when it is installed, else as text on a terminal."""
+    try:
+        tqdm: Any = importlib.import_module("tqdm.auto").tqdm
+    except ImportError:
+        with _text_bar():
+            yield
+        return
+    with tqdm(total=100, unit="%") as bar:
+
+        def show(fraction: float, work: str) -> None:
+            bar.set_description(work)
+            bar.update(max(0.0, 100 * fraction - bar.n))
+
+        with progress(show):
+            yield
+
+
+@contextlib.contextmanager
+def _text_bar() -> Iterator[None]:
+    if not sys.stderr.isatty():
+        yield
+        return
+    with progress(lambda fraction, work: print(f"\r{100 * fraction:3.0f} % {work:.60}", end="", file=sys.stderr)):
+        yield
+    print(file=sys.stderr)
 
 
 def poll(fraction: float, work: bytes) -> bool:

@@ -61,7 +61,15 @@ void py_BindConnect(nb::module_& module) {
               counts[i] = static_cast<int>((*self.rows)[i].size());
             return py_Array(std::move(counts));
           },
-          nb::rv_policy::automatic, nb::sig("def counts(self) -> numpy.typing.NDArray[numpy.int32]"));
+          nb::rv_policy::automatic, nb::sig("def counts(self) -> numpy.typing.NDArray[numpy.int32]"))
+      .def(
+          "to_scipy",
+          [](nb::handle self, nb::handle shape) {
+            return nb::module_::import_("coregeometry._columns").attr("to_scipy")(self, shape);
+          },
+          nb::arg("shape") = nb::none(),
+          nb::sig("def to_scipy(self, shape: tuple[int, int] | None = None) -> typing.Any"),
+          "A scipy.sparse.csr_array of ones that shares both arrays.");
   auto mesh = nb::borrow<nb::class_<py_Mesh>>(nb::type<py_Mesh>());
   const char* const across = "across: typing.Literal['face', 'edge', 'node'] = 'face') -> ";
   mesh.def(

@@ -4,6 +4,7 @@
 #include <BasicUtils/uti_OutputFile.h>
 #include <BasicUtils/wip_WIP.h>
 #include <CaeUtils/omu_PrimEnum.h>
+#include <CoreGeometry/fmt_MissingLibrary.h>
 #include <CoreGeometry/odiC_Exception.h>
 #include <stdexcept>
 
@@ -37,6 +38,8 @@ void Translate(const std::exception_ptr& thrown, void*) {
     Raise("BusyError", error);
   } catch (const uti_FileExistsException& error) {
     Raise("FileExistsError", error);
+  } catch (const fmt_MissingLibrary& error) {
+    Raise("MissingLibraryError", error);
   } catch (const nex_TextException& error) {
     Raise("DataError", error);
   } catch (const odiC_Exception& error) {
