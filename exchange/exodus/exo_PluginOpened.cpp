@@ -19,7 +19,7 @@ fs::path PluginFile() {
 
 [[noreturn]] void Fail(const fs::path& file, const cow_String& why) {
   throw fmt_MissingLibrary("Exodus II files need the plug-in " + file.string() + ", which " + why
-                          + "; install the package " + kPackage + " of version " CORE_GEOMETRY_VERSION);
+                           + "; install the package " + kPackage + " of version " CORE_GEOMETRY_VERSION);
 }
 
 const exo_Functions& Open() {

@@ -2,8 +2,6 @@
 
 from __future__ import annotations
 
-import base64
-import html
 from collections.abc import Sequence
 from dataclasses import fields, is_dataclass
 from typing import Any
@@ -70,6 +68,9 @@ def to_scipy(rows: _core.Rows, shape: tuple[int, int] | None) -> Any:
 
 def html_of(mesh: _core.Mesh) -> str:
     """A table of the blocks and, of meshes that are not too large, a small picture; for notebooks."""
+    import base64
+    import html
+
     cells = [
         f"<tr><td>{i}</td><td>{html.escape(block.type)}</td><td>{block.num_elements}</td>"
         f"<td>{html.escape(block.category)}</td></tr>"

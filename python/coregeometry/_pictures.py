@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 import os
-import tempfile
 from collections.abc import Sequence
 from dataclasses import dataclass
 from math import inf
@@ -35,6 +34,8 @@ class Picture:
     @property
     def png(self) -> bytes:
         """The contents of a PNG file."""
+        import tempfile
+
         with tempfile.TemporaryDirectory() as folder:
             file = os.path.join(folder, "picture.png")
             self._canvas.write(file, False)
