@@ -46,6 +46,15 @@ private:
   CORE_GEOMETRY_API void CheckRows(std::size_t numValues, std::size_t columns) const;
 };
 
+/// Nodes that an edit made between old ones: weighted sums of them, in the order of the new nodes.
+struct bme_MadeNodes {
+  std::vector<unsigned> starts{0}; ///< of each one in `parents`, and the end
+  std::vector<unsigned> parents;   ///< old nodes, ascending
+  std::vector<double> weights;
+
+  bool IsEmpty() const noexcept { return starts.size() < 2; }
+};
+
 /// Where the nodes, elements and element classes of a mesh went. Lists, sets and notes of the old mesh become
 /// those of the new one by the functions below; arrays by bme_IndexMap::SendRows.
 ///
@@ -62,6 +71,7 @@ struct bme_Renumbering {
 
   bme_IndexMap nodes, elements, classes;
   std::vector<unsigned char> turns{}; ///< of each old element; empty when none was turned
+  bme_MadeNodes made{};               ///< those of the new nodes without an old one that lie between others
 
   CORE_GEOMETRY_API static bme_Renumbering Identity(const bme_Mesh& mesh);
   CORE_GEOMETRY_API bme_Renumbering Then(const bme_Renumbering& next) const;
@@ -81,6 +91,9 @@ struct bme_SentSet {
   std::vector<int> entries;
 };
 
+/// Of elements that became several, all of these are in the set, and the faces and edges of theirs that lie on old ones.
+/// Nodes that were made join a set of nodes that has all those they lie between.
+///
 /// Items that are gone, or came twice, are left out, and so are subsets without items. What was ascending
 /// is ascending again; other subsets keep their order. Subsets of other meshes stay as they are.
 CORE_GEOMETRY_API bme_SentSet bme_Send(const rgnC_SetData& set, const bme_Renumbering& renumbering,

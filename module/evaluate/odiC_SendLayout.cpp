@@ -37,6 +37,20 @@ std::vector<int> Exchanged(const shp_Shape& shape, std::span<const int> reversal
   return from;
 }
 
+/// The same corners for the same face numbers, as types of another order have.
+bool HaveSameFaces(const bme_ElementClass& a, const bme_ElementClass& b) {
+  const shp_Shape *one = a.Shape(), *other = b.Shape();
+  if (!one || !other || one->NumGeomDims() != 3
+      || !std::ranges::equal(one->CornersPerFace(), other->CornersPerFace()))
+    return false;
+  for (int face = 0; face < one->NumFaces(); ++face) {
+    const auto count = static_cast<std::size_t>(one->CornersPerFace()[static_cast<std::size_t>(face)]);
+    if (!std::ranges::equal(one->FaceNodes(face).first(count), other->FaceNodes(face).first(count)))
+      return false;
+  }
+  return true;
+}
+
 std::vector<int> Numbered(int count) {
   std::vector<int> numbers(static_cast<std::size_t>(count));
   std::iota(numbers.begin(), numbers.end(), 0);
@@ -116,11 +130,35 @@ void odiC_LayoutSender::SendNodes(const odiC_LayoutBlock& block) {
       const int isOther = map.from[static_cast<std::size_t>(sent)] == node ? 0 : 1;
       entries.push_back({sent, 0, isOther, static_cast<int>(i), at, 0, 0});
     }
+    AddMade(block, i, entries);
   }
   for (auto& [region, entries] : byRegion) {
     odiC_LayoutBlock made = block;
     made.region = region;
     Add(made, entries, new_.NodeData().NumNodes());
+  }
+}
+
+/// Nodes that were made between nodes that all have values.
+void odiC_LayoutSender::AddMade(const odiC_LayoutBlock& block, std::size_t image,
+                                std::vector<Entry>& entries) {
+  const bme_Renumbering& map = *images_[image].renumbering;
+  std::size_t number = 0;
+  wip_Poll poll(65536);
+  for (std::size_t node = 0; node < map.nodes.from.size() && number + 1 < map.made.starts.size(); ++node) {
+    poll.Advance();
+    if (map.nodes.from[node] >= 0) continue;
+    odiC_SentLayout::Sum sum;
+    for (unsigned k = map.made.starts[number]; k < map.made.starts[number + 1]; ++k) {
+      sum.rows.push_back(block.Find(static_cast<int>(map.made.parents[k])));
+      sum.weights.push_back(map.made.weights[k]);
+    }
+    ++number;
+    if (std::ranges::find(sum.rows, -1) != sum.rows.end()) continue;
+    for (int& row : sum.rows) row += block.firstRow;
+    entries.push_back(
+        {static_cast<int>(node), 0, 0, static_cast<int>(image), -1 - static_cast<int>(sums_.size()), 0, 0});
+    sums_.push_back(std::move(sum));
   }
 }
 
@@ -161,17 +199,23 @@ void odiC_LayoutSender::SendToClass(const odiC_LayoutBlock& block, int newClass,
                                     std::vector<Entry>& entries) {
   const bme_ElementClass& oldType = old_.ElementData().GetClass(static_cast<unsigned>(block.classIndex));
   const bme_ElementClass& newType = new_.ElementData().GetClass(static_cast<unsigned>(newClass));
-  const bool isLike = oldType.ElemTypeLabel() == newType.ElemTypeLabel();
   odiC_LayoutBlock made = block;
   made.classIndex = newClass;
   made.region = region;
   const auto all = static_cast<std::size_t>(newType.NumElements());
+  const auto isPiece = [&](const Entry& entry) {
+    const std::vector<unsigned>& starts = successors_[static_cast<std::size_t>(entry.image)].starts;
+    return starts[entry.oldElement + 1] - starts[entry.oldElement] > 1;
+  };
   const auto isTurned = [&](const Entry& entry) {
     return turned_[static_cast<std::size_t>(entry.image)].TurnOf(entry.oldElement) != 0;
   };
+  const bool areWhole = std::ranges::none_of(entries, isPiece);
+  const bool isLike = areWhole && oldType.ElemTypeLabel() == newType.ElemTypeLabel();
   if (IsSolid(block.position) || (isLike && std::ranges::none_of(entries, isTurned)))
     return Add(made, entries, all);
-  if (isLike && block.HasFaces() && block.valuesPerEntity == 1) return Add(made, entries, all);
+  const bool hasSameFaces = isLike || (areWhole && HaveSameFaces(oldType, newType));
+  if (hasSameFaces && block.HasFaces() && block.valuesPerEntity == 1) return Add(made, entries, all);
   if (block.HasFaces())
     return LeaveOut(block, isLike ? "points of faces of turned elements are not known"
                                   : "the elements have other faces now");
@@ -258,7 +302,8 @@ void odiC_LayoutSender::Add(odiC_LayoutBlock block, std::vector<Entry>& entries,
     entities.push_back(entry.entity);
     facets.push_back(entry.facet);
     for (int point = 0; point < block.valuesPerEntity; ++point) {
-      sent.rows.push_back(block.firstRow + entry.at * block.valuesPerEntity + point);
+      sent.rows.push_back(entry.at < 0 ? entry.at
+                                       : block.firstRow + entry.at * block.valuesPerEntity + point);
       sent.images.push_back(entry.image);
     }
   }
@@ -298,6 +343,8 @@ odiC_SentLayout odiC_LayoutSender::Joined(const odiC_Layout& old) {
   joined.isSame = static_cast<int>(joined.rows.size()) == old.numRows && joined.images.empty();
   for (std::size_t i = 0; i < joined.rows.size() && joined.isSame; ++i)
     joined.isSame = joined.rows[i] == static_cast<int>(i);
+  joined.sums = std::move(sums_);
+  sums_.clear();
   blocks_.clear();
   return joined;
 }

@@ -5,10 +5,16 @@
 #include <CoreGeometry/odiC_SendRun.h>
 #include <set>
 
-/// A layout of the new mesh, and for each of its rows the old one, and the image that it is of.
+/// A layout of the new mesh, and for each of its rows the old one, and the image that it is of. Rows of nodes that were
+/// made between others are sums of old rows.
 struct odiC_SentLayout {
+  struct Sum {
+    std::vector<int> rows;
+    std::vector<double> weights;
+  };
   odiC_Layout layout;
-  std::vector<int> rows;
+  std::vector<int> rows; ///< -1 - k for the sum k
+  std::vector<Sum> sums;
   std::vector<int> images; ///< none when all are of the first
   bool isSame = false;     ///< every row is where it was
 };
@@ -35,6 +41,7 @@ private:
     std::vector<int> rows, images;
   };
 
+  void AddMade(const odiC_LayoutBlock& block, std::size_t image, std::vector<Entry>& entries);
   void SendRegion(const odiC_LayoutBlock& block);
   void SendNodes(const odiC_LayoutBlock& block);
   void SendElements(const odiC_LayoutBlock& block);
@@ -56,6 +63,7 @@ private:
   std::set<cow_String>& remarks_;
   std::vector<Successors> successors_; ///< of each image
   std::vector<bme_TurnedFaces> turned_;
+  std::vector<odiC_SentLayout::Sum> sums_;
   std::vector<SentBlock> blocks_; ///< of the layout that is being sent
   std::map<int, odiC_SentLayout> known_;
 };

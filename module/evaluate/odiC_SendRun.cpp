@@ -105,15 +105,36 @@ private:
     for (std::size_t plane = 0; plane < planes; ++plane)
       wip_InBlocks(sent.rows.size(), kBlock, [&](std::size_t first, std::size_t end) {
         block.resize((end - first) * width);
+        const std::span<const T> all = old.Const().subspan(plane * oldRows * width, oldRows * width);
         for (std::size_t i = first; i < end; ++i) {
-          const T* row =
-              old.Const().data() + (plane * oldRows + static_cast<std::size_t>(sent.rows[i])) * width;
-          std::copy_n(row, width, block.data() + (i - first) * width);
+          T* const to = block.data() + (i - first) * width;
+          if (sent.rows[i] < 0)
+            Add(sent.sums[static_cast<std::size_t>(-1 - sent.rows[i])], all, width, to);
+          else
+            std::copy_n(all.data() + static_cast<std::size_t>(sent.rows[i]) * width, width, to);
         }
         const std::size_t at = plane * sent.rows.size() + first;
         Put<T>(sent, variable, first, block, made.subspan(at * newWidth, (end - first) * newWidth));
       });
     return values;
+  }
+
+  /// Of whole numbers the one that all have, or none.
+  template<class T>
+  static void Add(const odiC_SentLayout::Sum& sum, std::span<const T> all, std::size_t width, T* to) {
+    for (std::size_t k = 0; k < width; ++k) {
+      const auto at = [&](std::size_t i) { return all[static_cast<std::size_t>(sum.rows[i]) * width + k]; };
+      if constexpr (std::is_same_v<T, int>) {
+        to[k] = at(0);
+        for (std::size_t i = 1; i < sum.rows.size(); ++i)
+          if (at(i) != at(0)) to[k] = odiC_kMissingInteger;
+      } else {
+        double value = 0;
+        for (std::size_t i = 0; i < sum.rows.size(); ++i)
+          value += sum.weights[i] * static_cast<double>(at(i));
+        to[k] = static_cast<T>(value);
+      }
+    }
   }
 
   /// Rows from the first one on, which come image by image.

@@ -23,7 +23,7 @@ offer_fish() {
   fish --no-config -c "source $scripts/coregeometry.fish; complete -C 'coregeometry $*'" | cut -f 1
 }
 
-mapfile -t commands < <("$tool" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
+mapfile -t commands < <("$tool" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z-]*\) .*/\1/p')
 ((${#commands[@]} > 15))
 for command in "${commands[@]}"; do
   mapfile -t options < <("$tool" "$command" --help | grep -oE '^  (-[a-z],)?--[a-z-]+' | grep -oE '\-\-[a-z-]+')

@@ -1,4 +1,5 @@
-// coregeometry extract, combine, merge, clean, renumber, transform and quality, as a user runs them.
+// coregeometry extract, combine, merge, clean, renumber, transform, order, split-elements, refine and quality, as a user
+// runs them.
 #include "ExodusWriter.h"
 #include "ToolRun.h"
 
@@ -16,13 +17,18 @@ TEST(Editing, ResultsAreSoundAndTheOldModelStaysUnlessItIsReplaced) {
   const Words edits[] = {{"clean"},
                          {"merge", "--tolerance", "1e-7"},
                          {"renumber", "--order", "curve", "--nodes-from", "10", "--step", "5"},
+                         {"order", "--quadratic"},
+                         {"split-elements"},
+                         {"refine"},
                          {"transform", "--mirror", "1,0,0", "--rotate", "40", "--axis", "0,1,1"}};
   for (const Words& edit : edits) {
     const std::string made = folder / (edit[0] + ".cgdb");
     Words all{edit[0], model, "-o", made};
     all.insert(all.end(), edit.begin() + 1, edit.end());
     const json facts = ToolFacts(all);
-    EXPECT_EQ(facts["remarks"].size(), edit[0] == "transform" ? 1U : 0U); // of mirrored vectors
+    // of mirrored vectors, of integration points that elements have no more
+    EXPECT_EQ(facts["remarks"].size(),
+              edit[0] == "clean" || edit[0] == "merge" || edit[0] == "renumber" ? 0U : 1U);
     EXPECT_EQ(RunTool({"check", made}).exitCode, 0) << edit[0];
     const json after = ToolFacts({"measure", made, "--thickness", "1", "--section-area", "1"});
     EXPECT_NEAR(after["groups"][0]["volume"]["total"].get<double>(),
@@ -66,6 +72,8 @@ TEST(Editing, ResultsAreSoundAndTheOldModelStaysUnlessItIsReplaced) {
       {{"clean", model, "-o", two}, 1, "two.cgdb"},
       {{"extract", model, "-o", folder / "n.cgdb", "--set", "nothing"}, 1, "has no set \"nothing\""},
       {{"transform", model, "-o", folder / "n.cgdb"}, 2, "give --translate"},
+      {{"order", model, "-o", folder / "n.cgdb"}, 2, "give --quadratic or --linear"},
+      {{"order", model, "-o", folder / "n.cgdb", "--quadratic", "--map", "C3D8"}, 2, "write TYPE=TYPE"},
       {{"combine", model, model, "-o", folder / "n.cgdb", "--labels", "keep"}, 1, "node label"},
       {{"quality", model, "--require", "beauty=1"}, 2, "no measure is called beauty"}};
   for (const Case& one : cases) {

@@ -21,5 +21,9 @@ using bme_Classes = std::vector<std::unique_ptr<bme_ElementClass>>;
 /// old positions, whose stack directions it takes over. No labels yet.
 std::unique_ptr<bme_ElementClass> bme_ClassLike(const bme_ElementClass& old, std::span<const int> positions,
                                                 cow_ArrayCOW<int> connectivity);
+/// The same, of another type.
+std::unique_ptr<bme_ElementClass> bme_ClassLike(const bme_ElementClass& old, std::span<const int> positions,
+                                                cow_ArrayCOW<int> connectivity, const cow_String& type,
+                                                std::size_t columns);
 /// Identifier, type and placement of the old mesh.
 bme_Mesh bme_MeshLike(const bme_Mesh& old, const bme_NodeData& nodes, bme_Classes classes);

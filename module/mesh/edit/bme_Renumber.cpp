@@ -44,9 +44,14 @@ std::vector<int> bme_AllElementLabels(const bme_ElementData& elements) {
 
 std::unique_ptr<bme_ElementClass> bme_ClassLike(const bme_ElementClass& old, std::span<const int> positions,
                                                 cow_ArrayCOW<int> connectivity) {
-  const auto columns = static_cast<std::size_t>(old.NumNodesPerElem());
-  auto made = std::make_unique<bme_ElementClass>(old.ElemTypeLabel(),
-                                                 cls_xp2DArrayInt(columns, std::move(connectivity)));
+  return bme_ClassLike(old, positions, std::move(connectivity), old.ElemTypeLabel(),
+                       static_cast<std::size_t>(old.NumNodesPerElem()));
+}
+
+std::unique_ptr<bme_ElementClass> bme_ClassLike(const bme_ElementClass& old, std::span<const int> positions,
+                                                cow_ArrayCOW<int> connectivity, const cow_String& type,
+                                                std::size_t columns) {
+  auto made = std::make_unique<bme_ElementClass>(type, cls_xp2DArrayInt(columns, std::move(connectivity)));
   made->SetElemControlParams(old.GetElemControlParams());
   made->SetCategoryLabel(old.CategoryLabel());
   made->SetOrientationFreq(old.OrientationFreq());

@@ -1,11 +1,14 @@
 #include <CoreGeometry/bme_Renumbering.h>
 
+#include "bme_Pieces.h"
+
 #include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/bme_Turned.h>
 #include <CoreGeometry/rgnC_Facet.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
 #include <compare>
+#include <map>
 #include <numeric>
 
 bme_IndexMap bme_IndexMap::Identity(std::size_t count) {
@@ -88,9 +91,50 @@ bme_Renumbering bme_Renumbering::Identity(const bme_Mesh& mesh) {
           bme_IndexMap::Identity(mesh.ElementData().NumClasses())};
 }
 
+namespace {
+/// What one edit after the other made, as sums of the nodes before both.
+bme_MadeNodes MadeBy(const bme_Renumbering& first, const bme_Renumbering& next) {
+  bme_MadeNodes both;
+  if (first.made.IsEmpty() && next.made.IsEmpty()) return both;
+  std::vector<int> madeAt(first.nodes.from.size(), -1); // in the first edit
+  int count = 0;
+  for (std::size_t i = 0; i < madeAt.size(); ++i)
+    if (first.nodes.from[i] < 0) madeAt[i] = count++;
+  std::map<unsigned, double> sum;
+  const auto add = [&](std::size_t node, double weight) {
+    if (first.nodes.from[node] >= 0) {
+      sum[static_cast<unsigned>(first.nodes.from[node])] += weight;
+      return;
+    }
+    const auto made = static_cast<std::size_t>(madeAt[node]);
+    if (made + 1 >= first.made.starts.size()) return;
+    for (std::size_t k = first.made.starts[made]; k < first.made.starts[made + 1]; ++k)
+      sum[first.made.parents[k]] += weight * first.made.weights[k];
+  };
+  std::size_t own = 0; // made by the next edit
+  for (const int node : next.nodes.from) {
+    sum.clear();
+    if (node >= 0 && first.nodes.from[static_cast<std::size_t>(node)] >= 0) continue;
+    if (node >= 0) {
+      add(static_cast<std::size_t>(node), 1);
+    } else if (own + 1 < next.made.starts.size()) {
+      for (std::size_t k = next.made.starts[own]; k < next.made.starts[own + 1]; ++k)
+        add(next.made.parents[k], next.made.weights[k]);
+      ++own;
+    }
+    for (const auto& [parent, weight] : sum) {
+      both.parents.push_back(parent);
+      both.weights.push_back(weight);
+    }
+    both.starts.push_back(static_cast<unsigned>(both.parents.size()));
+  }
+  return both;
+}
+} // namespace
+
 bme_Renumbering bme_Renumbering::Then(const bme_Renumbering& next) const {
   bme_Renumbering both{nodes.Then(next.nodes), elements.Then(next.elements), classes.Then(next.classes),
-                       turns};
+                       turns, MadeBy(*this, next)};
   if (next.turns.empty()) return both;
   both.turns.resize(elements.to.size(), 0);
   for (std::size_t i = 0; i < both.turns.size(); ++i)
@@ -145,7 +189,8 @@ void LeaveOutRepeated(std::vector<Entry>& entries, bool isAscending) {
 class SetSender {
 public:
   SetSender(const bme_Renumbering& renumbering, const bme_Mesh& oldMesh, const bme_Mesh& newMesh)
-      : renumbering_(renumbering), old_(oldMesh), new_(newMesh), turned_(oldMesh, renumbering) {}
+      : renumbering_(renumbering), old_(oldMesh), new_(newMesh), turned_(oldMesh, renumbering),
+        pieces_(oldMesh, renumbering, newMesh) {}
 
   bme_SentSet Send(const rgnC_SetData& set) {
     bme_SentSet sent;
@@ -187,13 +232,20 @@ private:
     std::vector<Entry> entries;
     entries.reserve(ids.size());
     wip_Poll poll(65536);
-    for (std::size_t i = 0; i < ids.size(); ++i) {
+    const bool arePieces = !areNodes && pieces_.AreThere();
+    for (std::size_t i = 0; i < ids.size() && arePieces; ++i) {
+      poll.Advance();
+      SendPieces(subset.SubsetType(), ids[i], facets.empty() ? -1 : facets[i], first + static_cast<int>(i),
+                 entries);
+    }
+    for (std::size_t i = 0; i < ids.size() && !arePieces; ++i) {
       poll.Advance();
       const auto id = static_cast<std::size_t>(static_cast<unsigned>(ids[i]));
       if (id >= to.size() || to[id] < 0) continue;
       entries.push_back({to[id], facets.empty() ? -1 : SendFacet(subset.SubsetType(), ids[i], facets[i]),
                          first + static_cast<int>(i)});
     }
+    if (areNodes) JoinMade(ids, first, entries);
     LeaveOutRepeated(entries, std::ranges::is_sorted(ids));
     if (areNodes) return AddSome(subset, rgnC_SubsetData::kNoClass, entries, sent);
     // subset by subset as classes come, each once
@@ -224,6 +276,37 @@ private:
         sent, old);
   }
 
+  /// Nodes that were made between nodes of the set; what is noted of one is that of the first one that it lies between.
+  void JoinMade(std::span<const int> ids, int first, std::vector<Entry>& entries) const {
+    const bme_MadeNodes& made = renumbering_.made;
+    if (made.IsEmpty()) return;
+    std::vector<int> at(renumbering_.nodes.to.size(), -1);
+    for (std::size_t i = 0; i < ids.size(); ++i)
+      if (static_cast<std::size_t>(static_cast<unsigned>(ids[i])) < at.size())
+        at[static_cast<std::size_t>(ids[i])] = static_cast<int>(i);
+    std::size_t number = 0;
+    for (std::size_t node = 0; node < renumbering_.nodes.from.size(); ++node) {
+      if (renumbering_.nodes.from[node] >= 0 || number + 1 >= made.starts.size()) continue;
+      const auto parents =
+          std::span(made.parents).subspan(made.starts[number], made.starts[number + 1] - made.starts[number]);
+      ++number;
+      if (std::ranges::all_of(parents, [&](unsigned parent) { return at[parent] >= 0; }))
+        entries.push_back({static_cast<int>(node), -1, first + at[parents[0]]});
+    }
+  }
+
+  void SendPieces(res_SetTypeEnm type, int element, int facet, int old, std::vector<Entry>& entries) {
+    const auto index = static_cast<unsigned>(element);
+    const bool isEdge = type == res_SURFACE_EDGE;
+    if (facet < 0 || (!isEdge && type != res_SURFACE_SET && type != res_SURFACE_FACET)) {
+      for (const unsigned piece : pieces_.Of(index)) entries.push_back({static_cast<int>(piece), facet, old});
+      return;
+    }
+    pieces_.ForEachOn(index, facet, isEdge, [&](unsigned piece, int pieceFacet) {
+      entries.push_back({static_cast<int>(piece), pieceFacet, old});
+    });
+  }
+
   int SendFacet(res_SetTypeEnm type, int element, int facet) {
     const auto index = static_cast<unsigned>(element);
     const shp_Shape* shape = turned_.ShapeOf(index);
@@ -237,11 +320,13 @@ private:
   const bme_Renumbering& renumbering_;
   const bme_Mesh &old_, &new_;
   bme_TurnedFaces turned_;
+  bme_Pieces pieces_;
 };
 
 bool KeepsEverything(const bme_Renumbering& renumbering, const bme_Mesh& oldMesh, const bme_Mesh& newMesh) {
-  return renumbering.turns.empty() && oldMesh.Id() == newMesh.Id() && renumbering.nodes.IsIdentity()
-         && renumbering.elements.IsIdentity() && renumbering.classes.IsIdentity();
+  return renumbering.turns.empty() && renumbering.made.IsEmpty() && oldMesh.Id() == newMesh.Id()
+         && renumbering.nodes.IsIdentity() && renumbering.elements.IsIdentity()
+         && renumbering.classes.IsIdentity();
 }
 
 /// The rows of an annotation for the entries that are left; false when it did not fit them before.

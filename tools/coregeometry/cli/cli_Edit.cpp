@@ -86,6 +86,17 @@ std::vector<unsigned> cli_FacesOfSet(const cli_EditSource& source, const cow_Str
   return OfSet<bme_FEMFaceList>(source, set);
 }
 
+std::map<cow_String, cow_String> cli_TypeChoice(const std::vector<std::string>& words) {
+  std::map<cow_String, cow_String> types;
+  for (const std::string& word : words) {
+    const std::size_t equals = word.find('=');
+    if (equals == std::string::npos || equals == 0 || equals + 1 == word.size())
+      throw cli_UsageError("--map " + word + ": write TYPE=TYPE, such as C3D8=C3D27");
+    types[word.substr(0, equals)] = word.substr(equals + 1);
+  }
+  return types;
+}
+
 cli_Json cli_ElementLabelList(const cli_EditSource& source, std::vector<unsigned> elements) {
   return bme_CompactLabels(bme_FEMElemList(source.all.mesh, std::move(elements)).Labels());
 }

@@ -30,6 +30,9 @@ std::vector<unsigned> cli_ElementsOfSet(const cli_EditSource& source, const cow_
 std::vector<unsigned> cli_NodesOfSet(const cli_EditSource& source, const cow_String& set);
 std::vector<unsigned> cli_FacesOfSet(const cli_EditSource& source, const cow_String& set);
 
+/// Of "C3D8=C3D27" ...; cli_UsageError for other words.
+std::map<cow_String, cow_String> cli_TypeChoice(const std::vector<std::string>& words);
+
 /// Labels as "1:100:2,205".
 cli_Json cli_ElementLabelList(const cli_EditSource& source, std::vector<unsigned> elements);
 cli_Json cli_NodeLabelList(const cli_EditSource& source, std::vector<unsigned> nodes);
