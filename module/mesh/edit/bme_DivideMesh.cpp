@@ -3,6 +3,7 @@
 #include "bme_ClassWalk.h"
 #include "bme_Making.h"
 #include "bme_NodeMaker.h"
+#include "bme_RefinedPieces.h"
 #include "bme_TypeLike.h"
 
 #include <BasicUtils/thr_ThreadSingleton.h>
@@ -17,12 +18,7 @@ const shp_Shape* ShapeOf(const cow_String& label) {
   return thr_ThreadSingleton<shp_ShapeDictionary>::Instance().GetShape(label);
 }
 
-/// Places in the iso coordinates of an element: the corners of a piece of it, or all its nodes.
-using Piece = std::vector<shp_IsoPoint>;
-
-shp_IsoPoint Middle(const shp_IsoPoint& a, const shp_IsoPoint& b) {
-  return {(a[0] + b[0]) / 2, (a[1] + b[1]) / 2, (a[2] + b[2]) / 2};
-}
+using Piece = bme_Piece;
 
 /// For each node of the shape the corner functions of a linear element there.
 std::vector<std::vector<double>> CornerWeights(const shp_Shape& shape, std::size_t numCorners) {
@@ -313,7 +309,8 @@ public:
     for (const auto& ends : known_) {
       Piece piece;
       for (const auto& [a, b] : ends)
-        piece.push_back(Middle(corners_[static_cast<std::size_t>(a)], corners_[static_cast<std::size_t>(b)]));
+        piece.push_back(
+            bme_Middle(corners_[static_cast<std::size_t>(a)], corners_[static_cast<std::size_t>(b)]));
       pieces.push_back(std::move(piece));
     }
     return pieces;
@@ -398,68 +395,6 @@ bme_Edited bme_SplitElements(const bme_MeshAndSets& source, const bme_TypeChoice
 }
 
 namespace {
-/// Half the size, one at each corner: of lines, quadrilaterals, hexahedra.
-std::vector<Piece> CornerPieces(const Piece& corners) {
-  std::vector<Piece> pieces;
-  for (const shp_IsoPoint& corner : corners) {
-    Piece piece;
-    for (const shp_IsoPoint& other : corners) piece.push_back(Middle(corner, other));
-    pieces.push_back(std::move(piece));
-  }
-  return pieces;
-}
-
-/// Those at the corners, and the one between them.
-std::vector<Piece> TrianglePieces(const Piece& c) {
-  std::vector<Piece> pieces = CornerPieces(c);
-  pieces.push_back({Middle(c[0], c[1]), Middle(c[1], c[2]), Middle(c[2], c[0])});
-  return pieces;
-}
-
-/// Four at the corners, and three times the four of the octahedron between them, about each of its diagonals.
-std::vector<Piece> TetrahedronPieces(const Piece& c) {
-  std::vector<Piece> pieces = CornerPieces(c);
-  const auto mid = [&](std::size_t a, std::size_t b) { return Middle(c[a], c[b]); };
-  // a diagonal from the middle of one edge to that of the opposite one, and the loop about it
-  const shp_IsoPoint diagonals[3][6] = {{mid(0, 1), mid(2, 3), mid(0, 2), mid(1, 2), mid(1, 3), mid(0, 3)},
-                                        {mid(1, 2), mid(0, 3), mid(0, 1), mid(0, 2), mid(2, 3), mid(1, 3)},
-                                        {mid(0, 2), mid(1, 3), mid(1, 2), mid(0, 1), mid(0, 3), mid(2, 3)}};
-  for (const auto& d : diagonals)
-    for (std::size_t k = 0; k < 4; ++k) {
-      const shp_IsoPoint &a = d[0], &b = d[1], &from = d[2 + k], &to = d[2 + (k + 1) % 4];
-      double m[3][3];
-      for (std::size_t i = 0; i < 3; ++i) {
-        m[0][i] = b[i] - a[i];
-        m[1][i] = from[i] - a[i];
-        m[2][i] = to[i] - a[i];
-      }
-      const double volume = m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1])
-                            - m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0])
-                            + m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]);
-      pieces.push_back(volume > 0 ? Piece{a, b, from, to} : Piece{a, b, to, from});
-    }
-  return pieces;
-}
-
-std::vector<Piece> WedgePieces(const Piece& c) {
-  const std::vector<Piece> below = TrianglePieces({c[0], c[1], c[2]}),
-                           above = TrianglePieces({c[3], c[4], c[5]});
-  std::vector<Piece> pieces;
-  for (std::size_t i = 0; i < below.size(); ++i)
-    for (const double level : {0.0, 0.5}) {
-      Piece piece;
-      for (const double end : {level, level + 0.5})
-        for (std::size_t k = 0; k < 3; ++k) {
-          shp_IsoPoint p;
-          for (std::size_t axis = 0; axis < 3; ++axis)
-            p[axis] = below[i][k][axis] * (1 - end) + above[i][k][axis] * end;
-          piece.push_back(p);
-        }
-      pieces.push_back(std::move(piece));
-    }
-  return pieces;
-}
-
 /// Which of the diagonals between middles of opposite edges is the shortest.
 int ShortestDiagonal(std::span<const int> row, std::span<const float> xyz) {
   constexpr int kEnds[3][4] = {{0, 1, 2, 3}, {1, 2, 0, 3}, {0, 2, 1, 3}};
@@ -498,10 +433,7 @@ bme_Edited bme_RefineMesh(const bme_MeshAndSets& source) {
     const shp_Shape& shape = *type.Shape();
     const Piece corners = CornersOf(shape);
     const bool isTetrahedron = shape.NumGeomDims() == 3 && corners.size() == 4;
-    std::vector<Piece> pieces = isTetrahedron         ? TetrahedronPieces(corners)
-                                : corners.size() == 3 ? TrianglePieces(corners)
-                                : corners.size() == 6 ? WedgePieces(corners)
-                                                      : CornerPieces(corners);
+    std::vector<Piece> pieces = bme_RefinedPieces(corners, shape.NumGeomDims());
     for (Piece& piece : pieces) piece = Placed(piece, shape);
     std::vector<int> all(isTetrahedron ? 8 : pieces.size());
     std::iota(all.begin(), all.end(), 0);
