@@ -2,6 +2,7 @@
 #pragma once
 
 #include <CoreGeometry/CoreGeometryExport.h>
+#include <CoreGeometry/bme_FEMEdgeList.h>
 #include <CoreGeometry/bme_FEMElemList.h>
 #include <CoreGeometry/bme_FEMFaceList.h>
 #include <CoreGeometry/bme_FEMNodeList.h>
@@ -82,6 +83,8 @@ CORE_GEOMETRY_API bme_FEMNodeList bme_Send(const bme_FEMNodeList& nodes, const b
 CORE_GEOMETRY_API bme_FEMElemList bme_Send(const bme_FEMElemList& elements,
                                            const bme_Renumbering& renumbering, bme_LastingMesh newMesh);
 CORE_GEOMETRY_API bme_FEMFaceList bme_Send(const bme_FEMFaceList& faces, const bme_Renumbering& renumbering,
+                                           bme_LastingMesh newMesh);
+CORE_GEOMETRY_API bme_FEMEdgeList bme_Send(const bme_FEMEdgeList& edges, const bme_Renumbering& renumbering,
                                            bme_LastingMesh newMesh);
 
 /// Contents of a set of the new mesh, and for each of its entries the old one, both counted through all

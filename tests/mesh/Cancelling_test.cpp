@@ -1,6 +1,9 @@
 // Long work asks the channel of its thread whether to stop; work that is stopped leaves everything as it was.
 #include "EntityMeshes.h"
 
+#include <CoreGeometry/bme_CleanMesh.h>
+#include <CoreGeometry/bme_CombineMeshes.h>
+#include <CoreGeometry/bme_DivideMesh.h>
 #include <CoreGeometry/bme_ElementLocator.h>
 #include <CoreGeometry/bme_ExternalEdges.h>
 #include <CoreGeometry/bme_FEMConnect.h>
@@ -8,6 +11,8 @@
 #include <CoreGeometry/bme_FEMNodeList.h>
 #include <CoreGeometry/bme_FaceTriangles.h>
 #include <CoreGeometry/bme_Measures.h>
+#include <CoreGeometry/bme_RenumberMesh.h>
+#include <CoreGeometry/gsl_Matrix.h>
 #include <CoreGeometry/gsl_Travel.h>
 #include <CoreGeometry/gsl_TriTriDirDist.h>
 #include <CoreGeometry/gsl_Vector.h>
@@ -28,6 +33,13 @@ public:
 
 /// Numbers that tell one result of a piece of work from another.
 using Result = std::vector<double>;
+Result Of(const bme_Edited& edited) {
+  const auto xyz = edited.result.mesh.NodeData().Coordinates().Const();
+  Result all(xyz.begin(), xyz.end());
+  for (const int node : edited.result.mesh.ElementData().GetClass(0).ElementConnectivity().Const())
+    all.push_back(node);
+  return all;
+}
 Result Of(const bme_Adjacency& rows) { return {rows.items.begin(), rows.items.end()}; }
 template<class List> Result Of(const List& list) { return {list.begin(), list.end()}; }
 
@@ -58,7 +70,21 @@ TEST(Cancelling, WorkThatMayLastAsksAndLeavesEverythingWhenItIsStopped) {
   const std::vector<float> values(std::size_t{8} * 20000, 2.5F);
   constexpr auto kPoints = res_INTEGRATION_POINT;
 
+  const bme_MeshAndSets edit{*mesh};
+  std::vector<unsigned> half(all.begin(), all.begin() + 10000);
+  const double turned[4][4] = {{0, 1, 0, 0}, {1, 0, 0, 0}, {0, 0, 2, 0}, {0, 0, 0, 1}};
+
   const Work works[] = {
+      {"extracted elements", [&] { return Of(bme_ExtractElements(edit, half)); }, 2},
+      {"extracted faces", [&] { return Of(bme_ExtractFaces(edit, outside.Words())); }, 1},
+      {"clean", [&] { return Of(bme_Edited(bme_CleanMesh(edit))); }, 10},
+      {"merged nodes", [&] { return Of(bme_Edited(bme_MergeNodes(edit, {.tolerance = 1.01}))); }, 2},
+      {"low bandwidth", [&] { return Of(bme_ReorderMesh({*mesh}, bme_NodeOrder::Bandwidth)); }, 2},
+      {"along a curve", [&] { return Of(bme_ReorderMesh(edit, bme_NodeOrder::Curve)); }, 2},
+      {"transformed", [&] { return Of(bme_TransformMesh(edit, gsl_Matrix(turned))); }, 1},
+      {"quadratic", [&] { return Of(bme_ChangeOrder(edit, true)); }, 3},
+      {"split", [&] { return Of(bme_SplitElements(edit)); }, 3},
+      {"refined", [&] { return Of(bme_RefineMesh(edit)); }, 3},
       {"elements of nodes", [&] { return Of(bme_FEMConnect(*mesh).ElementsOfNodes()); }, 6},
       {"neighbours across nodes", [&] { return Of(bme_FEMConnect(*mesh).Neighbours(bme_Across::Node)); }, 3},
       {"neighbours across edges", [&] { return Of(bme_FEMConnect(*mesh).Neighbours(bme_Across::Edge)); }, 5},

@@ -97,6 +97,15 @@ double SizeOf(const bme_Mesh& mesh) {
   return measures.length.SignedTotal() + 10 * measures.area.SignedTotal()
          + 100 * measures.volume.SignedTotal();
 }
+std::set<std::pair<int, int>> EndsOf(const bme_FEMEdgeList& edges) {
+  std::set<std::pair<int, int>> ends;
+  for (std::size_t i = 0; i < edges.Count(); ++i) {
+    const bme_LocalNodes nodes = edges.EdgeNodes(i);
+    const std::pair<int, int> both = std::minmax({nodes.Nodes().front(), nodes.Nodes().back()});
+    if (both.first != both.second) ends.insert(both);
+  }
+  return ends;
+}
 std::size_t NumOutside(const bme_Mesh& mesh) {
   return bme_ComputeFaces(bme_FEMElemList::All(mesh))->external.Count();
 }
@@ -145,13 +154,19 @@ TEST_F(bme_DivideMeshTest, SizesSetsAndNeighboursStayTheSame) {
       for (unsigned i = 0; i < after.mesh.NodeData().NumNodes(); ++i)
         numLow += after.mesh.NodeData()[i].y == 0;
       EXPECT_EQ(low.Count(), numLow);
+      EXPECT_EQ(bme_Send(bme_FEMNodeList::FromSet(before.mesh, before.sets[0].data), map, after.mesh), low);
       const auto some = bme_FEMElemList::FromSet(before.mesh, before.sets[1].data),
                  now = bme_FEMElemList::FromSet(after.mesh, after.sets[1].data);
+      EXPECT_EQ(bme_Send(some, map, after.mesh), now);
       for (unsigned e = 0; e < after.mesh.ElementData().NumElements(); ++e)
         EXPECT_EQ(now.Contains(e), some.Contains(static_cast<unsigned>(map.elements.from[e]))) << e;
       if (before.sets.size() > 2) {
         const auto outside = bme_ComputeFaces(bme_FEMElemList::All(after.mesh))->external;
         EXPECT_EQ(bme_FEMFaceList::FromSet(after.mesh, after.sets[2].data), outside);
+        const auto faces = bme_FEMFaceList::FromSet(before.mesh, before.sets[2].data);
+        EXPECT_EQ(bme_Send(faces, map, after.mesh), outside);
+        const auto edges = bme_FEMEdgeList::OfFaces(faces), cut = bme_Send(edges, map, after.mesh);
+        EXPECT_EQ(EndsOf(cut).size(), EndsOf(edges).size() * (std::string(what).ends_with("refine") ? 2 : 1));
       }
     }
 }

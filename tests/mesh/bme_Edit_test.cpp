@@ -237,6 +237,9 @@ TEST_F(bme_EditTest, SetsLabelsAndSizesStayTheSameForEveryShape) {
     const auto faces = bme_FEMFaceList::FromSet(before.mesh, before.sets[2].data, bme_Unknown::Skip);
     EXPECT_EQ(bme_Send(faces, map, edited.result.mesh),
               bme_FEMFaceList::FromSet(edited.result.mesh, edited.result.sets[2].data, bme_Unknown::Skip));
+    const auto edges = bme_FEMEdgeList::FromSet(before.mesh, before.sets[3].data, bme_Unknown::Skip);
+    EXPECT_EQ(bme_Send(edges, map, edited.result.mesh),
+              bme_FEMEdgeList::FromSet(edited.result.mesh, edited.result.sets[3].data, bme_Unknown::Skip));
   }
 }
 

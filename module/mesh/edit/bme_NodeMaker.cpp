@@ -2,6 +2,7 @@
 
 #include "bme_Making.h"
 
+#include <BasicUtils/wip_Poll.h>
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -69,7 +70,9 @@ bme_NodeData bme_NodeMaker::Nodes(const bme_NodeData& old) const {
   cow_ArrayCOW<float> xyz(old.Coordinates().Const());
   xyz.Reserve(3 * (numOld_ + NumMade()));
   const std::span<const float> before = old.Coordinates().Const();
-  for (std::size_t made = 0; made < NumMade(); ++made)
+  wip_Poll poll(65536);
+  for (std::size_t made = 0; made < NumMade(); ++made) {
+    poll.Advance();
     for (std::size_t axis = 0; axis < 3; ++axis) {
       double sum = 0;
       for (std::size_t k = made_.starts[made]; k < made_.starts[made + 1]; ++k)
@@ -77,6 +80,7 @@ bme_NodeData bme_NodeMaker::Nodes(const bme_NodeData& old) const {
       const auto value = static_cast<float>(sum);
       xyz.Append(std::span(&value, 1));
     }
+  }
   bme_NodeData nodes(uti_CoordCont3D(std::move(xyz)), old.Dimension());
   if (!old.HasUserNodeLabels()) return nodes;
   std::vector<int> labels = bme_NodeLabels(old);

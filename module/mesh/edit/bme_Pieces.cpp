@@ -2,7 +2,6 @@
 
 #include "bme_ClassWalk.h"
 
-#include <CoreGeometry/rgnC_Facet.h>
 #include <algorithm>
 #include <numeric>
 
@@ -56,36 +55,45 @@ bool bme_Pieces::IsOn(int newNode, std::span<const int> oldNodes) const {
                      [&](unsigned parent) { return isOld(static_cast<int>(parent)); });
 }
 
-void bme_Pieces::ForEachOn(unsigned element, int facet, bool isEdge,
-                           const std::function<void(unsigned, int)>& visit) {
-  const bme_ElementClass& type = old_.ElementData().GetElemClass(element);
-  const shp_Shape* shape = type.Shape();
-  if (!shape) return;
-  const rgnC_Facet face = rgnC_FacetOf(*shape, facet);
-  const rgnC_EdgeFacet edge = rgnC_EdgeFacetOf(facet);
-  const std::span<const int> local =
-      isEdge ? shape->EdgeNodes(edge.face, edge.edge) : shape->FaceNodes(face.face);
+template<class Visit>
+void bme_Pieces::ForEachPiece(unsigned element, std::span<const int> local, std::span<const int> ends,
+                              std::size_t most, Visit visit) const {
+  const std::span<const int> oldRow = bme_Row(old_.ElementData().GetElemClass(element), element);
   std::vector<int> nodes;
-  for (const int node : local) nodes.push_back(bme_Row(type, element)[static_cast<std::size_t>(node)]);
+  for (const int node : local) nodes.push_back(oldRow[static_cast<std::size_t>(node)]);
   // faces of collapsed elements have others in them, which are lines and points
-  const std::span<const int> ends = isEdge ? local : bme_Corners(*shape, static_cast<unsigned>(face.face));
-  const std::size_t different =
-      std::min<std::size_t>(NumDifferent(ends, bme_Row(type, element)), isEdge ? 2 : 3);
+  const std::size_t different = std::min(NumDifferent(ends, oldRow), most);
   for (const unsigned piece : Of(element)) {
-    const bme_ElementClass& newType = new_.ElementData().GetElemClass(piece);
-    const shp_Shape* own = newType.Shape();
-    const std::span<const int> row = bme_Row(newType, piece);
-    const auto areOn = [&](std::span<const int> some) {
-      return NumDifferent(some, row) >= different && std::ranges::all_of(some, [&](int n) {
-               return IsOn(row[static_cast<std::size_t>(n)], nodes);
-             });
-    };
-    for (int f = 0; own && f < own->NumFaces(); ++f) {
-      if (!isEdge && areOn(bme_Corners(*own, static_cast<unsigned>(f))))
-        visit(piece, rgnC_FacetId(*own, {f, face.isBack}));
-      for (unsigned e = 0; isEdge && e < bme_NumEdges(*own, static_cast<unsigned>(f)); ++e)
-        if (areOn(own->EdgeNodes(f, static_cast<int>(e))))
-          visit(piece, rgnC_EdgeFacetId({f, static_cast<int>(e)}));
-    }
+    const bme_ElementClass& type = new_.ElementData().GetElemClass(piece);
+    const std::span<const int> row = bme_Row(type, piece);
+    if (const shp_Shape* shape = type.Shape())
+      visit(piece, *shape, [&](std::span<const int> some) {
+        return NumDifferent(some, row) >= different && std::ranges::all_of(some, [&](int n) {
+                 return IsOn(row[static_cast<std::size_t>(n)], nodes);
+               });
+      });
   }
+}
+
+void bme_Pieces::ForEachOnFace(unsigned element, const rgnC_Facet& face,
+                               const std::function<void(unsigned, int)>& visit) {
+  const shp_Shape* shape = old_.ElementData().GetElemClass(element).Shape();
+  if (!shape || face.face >= shape->NumFaces()) return;
+  ForEachPiece(element, shape->FaceNodes(face.face), bme_Corners(*shape, static_cast<unsigned>(face.face)), 3,
+               [&](unsigned piece, const shp_Shape& own, const auto& areOn) {
+                 for (unsigned f = 0; f < static_cast<unsigned>(own.NumFaces()); ++f)
+                   if (areOn(bme_Corners(own, f))) visit(piece, static_cast<int>(f));
+               });
+}
+
+void bme_Pieces::ForEachOnEdge(unsigned element, const rgnC_EdgeFacet& edge,
+                               const std::function<void(unsigned, const rgnC_EdgeFacet&)>& visit) {
+  const shp_Shape* shape = old_.ElementData().GetElemClass(element).Shape();
+  if (!shape) return;
+  const std::span<const int> local = shape->EdgeNodes(edge.face, edge.edge);
+  ForEachPiece(element, local, local, 2, [&](unsigned piece, const shp_Shape& own, const auto& areOn) {
+    for (int f = 0; f < std::max(own.NumFaces(), 1); ++f)
+      for (int e = 0; e < static_cast<int>(bme_NumEdges(own, static_cast<unsigned>(f))); ++e)
+        if (areOn(own.EdgeNodes(f, e))) visit(piece, {f, e});
+  });
 }

@@ -142,14 +142,48 @@ bme_Renumbering bme_Renumbering::Then(const bme_Renumbering& next) const {
   return both;
 }
 
+namespace {
+/// Calls visit(number of the made node, its index, nodes that it lies between).
+template<class Visit> void ForEachMade(const bme_Renumbering& renumbering, Visit visit) {
+  const bme_MadeNodes& made = renumbering.made;
+  std::size_t number = 0;
+  for (std::size_t node = 0; node < renumbering.nodes.from.size() && number + 1 < made.starts.size();
+       ++node) {
+    if (renumbering.nodes.from[node] >= 0) continue;
+    visit(
+        static_cast<int>(node),
+        std::span(made.parents).subspan(made.starts[number], made.starts[number + 1] - made.starts[number]));
+    ++number;
+  }
+}
+
+unsigned SentElement(const bme_Renumbering& renumbering, unsigned element) {
+  if (element >= renumbering.elements.to.size())
+    throw nex_OutOfRangeException(element, static_cast<long long>(renumbering.elements.to.size()));
+  return static_cast<unsigned>(renumbering.elements.to[element]);
+}
+} // namespace
+
 bme_FEMNodeList bme_Send(const bme_FEMNodeList& nodes, const bme_Renumbering& renumbering,
                          bme_LastingMesh newMesh) {
-  return {newMesh, renumbering.nodes.Send(nodes.Words())};
+  std::vector<unsigned> sent = renumbering.nodes.Send(nodes.Words());
+  ForEachMade(renumbering, [&](int node, std::span<const unsigned> parents) {
+    if (std::ranges::all_of(parents, [&](unsigned parent) { return nodes.Contains(parent); }))
+      sent.push_back(static_cast<unsigned>(node));
+  });
+  return {newMesh, std::move(sent)};
 }
 
 bme_FEMElemList bme_Send(const bme_FEMElemList& elements, const bme_Renumbering& renumbering,
                          bme_LastingMesh newMesh) {
-  return {newMesh, renumbering.elements.Send(elements.Words())};
+  const bme_Pieces pieces(elements.Mesh(), renumbering, newMesh);
+  if (!pieces.AreThere()) return {newMesh, renumbering.elements.Send(elements.Words())};
+  std::vector<unsigned> sent;
+  for (const unsigned element : elements) {
+    const std::span<const unsigned> own = pieces.Of(element);
+    sent.insert(sent.end(), own.begin(), own.end());
+  }
+  return {newMesh, std::move(sent)};
 }
 
 bme_FEMFaceList bme_Send(const bme_FEMFaceList& faces, const bme_Renumbering& renumbering,
@@ -157,16 +191,40 @@ bme_FEMFaceList bme_Send(const bme_FEMFaceList& faces, const bme_Renumbering& re
   std::vector<unsigned> words;
   words.reserve(faces.Count());
   bme_TurnedFaces turned(faces.Mesh(), renumbering);
+  bme_Pieces pieces(faces.Mesh(), renumbering, newMesh);
   for (const unsigned word : faces) {
-    const unsigned element = bme_ElementOf(word);
-    if (element >= renumbering.elements.to.size())
-      throw nex_OutOfRangeException(element, static_cast<long long>(renumbering.elements.to.size()));
-    const int sent = renumbering.elements.to[element];
-    if (sent < 0) continue;
-    const rgnC_Facet facet =
-        turned.Send(element, rgnC_Facet{static_cast<int>(bme_FaceOf(word)), bme_IsBack(word)});
+    const unsigned element = bme_ElementOf(word), sent = SentElement(renumbering, element);
+    const rgnC_Facet before{static_cast<int>(bme_FaceOf(word)), bme_IsBack(word)};
+    if (pieces.AreThere()) {
+      pieces.ForEachOnFace(element, before, [&](unsigned piece, int face) {
+        words.push_back(bme_FaceWord(piece, static_cast<unsigned>(face), before.isBack));
+      });
+      continue;
+    }
+    if (sent == bme_kNotFound) continue;
+    const rgnC_Facet facet = turned.Send(element, before);
+    words.push_back(bme_FaceWord(sent, static_cast<unsigned>(facet.face), facet.isBack));
+  }
+  return {newMesh, std::move(words)};
+}
+
+bme_FEMEdgeList bme_Send(const bme_FEMEdgeList& edges, const bme_Renumbering& renumbering,
+                         bme_LastingMesh newMesh) {
+  std::vector<unsigned> words;
+  words.reserve(edges.Count());
+  bme_TurnedFaces turned(edges.Mesh(), renumbering);
+  bme_Pieces pieces(edges.Mesh(), renumbering, newMesh);
+  const auto add = [&](unsigned element, const rgnC_EdgeFacet& edge) {
     words.push_back(
-        bme_FaceWord(static_cast<unsigned>(sent), static_cast<unsigned>(facet.face), facet.isBack));
+        bme_EdgeWord(element, static_cast<unsigned>(edge.face), static_cast<unsigned>(edge.edge)));
+  };
+  for (const unsigned word : edges) {
+    const unsigned element = bme_ElementOf(word), sent = SentElement(renumbering, element);
+    const rgnC_EdgeFacet before{static_cast<int>(bme_FaceOf(word)), static_cast<int>(bme_EdgeOf(word))};
+    if (pieces.AreThere())
+      pieces.ForEachOnEdge(element, before, add);
+    else if (sent != bme_kNotFound)
+      add(sent, turned.Send(element, before));
   }
   return {newMesh, std::move(words)};
 }
@@ -284,15 +342,10 @@ private:
     for (std::size_t i = 0; i < ids.size(); ++i)
       if (static_cast<std::size_t>(static_cast<unsigned>(ids[i])) < at.size())
         at[static_cast<std::size_t>(ids[i])] = static_cast<int>(i);
-    std::size_t number = 0;
-    for (std::size_t node = 0; node < renumbering_.nodes.from.size(); ++node) {
-      if (renumbering_.nodes.from[node] >= 0 || number + 1 >= made.starts.size()) continue;
-      const auto parents =
-          std::span(made.parents).subspan(made.starts[number], made.starts[number + 1] - made.starts[number]);
-      ++number;
+    ForEachMade(renumbering_, [&](int node, std::span<const unsigned> parents) {
       if (std::ranges::all_of(parents, [&](unsigned parent) { return at[parent] >= 0; }))
-        entries.push_back({static_cast<int>(node), -1, first + at[parents[0]]});
-    }
+        entries.push_back({node, -1, first + at[parents[0]]});
+    });
   }
 
   void SendPieces(res_SetTypeEnm type, int element, int facet, int old, std::vector<Entry>& entries) {
@@ -302,8 +355,17 @@ private:
       for (const unsigned piece : pieces_.Of(index)) entries.push_back({static_cast<int>(piece), facet, old});
       return;
     }
-    pieces_.ForEachOn(index, facet, isEdge, [&](unsigned piece, int pieceFacet) {
-      entries.push_back({static_cast<int>(piece), pieceFacet, old});
+    const shp_Shape* shape = turned_.ShapeOf(index);
+    if (!shape) return;
+    if (isEdge)
+      return pieces_.ForEachOnEdge(
+          index, rgnC_EdgeFacetOf(facet), [&](unsigned piece, const rgnC_EdgeFacet& edge) {
+            entries.push_back({static_cast<int>(piece), rgnC_EdgeFacetId(edge), old});
+          });
+    const rgnC_Facet before = rgnC_FacetOf(*shape, facet);
+    pieces_.ForEachOnFace(index, before, [&](unsigned piece, int face) {
+      const shp_Shape& own = *new_.ElementData().GetElemClass(piece).Shape();
+      entries.push_back({static_cast<int>(piece), rgnC_FacetId(own, {face, before.isBack}), old});
     });
   }
 
