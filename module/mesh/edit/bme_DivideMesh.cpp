@@ -93,6 +93,7 @@ public:
     Begin(type);
     const shp_Shape &old = *type.Shape(), &target = *ShapeOf(label);
     std::vector<std::vector<bme_NodeSum>> sums;
+    sums.reserve(pieces.size());
     for (const Piece& piece : pieces) sums.push_back(SumsOf(piece, old));
     wip_Poll poll(8192);
     std::vector<int> made;
@@ -130,7 +131,7 @@ public:
 
 private:
   int LabelOf(const bme_ElementClass& type, int position) const {
-    return labels_[static_cast<std::size_t>(type.FirstElementIndex() + position)];
+    return labels_[static_cast<std::size_t>(type.FirstElementIndex()) + static_cast<std::size_t>(position)];
   }
   void Begin(const bme_ElementClass& type) {
     map_.classes.to[static_cast<std::size_t>(type.ClassIndex())] = static_cast<int>(classes_.size());
@@ -139,7 +140,7 @@ private:
     rows_.clear();
   }
   void AddElement(const bme_ElementClass& type, int position) {
-    const auto old = static_cast<std::size_t>(type.FirstElementIndex() + position);
+    const auto old = static_cast<std::size_t>(type.FirstElementIndex()) + static_cast<std::size_t>(position);
     positions_.push_back(position);
     if (map_.elements.to[old] < 0)
       map_.elements.to[old] = static_cast<int>(map_.elements.from.size());

@@ -190,13 +190,15 @@ private:
     if (isFirst) datums_ = sent;
     datums_.SetOwnerNames({to.substr(std::strlen(bme_kDatumFolder))});
     for (const auto& [id, datum] : sent) {
-      const cow_String own = sent.NameOf(id);
+      const cow_String& own = sent.NameOf(id);
       cow_String name = own;
       if (!isFirst) {
         if (datums_.Find(name)) name = part.name + "." + own;
         datums_.Replace(datums_.Add(dtu_Datum(0, 0, datum->GetDatumType()), name), *datum);
       }
-      for (const cow_String& text : {own, from + "/" + own}) axes[text] = to + "/" + name;
+      const cow_String root = cow_String(to).append("/").append(name);
+      axes[own] = root;
+      axes[cow_String(from).append("/").append(own)] = root;
     }
     return axes;
   }
