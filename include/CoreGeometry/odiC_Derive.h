@@ -2,6 +2,9 @@
 #pragma once
 
 #include <CoreGeometry/odiC_Expression.h>
+#include <span>
+
+class odiC_RunWriter;
 
 struct odiC_DerivedVariable {
   cow_String name, unit;
@@ -15,8 +18,12 @@ struct odiC_Derived {
 
 /// Stores what the expression makes in every one of its frames. Each frame is committed on its own.
 ///
-/// Errors     nex_TextException, before anything is stored, when one of the frames has the variable already; else as
-///            odiC_RunWriter.
+/// Errors     before anything is stored: nex_TextException when one of the frames has the variable already, odiC_Exception
+///            for places between frames, and when no frame and place has all variables; else as odiC_RunWriter.
 CORE_GEOMETRY_API odiC_Derived odiC_Derive(cls_Database& model, const odiC_Run& run,
                                            const odiC_Expression& expression,
                                            const odiC_DerivedVariable& wanted);
+
+/// Stores numbers in single precision unless double precision is asked for or one of them needs its range.
+CORE_GEOMETRY_API void odiC_PutValues(odiC_RunWriter& writer, int variable, int layout,
+                                      std::span<const double> values, bool isDouble = false);

@@ -9,6 +9,9 @@
 /// Names are those of variables, with a component or an invariant behind a point. Without quotes X, Y and Z are the
 /// coordinates of the place and T the value of the frame, unless a variable has that name.
 ///
+/// Values of whole elements are those of all their points, too, and values of nodes those of each group of elements that
+/// has a mean there.
+///
 /// Errors     odiC_Exception with a mark under the name that is wrong: no such variable, component or invariant; places
 ///            that differ, such as nodes beside elements.
 /// Threads    one thread at a time; the run must outlive it.

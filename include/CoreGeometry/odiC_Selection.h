@@ -44,7 +44,7 @@ class CORE_GEOMETRY_API odiC_Selection {
 public:
   // when
   odiC_Selection Step(cow_String nameOrNumber) const; ///< numbers count from 1
-  odiC_Selection Frame(int frame) const;              ///< of each step; -1: the last one of the last step
+  odiC_Selection Frame(int frame) const; ///< of each step; -1: the last one that has the variable
   odiC_Selection Frames(int first, int last, int stride = 1) const; ///< -1: the last one
   /// In a single step; between the two frames around the value, or the one that is nearest. Exact: within 1e-9
   /// of the range of the step.

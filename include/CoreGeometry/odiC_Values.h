@@ -67,6 +67,10 @@ private:
   odiC_Values With(odiC_Selection where) const;
   odiC_Values To(odiC_CarriedTo to) const;
   [[noreturn]] void Fail(const cow_String& what) const;
+  /// What `make` makes; its errors begin with model, run, frame and variable.
+  template<class Make> auto Told(const odiC_When* when, const Make& make) const;
+  odiC_SourcePointer Opened(const odiC_When& when, std::optional<res_SectionResultsEnm> section) const;
+  std::vector<cow_String> NamesOfComponents() const;
   odiC_Places PlacesIn(const std::shared_ptr<const odiC_Layout>& layout) const;
   Stage Shown(const odiC_When& when) const;
   void TurnByDatum(Stage& stage, const cow_String& name, bool isInto) const;

@@ -1,17 +1,26 @@
 #include <CoreGeometry/odiC_Derive.h>
 
+#include <CoreGeometry/odiC_Exception.h>
 #include <CoreGeometry/odiC_RunWriter.h>
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
-namespace {
-template<class T> cow_ArrayCOW<T> ArrayOf(const std::vector<double>& values) {
-  const std::vector<T> numbers(values.begin(), values.end());
-  cow_ArrayCOW<T> array;
-  array.Append(std::span<const T>(numbers));
-  return array;
+void odiC_PutValues(odiC_RunWriter& writer, int variable, int layout, std::span<const double> values,
+                    bool isDouble) {
+  constexpr double kMost = std::numeric_limits<float>::max();
+  const auto put = [&]<class T>(T) {
+    const std::vector<T> numbers(values.begin(), values.end());
+    cow_ArrayCOW<T> array;
+    array.Append(std::span<const T>(numbers));
+    writer.PutField(variable, layout, array);
+  };
+  if (isDouble
+      || std::ranges::any_of(values, [](double v) { return std::isfinite(v) && std::abs(v) > kMost; }))
+    put(double());
+  else
+    put(float());
 }
-} // namespace
 
 odiC_Derived odiC_Derive(cls_Database& model, const odiC_Run& run, const odiC_Expression& expression,
                          const odiC_DerivedVariable& wanted) {
@@ -20,11 +29,15 @@ odiC_Derived odiC_Derive(cls_Database& model, const odiC_Run& run, const odiC_Ex
   made.description = expression.Formula().Text();
   const int variable = writer.AddVariable(made), known = run.Header().FindVariable(wanted.name);
   const std::vector<odiC_When> frames = expression.Frames();
-  for (const odiC_When& when : frames)
+  for (const odiC_When& when : frames) { // before any work
+    if (when.next >= 0)
+      throw odiC_Exception(run.Model().File() + ", " + run.Root() + ", " + wanted.name
+                           + ": what lies between two frames cannot be stored in one of them");
     if (known >= 0 && run.HasField(when.step, when.frame, known))
       throw nex_TextException(run.Root() + ": step \""
                               + run.Header().steps[static_cast<std::size_t>(when.step)].name + "\", frame "
                               + std::to_string(when.frame) + " has " + wanted.name + " already");
+  }
   odiC_Derived derived{.numFrames = frames.size()};
   for (const odiC_When& when : frames) {
     const odiC_Gathered gathered = odiC_Gather(*expression.Open(when));
@@ -34,11 +47,12 @@ odiC_Derived odiC_Derive(cls_Database& model, const odiC_Run& run, const odiC_Ex
         std::ranges::count_if(gathered.values, [](double value) { return std::isnan(value); });
     writer.GoTo(when.step, when.frame);
     const int layout = writer.AddLayout(gathered.layout);
-    if (wanted.isDouble)
-      writer.PutField(variable, layout, ArrayOf<double>(gathered.values));
-    else
-      writer.PutField(variable, layout, ArrayOf<float>(gathered.values));
+    odiC_PutValues(writer, variable, layout, gathered.values, wanted.isDouble);
     writer.Commit();
   }
+  if (derived.numValues == 0)
+    throw odiC_Exception(run.Model().File() + ", " + run.Root()
+                         + ": no frame and place has values of all variables of "
+                         + expression.Formula().Text());
   return derived;
 }

@@ -74,7 +74,11 @@ odiC_SourcePointer odiC_Expression::Open(const odiC_When& when) const {
                      "(--at-nodes)"));
     isNodal = own;
   }
-  const odiC_Places::Layout layout = sources.front()->Places().SharedLayout();
+  // values of whole elements, and of nodes, go with the rows of those that have several
+  auto finest = std::ranges::find_if(sources, [](const auto& one) { return !odiC_CanSpread(one->Layout()); });
+  if (finest == sources.end()) finest = sources.begin();
+  const odiC_Places::Layout layout = (*finest)->Places().SharedLayout();
+  for (odiC_SourcePointer& one : sources) one = odiC_Spread(std::move(one), layout);
   const bool needsPoints = std::ranges::any_of(operands_, [](const Operand& one) {
     return one.kind == Kind::X || one.kind == Kind::Y || one.kind == Kind::Z;
   });

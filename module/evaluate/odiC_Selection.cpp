@@ -18,6 +18,13 @@ cow_String Number(double value) {
   return text;
 }
 
+/// The last frame of a step that has values of a variable; -1 when none has.
+int LastWith(const odiC_Step& step, int variable) {
+  int frame = step.NumFrames() - 1;
+  while (frame >= 0 && !step.Has(frame, variable)) --frame;
+  return frame;
+}
+
 bool IsOfCategory(const odiC_Run& run, int classIndex, const cow_String& name) {
   const cow_String& label =
       run.Mesh().ElementData().GetClass(static_cast<unsigned>(classIndex)).CategoryLabel();
@@ -306,11 +313,18 @@ std::vector<odiC_When> odiC_Selection::FramesOf(const odiC_Run& run, int variabl
     firstStep = run.StepIndex(*when_.step);
     endStep = firstStep + 1;
   }
-  if (when_.frame && *when_.frame == -1 && endStep > 0) firstStep = endStep - 1;
+  // the last step that has the variable, or the only one
+  std::vector<int> with;
+  for (int step = firstStep; step < endStep; ++step)
+    if (LastWith(steps[static_cast<std::size_t>(step)], variable) >= 0) with.push_back(step);
+  const bool isLast = when_.frame == -1;
+  if (!with.empty() && (isLast || (when_.value && with.size() == 1))) {
+    firstStep = with.back();
+    endStep = firstStep + 1;
+  }
   if (when_.value && endStep - firstStep > 1) {
     std::vector<cow_String> names;
-    names.reserve(steps.size());
-    for (const odiC_Step& step : steps) names.push_back(step.name);
+    for (const int step : with) names.push_back(steps[static_cast<std::size_t>(step)].name);
     Fail(run, "value " + Number(*when_.value) + " of which step" + atr_Alternatives("", names));
   }
   std::vector<odiC_When> chosen;
@@ -319,6 +333,10 @@ std::vector<odiC_When> odiC_Selection::FramesOf(const odiC_Run& run, int variabl
     const auto add = [&](int frame) {
       chosen.push_back({step, frame, of.values[static_cast<std::size_t>(frame)]});
     };
+    if (isLast && !with.empty()) {
+      add(LastWith(of, variable));
+      continue;
+    }
     if (when_.frame) {
       const bool isOnly = endStep - firstStep == 1;
       if (!isOnly && *when_.frame >= of.NumFrames()) continue;
@@ -344,8 +362,8 @@ std::vector<odiC_When> odiC_Selection::FramesOf(const odiC_Run& run, int variabl
   }
   if (chosen.empty()) {
     const cow_String name = run.Header().variables.at(static_cast<std::size_t>(variable)).name;
-    cow_String what = when_.frame  ? "frame " + std::to_string(*when_.frame)
-                      : when_.mode ? "mode " + std::to_string(*when_.mode)
+    cow_String what = when_.frame  ? "no frame " + std::to_string(*when_.frame)
+                      : when_.mode ? "no frame of mode " + std::to_string(*when_.mode)
                                    : cow_String("none of the frames");
     Fail(run,
          what + (when_.step ? " of step \"" + *when_.step + '"' : cow_String()) + " has values of " + name);

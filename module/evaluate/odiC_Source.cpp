@@ -14,9 +14,14 @@ namespace {
 constexpr int kBridgedRows =
     32; ///< rows between two that are meant are read along with them, up to this many
 
-/// Values that whole elements of its class have.
-bool IsOfElements(const odiC_LayoutBlock& block, const odiC_LayoutBlock& there) {
-  return there.position == res_WHOLE_ELEMENT && there.classIndex == block.classIndex && block.classIndex >= 0;
+/// Values of whole elements, or of nodes whatever group they are in: each has one for all that is of it.
+bool IsOfAll(const odiC_LayoutBlock& there) {
+  return there.sectionPoint < 0
+         && (there.position == res_WHOLE_ELEMENT || (there.position == res_NODAL && there.region.empty()));
+}
+/// Whether the values of that block are those of this one's elements or nodes, too.
+bool CanSpreadTo(const odiC_LayoutBlock& block, const odiC_LayoutBlock& there) {
+  return IsOfAll(there) && there.classIndex == block.classIndex && there.IsNodal() == block.IsNodal();
 }
 
 class Mapped final : public odiC_Source {
@@ -65,7 +70,7 @@ public:
       auto found =
           std::ranges::find_if(theirs, [&](const auto& one) { return odiC_AreOfOneKind(block, one); });
       if (found == theirs.end() && canSpread)
-        found = std::ranges::find_if(theirs, [&](const auto& one) { return IsOfElements(block, one); });
+        found = std::ranges::find_if(theirs, [&](const auto& one) { return CanSpreadTo(block, one); });
       maps.emplace_back();
       if (found == theirs.end()) continue;
       maps.back().emplace(block, *found);
@@ -137,6 +142,7 @@ odiC_SourcePointer odiC_OnLayout(odiC_SourcePointer from, const odiC_Places::Lay
   if (from->Places().SharedLayout() == layout) return from;
   return OnLayout::Of(std::move(from), layout, false);
 }
+bool odiC_CanSpread(const odiC_Layout& layout) { return std::ranges::all_of(layout.blocks, IsOfAll); }
 odiC_SourcePointer odiC_Spread(odiC_SourcePointer from, const odiC_Places::Layout& layout) {
   if (from->Places().SharedLayout() == layout) return from;
   return OnLayout::Of(std::move(from), layout, true);

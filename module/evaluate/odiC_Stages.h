@@ -18,8 +18,9 @@ odiC_SourcePointer odiC_Restricted(odiC_SourcePointer from, odiC_Places places);
 odiC_SourcePointer odiC_Envelope(const odiC_Run& run, odiC_SourcePointer from);
 bool odiC_HasSeveralSectionPoints(const odiC_Places& places);
 
-/// Values of whole elements at every row of another layout in their classes, such as axes at integration points. They
-/// may also be at the same places as those rows.
+/// Values of whole elements at every row of another layout in their classes, such as axes at integration points, and
+/// values of nodes in every group of elements that has a mean there. They may also be at the same places as those rows.
+bool odiC_CanSpread(const odiC_Layout& layout); ///< whether all its values are of those two kinds
 odiC_SourcePointer odiC_Spread(odiC_SourcePointer from, const odiC_Places::Layout& layout);
 
 /// Between two frames: a + share (b - a) at the places of both. Integers are those of the nearer frame, and unit

@@ -3,6 +3,7 @@
 #include "odiC_Stages.h"
 #include "odiC_Where.h"
 
+#include <BasicUtils/cls_Database.h>
 #include <CoreGeometry/bme_StoredSets.h>
 #include <CoreGeometry/dtu_6dofNodeDatumCsys.h>
 #include <CoreGeometry/dtu_DatumContainer.h>
@@ -121,6 +122,29 @@ odiC_Values odiC_Values::AtFaces() const { return To(odiC_CarriedTo::Faces); }
 
 void odiC_Values::Fail(const cow_String& what) const {
   throw odiC_Exception(run_->Model().File() + ", " + run_->Root() + ", " + Variable().name + ": " + what);
+}
+
+template<class Make> auto odiC_Values::Told(const odiC_When* when, const Make& make) const {
+  const auto told = [&](const nex_Exception& error) {
+    const cow_String& file = run_->Model().File();
+    if (error.Message().starts_with(file)) throw;
+    cow_String place = file + ", " + run_->Root();
+    if (when) {
+      place += ", step \"" + run_->Header().steps[static_cast<std::size_t>(when->step)].name;
+      place += "\", frame " + std::to_string(when->frame);
+    }
+    throw odiC_Exception(place + ", " + Variable().name + ": " + error.Message());
+  };
+  try {
+    return make();
+  } catch (const cls_BusyException&) {
+    throw;
+  } catch (const odiC_Exception& error) {
+    told(error);
+  } catch (const nex_TextException& error) {
+    told(error);
+  }
+  return decltype(make())();
 }
 
 odiC_Places odiC_Values::PlacesIn(const std::shared_ptr<const odiC_Layout>& layout) const {
@@ -293,6 +317,11 @@ void odiC_Values::Choose(Stage& stage) const {
 
 odiC_SourcePointer odiC_Values::Open(const odiC_When& when,
                                      std::optional<res_SectionResultsEnm> section) const {
+  return Told(&when, [&] { return Opened(when, section); });
+}
+
+odiC_SourcePointer odiC_Values::Opened(const odiC_When& when,
+                                       std::optional<res_SectionResultsEnm> section) const {
   Stage stage = Shown(when);
   if (to_ == odiC_CarriedTo::AsStored) {
     Turn(stage, when);
@@ -310,6 +339,10 @@ odiC_SourcePointer odiC_Values::Open(const odiC_When& when,
 }
 
 std::vector<cow_String> odiC_Values::Components() const {
+  return Told(nullptr, [&] { return NamesOfComponents(); });
+}
+
+std::vector<cow_String> odiC_Values::NamesOfComponents() const {
   const odiC_What& what = where_.What();
   if (what.invariant) return {NameOf(*what.invariant)};
   odiC_Variable variable = Variable();

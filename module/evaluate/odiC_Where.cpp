@@ -183,7 +183,10 @@ private:
 
 class Points final : public odiC_Where {
 public:
-  explicit Points(std::vector<int> points) : points_(std::move(points)) { std::ranges::sort(points_); }
+  explicit Points(std::vector<int> points) : points_(std::move(points)) {
+    std::ranges::sort(points_);
+    points_.erase(std::unique(points_.begin(), points_.end()), points_.end());
+  }
   odiC_Places In(const odiC_Run&, const Layout& layout, odiC_Sense sense) const override {
     if (odiC_IsOfResult(sense)) return AnyOrNone(layout, sense);
     odiC_Places places(layout);

@@ -203,9 +203,15 @@ RC_GTEST_PROP(odiC_Places, SetOperationsAreThoseOfTheirRows, ()) {
     layout->Add(block);
   }
   const auto make = [&] {
-    std::set<int> rows = *rc::gen::container<std::set<int>>(rc::gen::inRange(0, layout->numRows));
+    const auto isIn = *rc::gen::container<std::vector<bool>>(static_cast<std::size_t>(layout->numRows),
+                                                             rc::gen::arbitrary<bool>());
+    std::set<int> rows;
     odiC_Places places(layout);
-    for (const int row : rows) places.Add(row, 1);
+    for (int row = 0; row < layout->numRows; ++row)
+      if (isIn[static_cast<std::size_t>(row)]) {
+        places.Add(row, 1);
+        rows.insert(row);
+      }
     return std::pair(places, rows);
   };
   const auto [a, rowsA] = make();
@@ -243,7 +249,7 @@ TEST_F(Values, SelectionsNarrowInAnyOrderAndCombine) {
   EXPECT_EQ(rows(last.Class(1)), rows(last.Category("skin")));
   EXPECT_EQ(rows(last.Class(1).SectionPoint("top")), rows(last.Class(1).SectionPoint(res_USE_TOP)));
   EXPECT_NE(rows(last.Class(1).SectionPoint("top")), rows(last.Class(1).SectionPoint(res_USE_BOTTOM)));
-  EXPECT_EQ(rows(last.Elements({1}).Points({8, 2})), (std::vector<int>{9, 15}));
+  EXPECT_EQ(rows(last.Elements({1}).Points({8, 2, 8})), (std::vector<int>{9, 15}));
   EXPECT_EQ(rows(last.Elements({1}).Or(last.Elements({4}))), rows(last.Elements({1, 4})));
   EXPECT_EQ(rows(last.Without(odiC_Selection().Class(0))), rows(last.Class(1)));
   EXPECT_NE(ThrownBy([&] { rows(last.Region("midle")); }).find("did you mean middle"), std::string::npos);
@@ -365,6 +371,9 @@ TEST_F(Values, FramesAreFoundByNumberValueAndMode) {
   const odiC_Selection pull = odiC_Selection().Step("Pull");
   EXPECT_EQ(frames({}).size(), 5U); // frame 1 has no U
   EXPECT_EQ(frames(odiC_Selection().Frame(-1))[0].step, 1);
+  // the last step has no S: an envelope that is stored in a step of its own does not hide other variables
+  EXPECT_EQ(odiC_Values(run, "S", odiC_Selection().Frame(-1)).Frames()[0].frame, 3);
+  EXPECT_EQ(odiC_Values(run, "S", odiC_Selection().Value(0.1)).Frames()[0].frame, 1);
   EXPECT_EQ(frames(odiC_Selection().Mode(2))[0].frame, 1);
   EXPECT_EQ(frames(pull.Frames(0, -1, 2)).size(), 2U);
   EXPECT_EQ(frames(pull.Value(0.1))[0].frame, 0); // a tie between frames 0 and 2
@@ -593,6 +602,19 @@ TEST_F(Values, ExpressionsTakeVariablesPlacesAndTimes) {
   all.Open({0, 3, 0.3})->Read(17, std::span(&value, 1));
   const double x = Number(3, 17, 0), y = Number(3, 17, 1), z = Number(3, 17, 2);
   EXPECT_NEAR(value, 2 * x + std::sqrt(x * x + y * y + z * z) - 4 * 0.3, 1e-12);
+  // values of whole elements stand at all their points, those of nodes in every group of elements
+  const std::tuple<const char*, const char*, std::optional<odiC_ToNodes>> mixed[] = {
+      {"N * 0 + S.xx", "S.xx", std::nullopt},
+      {"U.x * 0 + S.xx", "S.xx", odiC_ToNodes{.borders = odiC_Borders::Class}}};
+  for (const auto& [text, same, atNodes] : mixed) {
+    const auto values = [&, &to = atNodes](const char* formula) {
+      const odiC_SourcePointer source = odiC_Expression(run, formula, {}, to).Open({0, 3, 0.3});
+      return odiC_Gather(*source).values;
+    };
+    const std::vector<double> found = values(text);
+    EXPECT_GT(found.size(), 28U) << text;
+    EXPECT_EQ(found, values(same)) << text;
+  }
   const std::pair<const char*, const char*> wrong[] = {
       {"1 + V.x", "no variable \"V\""},
       {"U.x + U", "MAGNITUDE:\n  U.x + U\n        ^"},

@@ -82,6 +82,32 @@ TEST_F(SampleResults, DerivedVariablesAndEnvelopesAreStored) {
   EXPECT_EQ(RunTool({"envelope", model_, "stress", "--component", "xx", "--kind", "max", "--store", "worst"})
                 .exitCode,
             0);
+  // a step of its own does not hide the others, and frames and places of a formula need not be those of one variable
+  EXPECT_EQ(ToolFacts({"fields", model_, "stress", "--limit", "1"})["rows"][0]["frame"], 2);
+  EXPECT_EQ(ToolFacts({"derive", model_, "both", "stress.xx + 0 * disp.x", "--at-nodes"})["values"],
+            3 * 1544);
+  EXPECT_EQ(RunTool({"derive", model_, "large", "stress.xx * 1e40"}).exitCode, 0);
+  EXPECT_NEAR(ToolFacts({"fields", model_, "large", "--max"})["max"]["value"].get<double>(), 1.947e48, 1e45);
+  const json range =
+      ToolFacts({"envelope", model_, "disp", "--component", "z", "--kind", "range", "--store", "way"});
+  EXPECT_EQ(range["step"], "range of way");
+  const std::pair<std::vector<std::string>, const char*> refused[] = {
+      {{"derive", model_, "new", "stress.xx + worst"}, "no frame and place has values of all"},
+      {{"derive", model_, "new", "disp.x", "--step", "1", "--value", "0.3,interpolated"},
+       "between two frames"},
+      {{"derive", model_, "new", "disp.x", "--component", "y"}, "--component"},
+      {{"derive", model_, "new", "foo(disp.x)"}, "\n  foo(disp.x)\n  ^"},
+      {{"fields", model_, "disp", "--component", "x", "--max", "-o", folder_ / "max.csv"}, "not extremes"},
+      {{"fields", model_, "disp", "--component", "w"},
+       "results/bracket/bracket, disp: disp has no component"},
+      {{"fields", model_, "disp", "--invariant", "mises"}, "results/bracket/bracket: disp has no invariant"},
+      {{"fields", model_, "disp", "--node", "5"},
+       "results/bracket/bracket, step \"Step-1\", frame 2, disp: "}};
+  for (const auto& [words, text] : refused) {
+    const ToolRun run = RunTool(words);
+    EXPECT_NE(run.exitCode, 0) << text;
+    EXPECT_NE(run.err.find(text), std::string::npos) << run.err;
+  }
   const json stored = ToolFacts({"fields", model_, "worst", "--max"});
   EXPECT_NEAR(stored["max"]["value"].get<double>(), 194716880, 1);
   EXPECT_EQ(ToolFacts({"fields", model_, "worst frame", "--max"})["max"]["value"], 2);
@@ -100,6 +126,7 @@ TEST_F(SampleResults, FilesForOtherProgramsHaveThem) {
   EXPECT_EQ(own.Values<float>("stress").size(), 6 * own.NumPoints());
   EXPECT_EQ(own.Values<float>("disp").size(), 3 * own.NumPoints());
   EXPECT_EQ(RunTool({"export", model_, "-o", folder_ / "cells.vtu", "--as-cells"}).exitCode, 0);
+  EXPECT_EQ(RunTool({"export", model_, "-o", folder_ / "nodes.exo", "--at-nodes"}).exitCode, 0);
   EXPECT_EQ(Vtu(folder_ / "cells.vtu").Values<float>("stress").size(), 6 * 945U);
   EXPECT_EQ(RunTool({"fields", model_, "stress", "-o", folder_ / "s.csv"}).exitCode, 0);
   std::ifstream csv(folder_ / "s.csv");

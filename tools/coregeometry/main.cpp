@@ -16,7 +16,7 @@ bool wantsJson = false;
 
 /// Says on stderr what went wrong, and in the answer when that is JSON.
 int Fail(const std::string& what, int exitCode) {
-  const cli_Escape escape = exitCode == cli_WRONG_USAGE ? cli_Escape::Lines : cli_Escape::Line;
+  const cli_Escape escape = exitCode == cli_WRONG_USAGE ? cli_Escape::Lines : cli_Escape::Indented;
   std::cerr << "coregeometry: " << cli_Printable(what, escape) << '\n';
   if (wantsJson) cli_PrintJson({{"error", {{"message", what}, {"exitCode", exitCode}}}});
   std::cout.flush();

@@ -35,7 +35,9 @@ namespace {
 std::size_t ControlLength(std::string_view text, cli_Escape escape) {
   const auto byte = [&](std::size_t k) { return k < text.size() ? static_cast<unsigned char>(text[k]) : 0U; };
   if (byte(0) == 0xC2 && byte(1) >= 0x80 && byte(1) < 0xA0) return 2;
-  const bool isLayout = escape != cli_Escape::Line && (byte(0) == '\n' || byte(0) == '\t');
+  const bool isLayout = escape == cli_Escape::Indented
+                            ? text.starts_with("\n  ")
+                            : escape != cli_Escape::Line && (byte(0) == '\n' || byte(0) == '\t');
   return (byte(0) < 0x20 && !isLayout) || byte(0) == 0x7F ? 1 : 0;
 }
 

@@ -8,8 +8,9 @@
 #include <string_view>
 #include <type_traits>
 
-/// How a control character is shown. Lines keeps ends of lines and tabs as they are.
-enum class cli_Escape { Line, Lines, Json };
+/// How a control character is shown. Lines keeps ends of lines and tabs as they are, Indented those ends of lines that
+/// two blanks follow: what a name holds cannot look like a line of the program's own.
+enum class cli_Escape { Line, Indented, Lines, Json };
 
 /// Text as a terminal may show it, on one line: control characters as \xNN, or as \u00NN for JSON.
 std::string cli_Printable(std::string_view text, cli_Escape escape = cli_Escape::Line);

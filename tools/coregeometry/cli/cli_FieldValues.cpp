@@ -215,6 +215,9 @@ void cli_AddFieldOptions(cli_Command command, cli_FieldArguments& arguments) {
 }
 
 void cli_PrintFieldValues(const cls_Database& model, const cli_FieldArguments& arguments) {
+  if (arguments.AreReduced() && !arguments.output.file.empty())
+    throw cli_UsageError("--output " + arguments.output.file
+                         + ": a file takes values, not extremes and sums; --json prints those as data");
   const odiC_Run run = cli_OpenRun(model, arguments.mesh, arguments.values.run);
   const odiC_Values values =
       cli_ValuesOf(run, arguments.variable, arguments.values,

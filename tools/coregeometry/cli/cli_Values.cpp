@@ -103,7 +103,11 @@ odiC_Selection WithQuantity(odiC_Selection where, const odiC_Run& run, const std
   if (!arguments.component.empty()) where = where.Component(arguments.component);
   if (!arguments.invariant.empty()) {
     const odiC_Variable& of = run.Header().variables[static_cast<std::size_t>(run.VariableIndex(variable))];
-    where = where.Invariant(odiC_FindInvariant(of, arguments.invariant));
+    try {
+      where = where.Invariant(odiC_FindInvariant(of, arguments.invariant));
+    } catch (const odiC_Exception& error) {
+      throw odiC_Exception(run.Model().File() + ", " + run.Root() + ": " + error.Message());
+    }
   }
   if (arguments.csys == "global")
     where = where.System(res_GLOBAL);
@@ -126,9 +130,20 @@ odiC_Selection WithQuantity(odiC_Selection where, const odiC_Run& run, const std
   return where.Display(res_COMPLEX_VAL_AT_ANGLE, *degrees * kDegree);
 }
 
+void AddQuantity(cli_Command command, cli_ValueArguments& a) {
+  const char* what = "Quantity";
+  const auto component =
+      command.AddOption("--component", a.component, "Component, such as xx or y").Group(what);
+  command.AddOption("--invariant", a.invariant, "mises, tresca, max_principal, magnitude ...")
+      .Group(what)
+      .Excludes(component);
+  command.AddOption("--csys", a.csys, "Axes: global, local or the name of a coordinate system").Group(what);
+  command.AddOption("--complex", a.complex, "real, imaginary, magnitude, phase, peak or an angle in degrees")
+      .Group(what);
+}
 } // namespace
 
-void cli_AddValueOptions(cli_Command command, cli_ValueArguments& a) {
+void cli_AddValueOptions(cli_Command command, cli_ValueArguments& a, bool hasQuantity) {
   const char* frames = "Frames";
   command.AddOption("--run", a.run, "Name of the run, when there are several").Group(frames);
   command.AddOption("--step", a.step, "Step by name, or by number from 1").Group(frames);
@@ -150,26 +165,20 @@ void cli_AddValueOptions(cli_Command command, cli_ValueArguments& a) {
       .Group(places);
   command.AddOption("--section", a.section, "Section points: bottom, top, both, envelope or a label")
       .Group(places);
-  const char* what = "Quantity";
-  const auto component =
-      command.AddOption("--component", a.component, "Component, such as xx or y").Group(what);
-  command.AddOption("--invariant", a.invariant, "mises, tresca, max_principal, magnitude ...")
-      .Group(what)
-      .Excludes(component);
-  command.AddOption("--csys", a.csys, "Axes: global, local or the name of a coordinate system").Group(what);
-  command.AddOption("--complex", a.complex, "real, imaginary, magnitude, phase, peak or an angle in degrees")
-      .Group(what);
+  if (hasQuantity) AddQuantity(command, a);
   const char* carried = "At nodes";
   const auto atNodes =
       command.AddFlag("--at-nodes", a.atNodes, "Extrapolate to nodes and average there").Group(carried);
-  const auto atElements =
-      command.AddFlag("--at-element-nodes", a.atElementNodes, "Extrapolate to the nodes of each element")
-          .Group(carried)
-          .Excludes(atNodes);
-  command.AddFlag("--at-centroids", a.atCentroids, "Mean of each element")
-      .Group(carried)
-      .Excludes(atNodes)
-      .Excludes(atElements);
+  if (hasQuantity) {
+    const auto atElements =
+        command.AddFlag("--at-element-nodes", a.atElementNodes, "Extrapolate to the nodes of each element")
+            .Group(carried)
+            .Excludes(atNodes);
+    command.AddFlag("--at-centroids", a.atCentroids, "Mean of each element")
+        .Group(carried)
+        .Excludes(atNodes)
+        .Excludes(atElements);
+  }
   command
       .AddOption("--borders", a.borders,
                  "No averaging across: category (default), class, none or names of sets")

@@ -19,8 +19,8 @@ struct cli_ValueArguments {
   bool HasFrames() const noexcept { return !frame.empty() || !value.empty(); }
 };
 
-/// Options that choose frames, places and quantities, in groups of the help.
-void cli_AddValueOptions(cli_Command command, cli_ValueArguments& arguments);
+/// Options that choose frames, places and, unless a formula names them, quantities, in groups of the help.
+void cli_AddValueOptions(cli_Command command, cli_ValueArguments& arguments, bool hasQuantity = true);
 
 /// The run of that name, its number or its root; without a name the only one of the mesh, or of the model.
 odiC_Run cli_OpenRun(const cls_Database& model, const cow_String& meshName, const cow_String& name);

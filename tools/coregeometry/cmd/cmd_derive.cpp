@@ -47,7 +47,7 @@ void cli_AddDerive(cli_Command& program) {
   command.AddOption("--storage", arguments->storage, "float or double")
       .OneOf({"float", "double"})
       .ShowDefault();
-  cli_AddValueOptions(command, arguments->values);
+  cli_AddValueOptions(command, arguments->values, /*hasQuantity=*/false);
   command.Footer(
       "+ - * / ^ ( ), < <= > >= == != (0 or 1), abs sqrt cbrt exp log sin cos tan atan2 min max sign\n"
       "if(c, a, b); X Y Z of the place, T of the frame; NAME.xx, NAME.mises; \"any name\".xx in quotes.\n"

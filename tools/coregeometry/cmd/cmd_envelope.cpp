@@ -5,6 +5,7 @@
 #include "cli_Words.h"
 
 #include <BasicUtils/cls_ReadView.h>
+#include <CoreGeometry/odiC_Derive.h>
 #include <CoreGeometry/odiC_OverFrames.h>
 #include <CoreGeometry/odiC_RunWriter.h>
 
@@ -39,6 +40,11 @@ std::vector<int> FrameNumbers(const odiC_FramesResult& result) {
   return numbers;
 }
 
+/// Means and ranges are of no single frame.
+bool HasFrames(const odiC_FramesResult& result) {
+  return std::ranges::any_of(result.frameOf, [](int frame) { return frame >= 0; });
+}
+
 void Store(const Arguments& arguments, cls_Database& model, const odiC_Values& values,
            odiC_FramesResult& result) {
   const odiC_Gathered gathered = odiC_Gather(*result.values);
@@ -55,12 +61,8 @@ void Store(const Arguments& arguments, cls_Database& model, const odiC_Values& v
   const int variable = run.AddVariable(made), layout = run.AddLayout(gathered.layout);
   run.BeginStep(arguments.kind + " of " + arguments.stored, odiC_UNDEFINED_STEP, odiC_NO_DOMAIN);
   run.BeginFrame({.description = made.description});
-  cow_ArrayCOW<float> numbersOf;
-  const std::vector<float> floats(gathered.values.begin(), gathered.values.end());
-  numbersOf.Append(std::span<const float>(floats));
-  run.PutField(variable, layout, numbersOf);
-  const bool hasFrames = std::ranges::any_of(result.frameOf, [](int frame) { return frame >= 0; });
-  if (hasFrames) {
+  odiC_PutValues(run, variable, layout, gathered.values);
+  if (HasFrames(result)) {
     std::vector<int> integers;
     for (const double frame : gatheredFrames.values)
       integers.push_back(std::isnan(frame) ? odiC_kMissingInteger : static_cast<int>(frame));
@@ -69,8 +71,16 @@ void Store(const Arguments& arguments, cls_Database& model, const odiC_Values& v
     run.PutField(run.AddVariable(odiC_Variable(arguments.stored + " frame", res_INTEGER)), layout, array);
   }
   run.Commit();
-  cli_Report() << "stored " << arguments.stored << " in step \"" << arguments.kind + " of " + arguments.stored
-               << "\" of " << values.Run().Root() << '\n';
+  const cow_String step = run.Header().steps.back().name;
+  if (arguments.json)
+    return cli_PrintJson({{"file", arguments.file},
+                          {"run", values.Run().Root()},
+                          {"variable", arguments.stored},
+                          {"step", step},
+                          {"frames", result.frames.size()},
+                          {"values", gathered.values.size()}});
+  cli_Report() << "stored " << arguments.stored << " in step \"" << step << "\" of " << values.Run().Root()
+               << '\n';
 }
 
 void Run(const Arguments& arguments) {
@@ -86,10 +96,16 @@ void Run(const Arguments& arguments) {
   cli_Json choices = cli_ChoicesJson(values);
   choices["kind"] = arguments.kind;
   choices["frames"] = std::to_string(result.frames.size());
+  const bool hasFrames = HasFrames(result);
+  std::vector<cow_String> columns = {arguments.kind};
+  if (hasFrames) columns.emplace_back("frame");
   cli_TableRows rows({&arguments.output, {arguments.file}, arguments.json, arguments.limit}, run, choices,
-                     {arguments.kind, "frame"}, result.values->Places().NumRows());
+                     columns, result.values->Places().NumRows());
+  if (!arguments.json && arguments.output.file.empty())
+    cli_Out() << "columns: " << arguments.kind << (hasFrames ? "; frame\n" : "\n");
   const std::vector<int> numbers = FrameNumbers(result);
   rows.Add(*result.values, nullptr, [&](int row, std::vector<double>& numbersOfRow) {
+    if (!hasFrames) return;
     const int number = numbers[static_cast<std::size_t>(row)];
     numbersOfRow.push_back(number == odiC_kMissingInteger ? std::nan("") : number);
   });

@@ -136,6 +136,8 @@ void cli_AddExport(cli_Command& program) {
       .AddFlag("--separate", arguments->separate,
                "VTU: every element has points of its own, so that values jump between them")
       .Excludes(asCells);
+  command.AddFlag("--at-nodes", arguments->atNodes,
+                  "Exodus II: values at element nodes, which have no place there, as means at nodes");
   command
       .AddOption("--encoding", arguments->encoding,
                  "Form of the numbers, of formats that have a choice: binary, also by default, compressed "
