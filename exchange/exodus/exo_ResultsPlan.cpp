@@ -8,7 +8,9 @@
 #include <CoreGeometry/bme_Pyramids.h>
 #include <CoreGeometry/exo_Types.h>
 #include <CoreGeometry/shp_Shape.h>
+#include <CoreUtils/atr_Near.h>
 #include <algorithm>
+#include <cctype>
 #include <exodusII.h>
 #include <map>
 #include <set>
@@ -44,6 +46,7 @@ public:
   exo_ResultsPlan Run() {
     FindSides();
     PlanAll();
+    CheckNames();
     for (const exo_PlannedVariable& planned : planned_) Describe(planned);
     Note("scalars that are named alike and not grouped", numAlike_, alike_);
     Note("values on sides without a face or edge here", numUnknownSides_, {});
@@ -215,6 +218,39 @@ private:
       for (const fmt_Group& group : groups[b])
         if (IsWanted(group, names)) AddSource(type, objects[b], group, names);
     FindAlike(names, groups);
+    known_.insert(names.begin(), names.end());
+    for (const auto& ofBlock : groups)
+      for (const fmt_Group& group : ofBlock) {
+        known_.insert(group.name);
+        pointCounts_.insert(group.numPoints);
+      }
+  }
+
+  /// What the user names is in the file.
+  void CheckNames() {
+    for (const cow_String& name : exo_VariableNames(file_, EX_GLOBAL)) known_.insert(name);
+    const auto lower = [](cow_String text) {
+      for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+      return text;
+    };
+    const auto expect = [&](const cow_String& name, const auto& isIt) {
+      if (std::ranges::any_of(known_, isIt)) return;
+      throw nex_TextException(
+          file_.Name() + ": no variable \"" + name + '"'
+          + atr_Alternatives(name, std::vector<cow_String>(known_.begin(), known_.end())));
+    };
+    for (const cow_String& name : options_.variables)
+      expect(name, [&](const cow_String& one) { return one == name; });
+    for (const fmt_GroupRules::Own& own : options_.rules.own)
+      for (const cow_String& name : own.scalars)
+        expect(name, [&](const cow_String& one) { return lower(one) == lower(name); });
+    for (const cow_String& name : options_.rules.ungrouped) // of a variable, or of one of its scalars
+      if (lower(name) != "all")
+        expect(name, [&](const cow_String& one) { return lower(one).starts_with(lower(name)); });
+    const auto count = static_cast<int>(options_.pointOrder.size());
+    if (count > 0 && !pointCounts_.contains(count))
+      throw nex_TextException(file_.Name() + ": the order of " + std::to_string(count)
+                              + " points is given, and no variable has values at so many");
   }
 
   bool IsWanted(const fmt_Group& group, std::span<const cow_String> names) const {
@@ -322,6 +358,8 @@ private:
   std::vector<exo_BlockPlace> places_;
   long long numUnknownSides_ = 0, numAlike_ = 0, numTwice_ = 0;
   cow_String alike_, setsOfTwice_;
+  std::set<cow_String> known_; ///< names of scalars and of what they are grouped to
+  std::set<int> pointCounts_;  ///< of what has values at points
   exo_ResultsPlan plan_;
 };
 } // namespace

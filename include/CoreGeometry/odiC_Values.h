@@ -67,6 +67,7 @@ private:
   odiC_Values With(odiC_Selection where) const;
   odiC_Values To(odiC_CarriedTo to) const;
   [[noreturn]] void Fail(const cow_String& what) const;
+  cow_String WithPlace(const odiC_When* when, const cow_String& message) const;
   /// What `make` makes; its errors begin with model, run, frame and variable.
   template<class Make> auto Told(const odiC_When* when, const Make& make) const;
   odiC_SourcePointer Opened(const odiC_When& when, std::optional<res_SectionResultsEnm> section) const;

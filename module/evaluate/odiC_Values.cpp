@@ -124,27 +124,28 @@ void odiC_Values::Fail(const cow_String& what) const {
   throw odiC_Exception(run_->Model().File() + ", " + run_->Root() + ", " + Variable().name + ": " + what);
 }
 
+/// An error with its place before it, unless it names the file already.
+cow_String odiC_Values::WithPlace(const odiC_When* when, const cow_String& message) const {
+  const cow_String& file = run_->Model().File();
+  if (message.starts_with(file)) return message;
+  cow_String place = file + ", " + run_->Root();
+  if (when) {
+    place += ", step \"" + run_->Header().steps[static_cast<std::size_t>(when->step)].name;
+    place += "\", frame " + std::to_string(when->frame);
+  }
+  return place + ", " + Variable().name + ": " + message;
+}
+
 template<class Make> auto odiC_Values::Told(const odiC_When* when, const Make& make) const {
-  const auto told = [&](const nex_Exception& error) {
-    const cow_String& file = run_->Model().File();
-    if (error.Message().starts_with(file)) throw;
-    cow_String place = file + ", " + run_->Root();
-    if (when) {
-      place += ", step \"" + run_->Header().steps[static_cast<std::size_t>(when->step)].name;
-      place += "\", frame " + std::to_string(when->frame);
-    }
-    throw odiC_Exception(place + ", " + Variable().name + ": " + error.Message());
-  };
   try {
     return make();
   } catch (const cls_BusyException&) {
     throw;
   } catch (const odiC_Exception& error) {
-    told(error);
+    throw odiC_Exception(WithPlace(when, error.Message()));
   } catch (const nex_TextException& error) {
-    told(error);
+    throw odiC_Exception(WithPlace(when, error.Message()));
   }
-  return decltype(make())();
 }
 
 odiC_Places odiC_Values::PlacesIn(const std::shared_ptr<const odiC_Layout>& layout) const {

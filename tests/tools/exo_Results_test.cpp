@@ -389,12 +389,23 @@ TEST_F(ExodusResults, ArgumentsChooseAndDryRunsStoreNothing) {
   EXPECT_EQ(fields["steps"][0]["kind"], "STATIC");
   EXPECT_EQ(fields["variables"].size(), 2U);
   EXPECT_EQ(fields["variables"][0]["storage"], std::vector<std::string>{"DOUBLE"});
-  for (const std::vector<std::string>& wrong : std::vector<std::vector<std::string>>{
-           {"--frames", "a"}, {"--point-order", "1,1"}, {"--group", "N"}, {"--step-kind", "wild"}}) {
-    std::vector<std::string> words = {"import", file_, "-o", folder_ / "no.cgdb"};
-    words.insert(words.end(), wrong.begin(), wrong.end());
-    EXPECT_EQ(RunTool(words).exitCode, 2) << wrong[1];
+  // what is wrong is told before anything is stored
+  const std::tuple<const char*, const char*, int, const char*> refused[] = {
+      {"--frames", "a", 2, "FIRST:LAST"},
+      {"--point-order", "1,1", 2, "each point from 1 once"},
+      {"--group", "N", 2, "NAME=a,b,c"},
+      {"--step-kind", "wild", 2, "no kind of step"},
+      {"--run", "a/b", 2, "has no /"},
+      {"--frames", "0:9", 1, "it has 0 to 1"},
+      {"--variables", "t,u_w", 1, "no variable \"u_w\"; did you mean u_x"},
+      {"--no-group", "stres", 1, "no variable \"stres\""},
+      {"--group", "G=t,u_w,u_y", 1, "no variable \"u_w\""},
+      {"--point-order", "2,1,3", 1, "the order of 3 points"}};
+  for (const auto& [option, word, exitCode, text] : refused) {
+    const ToolRun run = RunTool({"import", file_, "-o", folder_ / "no.cgdb", option, word});
+    EXPECT_EQ(run.exitCode, exitCode) << word;
+    EXPECT_NE(run.err.find(text), std::string::npos) << run.err;
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "no.cgdb")) << word;
   }
-  EXPECT_EQ(RunTool({"import", file_, "-o", folder_ / "no.cgdb", "--frames", "0:9"}).exitCode, 1);
 }
 } // namespace

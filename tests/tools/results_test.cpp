@@ -98,8 +98,7 @@ TEST_F(SampleResults, DerivedVariablesAndEnvelopesAreStored) {
       {{"derive", model_, "new", "disp.x", "--component", "y"}, "--component"},
       {{"derive", model_, "new", "foo(disp.x)"}, "\n  foo(disp.x)\n  ^"},
       {{"fields", model_, "disp", "--component", "x", "--max", "-o", folder_ / "max.csv"}, "not extremes"},
-      {{"fields", model_, "disp", "--component", "w"},
-       "results/bracket/bracket, disp: disp has no component"},
+      {{"fields", model_, "disp", "--component", "w"}, "frame 2, disp: disp has no component"},
       {{"fields", model_, "disp", "--invariant", "mises"}, "results/bracket/bracket: disp has no invariant"},
       {{"fields", model_, "disp", "--node", "5"},
        "results/bracket/bracket, step \"Step-1\", frame 2, disp: "}};

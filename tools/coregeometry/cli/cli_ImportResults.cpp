@@ -49,6 +49,8 @@ void cli_AddResultsOptions(cli_Command command, cli_ResultsArguments& arguments)
 
 fmt_ResultsOptions cli_ResultsOptions(const cli_ResultsArguments& arguments) {
   fmt_ResultsOptions options;
+  if (arguments.run.find('/') != std::string::npos)
+    throw cli_UsageError("--run " + arguments.run + ": the name of a run has no /");
   options.variables.assign(arguments.variables.begin(), arguments.variables.end());
   if (!arguments.frames.empty()) SetFrames(options, arguments.frames);
   options.isDouble = arguments.storage == "double";

@@ -112,9 +112,6 @@ void Store(const cli_MeshTarget& target, fmt_Import& import, bool force) {
 fmt_ResultsSummary StoreResults(const Arguments& arguments, const fmt_Format& format,
                                 const cli_MeshTarget& target, const fmt_Import& import,
                                 const fmt_ResultsOptions& options) {
-  fmt_ResultsOptions count = options;
-  count.isCount = true;
-  if (format.readResults(arguments.file, import, nullptr, count).numFrames == 0) return {};
   cls_Database model = cli_OpenModel(target.file.string(), cls_Database::Mode::ReadWrite);
   if (arguments.append && !model.Has(target.root))
     throw nex_TextException(target.file.string() + ": has no " + target.root + " to append results to");
@@ -276,8 +273,9 @@ void Run(const Arguments& arguments) {
   fmt_ResultsSummary results;
   const bool hasResults = format.readResults && !arguments.results.isLeftOut;
   const fmt_ResultsOptions resultsOptions = cli_ResultsOptions(arguments.results);
+  // what is wrong with the choice of results is told before anything is stored
+  if (hasResults) results = format.readResults(arguments.file, import, nullptr, resultsOptions);
   if (arguments.dryRun) {
-    if (hasResults) results = format.readResults(arguments.file, import, nullptr, resultsOptions);
     console.End();
     cli_Json variables = cli_Json::array();
     for (const fmt_PlannedVariable& planned : results.variables)
@@ -292,9 +290,11 @@ void Run(const Arguments& arguments) {
     console.Begin("storing " + target.file.string());
     Store(target, import, arguments.force);
   }
-  if (hasResults) {
+  if (results.numFrames > 0) {
     console.Begin("storing results in " + target.file.string());
     results = StoreResults(arguments, format, target, import, resultsOptions);
+  }
+  if (hasResults) {
     cli_RemoveCarried(import.ledger);
     import.ledger.insert(import.ledger.end(), results.ledger.begin(), results.ledger.end());
   }

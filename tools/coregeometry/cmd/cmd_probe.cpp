@@ -92,7 +92,10 @@ void Run(const Arguments& arguments) {
   const odiC_Probe probe(values, ToLocal(run.Mesh(), points), arguments.nearest);
   const cli_Json choices = cli_ChoicesJson(values);
   const std::vector<odiC_When> frames = values.Frames();
-  if (!arguments.json && arguments.output.file.empty()) cli_PrintChoices(choices);
+  if (!arguments.json && arguments.output.file.empty()) {
+    cli_PrintChoices(choices);
+    if (frames.size() == 1) cli_Out() << cli_WhenText(run, frames[0]) << '\n';
+  }
   const std::size_t count = points.size() / 3 * frames.size();
   cli_ValueTable table(arguments.output, {arguments.file}, arguments.json, {{"choices", choices}},
                        values.Components(), static_cast<long long>(count));
