@@ -44,6 +44,7 @@ public:
 
   fmt_ResultsSummary Run() {
     ReadTimes();
+    if (options_.isCount) return std::move(summary_);
     if (!times_.empty()) {
       exo_ResultsPlan plan = exo_PlanResults(file_, import_, options_);
       planned_ = std::move(plan.variables);

@@ -12,6 +12,7 @@ struct fmt_ResultsOptions {
   odiC_StepKindEnm stepKind = odiC_UNDEFINED_STEP;
   fmt_GroupRules rules{};
   std::vector<int> pointOrder{}; ///< position, from 1, in the file of each of our integration points
+  bool isCount = false;          ///< only count the frames: plan and import nothing
   std::size_t passBytes = std::size_t{32} << 20; ///< size of a pass before its commit, at most 20 frames
 };
 
