@@ -168,7 +168,7 @@ nb::dict Quality(const py_Mesh& mesh, const std::vector<std::string>& names) {
     const auto found = bme_FindQualityMeasure(name);
     std::string all;
     for (const bme_QualityFacts& one : bme_QualityMeasures())
-      all += (all.empty() ? "" : ", ") + std::string(one.name);
+      all.append(all.empty() ? "" : ", ").append(one.name);
     if (!found) throw py_Error("ValueError", "measure \"" + name + "\" is none of " + all);
     measures.push_back(*found);
   }

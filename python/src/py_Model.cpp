@@ -107,7 +107,8 @@ private:
                      isRenumbered ? *Renumbered(change.mesh, nullptr, at->second).mesh : *change.mesh);
     for (const cow_String& run : left.runs)
       remarks_.push_back(run + " is removed: it is of a mesh of other sizes or types");
-    for (const auto& [path, reason] : left.datums) remarks_.push_back(path + " keeps its frame: " + reason);
+    for (const auto& [path, reason] : left.datums)
+      remarks_.emplace_back(path).append(" keeps its frame: ").append(reason);
     meshes_[bme_kDatumFolder + change.name] = change.mesh;
   }
 

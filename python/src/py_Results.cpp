@@ -236,7 +236,7 @@ nb::object Dense(const py_OpenRun& self, const py_Field& field, int frame, const
       for (const odiC_RowRun& part : range.rows)
         for (int row = part.first; row < part.End(); ++row) {
           const int entity = block.Entity((row - block.firstRow) / block.valuesPerEntity);
-          const auto at = static_cast<std::size_t>(first + entity);
+          const std::size_t at = static_cast<std::size_t>(first) + static_cast<std::size_t>(entity);
           if (isSet[at] != 0)
             throw py_Error("ValueError",
                            "a " + by + " has several values; "
