@@ -124,7 +124,7 @@ void shp_Topology::ExtrapolateEachToNodes(int numElements, std::span<const float
                                                               : 1);
   constexpr std::size_t kPiece = 8192; // elements
   const std::size_t count = At(numElements);
-  wip_RunPieces((count + kPiece - 1) / kPiece, [&](std::size_t piece) {
+  const auto work = [&](std::size_t piece) {
     const std::size_t first = piece * kPiece, end = std::min(count, first + kPiece);
     if (position == res_INTEGRATION_POINT && HasIntPtTables() && !IsCaxaElement())
       return shp_ApplyEach(weights_->intPtsToNodes, end - first, components, values.data() + first * in,
@@ -132,7 +132,8 @@ void shp_Topology::ExtrapolateEachToNodes(int numElements, std::span<const float
     for (std::size_t element = first; element < end; ++element)
       ExtrapolateToNodes(values.subspan(element * in, in), position, nodeValues.subspan(element * out, out),
                          numComponents);
-  });
+  };
+  wip_RunPieces((count + kPiece - 1) / kPiece, std::ref(work)); // a reference: nothing is allocated
 }
 
 void shp_Topology::ExtrapolateToFaces(std::span<const float> values, res_OutputPositionEnm position,
