@@ -8,6 +8,7 @@
 #include <CoreGeometry/odiC_Layout.h>
 #include <CoreGeometry/odiC_Results.h>
 #include <map>
+#include <set>
 
 /// The values of one variable in one frame, read by ranges of rows.
 ///
@@ -80,6 +81,8 @@ public:
   const odiC_PointSet& PointSet(int pointSet) const;
   bool HasField(int step, int frame, int variable) const;
   odiC_FieldReader Field(int step, int frame, int variable) const;
+  /// The same after its layout was compared with the mesh: an error that names both when it cannot be one of it.
+  odiC_FieldReader FieldOnMesh(int step, int frame, int variable) const;
   /// The layout of a field, without its values.
   int LayoutOf(int step, int frame, int variable) const;
   odiC_History History(int step, int history) const;
@@ -93,6 +96,7 @@ private:
   cow_CountedHld<odiC_Results> header_;
   mutable cow_CountedHld<bme_Mesh> mesh_;
   mutable std::map<int, std::shared_ptr<const odiC_Layout>> layouts_;
+  mutable std::set<int> layoutsOnMesh_; ///< that were compared with it
   mutable std::map<int, std::shared_ptr<const odiC_PointSet>> pointSets_;
   friend odiC_Entities odiC_EntitiesOfRegion(const odiC_Run& run, const cow_String& name);
   mutable std::map<cow_String, std::shared_ptr<const odiC_Entities>> regions_;

@@ -229,6 +229,18 @@ odiC_FieldReader odiC_Run::Field(int step, int frame, int variable) const {
           header_->variables[static_cast<std::size_t>(variable)]};
 }
 
+odiC_FieldReader odiC_Run::FieldOnMesh(int step, int frame, int variable) const {
+  const int layout = LayoutOf(step, frame, variable);
+  if (!layoutsOnMesh_.contains(layout)) {
+    std::vector<int> pointSetCounts;
+    for (int i = 0; i < header_->numPointSets; ++i) pointSetCounts.push_back(PointSet(i).count);
+    if (const cow_String wrong = odiC_WhatIsWrong(*Layout(layout), Mesh(), pointSetCounts); !wrong.empty())
+      Fail("layout " + std::to_string(layout) + " does not fit " + header_->meshRoot + ": " + wrong);
+    layoutsOnMesh_.insert(layout);
+  }
+  return Field(step, frame, variable);
+}
+
 odiC_History odiC_Run::History(int step, int history) const {
   return *model_->Get<odiC_History>(odiC_HistoryRoot(root_, step + 1, history));
 }

@@ -161,7 +161,7 @@ odiC_Places odiC_Values::PlacesIn(const std::shared_ptr<const odiC_Layout>& layo
 odiC_Values::Stage odiC_Values::Shown(const odiC_When& when) const {
   const odiC_What& what = where_.What();
   odiC_Variable shown = Variable();
-  const auto field = [&](int frame) { return run_->Field(when.step, frame, variable_); };
+  const auto field = [&](int frame) { return run_->FieldOnMesh(when.step, frame, variable_); };
   const auto places = [&](const odiC_FieldReader& reader) { return PlacesIn(reader.SharedLayout()); };
   const auto between = [&](const auto& open) {
     if (when.next < 0) return open(field(when.frame));
@@ -232,7 +232,7 @@ odiC_SourcePointer odiC_Values::Axes(const odiC_Variable& variable, const odiC_W
     Fail("its axes " + of.name + " are no quaternions but " + NameOf(of.dataType));
   for (int frame = when.frame; frame >= 0; --frame)
     if (run_->HasField(when.step, frame, axes)) {
-      odiC_FieldReader reader = run_->Field(when.step, frame, axes);
+      odiC_FieldReader reader = run_->FieldOnMesh(when.step, frame, axes);
       const odiC_Places all = odiC_Places::All(reader.SharedLayout());
       return odiC_Spread(odiC_AsStored(std::move(reader), all), layout);
     }

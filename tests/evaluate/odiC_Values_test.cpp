@@ -20,6 +20,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <limits>
+#include <numeric>
 #include <rapidcheck.h>
 #include <rapidcheck/gtest.h>
 #include <set>
@@ -363,6 +364,30 @@ TEST_F(Values, LayoutsOfUnknownPositionsAndClassesAreWrong) {
   EXPECT_NE(odiC_WhatIsWrong(layout, mesh_).find("element class 3"), std::string::npos);
   layout.blocks[0].position = static_cast<res_OutputPositionEnm>(13); // in memory, without a text
   EXPECT_NE(odiC_WhatIsWrong(layout, mesh_).find("no position 13"), std::string::npos);
+}
+
+TEST_F(Values, LayoutsThatDoNotFitTheMeshAreDamage) {
+  {
+    cls_Database model = cls_Database::Open(file_.string(), cls_Database::Mode::ReadWrite);
+    const odiC_Run run = odiC_Run::Open(model, "results/Body/a");
+    const int index = run.LayoutOf(0, 0, run.VariableIndex("U"));
+    odiC_LayoutBlock block = run.Layout(index)->blocks[0];
+    std::vector<int> nodes(28);
+    std::iota(nodes.begin(), nodes.end(), 0);
+    nodes.back() = 99;
+    block.entities = Array(nodes);
+    odiC_Layout wrong;
+    wrong.Add(block);
+    cls_WritePass pass(model);
+    pass.Put(odiC_LayoutRoot("results/Body/a", index), wrong);
+    pass.Commit();
+  }
+  const odiC_Run run = Open();
+  const std::string text = ThrownBy([&] { odiC_Max(odiC_Values(run, "U").Component("x")); });
+  EXPECT_NE(
+      text.find("does not fit meshes/Body: layout block 0 (NODAL): entity 99 is outside the 28 of the mesh"),
+      std::string::npos)
+      << text;
 }
 
 TEST_F(Values, FramesAreFoundByNumberValueAndMode) {
