@@ -98,7 +98,7 @@ private:
   cow_String file_;
   std::unique_ptr<sqlite3, Close> handle_;
   std::unique_ptr<db_Statement> rollBack_; ///< prepared while there is memory
-  bool isOpen_ = false; ///< the file itself could be opened
+  bool isOpen_ = false;                    ///< the file itself could be opened
   std::chrono::milliseconds timeout_{5000};
   std::chrono::steady_clock::duration waited_{}; ///< in the running transaction
   bool timedOut_ = false;                        ///< in the running transaction
