@@ -232,8 +232,9 @@ odiC_FieldReader odiC_Run::Field(int step, int frame, int variable) const {
 odiC_FieldReader odiC_Run::FieldOnMesh(int step, int frame, int variable) const {
   const int layout = LayoutOf(step, frame, variable);
   if (!layoutsOnMesh_.contains(layout)) {
-    std::vector<int> pointSetCounts;
-    for (int i = 0; i < header_->numPointSets; ++i) pointSetCounts.push_back(PointSet(i).count);
+    std::vector<int> pointSetCounts(static_cast<std::size_t>(header_->numPointSets));
+    for (int i = 0; i < header_->numPointSets; ++i)
+      pointSetCounts[static_cast<std::size_t>(i)] = PointSet(i).count;
     if (const cow_String wrong = odiC_WhatIsWrong(*Layout(layout), Mesh(), pointSetCounts); !wrong.empty())
       Fail("layout " + std::to_string(layout) + " does not fit " + header_->meshRoot + ": " + wrong);
     layoutsOnMesh_.insert(layout);
