@@ -324,6 +324,7 @@ std::vector<odiC_When> odiC_Selection::FramesOf(const odiC_Run& run, int variabl
   }
   if (when_.value && endStep - firstStep > 1) {
     std::vector<cow_String> names;
+    names.reserve(with.size());
     for (const int step : with) names.push_back(steps[static_cast<std::size_t>(step)].name);
     Fail(run, "value " + Number(*when_.value) + " of which step" + atr_Alternatives("", names));
   }
