@@ -166,10 +166,15 @@ nb::dict Quality(const py_Mesh& mesh, const std::vector<std::string>& names) {
   std::vector<bme_QualityMeasure> measures;
   for (const std::string& name : names) {
     const auto found = bme_FindQualityMeasure(name);
-    std::string all;
-    for (const bme_QualityFacts& one : bme_QualityMeasures())
-      all.append(all.empty() ? "" : ", ").append(one.name);
-    if (!found) throw py_Error("ValueError", "measure \"" + name + "\" is none of " + all);
+    if (!found) {
+      std::string text = "measure \"" + name + "\" is none of ";
+      const char* between = "";
+      for (const bme_QualityFacts& one : bme_QualityMeasures()) {
+        text.append(between).append(one.name);
+        between = ", ";
+      }
+      throw py_Error("ValueError", text);
+    }
     measures.push_back(*found);
   }
   const bme_ElementData& elements = mesh.Elements();
