@@ -23,6 +23,18 @@ std::string InFolder(const char* name) {
   return (std::filesystem::path(folder ? folder : ".") / name).string();
 }
 
+/// A file that goes when the program ends.
+struct OwnFile {
+  explicit OwnFile(const char* name) : path(InFolder(name)) { std::filesystem::remove(path); }
+  ~OwnFile() {
+    std::error_code ignored;
+    std::filesystem::remove(path, ignored);
+  }
+  OwnFile(const OwnFile&) = delete;
+  OwnFile& operator=(const OwnFile&) = delete;
+  const std::string path;
+};
+
 const bme_Mesh& Mesh() {
   static const bme_Mesh mesh = [] {
     std::vector<float> xyz(3 * std::size_t{kNodes});
@@ -44,10 +56,9 @@ cow_ArrayCOW<float> Numbers(int frame) {
 }
 
 const std::string& ModelFile() {
-  static const std::string file = [] {
-    std::string name = InFolder("bench_frames.cgdb");
-    std::filesystem::remove(name);
-    cls_Database model = cls_Database::Create(name, {.pageSize = 65536});
+  static const OwnFile file("bench_frames.cgdb");
+  static const bool isWritten = [] {
+    cls_Database model = cls_Database::Create(file.path, {.pageSize = 65536});
     cls_WritePass pass(model);
     pass.Put("meshes/m", Mesh());
     pass.Commit();
@@ -60,22 +71,24 @@ const std::string& ModelFile() {
       run.PutField(s, atNodes, Numbers(frame));
       run.Commit();
     }
-    return name;
+    return true;
   }();
-  return file;
+  static_cast<void>(isWritten);
+  return file.path;
 }
 std::string RawFile() {
-  static const std::string file = [] {
-    std::string name = InFolder("bench_frames.bin");
-    const int fd = open(name.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600);
+  static const OwnFile file("bench_frames.bin");
+  static const bool isWritten = [] {
+    const int fd = open(file.path.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600);
     for (int frame = 0; frame < kFrames; ++frame) {
       const cow_ArrayCOW<float> numbers = Numbers(frame);
       if (write(fd, numbers.Const().data(), kBytes) != static_cast<ssize_t>(kBytes)) std::abort();
     }
     close(fd);
-    return name;
+    return true;
   }();
-  return file;
+  static_cast<void>(isWritten);
+  return file.path;
 }
 const odiC_Run& Run() {
   static const cls_Database model = cls_Database::Open(ModelFile());
