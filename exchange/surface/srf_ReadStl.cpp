@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <limits>
 #include <map>
 
 namespace {
@@ -22,19 +23,29 @@ public:
   void Reserve(std::size_t count) {
     if (5 * count > 4 * tableSize_) MakeTable(std::bit_ceil(std::max<std::size_t>(1024, 5 * count / 4 + 1)));
   }
-  /// The number of each point. A table larger than the cache is read twice ahead of its use: the slot of a
-  /// point, then the point that stands there.
-  void Find(std::span<const Point> points, std::span<int> found) {
+  /// The number of each point. Most corners stand in one of the triangles before: these are found among the
+  /// points that were met last. For the others the table, which is larger than the cache, is read twice ahead
+  /// of its use: the slot of a point, then the point that stands there.
+  void Find(std::span<Point> points, std::span<int> found) {
     constexpr std::size_t kFar = 24, kNear = 12;
     Reserve(size_ + points.size());
     hashes_.resize(points.size());
-    std::ranges::transform(points, hashes_.begin(), &Hash);
+    isFar_.assign(points.size() + kFar, 0);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+      for (Real& x : points[i]) x += Real{0}; // -0 is 0
+      hashes_[i] = Hash(points[i]);
+    }
     const std::size_t mask = tableSize_ - 1;
     for (std::size_t i = 0; i < points.size(); ++i) {
-      if (i + kFar < points.size()) __builtin_prefetch(&table_[hashes_[i + kFar] & mask]);
-      if (i + kNear < points.size())
+      if (const std::size_t far = i + kFar; far < points.size()) {
+        isFar_[far] = !AreSame(recent_[hashes_[far] % kRecent].point, points[far]);
+        if (isFar_[far]) __builtin_prefetch(&table_[hashes_[far] & mask]);
+      }
+      if (isFar_[i + kNear])
         if (const int index = table_[hashes_[i + kNear] & mask]; index >= 0) __builtin_prefetch(&At(index));
-      found[i] = Find(points[i], hashes_[i]);
+      Recent& recent = recent_[hashes_[i] % kRecent];
+      if (!AreSame(recent.point, points[i])) recent = {points[i], Find(points[i], hashes_[i])};
+      found[i] = recent.index;
     }
   }
   std::size_t Size() const { return size_; }
@@ -52,17 +63,18 @@ public:
   }
 
 private:
-  static constexpr std::size_t kBlock = std::size_t{1} << 13;
+  static constexpr std::size_t kBlock = std::size_t{1} << 13, kRecent = std::size_t{1} << 13;
   static_assert(sizeof(Point) == 3 * sizeof(Real));
 
   const Point& At(int index) const {
     const auto at = static_cast<std::size_t>(index);
     return blocks_[at / kBlock][at % kBlock];
   }
+  /// Of points without -0 and NaN.
+  static bool AreSame(const Point& a, const Point& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
   static std::size_t Hash(const Point& point) {
     std::uint64_t mixed = 0;
-    for (Real x : point) {
-      x += Real{0}; // -0 is 0
+    for (const Real x : point) {
       std::uint64_t bits = 0;
       std::memcpy(&bits, &x, sizeof x);
       mixed = (mixed ^ bits) * 0x9E3779B97F4A7C15U;
@@ -70,15 +82,14 @@ private:
     }
     return static_cast<std::size_t>(mixed);
   }
-  int Find(Point point, std::size_t hash) {
+  int Find(const Point& point, std::size_t hash) {
     for (std::size_t slot = hash & (tableSize_ - 1);; slot = (slot + 1) & (tableSize_ - 1)) {
       if (table_[slot] < 0) {
         if (size_ % kBlock == 0) blocks_.push_back(fmt_MakePiece<Point>(kBlock));
-        for (Real& x : point) x += Real{0};
         blocks_.back()[size_ % kBlock] = point;
         return table_[slot] = static_cast<int>(size_++);
       }
-      if (At(table_[slot]) == point) return table_[slot];
+      if (AreSame(At(table_[slot]), point)) return table_[slot];
     }
   }
   void MakeTable(std::size_t size) {
@@ -93,11 +104,19 @@ private:
     }
   }
 
+  /// A point that was found, at the place of its hash; no coordinate is a NaN.
+  struct Recent {
+    Point point{std::numeric_limits<Real>::quiet_NaN()};
+    int index = -1;
+  };
+
+  std::vector<Recent> recent_ = std::vector<Recent>(kRecent);
   std::vector<fmt_Piece<Point>> blocks_; ///< points in order
   std::size_t size_ = 0;
-  fmt_Piece<int> table_;            ///< of indices, -1 where there is none
-  std::size_t tableSize_ = 0;       ///< a power of two
-  std::vector<std::size_t> hashes_; ///< of the points that are being found
+  fmt_Piece<int> table_;             ///< of indices, -1 where there is none
+  std::size_t tableSize_ = 0;        ///< a power of two
+  std::vector<std::size_t> hashes_;  ///< of the points that are being found
+  std::vector<unsigned char> isFar_; ///< for each of them whether it was not met lately
 };
 
 /// A named piece of an ascii file.
@@ -121,14 +140,12 @@ public:
       records.resize(kRecord * std::min(kAtOnce, count - done));
       in_.Read(std::span(records));
       for (const unsigned char* at = records.data(); at != records.data() + records.size(); at += kRecord) {
-        std::array<float, 12> numbers; // normal and corners
+        std::array<Real, 12> numbers; // normal and corners
         std::uint16_t attribute = 0;
         std::memcpy(numbers.data(), at, sizeof numbers);
         std::memcpy(&attribute, at + sizeof numbers, sizeof attribute);
         numAttributes_ += attribute != 0;
-        std::array<Real, 12> exact;
-        std::ranges::copy(numbers, exact.begin());
-        AddTriangle(exact);
+        AddTriangle(numbers);
       }
     }
     AddWaiting();
@@ -184,6 +201,8 @@ private:
   using Point = typename Points<Real>::Point;
   static constexpr std::size_t kAtOnce = 512; ///< triangles whose corners are found together
 
+  static bool IsFinite(Real x) { return std::abs(x) <= Real{std::numeric_limits<float>::max()}; }
+
   bool IsNext(std::string_view word) {
     in_.SkipBlanks();
     if (!in_.Peek(word.size()).starts_with(word)) return false;
@@ -227,15 +246,22 @@ private:
     }
   }
 
+  /// A normal and three corners.
   void AddTriangle(const std::array<Real, 12>& numbers) {
-    for (std::size_t k = 3; k < numbers.size(); ++k)
-      if (!(std::abs(static_cast<double>(numbers[k])) <= 3.4028234663852886e38))
-        in_.Fail("triangle " + std::to_string(numTriangles_ + numDegenerate_ + waiting_.size() / 3 + 1) + ": "
-                 + std::to_string(numbers[k]) + " is no coordinate in single precision");
-    for (std::size_t k = 3; k < numbers.size(); k += 3)
-      waiting_.push_back({numbers[k], numbers[k + 1], numbers[k + 2]});
+    bool areFinite = true;
+    for (std::size_t k = 3; k < numbers.size(); ++k) areFinite &= IsFinite(numbers[k]);
+    if (!areFinite) RefuseTriangle(numbers);
+    const std::size_t at = waiting_.size();
+    waiting_.resize(at + 3);
+    std::memcpy(&waiting_[at], &numbers[3], 3 * sizeof(Point));
     normals_.push_back({numbers[0], numbers[1], numbers[2]});
     if (normals_.size() == kAtOnce) AddWaiting();
+  }
+
+  [[noreturn]] void RefuseTriangle(const std::array<Real, 12>& numbers) const {
+    const auto* const wrong = std::find_if_not(numbers.begin() + 3, numbers.end(), &IsFinite);
+    in_.Fail("triangle " + std::to_string(numTriangles_ + numDegenerate_ + normals_.size() + 1) + ": "
+             + std::to_string(*wrong) + " is no coordinate in single precision");
   }
 
   /// Numbers the corners of the triangles that wait for it, and adds them.
