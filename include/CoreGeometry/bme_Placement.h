@@ -28,7 +28,8 @@ public:
   /// Placed positions of nodes: three numbers for each float triple.
   void Place(std::span<const float> local, std::span<double> placed) const noexcept;
   /// The box of the nodes whose coordinates are all finite.
-  gsl_BBox Box(const bme_NodeData& nodes) const;
+  gsl_BBox Box(const bme_NodeData& nodes) const { return Box(nodes.Coordinates().Const()); }
+  gsl_BBox Box(std::span<const float> local) const; ///< of float triples
 
 private:
   bool isNone_ = true, isTurned_ = false;

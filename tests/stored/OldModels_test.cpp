@@ -5,7 +5,7 @@
 #include <BasicUtils/cls_Diff.h>
 #include <BasicUtils/cls_Dump.h>
 #include <BasicUtils/cls_MetadataRegistrar.h>
-#include <CoreGeometry/bme_Mesh.h>
+#include <CoreGeometry/bme_StoredMesh.h>
 #include <CoreGeometry/dtmC_DatumRef.h>
 #include <CoreGeometry/rgnC_Region.h>
 #include <StoredTest.h>
@@ -47,6 +47,23 @@ TEST_P(OldLayout, ReadsAsItsDumpAndStaysAsItIs) {
   for (const cls_Finding& finding : cls_Check(db))
     EXPECT_EQ(finding.weight, cls_Finding::Weight::Note) << finding.what;
   EXPECT_EQ(Bytes(golden), bytes);
+}
+
+TEST_P(OldLayout, GivesPartsOfMeshes) {
+  const cls_Database db = cls_Database::Open((folder_ / "model.cgdb").string());
+  for (const cow_String& root : db.RootsOf({bme_Mesh::TypeId()})) {
+    const cow_CountedHld<bme_Mesh> mesh = db.Get<bme_Mesh>(root);
+    const bme_StoredMesh stored(db, root);
+    EXPECT_EQ(stored.NumNodes(), mesh->NodeData().NumNodes());
+    for (unsigned element = 0; element < mesh->ElementData().NumElements(); ++element) {
+      const bme_ElementClass& type = mesh->ElementData().GetElemClass(element);
+      EXPECT_EQ(stored.ClassOf(element).kind.ElemTypeLabel(), type.ElemTypeLabel());
+      EXPECT_EQ(stored.ClassOf(element).kind.GetElemControlParams(), type.GetElemControlParams());
+      EXPECT_TRUE(std::ranges::equal(
+          stored.Connectivity(element),
+          type.Connectivity(static_cast<int>(mesh->ElementData().GetClassElemIndex(element)))));
+    }
+  }
 }
 
 TEST_P(OldLayout, UpgradesToTheSameModel) {

@@ -2,6 +2,7 @@
 
 #include "bme_ClassWalk.h"
 #include "bme_Component.h"
+#include "bme_PrintCounts.h"
 
 #include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/gsl_Matrix.h>
@@ -146,14 +147,20 @@ bool bme_Mesh::ComputeFaceNorml(const bme_ElementClass& elements, unsigned elemI
 }
 
 void bme_Mesh::Print(aio_ostream& out) const {
-  const bme_ElementData& elements = ElementData();
-  out << "Mesh ID : " << id_ << std::endl;
-  out << "  Number of nodes:           " << NodeData().NumNodes() << std::endl;
-  out << "  Number of element classes: " << elements.NumClasses() << std::endl;
-  for (unsigned i = 0; i < elements.NumClasses(); ++i) {
-    const bme_ElementClass& type = elements.GetClass(i);
+  std::vector<bme_CountedClass> classes;
+  for (const auto& [position, type] : ElementData().ElementClasses())
+    classes.push_back({type->NumElements(), &*type});
+  bme_PrintCounts(out, id_, NodeData().NumNodes(), classes);
+}
+
+void bme_PrintCounts(aio_ostream& out, int id, unsigned numNodes, std::span<const bme_CountedClass> classes) {
+  out << "Mesh ID : " << id << std::endl;
+  out << "  Number of nodes:           " << numNodes << std::endl;
+  out << "  Number of element classes: " << classes.size() << std::endl;
+  for (std::size_t i = 0; i < classes.size(); ++i) {
+    const bme_ElementClass& type = *classes[i].type;
     out << "  Element class #: " << i << std::endl;
-    out << "    Number of elements :         " << type.NumElements() << std::endl;
+    out << "    Number of elements :         " << classes[i].numElements << std::endl;
     out << "    Element type label:          " << type.ElemTypeLabel() << std::endl;
     if (const shp_Shape* shape = type.Shape())
       out << "    Number of nodes per element: " << shape->NumNodes() << std::endl;

@@ -40,12 +40,11 @@ void bme_Placement::Place(std::span<const float> local, std::span<double> placed
   if (!isNone_) toPlaced_.Transform(placed.first(local.size()));
 }
 
-gsl_BBox bme_Placement::Box(const bme_NodeData& nodes) const {
-  const std::span<const float> all = nodes.Coordinates().Const();
+gsl_BBox bme_Placement::Box(std::span<const float> local) const {
   gsl_BBox box;
   std::array<double, 3> placed{};
-  for (std::size_t i = 0; i + 2 < all.size(); i += 3) {
-    Place(all.subspan(i, 3), placed);
+  for (std::size_t i = 0; i + 2 < local.size(); i += 3) {
+    Place(local.subspan(i, 3), placed);
     if (std::ranges::all_of(placed, [](double x) { return std::isfinite(x); }))
       box.Add(gsl_Point(placed[0], placed[1], placed[2]));
   }

@@ -2,7 +2,6 @@
 
 #include "cli_Console.h"
 
-#include <CoreGeometry/bme_Pyramids.h>
 #include <CoreUtils/atr_Near.h>
 #include <algorithm>
 #include <charconv>
@@ -81,29 +80,21 @@ long long cli_NumWithoutShape(const bme_Mesh& mesh) {
   return count;
 }
 
-cow_String cli_TypeText(const bme_ElementClass& type) {
-  return (bme_PyramidNodes(type) > 0 ? "pyramids as collapsed " : "") + type.ElemTypeLabel();
+cow_String cli_TypeText(const cow_String& type, int pyramidNodes) {
+  return (pyramidNodes > 0 ? "pyramids as collapsed " : "") + type;
 }
 
 void cli_LabelRange::Add(std::span<const int> labels) {
   if (labels.empty()) return;
   const auto [low, high] = std::ranges::minmax(labels);
-  smallest = count == 0 ? low : std::min<long long>(smallest, low);
-  largest = count == 0 ? high : std::max<long long>(largest, high);
-  count += static_cast<long long>(labels.size());
+  Add({static_cast<long long>(labels.size()), low, high});
 }
 
-cli_LabelRange cli_NodeLabels(const bme_NodeData& nodes) {
-  cli_LabelRange range;
-  if (nodes.HasUserNodeLabels()) range.Add(nodes.UserNodeLabels().Const());
-  return range;
-}
-
-cli_LabelRange cli_ElementLabels(const bme_ElementData& elements) {
-  cli_LabelRange range;
-  if (!elements.HasUserElementLabels()) return {elements.NumElements(), 1, elements.NumElements()};
-  for (unsigned i = 0; i < elements.NumClasses(); ++i) range.Add(elements.GetClass(i).UserElementLabels());
-  return range;
+void cli_LabelRange::Add(const cli_LabelRange& other) {
+  if (other.count == 0) return;
+  smallest = count == 0 ? other.smallest : std::min(smallest, other.smallest);
+  largest = count == 0 ? other.largest : std::max(largest, other.largest);
+  count += other.count;
 }
 
 cow_String cli_Text(float value) {

@@ -33,16 +33,14 @@ long long cli_NumNotFinite(const bme_Mesh& mesh);
 /// Elements of types without a shape, which such questions leave out, too.
 long long cli_NumWithoutShape(const bme_Mesh& mesh);
 /// The element type of a class, or "pyramids as collapsed C3D8".
-cow_String cli_TypeText(const bme_ElementClass& type);
+cow_String cli_TypeText(const cow_String& type, int pyramidNodes);
 
 /// Smallest and largest of some labels.
 struct cli_LabelRange {
   long long count = 0, smallest = 0, largest = 0;
   void Add(std::span<const int> labels);
+  void Add(const cli_LabelRange& other);
 };
-cli_LabelRange cli_NodeLabels(const bme_NodeData& nodes); ///< count 0 when there are none
-cli_LabelRange
-cli_ElementLabels(const bme_ElementData& elements); ///< implicit labels: 1 to the element count
 
 /// Shortest text that gives back the same single-precision number.
 cow_String cli_Text(float value);

@@ -5,7 +5,9 @@
 #include "cli_Words.h"
 
 #include <BasicUtils/cls_WritePass.h>
+#include <CoreGeometry/bme_EntityWord.h>
 #include <CoreGeometry/bme_RegenerateDatums.h>
+#include <CoreGeometry/bme_StoredMesh.h>
 #include <CoreGeometry/dtu_DynamicDatumCsys.h>
 #include <CoreGeometry/dtu_Mapping.h>
 
@@ -180,7 +182,13 @@ void Add(const Arguments& arguments, const dtu_Datum& datum, const cls_Database&
   else
     container.Replace(id, datum);
   if (arguments.nodes.empty()) MoveIntoMesh(container, id, cli_PlacementOf(model, mesh));
-  if (!arguments.nodes.empty()) Follow(container, id, *model.Get<bme_Mesh>(mesh), model.File() + ", " + mesh);
+  if (!arguments.nodes.empty()) {
+    const bme_StoredMesh stored(model, mesh); // of the mesh the named nodes are enough
+    std::vector<int> nodes;
+    for (const unsigned node : stored.FindNodes(arguments.nodes))
+      if (node != bme_kNotFound) nodes.push_back(static_cast<int>(node));
+    Follow(container, id, stored.NodesAlone(nodes), model.File() + ", " + mesh);
+  }
   pass.Put(root, container);
 }
 

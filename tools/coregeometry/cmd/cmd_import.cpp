@@ -8,6 +8,7 @@
 #include "cli_StoreMesh.h"
 #include "cli_Words.h"
 #include <CoreGeometry/bme_EntityList.h>
+#include <CoreGeometry/bme_Pyramids.h>
 #include <CoreGeometry/bme_RegenerateDatums.h>
 #include <CoreGeometry/fmt_Format.h>
 #include <CoreGeometry/odiC_Run.h>
@@ -203,8 +204,10 @@ void Print(const Arguments& arguments, const cli_MeshTarget& target, const fmt_I
                << " elements in " << import.blocks.size() << " classes\n";
   unsigned index = 0;
   for (const fmt_ImportedBlock& block : import.blocks) {
+    const bme_ElementClass& type = mesh.ElementData().GetClass(index);
     cli_Report() << "  block " << block.id << " (" << block.type << "): class " << index << ", "
-                 << block.numElements << " elements " << cli_TypeText(mesh.ElementData().GetClass(index))
+                 << block.numElements << " elements "
+                 << cli_TypeText(type.ElemTypeLabel(), bme_PyramidNodes(type))
                  << (block.supported ? "" : ", a type without a shape") << '\n';
     ++index;
   }

@@ -5,6 +5,7 @@
 #include "cli_Regions.h"
 
 #include <CoreGeometry/bme_Pyramids.h>
+#include <CoreGeometry/bme_StoredMesh.h>
 #include <CoreGeometry/odiC_Run.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
@@ -32,36 +33,53 @@ cow_String PointText(const cli_Json& point) {
   return "(" + point[0].dump() + ", " + point[1].dump() + ", " + point[2].dump() + ")";
 }
 
-cli_LabelRange LabelsOf(const bme_ElementData& elements, const bme_ElementClass& type) {
-  cli_LabelRange range;
-  if (elements.HasUserElementLabels())
-    range.Add(type.UserElementLabels());
-  else if (type.NumElements() > 0)
-    range = {type.NumElements(), type.FirstElementIndex() + 1LL,
-             static_cast<long long>(type.FirstElementIndex()) + type.NumElements()};
-  return range;
-}
-
 cow_String Plural(std::size_t count, const cow_String& what) {
   return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
-/// The box of the nodes whose coordinates are all finite, in placed space, and how many the others are.
-struct FiniteBox {
-  explicit FiniteBox(const bme_Mesh& mesh) : placement(mesh), box(placement.Box(mesh.NodeData())) {
-    const std::span<const float> all = mesh.NodeData().Coordinates().Const();
-    for (std::size_t i = 0; i + 2 < all.size(); i += 3)
-      others += !std::ranges::all_of(all.subspan(i, 3), [](float x) { return std::isfinite(x); });
+/// What a mesh holds, from one pass over its coordinates and labels.
+struct Facts {
+  Facts(const cls_Database& model, const cow_String& meshRoot) : root(meshRoot), mesh(model, meshRoot) {
+    const bme_Placement& placement = mesh.Placement();
+    mesh.ForEachCoordinates([&](std::span<const float> xyz) {
+      for (std::size_t i = 0; i + 2 < xyz.size(); i += 3)
+        numNotFinite += !std::ranges::all_of(xyz.subspan(i, 3), [](float x) { return std::isfinite(x); });
+      box.Add(placement.Box(xyz));
+    });
+    mesh.ForEachNodeLabels([&](std::span<const int> labels) { nodeLabels.Add(labels); });
+    const bool hasLabels = mesh.HasUserElementLabels();
+    for (const bme_StoredMesh::Class& type : mesh.Classes()) {
+      cli_LabelRange range;
+      if (hasLabels)
+        mesh.ForEachLabelsOf(type, [&](std::span<const int> labels) { range.Add(labels); });
+      else if (type.numElements > 0)
+        range = {type.numElements, type.firstElement + 1LL,
+                 static_cast<long long>(type.firstElement) + type.numElements};
+      labelsOfClass.push_back(range);
+      elementLabels.Add(range);
+      // whether the rows of a class are pyramids is seen when they are read
+      const bool mayBePyramids = bme_PyramidNodes(type.kind) > 0;
+      pyramidNodes.push_back(mayBePyramids ? bme_PyramidNodes(*model.GetObject<bme_ElementClass>(type.object))
+                                           : 0);
+    }
+    if (!hasLabels) elementLabels = {mesh.NumElements(), 1, mesh.NumElements()};
+  }
+  cow_String TypeText(std::size_t i) const {
+    return cli_TypeText(mesh.Classes()[i].kind.ElemTypeLabel(), pyramidNodes[i]);
   }
   cli_Json Corner(const gsl_Point& corner) const {
-    if (!placement.IsNone()) return {corner[0], corner[1], corner[2]};
-    return cli_PlacedPoint(placement, corner);
+    if (!mesh.Placement().IsNone()) return {corner[0], corner[1], corner[2]};
+    return cli_PlacedPoint(mesh.Placement(), corner);
   }
-  cli_Json Origin() const { return Corner(placement.ToPlaced().NewOrigin()); }
+  cli_Json Origin() const { return Corner(mesh.Placement().ToPlaced().NewOrigin()); }
 
-  bme_Placement placement;
-  gsl_BBox box;
-  long long others = 0;
+  cow_String root;
+  bme_StoredMesh mesh;
+  gsl_BBox box; ///< of the nodes whose coordinates are all finite, in placed space
+  long long numNotFinite = 0;
+  cli_LabelRange nodeLabels, elementLabels;
+  std::vector<cli_LabelRange> labelsOfClass;
+  std::vector<int> pyramidNodes;
 };
 
 /// Ends of lines come from std::endl, alone; within a text they belong to a name.
@@ -76,66 +94,61 @@ class NamesOnOneLine : public std::streambuf {
   }
 };
 
-void PrintMesh(const cow_String& root, const bme_Mesh& mesh) {
-  const bme_ElementData& elements = mesh.ElementData();
-  const FiniteBox finite(mesh);
-  const gsl_BBox& box = finite.box;
+void PrintMesh(const Facts& facts) {
+  const bme_StoredMesh& mesh = facts.mesh;
+  cli_Out() << "\nMesh " << facts.root << ", " << mesh.Dimension() << " dimensions\n";
   NamesOnOneLine buffer;
   std::ostream lines(&buffer);
-  cli_Out() << "\nMesh " << root << ", " << mesh.NodeData().Dimension() << " dimensions\n";
   mesh.Print(lines);
   cli_Out() << "  Box:            ";
-  if (box.IsEmpty())
+  if (facts.box.IsEmpty())
     cli_Out() << "empty";
   else
-    cli_Out() << PointText(finite.Corner(box.Min())) << " to " << PointText(finite.Corner(box.Max()));
-  if (finite.others > 0)
-    cli_Out() << ", without " << Plural(static_cast<std::size_t>(finite.others), "node")
+    cli_Out() << PointText(facts.Corner(facts.box.Min())) << " to "
+              << PointText(facts.Corner(facts.box.Max()));
+  if (facts.numNotFinite > 0)
+    cli_Out() << ", without " << Plural(static_cast<std::size_t>(facts.numNotFinite), "node")
               << " whose coordinates are not finite";
   cli_Out() << '\n';
-  if (!finite.placement.IsNone())
-    cli_Out() << "  Placed at:      " << PointText(finite.Origin())
-              << (finite.placement.IsTurned() ? ", turned" : "") << '\n';
-  cli_Out() << "  Node labels:    " << RangeText(cli_NodeLabels(mesh.NodeData()), true) << '\n';
-  cli_Out() << "  Element labels: " << RangeText(cli_ElementLabels(elements), elements.HasUserElementLabels())
-            << '\n';
-  for (unsigned i = 0; i < elements.NumClasses(); ++i) {
-    const bme_ElementClass& type = elements.GetClass(i);
-    cli_Out() << "  Class " << i << ": " << cli_TypeText(type) << ", labels "
-              << RangeText(LabelsOf(elements, type), true) << ", category \"" << type.CategoryLabel()
-              << "\"\n";
-  }
+  if (!mesh.Placement().IsNone())
+    cli_Out() << "  Placed at:      " << PointText(facts.Origin())
+              << (mesh.Placement().IsTurned() ? ", turned" : "") << '\n';
+  cli_Out() << "  Node labels:    " << RangeText(facts.nodeLabels, true) << '\n';
+  cli_Out() << "  Element labels: " << RangeText(facts.elementLabels, mesh.HasUserElementLabels()) << '\n';
+  for (std::size_t i = 0; i < mesh.Classes().size(); ++i)
+    cli_Out() << "  Class " << i << ": " << facts.TypeText(i) << ", labels "
+              << RangeText(facts.labelsOfClass[i], true) << ", category \""
+              << mesh.Classes()[i].kind.CategoryLabel() << "\"\n";
 }
 
-cli_Json MeshJson(const cow_String& root, const bme_Mesh& mesh) {
-  const bme_ElementData& elements = mesh.ElementData();
-  const FiniteBox finite(mesh);
-  const gsl_BBox& box = finite.box;
+cli_Json MeshJson(const Facts& facts) {
+  const bme_StoredMesh& mesh = facts.mesh;
   cli_Json classes = cli_Json::array();
-  for (unsigned i = 0; i < elements.NumClasses(); ++i) {
-    const bme_ElementClass& type = elements.GetClass(i);
+  for (std::size_t i = 0; i < mesh.Classes().size(); ++i) {
+    const bme_StoredMesh::Class& type = mesh.Classes()[i];
     classes.push_back({{"index", i},
-                       {"type", type.ElemTypeLabel()},
-                       {"supported", type.IsSupported()},
-                       {"pyramidNodes", bme_PyramidNodes(type)},
-                       {"elements", type.NumElements()},
-                       {"nodesPerElement", type.NumNodesPerElem()},
-                       {"elementLabels", Range(LabelsOf(elements, type))},
-                       {"category", type.CategoryLabel()}});
+                       {"type", type.kind.ElemTypeLabel()},
+                       {"supported", type.kind.IsSupported()},
+                       {"pyramidNodes", facts.pyramidNodes[i]},
+                       {"elements", type.numElements},
+                       {"nodesPerElement", type.nodesPerElement},
+                       {"elementLabels", Range(facts.labelsOfClass[i])},
+                       {"category", type.kind.CategoryLabel()}});
   }
-  return {{"mesh", root},
+  const gsl_BBox& box = facts.box;
+  return {{"mesh", facts.root},
           {"id", mesh.Id()},
-          {"dimensions", mesh.NodeData().Dimension()},
-          {"nodes", mesh.NodeData().NumNodes()},
-          {"elements", elements.NumElements()},
+          {"dimensions", mesh.Dimension()},
+          {"nodes", mesh.NumNodes()},
+          {"elements", mesh.NumElements()},
           {"box", box.IsEmpty()
                       ? cli_Json()
-                      : cli_Json{{"min", finite.Corner(box.Min())}, {"max", finite.Corner(box.Max())}}},
-          {"placedAt", finite.Origin()},
-          {"notFinite", finite.others},
-          {"nodeLabels", Range(cli_NodeLabels(mesh.NodeData()))},
-          {"elementLabels", Range(cli_ElementLabels(elements))},
-          {"elementLabelsImplicit", !elements.HasUserElementLabels()},
+                      : cli_Json{{"min", facts.Corner(box.Min())}, {"max", facts.Corner(box.Max())}}},
+          {"placedAt", facts.Origin()},
+          {"notFinite", facts.numNotFinite},
+          {"nodeLabels", Range(facts.nodeLabels)},
+          {"elementLabels", Range(facts.elementLabels)},
+          {"elementLabelsImplicit", !mesh.HasUserElementLabels()},
           {"classes", classes}};
 }
 
@@ -191,12 +204,12 @@ void Run(const Arguments& arguments) {
   }
   json["meshes"] = cli_Json::array();
   for (const cow_String& root : roots) {
-    const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
+    const Facts facts(model, root);
     console.End();
     if (arguments.json)
-      json["meshes"].push_back(MeshJson(root, *mesh));
+      json["meshes"].push_back(MeshJson(facts));
     else
-      PrintMesh(root, *mesh);
+      PrintMesh(facts);
   }
   if (arguments.json) cli_PrintJson(json);
 }

@@ -5,17 +5,21 @@
 #include "cli_Words.h"
 
 #include <CoreGeometry/bme_ElementLocator.h>
+#include <CoreGeometry/bme_Messages.h>
+#include <CoreGeometry/bme_StoredMesh.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <fstream>
 #include <functional>
 #include <iomanip>
 #include <iostream>
+#include <optional>
 #include <sstream>
 
 namespace {
 struct Arguments {
   std::string file, name, pointFile;
   std::vector<std::string> coordinates;
+  std::optional<int> element; ///< label of the only one that is asked
   bool json = false;
 };
 
@@ -59,9 +63,15 @@ const char* Verdict(shp_Location location) {
   }
 }
 
+/// One element of a mesh as a mesh of its own, and where it stands in the whole.
+struct Alone {
+  unsigned index = 0, classIndex = 0;
+};
+
 class Answers {
 public:
-  explicit Answers(const bme_Mesh& mesh) : elements_(mesh.ElementData()), placement_(mesh), locator_(mesh) {}
+  explicit Answers(const bme_Mesh& mesh, const std::optional<Alone>& alone = {})
+      : elements_(mesh.ElementData()), placement_(mesh), locator_(mesh), alone_(alone) {}
 
   /// Calls take(answer) for each point.
   void ForEach(std::span<const double> points, const std::function<void(const cli_Json&)>& take) const {
@@ -111,12 +121,16 @@ private:
     const bme_ElementClass& type = elements_.GetClass(classIndex);
     const long long label =
         elements_.HasUserElementLabels() ? type.UserElementLabels()[inClass] : element + 1LL;
-    return {{"label", label}, {"index", element}, {"class", classIndex}, {"type", type.ElemTypeLabel()}};
+    return {{"label", label},
+            {"index", alone_ ? alone_->index : element},
+            {"class", alone_ ? alone_->classIndex : classIndex},
+            {"type", type.ElemTypeLabel()}};
   }
 
   const bme_ElementData& elements_;
   bme_Placement placement_;
   bme_ElementLocator locator_;
+  std::optional<Alone> alone_;
 };
 
 cow_String Text(const cli_Json& point) {
@@ -174,15 +188,31 @@ std::vector<double> PointsOf(const Arguments& arguments) {
   return points;
 }
 
+/// The only element that is asked: nothing else of the mesh is read.
+bme_Mesh ReadAlone(const cls_Database& model, const cow_String& root, int label, Alone& alone) {
+  const bme_StoredMesh mesh(model, root);
+  alone.index = mesh.FindElements(std::span(&label, 1))[0];
+  if (alone.index == bme_kNotFound)
+    throw nex_TextException(model.File() + ", " + root + ", element " + std::to_string(label) + ": "
+                            + bme_MessageText(bme_INVALID_ELEMENT_LABEL));
+  alone.classIndex = static_cast<unsigned>(&mesh.ClassOf(alone.index) - mesh.Classes().data());
+  return mesh.ElementAlone(alone.index);
+}
+
 void Run(const Arguments& arguments) {
   const std::vector<double> points = PointsOf(arguments);
   cli_Console console;
   console.Begin("reading " + arguments.file);
   const cls_Database model = cli_OpenModel(arguments.file);
   const cow_String root = cli_ChooseMesh(model, arguments.name);
-  const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
+  std::optional<Alone> alone;
+  cow_CountedHld<bme_Mesh> mesh;
+  if (arguments.element)
+    mesh = cow_CountedHld(new bme_Mesh(ReadAlone(model, root, *arguments.element, alone.emplace())));
+  else
+    mesh = model.Get<bme_Mesh>(root);
   console.Begin("making a locator");
-  const Answers answers(*mesh);
+  const Answers answers(*mesh, alone);
   console.End();
 
   const long long notFinite = cli_NumNotFinite(*mesh), withoutShape = cli_NumWithoutShape(*mesh);
@@ -212,6 +242,8 @@ void cli_AddLocate(cli_Command& program) {
   command.AddOption(
       "--points", arguments->pointFile,
       "File of points, - for the standard input, three numbers a line; text after # is skipped");
+  command.AddOption("--element", arguments->element, "Label of the only element to ask: no other is read")
+      .TypeName("LABEL");
   command.Footer(
       "Prints for each point: inside, with the element and its iso coordinates; on boundary, with all\n"
       "elements that share the place; outside, with the nearest element and its distance; or degenerate\n"
@@ -220,6 +252,7 @@ void cli_AddLocate(cli_Command& program) {
       "\n"
       "Examples:\n"
       "  coregeometry locate bracket.cgdb 0.01,0.02,0.002\n"
-      "  coregeometry locate bracket.cgdb --points probes.txt --json");
+      "  coregeometry locate bracket.cgdb --points probes.txt --json\n"
+      "  coregeometry locate bracket.cgdb 0.01,0.02,0.002 --element 104");
   command.OnRun([arguments] { Run(*arguments); });
 }

@@ -4,10 +4,14 @@
 #include "cli_Model.h"
 #include "cli_Words.h"
 
-#include <CoreGeometry/bme_EntityList.h>
+#include <BasicUtils/cls_ReadView.h>
+#include <CoreGeometry/bme_EntityWord.h>
 #include <CoreGeometry/bme_Messages.h>
+#include <CoreGeometry/bme_StoredMesh.h>
+#include <algorithm>
 #include <cstring>
 #include <iostream>
+#include <unordered_map>
 
 namespace {
 struct Arguments {
@@ -16,35 +20,55 @@ struct Arguments {
   bool json = false;
 };
 
-class Query {
+/// What was asked for, read from the file as far as it is needed.
+class Answers {
 public:
-  Query(cow_String place, const bme_Mesh& mesh) : place_(std::move(place)), mesh_(mesh), placement_(mesh) {}
-
-  cli_Json Node(int label) {
-    const unsigned index = mesh_.NodeData().GetMeshNodeIndex(label);
-    float x = 0, y = 0, z = 0;
-    if (index == bme_kNotFound || !mesh_.NodeData().GetNodalCoord(index, x, y, z))
-      return Unknown("nodes", label, bme_INVALID_NODE_LABEL);
-    return {
-        {"label", label}, {"index", index}, {"coordinates", cli_PlacedPoint(placement_, gsl_Point(x, y, z))}};
+  Answers(cow_String place, const bme_StoredMesh& mesh, std::span<const int> nodes,
+          std::span<const int> elements)
+      : place_(std::move(place)), mesh_(mesh), nodeLabels_(nodes), elementLabels_(elements),
+        nodes_(mesh.FindNodes(nodes)), elements_(mesh.FindElements(elements)) {
+    std::vector<int> known, ofRows;
+    for (const unsigned node : nodes_)
+      if (node != bme_kNotFound) known.push_back(static_cast<int>(node));
+    coordinates_ = mesh.Coordinates(known);
+    for (const unsigned element : elements_) {
+      rows_.push_back(element == bme_kNotFound ? std::vector<int>() : mesh.Connectivity(element));
+      std::ranges::copy_if(rows_.back(), std::back_inserter(ofRows),
+                           [&](int node) { return static_cast<unsigned>(node) < mesh.NumNodes(); });
+    }
+    const std::vector<int> labels = mesh.NodeLabels(ofRows);
+    for (std::size_t i = 0; i < ofRows.size(); ++i) labelOfNode_.emplace(ofRows[i], labels[i]);
   }
 
-  cli_Json Element(int label) {
-    unsigned classIndex = 0, inClass = 0;
-    if (!mesh_.GetClassAndElemIndexFromElementLabel(label, classIndex, inClass))
-      return Unknown("elements", label, bme_INVALID_ELEMENT_LABEL);
-    const bme_ElementClass& type = mesh_.ElementData().GetClass(classIndex);
-    const bool byLabel = mesh_.NodeData().HasUserNodeLabels();
-    cli_Json nodes = cli_Json::array();
-    for (const int node : type.Connectivity(static_cast<int>(inClass)))
-      nodes.push_back(NodeName(node, byLabel));
-    return {{"label", label},
-            {"index", mesh_.ElementData().GetMeshElemIndexFromClass(classIndex, inClass)},
-            {"class", classIndex},
-            {"type", type.ElemTypeLabel()},
-            {"supported", type.IsSupported()},
-            {"category", type.CategoryLabel()},
-            {byLabel ? "nodes" : "nodeIndices", nodes}};
+  /// Calls take(facts) for each node that the mesh has, in the order of the labels.
+  template<class Take> void ForEachNode(Take take) {
+    const float* xyz = coordinates_.data();
+    for (std::size_t i = 0; i < nodes_.size(); ++i) {
+      if (IsUnknown("nodes", nodeLabels_[i], nodes_[i], bme_INVALID_NODE_LABEL)) continue;
+      take({{"label", nodeLabels_[i]},
+            {"index", nodes_[i]},
+            {"coordinates", cli_PlacedPoint(mesh_.Placement(), gsl_Point(xyz[0], xyz[1], xyz[2]))}});
+      xyz += 3;
+    }
+  }
+
+  template<class Take> void ForEachElement(Take take) {
+    for (std::size_t i = 0; i < elements_.size(); ++i) {
+      if (IsUnknown("elements", elementLabels_[i], elements_[i], bme_INVALID_ELEMENT_LABEL)) continue;
+      const bme_StoredMesh::Class& type = mesh_.ClassOf(elements_[i]);
+      cli_Json nodes = cli_Json::array();
+      for (const int node : rows_[i]) { // null for a node that is not there
+        const auto found = labelOfNode_.find(node);
+        nodes.push_back(found == labelOfNode_.end() ? cli_Json() : cli_Json(found->second));
+      }
+      take({{"label", elementLabels_[i]},
+            {"index", elements_[i]},
+            {"class", &type - mesh_.Classes().data()},
+            {"type", type.kind.ElemTypeLabel()},
+            {"supported", type.kind.IsSupported()},
+            {"category", type.kind.CategoryLabel()},
+            {mesh_.HasUserNodeLabels() ? "nodes" : "nodeIndices", nodes}});
+    }
   }
 
   /// Labels that were asked for and are not there, of nodes and of elements.
@@ -52,22 +76,21 @@ public:
   bool HasUnknown() const { return !unknown_["nodes"].empty() || !unknown_["elements"].empty(); }
 
 private:
-  cli_Json Unknown(const char* kind, int label, bme_Message message) {
+  bool IsUnknown(const char* kind, int label, unsigned index, bme_Message message) {
+    if (index != bme_kNotFound) return false;
     cli_Out(std::cerr) << "coregeometry: " << place_ << ", " << cow_String(kind, std::strlen(kind) - 1) << ' '
                        << label << ": " << bme_MessageText(message) << '\n';
     unknown_[kind].push_back(label);
-    return nullptr;
-  }
-
-  /// Label of a node, its index in a mesh without labels, null for a node that is not there.
-  cli_Json NodeName(int node, bool byLabel) const {
-    if (node < 0 || static_cast<unsigned>(node) >= mesh_.NodeData().NumNodes()) return nullptr;
-    return byLabel ? mesh_.NodeData().UserNodeLabels().ConstGet(node) : node;
+    return true;
   }
 
   cow_String place_;
-  const bme_Mesh& mesh_;
-  bme_Placement placement_;
+  const bme_StoredMesh& mesh_;
+  std::span<const int> nodeLabels_, elementLabels_;
+  std::vector<unsigned> nodes_, elements_;
+  std::vector<float> coordinates_;     ///< of the nodes that are there
+  std::vector<std::vector<int>> rows_; ///< of nodes, one for each element
+  std::unordered_map<int, int> labelOfNode_;
   cli_Json unknown_ = {{"nodes", cli_Json::array()}, {"elements", cli_Json::array()}};
 };
 
@@ -101,28 +124,25 @@ void Run(const Arguments& arguments) {
   console.Begin("reading " + arguments.file);
   const cls_Database model = cli_OpenModel(arguments.file);
   const cow_String root = cli_ChooseMesh(model, arguments.name);
-  const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
+  const bme_StoredMesh mesh(model, root);
+  Answers answers(arguments.file + ", " + root, mesh, nodes, elements);
   console.End();
 
-  Query query(arguments.file + ", " + root, *mesh);
   if (!arguments.json) {
-    for (const int label : nodes)
-      if (const cli_Json node = query.Node(label); !node.is_null()) PrintNode(node);
-    for (const int label : elements)
-      if (const cli_Json element = query.Element(label); !element.is_null()) PrintElement(element);
+    answers.ForEachNode(&PrintNode);
+    answers.ForEachElement(&PrintElement);
   } else {
     cli_JsonStream json({{"file", arguments.file}, {"mesh", root}});
+    const auto add = [&](const cli_Json& one) { json.Add(one); };
     json.BeginList("nodes");
-    for (const int label : nodes)
-      if (const cli_Json node = query.Node(label); !node.is_null()) json.Add(node);
+    answers.ForEachNode(add);
     json.EndList();
     json.BeginList("elements");
-    for (const int label : elements)
-      if (const cli_Json element = query.Element(label); !element.is_null()) json.Add(element);
+    answers.ForEachElement(add);
     json.EndList();
-    json.End({{"unknown", query.Unknown()}});
+    json.End({{"unknown", answers.Unknown()}});
   }
-  if (query.HasUnknown()) throw cli_Incomplete();
+  if (answers.HasUnknown()) throw cli_Incomplete();
 }
 } // namespace
 

@@ -5,6 +5,7 @@
 
 #include <BasicUtils/cls_ReadView.h>
 #include <CoreGeometry/bme_EntityList.h>
+#include <CoreGeometry/bme_StoredMesh.h>
 #include <CoreGeometry/rgnC_Facet.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <CoreUtils/atr_Near.h>
@@ -35,7 +36,7 @@ struct Part {
 
 class Contents {
 public:
-  Contents(cow_String place, const bme_Mesh* mesh) : place_(std::move(place)), mesh_(mesh) {}
+  Contents(cow_String place, const bme_StoredMesh* mesh) : place_(std::move(place)), mesh_(mesh) {}
 
   void Add(const rgnC_SubsetData& subset) {
     const bool isNodes = subset.SubsetType() == res_NODE_SET || subset.SubsetType() == res_SURFACE_NODE;
@@ -55,50 +56,31 @@ public:
 private:
   void ToLabels(std::vector<int>& items, bool areNodes) const {
     if (!mesh_) return;
-    const unsigned count = areNodes ? mesh_->NodeData().NumNodes() : mesh_->ElementData().NumElements();
-    for (int& item : items) {
+    const unsigned count = areNodes ? mesh_->NumNodes() : mesh_->NumElements();
+    for (const int item : items) {
       if (static_cast<unsigned>(item) >= count)
         throw nex_TextException(place_ + ": " + (areNodes ? "node" : "element") + " index "
                                 + std::to_string(item) + " in a mesh of " + std::to_string(count));
     }
-    if (!areNodes) return ToElementLabels(items);
-    if (!mesh_->NodeData().HasUserNodeLabels()) return;
-    const std::span<const int> labels = mesh_->NodeData().UserNodeLabels().Const();
-    for (int& item : items) item = labels[static_cast<std::size_t>(item)];
-  }
-
-  void ToElementLabels(std::vector<int>& items) const {
-    const bme_ElementData& elements = mesh_->ElementData();
-    const bool hasLabels = elements.HasUserElementLabels();
-    const bme_ElementClass* type = nullptr;
-    for (int& item : items) {
-      if (!hasLabels) {
-        ++item;
-        continue;
-      }
-      if (!type || item < type->FirstElementIndex()
-          || item - type->FirstElementIndex() >= type->NumElements())
-        type = &elements.GetElemClass(static_cast<unsigned>(item));
-      item = type->UserElementLabels()[static_cast<std::size_t>(item - type->FirstElementIndex())];
-    }
+    items = areNodes ? mesh_->NodeLabels(items) : mesh_->ElementLabels(items);
   }
 
   Part Describe(const rgnC_SubsetData& subset, bool areNodes, int facet) const {
     Part part;
     part.facts["subset"] = omu_FindText(omu_EnumTable<res_SetTypeEnm>::entries, subset.SubsetType());
-    const char* const numbers = !mesh_                                               ? "indices"
-                                : areNodes && !mesh_->NodeData().HasUserNodeLabels() ? "node indices"
-                                : areNodes                                           ? "nodes"
-                                                                                     : "";
+    const char* const numbers = !mesh_                                    ? "indices"
+                                : areNodes && !mesh_->HasUserNodeLabels() ? "node indices"
+                                : areNodes                                ? "nodes"
+                                                                          : "";
     part.what = numbers;
     const auto add = [&](const cow_String& text) { part.what += (part.what.empty() ? "" : ", ") + text; };
     const shp_Shape* shape = nullptr;
     if (subset.ClassIndex() >= 0) {
       part.facts["class"] = subset.ClassIndex();
       add("class " + std::to_string(subset.ClassIndex()));
-      const auto index = static_cast<unsigned>(subset.ClassIndex());
-      if (mesh_ && index < mesh_->ElementData().NumClasses()) {
-        const bme_ElementClass& type = mesh_->ElementData().GetClass(index);
+      const auto index = static_cast<std::size_t>(subset.ClassIndex());
+      if (mesh_ && index < mesh_->Classes().size()) {
+        const bme_ElementClass& type = mesh_->Classes()[index].kind;
         shape = type.Shape();
         add(type.ElemTypeLabel());
       }
@@ -120,7 +102,7 @@ private:
   }
 
   cow_String place_;
-  const bme_Mesh* mesh_;
+  const bme_StoredMesh* mesh_;
   std::vector<Part> parts_;
 };
 
@@ -175,7 +157,7 @@ void List(const Arguments& arguments, const cls_Database& model, const std::vect
 void PrintOne(const Arguments& arguments, const cls_Database& model, const bme_RegionRoot& one) {
   const rgnC_SetData contents = bme_ContentsOf(model, one.region);
   const cow_String place = model.File() + ", " + one.root;
-  std::map<int, cow_CountedHld<bme_Mesh>> meshes; // by identifier
+  std::map<int, bme_StoredMesh> meshes; // by identifier
   std::map<int, Contents> byMesh;
   const bme_MeshIndex index(model);
   cow_String meshRoots;
@@ -184,9 +166,9 @@ void PrintOne(const Arguments& arguments, const cls_Database& model, const bme_R
     auto found = byMesh.find(subset.MeshIndex());
     if (found == byMesh.end()) {
       const cow_String root = index.RootOf(one.region, subset.MeshIndex());
-      if (!root.empty()) meshes.emplace(subset.MeshIndex(), model.Get<bme_Mesh>(root));
+      if (!root.empty()) meshes.try_emplace(subset.MeshIndex(), model, root);
       meshRoots += (meshRoots.empty() ? "" : ", ") + (root.empty() ? "no mesh of the model" : root);
-      const bme_Mesh* mesh = root.empty() ? nullptr : &*meshes.at(subset.MeshIndex());
+      const bme_StoredMesh* mesh = root.empty() ? nullptr : &meshes.at(subset.MeshIndex());
       found = byMesh.emplace(subset.MeshIndex(), Contents(place, mesh)).first;
     }
     found->second.Add(subset);

@@ -214,16 +214,44 @@ void cls_ReadVisitor::ReadArray(cls_ArrayKind kind, unsigned& width, void* targe
 
 std::size_t cls_ReadVisitor::GetListSize() const { return RowIds(*place_, cls_ArrayKind::RowIds).size(); }
 
-std::vector<std::pair<int, std::shared_ptr<void>>> cls_ReadVisitor::GetObjectMap(unsigned typeId) const {
+std::size_t cls_ReadVisitor::GetArraySize(cls_ArrayKind kind, std::size_t elementSize,
+                                          unsigned* width) const {
+  const cls_Cell& cell = place_->Cell();
+  if (const auto* blob = std::get_if<cls_Blob>(&cell)) try {
+      return cls_DecodeArray(*blob, kind, width).size() / elementSize;
+    } catch (const nex_TextException& failure) {
+      place_->Fail(failure.Message());
+    }
+  const db_Array array =
+      place_->reader->File().LoadArray(Integer(*place_, 1, std::numeric_limits<long long>::max()));
+  if (array.kind != kind) place_->Fail("is an array of another kind");
+  if (width) *width = array.width;
+  return static_cast<std::size_t>(array.count);
+}
+
+std::vector<std::pair<int, long long>> cls_ReadVisitor::MapEntries() const {
   const auto entries = RowIds(*place_, cls_ArrayKind::Map);
-  std::vector<std::pair<int, std::shared_ptr<void>>> result;
+  std::vector<std::pair<int, long long>> result;
+  result.reserve(entries.size() / 2);
   for (std::size_t i = 0; i + 1 < entries.size(); i += 2) {
     const long long key = entries[i];
     if (key < std::numeric_limits<int>::min() || key > std::numeric_limits<int>::max()
         || (i > 0 && key <= entries[i - 2]))
       place_->Fail("has key " + std::to_string(key) + " out of order or range");
-    result.emplace_back(static_cast<int>(key),
-                        place_->reader->Read(entries[i + 1], typeId, 0, place_->holder.get()));
+    result.emplace_back(static_cast<int>(key), entries[i + 1]);
   }
+  return result;
+}
+
+std::vector<int> cls_ReadVisitor::GetMapKeys() const {
+  std::vector<int> keys;
+  for (const auto& [key, row] : MapEntries()) keys.push_back(key);
+  return keys;
+}
+
+std::vector<std::pair<int, std::shared_ptr<void>>> cls_ReadVisitor::GetObjectMap(unsigned typeId) const {
+  std::vector<std::pair<int, std::shared_ptr<void>>> result;
+  for (const auto& [key, row] : MapEntries())
+    result.emplace_back(key, place_->reader->Read(row, typeId, 0, place_->holder.get()));
   return result;
 }

@@ -67,7 +67,12 @@ public:
     if (width) *width = storedWidth;
     return array;
   }
-  std::size_t GetListSize() const; ///< length of a list of embedded objects
+  /// How many numbers an array has, and how many of them make one row, without reading them.
+  template<class T> std::size_t GetArraySize(unsigned* width = nullptr) const {
+    return GetArraySize(cls_kArrayKind<T>, sizeof(T), width);
+  }
+  std::size_t GetListSize() const;     ///< length of a list of embedded objects
+  std::vector<int> GetMapKeys() const; ///< of a map of owned objects, ascending
   /// Owned objects of a map, keys ascending.
   template<class T> std::vector<std::pair<int, cow_CountedHld<T>>> GetObjectMap() const {
     std::vector<std::pair<int, cow_CountedHld<T>>> result;
@@ -83,6 +88,8 @@ private:
   using SetStamp = void (*)(void* target, const cow_ArrayStamp&);
   void ReadArray(cls_ArrayKind kind, unsigned& width, void* target, Allocate, SetStamp) const;
   std::vector<std::pair<int, std::shared_ptr<void>>> GetObjectMap(unsigned typeId) const;
+  std::size_t GetArraySize(cls_ArrayKind kind, std::size_t elementSize, unsigned* width) const;
+  std::vector<std::pair<int, long long>> MapEntries() const; ///< keys and rows
 
   std::shared_ptr<db_ReadPlace> place_;
 };
