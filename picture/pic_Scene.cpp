@@ -47,6 +47,7 @@ public:
   }
 
   pic_Canvas Run() {
+    canvas_.BeginTogether();
     Fit();
     FindNormals();
     FindFacesOfNodes();
@@ -75,6 +76,7 @@ public:
         DrawLegend();
       DrawScaleBar();
     }
+    canvas_.EndTogether();
     return std::move(canvas_);
   }
 

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <BasicUtils/uti_OutputFile.h>
+#include <BasicUtils/wip_Executor.h>
 #include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/pic_Colours.h>
 #include <array>
+#include <variant>
 #include <vector>
 
 using pic_Vector = std::array<double, 3>;
@@ -34,6 +36,11 @@ public:
   void Line(const pic_Vector& from, const pic_Vector& to, double width, const pic_Colour& colour,
             double lift);
 
+  /// From now on shapes are collected and drawn many together, on lent threads in rows of their own. The pixels
+  /// are the same. Without lent threads nothing changes.
+  void BeginTogether() noexcept { areTogether_ = wip_NumThreads() > 1; }
+  void EndTogether(); ///< draws what waits; to be called before the canvas is used
+
   std::vector<unsigned char>
   Pixels() const; ///< red, green, blue, and opacity if transparent; rows from above
   void WritePng(uti_OutputFile& output) const; ///< and commits it
@@ -46,12 +53,30 @@ private:
     float depth;                ///< minus infinity where nothing is drawn
     std::array<float, 3> light; ///< squares of the colour: about what adds up in the eye
   };
-  static Sample Shaded(double depth, const pic_Vector& normal, const pic_Colour& colour);
-  template<class Paint> void Fill(double lowX, double highX, double lowY, double highY, Paint&& paint);
-  template<class SampleOf> void Cover(const std::array<Corner, 3>& corners, SampleOf&& sampleOf);
+  struct Flat {
+    std::array<Corner, 3> corners;
+    pic_Colour colour;
+  };
+  struct Valued {
+    std::array<Corner, 3> corners;
+    std::array<double, 3> values;
+    pic_Scale scale;
+  };
+  struct Straight {
+    pic_Vector from, to;
+    double width;
+    pic_Colour colour;
+    double lift;
+  };
+  /// Rows of samples, in which one thread draws.
+  class Band;
+
+  template<class Shape> void Draw(const Shape& shape);
+  void DrawWaiting();
 
   int width_, height_, perPixel_;
-  bool isTransparent_ = false;
+  bool isTransparent_ = false, areTogether_ = false;
   wip_Poll poll_{1U << 17U}; ///< of samples
+  std::vector<std::variant<Flat, Valued, Straight>> waiting_;
   std::vector<Sample> samples_;
 };

@@ -1,6 +1,7 @@
 #include "ThreadExecutor.h"
 
 #include <BasicUtils/thr_ThreadSingleton.h>
+#include <BasicUtils/wip_Sort.h>
 #include <BasicUtils/wip_WIP.h>
 #include <gtest/gtest.h>
 
@@ -23,6 +24,25 @@ TEST(wip_Executor, RunsEachPieceOnceAndMergesInOrder) {
     EXPECT_EQ(merged, all);
   }
   EXPECT_EQ(wip_NumThreads(), 1U);
+}
+
+TEST(wip_Executor, SortsAsOneThreadDoes) {
+  using Item = std::pair<int, std::size_t>; // a key that comes often, and what tells the items apart
+  std::mt19937 random(3);
+  for (const std::size_t count : {0, 1, 32768, 32769, 98303, 200001})
+    for (const int numKeys : {1, 5, 1 << 20}) {
+      std::vector<Item> items(count);
+      for (std::size_t i = 0; i < count; ++i) items[i] = {static_cast<int>(random() % numKeys), random()};
+      std::vector<Item> expected = items;
+      std::ranges::sort(expected);
+      for (const unsigned numThreads : {1U, 2U, 3U, 7U}) {
+        ThreadExecutor executor(numThreads, numThreads);
+        const wip_ExecutorScope lent(&executor);
+        std::vector<Item> sorted = items;
+        wip_Sort(sorted, std::less());
+        ASSERT_TRUE(sorted == expected) << count << " items, " << numThreads << " threads";
+      }
+    }
 }
 
 TEST(wip_Executor, ThrowsWhatTheFirstFailedPieceThrew) {

@@ -6,10 +6,14 @@
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_ElementLocator.h>
 #include <CoreGeometry/bme_ExternalFaces.h>
+#include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/bme_FEMElemList.h>
 #include <CoreGeometry/bme_FEMFaceList.h>
 #include <CoreGeometry/bme_Measures.h>
 #include <CoreGeometry/bme_MeshBuilder.h>
+#include <CoreGeometry/bme_Outside.h>
+#include <CoreGeometry/chk_Findings.h>
+#include <CoreGeometry/gsl_Matrix.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <barrier>
 #include <filesystem>
@@ -162,6 +166,37 @@ std::vector<double> FacesOf(const bme_Mesh& mesh) {
   return words;
 }
 
+/// What depends on records that are sorted: elements across edges and faces, duplicates, nodes at one place, edges
+/// of the outside, findings of the check; and what is computed from all coordinates.
+std::vector<double> RelationsOf(const bme_Mesh& mesh) {
+  std::vector<double> numbers;
+  const auto add = [&](const auto& values) { numbers.insert(numbers.end(), values.begin(), values.end()); };
+  for (const bme_Across across : {bme_Across::Edge, bme_Across::Face})
+    add(bme_FEMConnect(mesh).Neighbours(across).items);
+  for (const auto& pair : bme_FindDuplicates(bme_FEMElemList::All(mesh))) add(pair);
+  for (const bme_OuterEdge& edge : bme_FindOutside(mesh, {}, {}, "mesh").edges) {
+    add(edge.ends);
+    numbers.push_back(edge.isFeature ? 1 : 0);
+  }
+  std::vector<chk_Finding> findings;
+  chk_Findings collected("mesh", findings);
+  add(chk_Elements(mesh, collected));
+  for (const chk_Finding& finding : findings) add(finding.what);
+  // more nodes than one piece of a sort or of coordinates has
+  std::mt19937 random(11);
+  std::vector<float> xyz(3 * 150000);
+  for (float& x : xyz) x = static_cast<float>(random() % 100);
+  bme_Mesh cloud = bme_MeshBuilder(xyz).Build();
+  gsl_Matrix turn;
+  turn.AxisRotation(gsl_Point(1, 2, 3), gsl_Vector(0, 0, 1), 0.3);
+  cloud.ApplyTransform(turn);
+  add(cloud.NodeData().Coordinates().Const());
+  const gsl_BBox box = cloud.GetBBox();
+  for (unsigned axis = 0; axis < 3; ++axis) add(std::array{box.Min()[axis], box.Max()[axis]});
+  add(bme_FindCoincidentNodes(cloud.NodeData(), 0.001).items);
+  return numbers;
+}
+
 struct LentWork {
   const char* name;
   std::vector<double> (*run)(const bme_Mesh& mesh);
@@ -204,5 +239,6 @@ INSTANTIATE_TEST_SUITE_P(Every, LentThreads,
                          testing::ValuesIn({LentWork{"measures", MeasuresOf},
                                             {"locator", FoundPoints},
                                             {"extrapolation", AtNodes},
-                                            {"faces", FacesOf}}),
+                                            {"faces", FacesOf},
+                                            {"relations", RelationsOf}}),
                          [](const auto& info) { return std::string(info.param.name); });

@@ -7,6 +7,7 @@
 #include <CoreGeometry/pic_Animation.h>
 #include <CoreGeometry/pic_Page.h>
 #include <CoreGeometry/pic_Scene.h>
+#include <ThreadExecutor.h>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
@@ -241,6 +242,12 @@ TEST_F(Fields, AnimatedPicturesAreReadBackAndPinned) {
   };
   EXPECT_EQ(crc(pictures[0].Pixels()), 0x59c8bdc5U) << "the bytes of a picture have changed";
   EXPECT_EQ(crc(pictures[2].Pixels()), 0xb674e40eU);
+  for (const unsigned numThreads : {2U, 3U}) {
+    ThreadExecutor executor(numThreads);
+    const wip_ExecutorScope lent(&executor);
+    const pic_Canvas same = pic_Draw(plate.outside, plate.Coordinates(), view, results);
+    EXPECT_TRUE(same.Pixels() == pictures[2].Pixels()) << numThreads << " threads";
+  }
 
   const std::filesystem::path folder = testing::TempDir() + "Fields";
   std::filesystem::remove_all(folder);

@@ -1,4 +1,5 @@
 #include <BasicUtils/nex_Exception.h>
+#include <BasicUtils/wip_Sort.h>
 #include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/bme_NodeData.h>
 #include <algorithm>
@@ -30,7 +31,7 @@ std::vector<Placed> SortByCell(const bme_NodeData& nodes, double width) {
     for (std::size_t a = 0; a < 3; ++a) cell[2 - a] = width > 0 ? std::floor(at[a] / width) : at[a];
     placed.push_back({cell, at, node});
   }
-  std::ranges::sort(placed, [](const Placed& a, const Placed& b) {
+  wip_Sort(placed, [](const Placed& a, const Placed& b) {
     return a.cell != b.cell ? a.cell < b.cell : a.node < b.node;
   });
   return placed;

@@ -1,7 +1,7 @@
 // Elements whose map is no good: inside out, without size, or folded somewhere.
 #include <CoreGeometry/chk_Findings.h>
 
-#include <BasicUtils/wip_Poll.h>
+#include <BasicUtils/wip_Executor.h>
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/bme_Pyramids.h>
 #include <CoreGeometry/shp_Shape.h>
@@ -117,12 +117,73 @@ struct Bad {
   }
 };
 
+/// An element whose map is no good.
+struct Fault {
+  enum Kind { Flat, Inverted, Folded, AtNode } kind;
+  int element; ///< of its class
+  double value;
+};
+
+/// Looks at elements of one class, independently of each other.
+struct ElementCheck {
+  const bme_Mesh& mesh;
+  const bme_ElementClass& type;
+  const shp_Shape& shape;
+  const Places &nodes, &points;
+
+  long long Label(int element) const {
+    return mesh.ElementData().HasUserElementLabels()
+               ? type.UserElementLabels()[static_cast<std::size_t>(element)]
+               : static_cast<long long>(type.FirstElementIndex()) + element + 1;
+  }
+
+  std::vector<Fault> Run(int first, int end) const {
+    constexpr double kNothing = 1e-10;  // of the size
+    constexpr double kSpacing = 1.2e-7; // of numbers in single precision
+    const std::span<const float> xyz = mesh.NodeData().Coordinates().Const();
+    std::vector<Fault> faults;
+    std::vector<Point> places(nodes.numNodes);
+    for (int e = first; e < end; ++e) {
+      const std::span<const int> row = type.Connectivity(e);
+      Point low, high;
+      low.fill(std::numeric_limits<double>::infinity());
+      high.fill(-std::numeric_limits<double>::infinity());
+      for (std::size_t n = 0; n < nodes.numNodes; ++n)
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+          const auto value = static_cast<double>(xyz[3 * static_cast<std::size_t>(row[n]) + axis]);
+          places[n][axis] = value;
+          low[axis] = std::min(low[axis], value);
+          high[axis] = std::max(high[axis], value);
+        }
+      const Point size{high[0] - low[0], high[1] - low[1], high[2] - low[2]};
+      const double length = std::sqrt(Dot(size, size));
+      const double unit = length > 0 ? std::pow(length, shape.NumGeomDims()) : 1;
+      double nodeLow = 0, nodeHigh = 0, pointLow = 0, pointHigh = 0;
+      nodes.Range(shape, places, unit, nodeLow, nodeHigh);
+      points.Range(shape, places, unit, pointLow, pointHigh);
+      const double least = std::min(nodeLow, pointLow), most = std::max(nodeHigh, pointHigh),
+                   largest = std::max(-least, most);
+      Point rounding;
+      for (std::size_t axis = 0; axis < 3; ++axis)
+        rounding[axis] = kSpacing * std::max(std::abs(low[axis]), std::abs(high[axis]));
+      if (largest <= kNothing
+          || (nodes.AreFlat(shape, places, rounding) && points.AreFlat(shape, places, rounding)))
+        faults.push_back({Fault::Flat, e, largest});
+      else if (most < -kNothing)
+        faults.push_back({Fault::Inverted, e, least});
+      else if (pointLow <= kNothing)
+        faults.push_back({Fault::Folded, e, pointLow});
+      else if (nodeLow <= kNothing)
+        faults.push_back({Fault::AtNode, e, nodeLow});
+    }
+    return faults;
+  }
+};
+
 void CheckClass(const bme_Mesh& mesh, const bme_ElementClass& type, std::vector<unsigned>& withoutSize,
                 chk_Findings& findings) {
   const shp_Shape* shape = type.Shape();
   if (!shape || shape->NumGeomDims() < 1 || shape->NodeCoordinates().empty()) return;
-  constexpr double kNothing = 1e-10;  // of the size
-  constexpr double kSpacing = 1.2e-7; // of numbers in single precision
   std::vector<Point> atNodes(shape->NodeCoordinates().begin(), shape->NodeCoordinates().end());
   if (bme_PyramidNodes(type) > 0)
     std::erase_if(atNodes, [](const Point& at) { return at[2] == 1; }); // the apex
@@ -135,47 +196,22 @@ void CheckClass(const bme_Mesh& mesh, const bme_ElementClass& type, std::vector<
              "move their nodes or mesh that place anew", cls_Finding::Weight::Fault};
   Bad atNode{"coordinates", "with a Jacobian that is not positive at a node",
              "move that node, unless the element is meant to be collapsed there", cls_Finding::Weight::Note};
-  const std::span<const float> xyz = mesh.NodeData().Coordinates().Const();
-  const bool hasLabels = mesh.ElementData().HasUserElementLabels();
-  std::vector<Point> places(nodes.numNodes);
-  wip_Poll poll(2048);
-  for (int e = 0; e < type.NumElements(); ++e) {
-    poll.Advance();
-    const std::span<const int> row = type.Connectivity(e);
-    Point low, high;
-    low.fill(std::numeric_limits<double>::infinity());
-    high.fill(-std::numeric_limits<double>::infinity());
-    for (std::size_t n = 0; n < nodes.numNodes; ++n)
-      for (std::size_t axis = 0; axis < 3; ++axis) {
-        const auto value = static_cast<double>(xyz[3 * static_cast<std::size_t>(row[n]) + axis]);
-        places[n][axis] = value;
-        low[axis] = std::min(low[axis], value);
-        high[axis] = std::max(high[axis], value);
-      }
-    const Point size{high[0] - low[0], high[1] - low[1], high[2] - low[2]};
-    const double length = std::sqrt(Dot(size, size));
-    const double unit = length > 0 ? std::pow(length, shape->NumGeomDims()) : 1;
-    const long long label = hasLabels ? type.UserElementLabels()[static_cast<std::size_t>(e)]
-                                      : static_cast<long long>(type.FirstElementIndex()) + e + 1;
-    double nodeLow = 0, nodeHigh = 0, pointLow = 0, pointHigh = 0;
-    nodes.Range(*shape, places, unit, nodeLow, nodeHigh);
-    points.Range(*shape, places, unit, pointLow, pointHigh);
-    const double least = std::min(nodeLow, pointLow), most = std::max(nodeHigh, pointHigh),
-                 largest = std::max(-least, most);
-    Point rounding;
-    for (std::size_t axis = 0; axis < 3; ++axis)
-      rounding[axis] = kSpacing * std::max(std::abs(low[axis]), std::abs(high[axis]));
-    if (largest <= kNothing
-        || (nodes.AreFlat(*shape, places, rounding) && points.AreFlat(*shape, places, rounding))) {
-      flat.Add(label, largest);
-      withoutSize.push_back(static_cast<unsigned>(type.FirstElementIndex() + e));
-    } else if (most < -kNothing)
-      inverted.Add(label, least);
-    else if (pointLow <= kNothing)
-      folded.Add(label, pointLow);
-    else if (nodeLow <= kNothing)
-      atNode.Add(label, nodeLow);
-  }
+  const ElementCheck check{mesh, type, *shape, nodes, points};
+  constexpr int kPiece = 2048;
+  wip_MergePieces(
+      static_cast<std::size_t>((type.NumElements() + kPiece - 1) / kPiece),
+      [&](std::size_t piece) {
+        const int first = static_cast<int>(piece) * kPiece;
+        return check.Run(first, std::min(first + kPiece, type.NumElements()));
+      },
+      [&](const std::vector<Fault>& faults) {
+        for (const Fault& fault : faults) {
+          Bad& bad = *std::array{&flat, &inverted, &folded, &atNode}[static_cast<std::size_t>(fault.kind)];
+          bad.Add(check.Label(fault.element), fault.value);
+          if (fault.kind == Fault::Flat)
+            withoutSize.push_back(static_cast<unsigned>(type.FirstElementIndex() + fault.element));
+        }
+      });
   for (const Bad* bad : {&flat, &inverted, &folded, &atNode}) {
     if (bad->labels.empty()) continue;
     char worst[96];

@@ -1,7 +1,7 @@
 // How elements hang together: duplicates, nodes that are free, hanging or at the same place, edges of shells.
 #include <CoreGeometry/chk_Findings.h>
 
-#include <BasicUtils/wip_Poll.h>
+#include <BasicUtils/wip_Sort.h>
 #include <CoreGeometry/bme_ElementLocator.h>
 #include <CoreGeometry/bme_ExternalFaces.h>
 #include <CoreGeometry/bme_FEMConnect.h>
@@ -149,6 +149,7 @@ struct Side {
   std::array<int, 2> ends;
   unsigned element;
   bool isForward;
+  auto operator<=>(const Side&) const = default;
 };
 
 void CheckShellEdges(const bme_Mesh& mesh, chk_Findings& findings) {
@@ -172,10 +173,7 @@ void CheckShellEdges(const bme_Mesh& mesh, chk_Findings& findings) {
               {{std::min(a, b), std::max(a, b)}, static_cast<unsigned>(type.FirstElementIndex() + e), a < b});
       }
   }
-  std::ranges::sort(sides, {}, [&](const Side& side) {
-    poll.Advance();
-    return std::pair(side.ends, side.element);
-  });
+  wip_Sort(sides, std::less());
   std::vector<long long> open, crowded, turned;
   for (auto first = sides.begin(); first != sides.end();) {
     const auto next = std::find_if(first, sides.end(), [&](const Side& s) { return s.ends != first->ends; });

@@ -4,6 +4,7 @@
 #include "bme_Component.h"
 #include "bme_PrintCounts.h"
 
+#include <BasicUtils/wip_Executor.h>
 #include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/gsl_Matrix.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
@@ -70,11 +71,26 @@ void bme_Mesh::DBWrite(const cls_WriteVisitor& visitor) const {
   cls_WriteFields(visitor, TypeId(), uid_, *this, StoredFields());
 }
 
+namespace {
+constexpr std::size_t kNumbers = 3 * (std::size_t{1} << 16); ///< of coordinates in one piece
+
+template<class T> std::span<T> PieceOf(std::span<T> xyz, std::size_t piece) {
+  return xyz.subspan(piece * kNumbers, std::min(kNumbers, xyz.size() - piece * kNumbers));
+}
+} // namespace
+
 gsl_BBox bme_Mesh::GetBBox() const {
   gsl_BBox box;
   const bme_NodeData& nodes = NodeData();
   if (typeid(nodes) == typeid(bme_NodeData)) {
-    box.Add(nodes.Coordinates().Const());
+    const std::span<const float> xyz = nodes.Coordinates().Const();
+    if (wip_NumThreads() < 2) {
+      box.Add(xyz);
+    } else {
+      std::vector<gsl_BBox> boxes((xyz.size() + kNumbers - 1) / kNumbers);
+      wip_RunAllPieces(boxes.size(), [&](std::size_t k) { boxes[k].Add(PieceOf(xyz, k)); });
+      for (const gsl_BBox& one : boxes) box.Add(one);
+    }
   } else {
     float point[3];
     for (unsigned node = 0; node < nodes.NumNodes(); ++node)
@@ -101,7 +117,9 @@ bool bme_Mesh::GetClassAndElemIndexFromElementLabel(int label, unsigned& classIn
 void bme_Mesh::ApplyTransform(const gsl_Matrix& matrix) {
   bme_NodeData& nodes = nodeData_.Modify();
   if (typeid(nodes) == typeid(bme_NodeData)) {
-    matrix.Transform(nodes.CoordinatesToModify());
+    const std::span<float> xyz = nodes.CoordinatesToModify();
+    wip_RunAllPieces((xyz.size() + kNumbers - 1) / kNumbers,
+                     [&](std::size_t k) { matrix.Transform(PieceOf(xyz, k)); });
   } else {
     float point[3];
     for (unsigned node = 0; node < nodes.NumNodes(); ++node) {

@@ -3,7 +3,7 @@
 
 #include "bme_ClassWalk.h"
 
-#include <BasicUtils/wip_Poll.h>
+#include <BasicUtils/wip_Sort.h>
 #include <CoreGeometry/bme_FEMElemList.h>
 #include <array>
 #include <cstdint>
@@ -40,10 +40,7 @@ std::vector<std::array<unsigned, 2>> bme_FindDuplicatesBy(const bme_FEMElemList&
           candidates.push_back({hash(set), element});
         }
       });
-  std::ranges::sort(candidates, [&](const Candidate& a, const Candidate& b) {
-    poll.Advance();
-    return a < b;
-  });
+  wip_Sort(candidates, std::less());
   std::vector<std::array<unsigned, 2>> pairs;
   for (auto group = candidates.begin(); group != candidates.end();) {
     poll.Advance();

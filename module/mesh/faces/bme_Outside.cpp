@@ -3,7 +3,7 @@
 #include <CoreGeometry/bme_Outside.h>
 
 #include <BasicUtils/nex_Exception.h>
-#include <BasicUtils/wip_Poll.h>
+#include <BasicUtils/wip_Sort.h>
 #include <CoreGeometry/bme_ExternalFaces.h>
 #include <CoreGeometry/bme_FEMNodeList.h>
 #include <CoreGeometry/shp_Shape.h>
@@ -190,6 +190,7 @@ private:
     unsigned face;
     int middle;
     bool isForward;
+    auto operator<=>(const Side&) const = default;
   };
 
   void FindEdges() {
@@ -203,10 +204,7 @@ private:
         if (a != b) sides.push_back({{std::min(a, b), std::max(a, b)}, f, middle, a < b});
       }
     }
-    std::ranges::sort(sides, {}, [&](const Side& side) {
-      poll_.Advance();
-      return std::pair(side.ends, side.face);
-    });
+    wip_Sort(sides, std::less());
     for (auto first = sides.begin(); first != sides.end();) {
       poll_.Advance();
       const auto next =

@@ -1,5 +1,6 @@
 #include "bme_SiblingFaces.h"
 
+#include <BasicUtils/wip_Executor.h>
 #include <BasicUtils/wip_Poll.h>
 #include <algorithm>
 
@@ -35,18 +36,20 @@ void bme_LinkEqualKeys(std::vector<bme_KeyRecord>& records, unsigned numNodes, s
     sorted[end[static_cast<std::size_t>(record.corners[0])]++] = record;
   });
   records.swap(sorted);
-  std::size_t begin = 0; // end[node] is now the end of the group of the node
-  wip_Poll poll(kNodes);
-  for (std::size_t node = 0; node < numNodes; begin = end[node++]) {
-    poll.Advance();
-    const auto group = std::span(records).subspan(begin, end[node] - begin);
-    std::ranges::sort(group);
-    for (std::size_t i = 0; i < group.size();) {
-      std::size_t last = i;
-      while (last + 1 < group.size() && group[last + 1].corners == group[i].corners) ++last;
-      for (std::size_t k = i; k < last; ++k) next[group[k].slot] = group[k + 1].slot;
-      next[group[last].slot] = group[i].slot;
-      i = last + 1;
+  // end[node] is now the end of the group of the node
+  wip_RunPieces((numNodes + kNodes - 1) / kNodes, [&](std::size_t piece) {
+    std::size_t begin = piece == 0 ? 0 : end[piece * kNodes - 1];
+    const std::size_t endNode = std::min<std::size_t>(numNodes, (piece + 1) * kNodes);
+    for (std::size_t node = piece * kNodes; node < endNode; begin = end[node++]) {
+      const auto group = std::span(records).subspan(begin, end[node] - begin);
+      std::ranges::sort(group);
+      for (std::size_t i = 0; i < group.size();) {
+        std::size_t last = i;
+        while (last + 1 < group.size() && group[last + 1].corners == group[i].corners) ++last;
+        for (std::size_t k = i; k < last; ++k) next[group[k].slot] = group[k + 1].slot;
+        next[group[last].slot] = group[i].slot;
+        i = last + 1;
+      }
     }
-  }
+  });
 }

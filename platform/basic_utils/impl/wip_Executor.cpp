@@ -60,10 +60,16 @@ void wip_RunPieces(std::size_t count, const std::function<void(std::size_t)>& wo
     return;
   }
   Outcome outcome(count);
-  {
-    wip_Executor& executor = *lent;
-    const wip_ExecutorScope none(nullptr); // a piece is not divided again
-    executor.Run(count, [&](std::size_t piece) { outcome.Run(piece, work); });
-  }
+  wip_RunAllPieces(count, [&](std::size_t piece) { outcome.Run(piece, work); });
   outcome.Throw();
+}
+
+void wip_RunAllPieces(std::size_t count, const std::function<void(std::size_t)>& work) {
+  if (wip_NumThreads() < 2 || count < 2) {
+    for (std::size_t piece = 0; piece < count; ++piece) work(piece);
+    return;
+  }
+  wip_Executor& executor = *lent;
+  const wip_ExecutorScope none(nullptr); // a piece is not divided again
+  executor.Run(count, work);
 }

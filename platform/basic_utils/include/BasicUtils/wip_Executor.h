@@ -51,6 +51,10 @@ CORE_GEOMETRY_PLATFORM_API unsigned wip_NumThreads() noexcept;
 CORE_GEOMETRY_PLATFORM_API void wip_RunPieces(std::size_t count,
                                               const std::function<void(std::size_t)>& work);
 
+/// The same for short work that throws nothing and is not stopped halfway.
+CORE_GEOMETRY_PLATFORM_API void wip_RunAllPieces(std::size_t count,
+                                                 const std::function<void(std::size_t)>& work);
+
 /// Makes a part for each piece as wip_RunPieces does and hands them to merge(part) in the order of the pieces.
 /// At most some parts a thread exist at once.
 template<class Make, class Merge>
