@@ -31,6 +31,8 @@ private:
 
 /// Reports elements that are inverted, without size, or with a Jacobian that is not positive at integration
 /// points or nodes. Every node of an element must exist. Returns the elements without size, ascending.
+///
+/// Threads    uses a lent wip_Executor; the findings are the same with any number of threads.
 CORE_GEOMETRY_API std::vector<unsigned> chk_Elements(const bme_Mesh& mesh, chk_Findings& findings);
 
 /// Reports, as notes, duplicate elements, nodes without elements, nodes at the same place (within a

@@ -27,7 +27,8 @@ struct gsl_TravelTriangle;
 ///            wip_Cancelled when the host asks to stop. One or two left-over indices, or coordinates, are
 ///            ignored.
 /// Cost       20 to 35 bytes per triangle, and 16 more while it is built; building takes n log n steps.
-/// Threads    a tree may be searched from any thread.
+/// Threads    a tree may be searched from any thread. Making one uses a lent wip_Executor; the tree is the same with
+///            any number of threads.
 class CORE_GEOMETRY_API gsl_TriangleTree {
 public:
   gsl_TriangleTree(std::span<const float> xyz, std::span<const int> triangles); ///< along z
@@ -61,7 +62,18 @@ private:
 
   template<class T> void Build(std::span<const T> xyz, std::span<const int> triangles);
   template<class T> std::vector<Item> FindMiddles(const T* xyz, std::size_t numTriangles);
-  void Halve(std::span<Item> items, std::size_t leaves);
+  /// Some leaves, a power of two of them, and the items in them.
+  struct Part {
+    std::size_t firstItem = 0, numItems = 0, firstLeaf = 0, numLeaves = 1;
+    std::array<Part, 2> HalvesAt(std::size_t cut) const noexcept {
+      const std::size_t half = numLeaves / 2;
+      return {Part{firstItem, cut, firstLeaf, half},
+              Part{firstItem + cut, numItems - cut, firstLeaf + half, half}};
+    }
+  };
+  static std::size_t Cut(std::span<Item> items, std::size_t leaves);
+  void Halve(std::span<Item> all, Part part);
+  void HalveAll(std::span<Item> items);
   Node MakeLeaf(std::span<const gsl_TravelTriangle> triangles) const noexcept;
   static Node Join(const Node& a, const Node& b) noexcept;
 

@@ -14,6 +14,7 @@
 #include <CoreGeometry/bme_Outside.h>
 #include <CoreGeometry/chk_Findings.h>
 #include <CoreGeometry/gsl_Matrix.h>
+#include <CoreGeometry/gsl_Travel.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <barrier>
 #include <filesystem>
@@ -197,6 +198,37 @@ std::vector<double> RelationsOf(const bme_Mesh& mesh) {
   return numbers;
 }
 
+/// Travels of a triangle onto a rough wall and of the wall onto the triangle: the leaves of the trees decide which
+/// of equal ones is found.
+std::vector<double> TravelsOf(const bme_Mesh&) {
+  std::mt19937 random(2);
+  constexpr int kSide = 200;
+  std::vector<float> wall;
+  std::vector<int> triangles;
+  for (int k = 0; k < kSide * kSide; ++k)
+    wall.insert(wall.end(), {static_cast<float>(k % kSide), static_cast<float>(k / kSide),
+                             static_cast<float>(random() % 4) / 4});
+  for (int k = 0; k + kSide + 1 < kSide * kSide; ++k)
+    if (k % kSide != kSide - 1)
+      triangles.insert(triangles.end(), {k, k + 1, k + kSide + 1, k, k + kSide + 1, k + kSide});
+  wall[3 * 777] = std::numeric_limits<float>::quiet_NaN();
+  const std::vector<float> corners{50, 50, -5, 70, 52, -5, 55, 73, -5};
+  const std::vector<int> one{0, 1, 2};
+  const gsl_TriangleTree large(wall, triangles), small(corners, one);
+  std::vector<double> numbers{static_cast<double>(large.NumTriangles())};
+  for (int i = 0; i < 2000; ++i) {
+    const gsl_Vector direction(0.03 * (i % 50) - 0.7, 0.04 * (i / 50) - 0.8, 1);
+    for (const bool isForward : {true, false}) {
+      gsl_Travel travel;
+      const bool isMet = isForward ? gsl_FindTravel(large, small, direction, travel)
+                                   : gsl_FindTravel(small, large, direction * -1.0, travel);
+      numbers.insert(numbers.end(), {1.0 * isMet, travel.distance, 1.0 * travel.fixedTriangle,
+                                     1.0 * travel.movableTriangle});
+    }
+  }
+  return numbers;
+}
+
 struct LentWork {
   const char* name;
   std::vector<double> (*run)(const bme_Mesh& mesh);
@@ -240,5 +272,6 @@ INSTANTIATE_TEST_SUITE_P(Every, LentThreads,
                                             {"locator", FoundPoints},
                                             {"extrapolation", AtNodes},
                                             {"faces", FacesOf},
-                                            {"relations", RelationsOf}}),
+                                            {"relations", RelationsOf},
+                                            {"travel", TravelsOf}}),
                          [](const auto& info) { return std::string(info.param.name); });

@@ -1,9 +1,12 @@
 #include "gsl_TravelKernel.h"
 #include "gsl_TriangleArrays.h"
 #include <BasicUtils/nex_Exception.h>
+#include <BasicUtils/wip_Executor.h>
 #include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/gsl_Travel.h>
 #include <CoreGeometry/gsl_Vector.h>
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <utility>
@@ -67,30 +70,57 @@ template<class T>
 std::vector<gsl_TriangleTree::Item> gsl_TriangleTree::FindMiddles(const T* xyz, std::size_t numTriangles) {
   std::fill_n(low_, 3, std::numeric_limits<double>::infinity());
   std::fill_n(high_, 3, -std::numeric_limits<double>::infinity());
-  std::vector<Item> items;
-  items.reserve(numTriangles);
-  double base[3] = {0, 0, 0}; // single precision is enough near the set
-  wip_Poll poll(65536);
-  for (std::size_t i = 0; i < numTriangles; ++i) {
-    poll.Advance();
-    gsl_TravelTriangle triangle;
+  // false, and the coordinates are checked, for a triangle with one that is not finite
+  const auto isFinite = [&](std::size_t i, gsl_TravelTriangle& triangle) {
     ToFrame(frame_, xyz, triangles_ + 3 * i, triangle);
-    triangle.FindBox();
     double sum = 0;
     for (const auto& p : triangle.p) sum += p[0] + p[1] + p[2];
-    if (!std::isfinite(sum)) {
-      CheckRange(xyz, triangles_ + 3 * i, i);
-      continue;
+    if (!std::isfinite(sum)) CheckRange(xyz, triangles_ + 3 * i, i);
+    return std::isfinite(sum);
+  };
+  double base[3] = {0, 0, 0}; // single precision is enough near the set
+  gsl_TravelTriangle first;
+  for (std::size_t i = 0; i < numTriangles; ++i)
+    if (isFinite(i, first)) {
+      std::copy_n(first.p[0], 3, base);
+      break;
     }
-    if (items.empty()) std::copy_n(triangle.p[0], 3, base);
-    Item item{{}, static_cast<std::int32_t>(i)};
-    for (int axis = 0; axis < 3; ++axis) {
-      low_[axis] = std::min(low_[axis], triangle.low[axis]);
-      high_[axis] = std::max(high_[axis], triangle.high[axis]);
-      item.middle[axis] = static_cast<float>((triangle.low[axis] + triangle.high[axis]) * 0.5 - base[axis]);
-    }
-    items.push_back(item);
-  }
+  struct Part {
+    std::vector<Item> items;
+    double low[3], high[3];
+  };
+  std::vector<Item> items;
+  items.reserve(numTriangles);
+  constexpr std::size_t kPiece = std::size_t{1} << 14;
+  wip_MergePieces((numTriangles + kPiece - 1) / kPiece,
+                  [&](std::size_t piece) {
+                    Part part;
+                    std::copy_n(low_, 3, part.low);
+                    std::copy_n(high_, 3, part.high);
+                    const std::size_t end = std::min(numTriangles, (piece + 1) * kPiece);
+                    part.items.reserve(end - piece * kPiece);
+                    for (std::size_t i = piece * kPiece; i < end; ++i) {
+                      gsl_TravelTriangle triangle;
+                      if (!isFinite(i, triangle)) continue;
+                      triangle.FindBox();
+                      Item item{{}, static_cast<std::int32_t>(i)};
+                      for (int axis = 0; axis < 3; ++axis) {
+                        part.low[axis] = std::min(part.low[axis], triangle.low[axis]);
+                        part.high[axis] = std::max(part.high[axis], triangle.high[axis]);
+                        item.middle[axis] =
+                            static_cast<float>((triangle.low[axis] + triangle.high[axis]) * 0.5 - base[axis]);
+                      }
+                      part.items.push_back(item);
+                    }
+                    return part;
+                  },
+                  [&](const Part& part) {
+                    items.insert(items.end(), part.items.begin(), part.items.end());
+                    for (int axis = 0; axis < 3; ++axis) {
+                      low_[axis] = std::min(low_[axis], part.low[axis]);
+                      high_[axis] = std::max(high_[axis], part.high[axis]);
+                    }
+                  });
   for (int axis = 0; axis < 3; ++axis)
     if (!items.empty() && std::max(-low_[axis], high_[axis]) > kLargest)
       for (const Item& item : items)
@@ -155,14 +185,9 @@ std::size_t FindCut(std::span<const Item> items, int axis, float low, float high
 }
 } // namespace
 
-// Parts the triangles of some leaves along the longest axis of their middles, and the parts again. Walls that
-// face each other go into different parts: what holds both would overlap whatever stands between them.
-void gsl_TriangleTree::Halve(std::span<Item> items, std::size_t leaves) {
-  if (leaves == 1) {
-    leafStart_.push_back(leafStart_.back() + static_cast<std::uint32_t>(items.size()));
-    std::ranges::sort(items, {}, &Item::triangle); // one order, whatever way the library selects
-    return;
-  }
+// Where the triangles of some leaves are parted along the longest axis of their middles; they are put on their side.
+// Walls that face each other go into different parts: what holds both would overlap whatever stands between them.
+std::size_t gsl_TriangleTree::Cut(std::span<Item> items, std::size_t leaves) {
   float low[3], high[3];
   std::copy_n(items[0].middle, 3, low);
   std::copy_n(items[0].middle, 3, high);
@@ -187,8 +212,34 @@ void gsl_TriangleTree::Halve(std::span<Item> items, std::size_t leaves) {
     const std::uint32_t order = bits ^ (bits >> 31 ? ~0U : 1U << 31);
     return std::uint64_t{order} << 32 | static_cast<std::uint32_t>(item.triangle);
   });
-  Halve(items.first(cut), half);
-  Halve(items.subspan(cut), half);
+  return cut;
+}
+
+// Parts the triangles until each part is one leaf.
+void gsl_TriangleTree::Halve(std::span<Item> all, Part part) {
+  const std::span<Item> items = all.subspan(part.firstItem, part.numItems);
+  if (part.numLeaves == 1) {
+    leafStart_[part.firstLeaf + 1] = static_cast<std::uint32_t>(part.firstItem + part.numItems);
+    std::ranges::sort(items, {}, &Item::triangle); // one order, whatever way the library selects
+    return;
+  }
+  for (const Part& half : part.HalvesAt(Cut(items, part.numLeaves))) Halve(all, half);
+}
+
+// All parts of a level at once, then what is below them.
+void gsl_TriangleTree::HalveAll(std::span<Item> items) {
+  constexpr std::size_t kParts = 256;
+  leafStart_.assign(leaves_ + 1, 0);
+  std::vector<Part> parts{{0, items.size(), 0, leaves_}};
+  while (parts.size() < kParts && parts[0].numLeaves > 1) {
+    std::vector<Part> halves(2 * parts.size());
+    wip_RunPieces(parts.size(), [&](std::size_t k) {
+      const std::size_t cut = Cut(items.subspan(parts[k].firstItem, parts[k].numItems), parts[k].numLeaves);
+      std::ranges::copy(parts[k].HalvesAt(cut), &halves[2 * k]);
+    });
+    parts.swap(halves);
+  }
+  wip_RunPieces(parts.size(), [&](std::size_t k) { Halve(items, parts[k]); });
 }
 
 namespace {
@@ -277,21 +328,20 @@ template<class T> void gsl_TriangleTree::Build(std::span<const T> xyz, std::span
   if (items.empty()) return;
   order_.resize(items.size());
   leaves_ = std::bit_ceil((items.size() + kTrianglesPerLeaf - 1) / kTrianglesPerLeaf);
-  leafStart_.reserve(leaves_ + 1);
-  leafStart_.push_back(0);
-  Halve(items, leaves_);
+  HalveAll(items);
   for (std::size_t i = 0; i < items.size(); ++i) order_[i] = items[i].triangle;
   items = {};
   nodes_.resize(2 * leaves_);
   for (int axis = 0; axis < 2; ++axis) origin_[axis] = (low_[axis] + high_[axis]) * 0.5;
-  wip_Poll poll(8192);
-  for (std::size_t leaf = 0; leaf < leaves_; ++leaf) {
-    poll.Advance();
-    gsl_TravelTriangle held[kMostPerLeaf];
-    const std::size_t start = leafStart_[leaf], count = leafStart_[leaf + 1] - start;
-    for (std::size_t i = 0; i < count; ++i)
-      ToFrame(frame_, xyz.data(), triangles_ + 3 * static_cast<std::size_t>(order_[start + i]), held[i]);
-    nodes_[leaves_ + leaf] = MakeLeaf({held, count});
-  }
+  constexpr std::size_t kPiece = 2048;
+  wip_RunPieces((leaves_ + kPiece - 1) / kPiece, [&](std::size_t piece) {
+    for (std::size_t leaf = piece * kPiece; leaf < std::min(leaves_, (piece + 1) * kPiece); ++leaf) {
+      gsl_TravelTriangle held[kMostPerLeaf];
+      const std::size_t start = leafStart_[leaf], count = leafStart_[leaf + 1] - start;
+      for (std::size_t i = 0; i < count; ++i)
+        ToFrame(frame_, xyz.data(), triangles_ + 3 * static_cast<std::size_t>(order_[start + i]), held[i]);
+      nodes_[leaves_ + leaf] = MakeLeaf({held, count});
+    }
+  });
   for (std::size_t i = leaves_ - 1; i > 0; --i) nodes_[i] = Join(nodes_[2 * i], nodes_[2 * i + 1]);
 }

@@ -1,5 +1,6 @@
 #include "bme_SiblingFaces.h"
 
+#include <BasicUtils/wip_Executor.h>
 #include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/bme_Mesh.h>
@@ -205,17 +206,40 @@ bme_Adjacency bme_FEMConnect::MakeSideNeighbours(bme_Across across) const {
         elementOfSlot[begin + k] = firstElement + k / (size / count);
     });
   }
-  RowMaker rows;
-  std::size_t slot = 0;
-  wip_Poll poll(kElementsBetween);
-  for (unsigned element = 0; element < elements.NumElements(); ++element) {
-    poll.Advance();
-    for (; slot < elementOfSlot.size() && elementOfSlot[slot] == element; ++slot)
-      for (unsigned other = links.next[slot]; other != slot; other = links.next[other])
-        if (elementOfSlot[other] != element) rows.Add(elementOfSlot[other]);
-    rows.EndRow();
+  // pieces of elements, each with rows of its own; the slots of the elements ascend
+  bme_Adjacency rows;
+  const unsigned numElements = elements.NumElements();
+  const auto firstSlotOf = [&](std::size_t element) {
+    return static_cast<std::size_t>(std::ranges::lower_bound(elementOfSlot, static_cast<unsigned>(element))
+                                    - elementOfSlot.begin());
+  };
+  std::vector<bme_Adjacency> parts((numElements + kElementsBetween - 1) / kElementsBetween);
+  wip_RunPieces(parts.size(), [&](std::size_t piece) {
+    bme_Adjacency& part = parts[piece];
+    std::size_t slot = firstSlotOf(piece * kElementsBetween);
+    const std::size_t end = std::min<std::size_t>(numElements, (piece + 1) * kElementsBetween);
+    for (std::size_t element = piece * kElementsBetween; element < end; ++element) {
+      const auto begin = static_cast<std::ptrdiff_t>(part.items.size());
+      for (; slot < elementOfSlot.size() && elementOfSlot[slot] == element; ++slot)
+        for (unsigned other = links.next[slot]; other != slot; other = links.next[other])
+          if (elementOfSlot[other] != element) part.items.push_back(elementOfSlot[other]);
+      std::sort(part.items.begin() + begin, part.items.end());
+      part.items.erase(std::unique(part.items.begin() + begin, part.items.end()), part.items.end());
+      part.first.push_back(static_cast<unsigned>(part.items.size()));
+    }
+  });
+  std::size_t count = 0;
+  for (const bme_Adjacency& part : parts) count += part.items.size();
+  rows.items.reserve(count);
+  rows.first.reserve(std::size_t{numElements} + 1);
+  for (bme_Adjacency& part : parts) {
+    wip_Poll::Now();
+    const unsigned before = rows.first.back();
+    for (std::size_t row = 1; row < part.first.size(); ++row) rows.first.push_back(before + part.first[row]);
+    rows.items.insert(rows.items.end(), part.items.begin(), part.items.end());
+    part = {};
   }
-  return rows.Take();
+  return rows;
 }
 
 const bme_Adjacency& bme_FEMConnect::Neighbours(bme_Across across) const {
