@@ -16,13 +16,15 @@ _MOST_DRAWN = 2_000_000
 
 
 def columns(what: Any, kind: str = "nodes") -> dict[str, Any]:
-    """The columns of a mesh's nodes or elements, of values with their places, or of a list of findings and the like."""
+    """The columns of a mesh's nodes or elements, of values with their places, of measures, or of a list of findings."""
     if isinstance(what, _core.Mesh):
         return _of_mesh(what, kind)
     if isinstance(what, FieldArray):
         section = np.array([block.section_point for block in what.blocks] or [""])[what.block]
         places = {"label": what.label, "index": what.index, "point": what.point, "section_point": section}
         return places | {name or "value": what.values[:, i] for i, name in enumerate(what.components)}
+    if isinstance(what, _core.Measures):
+        return _of_measures(what)
     if isinstance(what, Sequence) and all(is_dataclass(one) for one in what):
         names = [field.name for field in fields(what[0])] if what else []
         return {name: [getattr(one, name) for one in what] for name in names}
@@ -47,6 +49,15 @@ def _of_mesh(mesh: _core.Mesh, kind: str) -> dict[str, Any]:
     table["block"] = np.repeat(np.arange(len(counts), dtype=np.int32), counts)
     table["type"] = np.repeat([block.type for block in mesh.blocks], counts)
     return table | {f"node_{i}": rows[:, i] for i in range(most)}
+
+
+def _of_measures(measures: _core.Measures) -> dict[str, Any]:
+    names = ("length", "area", "volume", "mass")
+    moments = [getattr(measures, name) for name in names]
+    centres = np.array([np.full(3, np.nan) if one.centre is None else one.centre for one in moments])
+    table: dict[str, Any] = {"measure": names, "total": [one.total for one in moments]}
+    table["signed_total"] = [one.signed_total for one in moments]
+    return table | {axis: centres[:, i] for i, axis in enumerate("xyz")}
 
 
 def to_pandas(what: Any, kind: str = "nodes") -> Any:

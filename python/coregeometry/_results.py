@@ -251,6 +251,21 @@ class Field:
 
     # ask
     @property
+    def name(self) -> str:
+        """The variable or formula, with what was chosen of it."""
+        return self._name
+
+    @property
+    def run(self) -> Run:
+        """The run whose values these are."""
+        return self._run
+
+    @property
+    def is_at_nodes(self) -> bool:
+        """Whether all values of the first frame are at nodes of the mesh."""
+        return all(block.mesh_block < 0 for block in self.array(0).blocks)
+
+    @property
     def frames(self) -> list[Frame]:
         """The frames that are meant."""
         return [Frame(**one) for one in self._run._opened().frames(self._choice)]

@@ -14,5 +14,6 @@ struct py_Rows {
 void py_BindConnect(nb::module_& module);
 void py_BindLocate(nb::module_& module);
 void py_BindMeasures(nb::module_& module);
+void py_BindExtrapolate(nb::module_& module);
 void py_BindFiles(nb::module_& module);
 void py_BindShapes(nb::module_& module);

@@ -29,6 +29,7 @@ NB_MODULE(_core, module) {
   py_BindConnect(module);
   py_BindLocate(module);
   py_BindMeasures(module);
+  py_BindExtrapolate(module);
   py_BindFiles(module);
   py_BindEdit(module);
   py_BindPicture(module);

@@ -181,22 +181,27 @@ void py_BindFiles(nb::module_& module) {
           "place.")
       .def(
           "to_vtk",
-          [](const py_Mesh& self, nb::handle sets, const std::string& share) {
-            return Bridge("_bridges.vtk", "to_vtk", self, sets, share);
+          [](const py_Mesh& self, nb::handle sets, const std::string& share, nb::handle fields) {
+            return Bridge("_bridges.vtk", "to_vtk", self, sets, share, fields);
           },
           nb::kw_only(), nb::arg("sets") = nb::tuple(), nb::arg("share") = "cells",
+          nb::arg("fields") = nb::tuple(),
           nb::sig("def to_vtk(self, *, sets: typing.Sequence[NamedSet] = (), share: "
-                  "typing.Literal['cells', 'all', 'none'] = 'cells') -> typing.Any"),
+                  "typing.Literal['cells', 'all', 'none'] = 'cells', fields: typing.Any = ()) -> typing.Any"),
           "A vtkUnstructuredGrid, as `to_pyvista`.")
       .def(
           "to_pyvista",
-          [](const py_Mesh& self, nb::handle sets, const std::string& share) {
-            return Bridge("_bridges.vtk", "to_pyvista", self, sets, share);
+          [](const py_Mesh& self, nb::handle sets, const std::string& share, nb::handle fields) {
+            return Bridge("_bridges.vtk", "to_pyvista", self, sets, share, fields);
           },
           nb::kw_only(), nb::arg("sets") = nb::tuple(), nb::arg("share") = "cells",
+          nb::arg("fields") = nb::tuple(),
           nb::sig("def to_pyvista(self, *, sets: typing.Sequence[NamedSet] = (), share: "
-                  "typing.Literal['cells', 'all', 'none'] = 'cells') -> typing.Any"),
+                  "typing.Literal['cells', 'all', 'none'] = 'cells', fields: typing.Any = ()) -> typing.Any"),
           "A pyvista.UnstructuredGrid. \"cells\" hands the connectivity over and copies points, \"none\" "
           "copies both, "
-          "\"all\" copies nothing: writing to the grid then writes to the mesh.");
+          "\"all\" copies nothing: writing to the grid then writes to the mesh. Values of `fields`, a "
+          "sequence or "
+          "a\n"
+          "dict by name, become data of points or cells; ValueError when an entity has several.");
 }

@@ -8,6 +8,7 @@
 #include <CoreGeometry/gsl_Matrix.h>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 namespace {
 nb::object TensorArray(const bme_Tensor& tensor) {
@@ -51,13 +52,41 @@ bme_ElementValue ToValue(const py_Mesh& mesh, nb::handle argument, const char* w
   };
 }
 
-bme_Measures Measure(const py_Mesh& mesh, nb::handle chosen, nb::handle thickness, nb::handle sectionArea,
-                     nb::handle density, nb::handle pointMass) {
+bme_MeasureOptions OptionsOf(const py_Mesh& mesh, nb::handle thickness, nb::handle sectionArea,
+                             nb::handle density, nb::handle pointMass) {
   bme_MeasureOptions options;
   options.thickness = ToValue(mesh, thickness, "thickness");
   options.sectionArea = ToValue(mesh, sectionArea, "section_area");
   options.density = ToValue(mesh, density, "density");
   options.pointMass = ToValue(mesh, pointMass, "point_mass");
+  return options;
+}
+
+/// Of each block, by its position; or of each of the sets, by its name.
+nb::dict MeasureBy(const py_Mesh& mesh, const std::string& by, nb::handle sets, nb::handle thickness,
+                   nb::handle sectionArea, nb::handle density, nb::handle pointMass) {
+  const bool isByBlock = py_Choose<bool>("by", by, {{"block", true}, {"set", false}});
+  const bme_MeasureOptions options = OptionsOf(mesh, thickness, sectionArea, density, pointMass);
+  nb::dict measures;
+  const auto add = [&](nb::object key, const std::vector<unsigned>& elements) {
+    measures[key] = nb::cast(py_Run([&] { return bme_CalculateMeasures(*mesh, elements, options); }));
+  };
+  const bme_ElementData& data = mesh.Elements();
+  for (unsigned i = 0; isByBlock && i < data.NumClasses(); ++i) {
+    std::vector<unsigned> elements(static_cast<std::size_t>(data.GetClass(i).NumElements()));
+    std::iota(elements.begin(), elements.end(), data.GetMeshElemIndexFromClass(i, 0));
+    add(nb::int_(i), elements);
+  }
+  if (!isByBlock)
+    for (const nb::handle set : sets)
+      add(set.attr("name"),
+          py_ToIndices(set.attr("elements")().attr("indices"), "element", data.NumElements()).values);
+  return measures;
+}
+
+bme_Measures Measure(const py_Mesh& mesh, nb::handle chosen, nb::handle thickness, nb::handle sectionArea,
+                     nb::handle density, nb::handle pointMass) {
+  const bme_MeasureOptions options = OptionsOf(mesh, thickness, sectionArea, density, pointMass);
   if (chosen.is_none()) return py_Run([&] { return bme_CalculateMeasures(*mesh, options); });
   const std::vector<unsigned> elements =
       py_ToIndices(nb::hasattr(chosen, "indices") ? nb::object(chosen.attr("indices"))
@@ -140,17 +169,34 @@ void py_BindMeasures(nb::module_& module) {
         nb::rv_policy::automatic,
         nb::sig((std::string("def ") + name + "(self) -> numpy.typing.NDArray[numpy.int32]").c_str()),
         "(k,) labels.");
+  measures.def(
+      "to_pandas",
+      [](const bme_Measures& self) {
+        return nb::module_::import_("coregeometry._columns").attr("to_pandas")(self);
+      },
+      nb::sig("def to_pandas(self) -> typing.Any"),
+      "A pandas.DataFrame with a row each for length, area, volume and mass: total, signed_total, x, y, z of "
+      "the centre.");
   auto mesh = nb::borrow<nb::class_<py_Mesh>>(nb::type<py_Mesh>());
   const std::string value = ": float | dict[int | str, float] | numpy.typing.ArrayLike | None = None";
-  mesh.def(
-      "measure", &Measure, nb::arg("elements") = nb::none(), nb::kw_only(), nb::arg("thickness") = nb::none(),
-      nb::arg("section_area") = nb::none(), nb::arg("density") = nb::none(),
-      nb::arg("point_mass") = nb::none(),
-      nb::sig(("def measure(self, elements: ElementList | numpy.typing.ArrayLike | None = None, *, thickness"
-               + value + ", section_area" + value + ", density" + value + ", point_mass" + value
-               + ") -> Measures")
-                  .c_str()),
-      "Measures of all elements or of those of the indices. Properties are numbers, numbers by block or "
-      "type, or\n"
-      "(e,) with NaN where they are not known.");
+  mesh.def("measure", &Measure, nb::arg("elements") = nb::none(), nb::kw_only(),
+           nb::arg("thickness") = nb::none(), nb::arg("section_area") = nb::none(),
+           nb::arg("density") = nb::none(), nb::arg("point_mass") = nb::none(),
+           nb::sig(
+               ("def measure(self, elements: ElementList | numpy.typing.ArrayLike | None = None, *, thickness"
+                + value + ", section_area" + value + ", density" + value + ", point_mass" + value
+                + ") -> Measures")
+                   .c_str()),
+           "Measures of all elements or of those of the indices. Properties are numbers, numbers by block or "
+           "type, or\n"
+           "(e,) with NaN where they are not known.")
+      .def("measure_by", &MeasureBy, nb::arg("by"), nb::arg("sets") = nb::tuple(), nb::kw_only(),
+           nb::arg("thickness") = nb::none(), nb::arg("section_area") = nb::none(),
+           nb::arg("density") = nb::none(), nb::arg("point_mass") = nb::none(),
+           nb::sig(("def measure_by(self, by: typing.Literal['block', 'set'], sets: "
+                    "collections.abc.Iterable[NamedSet] = (), *, thickness"
+                    + value + ", section_area" + value + ", density" + value + ", point_mass" + value
+                    + ") -> dict[int | str, Measures]")
+                       .c_str()),
+           "`measure` of each block by its position, or of the elements of each of the sets by its name.");
 }

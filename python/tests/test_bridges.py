@@ -158,3 +158,26 @@ def test_convert_on_the_command_line(tmp_path):
     assert run("box.vtu", "again.mesh")[0] == 0 and len(meshio.read(tmp_path / "again.mesh").points) == 27
     assert run("box.mesh", "box.cgdb")[0] == 1 and run("box.mesh")[0] == 2
     assert "nothing.xyz" in run("nothing.xyz", "out.vtu")[1]
+
+
+def test_fields_become_data_of_points_and_cells(tmp_path):
+    mesh = box(2)
+    with cg.open(tmp_path / "m.cgdb", "a") as model:
+        with model.transaction() as change:
+            change.meshes["cube"] = mesh
+        with model.add_run("cube", "load") as run:
+            run.add_variable("T", "SCALAR")
+            run.add_variable("N", "SCALAR")
+            with run.step("one").frame(1.0) as frame:
+                frame.put("T", mesh.nodes[:, 0], position="NODAL")
+                frame.put("N", np.arange(8), position="WHOLE_ELEMENT")
+        found = model.results["cube/load"]
+        grid = found.mesh.to_vtk(fields={"heat": found.field("T"), "number": found.field("N")})
+        listed = found.mesh.to_vtk(fields=[found.field("T")])
+        with pytest.raises(ValueError, match="another mesh"):
+            box(1).to_vtk(fields=[found.field("T")])
+    assert grid.GetPointData().HasArray("heat") and listed.GetPointData().HasArray("T")
+    from vtkmodules.util.numpy_support import vtk_to_numpy
+
+    assert np.array_equal(vtk_to_numpy(grid.GetPointData().GetArray("heat")).ravel(), mesh.nodes[:, 0])
+    assert np.array_equal(vtk_to_numpy(grid.GetCellData().GetArray("number")).ravel(), np.arange(8))

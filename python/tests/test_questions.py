@@ -110,3 +110,30 @@ def test_files_that_lose_something_or_are_none(cube, tmp_path):
     ]:
         with pytest.raises(error):
             call()
+
+
+def test_measures_by_block_and_set(cube):
+    rows = cube.blocks[0].connectivity
+    mesh = cg.Mesh(cube.nodes, [cg.Block("C3D8R", rows), cg.Block("C3D8", rows[:3])])
+    by_block = mesh.measure_by("block", density={0: 2.0, 1: 3.0})
+    assert [one.mass.total for one in by_block.values()] == [pytest.approx(16), pytest.approx(9)]
+    sets = [cg.NamedSet("some", mesh.select_elements(indices=[0, 9])), cg.NamedSet("corner", mesh.select_nodes(indices=[0]))]
+    assert {name: one.num_elements for name, one in mesh.measure_by("set", sets).items()}["some"] == 2
+    table = pytest.importorskip("pandas") and mesh.measure().to_pandas()
+    assert table["total"][2] == pytest.approx(11) and list(table["measure"]) == ["length", "area", "volume", "mass"]
+    with pytest.raises(ValueError, match="blocks"):
+        mesh.measure_by("blocks")
+
+
+def test_values_of_elements_at_nodes_and_faces(cube):
+    block, shape = cube.blocks[0], cg.Shape("C3D8")
+    mesh = cg.Mesh(cube.nodes, [cg.Block("C3D8", block.connectivity)])
+    corners = cube.nodes[block.connectivity].astype(float)  # a linear function is carried without error
+    points = np.einsum("pn,enx->epx", shape.shape_functions(shape.integration_points), corners)
+    at_nodes = mesh.blocks[0].extrapolate(points)
+    assert at_nodes.shape == (8, 8, 3) and np.allclose(at_nodes, corners, atol=1e-5)
+    faces = mesh.blocks[0].extrapolate(points[:, :, 0], to="faces")
+    assert faces.shape == (8, 6) and np.allclose(np.sort(faces[0])[[0, -1]], [corners[0, :, 0].min(), corners[0, :, 0].max()])
+    assert np.array_equal(mesh.blocks[0].extrapolate(np.ones((8, 1)), "centroid"), np.ones((8, 8), np.float32))
+    with pytest.raises(ValueError, match=r"\(8, 8\)"):
+        mesh.blocks[0].extrapolate(points[:, :4])

@@ -60,8 +60,11 @@ protected:
   }
   /// Waits for what another process is going to do; false when it has not done it in a minute.
   static bool Await(const std::function<bool()>& isSo) {
-    for (int i = 0; i < 60000 && !isSo(); ++i) usleep(1000);
-    return isSo();
+    for (int i = 0; i < 60000; ++i) {
+      if (isSo()) return true; // which it need not be any more
+      usleep(1000);
+    }
+    return false;
   }
   /// Whether the process has the file open for writing.
   static bool Writes(pid_t process, const std::string& file) {

@@ -11,6 +11,7 @@ import numpy.typing as npt
 
 from .. import _core
 from .._files import Imported
+from .._results import Field
 from .._tables import Loss
 from .cells import NAMES, Blocks, Unknown, finish, require, rows_for, split_sets, warn
 
@@ -44,7 +45,10 @@ def _turned(number: int, rows: npt.NDArray[np.int32]) -> npt.NDArray[np.int32]:
 
 
 def to_vtk(
-    mesh: _core.Mesh, sets: Sequence[_core.NamedSet] = (), share: Literal["cells", "all", "none"] = "cells"
+    mesh: _core.Mesh,
+    sets: Sequence[_core.NamedSet] = (),
+    share: Literal["cells", "all", "none"] = "cells",
+    fields: Sequence[Field] | Mapping[str, Field] = (),
 ) -> Any:
     """A vtkUnstructuredGrid; see `Mesh.to_pyvista`."""
     if share not in ("cells", "all", "none"):
@@ -97,6 +101,13 @@ def to_vtk(
         put(grid.GetPointData(), f"NodeSet {name}", np.isin(np.arange(mesh.num_nodes), one).astype(np.uint8))
     for name, one in element_sets.items():
         put(grid.GetCellData(), f"ElementSet {name}", np.isin(elements, one).astype(np.uint8))
+    for name, field in fields.items() if isinstance(fields, Mapping) else ((one.name, one) for one in fields):
+        if field.run.mesh != mesh:
+            raise ValueError(f"field {name} is of another mesh")
+        if field.is_at_nodes:
+            put(grid.GetPointData(), name, field.by_node())
+        else:
+            put(grid.GetCellData(), name, field.by_element()[elements])
     for key, texts in (
         ("ElementTypes", [block.type for _, block, _, _ in found]),
         ("ElementCategories", [block.category for _, block, _, _ in found]),
@@ -111,9 +122,9 @@ def to_vtk(
     return grid
 
 
-def to_pyvista(mesh: _core.Mesh, sets: Sequence[_core.NamedSet] = (), share: Any = "cells") -> Any:
+def to_pyvista(mesh: _core.Mesh, sets: Sequence[_core.NamedSet] = (), share: Any = "cells", fields: Any = ()) -> Any:
     """A pyvista.UnstructuredGrid of the same arrays."""
-    return require("pyvista", "to_pyvista").UnstructuredGrid(to_vtk(mesh, sets, share))
+    return require("pyvista", "to_pyvista").UnstructuredGrid(to_vtk(mesh, sets, share, fields))
 
 
 def from_vtk(grid: Any, types: Mapping[str, str] | None = None, unknown: Unknown = "keep") -> Imported:
