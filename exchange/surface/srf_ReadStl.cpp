@@ -134,19 +134,23 @@ public:
     in_.Skip(kHeader);
     const auto count = in_.ReadOne<std::uint32_t>();
     points_.Reserve(count / 2); // as many as a closed surface has
-    std::vector<unsigned char> records;
-    for (std::size_t done = 0; done < count; done += records.size() / kRecord) {
+    whole_.ResizeUninitialised(3 * std::size_t{count});
+    room_ = whole_.Modify();
+    for (std::size_t done = 0; done < count;) {
       in_.At("triangles from " + std::to_string(done + 1), false);
-      records.resize(kRecord * std::min(kAtOnce, count - done));
-      in_.Read(std::span(records));
-      for (const unsigned char* at = records.data(); at != records.data() + records.size(); at += kRecord) {
+      const std::size_t now = std::min(kAtOnce, count - done);
+      const std::string_view records = in_.Peek(kRecord * now);
+      if (records.size() < kRecord * now) in_.Skip(kRecord * now); // says what is missing
+      for (std::size_t at = 0; at < records.size(); at += kRecord) {
         std::array<Real, 12> numbers; // normal and corners
         std::uint16_t attribute = 0;
-        std::memcpy(numbers.data(), at, sizeof numbers);
-        std::memcpy(&attribute, at + sizeof numbers, sizeof attribute);
+        std::memcpy(numbers.data(), &records[at], sizeof numbers);
+        std::memcpy(&attribute, &records[at] + sizeof numbers, sizeof attribute);
         numAttributes_ += attribute != 0;
         AddTriangle(numbers);
       }
+      in_.Skip(records.size());
+      done += now;
     }
     AddWaiting();
     numLeft_ = static_cast<long long>(in_.Left());
@@ -174,9 +178,9 @@ public:
     auto nodes = std::make_unique<bme_NodeData>(coordinates.Take());
     result.rounding = coordinates.Rounding({});
     const exo_ElementType type = options.types.Find("TRI", 3, 3);
-    cow_ArrayCOW<int> rows;
-    rows.ResizeUninitialised(rows_.Size());
-    rows_.DrainTo(rows.Modify());
+    cow_ArrayCOW<int> rows = std::move(whole_);
+    rows.ResizeUninitialised(3 * static_cast<std::size_t>(numTriangles_)); // of a binary file all are there
+    if (room_.empty()) rows_.DrainTo(rows.Modify());
     auto* elements = new bme_ElementClass(type.label, cls_xp2DArrayInt(3, std::move(rows)));
     auto* all = new bme_ElementData(&elements, 1);
     result.mesh = std::make_unique<bme_Mesh>(options.meshId, nodes.release(), all, bme_ORPHAN_MESH,
@@ -275,8 +279,8 @@ private:
         continue;
       }
       numDisagreeing_ += Disagrees(normals_[i], std::span<const Point, 3>(&waiting_[3 * i], 3));
-      std::ranges::copy(nodes, rows_.Add(3).begin());
-      ++numTriangles_;
+      const auto at = 3 * static_cast<std::size_t>(numTriangles_++);
+      std::ranges::copy(nodes, (room_.empty() ? rows_.Add(3) : room_.subspan(at, 3)).begin());
     }
     waiting_.clear();
     normals_.clear();
@@ -315,7 +319,9 @@ private:
   Points<Real> points_;
   std::vector<Point> waiting_, normals_; ///< corners and normals of triangles that are not numbered yet
   std::vector<int> numbers_;             ///< of their corners
-  fmt_Chunks<int> rows_;
+  fmt_Chunks<int> rows_;                 ///< of an ascii file, which does not say how many there are
+  cow_ArrayCOW<int> whole_;              ///< of a binary one
+  std::span<int> room_;                  ///< all of `whole_`
   std::vector<Solid> solids_;
   std::int64_t numTriangles_ = 0;
   long long numDegenerate_ = 0, numDisagreeing_ = 0, numAttributes_ = 0, numLeft_ = 0;
