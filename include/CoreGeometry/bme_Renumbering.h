@@ -2,6 +2,7 @@
 #pragma once
 
 #include <CoreGeometry/CoreGeometryExport.h>
+#include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/bme_FEMEdgeList.h>
 #include <CoreGeometry/bme_FEMElemList.h>
 #include <CoreGeometry/bme_FEMFaceList.h>
@@ -86,6 +87,10 @@ CORE_GEOMETRY_API bme_FEMFaceList bme_Send(const bme_FEMFaceList& faces, const b
                                            bme_LastingMesh newMesh);
 CORE_GEOMETRY_API bme_FEMEdgeList bme_Send(const bme_FEMEdgeList& edges, const bme_Renumbering& renumbering,
                                            bme_LastingMesh newMesh);
+
+/// For each of the faces (bme_FaceWord), in their order, those of the new mesh that it became, or that lie on it.
+CORE_GEOMETRY_API bme_Adjacency bme_SendFaces(const bme_Mesh& oldMesh, std::span<const unsigned> faces,
+                                              const bme_Renumbering& renumbering, const bme_Mesh& newMesh);
 
 /// Contents of a set of the new mesh, and for each of its entries the old one, both counted through all
 /// subsets.

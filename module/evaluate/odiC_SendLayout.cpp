@@ -7,7 +7,7 @@
 #include <numeric>
 
 namespace {
-bool IsSolid(res_OutputPositionEnm position) {
+bool IsWhole(res_OutputPositionEnm position) {
   return position == res_WHOLE_ELEMENT || position == res_ELEMENT_CENTROID;
 }
 
@@ -35,20 +35,6 @@ std::vector<int> Exchanged(const shp_Shape& shape, std::span<const int> reversal
     from.push_back(static_cast<int>(found - points.begin()));
   }
   return from;
-}
-
-/// The same corners for the same face numbers, as types of another order have.
-bool HaveSameFaces(const bme_ElementClass& a, const bme_ElementClass& b) {
-  const shp_Shape *one = a.Shape(), *other = b.Shape();
-  if (!one || !other || one->NumGeomDims() != 3
-      || !std::ranges::equal(one->CornersPerFace(), other->CornersPerFace()))
-    return false;
-  for (int face = 0; face < one->NumFaces(); ++face) {
-    const auto count = static_cast<std::size_t>(one->CornersPerFace()[static_cast<std::size_t>(face)]);
-    if (!std::ranges::equal(one->FaceNodes(face).first(count), other->FaceNodes(face).first(count)))
-      return false;
-  }
-  return true;
 }
 
 std::vector<int> Numbered(int count) {
@@ -163,36 +149,77 @@ void odiC_LayoutSender::AddMade(const odiC_LayoutBlock& block, std::size_t image
 }
 
 void odiC_LayoutSender::SendElements(const odiC_LayoutBlock& block) {
+  EntriesByClass byClass;
+  for (std::size_t i = 0; i < images_.size(); ++i)
+    if (block.HasFaces())
+      SendFaces(block, i, byClass);
+    else
+      SendWhole(block, i, byClass);
+  for (auto& [key, entries] : byClass) SendToClass(block, key.first, key.second, entries);
+}
+
+void odiC_LayoutSender::SendWhole(const odiC_LayoutBlock& block, std::size_t image, EntriesByClass& byClass) {
   const bme_ElementClass& type = old_.ElementData().GetClass(static_cast<unsigned>(block.classIndex));
-  std::map<std::pair<int, cow_String>, std::vector<Entry>> byClass;
+  const Successors& successors = successors_[image];
+  const cow_String region = RegionIn(image, block.region);
+  const bool isOnOneSide = block.sectionPoint >= 0 && !IsInTheMiddle(block);
+  std::vector<Entry>* entries = nullptr;
   const bme_ElementClass* made = nullptr;
-  for (std::size_t i = 0; i < images_.size(); ++i) {
-    const Successors& successors = successors_[i];
-    const cow_String region = RegionIn(i, block.region);
-    std::vector<Entry>* entries = nullptr;
-    made = nullptr;
-    wip_Poll poll(65536);
-    for (int at = 0; at < block.numEntities; ++at) {
-      poll.Advance();
-      const auto old = static_cast<unsigned>(type.FirstElementIndex() + block.Entity(at));
-      for (unsigned k = successors.starts[old]; k < successors.starts[old + 1]; ++k) {
-        const unsigned element = successors.elements[k];
-        const int index = static_cast<int>(element);
-        if (!made || index < made->FirstElementIndex()
-            || index >= made->FirstElementIndex() + made->NumElements()) {
-          made = &new_.ElementData().GetElemClass(element);
-          entries = &byClass[{made->ClassIndex(), region}];
-        }
-        int facet = block.HasFaces() ? block.faces.Const()[static_cast<std::size_t>(at)] : 0;
-        if (block.HasFaces() && turned_[i].TurnOf(old) != 0)
-          if (const shp_Shape* shape = turned_[i].ShapeOf(old))
-            facet = rgnC_FacetId(*shape, turned_[i].Send(old, rgnC_FacetOf(*shape, facet)));
-        entries->push_back(
-            {index - made->FirstElementIndex(), facet, 0, static_cast<int>(i), at, old, element});
+  wip_Poll poll(65536);
+  for (int at = 0; at < block.numEntities; ++at) {
+    poll.Advance();
+    const auto old = static_cast<unsigned>(type.FirstElementIndex() + block.Entity(at));
+    if ((turned_[image].TurnOf(old) & bme_Renumbering::kSidesExchanged) != 0) {
+      remarks_.insert(run_.Header().name
+                      + (isOnOneSide
+                             ? ": values at section points of turned shells are left out"
+                             : ": values of turned shells in their own axes stay in those of before"));
+      if (isOnOneSide) continue;
+    }
+    for (unsigned k = successors.starts[old]; k < successors.starts[old + 1]; ++k) {
+      const unsigned element = successors.elements[k];
+      const int index = static_cast<int>(element);
+      if (!made || index < made->FirstElementIndex()
+          || index >= made->FirstElementIndex() + made->NumElements()) {
+        made = &new_.ElementData().GetElemClass(element);
+        entries = &byClass[{made->ClassIndex(), region}];
       }
+      entries->push_back(
+          {index - made->FirstElementIndex(), 0, 0, static_cast<int>(image), at, old, element});
     }
   }
-  for (auto& [key, entries] : byClass) SendToClass(block, key.first, key.second, entries);
+}
+
+/// Faces that elements do not have any more become those that lie on them.
+void odiC_LayoutSender::SendFaces(const odiC_LayoutBlock& block, std::size_t image, EntriesByClass& byClass) {
+  const bme_ElementClass& type = old_.ElementData().GetClass(static_cast<unsigned>(block.classIndex));
+  const shp_Shape* shape = type.Shape();
+  if (!shape) return LeaveOut(block, "the type has no faces");
+  std::vector<unsigned> words;
+  words.reserve(static_cast<std::size_t>(block.numEntities));
+  for (int at = 0; at < block.numEntities; ++at) {
+    const rgnC_Facet facet = rgnC_FacetOf(*shape, block.faces.Const()[static_cast<std::size_t>(at)]);
+    words.push_back(bme_FaceWord(static_cast<unsigned>(type.FirstElementIndex() + block.Entity(at)),
+                                 static_cast<unsigned>(facet.face), facet.isBack));
+  }
+  const bme_Adjacency sent = bme_SendFaces(old_, words, *images_[image].renumbering, new_);
+  const cow_String region = RegionIn(image, block.region);
+  for (std::size_t i = 0; i < words.size(); ++i)
+    for (const unsigned word : sent[i]) {
+      const bme_ElementClass& made = new_.ElementData().GetElemClass(bme_ElementOf(word));
+      const int facet = rgnC_FacetId(*made.Shape(), {static_cast<int>(bme_FaceOf(word)), bme_IsBack(word)});
+      byClass[{made.ClassIndex(), region}].push_back(
+          {static_cast<int>(bme_ElementOf(word)) - made.FirstElementIndex(), facet, 0,
+           static_cast<int>(image), static_cast<int>(i), bme_ElementOf(words[i]), bme_ElementOf(word)});
+    }
+}
+
+bool odiC_LayoutSender::IsInTheMiddle(const odiC_LayoutBlock& block) const {
+  const std::vector<odiC_Category>& categories = run_.Header().categories;
+  if (static_cast<std::size_t>(block.category) >= categories.size()) return false; // of none, too
+  const std::vector<double>& offsets = categories[static_cast<std::size_t>(block.category)].offsets;
+  return static_cast<std::size_t>(block.sectionPoint) < offsets.size()
+         && offsets[static_cast<std::size_t>(block.sectionPoint)] == 0;
 }
 
 void odiC_LayoutSender::SendToClass(const odiC_LayoutBlock& block, int newClass, const cow_String& region,
@@ -212,10 +239,9 @@ void odiC_LayoutSender::SendToClass(const odiC_LayoutBlock& block, int newClass,
   };
   const bool areWhole = std::ranges::none_of(entries, isPiece);
   const bool isLike = areWhole && oldType.ElemTypeLabel() == newType.ElemTypeLabel();
-  if (IsSolid(block.position) || (isLike && std::ranges::none_of(entries, isTurned)))
+  if (IsWhole(block.position) || (isLike && std::ranges::none_of(entries, isTurned)))
     return Add(made, entries, all);
-  const bool hasSameFaces = isLike || (areWhole && HaveSameFaces(oldType, newType));
-  if (hasSameFaces && block.HasFaces() && block.valuesPerEntity == 1) return Add(made, entries, all);
+  if (block.HasFaces() && block.valuesPerEntity == 1) return Add(made, entries, all);
   if (block.HasFaces())
     return LeaveOut(block, isLike ? "points of faces of turned elements are not known"
                                   : "the elements have other faces now");

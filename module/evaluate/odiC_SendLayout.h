@@ -44,7 +44,11 @@ private:
   void AddMade(const odiC_LayoutBlock& block, std::size_t image, std::vector<Entry>& entries);
   void SendRegion(const odiC_LayoutBlock& block);
   void SendNodes(const odiC_LayoutBlock& block);
+  using EntriesByClass = std::map<std::pair<int, cow_String>, std::vector<Entry>>; ///< and by region
   void SendElements(const odiC_LayoutBlock& block);
+  void SendWhole(const odiC_LayoutBlock& block, std::size_t image, EntriesByClass& byClass);
+  void SendFaces(const odiC_LayoutBlock& block, std::size_t image, EntriesByClass& byClass);
+  bool IsInTheMiddle(const odiC_LayoutBlock& block) const;
   void SendToClass(const odiC_LayoutBlock& block, int newClass, const cow_String& region,
                    std::vector<Entry>& entries);
   /// For each point of a new element the old one; empty when it is not known.

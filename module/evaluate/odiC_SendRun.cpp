@@ -101,6 +101,8 @@ private:
     cow_ArrayCOW<T> values;
     values.ResizeUninitialised(planes * sent.rows.size() * newWidth);
     const std::span<T> made = values.Modify();
+    const res_DataTypeEnm type = variable.Result().dataType;
+    const bool isRotation = type == res_QUATERNION_2D || type == res_QUATERNION_3D;
     std::vector<T> block;
     for (std::size_t plane = 0; plane < planes; ++plane)
       wip_InBlocks(sent.rows.size(), kBlock, [&](std::size_t first, std::size_t end) {
@@ -109,7 +111,7 @@ private:
         for (std::size_t i = first; i < end; ++i) {
           T* const to = block.data() + (i - first) * width;
           if (sent.rows[i] < 0)
-            Add(sent.sums[static_cast<std::size_t>(-1 - sent.rows[i])], all, width, to);
+            Add(sent.sums[static_cast<std::size_t>(-1 - sent.rows[i])], all, width, isRotation, to);
           else
             std::copy_n(all.data() + static_cast<std::size_t>(sent.rows[i]) * width, width, to);
         }
@@ -119,21 +121,37 @@ private:
     return values;
   }
 
-  /// Of whole numbers the one that all have, or none.
+  /// Of whole numbers the one that all have, or none. Quaternions are added with the signs that bring them to the side of
+  /// the first one, as q and -q are one rotation, and made a rotation again.
   template<class T>
-  static void Add(const odiC_SentLayout::Sum& sum, std::span<const T> all, std::size_t width, T* to) {
-    for (std::size_t k = 0; k < width; ++k) {
-      const auto at = [&](std::size_t i) { return all[static_cast<std::size_t>(sum.rows[i]) * width + k]; };
-      if constexpr (std::is_same_v<T, int>) {
-        to[k] = at(0);
+  static void Add(const odiC_SentLayout::Sum& sum, std::span<const T> all, std::size_t width, bool isRotation,
+                  T* to) {
+    const auto at = [&](std::size_t i, std::size_t k) {
+      return all[static_cast<std::size_t>(sum.rows[i]) * width + k];
+    };
+    if constexpr (std::is_same_v<T, int>) {
+      for (std::size_t k = 0; k < width; ++k) {
+        to[k] = at(0, k);
         for (std::size_t i = 1; i < sum.rows.size(); ++i)
-          if (at(i) != at(0)) to[k] = odiC_kMissingInteger;
-      } else {
+          if (at(i, k) != at(0, k)) to[k] = odiC_kMissingInteger;
+      }
+    } else {
+      const auto product = [&](std::size_t i) {
+        double dot = 0;
+        for (std::size_t k = 0; k < width; ++k)
+          dot += static_cast<double>(at(i, k)) * static_cast<double>(at(0, k));
+        return dot;
+      };
+      double square = 0;
+      for (std::size_t k = 0; k < width; ++k) {
         double value = 0;
         for (std::size_t i = 0; i < sum.rows.size(); ++i)
-          value += sum.weights[i] * static_cast<double>(at(i));
+          value += (isRotation && product(i) < 0 ? -1 : 1) * sum.weights[i] * static_cast<double>(at(i, k));
         to[k] = static_cast<T>(value);
+        square += value * value;
       }
+      for (std::size_t k = 0; k < width && isRotation && square > 0; ++k)
+        to[k] = static_cast<T>(static_cast<double>(to[k]) / std::sqrt(square));
     }
   }
 
@@ -157,7 +175,7 @@ private:
     std::ranges::copy(rows, made.begin());
   }
 
-  void SendHistory(odiC_History history) {
+  void SendHistory(odiC_History history) { // of whole regions once
     if (history.variable >= 0) {
       const auto v = static_cast<std::size_t>(history.variable);
       const bool isTurned = v < variables_.size() && !variables_[v].IsNone();
@@ -166,12 +184,20 @@ private:
       history.variable = numbers_[v];
     }
     if (history.label == 0) return writer_.AddHistory(std::move(history));
+    for (std::size_t i = 0; i < images_.size(); ++i) SendHistory(history, i);
+  }
+
+  /// Of a copy, at the entity that it has there.
+  void SendHistory(odiC_History history, std::size_t image) {
     odiC_LayoutBlock block;
     block.position = history.position;
     const bool isOfNode = block.IsNodal();
     const unsigned index = isOfNode ? old_.NodeData().GetMeshNodeIndex(history.label)
                                     : old_.ElementData().GetMeshElemIndexFromLabel(history.label);
-    const bme_Renumbering& map = *images_[0].renumbering;
+    const odiC_Image& copy = images_[image];
+    if (const auto named = copy.regions.find(history.region); named != copy.regions.end())
+      history.region = named->second;
+    const bme_Renumbering& map = *copy.renumbering;
     const std::vector<int>& to = isOfNode ? map.nodes.to : map.elements.to;
     if (index >= to.size() || to[index] < 0)
       return Remark("histories of nodes and elements that are gone are left out");

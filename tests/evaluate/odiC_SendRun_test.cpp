@@ -137,7 +137,7 @@ protected:
       for (std::size_t k = 0; k < places.size(); k += 3) {
         const std::vector<double> some = Products(std::span(places).subspan(k, 3));
         products.insert(products.end(), some.begin(), some.end());
-        axes.insert(axes.end(), kAxes.begin(), kAxes.end());
+        for (const double part : kAxes) axes.push_back(k % 2 == 0 ? part : -part); // one rotation
       }
       const int at = run.AddLayout(layout);
       const auto put = [&](const char* name, res_DataTypeEnm type, const std::vector<double>& values,
@@ -287,6 +287,21 @@ TEST_F(odiC_SendRunTest, NewNodesHaveTheValuesBetweenTheOldOnes) {
                      .empty()); // integration points
     pass.Commit();
     EXPECT_GT(CountPlaces(model, "results/new/a", 1), before);
+    // faces have the values of those that they lie on: here the places of these, so means over their parts
+    const odiC_Run sent = odiC_Run::Open(model, "results/new/a");
+    odiC_FieldReader reader = sent.Field(0, 0, sent.VariableIndex("place4"));
+    std::vector<double> values(static_cast<std::size_t>(3 * reader.NumRows()));
+    reader.Read(0, values);
+    const std::vector<double> places = PlacesOf(sent, *reader.SharedLayout());
+    std::map<std::vector<double>, std::array<double, 4>> parts;
+    for (std::size_t k = 0; k < values.size(); k += 3) {
+      std::array<double, 4>& sum = parts[{values[k], values[k + 1], values[k + 2]}];
+      for (std::size_t axis = 0; axis < 3; ++axis) sum[axis] += places[k + axis];
+      ++sum[3];
+    }
+    EXPECT_EQ(static_cast<int>(parts.size()), run.Field(0, 0, run.VariableIndex("place4")).NumRows());
+    for (const auto& [value, sum] : parts)
+      for (std::size_t axis = 0; axis < 3; ++axis) ASSERT_NEAR(sum[axis] / sum[3], value[axis], 1e-4);
     std::vector<chk_Finding> findings;
     odiC_CheckRuns(model, findings);
     EXPECT_TRUE(findings.empty());
@@ -313,6 +328,8 @@ TEST_F(odiC_SendRunTest, CopiesHaveTheirOwnValuesAndTheRunIsReplacedInOnePass) {
   };
   send(before_.mesh, made.result.mesh, images);
   EXPECT_EQ(CountPlaces(model, "results/old/a"), 3 * before - kNotReversed);
+  const odiC_Run copied = odiC_Run::Open(model, "results/old/a");
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(copied.History(0, i).label, 8996 + 9000 * i);
   // what is given is checked
   const odiC_Run run = odiC_Run::Open(model, "results/old/a");
   cls_WritePass pass(model);

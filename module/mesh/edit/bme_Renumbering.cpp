@@ -186,26 +186,35 @@ bme_FEMElemList bme_Send(const bme_FEMElemList& elements, const bme_Renumbering&
   return {newMesh, std::move(sent)};
 }
 
-bme_FEMFaceList bme_Send(const bme_FEMFaceList& faces, const bme_Renumbering& renumbering,
-                         bme_LastingMesh newMesh) {
-  std::vector<unsigned> words;
-  words.reserve(faces.Count());
-  bme_TurnedFaces turned(faces.Mesh(), renumbering);
-  bme_Pieces pieces(faces.Mesh(), renumbering, newMesh);
+bme_Adjacency bme_SendFaces(const bme_Mesh& oldMesh, std::span<const unsigned> faces,
+                            const bme_Renumbering& renumbering, const bme_Mesh& newMesh) {
+  bme_Adjacency rows;
+  rows.first.reserve(faces.size() + 1);
+  rows.items.reserve(faces.size());
+  bme_TurnedFaces turned(oldMesh, renumbering);
+  bme_Pieces pieces(oldMesh, renumbering, newMesh);
+  wip_Poll poll(65536);
   for (const unsigned word : faces) {
+    poll.Advance();
     const unsigned element = bme_ElementOf(word), sent = SentElement(renumbering, element);
     const rgnC_Facet before{static_cast<int>(bme_FaceOf(word)), bme_IsBack(word)};
     if (pieces.AreThere()) {
+      const bool isOtherSide = (turned.TurnOf(element) & bme_Renumbering::kSidesExchanged) != 0;
       pieces.ForEachOnFace(element, before, [&](unsigned piece, int face) {
-        words.push_back(bme_FaceWord(piece, static_cast<unsigned>(face), before.isBack));
+        rows.items.push_back(bme_FaceWord(piece, static_cast<unsigned>(face), before.isBack != isOtherSide));
       });
-      continue;
+    } else if (sent != bme_kNotFound) {
+      const rgnC_Facet facet = turned.Send(element, before);
+      rows.items.push_back(bme_FaceWord(sent, static_cast<unsigned>(facet.face), facet.isBack));
     }
-    if (sent == bme_kNotFound) continue;
-    const rgnC_Facet facet = turned.Send(element, before);
-    words.push_back(bme_FaceWord(sent, static_cast<unsigned>(facet.face), facet.isBack));
+    rows.first.push_back(static_cast<unsigned>(rows.items.size()));
   }
-  return {newMesh, std::move(words)};
+  return rows;
+}
+
+bme_FEMFaceList bme_Send(const bme_FEMFaceList& faces, const bme_Renumbering& renumbering,
+                         bme_LastingMesh newMesh) {
+  return {newMesh, bme_SendFaces(faces.Mesh(), faces.Words(), renumbering, newMesh).items};
 }
 
 bme_FEMEdgeList bme_Send(const bme_FEMEdgeList& edges, const bme_Renumbering& renumbering,
