@@ -20,6 +20,7 @@ TEST(Editing, ResultsAreSoundAndTheOldModelStaysUnlessItIsReplaced) {
                          {"order", "--quadratic"},
                          {"split-elements"},
                          {"refine"},
+                         {"orient", "--seed", "4001"},
                          {"transform", "--mirror", "1,0,0", "--rotate", "40", "--axis", "0,1,1"}};
   for (const Words& edit : edits) {
     const std::string made = folder / (edit[0] + ".cgdb");
@@ -27,8 +28,9 @@ TEST(Editing, ResultsAreSoundAndTheOldModelStaysUnlessItIsReplaced) {
     all.insert(all.end(), edit.begin() + 1, edit.end());
     const json facts = ToolFacts(all);
     // of mirrored vectors, of integration points that elements have no more
-    EXPECT_EQ(facts["remarks"].size(),
-              edit[0] == "clean" || edit[0] == "merge" || edit[0] == "renumber" ? 0U : 1U);
+    const bool hasNone =
+        edit[0] == "clean" || edit[0] == "merge" || edit[0] == "renumber" || edit[0] == "orient";
+    EXPECT_EQ(facts["remarks"].size(), hasNone ? 0U : 1U);
     EXPECT_EQ(RunTool({"check", made}).exitCode, 0) << edit[0];
     const json after = ToolFacts({"measure", made, "--thickness", "1", "--section-area", "1"});
     EXPECT_NEAR(after["groups"][0]["volume"]["total"].get<double>(),
@@ -60,6 +62,21 @@ TEST(Editing, ResultsAreSoundAndTheOldModelStaysUnlessItIsReplaced) {
   EXPECT_EQ(ToolFacts({"clean", two, "--name", "one", "--replace"})["result"], "meshes/one");
   EXPECT_EQ(RunTool({"check", two}).exitCode, 0);
 
+  // surfaces to solids: a plate of the back, and a quarter of a ring of it, whose section half way is the back again
+  const std::string swept = folder / "swept.cgdb", ring = folder / "ring.cgdb";
+  const json plate = ToolFacts({"extrude", model, "--set", "back", "--thickness", "0.002", "-o", swept});
+  EXPECT_EQ(plate["elements"], plate["elementsBefore"]);
+  EXPECT_EQ(ToolFacts({"extrude", model, "--set", "back", "--direction", "-1,0,0", "--distance", "0.002",
+                       "-o", folder / "vector.cgdb"})["nodes"],
+            plate["nodes"]);
+  const json turned4 = ToolFacts({"revolve", model, "--set", "back", "--about", "0,0,-0.05", "--axis",
+                                  "0,1,0", "--angle", "90", "--layers", "4", "-o", ring});
+  EXPECT_EQ(turned4["elements"], 4 * plate["elementsBefore"].get<int>());
+  for (const std::string& file : {swept, ring}) EXPECT_EQ(RunTool({"check", file}).exitCode, 0);
+  const json cut = ToolFacts({"section", ring, "--plane", "0,0,-0.05:1,0,-1", "-o", folder / "cut.cgdb"});
+  EXPECT_NEAR(cut["area"].get<double>(), 0.00105, 1e-9);
+  EXPECT_EQ(RunTool({"section", ring, "--plane", "0,0,0:1,0,0"}).exitCode, 0);
+
   struct Case {
     Words words;
     int exitCode;
@@ -74,6 +91,12 @@ TEST(Editing, ResultsAreSoundAndTheOldModelStaysUnlessItIsReplaced) {
       {{"transform", model, "-o", folder / "n.cgdb"}, 2, "give --translate"},
       {{"order", model, "-o", folder / "n.cgdb"}, 2, "give --quadratic or --linear"},
       {{"order", model, "-o", folder / "n.cgdb", "--quadratic", "--map", "C3D8"}, 2, "write TYPE=TYPE"},
+      {{"orient", model, "-o", folder / "n.cgdb", "--reverse"}, 2, "--reverse needs --set"},
+      {{"orient", model, "-o", folder / "n.cgdb", "--seed", "101"}, 1, "is a seed, but none of the shells"},
+      {{"extrude", model, "-o", folder / "n.cgdb"}, 2, "give --vector"},
+      {{"extrude", model, "-o", folder / "n.cgdb", "--set", "plate", "--vector", "1,0,0"}, 1, "no surface"},
+      {{"revolve", model, "-o", folder / "n.cgdb", "--set", "back", "--angle", "370"}, 1, "none of a rev"},
+      {{"section", model, "--plane", "0,0,0"}, 2, "write a point and a normal"},
       {{"combine", model, model, "-o", folder / "n.cgdb", "--labels", "keep"}, 1, "node label"},
       {{"quality", model, "--require", "beauty=1"}, 2, "no measure is called beauty"}};
   for (const Case& one : cases) {

@@ -1,8 +1,8 @@
 #include <CoreGeometry/bme_DivideMesh.h>
 
 #include "bme_ClassWalk.h"
-#include "bme_Making.h"
 #include "bme_NodeMaker.h"
+#include "bme_PieceMaker.h"
 #include "bme_RefinedPieces.h"
 #include "bme_TypeLike.h"
 
@@ -70,27 +70,15 @@ std::vector<bme_NodeSum> SumsOf(const Piece& places, const shp_Shape& old) {
 class Divider {
 public:
   explicit Divider(const bme_MeshAndSets& source)
-      : source_(source), nodes_(source.mesh.NodeData().NumNodes()),
-        labels_(bme_AllElementLabels(source.mesh.ElementData())) {
-    bme_CheckNodes(source.mesh);
-    map_.classes.to.assign(source.mesh.ElementData().NumClasses(), -1);
-    map_.elements.to.assign(source.mesh.ElementData().NumElements(), -1);
-    if (!labels_.empty()) largest_ = *std::ranges::max_element(labels_);
-  }
+      : source_(source), nodes_(source.mesh.NodeData().NumNodes()), pieces_(source) {}
 
-  void Keep(const bme_ElementClass& type) {
-    Begin(type);
-    for (int i = 0; i < type.NumElements(); ++i) AddElement(type, i);
-    const std::span<const int> rows = type.ElementConnectivity().Const();
-    rows_.assign(rows.begin(), rows.end());
-    End(type, type.ElemTypeLabel(), static_cast<std::size_t>(type.NumNodesPerElem()));
-  }
+  void Keep(const bme_ElementClass& type) { pieces_.Keep(type); }
 
   /// choose(row) gives the pieces of an element, as positions in `pieces`, which hold the places of all nodes.
   template<class Choose>
   void Divide(const bme_ElementClass& type, const cow_String& label, const std::vector<Piece>& pieces,
               Choose choose) {
-    Begin(type);
+    pieces_.Begin(type);
     const shp_Shape &old = *type.Shape(), &target = *ShapeOf(label);
     std::vector<std::vector<bme_NodeSum>> sums;
     sums.reserve(pieces.size());
@@ -100,89 +88,34 @@ public:
     for (int i = 0; i < type.NumElements(); ++i) {
       poll.Advance();
       const std::span<const int> row = type.Connectivity(i);
-      const std::size_t before = positions_.size();
-      for (const int piece : choose(row)) {
+      const auto& chosen = choose(row);
+      for (const int piece : chosen) {
         made.clear();
         for (const bme_NodeSum& sum : sums[static_cast<std::size_t>(piece)])
           made.push_back(nodes_.Node(sum, row));
-        rows_.insert(rows_.end(), made.begin(), made.end());
-        AddElement(type, i);
+        pieces_.Add(type, i, made);
       }
-      if (positions_.size() == before)
-        throw nex_TextException(bme_Describe(type) + ": element " + std::to_string(LabelOf(type, i))
+      if (chosen.empty())
+        throw nex_TextException(bme_Describe(type) + ": element " + std::to_string(pieces_.LabelOf(type, i))
                                 + " has too few different corners");
     }
-    End(type, label, target.NodeCoordinates().size());
+    pieces_.End(type, label, target.NodeCoordinates().size());
   }
 
   void Remark(const cow_String& text) { remarks_.push_back(text); }
 
   bme_Edited Finish() {
     const bme_NodeData nodes = nodes_.Nodes(source_.mesh.NodeData());
-    map_.nodes = bme_IndexMap::Identity(source_.mesh.NodeData().NumNodes());
-    map_.nodes.from.resize(nodes.NumNodes(), -1);
-    map_.made = std::move(nodes_).Take();
-    if (source_.mesh.ElementData().HasUserElementLabels() || areSeveral_) SetLabels();
-    bme_Edited edited{{bme_MeshLike(source_.mesh, nodes, std::move(classes_))}, std::move(map_)};
+    bme_Edited edited = pieces_.Make(nodes, std::move(nodes_).Take());
     bme_SendSets(source_, edited);
     edited.remarks.insert(edited.remarks.begin(), remarks_.begin(), remarks_.end());
     return edited;
   }
 
 private:
-  int LabelOf(const bme_ElementClass& type, int position) const {
-    return labels_[static_cast<std::size_t>(type.FirstElementIndex()) + static_cast<std::size_t>(position)];
-  }
-  void Begin(const bme_ElementClass& type) {
-    map_.classes.to[static_cast<std::size_t>(type.ClassIndex())] = static_cast<int>(classes_.size());
-    map_.classes.from.push_back(type.ClassIndex());
-    positions_.clear();
-    rows_.clear();
-  }
-  void AddElement(const bme_ElementClass& type, int position) {
-    const auto old = static_cast<std::size_t>(type.FirstElementIndex()) + static_cast<std::size_t>(position);
-    positions_.push_back(position);
-    if (map_.elements.to[old] < 0)
-      map_.elements.to[old] = static_cast<int>(map_.elements.from.size());
-    else
-      areSeveral_ = true;
-    map_.elements.from.push_back(static_cast<int>(old));
-  }
-  void End(const bme_ElementClass& type, const cow_String& label, std::size_t columns) {
-    const bool isSame = label == type.ElemTypeLabel()
-                        && positions_.size() == static_cast<std::size_t>(type.NumElements())
-                        && std::ranges::equal(rows_, type.ElementConnectivity().Const());
-    if (isSame)
-      classes_.push_back(std::make_unique<bme_ElementClass>(type));
-    else
-      classes_.push_back(
-          bme_ClassLike(type, positions_, cow_ArrayCOW<int>(std::span<const int>(rows_)), label, columns));
-  }
-  void SetLabels() {
-    std::size_t at = 0; // new elements so far
-    long long next = largest_;
-    for (const auto& made : classes_) {
-      std::vector<int> labels;
-      for (int i = 0; i < made->NumElements(); ++i, ++at) {
-        const auto old = static_cast<std::size_t>(map_.elements.from[at]);
-        const bool isFirst = map_.elements.to[old] == static_cast<int>(at);
-        if (!isFirst && ++next > std::numeric_limits<int>::max())
-          throw nex_TextException("element labels from " + std::to_string(largest_ + 1)
-                                  + " on for new elements are above 2147483647");
-        labels.push_back(isFirst ? labels_[old] : static_cast<int>(next));
-      }
-      made->SetUserElementLabels(std::span<const int>(labels));
-    }
-  }
-
   const bme_MeshAndSets& source_;
   bme_NodeMaker nodes_;
-  std::vector<int> labels_;
-  long long largest_ = 0;
-  bool areSeveral_ = false;
-  bme_Renumbering map_;
-  bme_Classes classes_;
-  std::vector<int> positions_, rows_; ///< of the class that is being made
+  bme_PieceMaker pieces_;
   std::vector<cow_String> remarks_;
 };
 

@@ -479,9 +479,17 @@ void bme_SendSets(const bme_MeshAndSets& old, bme_Edited& edited) {
       const bme_ElementClass& after = made.mesh.ElementData().GetClass(static_cast<unsigned>(note.number));
       std::vector<int> rows(static_cast<std::size_t>(after.NumElements()));
       const auto first = static_cast<std::size_t>(before.FirstElementIndex());
+      const auto begin = static_cast<std::size_t>(after.FirstElementIndex());
       for (int i = 0; i < before.NumElements(); ++i)
-        if (const int sent = renumbering.elements.to[first + static_cast<std::size_t>(i)]; sent >= 0)
-          rows[static_cast<std::size_t>(sent - after.FirstElementIndex())] = i;
+        if (const int sent = renumbering.elements.to[first + static_cast<std::size_t>(i)];
+            sent >= after.FirstElementIndex() && static_cast<std::size_t>(sent) - begin < rows.size())
+          rows[static_cast<std::size_t>(sent) - begin] = i;
+      // those made of elements that became several; meshes that are combined do not say where others come from
+      const std::vector<int>& from = renumbering.elements.from;
+      for (std::size_t i = 0; i < rows.size() && begin + i < from.size(); ++i)
+        if (from[begin + i] >= before.FirstElementIndex()
+            && from[begin + i] < before.FirstElementIndex() + before.NumElements())
+          rows[i] = from[begin + i] - before.FirstElementIndex();
       isSent = SendAnnotation(note, rows, static_cast<std::size_t>(before.NumElements()));
     } else {
       for (std::size_t i = 0; i < made.sets.size() && !isSent; ++i) {
