@@ -1,5 +1,6 @@
 #include <CoreGeometry/odiC_Integral.h>
 
+#include "odiC_FacePoints.h"
 #include "odiC_Stages.h"
 #include "odiC_Where.h"
 
@@ -14,58 +15,6 @@
 
 namespace {
 using Vector = std::array<double, 3>;
-
-/// Points and weights of Gauss and Legendre in (0, 1), exact to degree 9 (M. Abramowitz, I. Stegun, Handbook of
-/// Mathematical Functions, 1964, table 25.4).
-constexpr double kAt[] = {0.5 - 0.453089922969332, 0.5 - 0.26923465505284155, 0.5, 0.5 + 0.26923465505284155,
-                          0.5 + 0.453089922969332};
-constexpr double kWeights[] = {0.11846344252809454, 0.23931433524968324, 0.28444444444444444,
-                               0.23931433524968324, 0.11846344252809454};
-
-/// A Gauss point of a face of a shape.
-struct FacePoint {
-  double weight;
-  std::vector<double> functions;      ///< of the nodes of the element
-  std::vector<double> alongU, alongV; ///< their derivatives along the face
-};
-
-/// Points of a face in the iso coordinates of its element: between the corners, which lie in a plane there. Triangles are
-/// squares of which one side is a point.
-std::vector<FacePoint> PointsOf(const shp_Topology& shape, int face) {
-  const auto faceIndex = static_cast<std::size_t>(face);
-  const auto numCorners = static_cast<std::size_t>(shape.CornersPerFace()[faceIndex]);
-  if (numCorners < 3) return {};
-  std::vector<shp_IsoPoint> corners;
-  for (std::size_t k = 0; k < numCorners; ++k)
-    corners.push_back(shape.NodeCoordinates()[static_cast<std::size_t>(shape.FaceNodes(face)[k])]);
-  if (numCorners == 3) corners.push_back(corners[2]);
-  const auto numNodes = static_cast<std::size_t>(shape.NumBaseNodes());
-  std::vector<FacePoint> points;
-  for (std::size_t i = 0; i < std::size(kAt); ++i)
-    for (std::size_t j = 0; j < std::size(kAt); ++j) {
-      const double u = kAt[i], v = kAt[j];
-      const double weights[] = {(1 - u) * (1 - v), u * (1 - v), u * v, (1 - u) * v};
-      const double weightsU[] = {-(1 - v), 1 - v, v, -v}, weightsV[] = {-(1 - u), -u, u, 1 - u};
-      shp_IsoPoint at{}, byU{}, byV{};
-      for (std::size_t k = 0; k < 4; ++k)
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-          at[axis] += weights[k] * corners[k][axis];
-          byU[axis] += weightsU[k] * corners[k][axis];
-          byV[axis] += weightsV[k] * corners[k][axis];
-        }
-      FacePoint& point = points.emplace_back();
-      point.weight = kWeights[i] * kWeights[j];
-      point.functions.resize(numNodes);
-      shape.ShapeFunctions(at, point.functions);
-      std::vector<shp_IsoPoint> derivatives(numNodes);
-      shape.ShapeDerivatives(at, derivatives);
-      for (const shp_IsoPoint& d : derivatives) {
-        point.alongU.push_back(d[0] * byU[0] + d[1] * byU[1] + d[2] * byU[2]);
-        point.alongV.push_back(d[0] * byV[0] + d[1] * byV[1] + d[2] * byV[2]);
-      }
-    }
-  return points;
-}
 
 Vector Cross(const Vector& a, const Vector& b) {
   return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
@@ -97,7 +46,7 @@ private:
     const shp_Shape* shape = type.Shape();
     if (!shape) return;
     auto [known, isNew] = points_.try_emplace({shape, face});
-    if (isNew) known->second = PointsOf(*shape, face);
+    if (isNew) known->second = odiC_PointsOfFace(*shape, face);
     const auto inClass = static_cast<int>(mesh_.ElementData().GetClassElemIndex(element));
     const std::span<const int> nodes = type.Connectivity(inClass);
     if (!ReadElement(static_cast<int>(classIndex), inClass, nodes)) {
@@ -108,7 +57,7 @@ private:
     const double side = bme_IsBack(word) ? -1 : 1;
     double area = 0;
     std::vector<double> integrals(sums_.size());
-    for (const FacePoint& point : known->second) {
+    for (const odiC_FacePoint& point : known->second) {
       Vector u{}, v{};
       std::vector<double> f(width_);
       for (const int node : shape->FaceNodes(face)) { // the functions of the others are 0 there
@@ -162,7 +111,7 @@ private:
   odiC_SourcePointer source_;
   std::size_t width_;
   bool isFlux_;
-  std::map<std::pair<const shp_Shape*, int>, std::vector<FacePoint>> points_;
+  std::map<std::pair<const shp_Shape*, int>, std::vector<odiC_FacePoint>> points_;
   std::vector<gsl_ExactSum> sums_;
   gsl_ExactSum area_;
   std::vector<double> rows_;

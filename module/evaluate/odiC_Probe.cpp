@@ -10,21 +10,13 @@
 #include <numeric>
 
 namespace {
-/// Values of elements at their nodes, whatever they come as.
-odiC_Values AtElementNodes(const odiC_Values& values) {
-  if (values.CarriedTo() != odiC_CarriedTo::Nodes) return values.AtElementNodes();
-  odiC_ToNodes options = values.ToNodes();
-  options.isPerElement = true;
-  return values.AtNodes(options);
-}
-
 bool IsNodal(const odiC_Layout& layout) {
   return std::ranges::any_of(layout.blocks, &odiC_LayoutBlock::IsNodal);
 }
 } // namespace
 
 odiC_Probe::odiC_Probe(const odiC_Values& values, std::span<const double> points, bool nearest)
-    : values_(AtElementNodes(values)), width_(values.NumComponents()), places_(points.size() / 3) {
+    : values_(odiC_AtElementNodes(values)), width_(values.NumComponents()), places_(points.size() / 3) {
   const bme_Mesh& mesh = values.Run().Mesh();
   const odiC_SourcePointer source = values_.Open(values_.Frames().front(), res_USE_ENVELOPE);
   std::vector<unsigned> classes;

@@ -35,3 +35,7 @@ odiC_Places::Layout odiC_UnionLayout(std::span<const odiC_Places::Layout> layout
 odiC_LayoutBlock odiC_UnionBlock(std::span<const odiC_LayoutBlock* const> blocks);
 /// Whether two blocks hold values of the same kind of places.
 bool odiC_AreOfOneKind(const odiC_LayoutBlock& a, const odiC_LayoutBlock& b);
+
+class odiC_Values;
+/// Values of elements at their nodes, whatever they come as; values at nodes stay.
+odiC_Values odiC_AtElementNodes(const odiC_Values& values);

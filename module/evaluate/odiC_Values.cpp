@@ -474,3 +474,10 @@ odiC_PlaceLabel odiC_LabelOf(const odiC_Run& run, odiC_Source& source, int row) 
   label.sectionPoint = odiC_SectionPointName(run, block);
   return label;
 }
+
+odiC_Values odiC_AtElementNodes(const odiC_Values& values) {
+  if (values.CarriedTo() != odiC_CarriedTo::Nodes) return values.AtElementNodes();
+  odiC_ToNodes options = values.ToNodes();
+  options.isPerElement = true;
+  return values.AtNodes(options);
+}

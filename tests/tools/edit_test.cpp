@@ -77,6 +77,20 @@ TEST(Editing, ResultsAreSoundAndTheOldModelStaysUnlessItIsReplaced) {
   EXPECT_NEAR(cut["area"].get<double>(), 0.00105, 1e-9);
   EXPECT_EQ(RunTool({"section", ring, "--plane", "0,0,0:1,0,0"}).exitCode, 0);
 
+  // results of the coarse mesh on the fine one, and a load that keeps its resultant
+  const std::string fine = folder / "refine.cgdb";
+  const json mapped = ToolFacts(
+      {"map", model, fine, "--field", "disp", "--frame", "last", "--as", "m", "-o", folder / "mapped.cgdb"});
+  EXPECT_EQ(mapped["numUnmapped"], 0);
+  EXPECT_NEAR(mapped["after"][0]["integrals"][2].get<double>(),
+              mapped["before"][0]["integrals"][2].get<double>(), 1e-15);
+  const json load = ToolFacts({"map",  model,        fine,       "--field",     "disp", "--component",
+                               "z",    "--frame",    "last",     "--donor-set", "seat", "--set",
+                               "seat", "--distance", "1e-4",     "--sides",     "same", "--conservative",
+                               "--as", "load",       "--replace"})["loads"][0];
+  EXPECT_NEAR(load["forceAfter"][2].get<double>(), load["forceBefore"][2].get<double>(), 1e-18);
+  EXPECT_EQ(load["areaMissing"], 0);
+
   struct Case {
     Words words;
     int exitCode;
@@ -96,6 +110,11 @@ TEST(Editing, ResultsAreSoundAndTheOldModelStaysUnlessItIsReplaced) {
       {{"extrude", model, "-o", folder / "n.cgdb"}, 2, "give --vector"},
       {{"extrude", model, "-o", folder / "n.cgdb", "--set", "plate", "--vector", "1,0,0"}, 1, "no surface"},
       {{"revolve", model, "-o", folder / "n.cgdb", "--set", "back", "--angle", "370"}, 1, "none of a rev"},
+      {{"map", model, fine, "--field", "disp"}, 2, "where shall the result go"},
+      {{"map", model, fine, "--field", "disp", "--set", "seat", "--replace"},
+       2,
+       "both --donor-set and --set"},
+      {{"map", model, fine, "--field", "disp", "--replace"}, 1, "choose another name with --as"},
       {{"section", model, "--plane", "0,0,0"}, 2, "write a point and a normal"},
       {{"combine", model, model, "-o", folder / "n.cgdb", "--labels", "keep"}, 1, "node label"},
       {{"quality", model, "--require", "beauty=1"}, 2, "no measure is called beauty"}};
