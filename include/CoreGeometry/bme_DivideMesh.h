@@ -22,6 +22,18 @@ using bme_TypeChoice = std::map<cow_String, cow_String>;
 CORE_GEOMETRY_API bme_Edited bme_ChangeOrder(const bme_MeshAndSets& source, bool toQuadratic,
                                              const bme_TypeChoice& types = {});
 
+struct bme_Projected : bme_Edited {
+  std::vector<unsigned> moved{};  ///< nodes of the new mesh, ascending
+  double largest = 0;             ///< of the ways that they were moved
+  std::vector<unsigned> folded{}; ///< elements of the new mesh whose map fails somewhere now
+};
+
+/// What bme_ChangeOrder made, with new nodes moved to the closest points of a curved or finer surface: those on the outside
+/// of the mesh that lie between nodes which are all within the distance of the surface. Both meshes are in the same
+/// coordinates. nex_TextException for a distance that is not above 0, and for no faces.
+CORE_GEOMETRY_API bme_Projected bme_ProjectNodes(const bme_Edited& edited, const bme_FEMFaceList& surface,
+                                                 double distance);
+
 /// Hexahedra, wedges and collapsed ones to tetrahedra, quadrilaterals to triangles. Every quadrilateral is cut through its
 /// corner with the lowest label, so neighbours agree (J. Dompierre et al., 1999). Quadratic elements become quadratic ones.
 CORE_GEOMETRY_API bme_Edited bme_SplitElements(const bme_MeshAndSets& source,

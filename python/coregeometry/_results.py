@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 from collections.abc import Iterator, Sequence
+import dataclasses
 from dataclasses import dataclass
 from typing import TYPE_CHECKING, Any, Literal
 
@@ -167,6 +168,31 @@ class Probed:
     frames: tuple[Frame, ...]
     element: Ints
     values: Floats
+
+
+@dataclass(frozen=True, eq=False)
+class Mapped:
+    """Values on another mesh: ``values`` (f, n, c), NaN where nothing was found; ``unmapped`` labels."""
+
+    frames: tuple[Frame, ...]
+    values: Floats
+    unmapped: Ints
+    largest_distance: float
+
+
+@dataclass(frozen=True, eq=False)
+class Loads:
+    """``forces`` (n, 3) at all nodes of the target, and resultants about its origin before and after."""
+
+    frame: Frame
+    forces: Floats
+    force_before: Floats
+    force_after: Floats
+    moment_before: Floats
+    moment_after: Floats
+    area_missing: float
+    unmapped: Ints
+    largest_distance: float
 
 
 @dataclass(frozen=True, eq=False)
@@ -339,6 +365,41 @@ class Field:
     def line(self, a: npt.ArrayLike, b: npt.ArrayLike, count: int, *, nearest: bool = False) -> Probed:
         """Values at ``count`` points from ``a`` to ``b`` at equal distances."""
         return self.probe(_core.line_points(a, b, count), nearest=nearest)
+
+    def map_to(
+        self,
+        target: _core.Mesh,
+        *,
+        at: Literal["nodes", "points", "elements"] = "nodes",
+        distance: float = 0.0,
+        donor_faces: _core.FaceList | None = None,
+        faces: _core.FaceList | None = None,
+        sides: Literal["any", "same", "opposite"] = "any",
+    ) -> Mapped:
+        """Values at nodes, integration points or elements of another mesh; outside within ``distance`` or NaN.
+
+        With faces of both meshes those of the closest point of ``donor_faces``.
+        """
+        rows = self._run._opened().map_to(self._choice, target, at, distance, donor_faces, faces, sides)
+        frames, values, unmapped, largest = rows
+        return Mapped(tuple(Frame(**one) for one in frames), values, unmapped, largest)
+
+    def transfer(
+        self,
+        target: _core.Mesh,
+        donor_faces: _core.FaceList,
+        faces: _core.FaceList,
+        *,
+        distance: float,
+        sides: Literal["any", "same", "opposite"] = "any",
+    ) -> list[Loads]:
+        """A pressure or traction as forces at nodes, frame by frame, with the same resultant force and moment."""
+        loads = []
+        for one in self._run._opened().transfer(self._choice, target, donor_faces, faces, distance, sides):
+            names = [field.name for field in dataclasses.fields(Loads) if field.name != "frame"]
+            values = {name: one.pop(name) for name in names}
+            loads.append(Loads(frame=Frame(**one), **values))
+        return loads
 
     def integral(self, surface: str | None = None, *, flux: bool = False) -> list[Integral]:
         """Over the elements, frame by frame; or over a surface by its name, with ``flux`` of vectors through it."""

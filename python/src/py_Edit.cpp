@@ -1,6 +1,5 @@
 // Editing: a new mesh, and where its nodes and elements came from.
-#include "py_Arrays.h"
-#include "py_Lists.h"
+#include "py_Edited.h"
 #include "py_Work.h"
 
 #include <CoreGeometry/bme_CleanMesh.h>
@@ -12,39 +11,11 @@
 #include <nanobind/stl/pair.h>
 
 namespace {
-struct Edited {
-  py_Mesh old, made;
-  std::vector<bme_NamedSet> sets;
-  bme_Renumbering renumbering;
-  std::vector<cow_String> remarks;
-  std::vector<unsigned> nodes, elements; ///< of the old mesh, that the work was about
-};
-
-/// A mesh and the sets that follow it.
-bme_MeshAndSets Source(const py_Mesh& mesh, const std::vector<nb::object>& items) {
-  bme_MeshAndSets source{*mesh, {}, {}};
-  for (const nb::object& item : items) {
-    const auto& set = nb::cast<const py_Set&>(item);
-    if (set.mesh.state != mesh.state)
-      throw py_Error("ValueError", "the set " + set.set.name + " is of another mesh");
-    source.sets.push_back(set.set);
-  }
-  return source;
-}
-
-template<class Result> Edited Made(const py_Mesh& old, Result&& edited) {
-  return {old,
-          py_Mesh(edited.result.mesh),
-          std::move(edited.result.sets),
-          std::move(edited.renumbering),
-          std::move(edited.remarks),
-          {},
-          {}};
-}
+using Edited = py_Edited;
 
 Edited Clean(const py_Mesh& mesh, bool duplicates, bool zeroSize, bool unusedNodes, bool nodesOfSets,
              const std::vector<nb::object>& sets) {
-  const bme_MeshAndSets source = Source(mesh, sets);
+  const bme_MeshAndSets source = py_SourceOf(mesh, sets);
   bme_Cleaned cleaned = py_Run([&] {
     return bme_CleanMesh(source, {.duplicates = duplicates,
                                   .zeroSize = zeroSize,
@@ -55,7 +26,7 @@ Edited Clean(const py_Mesh& mesh, bool duplicates, bool zeroSize, bool unusedNod
   elements.insert(elements.end(), cleaned.zeroSize.begin(), cleaned.zeroSize.end());
   std::ranges::sort(elements);
   elements.erase(std::unique(elements.begin(), elements.end()), elements.end());
-  Edited edited = Made(mesh, std::move(cleaned));
+  Edited edited = py_MadeOf(mesh, std::move(cleaned));
   edited.nodes = std::move(nodes);
   edited.elements = std::move(elements);
   return edited;
@@ -74,7 +45,7 @@ std::optional<std::vector<unsigned>> NodesOf(const py_Mesh& mesh, nb::handle arg
 
 Edited MergeNodes(const py_Mesh& mesh, double tolerance, nb::handle nodes, nb::handle with,
                   bool removeCollapsed, const std::vector<nb::object>& sets) {
-  const bme_MeshAndSets source = Source(mesh, sets);
+  const bme_MeshAndSets source = py_SourceOf(mesh, sets);
   const auto own = NodesOf(mesh, nodes, "nodes"), others = NodesOf(mesh, with, "nodes to merge with");
   bme_MergeOptions options{
       .tolerance = tolerance, .nodes = {}, .with = {}, .removeCollapsed = removeCollapsed};
@@ -82,46 +53,41 @@ Edited MergeNodes(const py_Mesh& mesh, double tolerance, nb::handle nodes, nb::h
   if (others) options.with = std::span<const unsigned>(*others);
   bme_Merged merged = py_Run([&] { return bme_MergeNodes(source, options); });
   std::vector<unsigned> gone = std::move(merged.merged), collapsed = std::move(merged.collapsed);
-  Edited edited = Made(mesh, std::move(merged));
+  Edited edited = py_MadeOf(mesh, std::move(merged));
   edited.nodes = std::move(gone);
   edited.elements = std::move(collapsed);
   return edited;
 }
 
-template<class List> std::vector<unsigned> ItemsOf(const py_Mesh& mesh, const py_List<List>& list) {
-  if (list.mesh.state != mesh.state) throw py_Error("ValueError", "the list is of another mesh");
-  return {list.list.begin(), list.list.end()};
-}
-
 Edited Extract(const py_Mesh& mesh, nb::handle items, const std::vector<nb::object>& sets) {
-  const bme_MeshAndSets source = Source(mesh, sets);
+  const bme_MeshAndSets source = py_SourceOf(mesh, sets);
   if (nb::isinstance<py_FaceList>(items)) {
-    const std::vector<unsigned> faces = ItemsOf(mesh, nb::cast<const py_FaceList&>(items));
-    return Made(mesh, py_Run([&] { return bme_ExtractFaces(source, faces); }));
+    const std::vector<unsigned> faces = py_ItemsOf(mesh, nb::cast<const py_FaceList&>(items));
+    return py_MadeOf(mesh, py_Run([&] { return bme_ExtractFaces(source, faces); }));
   }
   const std::vector<unsigned> elements =
       nb::isinstance<py_ElementList>(items)
-          ? ItemsOf(mesh, nb::cast<const py_ElementList&>(items))
+          ? py_ItemsOf(mesh, nb::cast<const py_ElementList&>(items))
           : py_ToIndices(items, "element", mesh.Elements().NumElements()).values;
-  return Made(mesh, py_Run([&] { return bme_ExtractElements(source, elements); }));
+  return py_MadeOf(mesh, py_Run([&] { return bme_ExtractElements(source, elements); }));
 }
 
 Edited Remove(const py_Mesh& mesh, nb::handle elements, nb::handle nodes,
               const std::vector<nb::object>& sets) {
-  const bme_MeshAndSets source = Source(mesh, sets);
+  const bme_MeshAndSets source = py_SourceOf(mesh, sets);
   const auto goneNodes = NodesOf(mesh, nodes, "nodes").value_or(std::vector<unsigned>());
   const std::vector<unsigned> goneElements =
       elements.is_none() ? std::vector<unsigned>()
       : nb::isinstance<py_ElementList>(elements)
-          ? ItemsOf(mesh, nb::cast<const py_ElementList&>(elements))
+          ? py_ItemsOf(mesh, nb::cast<const py_ElementList&>(elements))
           : py_ToIndices(elements, "element", mesh.Elements().NumElements()).values;
-  return Made(mesh, py_Run([&] { return bme_RemoveEntities(source, goneElements, goneNodes); }));
+  return py_MadeOf(mesh, py_Run([&] { return bme_RemoveEntities(source, goneElements, goneNodes); }));
 }
 
 Edited Transform(const py_Mesh& mesh, nb::handle argument, const std::vector<nb::object>& sets) {
-  const bme_MeshAndSets source = Source(mesh, sets);
+  const bme_MeshAndSets source = py_SourceOf(mesh, sets);
   const gsl_Matrix matrix = py_ToMatrix(argument, "matrix");
-  return Made(mesh, py_Run([&] { return bme_TransformMesh(source, matrix); }));
+  return py_MadeOf(mesh, py_Run([&] { return bme_TransformMesh(source, matrix); }));
 }
 
 std::optional<bme_LabelSeries> ToSeries(nb::handle argument) {
@@ -131,18 +97,18 @@ std::optional<bme_LabelSeries> ToSeries(nb::handle argument) {
 
 Edited Renumber(const py_Mesh& mesh, nb::handle nodes, nb::handle elements,
                 const std::vector<nb::object>& sets) {
-  const bme_MeshAndSets source = Source(mesh, sets);
+  const bme_MeshAndSets source = py_SourceOf(mesh, sets);
   const auto ofNodes = ToSeries(nodes), ofElements = ToSeries(elements);
-  return Made(mesh, py_Run([&] { return bme_RelabelMesh(source, ofNodes, ofElements); }));
+  return py_MadeOf(mesh, py_Run([&] { return bme_RelabelMesh(source, ofNodes, ofElements); }));
 }
 
 Edited Reorder(const py_Mesh& mesh, const std::string& order, const std::vector<nb::object>& sets) {
-  const bme_MeshAndSets source = Source(mesh, sets);
+  const bme_MeshAndSets source = py_SourceOf(mesh, sets);
   const auto by = py_Choose<bme_NodeOrder>("order", order,
                                            {{"bandwidth", bme_NodeOrder::Bandwidth},
                                             {"curve", bme_NodeOrder::Curve},
                                             {"label", bme_NodeOrder::Label}});
-  return Made(mesh, py_Run([&] { return bme_ReorderMesh(source, by); }));
+  return py_MadeOf(mesh, py_Run([&] { return bme_ReorderMesh(source, by); }));
 }
 
 nb::tuple Combine(const std::vector<py_Mesh>& meshes, const std::vector<std::string>& names,
@@ -200,6 +166,32 @@ template<class List> py_List<List> Send(const Edited& self, const py_List<List>&
   return {self.made, py_Run([&] { return bme_Send(list.list, self.renumbering, *self.made); })};
 }
 
+nb::object Interpolate(const Edited& self, nb::handle argument) {
+  const auto numOld = static_cast<Py_ssize_t>(self.renumbering.nodes.to.size());
+  const bool isFlat = py_ShapeOf(py_AsArray(argument, "values")).size() == 1;
+  const py_Reals values =
+      isFlat ? py_ToReals(argument, "values", {numOld}) : py_ToReals(argument, "values", {numOld, -1});
+  const std::span<const double> old = values.Values();
+  const std::vector<int>& from = self.renumbering.nodes.from;
+  const std::size_t width = numOld > 0 ? old.size() / static_cast<std::size_t>(numOld) : 1;
+  const bme_MadeNodes& made = self.renumbering.made;
+  std::vector<double> sent(from.size() * width, std::numeric_limits<double>::quiet_NaN());
+  std::size_t number = 0;
+  for (std::size_t i = 0; i < from.size(); ++i) {
+    const bool isMade = from[i] < 0 && number + 1 < made.starts.size();
+    for (std::size_t c = 0; c < width; ++c) {
+      double& value = sent[i * width + c];
+      if (from[i] >= 0) value = old[static_cast<std::size_t>(from[i]) * width + c];
+      if (!isMade) continue;
+      value = 0;
+      for (unsigned k = made.starts[number]; k < made.starts[number + 1]; ++k)
+        value += made.weights[k] * old[made.parents[k] * width + c];
+    }
+    number += isMade ? 1 : 0;
+  }
+  return isFlat ? py_Array(std::move(sent)) : py_Array(std::move(sent), {from.size(), width});
+}
+
 void BindEdited(nb::module_& module) {
   nb::class_<Edited>(module, "Edited",
                      "What editing gives: a new mesh, its sets, and where nodes and elements went.")
@@ -234,6 +226,11 @@ void BindEdited(nb::module_& module) {
           "elements", [](const Edited& self) { return py_IntArray(self.elements); }, nb::rv_policy::automatic,
           nb::sig("def elements(self) -> numpy.typing.NDArray[numpy.int32]"),
           "Old elements that collapsed by merging, or were removed by `Mesh.clean`.")
+      .def("interpolate", &Interpolate, nb::arg("values"),
+           nb::sig("def interpolate(self, values: numpy.typing.ArrayLike) -> "
+                   "numpy.typing.NDArray[numpy.float64]"),
+           "(n[, c]) values of the old nodes at the new ones: between the old ones that a new node lies "
+           "between, NaN at others that were made.")
       .def_prop_ro(
           "remarks", [](const Edited& self) { return self.remarks; }, "What got lost.")
       .def("send", &Send<bme_FEMNodeList>, nb::arg("items"))

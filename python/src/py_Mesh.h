@@ -69,4 +69,5 @@ std::string py_NearTypes(const std::string& type); ///< "; did you mean ...", of
 void py_BindBlock(nb::module_& module);
 void py_BindMesh(nb::module_& module);
 void py_BindEdit(nb::module_& module);
+void py_BindSolids(nb::module_& module);
 void py_BindPicture(nb::module_& module);

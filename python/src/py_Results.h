@@ -19,5 +19,6 @@ template<class Call> auto py_UseRun(const py_OpenRun& self, Call call) {
 
 void py_BindResults(nb::module_& module);
 void py_BindReductions(nb::module_& module);
+void py_BindMapping(nb::module_& module);
 void py_BindRunWriter(nb::module_& module);
 nb::dict py_WhenOf(const odiC_Run& run, const odiC_When& when);

@@ -62,6 +62,41 @@ def test_quality():
     assert found["scaled_jacobian"] == pytest.approx(np.ones(8)) and mesh.element_sizes() == pytest.approx(np.ones(8))
 
 
+def plate():
+    """4 x 3 unit quadrilaterals in the plane y = 0, the second one turned over, with a set of the nodes of z = 0."""
+    nodes = np.array([[x, 0, z] for z in range(4) for x in range(5)], float)
+    quads = np.array([[a, a + 1, a + 6, a + 5] for z in range(3) for a in range(5 * z, 5 * z + 4)])
+    mesh = cg.Mesh(nodes, {"S4": quads}).reverse([1]).mesh
+    return mesh, cg.NamedSet("low", mesh.select_nodes(indices=np.flatnonzero(nodes[:, 2] == 0)))
+
+
+def test_surfaces_become_solids_of_known_volume():
+    mesh, low = plate()
+    oriented, branching, one_sided = mesh.orient(direction=[0, 1, 0])
+    assert len(oriented.elements) in (1, 11) and not len(branching) and not len(one_sided)
+    swept = mesh.extrude([0, 2, 1], 3, sets=[low])
+    assert swept.mesh.measure().volume.total == pytest.approx(24) and set(swept.sets) == {"low", "bottom", "top"}
+    assert len(swept.sets["low"].nodes()) == 5 * 4 and len(swept.sets["top"].faces()) == 12
+    ring = mesh.revolve(2 * np.pi, [0, 0, 1], [-1, 0, 0], 16)
+    assert ring.mesh.measure().volume.total == pytest.approx(16 * np.sin(np.pi / 8) * 12 * 3, rel=1e-6)
+    for side in ("top", "bottom", "both"):
+        assert oriented.mesh.offset(0.5, side, 2).mesh.measure().volume.total == pytest.approx(6)
+    with pytest.raises(cg.DataError, match="without volume"):
+        mesh.extrude([1, 0, 0])
+
+
+def test_new_nodes_and_sections_have_values_between_the_old_ones():
+    mesh = box(3)
+    values = mesh.nodes @ [1, 2, 3] + 4
+    for edited in (mesh.change_order(True), mesh.split(), mesh.refine(), mesh.section([0.3, 0.4, 0.5], [1, 2, -1])[0]):
+        assert edited.interpolate(values) == pytest.approx(edited.mesh.nodes @ [1, 2, 3] + 4, abs=1e-5)
+        assert edited.interpolate(mesh.nodes) == pytest.approx(edited.mesh.nodes, abs=1e-5)
+    _, facts = mesh.section([0.5, 0, 0], [1, 0, 0])
+    side = np.ptp(mesh.nodes[:, 0])
+    assert facts["area"] == pytest.approx(side**2) and facts["largest"] == pytest.approx(side**4 / 12)
+    assert mesh.change_order(True).mesh.num_elements == 27 and mesh.refine().mesh.num_elements == 8 * 27
+
+
 @pytest.mark.parametrize(
     "edit, error, words",
     [

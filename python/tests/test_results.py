@@ -70,6 +70,15 @@ def test_what_is_computed(model):
     assert (energy.name, energy.place, energy.values.tolist()) == ("energy", "the whole model", [3, 4, 5])
     top = run.envelope("T", "max")
     assert np.array_equal(top.values[:, 0], 2 * x) and np.array_equal(top.frame, np.where(x > 0, 2, 0))
+    target = box(3).transform(np.diag([2 / 3, 2 / 3, 2 / 3, 1])).mesh
+    for at, where in (("nodes", target.nodes[:, 0]), ("elements", np.tile([1 / 3, 1, 5 / 3], 9))):
+        assert t2.map_to(target, at=at).values[0, :, 0] == pytest.approx(2 * where, abs=1e-5)
+    assert len(t2.map_to(target.transform(np.diag([2, 1, 1, 1])).mesh).unmapped) == 32
+    wet, faces = (mesh.select_elements().external_faces() for mesh in (run.mesh, target))
+    loads = t2.transfer(target, wet, faces, distance=0.1, sides="same")[0]  # minus the gradient times the volume
+    assert loads.force_after == pytest.approx([-16, 0, 0], abs=1e-9)
+    assert loads.moment_after == pytest.approx(loads.moment_before, abs=1e-9)
+    assert loads.forces.sum(axis=0) == pytest.approx(loads.force_before, abs=1e-9)
     one = t2.reduce()[0]
     assert (one.sum, one.mean, one.count) == (54, 2, 27) and t2.histogram(2)[2].tolist() == [9, 18]
 

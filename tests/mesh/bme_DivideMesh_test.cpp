@@ -246,3 +246,45 @@ TEST_F(bme_DivideMeshTest, TypesAreFoundByTheirNamesAndWhatCannotBeIsSaid) {
        "node labels from 2147483636 on for 139 new nodes are above 2147483647"}};
   for (const auto& [call, message] : cases) EXPECT_EQ(ThrownBy(call), message);
 }
+
+TEST_F(bme_DivideMeshTest, NewNodesAreMovedToASurface) {
+  // the outside of a box blown up to a ball: the coarse one gets the mid nodes of the fine one
+  const auto ball = [](int count) {
+    MeshMaker maker;
+    maker.Box(count, count, count);
+    for (std::size_t i = 0; i < maker.xyz.size(); i += 3) {
+      std::array<double, 3> p{};
+      double most = 0, length = 0;
+      for (std::size_t k = 0; k < 3; ++k) {
+        p[k] = 2. * maker.xyz[i + k] / count - 1;
+        most = std::max(most, std::abs(p[k]));
+        length += p[k] * p[k];
+      }
+      for (std::size_t k = 0; k < 3; ++k)
+        maker.xyz[i + k] = static_cast<float>(most == 0 ? 0 : p[k] * most / std::sqrt(length));
+    }
+    return bme_MeshAndSets{*maker.Make()};
+  };
+  const auto volume = [](const bme_Edited& edited) {
+    return bme_CalculateMeasures(edited.result.mesh).volume.Total();
+  };
+  const bme_MeshAndSets coarse = ball(4), fine = ball(24);
+  const bme_Edited straight = bme_ChangeOrder(coarse, true);
+  const auto surface = bme_ComputeFaces(bme_FEMElemList::All(fine.mesh))->external;
+  const bme_Projected curved = bme_ProjectNodes(straight, surface, 0.02);
+  const double exact = 4 * M_PI / 3;
+  EXPECT_LT(std::abs(volume(curved) - exact), std::abs(volume(straight) - exact) / 10);
+  EXPECT_EQ(curved.moved.size(), 192U); // the edges of 96 quadrilaterals
+  EXPECT_TRUE(curved.folded.empty());
+  EXPECT_GT(curved.largest, 0.01);
+  for (const unsigned node : curved.moved) {
+    const auto p = curved.result.mesh.NodeData()[node];
+    EXPECT_NEAR(std::sqrt(p.x * p.x + p.y * p.y + p.z * p.z), 1, 2e-3);
+  }
+  bme_MeshAndSets larger = fine; // too far away
+  for (float& x : larger.mesh.NodeDataToModify().CoordinatesToModify()) x *= 1.05F;
+  const auto away = bme_ComputeFaces(bme_FEMElemList::All(larger.mesh))->external;
+  EXPECT_TRUE(bme_ProjectNodes(straight, away, 0.02).moved.empty());
+  EXPECT_EQ(ThrownBy([&] { bme_ProjectNodes(straight, surface, 0); }),
+            "a distance of 0.000000 is none within which nodes are on a surface");
+}

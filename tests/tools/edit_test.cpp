@@ -91,6 +91,14 @@ TEST(Editing, ResultsAreSoundAndTheOldModelStaysUnlessItIsReplaced) {
   EXPECT_NEAR(load["forceAfter"][2].get<double>(), load["forceBefore"][2].get<double>(), 1e-18);
   EXPECT_EQ(load["areaMissing"], 0);
 
+  const json projected = ToolFacts({"order", model, "--quadratic", "--surface", fine, "--distance", "1e-5",
+                                    "-o", folder / "projected.cgdb"});
+  EXPECT_GT(projected["moved"], 0);
+  EXPECT_NEAR(projected["largestMove"].get<double>(), 0, 1e-6);
+  EXPECT_EQ(
+      ToolFacts({"render", model, "--quality", "scaled_jacobian", "-o", folder / "q.png"})["quality"]["name"],
+      "scaled_jacobian");
+
   struct Case {
     Words words;
     int exitCode;
@@ -110,6 +118,8 @@ TEST(Editing, ResultsAreSoundAndTheOldModelStaysUnlessItIsReplaced) {
       {{"extrude", model, "-o", folder / "n.cgdb"}, 2, "give --vector"},
       {{"extrude", model, "-o", folder / "n.cgdb", "--set", "plate", "--vector", "1,0,0"}, 1, "no surface"},
       {{"revolve", model, "-o", folder / "n.cgdb", "--set", "back", "--angle", "370"}, 1, "none of a rev"},
+      {{"render", model, "-o", folder / "n.png", "--quality", "beauty"}, 2, "give one of size edge_ratio"},
+      {{"order", model, "-o", folder / "n.cgdb", "--quadratic", "--surface", fine}, 2, "belong together"},
       {{"map", model, fine, "--field", "disp"}, 2, "where shall the result go"},
       {{"map", model, fine, "--field", "disp", "--set", "seat", "--replace"},
        2,

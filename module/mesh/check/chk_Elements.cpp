@@ -1,4 +1,5 @@
 // Elements whose map is no good: inside out, without size, or folded somewhere.
+#include <CoreGeometry/bme_Quality.h>
 #include <CoreGeometry/chk_Findings.h>
 
 #include <BasicUtils/wip_Executor.h>
@@ -102,17 +103,20 @@ struct Places {
 
 /// Elements with one fault, and the worst of them.
 struct Bad {
-  const char *field, *what, *advice;
+  const char *field, *what;
+  cow_String advice;
   cls_Finding::Weight weight;
   std::vector<long long> labels{};
   double worst = std::numeric_limits<double>::infinity();
   long long worstLabel = 0;
+  std::size_t worstElement = 0; ///< in its class
 
-  void Add(long long label, double value) {
+  void Add(long long label, std::size_t element, double value) {
     labels.push_back(label);
     if (value < worst) {
       worst = value;
       worstLabel = label;
+      worstElement = element;
     }
   }
 };
@@ -180,6 +184,27 @@ struct ElementCheck {
   }
 };
 
+/// What the form of the worst element says beside the advice.
+void Advise(const bme_Mesh& mesh, const bme_ElementClass& type, Bad& bad) {
+  if (bad.labels.empty()) return;
+  struct Cause {
+    bme_QualityMeasure measure;
+    double limit;
+    const char* advice;
+  };
+  // a mid node a quarter of the edge away from its middle makes the Jacobian 0 at the end of the edge
+  constexpr Cause kCauses[] = {
+      {bme_QualityMeasure::MidNodeOffset, 0.25, "move its mid node back to the middle of the edge"},
+      {bme_QualityMeasure::MidNodeHeight, 0.5, "move its mid node nearer to the edge"},
+      {bme_QualityMeasure::EdgeRatio, 1000, "merge the nodes of its shortest edge"}};
+  std::vector<bme_QualityMeasure> measures;
+  for (const Cause& cause : kCauses) measures.push_back(cause.measure);
+  const auto values = bme_Quality(mesh, static_cast<unsigned>(type.ClassIndex()), measures);
+  for (std::size_t k = 0; k < values.size(); ++k)
+    if (!values[k].empty() && values[k][bad.worstElement] >= kCauses[k].limit)
+      bad.advice += cow_String("; of the worst: ") + kCauses[k].advice;
+}
+
 void CheckClass(const bme_Mesh& mesh, const bme_ElementClass& type, std::vector<unsigned>& withoutSize,
                 chk_Findings& findings) {
   const shp_Shape* shape = type.Shape();
@@ -207,11 +232,13 @@ void CheckClass(const bme_Mesh& mesh, const bme_ElementClass& type, std::vector<
       [&](const std::vector<Fault>& faults) {
         for (const Fault& fault : faults) {
           Bad& bad = *std::array{&flat, &inverted, &folded, &atNode}[static_cast<std::size_t>(fault.kind)];
-          bad.Add(check.Label(fault.element), fault.value);
+          bad.Add(check.Label(fault.element), static_cast<std::size_t>(fault.element), fault.value);
           if (fault.kind == Fault::Flat)
             withoutSize.push_back(static_cast<unsigned>(type.FirstElementIndex() + fault.element));
         }
       });
+  Advise(mesh, type, folded);
+  Advise(mesh, type, atNode);
   for (const Bad* bad : {&flat, &inverted, &folded, &atNode}) {
     if (bad->labels.empty()) continue;
     char worst[96];

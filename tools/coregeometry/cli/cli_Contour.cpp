@@ -36,7 +36,9 @@ int BandsOf(const std::string& text) {
   return static_cast<int>(*bands);
 }
 
-pic_Scale ScaleOf(const cli_ContourArguments& arguments) {
+} // namespace
+
+pic_Scale cli_ScaleOf(const cli_ContourArguments& arguments) {
   pic_Scale scale;
   scale.bands = BandsOf(arguments.bands);
   scale.table = arguments.colours == "inferno" ? pic_ColourTable::Inferno
@@ -45,6 +47,8 @@ pic_Scale ScaleOf(const cli_ContourArguments& arguments) {
   if (!arguments.range.empty()) SetRange(scale, arguments.range);
   return scale;
 }
+
+namespace {
 
 /// "U" and "20" of "U=20".
 std::pair<std::string, std::string> DeformOf(const std::string& text) {
@@ -180,7 +184,7 @@ void cli_AddContourOptions(cli_Command command, cli_ContourArguments& arguments)
 }
 
 void cli_CheckContour(const cli_ContourArguments& arguments) {
-  ScaleOf(arguments);
+  cli_ScaleOf(arguments);
   if (!arguments.deform.empty()) DeformOf(arguments.deform);
 }
 
@@ -287,7 +291,7 @@ void cli_Contour::FindFactor(const std::string& scale) {
 }
 
 void cli_Contour::FindRange(const cli_ContourArguments& arguments) {
-  results_.scale = ScaleOf(arguments);
+  results_.scale = cli_ScaleOf(arguments);
   double low = std::numeric_limits<double>::infinity(), high = -low;
   if (arguments.cycle == 0) extremes_ = odiC_Reduce(*field_);
   for (std::size_t i = 0; i < shots_.size(); ++i) {

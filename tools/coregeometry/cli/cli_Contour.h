@@ -21,6 +21,9 @@ void cli_AddContourOptions(cli_Command command, cli_ContourArguments& arguments)
 /// Throws cli_UsageError for what no model could make right.
 void cli_CheckContour(const cli_ContourArguments& arguments);
 
+/// Bands, colours and the fixed ends of the range.
+pic_Scale cli_ScaleOf(const cli_ContourArguments& arguments);
+
 /// Prints the facts of cli_Contour; nothing for none.
 void cli_ReportContour(const cli_Json& facts);
 

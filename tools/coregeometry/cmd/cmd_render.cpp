@@ -7,6 +7,7 @@
 #include "cli_Regions.h"
 #include "cli_Scene.h"
 #include "cli_Words.h"
+#include <CoreGeometry/bme_Quality.h>
 #include <CoreGeometry/pic_Animation.h>
 #include <CoreGeometry/pic_Scene.h>
 
@@ -16,7 +17,7 @@
 
 namespace {
 struct Arguments {
-  std::string file, name, size, title, background;
+  std::string file, name, size, title, background, quality;
   cli_OutputArguments output;
   std::vector<std::string> sets;
   std::optional<std::array<double, 3>> direction;
@@ -83,7 +84,54 @@ cli_Json DrawResults(const Arguments& arguments, const cls_Database& model, cons
   return contour.Facts();
 }
 
+/// A measure of the form of elements in colours.
+cli_Json DrawQuality(const Arguments& arguments, const cli_Scene& scene, const bme_Outside& outside,
+                     const pic_View& view, std::span<const dtu_Datum* const> datums, uti_OutputFile& output) {
+  const bme_QualityMeasure measure = *bme_FindQualityMeasure(arguments.quality);
+  const bme_ElementData& elements = scene.mesh.ElementData();
+  std::vector<std::vector<double>> values;
+  pic_Values ofClasses{.place = pic_Values::Place::Elements};
+  std::optional<pic_Legend::Extreme> ends[2];
+  for (unsigned c = 0; c < elements.NumClasses(); ++c) {
+    values.push_back(std::move(bme_Quality(scene.mesh, c, std::span(&measure, 1))[0]));
+    for (std::size_t i = 0; i < values.back().size(); ++i)
+      for (const std::size_t end : {0U, 1U}) {
+        const double value = values.back()[i];
+        if (ends[end] && (end == 0 ? value >= ends[0]->value : value <= ends[1]->value)) continue;
+        const auto element =
+            static_cast<unsigned>(elements.GetClass(c).FirstElementIndex()) + static_cast<unsigned>(i);
+        ends[end] = {value, "element " + std::to_string(bme_FEMElemList(scene.mesh, {element}).Labels()[0])};
+      }
+  }
+  for (const std::vector<double>& own : values) ofClasses.ofClasses.emplace_back(own);
+  const pic_Field field(scene.mesh, outside, ofClasses);
+  pic_Results results{
+      .field = &field, .scale = cli_ScaleOf(arguments.contour), .legend = {.name = arguments.quality}};
+  if (!(field.Low() <= field.High()))
+    throw nex_TextException(scene.root + ": no element that is drawn has the measure " + arguments.quality);
+  if (!results.scale.HasFixedLow()) results.scale.low = field.Low();
+  if (!results.scale.HasFixedHigh()) results.scale.high = field.High();
+  results.legend.lowest = ends[0];
+  results.legend.highest = ends[1];
+  pic_Draw(outside, scene.mesh.NodeData().Coordinates().Const(), view, results, datums).WritePng(output);
+  return {{"name", arguments.quality},
+          {"low", results.scale.low},
+          {"high", results.scale.high},
+          {"lowest", ends[0]->place},
+          {"highest", ends[1]->place}};
+}
+
+void CheckQuality(const Arguments& arguments) {
+  if (arguments.quality.empty()) return;
+  if (arguments.contour.AreGiven()) throw cli_UsageError("--quality is drawn without --field and --deform");
+  if (bme_FindQualityMeasure(arguments.quality)) return;
+  std::string text = "--quality " + arguments.quality + ": give one of";
+  for (const bme_QualityFacts& one : bme_QualityMeasures()) text.append(" ").append(one.name);
+  throw cli_UsageError(text);
+}
+
 void Run(const Arguments& arguments) {
+  CheckQuality(arguments);
   pic_View view = ViewOf(arguments);
   if (arguments.contour.AreGiven()) cli_CheckContour(arguments.contour);
   cli_Console console;
@@ -111,8 +159,10 @@ void Run(const Arguments& arguments) {
     moved.emplace_back(one.datum->Copy())->TransformData(toPicture);
     drawn.push_back(moved.back().get());
   }
-  cli_Json results;
-  if (arguments.contour.AreGiven())
+  cli_Json results, quality;
+  if (!arguments.quality.empty())
+    quality = DrawQuality(arguments, scene, outside, view, drawn, *output);
+  else if (arguments.contour.AreGiven())
     results = DrawResults(arguments, model, scene, outside, view, drawn, output.get());
   else
     pic_Draw(outside, scene.mesh.NodeData().Coordinates().Const(), view, drawn).WritePng(*output);
@@ -135,7 +185,7 @@ void Run(const Arguments& arguments) {
                       {"faces", faces[i]},
                       {"lines", lines[i]},
                       {"nodes", nodes[i]}});
-    if (arguments.json || !results.is_null()) continue;
+    if (arguments.json || !results.is_null() || !quality.is_null()) continue;
     cli_Report() << "  " << colour << ": " << outside.groups[i];
     for (const auto& [count, what] :
          {std::pair{faces[i], " faces"}, {lines[i], " lines"}, {nodes[i], " nodes"}})
@@ -143,6 +193,10 @@ void Run(const Arguments& arguments) {
     cli_Report() << '\n';
   }
   if (!arguments.json) cli_ReportContour(results);
+  if (!arguments.json && !quality.is_null())
+    cli_Report() << "  " << arguments.quality << " from " << quality["low"].dump() << " to "
+                 << quality["high"].dump() << ", least at " << quality["lowest"].get<std::string>()
+                 << ", largest at " << quality["highest"].get<std::string>() << '\n';
   cli_Json paths = cli_Json::array();
   for (const cli_Datum& one : datums) {
     paths.push_back(one.Path());
@@ -162,6 +216,7 @@ void Run(const Arguments& arguments) {
                     {"groups", groups},
                     {"datums", paths}};
   if (!results.is_null()) facts["results"] = results;
+  if (!quality.is_null()) facts["quality"] = quality;
   cli_PrintJson(facts);
 }
 } // namespace
@@ -177,6 +232,8 @@ void cli_AddRender(cli_Command& program) {
   command.AddFlag("--datums", arguments->datums,
                   "Draw the points, axes, planes and coordinate systems of the mesh, too");
   cli_AddContourOptions(command, arguments->contour);
+  command.AddOption("--quality", arguments->quality, "Draw a measure of elements, such as scaled_jacobian")
+      .TypeName("MEASURE");
   cli_AddTriple(command, "--view", arguments->direction, "Direction to the viewer; 1,-1.5,1 by default");
   command.AddOption("--title", arguments->title, "Line at the top; the name of the mesh by default");
   command.AddFlag("--plain", arguments->plain, "Neither title, legend, scale nor axes");
