@@ -1,6 +1,5 @@
 #include <CoreGeometry/bme_Quality.h>
 
-#include "bme_Lanes.h"
 #include "bme_Making.h"
 
 #include <BasicUtils/wip_Poll.h>
@@ -8,13 +7,14 @@
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 #include <numbers>
 
+// lanes are handed to functions that are inlined, so it does not matter how a call would pass them
+#pragma GCC diagnostic ignored "-Wpsabi"
+
 namespace {
-using Real = bme_Lanes;
-using Vector = bme_LaneVector;
-using Points = std::array<Vector, 8>;
 using Measure = bme_QualityMeasure;
 
 constexpr double kWorst = bme_kWorstRatio;
@@ -79,232 +79,58 @@ struct Hexahedron {
       {{0, 1, 2, 3}, {4, 5, 6, 7}, {0, 1, 5, 4}, {1, 2, 6, 5}, {2, 3, 7, 6}, {3, 0, 4, 7}}};
 };
 
-template<class Family> constexpr std::size_t EdgeOf(int a, int b) {
-  std::size_t k = 0;
-  while (!((Family::edges[k][0] == a && Family::edges[k][1] == b)
-           || (Family::edges[k][0] == b && Family::edges[k][1] == a)))
-    ++k;
-  return k;
+/// The edges from each corner to its others, in their order.
+template<class Family> constexpr auto EdgesOfCorners() {
+  std::array<std::array<std::size_t, 3>, Family::corners.size()> edges{};
+  for (std::size_t c = 0; c < edges.size(); ++c)
+    for (std::size_t k = 0; k < 3; ++k)
+      for (std::size_t e = 0; e < Family::edges.size(); ++e) {
+        const int a = Family::edges[e][0], b = Family::edges[e][1], from = Family::corners[c][0],
+                  to = Family::corners[c][k + 1];
+        if ((a == from && b == to) || (b == from && a == to)) edges[c][k] = e;
+      }
+  return edges;
 }
 
-double Degrees(double cosine) { return std::acos(std::clamp(cosine, -1.0, 1.0)) * 180 / std::numbers::pi; }
-Real Degrees(const Real& cosines) {
-  return bme_Each([&](std::size_t i) { return Degrees(cosines.v[i]); });
-}
-
-/// The greatest cross derivative by the shorter axis, for a pair of axes.
-Real Taper(const Vector& cross, const Real& a, const Real& b) {
-  return Ratio(Length(cross), Min(a, b), kWorst);
-}
-
-template<class Family> class Kernel {
-public:
-  Kernel(const Points& points, bool isPlane) : p_(points), isPlane_(isPlane) {
-    for (std::size_t k = 0; k < kNumEdges; ++k)
-      lengths_[k] = Length(At(Family::edges[k][1]) - At(Family::edges[k][0]));
-    longest_ = shortest_ = lengths_[0];
-    for (const Real& length : lengths_) {
-      longest_ = Max(longest_, length);
-      shortest_ = Min(shortest_, length);
-    }
-  }
-
-  static constexpr bool Has(Measure measure) {
-    switch (measure) {
-    case Measure::Size: return kIsQuadrilateral;
-    case Measure::EdgeRatio: return kNumEdges > 1;
-    case Measure::AspectRatio:
-    case Measure::ScaledJacobian:
-    case Measure::MinimumAngle:
-    case Measure::MaximumAngle: return !Family::corners.empty();
-    case Measure::Warpage: return !Family::faces.empty();
-    case Measure::Skew:
-    case Measure::Taper: return kIsQuadrilateral || kIsHexahedron;
-    default: return false;
-    }
-  }
-
-  Real Of(Measure measure) const {
-    if constexpr (!Family::corners.empty()) {
-      switch (measure) {
-      case Measure::Size: return kIsQuadrilateral ? Areas() * 0.25 : Real(0);
-      case Measure::AspectRatio: return AspectRatio();
-      case Measure::ScaledJacobian: return ScaledJacobian();
-      case Measure::MinimumAngle: return Angle(false);
-      case Measure::MaximumAngle: return Angle(true);
-      case Measure::Warpage: return Warpage();
-      case Measure::Skew: return Skew();
-      case Measure::Taper: return TaperOfAll();
-      default: break;
-      }
-    }
-    return Ratio(longest_, shortest_, kWorst);
-  }
-
-private:
-  static constexpr std::size_t kNumEdges = Family::edges.size();
-  static constexpr bool kIsTriangle = std::is_same_v<Family, Triangle>,
-                        kIsQuadrilateral = std::is_same_v<Family, Quadrilateral>,
-                        kIsTetrahedron = std::is_same_v<Family, Tetrahedron>,
-                        kIsHexahedron = std::is_same_v<Family, Hexahedron>;
-
-  const Vector& At(int corner) const { return p_[static_cast<std::size_t>(corner)]; }
-  Vector To(const Corner& corner, std::size_t k) const { return At(corner[k]) - At(corner[0]); }
-  const Real& LengthTo(const Corner& corner, std::size_t k) const {
-    return lengths_[EdgeOf<Family>(corner[0], corner[k])];
-  }
-  /// Principal axes: sums of the opposite edges.
-  std::array<Vector, 3> Axes() const {
-    if constexpr (kIsHexahedron)
-      return {Sum({1, 2, 5, 6}) - Sum({0, 3, 4, 7}), Sum({2, 3, 6, 7}) - Sum({0, 1, 4, 5}),
-              Sum({4, 5, 6, 7}) - Sum({0, 1, 2, 3})};
-    return {Sum({1, 2}) - Sum({0, 3}), Sum({2, 3}) - Sum({0, 1}), {0, 0, 0}};
-  }
-  Vector Sum(std::initializer_list<int> corners) const {
-    Vector sum{0, 0, 0};
-    for (const int corner : corners) sum = sum + At(corner);
-    return sum;
-  }
-  /// Of a quadrilateral or triangle: the unit normal that says what is inside out.
-  Vector UnitNormal() const {
-    if (isPlane_) return {0, 0, 1};
-    Vector normal = Cross(At(1) - At(0), At(2) - At(0));
-    if constexpr (kIsQuadrilateral) {
-      const auto axes = Axes();
-      normal = Cross(axes[0], axes[1]);
-    }
-    const Real factor = Ratio(1, Length(normal), 0);
-    return {normal.x * factor, normal.y * factor, normal.z * factor};
-  }
-
-  /// Twice the area of a triangle; four times that of a quadrilateral, seen along the normal in its middle.
-  Real Areas() const {
-    if constexpr (kIsTriangle) return Length(Cross(To(Family::corners[0], 1), To(Family::corners[0], 2)));
-    const Vector normal = UnitNormal();
-    Real sum = 0;
-    for (const Corner& corner : Family::corners) sum = sum + Dot(normal, Cross(To(corner, 1), To(corner, 2)));
-    return sum;
-  }
-
-  Real AspectRatio() const {
-    Real sum = 0, area = 0;
-    if constexpr (kIsTriangle || kIsQuadrilateral) {
-      for (const Real& length : lengths_) sum = sum + length;
-      return Ratio(longest_ * sum, Abs(Areas()) * (kIsTriangle ? 2 * std::numbers::sqrt3 : 1), kWorst);
-    } else if constexpr (kIsTetrahedron) {
-      for (const Face& face : {Face{0, 1, 2}, {0, 1, 3}, {1, 2, 3}, {2, 0, 3}})
-        area = area + Length(Cross(At(face[1]) - At(face[0]), At(face[2]) - At(face[0])));
-      const Corner& corner = Family::corners[0];
-      const Real sixVolumes = Abs(Dot(Cross(To(corner, 1), To(corner, 2)), To(corner, 3)));
-      return Ratio(longest_ * area, sixVolumes * (2 * std::sqrt(6.0)), kWorst);
-    } else if constexpr (kIsHexahedron) {
-      const auto axes = Axes();
-      const Real a = Length(axes[0]), b = Length(axes[1]), c = Length(axes[2]);
-      return Ratio(Max(a, Max(b, c)), Min(a, Min(b, c)), kWorst);
-    }
-    return Ratio(longest_, shortest_, kWorst);
-  }
-
-  Real ScaledJacobian() const {
-    Real least = kWorst;
-    if constexpr (kIsTriangle || kIsQuadrilateral) {
-      const Vector normal = UnitNormal();
-      for (const Corner& corner : Family::corners)
-        least = Min(least, Ratio(Dot(normal, Cross(To(corner, 1), To(corner, 2))),
-                                 LengthTo(corner, 1) * LengthTo(corner, 2), 0));
-      return least * (kIsTriangle ? 2 / std::numbers::sqrt3 : 1);
-    } else {
-      for (const Corner& corner : Family::corners)
-        least = Min(least, Ratio(Dot(Cross(To(corner, 1), To(corner, 2)), To(corner, 3)),
-                                 LengthTo(corner, 1) * LengthTo(corner, 2) * LengthTo(corner, 3), 0));
-      if constexpr (kIsHexahedron) {
-        const auto axes = Axes();
-        least = Min(least, Ratio(Dot(Cross(axes[0], axes[1]), axes[2]),
-                                 Length(axes[0]) * Length(axes[1]) * Length(axes[2]), 0));
-        return least;
-      }
-      return least * (kIsTetrahedron ? std::numbers::sqrt2 : 2 / std::numbers::sqrt3);
-    }
-  }
-
-  Real Angle(bool isMaximum) const {
-    Real cosine = isMaximum ? 1 : -1; // of the angle so far
-    const auto take = [&](const Real& own) { cosine = isMaximum ? Min(cosine, own) : Max(cosine, own); };
-    if constexpr (kIsTetrahedron) {
-      // angles between faces: of the planes across each edge
-      for (const auto& [a, b, c, d] :
-           {std::array{0, 1, 2, 3}, {1, 2, 0, 3}, {2, 0, 1, 3}, {0, 3, 1, 2}, {1, 3, 0, 2}, {2, 3, 0, 1}}) {
-        const Vector edge = At(b) - At(a), one = Cross(edge, At(c) - At(a)),
-                     other = Cross(edge, At(d) - At(a));
-        take(Ratio(Dot(one, other), Length(one) * Length(other), isMaximum ? -1 : 1));
-      }
-      return Degrees(cosine);
-    } else {
-      Real concave = 0; // the greatest angle where the corner is concave
-      Vector normal{0, 0, 0};
-      if constexpr (kIsQuadrilateral) normal = UnitNormal();
-      for (const Corner& corner : Family::corners)
-        for (std::size_t k = 1; k < 4; ++k) {
-          const std::size_t next = corner[3] < 0 ? 2 : k % 3 + 1;
-          if (corner[3] < 0 && k > 1) break;
-          const Vector a = To(corner, k), b = To(corner, next);
-          const Real own = Ratio(Dot(a, b), LengthTo(corner, k) * LengthTo(corner, next), isMaximum ? -1 : 1);
-          take(own);
-          if constexpr (kIsQuadrilateral)
-            if (isMaximum) {
-              const Real sign = Dot(normal, Cross(a, b));
-              for (std::size_t i = 0; i < bme_kLanes; ++i)
-                if (sign.v[i] < 0) concave.v[i] = std::max(concave.v[i], 360 - Degrees(own.v[i]));
-            }
-        }
-      return Max(Degrees(cosine), concave);
-    }
-  }
-
-  Real Warpage() const {
-    Real worst = 0;
-    for (const Face& face : Family::faces) {
-      std::array<Vector, 4> normals;
-      for (std::size_t k = 0; k < 4; ++k)
-        normals[k] = Cross(At(face[(k + 1) % 4]) - At(face[k]), At(face[(k + 3) % 4]) - At(face[k]));
-      for (std::size_t k = 0; k < 2; ++k) {
-        const Real both = Length(normals[k]) * Length(normals[k + 2]),
-                   cosine = Ratio(Dot(normals[k], normals[k + 2]), both, 2);
-        const Real own = Real(1) - cosine * cosine * cosine;
-        worst = bme_Each(
-            [&](std::size_t i) { return cosine.v[i] > 1.5 ? kWorst : std::max(worst.v[i], own.v[i]); });
-      }
-    }
-    return worst;
-  }
-
-  Real Skew() const {
-    const auto axes = Axes();
-    Real worst = 0;
-    for (std::size_t k = 0; k < (kIsHexahedron ? 3 : 1); ++k) {
-      const Vector &a = axes[k], &b = axes[(k + 1) % 3];
-      worst = Max(worst, Ratio(Abs(Dot(a, b)), Length(a) * Length(b), kWorst));
-    }
-    return worst;
-  }
-
-  Real TaperOfAll() const {
-    const auto axes = Axes();
-    const Real a = Length(axes[0]), b = Length(axes[1]);
-    if constexpr (kIsHexahedron) {
-      const Real c = Length(axes[2]);
-      return Max(Taper(Sum({0, 2, 4, 6}) - Sum({1, 3, 5, 7}), a, b),
-                 Max(Taper(Sum({0, 3, 5, 6}) - Sum({1, 2, 4, 7}), a, c),
-                     Taper(Sum({0, 1, 6, 7}) - Sum({2, 3, 4, 5}), b, c)));
-    }
-    return Taper(Sum({0, 2}) - Sum({1, 3}), a, b);
-  }
-
-  const Points& p_;
-  bool isPlane_;
-  std::array<Real, kNumEdges> lengths_;
-  Real longest_, shortest_;
+/// What the loops over the elements of one class need.
+struct Work {
+  const int* rows;
+  const float* xyz;
+  std::size_t numNodes, numCorners, numElements;
+  bool isPlane;
+  std::vector<Measure> measures{};
+  std::vector<double*> values{}; ///< a row for each measure
 };
+
+#define BME_LANES 2
+namespace plain {
+#include "bme_Lanes.inl"
+// the lanes come first
+#include "bme_QualityKernel.inl"
+} // namespace plain
+#undef BME_LANES
+#if defined(__x86_64__) && !defined(__clang__)
+#define BME_HAS_AVX2
+#define BME_LANES 4
+#pragma GCC push_options
+#pragma GCC target("avx2")
+namespace avx2 {
+#include "bme_Lanes.inl"
+// the lanes come first
+#include "bme_QualityKernel.inl"
+} // namespace avx2
+#pragma GCC pop_options
+#undef BME_LANES
+#endif
+
+template<class Family> bool MeasureEach(const Work& work) {
+#ifdef BME_HAS_AVX2
+  static const bool hasAvx2 = __builtin_cpu_supports("avx2");
+  if (hasAvx2) return avx2::MeasureEach<Family>(work);
+#endif
+  return plain::MeasureEach<Family>(work);
+}
+template<class Family> constexpr bool Has(Measure measure) { return plain::Kernel<Family>::Has(measure); }
 
 /// Work on one class.
 class ClassQuality {
@@ -343,51 +169,38 @@ private:
   bool IsPlane() const { return shape_.NumSpatialDims() == 2; }
 
   template<class Family> void All(std::size_t numCorners) {
-    std::vector<std::size_t> together; // measures of the kernel
+    Work work{type_.ElementConnectivity().Const().data(),
+              xyz_.data(),
+              numNodes_,
+              numCorners,
+              NumElements(),
+              IsPlane()};
     for (std::size_t m = 0; m < measures_.size(); ++m) {
       const bool isOfMap = measures_[m] == Measure::ScaledJacobian && isQuadratic_;
-      if (measures_[m] == Measure::Size && (isQuadratic_ || !Kernel<Family>::Has(Measure::Size)))
+      if (measures_[m] == Measure::Size && (isQuadratic_ || !Has<Family>(Measure::Size)))
         Sizes(rows_[m]);
       else if (measures_[m] == Measure::MidNodeOffset || measures_[m] == Measure::MidNodeHeight)
         MidNodes(measures_[m] == Measure::MidNodeHeight, rows_[m]);
-      else if (isOfMap && Kernel<Family>::Has(measures_[m]))
+      else if (isOfMap && Has<Family>(measures_[m]))
         Determinants(rows_[m]);
-      else if (Kernel<Family>::Has(measures_[m])) {
+      else if (Has<Family>(measures_[m])) {
         rows_[m].resize(NumElements());
-        together.push_back(m);
+        work.measures.push_back(measures_[m]);
+        work.values.push_back(rows_[m].data());
       }
     }
-    if (together.empty()) return;
-    wip_Poll poll(2048);
-    Points points;
-    for (std::size_t first = 0; first < NumElements(); first += bme_kLanes) {
-      poll.Advance();
-      const std::size_t count = std::min(bme_kLanes, NumElements() - first);
-      bool isFinite = true;
-      for (std::size_t i = 0; i < bme_kLanes; ++i) { // lanes that are left over have the last element
-        const std::span<const int> row = Row(first + std::min(i, count - 1));
-        for (std::size_t k = 0; k < numCorners; ++k) {
-          const std::array<double, 3> p = At(row[k]);
-          isFinite &= std::isfinite(p[0] + p[1] + p[2]);
-          points[k].x.v[i] = p[0];
-          points[k].y.v[i] = p[1];
-          points[k].z.v[i] = IsPlane() ? 0 : p[2];
-        }
-      }
-      const Kernel<Family> kernel(points, IsPlane());
-      for (const std::size_t m : together) {
-        const Real values = kernel.Of(measures_[m]);
-        for (std::size_t i = 0; i < count; ++i) rows_[m][first + i] = values.v[i];
-        if (!isFinite) MakeFinite(first, count, numCorners, m);
-      }
-    }
+    if (work.measures.empty()) return;
+    if (!MeasureEach<Family>(work)) MakeFinite(work);
   }
-  void MakeFinite(std::size_t first, std::size_t count, std::size_t numCorners, std::size_t m) {
-    for (std::size_t element = first; element < first + count; ++element)
-      for (const int node : Row(element).first(numCorners)) {
-        const std::array<double, 3> p = At(node);
-        if (!std::isfinite(p[0] + p[1] + p[2])) rows_[m][element] = Limit(measures_[m]);
-      }
+  void MakeFinite(const Work& work) const {
+    const auto isFinite = [&](int node) {
+      const std::array<double, 3> p = At(node);
+      return std::isfinite(p[0] + p[1] + p[2]);
+    };
+    for (std::size_t element = 0; element < work.numElements; ++element)
+      if (!std::ranges::all_of(Row(element).first(work.numCorners), isFinite))
+        for (std::size_t m = 0; m < work.measures.size(); ++m)
+          work.values[m][element] = Limit(work.measures[m]);
   }
   static double Limit(Measure measure) { return kFacts[static_cast<std::size_t>(measure)].limit; }
 
