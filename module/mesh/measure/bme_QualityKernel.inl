@@ -28,7 +28,7 @@ public:
 
   static constexpr bool Has(Measure measure) {
     switch (measure) {
-    case Measure::Size: return kIsQuadrilateral;
+    case Measure::Size: return kIsQuadrilateral || kIsHexahedron || kIsTetrahedron;
     case Measure::EdgeRatio: return kNumEdges > 1;
     case Measure::AspectRatio:
     case Measure::ScaledJacobian:
@@ -44,7 +44,7 @@ public:
   Real Of(Measure measure) const {
     if constexpr (!Family::corners.empty()) {
       switch (measure) {
-      case Measure::Size: return kIsQuadrilateral ? Areas() * 0.25 : Real(0);
+      case Measure::Size: return Size();
       case Measure::AspectRatio: return AspectRatio();
       case Measure::ScaledJacobian: return ScaledJacobian();
       case Measure::MinimumAngle: return Angle(false);
@@ -102,6 +102,47 @@ private:
     Real sum = 0;
     for (const Corner& corner : Family::corners) sum = sum + Dot(normal, Cross(To(corner, 1), To(corner, 2)));
     return sum;
+  }
+
+  /// That of the trilinear map is exact with two Gauss points in each direction; the derivative along a direction is
+  /// between those of the four edges that run there.
+  Real Size() const {
+    if constexpr (kIsTetrahedron) {
+      const Corner& corner = Family::corners[0];
+      return Dot(Cross(To(corner, 1), To(corner, 2)), To(corner, 3)) * (1.0 / 6);
+    } else if constexpr (kIsHexahedron) {
+      constexpr double kNear = 0.5 + 0.28867513459481287, kFar = 0.5 - 0.28867513459481287;
+      // edges in three directions, by their places low and high in the two others
+      constexpr Edge kAlong[3][2][2] = {{{{0, 1}, {4, 5}}, {{3, 2}, {7, 6}}},
+                                        {{{0, 3}, {4, 7}}, {{1, 2}, {5, 6}}},
+                                        {{{0, 4}, {3, 7}}, {{1, 5}, {2, 6}}}};
+      Vector at[3][2][2];
+      for (std::size_t direction = 0; direction < 3; ++direction) {
+        Vector edges[2][2];
+        for (std::size_t i = 0; i < 2; ++i)
+          for (std::size_t k = 0; k < 2; ++k)
+            edges[i][k] = At(kAlong[direction][i][k][1]) - At(kAlong[direction][i][k][0]);
+        const auto between = [](const Vector& a, const Vector& b) {
+          return Vector{a.x * kNear + b.x * kFar, a.y * kNear + b.y * kFar, a.z * kNear + b.z * kFar};
+        };
+        for (std::size_t k = 0; k < 2; ++k) {
+          const Vector low = between(edges[0][k], edges[1][k]), high = between(edges[1][k], edges[0][k]);
+          edges[0][k] = low;
+          edges[1][k] = high;
+        }
+        for (std::size_t i = 0; i < 2; ++i) {
+          at[direction][i][0] = between(edges[i][0], edges[i][1]);
+          at[direction][i][1] = between(edges[i][1], edges[i][0]);
+        }
+      }
+      Real sum = 0;
+      for (std::size_t r = 0; r < 2; ++r)
+        for (std::size_t s = 0; s < 2; ++s)
+          for (std::size_t t = 0; t < 2; ++t)
+            sum = sum + Dot(Cross(at[0][s][t], at[1][r][t]), at[2][r][s]);
+      return sum * 0.125;
+    }
+    return Areas() * 0.25;
   }
 
   Real AspectRatio() const {

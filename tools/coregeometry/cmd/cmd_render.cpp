@@ -7,6 +7,7 @@
 #include "cli_Regions.h"
 #include "cli_Scene.h"
 #include "cli_Words.h"
+#include <CoreGeometry/bme_FEMElemList.h>
 #include <CoreGeometry/bme_Quality.h>
 #include <CoreGeometry/pic_Animation.h>
 #include <CoreGeometry/pic_Scene.h>
@@ -100,7 +101,8 @@ cli_Json DrawQuality(const Arguments& arguments, const cli_Scene& scene, const b
         if (ends[end] && (end == 0 ? value >= ends[0]->value : value <= ends[1]->value)) continue;
         const auto element =
             static_cast<unsigned>(elements.GetClass(c).FirstElementIndex()) + static_cast<unsigned>(i);
-        ends[end] = {value, "element " + std::to_string(bme_FEMElemList(scene.mesh, {element}).Labels()[0])};
+        ends[end] = pic_Legend::Extreme{
+            value, "element " + std::to_string(bme_FEMElemList(scene.mesh, {element}).Labels()[0])};
       }
   }
   for (const std::vector<double>& own : values) ofClasses.ofClasses.emplace_back(own);
