@@ -10,7 +10,8 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON) # by dpkg-shlibdeps, of the package dpkg-dev
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
-  ${PROJECT_BINARY_DIR} ${PROJECT_BINARY_DIR}/exchange ${PROJECT_BINARY_DIR}/picture)
+  ${PROJECT_BINARY_DIR} ${PROJECT_BINARY_DIR}/exchange ${PROJECT_BINARY_DIR}/picture
+  ${PROJECT_BINARY_DIR}/module/split)
 
 # cg_package(<component> NAME <name> SECTION <section> SUMMARY <text> [DEPENDS <components>])
 macro(cg_package component)

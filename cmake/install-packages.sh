@@ -7,6 +7,7 @@ packages=(
   cmake g++ ninja-build pkg-config ccache       # build
   libsqlite3-dev libxxhash-dev                  # database
   libcli11-dev nlohmann-json3-dev libexodusii-dev libexpat1-dev libpng-dev zlib1g-dev libjs-three libtbb-dev # program
+  libmetis-dev                                  # split models
   help2man                                      # man pages
   libgtest-dev librapidcheck-dev zsh fish       # tests
   python3-dev python3-venv                      # Python package

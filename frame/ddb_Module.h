@@ -3,6 +3,7 @@
 
 #include <BasicUtils/cls_MetadataRegistrar.h>
 #include <CaeUtils/omu_PrimEnum.h>
+#include <CoreGeometry/CoreGeometryExport.h>
 #include <CoreUtils/omi_CallCounter.h>
 #include <ROM/dbc_OldClassVersion.h>
 
@@ -22,9 +23,9 @@ struct ddb_Module {
 };
 
 /// Starts a module: the first call registers the contents of `module`. True when this call started it.
-bool ddb_Initialize(omi_CallCounter& counter, const ddb_Module& module, int& tally);
+CORE_GEOMETRY_API bool ddb_Initialize(omi_CallCounter& counter, const ddb_Module& module, int& tally);
 /// Stops a module; nothing is unregistered. True when this call stopped it.
-bool ddb_Finalize(omi_CallCounter& counter, int& tally);
+CORE_GEOMETRY_API bool ddb_Finalize(omi_CallCounter& counter, int& tally);
 
 /// Type identifier of a class: the component in the high half, the ordinal in the low one.
 constexpr unsigned ddb_TypeId(unsigned short component, unsigned ordinal) {

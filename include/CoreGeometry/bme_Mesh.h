@@ -86,6 +86,9 @@ public:
   bme_ElementData& ElementDataToModify() { return elemData_.Modify(); }
   /// Moves every node; the stored placement stays as it is.
   void ApplyTransform(const gsl_Matrix& matrix);
+  void SetTimeStamp(double seconds) noexcept {
+    timeStamp_ = seconds;
+  }                                   ///< of a mesh that stands for another one
   void InvalidateMeshData() noexcept; ///< to be called after changing nodes or elements
 
 private:

@@ -32,6 +32,11 @@ CORE_GEOMETRY_API const bme_NamedSet* bme_FindSet(std::span<const bme_NamedSet> 
 /// "node", "element" or "surface".
 CORE_GEOMETRY_API const char* bme_KindWord(rgnC_SetType kind) noexcept;
 
+/// The region of a set of a mesh: with the mesh as its owner, the kind and the path of the contents.
+///
+/// Errors     nex_TextException for an empty name.
+CORE_GEOMETRY_API rgnC_Region bme_RegionOf(const cow_String& mesh, const bme_NamedSet& set);
+
 /// Stores contents and their region: the region gets the mesh (of the root "meshes/<mesh>") as its owner, the
 /// kind of the contents, and their path. Contents without a label get the name as label. Objects that these
 /// roots had before are replaced.

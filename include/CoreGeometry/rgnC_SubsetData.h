@@ -39,7 +39,8 @@ public:
   rgnC_SubsetData(const rgnC_SubsetData&) = default;
   rgnC_SubsetData& operator=(const rgnC_SubsetData&) = default;
   virtual ~rgnC_SubsetData() = default;
-  virtual rgnC_SubsetData* Copy() const; ///< owned by the caller
+  virtual rgnC_SubsetData* Copy() const;                          ///< owned by the caller
+  rgnC_SubsetData WithItems(Ids idArray, Ids facetIdArray) const; ///< the same subset of other items
   virtual void DBWrite(const cls_WriteVisitor& visitor) const;
 
   // ask

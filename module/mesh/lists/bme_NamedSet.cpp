@@ -47,20 +47,24 @@ void bme_PutSet(cls_WritePass& pass, const cow_String& mesh, const cow_String& n
   bme_PutSet(pass, mesh, bme_NamedSet{name, bme_KindOf(contents), contents});
 }
 
-void bme_PutSet(cls_WritePass& pass, const cow_String& mesh, const bme_NamedSet& set) {
+rgnC_Region bme_RegionOf(const cow_String& mesh, const bme_NamedSet& set) {
   if (mesh.empty() || set.name.empty())
     throw nex_TextException("a set is stored under the names of its mesh and of its own, not \"" + mesh
                             + "\" and \"" + set.name + "\"");
-  const cow_String place = mesh + "/" + set.Root(), setRoot = bme_kSetFolder + place;
-  rgnC_SetData labelled = set.data;
-  if (labelled.GetSetLabel().empty()) labelled.SetLabel(set.name);
   rgnC_Region region;
   region.SetName(set.name);
   region.SetOwnerNames({mesh});
   region.SetSetTypeBits(1 << bme_KindOf(set.data));
-  region.SetSetData(rgnC_SetDataShortcut(setRoot));
-  pass.Put(setRoot, labelled);
-  pass.Put(bme_kRegionFolder + place, region);
+  region.SetSetData(rgnC_SetDataShortcut(bme_kSetFolder + mesh + "/" + set.Root()));
+  return region;
+}
+
+void bme_PutSet(cls_WritePass& pass, const cow_String& mesh, const bme_NamedSet& set) {
+  const rgnC_Region region = bme_RegionOf(mesh, set);
+  rgnC_SetData labelled = set.data;
+  if (labelled.GetSetLabel().empty()) labelled.SetLabel(set.name);
+  pass.Put(region.GetSetData().Path(), labelled);
+  pass.Put(bme_kRegionFolder + mesh + "/" + set.Root(), region);
 }
 
 void bme_SetMaker::Add(int classIndex, res_SetTypeEnm type, const std::vector<int>& ids,

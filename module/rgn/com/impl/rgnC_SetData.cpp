@@ -28,6 +28,13 @@ rgnC_SetData::rgnC_SetData(const cls_ReadVisitor& visitor) : uid_(visitor.GetUid
 
 rgnC_SetData* rgnC_SetData::Copy() const { return new rgnC_SetData(*this); }
 
+rgnC_SetData rgnC_SetData::WithoutSubsets() const {
+  rgnC_SetData made(*this);
+  made.subsetList_ = {};
+  made.numSubset_ = 0;
+  return made;
+}
+
 void rgnC_SetData::DBWrite(const cls_WriteVisitor& visitor) const {
   cls_WriteFields(visitor, TypeId(), uid_, *this, StoredFields());
 }

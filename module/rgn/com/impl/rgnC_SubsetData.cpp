@@ -56,6 +56,13 @@ rgnC_SubsetData::rgnC_SubsetData(const cls_ReadVisitor& visitor) : uid_(visitor.
 
 rgnC_SubsetData* rgnC_SubsetData::Copy() const { return new rgnC_SubsetData(*this); }
 
+rgnC_SubsetData rgnC_SubsetData::WithItems(Ids idArray, Ids facetIdArray) const {
+  rgnC_SubsetData made(meshIndex_, classIndex_, subsetIndex_, setIndex_, subsetType_, unsorted_,
+                       std::move(idArray), std::move(facetIdArray));
+  made.constructionOk_ = constructionOk_;
+  return made;
+}
+
 void rgnC_SubsetData::DBWrite(const cls_WriteVisitor& visitor) const {
   cls_WriteFields(visitor, TypeId(), uid_, *this, StoredFields());
 }

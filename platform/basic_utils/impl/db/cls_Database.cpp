@@ -190,6 +190,14 @@ void cls_Database::UseMemoryMap(bool on) {
 cls_WritePass::cls_WritePass(cls_Database& database)
     : writer_(std::make_unique<db_Writer>(*database.file_)) {}
 cls_WritePass::~cls_WritePass() = default;
+void cls_WritePass::Copy(const cls_Database& from, const cow_String& root) {
+  const unsigned typeId = from.TypeId(root);
+  const cls_ClassMetadata* record =
+      omi_Singleton<cls_MetadataRegistrar>::Instance().Registry().Current(typeId);
+  if (!record || !record->Write())
+    throw nex_TextException(from.File() + ": \"" + root + "\" is of a class that this program does not know");
+  PutShared(root, from.ReadRoot(root, typeId), record->Write());
+}
 void cls_WritePass::Remove(const cow_String& root) { writer_->Remove(root); }
 void cls_WritePass::Commit() { writer_->Commit(); }
 

@@ -96,6 +96,18 @@ bool IsJournalOfAModel(const cow_String& journal) {
          && std::any_of(head.begin() + 16, head.end(), [](char byte) { return byte != 0; });
 }
 
+/// The address by which SQLite opens a file without locks.
+cow_String UriOfFinished(const cow_String& path) {
+  cow_String uri = "file:";
+  for (const char c : path) {
+    if (c == '%' || c == '?' || c == '#')
+      uri += c == '%' ? "%25" : c == '?' ? "%3f" : "%23";
+    else
+      uri += c;
+  }
+  return uri + "?immutable=1";
+}
+
 /// Lets SQLite undo what a killed writer left behind: reading through a writable connection does it.
 void Recover(const cow_String& file, const cow_String& path) {
   std::error_code ignored;
@@ -136,7 +148,9 @@ std::unique_ptr<db_File> db_File::Create(const cow_String& file, const cls_Datab
       new db_File(file, path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, /*readOnly=*/false));
   db_Connection& connection = result->connection_;
   connection.Execute(("PRAGMA page_size=" + std::to_string(size)).c_str());
-  connection.Execute("PRAGMA journal_mode=DELETE");
+  // a journal in memory still undoes an object that could not be written whole
+  connection.Execute(options.isDurable ? "PRAGMA journal_mode=DELETE"
+                                       : "PRAGMA journal_mode=MEMORY; PRAGMA synchronous=OFF");
   connection.Begin("BEGIN IMMEDIATE");
   if (connection.Number("SELECT count(*) FROM sqlite_master") != 0)
     throw nex_TextException(file + ": exists already");
@@ -162,10 +176,14 @@ std::unique_ptr<db_File> db_File::Open(const cow_String& file, cls_Database::Mod
     throw nex_TextException(file + ": is a device or a pipe, not a model database");
   Recover(file, path);
   if (!HasContent(path)) throw nex_TextException(file + ": is empty, not a model database");
-  const bool readOnly = mode == cls_Database::Mode::ReadOnly;
+  const bool readOnly = mode != cls_Database::Mode::ReadWrite;
+  // a journal that could not be applied means that the file is not finished
+  const bool isFinished = mode == cls_Database::Mode::Finished && !fs::exists(path + "-journal", ignored);
   const auto open = [&] {
+    const int flags =
+        (readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) | (isFinished ? SQLITE_OPEN_URI : 0);
     std::unique_ptr<db_File> result(
-        new db_File(file, path, readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE, readOnly));
+        new db_File(file, isFinished ? UriOfFinished(path) : path, flags, readOnly));
     result->CheckSchema();
     return result;
   };

@@ -36,9 +36,16 @@ struct cls_Location {
 /// Stored as  tables described in docs/file-format.md
 class CORE_GEOMETRY_PLATFORM_API cls_Database {
 public:
-  enum class Mode { ReadOnly, ReadWrite };
+  enum class Mode {
+    ReadOnly,
+    ReadWrite,
+    Finished ///< read-only, of a file that nobody changes any more: no locks, which some file systems do not have
+  };
   struct Options {
     int pageSize = 16384; ///< bytes: 4096 for small files, 65536 for big models
+    /// False for a file that gets its name only when it is complete: no journal beside it, and nothing is
+    /// brought to the disk before its owner does.
+    bool isDurable = true;
   };
 
   // make

@@ -32,6 +32,10 @@ public:
   requires(!requires(const T& handle) { handle.IsNull(); }) void Put(const cow_String& root,
                                                                      const T&& object) = delete;
 
+  /// Stores what another database has under that name under the same one, whatever its class is, in its current
+  /// layout.
+  void Copy(const cls_Database& from, const cow_String& root);
+
   void Remove(const cow_String& root);
 
   /// Stores a row of any known layout, old ones included, and returns its id; rows that no root reaches at

@@ -1,0 +1,21 @@
+// dst_Join.h: one model from all parts of a split
+#pragma once
+
+#include <CoreGeometry/dst_SplitFolder.h>
+#include <CoreGeometry/rgnC_SetData.h>
+
+/// A set with the root of its contents.
+struct dst_JoinedSet {
+  cow_String root;
+  rgnC_SetData data;
+};
+
+/// The mesh that was split, bit for bit, without labels that the whole did not have.
+///
+/// Errors     nex_TextException: above the limits of one model, a part that is missing or does not fit.
+/// Cost       the whole mesh and one part in memory; each part is read once.
+CORE_GEOMETRY_DISTRIBUTED_API bme_Mesh dst_JoinMesh(const dst_SplitFolder& split);
+/// Its sets, in the order of the index, with their entries in the order that they had.
+CORE_GEOMETRY_DISTRIBUTED_API std::vector<dst_JoinedSet> dst_JoinSets(const dst_SplitFolder& split);
+/// Both and what the index holds beside them, as a new model file: the one that was split.
+CORE_GEOMETRY_DISTRIBUTED_API void dst_Join(const dst_SplitFolder& split, const cow_String& file);

@@ -1,0 +1,96 @@
+#include <BasicUtils/cls_WritePass.h>
+#include <CoreGeometry/bme_StoredSets.h>
+#include <CoreGeometry/dst_Source.h>
+#include <algorithm>
+
+dst_Source::~dst_Source() = default;
+
+bool dst_SetFacts::IsOfNodes(const rgnC_SubsetData& subset) noexcept {
+  return subset.SubsetType() == res_NODE_SET || subset.SubsetType() == res_SURFACE_NODE;
+}
+
+bool dst_SourceFacts::HasElementLabels() const noexcept {
+  return NumElements() > 0 && std::ranges::all_of(classes, [](const dst_ClassRange& one) {
+           return one.NumElements() == 0 || one.HasLabels();
+         });
+}
+
+namespace {
+class MeshSource : public dst_Source {
+public:
+  MeshSource(const cow_String& name, const bme_Mesh& mesh, std::vector<bme_NamedSet> sets)
+      : mesh_(mesh), sets_(std::move(sets)) {
+    const bme_NodeData& nodes = mesh_.NodeData();
+    facts_.mesh = name;
+    facts_.shell =
+        bme_Mesh(static_cast<unsigned>(mesh.Id()), new bme_NodeData(uti_CoordCont3D(), nodes.Dimension()),
+                 nullptr, mesh.MeshType(), mesh.Transform());
+    facts_.shell.SetTimeStamp(mesh.TimeStamp());
+    facts_.numNodes = nodes.NumNodes();
+    facts_.hasNodeLabels = nodes.HasUserNodeLabels();
+    std::uint64_t first = 0;
+    for (const auto& [index, elements] : mesh_.ElementData().ElementClasses()) {
+      dst_ClassRange& range = facts_.classes.emplace_back(*elements);
+      range.SetNumbers(first, range.NumElements());
+      first = range.EndElement();
+    }
+    for (const bme_NamedSet& set : sets_) AddSet(set);
+  }
+
+  void ReadCoordinates(std::uint64_t firstNode, std::span<float> xyz) const override {
+    Copy(mesh_.NodeData().Coordinates().Const(), 3 * firstNode, xyz);
+  }
+  void ReadNodeLabels(std::uint64_t firstNode, std::span<int> labels) const override {
+    Copy(mesh_.NodeData().UserNodeLabels().Const(), firstNode, labels);
+  }
+  void ReadConnectivity(unsigned classIndex, std::uint64_t firstElement,
+                        std::span<unsigned> nodes) const override {
+    const cls_xp2DArrayInt& rows = mesh_.ElementData().GetClass(classIndex).ElementConnectivity();
+    Copy(rows.Const(), firstElement * rows.NumColumns(), nodes);
+  }
+  void ReadElementLabels(unsigned classIndex, std::uint64_t firstElement,
+                         std::span<int> labels) const override {
+    Copy(mesh_.ElementData().GetClass(classIndex).UserElementLabels(), firstElement, labels);
+  }
+  void ReadEntries(unsigned set, unsigned subset, std::uint64_t first, std::span<unsigned> numbers,
+                   std::span<int> facets) const override {
+    const rgnC_SubsetData& entries = sets_[set].data.SubSet(static_cast<int>(subset));
+    Copy(entries.IdArray(), first, numbers);
+    if (!facets.empty()) Copy(entries.FacetIdArray(), first, facets);
+  }
+  void PutBeside(cls_WritePass& index) const override { PutRegions(index); }
+  void PutRegions(cls_WritePass& part) const override {
+    for (const bme_NamedSet& set : sets_) {
+      const rgnC_Region region = bme_RegionOf(facts_.mesh, set);
+      part.Put(bme_kRegionFolder + facts_.mesh + "/" + set.Root(), region);
+    }
+  }
+
+private:
+  template<class From, class To>
+  static void Copy(std::span<const From> from, std::uint64_t first, std::span<To> to) {
+    std::ranges::transform(from.subspan(first, to.size()), to.begin(),
+                           [](From value) { return static_cast<To>(value); });
+  }
+
+  void AddSet(const bme_NamedSet& set) {
+    dst_SetFacts facts{bme_kSetFolder + facts_.mesh + "/" + set.Root(), set.data.WithoutSubsets(), {}};
+    if (facts.shell.GetSetLabel().empty()) facts.shell.SetLabel(set.name);
+    for (int i = 0; i < set.data.NumSubset(); ++i) {
+      const rgnC_SubsetData& subset = set.data.SubSet(i);
+      facts.shell.AppendSubset(subset.WithItems({}, {}));
+      facts.subsets.push_back(
+          {static_cast<std::uint64_t>(subset.NumItems()), !subset.FacetIdArray().empty()});
+    }
+    facts_.sets.push_back(std::move(facts));
+  }
+
+  bme_Mesh mesh_;
+  std::vector<bme_NamedSet> sets_;
+};
+} // namespace
+
+std::unique_ptr<dst_Source> dst_MeshSource(const cow_String& name, const bme_Mesh& mesh,
+                                           std::vector<bme_NamedSet> sets) {
+  return std::make_unique<MeshSource>(name, mesh, std::move(sets));
+}
