@@ -48,7 +48,7 @@ public:
       : source_(source), facts_(source.Facts()), assignment_(assignment), numParts_(numParts),
         folder_(std::move(folder)), work_((fs::path(folder_) / ".work").string()),
         index_(options.origin, facts_.numNodes, facts_.hasNodeLabels, facts_.classes), elementsOf_(numParts),
-        memory_(options.memory), nodesPerRange_(std::max<std::size_t>(4096, options.memory / 256)),
+        memory_(options.memory), nodesPerRange_(std::max<std::size_t>(64, options.memory / 256)),
         elements_(WorkFile("elements"), numParts, memory_ / 3),
         nodes_(WorkFile("nodes"), numParts, memory_ / 3),
         entries_(WorkFile("entries"), numParts, memory_ / 16),
