@@ -21,11 +21,11 @@ struct dst_PartFacts {
 
 /// Where a split comes from and how it was made.
 struct dst_Origin {
-  cow_String identity;    ///< of the split: the same for the same source and options
-  cow_String source;      ///< name of the file
-  cow_String fingerprint; ///< of what was read from it
-  cow_String mesh;        ///< name of the mesh: "Wing" of "meshes/Wing"
-  cow_String method;      ///< "auto", "metis", "curve", "given"
+  cow_String identity{};    ///< of the split: the same for the same source and options
+  cow_String source{};      ///< name of the file
+  cow_String fingerprint{}; ///< of what was read from it
+  cow_String mesh{};        ///< name of the mesh: "Wing" of "meshes/Wing"
+  cow_String method{};      ///< "auto", "metis", "curve", "given"
   int seed = 0;
 };
 

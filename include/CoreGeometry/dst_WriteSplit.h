@@ -12,6 +12,8 @@ using dst_Assignment = std::function<void(std::uint64_t firstElement, std::span<
 struct dst_WriteOptions {
   std::size_t memory = std::size_t{256} << 20; ///< bytes for what is kept between the steps
   dst_Origin origin{};                         ///< of its empty texts the rest is computed or left out
+  bool doContinue = false; ///< parts that are there, and are as they would be made, are kept
+  std::function<void(unsigned part, bool isKept)> onPart{}; ///< called when a part is done
 };
 
 /// Writes index and parts of a split into a folder, which is made. Nodes without elements are distributed evenly.

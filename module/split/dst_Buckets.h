@@ -1,9 +1,8 @@
 // dst_Buckets.h: records of many kinds of destination, in bounded memory
 #pragma once
 
-#include <CoreUtils/cow_String.h>
-#include <cstdint>
-#include <span>
+#include "dst_WorkFile.h"
+
 #include <vector>
 
 /// Records sorted into buckets. They are kept in memory up to a limit, beyond it in one file of extents, so that
@@ -13,11 +12,8 @@
 /// Errors     nex_TextException naming the file and the system's reason.
 class dst_Buckets {
 public:
-  /// The file is made when it is needed, and removed at the end.
+  /// The file is made when it is needed, and removed at the end; a bucket takes its share of the memory.
   dst_Buckets(cow_String file, std::size_t count, std::size_t memory);
-  ~dst_Buckets();
-  dst_Buckets(const dst_Buckets&) = delete;
-  dst_Buckets& operator=(const dst_Buckets&) = delete;
 
   void Add(std::size_t bucket, std::span<const unsigned> record);
   /// All records of a bucket, which is empty afterwards.
@@ -37,9 +33,8 @@ private:
   };
   void Spill(Bucket& bucket);
 
-  cow_String file_;
+  dst_WorkFile file_;
   std::size_t blockWords_;
   std::vector<Bucket> buckets_;
-  int descriptor_ = -1;
   std::uint64_t end_ = 0; ///< of the file
 };

@@ -8,6 +8,7 @@
 #include <BasicUtils/cls_CreateModel.h>
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
+#include <CoreGeometry/bme_StoredSets.h>
 #include <CoreGeometry/dst_SplitFolder.h>
 #include <algorithm>
 #include <array>
@@ -47,8 +48,9 @@ public:
          const dst_WriteOptions& options)
       : source_(source), facts_(source.Facts()), assignment_(assignment), numParts_(numParts),
         folder_(std::move(folder)), work_((fs::path(folder_) / ".work").string()),
-        index_(options.origin, facts_.numNodes, facts_.hasNodeLabels, facts_.classes), elementsOf_(numParts),
-        memory_(options.memory), nodesPerRange_(std::max<std::size_t>(64, options.memory / 256)),
+        index_(options.origin, facts_.numNodes, facts_.hasNodeLabels, facts_.classes), options_(options),
+        elementsOf_(numParts), memory_(options.memory),
+        nodesPerRange_(std::max<std::size_t>(64, options.memory / 256)),
         elements_(WorkFile("elements"), numParts, memory_ / 3),
         nodes_(WorkFile("nodes"), numParts, memory_ / 3),
         entries_(WorkFile("entries"), numParts, memory_ / 16),
@@ -57,6 +59,7 @@ public:
 
   dst_Index Run() {
     fs::create_directories(work_);
+    fs::remove(dst_SplitFolder::IndexFile(folder_)); // without it the folder is not taken for finished
     SendElements();
     SendEntries();
     for (std::size_t range = 0; range < NumRanges(); ++range) SendNodes(range);
@@ -246,9 +249,32 @@ private:
       const dst_MadePart made =
           dst_MakePart(frame, part, {elements_.Take(part), nodes_.Take(part), entries_.Take(part)});
       whole.AddPart(dst_FactsOf(made.mesh, made.part));
-      dst_WritePart(frame, made, dst_SplitFolder::PartFile(folder_, part, numParts_));
+      const cow_String file = dst_SplitFolder::PartFile(folder_, part, numParts_);
+      const bool isKept = options_.doContinue && IsThere(file, whole.Part(part).hash, made);
+      if (!isKept) {
+        fs::remove(file);
+        dst_WritePart(frame, made, file);
+      }
+      if (options_.onPart) options_.onPart(part, isKept);
     }
     index_ = whole;
+  }
+
+  /// True for the file of a part as it was made, sets included.
+  bool IsThere(const cow_String& file, const cow_String& hash, const dst_MadePart& made) const {
+    if (!fs::exists(file)) return false;
+    try {
+      const cls_Database model = cls_Database::Open(file);
+      const auto part = model.Get<dst_Part>(dst_kPartRoot);
+      if (!(*part == made.part)
+          || dst_HashOf(*model.Get<bme_Mesh>(bme_kMeshFolder + facts_.mesh), *part) != hash)
+        return false;
+      for (std::size_t i = 0; i < made.sets.size(); ++i)
+        if (!(*model.Get<rgnC_SetData>(facts_.sets[i].root) == made.sets[i])) return false;
+      return true;
+    } catch (const nex_TextException&) { // damaged: it is written again
+      return false;
+    }
   }
 
   void WriteIndex() {
@@ -265,6 +291,7 @@ private:
   unsigned numParts_;
   cow_String folder_, work_;
   dst_Index index_;
+  const dst_WriteOptions& options_;
   std::vector<unsigned> elementsOf_; ///< number of elements of each part
   std::size_t memory_, nodesPerRange_;
   dst_Buckets elements_, nodes_, entries_; ///< of a part
@@ -282,7 +309,8 @@ dst_Index dst_WriteSplit(const dst_Source& source, const dst_Assignment& assignm
   if (numParts < 1 || numParts > facts.NumElements())
     throw nex_TextException(std::to_string(numParts) + " parts: the mesh \"" + facts.mesh + "\" has only "
                             + std::to_string(facts.NumElements()) + " elements");
-  if (dst_SplitFolder::IsOne(folder)) throw nex_TextException(folder + ": exists already");
+  if (!options.doContinue && dst_SplitFolder::IsOne(folder))
+    throw nex_TextException(folder + ": exists already");
   dst_WriteOptions complete = options;
   complete.origin.mesh = facts.mesh;
   complete.origin.source = fs::path(facts.file).filename().string();

@@ -21,7 +21,8 @@ inline bme_Mesh MixedMesh(Labelled labelled) {
   for (std::size_t i = std::size_t{3} * 66; i < maker.xyz.size(); ++i)
     maker.xyz[i] = static_cast<float>(i % 7) * 0.75F - 4.0F;
   maker.Class("C3D20", 20, {});
-  maker.Class("C3D8", 8, {0, 1, 5, 4, 16, 17, 21, 20, 0, 1, 5, 4, 66, 67, 68, 69, 0, 1, 5, 4, 70, 71, 72, 73});
+  maker.Class("C3D8", 8,
+              {0, 1, 5, 4, 16, 17, 21, 20, 0, 1, 5, 4, 66, 67, 68, 69, 0, 1, 5, 4, 70, 71, 72, 73});
   maker.Class("C3D6", 6, {16, 17, 21, 74, 75, 76});
   maker.Class("C3D10", 10, {48, 49, 51, 54, 77, 78, 79, 80, 81, 82});
   maker.Class("S4R", 4, {0, 1, 5, 4, 1, 2, 6, 5, 32, 33, 37, 36});
@@ -65,14 +66,16 @@ inline std::vector<bme_NamedSet> MixedSets() {
           set("skin", res_SURFACE_SET,
               {SubsetOf(res_SURFACE_FACET, 0, {0, 0, 0, 9}, {5, 0, 2, 1}),
                SubsetOf(res_SURFACE_FACET, 6, {45, 44, 43}, {1, 0, 1})}),
-          set("nothing", res_ELEMENT_SET, {SubsetOf(res_ELEMENT_SET, 2, {})}), set("none", res_NODE_SET, {})};
+          set("nothing", res_ELEMENT_SET, {SubsetOf(res_ELEMENT_SET, 2, {})}),
+          set("none", res_NODE_SET, {})};
 }
 
 /// Any map from elements to parts, none of which stays empty.
 inline std::vector<unsigned> RandomParts(unsigned numElements, unsigned numParts, unsigned seed) {
   std::mt19937 random(seed);
   std::vector<unsigned> parts(numElements);
-  for (unsigned i = 0; i < numElements; ++i) parts[i] = i < numParts ? i : static_cast<unsigned>(random() % numParts);
+  for (unsigned i = 0; i < numElements; ++i)
+    parts[i] = i < numParts ? i : static_cast<unsigned>(random() % numParts);
   for (unsigned i = numElements; i > 1; --i) std::swap(parts[i - 1], parts[random() % i]);
   return parts;
 }

@@ -4,10 +4,13 @@
 #include <BasicUtils/cls_CreateModel.h>
 #include <BasicUtils/cls_Diff.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/dst_Check.h>
 #include <CoreGeometry/dst_Join.h>
 #include <CoreGeometry/dst_Library.h>
+#include <CoreGeometry/dst_Split.h>
 #include <CoreGeometry/dst_WriteSplit.h>
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <unistd.h>
 
@@ -42,7 +45,8 @@ cow_String Differences(const cow_String& a, const cow_String& b) {
 }
 
 /// The parts that hold each node, as the assignment says.
-std::vector<std::set<unsigned>> HoldersOf(const bme_Mesh& mesh, std::span<const unsigned> parts, unsigned numParts) {
+std::vector<std::set<unsigned>> HoldersOf(const bme_Mesh& mesh, std::span<const unsigned> parts,
+                                          unsigned numParts) {
   std::vector<std::set<unsigned>> holders(mesh.NodeData().NumNodes());
   unsigned element = 0;
   for (const auto& [index, elements] : mesh.ElementData().ElementClasses())
@@ -100,4 +104,166 @@ TEST_F(Split, JoinsToTheSameModelForAnyAssignment) {
       EXPECT_EQ(Differences(whole, In("joined.cgdb")), "") << numParts << " parts";
     }
   }
+}
+
+TEST_F(Split, EveryMethodGivesBalancedPartsAndTheSameSplitAgain) {
+  const bme_Mesh block = *MeshMaker().Box(24, 20, 16).Make(7);
+  const cow_String whole = Store(block, {});
+  const auto source = dst_MeshSource("Wing", block);
+  for (const dst_Method method : {dst_Method::Auto, dst_Method::Metis, dst_Method::Curve}) {
+    cow_String identity;
+    for (const std::size_t memory : {std::size_t{64} << 20, std::size_t{1} << 30}) {
+      fs::remove_all(In("wing.split"));
+      const dst_SplitReport report = dst_Split(
+          *source, In("wing.split"), {.parts = 30, .method = method, .chunks = 3, .memory = memory});
+      EXPECT_LE(report.balance, 1.05);
+      EXPECT_LE(report.copies, 0.5); // cubes of 256 elements have 0.36
+      EXPECT_EQ(report.numChunks, method == dst_Method::Auto ? 3U : method == dst_Method::Metis ? 1U : 0U);
+      EXPECT_FALSE(fs::exists(fs::path(In("wing.split")) / ".work"));
+      cow_String hashes;
+      for (unsigned part = 0; part < 30; ++part) hashes += report.index.Part(part).hash;
+      if (identity.empty()) identity = hashes;
+      EXPECT_EQ(hashes, identity) << "of other memory";
+    }
+    fs::remove(In("joined.cgdb"));
+    dst_Join(dst_SplitFolder(In("wing.split")), In("joined.cgdb"));
+    EXPECT_EQ(Differences(whole, In("joined.cgdb")), "");
+  }
+}
+
+TEST_F(Split, AnyNumberOfPartsOfAMixedMesh) {
+  const bme_Mesh mesh = MixedMesh(Labelled::Both);
+  const auto source = dst_MeshSource("Wing", mesh, MixedSets());
+  const unsigned numElements = mesh.ElementData().NumElements();
+  for (const dst_Method method : {dst_Method::Auto, dst_Method::Metis, dst_Method::Curve})
+    for (const unsigned numParts : {1U, 2U, 5U, 27U, numElements}) {
+      fs::remove_all(In("wing.split"));
+      const dst_SplitOptions options{
+          .parts = numParts, .method = method, .weightNodes = numParts == 5, .memory = std::size_t{1} << 28};
+      const dst_SplitReport report = dst_Split(*source, In("wing.split"), options);
+      EXPECT_EQ(report.index.NumParts(), numParts);
+      for (unsigned part = 0; part < numParts; ++part) EXPECT_GT(report.index.Part(part).numElements, 0U);
+    }
+  EXPECT_NE(ThrownBy([&] { dst_Split(*source, In("x.split"), {.parts = numElements + 1}); }).find("has only"),
+            cow_String::npos);
+}
+
+TEST_F(Split, GoesOnWhereItStopped) {
+  const bme_Mesh mesh = MixedMesh(Labelled::Both);
+  const auto source = dst_MeshSource("Wing", mesh, MixedSets());
+  const dst_SplitOptions options{.parts = 5, .memory = std::size_t{1} << 28};
+  dst_Split(*source, In("wing.split"), options);
+  const dst_SplitFolder split(In("wing.split"));
+  const dst_Index index = split.Index();
+  fs::remove(split.PartFile(3));
+  fs::resize_file(split.PartFile(1), 20000);
+  EXPECT_NE(ThrownBy([&] { split.OpenPart(3); }).find("is missing; split again"), cow_String::npos);
+  EXPECT_EQ(dst_Split(*source, In("wing.split"), options).numKept, 3U);
+  EXPECT_TRUE(dst_SplitFolder(In("wing.split")).Index() == index);
+  fs::remove(split.IndexFile());
+  EXPECT_NE(ThrownBy([&] { dst_SplitFolder(In("wing.split")); }).find("not finished: run it again"),
+            cow_String::npos);
+  dst_SplitOptions other = options;
+  other.parts = 4;
+  EXPECT_EQ(dst_Split(*source, In("wing.split"), options).numKept, 5U);
+  EXPECT_NE(ThrownBy([&] { dst_Split(*source, In("wing.split"), other); }).find("other options"),
+            cow_String::npos);
+  const auto changed = dst_MeshSource("Wing", MixedMesh(Labelled::Nodes), MixedSets());
+  EXPECT_NE(ThrownBy([&] { dst_Split(*changed, In("wing.split"), options); }).find("source changed"),
+            cow_String::npos);
+  other.doForce = true;
+  EXPECT_EQ(dst_Split(*source, In("wing.split"), other).index.NumParts(), 4U);
+}
+
+TEST_F(Split, CheckNamesEveryFault) {
+  const bme_Mesh mesh = MixedMesh(Labelled::Both);
+  const auto source = dst_MeshSource("Wing", mesh, MixedSets());
+  const std::vector<unsigned> parts = RandomParts(mesh.ElementData().NumElements(), 4, 5);
+  const cow_String folder = In("wing.split");
+  const auto faults = [&] {
+    cow_String text;
+    for (const dst_Finding& finding : dst_Check(folder))
+      if (finding.weight == cls_Finding::Weight::Fault && finding.className != "bme_ElementClass")
+        text += finding.what + "\n";
+    return text;
+  };
+  dst_WriteSplit(*source, parts, 4, folder);
+  const cow_String sound = faults(); // of the mesh, which is meant to be awkward
+  const auto change = [&](unsigned part, auto edit) {
+    fs::remove_all(folder);
+    dst_WriteSplit(*source, parts, 4, folder);
+    const dst_SplitFolder split(folder);
+    dst_OpenPart open = split.OpenPart(part, cls_Database::Mode::ReadWrite);
+    bme_Mesh changed = *open.mesh;
+    rgnC_SetData set = *open.model.Get<rgnC_SetData>("sets/Wing/ascending");
+    dst_Part facts = *open.part;
+    edit(changed, facts, set);
+    cls_WritePass pass(open.model);
+    pass.Put("meshes/Wing", changed);
+    pass.Put("split/part", facts);
+    pass.Put("sets/Wing/ascending", set);
+    pass.Commit();
+  };
+  const auto holders = [](const dst_Part& part, auto edit) {
+    dst_Part::Arrays arrays{.nodeNumbers = cow_ArrayCOW<unsigned>(part.NodeNumbers()),
+                            .elementNumbers = cow_ArrayCOW<unsigned>(part.ElementNumbers()),
+                            .sharedNodes = cow_ArrayCOW<unsigned>(part.SharedNodes()),
+                            .holderStarts = {},
+                            .holders = {}};
+    arrays.holderStarts.Append(0U);
+    for (unsigned i = 0; i < part.NumShared(); ++i) {
+      arrays.holders.Append(part.OtherHolders(i));
+      arrays.holderStarts.Append(static_cast<unsigned>(arrays.holders.Size()));
+    }
+    edit(arrays);
+    return dst_Part(part.Identity(), part.Number(), part.NumParts(), arrays);
+  };
+  using Edit = std::function<void(bme_Mesh&, dst_Part&, rgnC_SetData&)>;
+  const std::vector<std::pair<Edit, const char*>> cases = {
+      {[](bme_Mesh& m, dst_Part& p, rgnC_SetData&) {
+         m.NodeDataToModify().CoordinatesToModify()[std::size_t{3} * p.SharedNodes()[1]] += 1e-5F;
+       },
+       "has other coordinates in part"},
+      {[](bme_Mesh& m, dst_Part& p, rgnC_SetData&) {
+         std::vector<int> labels(m.NodeData().UserNodeLabels().Const().begin(),
+                                 m.NodeData().UserNodeLabels().Const().end());
+         labels[p.SharedNodes()[0]] = 123456;
+         m.NodeDataToModify().SetUserNodeLabels(labels.data());
+       },
+       "has another label in part"},
+      {[&](bme_Mesh&, dst_Part& p, rgnC_SetData&) {
+         p = holders(p, [](dst_Part::Arrays& a) { // the first shared node is said to be its own
+           const unsigned gone = a.holderStarts.Const()[1];
+           a.sharedNodes.Remove(0, 1);
+           a.holders.Remove(0, gone);
+           a.holderStarts.Remove(0, 1);
+           for (unsigned& start : a.holderStarts.Modify()) start -= gone;
+         });
+       },
+       "names others"},
+      {[&](bme_Mesh&, dst_Part& p, rgnC_SetData&) {
+         p = holders(p, [](dst_Part::Arrays& a) { a.nodeNumbers.Modify().back() = 100000; });
+       },
+       "is beyond"},
+      {[&](bme_Mesh&, dst_Part& p, rgnC_SetData&) {
+         p = holders(p, [](dst_Part::Arrays& a) { a.elementNumbers.Modify().back() = 100000; });
+       },
+       "is in no part"},
+      {[](bme_Mesh&, dst_Part&, rgnC_SetData& set) {
+         rgnC_SetData changed = set.WithoutSubsets();
+         changed.AppendSubset(set.SubSet(0).WithItems({}, {}));
+         set = changed;
+       },
+       "times in the set \"sets/Wing/ascending\""},
+      {[](bme_Mesh&, dst_Part& p, rgnC_SetData&) { p = dst_Part("other", p.Number(), 4, {}); },
+       "of another split"},
+      {[](bme_Mesh& m, dst_Part&, rgnC_SetData&) { m.NodeDataToModify().AppendNode(0, 0, 0, 999); },
+       "was changed"}};
+  for (const auto& [edit, wanted] : cases) {
+    change(2, edit);
+    EXPECT_NE(faults().find(wanted), cow_String::npos) << wanted << "\n" << faults();
+    EXPECT_EQ(sound.find(wanted), cow_String::npos) << wanted;
+  }
+  fs::remove(dst_SplitFolder(folder).PartFile(1));
+  EXPECT_NE(faults().find("is missing; split again"), cow_String::npos);
 }

@@ -4,6 +4,7 @@
 
 #include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/bme_FEMConnect.h>
+#include <CoreGeometry/gsl_HilbertPlace.h>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -36,31 +37,6 @@ std::vector<int> ByLabel(const std::vector<int>& labels) {
   return order;
 }
 
-/// Place on the Hilbert curve of 21 bits an axis: J. Skilling, Programming the Hilbert curve, AIP Conference Proceedings
-/// 707, 2004.
-std::uint64_t PlaceOnCurve(std::array<std::uint32_t, 3> x) {
-  constexpr std::uint32_t kTop = 1U << 20;
-  for (std::uint32_t q = kTop; q > 1; q >>= 1)
-    for (std::uint32_t& own : x) {
-      if ((own & q) != 0) {
-        x[0] ^= q - 1;
-      } else {
-        const std::uint32_t t = (x[0] ^ own) & (q - 1);
-        x[0] ^= t;
-        own ^= t;
-      }
-    }
-  x[1] ^= x[0];
-  x[2] ^= x[1];
-  std::uint32_t t = 0;
-  for (std::uint32_t q = kTop; q > 1; q >>= 1)
-    if ((x[2] & q) != 0) t ^= q - 1;
-  std::uint64_t place = 0;
-  for (std::uint32_t bit = kTop; bit > 0; bit >>= 1)
-    for (const std::uint32_t own : x) place = place << 1 | (((own ^ t) & bit) != 0 ? 1U : 0U);
-  return place;
-}
-
 /// Nodes without finite coordinates come first.
 std::vector<int> AlongCurve(const bme_NodeData& nodes) {
   const std::span<const float> xyz = nodes.Coordinates().Const();
@@ -82,7 +58,7 @@ std::vector<int> AlongCurve(const bme_NodeData& nodes) {
       for (std::size_t axis = 0; axis < 3; ++axis)
         if (const auto x = static_cast<double>(xyz[3 * i + axis]); std::isfinite(x))
           cell[axis] = static_cast<std::uint32_t>((x - low[axis]) * scale);
-      places[i] = PlaceOnCurve(cell);
+      places[i] = gsl_HilbertPlace(cell);
     }
   });
   std::vector<int> order = Counted(places.size());

@@ -1,0 +1,19 @@
+// dst_Check.h: everything that can be found wrong with a split model
+#pragma once
+
+#include <CoreGeometry/DistributedExport.h>
+#include <CoreGeometry/chk_Findings.h>
+
+/// A finding about one file of a split, or about several parts.
+struct dst_Finding : chk_Finding {
+  cow_String file; ///< of the index or a part; empty when it is about all of them
+};
+
+/// Checks each file as a model of its own, and how they fit: one identity, hashes, every element once, every node in all
+/// parts that say so with the same coordinates, label and sets, and what the index says about each part. Who holds a
+/// node is found anew and not believed.
+///
+/// Errors     cls_BusyException; wip_Cancelled. What is wrong with the files is a finding.
+/// Cost       each part is read twice, once for itself; a bit for each element, and `memory` bytes for the nodes.
+CORE_GEOMETRY_DISTRIBUTED_API std::vector<dst_Finding> dst_Check(const cow_String& folder,
+                                                                 std::size_t memory = std::size_t{256} << 20);
