@@ -24,6 +24,8 @@ public:
   explicit dst_ClassRange(
       const bme_ElementClass& elements); ///< its facts and sizes; the first number stays 0
   explicit dst_ClassRange(const cls_ReadVisitor& visitor);
+  /// The same facts of a stored element class, whose elements are not read.
+  static dst_ClassRange OfStored(const cls_ReadVisitor& elementClass);
   dst_ClassRange(const dst_ClassRange&) = default;
   dst_ClassRange& operator=(const dst_ClassRange&) = default;
   virtual ~dst_ClassRange();
@@ -43,6 +45,7 @@ public:
   // change
   void SetNumbers(std::uint64_t first, std::uint64_t count);
   void SetHasLabels(bool hasLabels) noexcept { hasLabels_ = hasLabels; }
+  void SetNodesPerElement(int nodes) noexcept { nodesPerElement_ = nodes; }
 
 private:
   static constexpr auto StoredFields();

@@ -5,6 +5,7 @@
 #include <CoreGeometry/bme_NamedSet.h>
 #include <CoreGeometry/dst_ClassRange.h>
 #include <CoreGeometry/rgnC_SetData.h>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -33,6 +34,8 @@ struct dst_SourceFacts {
   bool hasNodeLabels = false;
   std::vector<dst_ClassRange> classes{}; ///< numbered one after the other
   std::vector<dst_SetFacts> sets{};
+  std::vector<cow_String>
+      leftOut{}; ///< what stands beside the mesh and does not go into a split, for a report
 
   std::uint64_t NumElements() const noexcept { return classes.empty() ? 0 : classes.back().EndElement(); }
   bool HasElementLabels() const noexcept; ///< false: they are implicit
@@ -74,6 +77,19 @@ protected:
   dst_SourceFacts facts_;
 };
 
+/// A mesh of a model file, by its root "meshes/<name>", which is read in ranges; one set at a time is read whole. The
+/// model must outlive the source, and nobody can change it meanwhile. A model of older layouts is read whole.
+CORE_GEOMETRY_DISTRIBUTED_API std::unique_ptr<dst_Source> dst_ModelSource(const cls_Database& model,
+                                                                          const cow_String& meshRoot);
+
+/// What a mesh in memory does not know itself.
+struct dst_MeshBeside {
+  cow_String file{};                               ///< that it was read from
+  std::function<void(cls_WritePass& index)> put{}; ///< stores what belongs to it beside its sets
+};
+
 /// A mesh in memory, which the source shares, with its sets.
-CORE_GEOMETRY_DISTRIBUTED_API std::unique_ptr<dst_Source>
-dst_MeshSource(const cow_String& name, const bme_Mesh& mesh, std::vector<bme_NamedSet> sets = {});
+CORE_GEOMETRY_DISTRIBUTED_API std::unique_ptr<dst_Source> dst_MeshSource(const cow_String& name,
+                                                                         const bme_Mesh& mesh,
+                                                                         std::vector<bme_NamedSet> sets = {},
+                                                                         const dst_MeshBeside& beside = {});

@@ -41,5 +41,13 @@ struct dst_SplitReport {
 CORE_GEOMETRY_DISTRIBUTED_API dst_SplitReport dst_Split(const dst_Source& source, const cow_String& folder,
                                                         const dst_SplitOptions& options = {});
 
+/// What a split would be, without making it.
+struct dst_SplitPlan {
+  unsigned numParts = 0, numChunks = 0; ///< chunks that METIS would cut
+  std::uint64_t memory = 0, space = 0;  ///< bytes: in use, and on the disk meanwhile
+};
+CORE_GEOMETRY_DISTRIBUTED_API dst_SplitPlan dst_PlanOf(const dst_Source& source,
+                                                       const dst_SplitOptions& options = {});
+
 /// Balance, copies and neighbours of an index.
 CORE_GEOMETRY_DISTRIBUTED_API dst_SplitReport dst_ReportOn(const dst_Index& index);

@@ -47,6 +47,23 @@ dst_ClassRange::dst_ClassRange(const cls_ReadVisitor& visitor) : uid_(visitor.Ge
 }
 dst_ClassRange::~dst_ClassRange() = default;
 
+dst_ClassRange dst_ClassRange::OfStored(const cls_ReadVisitor& elementClass) {
+  // all of its fields but the arrays
+  constexpr cls_Fields kFacts{cls_Field{"elemTypeLabel", &dst_ClassRange::elemTypeLabel_},
+                              cls_Field{"elemCtrlParams", &dst_ClassRange::controls_},
+                              cls_Field{"meshIndex", &dst_ClassRange::meshIndex_},
+                              cls_Field{"classIndex", &dst_ClassRange::classIndex_},
+                              cls_Field{"regionClassIndex", &dst_ClassRange::regionClassIndex_},
+                              cls_Field{"regionIndex", &dst_ClassRange::regionIndex_},
+                              cls_Field{"categoryLabel", &dst_ClassRange::category_},
+                              cls_Field{"orientationFreq", &dst_ClassRange::orientation_},
+                              cls_Field{"locationLabel", &dst_ClassRange::locationLabels_}};
+  dst_ClassRange range;
+  cls_ReadFields(elementClass, range, kFacts);
+  range.numElements_ = static_cast<unsigned>(elementClass.GetInt("numElements"));
+  return range;
+}
+
 void dst_ClassRange::DBWrite(const cls_WriteVisitor& visitor) const {
   cls_WriteFields(visitor, TypeId(), uid_, *this, StoredFields());
 }

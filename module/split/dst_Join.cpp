@@ -226,6 +226,7 @@ void dst_Join(const dst_SplitFolder& split, const cow_String& file) {
     pass.Put(split.MeshRoot(), mesh);
     for (const dst_JoinedSet& set : sets) pass.Put(set.root, set.data);
     for (const cow_String& root : beside.Roots())
-      if (root != dst_kIndexRoot) pass.Copy(beside, root);
+      if (root != dst_kIndexRoot && !std::ranges::count(sets, root, &dst_JoinedSet::root))
+        pass.Copy(beside, root);
   });
 }

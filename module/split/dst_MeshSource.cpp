@@ -18,8 +18,10 @@ bool dst_SourceFacts::HasElementLabels() const noexcept {
 namespace {
 class MeshSource : public dst_Source {
 public:
-  MeshSource(const cow_String& name, const bme_Mesh& mesh, std::vector<bme_NamedSet> sets)
-      : mesh_(mesh), sets_(std::move(sets)) {
+  MeshSource(const cow_String& name, const bme_Mesh& mesh, std::vector<bme_NamedSet> sets,
+             const dst_MeshBeside& beside)
+      : mesh_(mesh), sets_(std::move(sets)), beside_(beside) {
+    facts_.file = beside.file;
     const bme_NodeData& nodes = mesh_.NodeData();
     facts_.mesh = name;
     facts_.shell =
@@ -58,7 +60,10 @@ public:
     Copy(entries.IdArray(), first, numbers);
     if (!facets.empty()) Copy(entries.FacetIdArray(), first, facets);
   }
-  void PutBeside(cls_WritePass& index) const override { PutRegions(index); }
+  void PutBeside(cls_WritePass& index) const override {
+    PutRegions(index);
+    if (beside_.put) beside_.put(index);
+  }
   void PutRegions(cls_WritePass& part) const override {
     for (const bme_NamedSet& set : sets_) {
       const rgnC_Region region = bme_RegionOf(facts_.mesh, set);
@@ -87,10 +92,11 @@ private:
 
   bme_Mesh mesh_;
   std::vector<bme_NamedSet> sets_;
+  dst_MeshBeside beside_;
 };
 } // namespace
 
 std::unique_ptr<dst_Source> dst_MeshSource(const cow_String& name, const bme_Mesh& mesh,
-                                           std::vector<bme_NamedSet> sets) {
-  return std::make_unique<MeshSource>(name, mesh, std::move(sets));
+                                           std::vector<bme_NamedSet> sets, const dst_MeshBeside& beside) {
+  return std::make_unique<MeshSource>(name, mesh, std::move(sets), beside);
 }

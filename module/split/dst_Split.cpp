@@ -102,6 +102,13 @@ public:
     return report;
   }
 
+  dst_SplitPlan Plan() const {
+    CheckSizes();
+    const unsigned chunks =
+        options_.method == dst_Method::Curve ? 0 : dst_NumChunks(facts_.NumElements(), options_);
+    return {options_.parts, chunks, options_.memory, Space()};
+  }
+
 private:
   cow_String Identity(const cow_String& fingerprint) const {
     dst_Hash hash;
@@ -161,11 +168,13 @@ private:
     return bytes;
   }
 
+  std::uint64_t Space() const { return 3 * SourceBytes() + 65536 * std::uint64_t{options_.parts}; }
+
   void CheckSpace() const {
     std::error_code failed;
     const fs::path at = fs::absolute(folder_).parent_path();
     const fs::space_info space = fs::space(at, failed);
-    const std::uint64_t needed = 3 * SourceBytes() + 16384 * std::uint64_t{options_.parts};
+    const std::uint64_t needed = Space();
     if (failed || space.available >= needed) return;
     throw nex_TextException("not enough space: needs " + std::to_string(needed / 1000000) + " MB in "
                             + work_.string() + ", " + std::to_string(space.available / 1000000) + " MB free");
@@ -203,6 +212,10 @@ private:
 dst_SplitReport dst_Split(const dst_Source& source, const cow_String& folder,
                           const dst_SplitOptions& options) {
   return Splitter(source, folder, options).Run();
+}
+
+dst_SplitPlan dst_PlanOf(const dst_Source& source, const dst_SplitOptions& options) {
+  return Splitter(source, {}, options).Plan();
 }
 
 dst_SplitReport dst_ReportOn(const dst_Index& index) {

@@ -281,6 +281,11 @@ private:
     cls_CreateModel(dst_SplitFolder::IndexFile(folder_), {.isDurable = false},
                     [&](const cls_Database&, cls_WritePass& pass) {
                       pass.Put(dst_kIndexRoot, index_);
+                      for (const dst_SetFacts& set :
+                           facts_.sets) { // what regions refer to; the parts have the entries
+                        const rgnC_SetData shell = set.shell.WithoutSubsets();
+                        pass.Put(set.root, shell);
+                      }
                       source_.PutBeside(pass);
                     });
   }

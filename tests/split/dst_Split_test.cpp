@@ -3,6 +3,7 @@
 
 #include <BasicUtils/cls_CreateModel.h>
 #include <BasicUtils/cls_Diff.h>
+#include <BasicUtils/cls_Dump.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/dst_Check.h>
 #include <CoreGeometry/dst_Join.h>
@@ -10,8 +11,10 @@
 #include <CoreGeometry/dst_Split.h>
 #include <CoreGeometry/dst_WriteSplit.h>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <set>
+#include <sstream>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -86,13 +89,17 @@ TEST_F(Split, JoinsToTheSameModelForAnyAssignment) {
   for (const Labelled labelled : {Labelled::Neither, Labelled::Nodes, Labelled::Both}) {
     const bme_Mesh mesh = MixedMesh(labelled);
     const unsigned numElements = mesh.ElementData().NumElements();
-    const auto source = dst_MeshSource("Wing", mesh, MixedSets());
+    const auto inMemory = dst_MeshSource("Wing", mesh, MixedSets());
     const cow_String whole = Store(mesh, MixedSets());
+    const cls_Database model = cls_Database::Open(whole);
     for (const unsigned numParts : {1U, 2U, 3U, 4U, 7U, 8U, 27U, numElements}) {
       const std::vector<unsigned> parts = RandomParts(numElements, numParts, ++seed);
+      const auto stored = dst_ModelSource(model, "meshes/Wing");
+      const dst_Source& source = seed % 3 == 0 ? *stored : *inMemory;
+      EXPECT_EQ(stored->Facts().leftOut, std::vector<cow_String>{});
       fs::remove_all(In("wing.split"));
       // all in memory, and everything through files
-      dst_WriteSplit(*source, parts, numParts, In("wing.split"),
+      dst_WriteSplit(source, parts, numParts, In("wing.split"),
                      {.memory = seed % 2 == 0 ? std::size_t{1} << 20 : 1});
       const dst_SplitFolder split(In("wing.split"));
       EXPECT_EQ(split.NumParts(), numParts);
@@ -266,4 +273,44 @@ TEST_F(Split, CheckNamesEveryFault) {
   }
   fs::remove(dst_SplitFolder(folder).PartFile(1));
   EXPECT_NE(faults().find("is missing; split again"), cow_String::npos);
+}
+
+TEST_F(Split, StoredClassesAreReadBackUnchanged) {
+  const bme_Mesh mesh = MixedMesh(Labelled::Both);
+  dst_ClassRange range(mesh.ElementData().GetClass(1));
+  range.SetNumbers(0, 300);
+  dst_Index index({"identity", "wing.exo", "fingerprint", "Wing", "metis", 7}, 4000000000U, true,
+                  {&range, 1});
+  dst_PartFacts facts{.numElements = 300, .numNodes = 40, .numOwned = 30, .numShared = 12};
+  std::ranges::copy(std::array{1.0F, 2.0F, 3.0F, 4.0F, 5.0F, 6.0F}, facts.box);
+  facts.nodeLabels[1] = 40;
+  facts.elementLabels[0] = -9;
+  facts.neighbours = {0};
+  facts.hash = "hash";
+  index.AddPart(facts);
+  index.AddSet("sets/Wing/skin", std::array<std::uint64_t, 2>{5000000000ULL, 0});
+  index.SetBox(std::array{0.0F, 0.0F, 0.0F, 1.0F, 1.0F, 1.0F});
+  const auto array = [](std::initializer_list<unsigned> values) {
+    return cow_ArrayCOW<unsigned>(std::span(values.begin(), values.size()));
+  };
+  const dst_Part part("identity", 1, 3,
+                      {array({4, 7, 4000000000U}), array({0, 2}), array({0, 2}), array({0, 2, 3}),
+                       array({0, 2, 2}), array({3}), array({0, 2}), array({1, 0})});
+  cls_CreateModel(In("one.cgdb"), {}, [&](const cls_Database&, cls_WritePass& pass) {
+    pass.Put("index", index);
+    pass.Put("part", part);
+    pass.Put("range", range);
+  });
+  const cls_Database stored = cls_Database::Open(In("one.cgdb"));
+  EXPECT_TRUE(*stored.Get<dst_Index>("index") == index);
+  EXPECT_TRUE(*stored.Get<dst_Part>("part") == part);
+  EXPECT_TRUE(*stored.Get<dst_ClassRange>("range") == range);
+  EXPECT_TRUE(index.Part(0) == facts);
+  EXPECT_EQ(index.NumEntries(0, 0), 5000000000ULL);
+  EXPECT_EQ(part.FindNode(4000000000U), 2U);
+  std::ostringstream dump;
+  cls_Dump(stored, dump);
+  std::ifstream file(cow_String(TEST_FILES) + "/split_classes.txt");
+  const cow_String golden((std::istreambuf_iterator<char>(file)), {});
+  EXPECT_EQ(dump.str(), golden);
 }

@@ -2,6 +2,7 @@
 #include "cli_Commands.h"
 #include "cli_Console.h"
 #include "cli_Model.h"
+#include "cli_Split.h"
 
 #include <CoreGeometry/odiC_CheckModel.h>
 
@@ -14,6 +15,7 @@ struct Arguments {
 std::vector<chk_Finding> FindingsOf(const std::string& file, cli_Console& console) {
   try {
     console.Begin("checking " + file);
+    if (cli_IsSplit(file)) return cli_CheckSplit(file);
     cls_Database model = cli_OpenModel(file);
     return odiC_CheckModel(model);
   } catch (const cls_BusyException&) {
