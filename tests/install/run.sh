@@ -35,7 +35,7 @@ for program in store "${components[@],,}"; do
   echo "find_package: $program ran"
 done
 # a component that is not installed is refused by name
-for missing in Exchange Picture; do
+for missing in Exchange Picture Distributed; do
   [[ " ${components[*]} " == *" $missing "* ]] && continue
   cmake -S "$here/consumer" -B "$work/missing" -G Ninja -DCMAKE_PREFIX_PATH="$tree" -DCMAKE_CXX_COMPILER="$compiler" \
     -DCOMPONENTS="$missing" >"$work/missing.log" 2>&1 && fail "find_package found $missing, which is not installed"

@@ -60,6 +60,7 @@ TEST(JsonPage, ShowsWhatTheCommandsPrint) {
     for (std::string word; line >> word;) words.push_back(word);
     const json shown = json::parse(Block(text, "```json\n", at));
     words.erase(words.begin());
+    if (std::string(LEFT_OUT).find(" " + words.front() + " ") != std::string::npos) continue; // not built
     const ToolRun answer = RunTool(words);
     EXPECT_EQ(Difference(shown, json::parse(answer.out), words.front()), "") << answer.err;
     EXPECT_EQ(answer.exitCode, shown.contains("error") ? shown["error"]["exitCode"].get<int>() : 0);
