@@ -99,7 +99,9 @@ void odiC_Map::Keep(const bme_Mesh& target, const odiC_Layout& all, std::span<co
             : static_cast<unsigned>(
                 target.ElementData().GetClass(static_cast<unsigned>(block.classIndex)).FirstElementIndex());
     for (int at = 0; at < block.numEntities; ++at) {
-      const auto row = static_cast<std::size_t>(block.firstRow + at * block.valuesPerEntity);
+      const std::size_t row =
+          static_cast<std::size_t>(block.firstRow)
+          + static_cast<std::size_t>(at) * static_cast<std::size_t>(block.valuesPerEntity);
       const auto own = distances.subspan(row, static_cast<std::size_t>(block.valuesPerEntity));
       const double farthest = *std::ranges::max_element(own);
       if (!(farthest <= most)) {

@@ -84,7 +84,8 @@ private:
       wip_Poll poll(8192);
       for (int i = 0; i < type.NumElements(); ++i) {
         poll.Advance();
-        kinds_[static_cast<std::size_t>(type.FirstElementIndex() + i)] = TypeFor(type, i);
+        kinds_[static_cast<std::size_t>(type.FirstElementIndex()) + static_cast<std::size_t>(i)] =
+            TypeFor(type, i);
       }
     }
     if (!areThere) throw nex_TextException("the mesh has no surface elements to sweep");
@@ -144,7 +145,8 @@ private:
       wip_Poll poll(8192);
       for (int i = 0; i < type.NumElements(); ++i) {
         poll.Advance();
-        const int kind = kinds_[static_cast<std::size_t>(type.FirstElementIndex() + i)];
+        const int kind =
+            kinds_[static_cast<std::size_t>(type.FirstElementIndex()) + static_cast<std::size_t>(i)];
         if (kind >= 0) visit(type, i, used_[static_cast<std::size_t>(kind)]);
       }
     }
@@ -194,7 +196,8 @@ private:
         wip_Poll poll(8192);
         for (int i = 0; i < type.NumElements(); ++i) {
           poll.Advance();
-          const int kind = kinds_[static_cast<std::size_t>(type.FirstElementIndex() + i)];
+          const int kind =
+              kinds_[static_cast<std::size_t>(type.FirstElementIndex()) + static_cast<std::size_t>(i)];
           if (kind < 0 || (used_[static_cast<std::size_t>(kind)].edgeOnAxis >= 0) != isAtAxis) continue;
           if (!last) pieces_.Begin(type);
           last = &used_[static_cast<std::size_t>(kind)].type;
@@ -355,7 +358,7 @@ private:
           swept.result.sets, [&](const bme_NamedSet& set) { return set.name == text || set.Root() == text; });
     };
     for (int number = 2; isTaken(name); ++number) name = wanted + "-" + std::to_string(number);
-    rgnC_SetData data = bme_FEMFaceList(swept.result.mesh, std::move(words)).ToSet();
+    rgnC_SetData data = bme_FEMFaceList(swept.result.mesh, words).ToSet();
     data.SetIndex(index);
     data.SetLabel(name);
     swept.result.sets.push_back({name, bme_KindOf(data), std::move(data)});
