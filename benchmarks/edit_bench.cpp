@@ -30,7 +30,8 @@ void Quality(benchmark::State& state) {
   std::vector<bme_QualityMeasure> measures;
   for (int m = 0; m < static_cast<int>(bme_QualityMeasures().size()); ++m)
     if (state.range(0) < 0 || state.range(0) == m) measures.push_back(static_cast<bme_QualityMeasure>(m));
-  state.SetLabel(state.range(0) < 0 ? "all" : bme_QualityMeasures()[static_cast<std::size_t>(state.range(0))].name);
+  state.SetLabel(state.range(0) < 0 ? "all"
+                                    : bme_QualityMeasures()[static_cast<std::size_t>(state.range(0))].name);
   SideBySide(
       state, mesh.ElementData().NumElements(),
       [&] {
@@ -51,7 +52,8 @@ template<class Edit> void Work(benchmark::State& state, int side, Edit edit) {
 }
 
 void Clean(benchmark::State& state) {
-  Work(state, 100, [](const bme_MeshAndSets& all) { return bme_CleanMesh(all).result.mesh.NodeData().NumNodes(); });
+  Work(state, 100,
+       [](const bme_MeshAndSets& all) { return bme_CleanMesh(all).result.mesh.NodeData().NumNodes(); });
 }
 void Merge(benchmark::State& state) {
   Work(state, 100, [](const bme_MeshAndSets& all) {

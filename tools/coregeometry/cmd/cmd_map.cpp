@@ -246,7 +246,8 @@ void cli_AddMap(cli_Command& program) {
   cli_ValueArguments& values = arguments->values;
   command.AddOption("--run", values.run, "Run of the donor, when there are several").TypeName("RUN");
   command.AddOption("--step", values.step, "Name or number of a step").TypeName("STEP");
-  command.AddOption("--frame", values.frame, "N (from 0), last, all (default) or FIRST:LAST:STEP").TypeName("FRAMES");
+  command.AddOption("--frame", values.frame, "N (from 0), last, all (default) or FIRST:LAST:STEP")
+      .TypeName("FRAMES");
   command.AddOption("--component", values.component, "One component only").TypeName("NAME");
   command.AddOption("--invariant", values.invariant, "An invariant instead").TypeName("NAME");
   command.AddOption("--section", values.section, "Section points: bottom, top, envelope or a label")
