@@ -30,6 +30,9 @@ set(libs_ExodusII__ExodusII ${ExodusII_LIBRARY} ${ExodusII_NETCDF_LIBRARY})
 set(find_METIS__METIS "list(APPEND CMAKE_MODULE_PATH \${CMAKE_CURRENT_LIST_DIR})\nfind_dependency(METIS)\n")
 set(libs_METIS__METIS ${METIS_LIBRARY})
 
+set(find_MPI__MPI_C "find_dependency(MPI COMPONENTS C)\n")
+set(requires_MPI__MPI_C ompi-c)
+
 set(CG_PACKAGE ${CMAKE_INSTALL_LIBDIR}/cmake/CoreGeometry)
 # the .pc files find the prefix from their own place, so that an installed tree can be moved
 file(RELATIVE_PATH CG_PC_UP /x/${CMAKE_INSTALL_LIBDIR}/pkgconfig /x)

@@ -11,7 +11,7 @@ set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON) # by dpkg-shlibdeps, of the package dpkg-dev
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
   ${PROJECT_BINARY_DIR} ${PROJECT_BINARY_DIR}/exchange ${PROJECT_BINARY_DIR}/picture
-  ${PROJECT_BINARY_DIR}/module/split)
+  ${PROJECT_BINARY_DIR}/module/split ${PROJECT_BINARY_DIR}/module/split_mpi)
 
 # cg_package(<component> NAME <name> SECTION <section> SUMMARY <text> [DEPENDS <components>])
 macro(cg_package component)

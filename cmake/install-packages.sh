@@ -10,6 +10,7 @@ packages=(
   libmetis-dev                                  # split models
   help2man                                      # man pages
   libgtest-dev librapidcheck-dev zsh fish       # tests
+  libopenmpi-dev                                # split models on several processes
   python3-dev python3-venv                      # Python package
   "$@"
 )
