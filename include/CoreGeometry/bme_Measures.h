@@ -7,6 +7,7 @@
 #include <CoreGeometry/gsl_Vector.h>
 #include <CoreGeometry/shp_MeasureRule.h>
 #include <functional>
+#include <limits>
 #include <optional>
 
 class dtu_DatumCsys;
@@ -49,7 +50,14 @@ public:
   /// Adds moments about the same reference point.
   void Add(const bme_Moments& others) noexcept;
 
+  // as integers, see gsl_ExactSum::Words
+  static constexpr std::size_t kNumWords = 11 * gsl_ExactSum::kNumWords;
+  void GetWords(std::span<std::int64_t, kNumWords> words) const noexcept;
+  void SetWords(std::span<const std::int64_t, kNumWords> words) noexcept; ///< the reference point stays
+
 private:
+  template<class Moments, class Visit> static void ForEachSum(Moments& moments, Visit visit);
+
   std::array<double, 3> reference_; ///< reference point of first and second moments
   gsl_ExactSum total_, signedTotal_;
   std::array<gsl_ExactSum, 3> first_;
@@ -69,7 +77,19 @@ struct bme_MeasureOptions {
   bme_ElementValue sectionArea = {}; ///< of lines
   bme_ElementValue density = {};     ///< without it no mass is computed
   bme_ElementValue pointMass = {};   ///< of elements of a single node
+  /// Point that first and second moments are kept about: the middle of bme_FiniteRange when it is empty.
+  std::optional<std::array<double, 3>> reference = {};
+  bool listsIndices = false; ///< mesh element index + 1 instead of labels, also in meshes with labels
 };
+
+/// Least and largest finite coordinates on each axis; infinite and the least above the largest when there are none.
+struct bme_CoordinateRange {
+  static constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  std::array<double, 3> low{kInfinity, kInfinity, kInfinity}, high{-kInfinity, -kInfinity, -kInfinity};
+
+  CORE_GEOMETRY_API std::array<double, 3> Middle() const noexcept; ///< 0 on an axis without numbers
+};
+CORE_GEOMETRY_API bme_CoordinateRange bme_FiniteRange(const bme_Mesh& mesh);
 
 /// Measures of elements. Labels are user labels, in mesh order; index + 1 in meshes without labels.
 ///

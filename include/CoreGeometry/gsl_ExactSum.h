@@ -4,6 +4,7 @@
 #include <CoreGeometry/CoreGeometryExport.h>
 #include <array>
 #include <cstdint>
+#include <span>
 
 /// Adds doubles without rounding, in fixed point over their whole range, and rounds once when asked for the value.
 ///
@@ -18,6 +19,10 @@ class CORE_GEOMETRY_API gsl_ExactSum {
 public:
   // ask
   double Value() const noexcept; ///< rounded to nearest, ties to even
+  /// The sum as integers: those of up to 2147483648 sums may be added one by one, and are words of the sum of all.
+  static constexpr std::size_t kNumWords = 71;
+  std::array<std::int64_t, kNumWords> Words() const noexcept;
+  static gsl_ExactSum FromWords(std::span<const std::int64_t, kNumWords> words) noexcept;
 
   // change
   void Add(double term) noexcept;

@@ -51,6 +51,29 @@ void gsl_ExactSum::Carry() noexcept {
   additions_ = 1;
 }
 
+/// Those of the sum, and how many sums have a term that is no number or infinite.
+std::array<std::int64_t, gsl_ExactSum::kNumWords> gsl_ExactSum::Words() const noexcept {
+  static_assert(kNumWords == kWords + 3);
+  gsl_ExactSum carried = *this;
+  carried.Carry();
+  std::array<std::int64_t, kNumWords> words{};
+  std::ranges::copy(carried.words_, words.begin());
+  words[kWords] = int{hasNoNumber_};
+  words[kWords + 1] = int{hasPlusInfinity_};
+  words[kWords + 2] = int{hasMinusInfinity_};
+  return words;
+}
+
+gsl_ExactSum gsl_ExactSum::FromWords(std::span<const std::int64_t, kNumWords> words) noexcept {
+  gsl_ExactSum sum;
+  std::ranges::copy(words.first<kWords>(), sum.words_.begin());
+  sum.Carry();
+  sum.hasNoNumber_ = words[kWords] > 0;
+  sum.hasPlusInfinity_ = words[kWords + 1] > 0;
+  sum.hasMinusInfinity_ = words[kWords + 2] > 0;
+  return sum;
+}
+
 double gsl_ExactSum::Value() const noexcept {
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   if (hasNoNumber_ || (hasPlusInfinity_ && hasMinusInfinity_))

@@ -24,19 +24,18 @@ std::span<const float> CoordinatesOf(const bme_NodeData& nodes, std::vector<floa
   return copy;
 }
 
-/// Middle of the box of finite coordinates: moments about it lose no digits to the distance from the origin.
-template<class Real> std::array<double, 3> MiddleOf(std::span<const Real> coordinates) {
-  std::array<double, 3> low{}, high{}, middle{};
+/// Moments about the middle of this range lose no digits to the distance from the origin.
+template<class Real> bme_CoordinateRange RangeOf(std::span<const Real> coordinates) {
+  bme_CoordinateRange range;
   wip_InBlocks(coordinates.size(), std::size_t{1} << 21, [&](std::size_t first, std::size_t end) {
     for (std::size_t i = first; i < end; ++i) {
       const double x = static_cast<double>(coordinates[i]);
       if (!std::isfinite(x)) continue;
-      low[i % 3] = i < 3 ? x : std::min(low[i % 3], x);
-      high[i % 3] = i < 3 ? x : std::max(high[i % 3], x);
+      range.low[i % 3] = std::min(range.low[i % 3], x);
+      range.high[i % 3] = std::max(range.high[i % 3], x);
     }
   });
-  for (std::size_t a = 0; a < 3; ++a) middle[a] = low[a] + (high[a] - low[a]) / 2;
-  return middle;
+  return range;
 }
 
 std::array<double, 3> Minus(const std::array<double, 3>& a) { return {-a[0], -a[1], -a[2]}; }
@@ -211,8 +210,10 @@ template<class Real> class Measurer {
 public:
   Measurer(const bme_ElementData& elements, std::span<const Real> coordinates,
            const bme_MeasureOptions& options)
-      : question_{elements, coordinates, options, {}, elements.HasUserElementLabels()} {
-    if (options.order != shp_MomentOrder::Measure) question_.origin = MiddleOf(coordinates);
+      : question_{
+          elements, coordinates, options, {}, !options.listsIndices && elements.HasUserElementLabels()} {
+    if (options.order != shp_MomentOrder::Measure)
+      question_.origin = options.reference ? *options.reference : RangeOf(coordinates).Middle();
     result_.length = result_.area = result_.volume = result_.mass = bme_Moments(question_.origin);
   }
 
@@ -310,6 +311,17 @@ double ClassMeasure(const bme_ElementClass& type, const bme_NodeData& nodes, int
   return numDims == 2 ? measures.area.Total() : measures.volume.Total();
 }
 } // namespace
+
+std::array<double, 3> bme_CoordinateRange::Middle() const noexcept {
+  std::array<double, 3> middle{};
+  for (std::size_t a = 0; a < 3; ++a)
+    if (low[a] <= high[a]) middle[a] = low[a] + (high[a] - low[a]) / 2;
+  return middle;
+}
+bme_CoordinateRange bme_FiniteRange(const bme_Mesh& mesh) {
+  std::vector<float> copy;
+  return RangeOf(CoordinatesOf(mesh.NodeData(), copy));
+}
 
 bme_Measures bme_CalculateMeasures(const bme_Mesh& mesh, const bme_MeasureOptions& options) {
   std::vector<float> copy;

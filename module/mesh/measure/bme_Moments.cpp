@@ -65,6 +65,27 @@ void bme_Moments::Add(const bme_Moments& others) noexcept {
   for (std::size_t k = 0; k < 6; ++k) second_[k].Add(others.second_[k]);
 }
 
+template<class Moments, class Visit> void bme_Moments::ForEachSum(Moments& moments, Visit visit) {
+  visit(moments.total_);
+  visit(moments.signedTotal_);
+  for (auto& sum : moments.first_) visit(sum);
+  for (auto& sum : moments.second_) visit(sum);
+}
+
+void bme_Moments::GetWords(std::span<std::int64_t, kNumWords> words) const noexcept {
+  auto* next = words.data();
+  ForEachSum(*this, [&](const gsl_ExactSum& sum) { next = std::ranges::copy(sum.Words(), next).out; });
+}
+
+void bme_Moments::SetWords(std::span<const std::int64_t, kNumWords> words) noexcept {
+  std::size_t next = 0;
+  ForEachSum(*this, [&](gsl_ExactSum& sum) {
+    constexpr std::size_t kWords = gsl_ExactSum::kNumWords;
+    sum = gsl_ExactSum::FromWords(std::span<const std::int64_t, kWords>(words.data() + next, kWords));
+    next += kWords;
+  });
+}
+
 bool bme_Moments::GetCentre(gsl_Point& centre) const noexcept {
   const double total = Total();
   if (total == 0) return false;
