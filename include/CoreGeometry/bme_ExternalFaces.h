@@ -6,6 +6,8 @@
 #include <array>
 #include <optional>
 
+class shp_Shape;
+
 /// Kinds of elements to exclude when faces and edges are computed, as bits.
 enum bme_Exclude : unsigned {
   bme_EXCLUDE_NOTHING = 0,
@@ -16,6 +18,9 @@ enum bme_Exclude : unsigned {
   bme_EXCLUDE_ANALYTIC = 16,
   bme_EXCLUDE_UNSUPPORTED = 32 ///< types without a shape, which are an error otherwise
 };
+
+/// True for the shape of a kind that the bits exclude.
+CORE_GEOMETRY_API bool bme_IsLeftOut(const shp_Shape& shape, unsigned exclude) noexcept;
 
 /// The numbers of elements and faces that the words of faces and edges can address.
 struct bme_EntityLimits {

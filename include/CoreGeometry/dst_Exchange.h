@@ -64,7 +64,8 @@ public:
   /// Calls work(part) for each own part, ascending, up to the first that throws. The work makes no call that all ranks
   /// make. Nothing is done when a part of this rank failed and the ranks have not agreed on it yet.
   void ForEachPart(const std::function<void(unsigned part)>& work);
-  /// Calls the work on the first rank alone. What it throws has no part in its message.
+  /// Calls the work on each rank, or on the first one alone. What it throws has no part in its message.
+  void OnEachRank(const std::function<void()>& work);
   void OnFirstRank(const std::function<void()>& work);
   void Fail(unsigned part, const cow_String& text); ///< as if the part's work had thrown the text
   /// Throws on all ranks when anything failed on one of them.

@@ -5,8 +5,6 @@
 #include <CoreGeometry/bme_Messages.h>
 #include <CoreGeometry/shp_Shape.h>
 
-bool bme_IsLeftOut(const shp_Shape& shape, unsigned exclude) noexcept;
-
 /// False after reporting elements or faces beyond what words address, or types without a shape that are not
 /// left out.
 bool bme_CanWorkOn(const bme_FEMElemList& elements, const bme_FaceOptions& options, bme_Message tooMany);

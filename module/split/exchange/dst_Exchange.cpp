@@ -45,8 +45,12 @@ void dst_Exchange::ForEachPart(const std::function<void(unsigned part)>& work) {
   for (unsigned part = own.first; part < own.end && !failure_; ++part) Guard(part, [&] { work(part); });
 }
 
+void dst_Exchange::OnEachRank(const std::function<void()>& work) {
+  if (!failure_) Guard(Failure::kNoPart, work);
+}
+
 void dst_Exchange::OnFirstRank(const std::function<void()>& work) {
-  if (IsFirstRank() && !failure_) Guard(Failure::kNoPart, work);
+  if (IsFirstRank()) OnEachRank(work);
 }
 
 void dst_Exchange::Fail(unsigned part, const cow_String& text) {
