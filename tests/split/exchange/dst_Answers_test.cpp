@@ -1,0 +1,251 @@
+// Answers about a split mesh are those about the whole one, whatever way the elements were assigned to parts.
+#include "SplitMesh.h"
+
+#include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/bme_FEMConnect.h>
+#include <CoreGeometry/dst_CoincidentNodes.h>
+#include <CoreGeometry/dst_Faces.h>
+#include <CoreGeometry/dst_Library.h>
+#include <CoreGeometry/dst_Locate.h>
+#include <CoreGeometry/dst_Measures.h>
+#include <ThrownBy.h>
+#include <algorithm>
+#include <bit>
+#include <gtest/gtest.h>
+
+namespace {
+class dst_Answers : public testing::Test {
+  const DDB_CoreGeometry library_;
+  const dst_Library distributed_;
+};
+
+std::vector<std::uint64_t> Bits(std::initializer_list<double> values) {
+  std::vector<std::uint64_t> bits;
+  for (const double value : values) bits.push_back(std::bit_cast<std::uint64_t>(value));
+  return bits;
+}
+
+void ExpectSame(const bme_Moments& found, const bme_Moments& expected) {
+  EXPECT_EQ(Bits({found.Total(), found.SignedTotal()}), Bits({expected.Total(), expected.SignedTotal()}));
+  gsl_Point centre, wanted;
+  ASSERT_EQ(found.GetCentre(centre), expected.GetCentre(wanted));
+  EXPECT_EQ(Bits({centre[0], centre[1], centre[2]}), Bits({wanted[0], wanted[1], wanted[2]}));
+  EXPECT_EQ(found.InertiaAbout({1, 2, 3}), expected.InertiaAbout({1, 2, 3}));
+}
+
+void ExpectSame(const bme_Measures& found, const bme_Measures& expected) {
+  EXPECT_EQ(found.numElements, expected.numElements);
+  for (const auto moments :
+       {&bme_Measures::length, &bme_Measures::area, &bme_Measures::volume, &bme_Measures::mass})
+    ExpectSame(found.*moments, expected.*moments);
+  for (const auto list : {&bme_Measures::inverted, &bme_Measures::zero, &bme_Measures::withoutShape,
+                          &bme_Measures::withoutNodes, &bme_Measures::noThickness,
+                          &bme_Measures::noSectionArea, &bme_Measures::noDensity, &bme_Measures::noPointMass})
+    EXPECT_EQ(found.*list, expected.*list);
+}
+
+/// Faces by element number, face and side: those of all parts, ascending.
+template<class ListOf>
+std::vector<std::uint64_t> FacesOfAll(const dst_Mesh& mesh, dst_Exchange& exchange, ListOf listOf) {
+  std::vector<std::vector<std::uint64_t>> own(exchange.MyParts().Count());
+  exchange.ForEachPart([&](unsigned part) {
+    for (const unsigned word : listOf(part))
+      own[part - exchange.MyParts().first].push_back(
+          mesh.Part(part).part->ElementNumber(bme_ElementOf(word)) << 6U | bme_MeshOrder(word) % 64);
+  });
+  std::vector<std::uint64_t> all;
+  for (const std::vector<std::uint64_t>& some : exchange.GatherRecords(own))
+    all.insert(all.end(), some.begin(), some.end());
+  std::ranges::sort(all);
+  return all;
+}
+
+std::vector<std::uint64_t> FacesOfWhole(const bme_FEMFaceList& faces) {
+  std::vector<std::uint64_t> all;
+  for (const unsigned word : faces) all.push_back(bme_MeshOrder(word));
+  return all;
+}
+
+/// Nodes, places between them and far away.
+std::vector<double> PointsNear(const bme_Mesh& mesh) {
+  std::vector<double> points;
+  const std::span<const float> xyz = mesh.NodeData().Coordinates().Const();
+  for (std::size_t i = 0; i + 6 <= xyz.size(); i += 3)
+    for (std::size_t a = 0; a < 3; ++a) points.push_back(static_cast<double>(xyz[i + a]));
+  for (std::size_t i = 0; i + 6 <= xyz.size(); i += 3)
+    for (std::size_t a = 0; a < 3; ++a)
+      points.push_back(0.3 * static_cast<double>(xyz[i + a]) + 0.7 * static_cast<double>(xyz[i + 3 + a]));
+  points.insert(points.end(), {50, -70, 12, 1.5, 1.5, 2.25, -3, 9, 1});
+  return points;
+}
+} // namespace
+
+TEST_F(dst_Answers, BoxAndMeasuresHaveTheSameBits) {
+  bme_MeasureOptions options;
+  options.thickness = [](const bme_ElementClass& type, int) {
+    return type.ClassIndex() % 2 == 0 ? std::optional(0.1) : std::nullopt;
+  };
+  options.density = [](const bme_ElementClass& type, int) {
+    return std::optional(1.0 / (1 + type.ClassIndex()));
+  };
+  ForEachSplit([&](const dst_Mesh& mesh, const bme_Mesh& whole, dst_Exchange&) {
+    EXPECT_EQ(dst_GetBBox(mesh), whole.GetBBox());
+    bme_MeasureOptions plain;
+    ExpectSame(dst_CalculateMeasures(mesh, plain), bme_CalculateMeasures(whole, plain));
+    plain.order = shp_MomentOrder::Measure;
+    ExpectSame(dst_CalculateMeasures(mesh, plain), bme_CalculateMeasures(whole, plain));
+    ExpectSame(dst_CalculateMeasures(mesh, options), bme_CalculateMeasures(whole, options));
+    for (const unsigned c : {0U, 1U, 6U})
+      ExpectSame(dst_CalculateMeasures(mesh, dst_Elements::OfClass(c), options),
+                 bme_CalculateMeasures(bme_FEMElemList::OfClass(whole, c), options));
+    for (const bme_NamedSet& set : MixedSets())
+      if (set.name == "elements" || set.name == "skin")
+        ExpectSame(dst_CalculateMeasures(mesh, dst_Elements::OfSet("sets/Mixed/" + set.name)),
+                   bme_CalculateMeasures(bme_FEMElemList::FromSet(whole, set.data)));
+    EXPECT_NE(ThrownBy<nex_TextException>([&] {
+                dst_CalculateMeasures(mesh, dst_Elements::OfClass(99));
+              }).find("part 0: "),
+              cow_String::npos);
+  });
+}
+
+TEST_F(dst_Answers, FacesAreTheSameSet) {
+  const bme_FaceOptions all[] = {
+      {.exclude = bme_EXCLUDE_UNSUPPORTED, .wantInterior = true},
+      {.exclude = bme_EXCLUDE_UNSUPPORTED, .bothSides = true, .shellsCoverSolids = true},
+      {.exclude = bme_EXCLUDE_UNSUPPORTED,
+       .matchAllNodes = true,
+       .shellsCoverSolids = true,
+       .wantInterior = true}};
+  ForEachSplit([&](const dst_Mesh& mesh, const bme_Mesh& whole, dst_Exchange& exchange) {
+    const auto odd = [](const bme_FEMElemList& of, auto numberOf) {
+      std::vector<unsigned> some;
+      for (const unsigned element : of)
+        if (numberOf(element) % 2 == 1) some.push_back(element);
+      return bme_FEMElemList(of.Mesh(), some);
+    };
+    const bme_FEMElemList every = bme_FEMElemList::All(whole), oddOnes = odd(every, std::identity());
+    const dst_Elements oddParts([&](const dst_OpenPart& part) {
+      return odd(bme_FEMElemList::All(*part.mesh),
+                 [&](unsigned element) { return part.part->ElementNumber(element); });
+    });
+    for (const bme_FaceOptions& options : all) {
+      const dst_FaceSets found = dst_ComputeFaces(mesh, options),
+                         ofOdd = dst_ComputeFaces(mesh, oddParts, options);
+      const bme_FaceSets expected = *bme_ComputeFaces(every, options),
+                         expectedOdd = *bme_ComputeFaces(oddOnes, options);
+      EXPECT_GT(expected.shared.Count(), 0U);
+      const auto compare = [&](auto list, auto inWhole) {
+        EXPECT_EQ(FacesOfAll(mesh, exchange, [&](unsigned part) { return found[part].*list; }),
+                  FacesOfWhole(expected.*inWhole));
+        EXPECT_EQ(FacesOfAll(mesh, exchange, [&](unsigned part) { return ofOdd[part].*list; }),
+                  FacesOfWhole(expectedOdd.*inWhole));
+      };
+      compare(&dst_FaceWords::external, &bme_FaceSets::external);
+      compare(&dst_FaceWords::interior, &bme_FaceSets::interior);
+      compare(&dst_FaceWords::shared, &bme_FaceSets::shared);
+      compare(&dst_FaceWords::collapsed, &bme_FaceSets::collapsed);
+      const auto border = dst_ComputeInterface(mesh, oddParts, dst_Elements::All(), options);
+      EXPECT_EQ(FacesOfAll(mesh, exchange, [&](unsigned part) { return border[part]; }),
+                FacesOfWhole(*bme_ComputeInterface(oddOnes, every, options)));
+    }
+    EXPECT_NE(ThrownBy<nex_TextException>([&] { dst_ComputeFaces(mesh); }).find("a type without a shape"),
+              cow_String::npos);
+  });
+}
+
+TEST_F(dst_Answers, DuplicatesAndCoincidentNodesAreTheSameGroups) {
+  ForEachSplit([](const dst_Mesh& mesh, const bme_Mesh& whole, dst_Exchange&) {
+    std::vector<std::array<std::uint64_t, 2>> expected;
+    for (const auto& [first, later] : bme_FindDuplicates(bme_FEMElemList::All(whole)))
+      expected.push_back({first, later});
+    EXPECT_GE(expected.size(), 7U);
+    EXPECT_EQ(dst_FindDuplicates(mesh), expected);
+    for (const double tolerance : {0.0, 0.3, 0.8}) {
+      std::vector<std::vector<std::uint64_t>> groups;
+      const bme_Adjacency inWhole = bme_FindCoincidentNodes(whole.NodeData(), tolerance);
+      for (std::size_t i = 0; i < inWhole.Count(); ++i)
+        groups.emplace_back(inWhole[i].begin(), inWhole[i].end());
+      EXPECT_EQ(dst_FindCoincidentNodes(mesh, tolerance), groups) << tolerance;
+    }
+    EXPECT_NE(ThrownBy<nex_TextException>([&] { dst_FindCoincidentNodes(mesh, -1); }).find("part 0: "),
+              cow_String::npos);
+  });
+}
+
+TEST_F(dst_Answers, LabelsFindWhatTheWholeMeshFinds) {
+  std::vector<int> labels(500);
+  std::iota(labels.begin(), labels.end(), -100);
+  ForEachSplit([&](const dst_Mesh& mesh, const bme_Mesh& whole, dst_Exchange& exchange) {
+    const std::vector<dst_Place> nodes = dst_FindNodes(mesh, labels),
+                                 elements = dst_FindElements(mesh, labels);
+    std::vector<unsigned> node(labels.size()), element(labels.size());
+    whole.NodeData().GetMeshNodeIndices(labels, node);
+    whole.ElementData().GetMeshElemIndices(labels, element);
+    const auto numberOf = [](unsigned index) { return index == bme_kNotFound ? dst_Place::kNowhere : index; };
+    for (std::size_t i = 0; i < labels.size(); ++i) {
+      EXPECT_EQ(nodes[i].number, numberOf(node[i])) << "node " << labels[i];
+      EXPECT_EQ(elements[i].number, numberOf(element[i])) << "element " << labels[i];
+    }
+    exchange.ForEachPart([&](unsigned part) {
+      for (std::size_t i = 0; i < labels.size(); ++i) {
+        if (nodes[i].part == part) {
+          EXPECT_EQ(mesh.Part(part).part->NodeNumber(nodes[i].index), nodes[i].number);
+        }
+        if (elements[i].part == part) {
+          EXPECT_EQ(mesh.Part(part).part->ElementNumber(elements[i].index), elements[i].number);
+        }
+      }
+    });
+    exchange.Agree();
+  });
+}
+
+TEST_F(dst_Answers, PointsHaveTheSameOwnersAndIsoCoordinates) {
+  ForEachSplit([](const dst_Mesh& mesh, const bme_Mesh& whole, dst_Exchange&) {
+    const std::vector<double> points = PointsNear(whole);
+    const bme_ElementLocator locator(whole);
+    const std::vector<dst_Hit> hits = dst_Locate(mesh, points);
+    const std::vector<std::vector<dst_Hit>> all = dst_LocateAll(mesh, points);
+    const std::vector<dst_Nearest> nearest = dst_FindNearest(mesh, points);
+    const auto numberOf = [](unsigned index) { return index == bme_kNotFound ? dst_Place::kNowhere : index; };
+    std::vector<bme_ElementHit> owners;
+    std::size_t numHits = 0;
+    for (std::size_t i = 0; i < points.size() / 3; ++i) {
+      SCOPED_TRACE("point " + std::to_string(i));
+      const bme_ElementLocator::Point point{points[3 * i], points[3 * i + 1], points[3 * i + 2]};
+      const bme_ElementHit hit = locator.Find(point);
+      EXPECT_EQ(hits[i].element.number, numberOf(hit.element));
+      EXPECT_EQ(hits[i].location, hit.location);
+      EXPECT_EQ(hits[i].iso, hit.iso);
+      numHits += static_cast<std::size_t>(shp_IsHeld(hit.location));
+      locator.FindAll(point, owners);
+      ASSERT_EQ(all[i].size(), owners.size());
+      for (std::size_t k = 0; k < owners.size(); ++k) {
+        EXPECT_EQ(all[i][k].element.number, owners[k].element);
+        EXPECT_EQ(all[i][k].iso, owners[k].iso);
+      }
+      const bme_NearestElement near = locator.FindNearest(point);
+      EXPECT_EQ(nearest[i].element.number, numberOf(near.element));
+      EXPECT_EQ(nearest[i].distance, near.distance);
+      EXPECT_EQ(nearest[i].iso, near.iso);
+    }
+    EXPECT_GT(numHits, 20U);
+  });
+}
+
+TEST_F(dst_Answers, AMissingPartEndsEveryRankWithOneMessage) {
+  const std::unique_ptr<dst_Exchange> exchange = MakeExchange();
+  for (const unsigned numParts : {2U, 9U}) {
+    const dst_SplitFolder folder(
+        SplitOf(MeshWithDuplicates(Labelled::Nodes), Labelled::Nodes, numParts, *exchange));
+    const dst_Mesh mesh = dst_Model(folder.Folder(), *exchange).Mesh();
+    exchange->OnFirstRank([&] { std::filesystem::remove(folder.PartFile(numParts / 2)); });
+    exchange->Agree();
+    const cow_String said = ThrownBy<nex_TextException>([&] { dst_CalculateMeasures(mesh); });
+    EXPECT_TRUE(said.starts_with("part " + std::to_string(numParts / 2) + ": ")) << said;
+    EXPECT_EQ(ThrownBy<nex_TextException>([&] { dst_GetBBox(mesh); }), said);
+    EXPECT_EQ(ThrownBy<nex_TextException>([&] { dst_FindDuplicates(mesh); }), said);
+    EXPECT_NE(ThrownBy<nex_TextException>([&] { dst_Model("no such.split", *exchange); }), kNothingThrown);
+  }
+}
