@@ -31,7 +31,7 @@ set(find_METIS__METIS "list(APPEND CMAKE_MODULE_PATH \${CMAKE_CURRENT_LIST_DIR})
 set(libs_METIS__METIS ${METIS_LIBRARY})
 
 set(find_MPI__MPI_C "find_dependency(MPI COMPONENTS C)\n")
-set(requires_MPI__MPI_C ompi-c)
+set(libs_MPI__MPI_C ${MPI_C_LIBRARIES})
 
 set(CG_PACKAGE ${CMAKE_INSTALL_LIBDIR}/cmake/CoreGeometry)
 # the .pc files find the prefix from their own place, so that an installed tree can be moved
@@ -45,7 +45,8 @@ foreach(CG_COMPONENT "" ${components})
   set(CG_PC_LIBS "")
   get_property(used GLOBAL PROPERTY CG_LINK_${CG_COMPONENT})
   list(FILTER used EXCLUDE REGEX "^CoreGeometry")
-  if(NOT BUILD_SHARED_LIBS)
+  # MPI's header is included by a public one, so users of shared libraries need it, too
+  if(NOT BUILD_SHARED_LIBS OR "MPI::MPI_C" IN_LIST used)
     foreach(library IN LISTS used)
       string(MAKE_C_IDENTIFIER ${library} id)
       if(NOT DEFINED find_${id})
