@@ -70,6 +70,8 @@ public:
   void Fail(unsigned part, const cow_String& text); ///< as if the part's work had thrown the text
   /// Throws on all ranks when anything failed on one of them.
   void Agree();
+  /// True when the last call that all ranks make threw what they agreed on: every rank knows then.
+  bool HasAgreedToFail() const noexcept { return hasAgreedToFail_; }
 
   // messages
   void Send(unsigned from, unsigned to, std::span<const std::byte> bytes); ///< from an own part
@@ -132,6 +134,7 @@ private:
 
   unsigned numParts_ = 0;
   std::optional<Failure> failure_;
+  bool hasAgreedToFail_ = false;
   std::vector<std::uint64_t> bytesSent_; ///< by own parts
   std::vector<unsigned> frame_;          ///< of the message that is being sent
 };

@@ -61,7 +61,8 @@ void dst_Exchange::Agree() {
   Failure worst = failure_.value_or(Failure{});
   failure_.reset();
   AgreeOn(worst);
-  if (worst.part == Failure::kNone) return;
+  hasAgreedToFail_ = worst.part != Failure::kNone;
+  if (!hasAgreedToFail_) return;
   NumPartsChanged();
   if (worst.isCancelled) throw wip_Cancelled();
   if (worst.part == Failure::kNoPart) throw nex_TextException(worst.text);

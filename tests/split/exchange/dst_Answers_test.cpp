@@ -3,6 +3,7 @@
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_FEMConnect.h>
+#include <CoreGeometry/dst_Averages.h>
 #include <CoreGeometry/dst_CoincidentNodes.h>
 #include <CoreGeometry/dst_Faces.h>
 #include <CoreGeometry/dst_Library.h>
@@ -11,6 +12,7 @@
 #include <ThrownBy.h>
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <gtest/gtest.h>
 
 namespace {
@@ -231,6 +233,66 @@ TEST_F(dst_Answers, PointsHaveTheSameOwnersAndIsoCoordinates) {
       EXPECT_EQ(nearest[i].iso, near.iso);
     }
     EXPECT_GT(numHits, 20U);
+  });
+}
+
+TEST_F(dst_Answers, MeansAtNodesAreAddedInTheOrderOfOneProcess) {
+  constexpr std::size_t kWidth = 2;
+  // of any size, so that another order gives other bits, and sometimes no number
+  const auto value = [](std::uint64_t element, std::size_t place, std::size_t component) {
+    const std::uint64_t mixed = (element * 64 + place * kWidth + component + 1) * 0x9E3779B97F4A7C15U;
+    return mixed % 11 == 0 ? std::nan("")
+                           : std::ldexp(static_cast<double>(mixed >> 11U), -static_cast<int>(mixed % 40));
+  };
+  const auto solids = [](const bme_Mesh& mesh) {
+    return bme_FEMElemList::OfClass(mesh, 0)
+        .Union(bme_FEMElemList::OfClass(mesh, 1))
+        .Union(bme_FEMElemList::OfClass(mesh, 3));
+  };
+  const auto rows = [&](const bme_FEMElemList& elements, auto numberOf) {
+    std::vector<double> all;
+    for (const unsigned element : elements) {
+      const int numNodes = elements.Mesh().ElementData().GetElemClass(element).NumNodesPerElem();
+      for (std::size_t k = 0; k < kWidth * static_cast<std::size_t>(numNodes); ++k)
+        all.push_back(value(numberOf(element), k / kWidth, k % kWidth));
+    }
+    return all;
+  };
+  const dst_Elements ofParts([&](const dst_OpenPart& part) { return solids(*part.mesh); });
+  ForEachSplit([&](const dst_Mesh& mesh, const bme_Mesh& whole, dst_Exchange& exchange) {
+    std::vector<std::array<double, kWidth>> sums(whole.NodeData().NumNodes()), counts(sums.size());
+    const bme_FEMElemList elements = solids(whole);
+    const std::vector<double> ofWhole = rows(elements, std::identity());
+    const double* next = ofWhole.data();
+    for (const unsigned element : elements) {
+      const bme_ElementClass& type = whole.ElementData().GetElemClass(element);
+      for (const int node : type.Connectivity(static_cast<int>(element) - type.FirstElementIndex()))
+        for (std::size_t c = 0; c < kWidth; ++c, ++next)
+          if (!std::isnan(*next)) {
+            sums[static_cast<std::size_t>(node)][c] += *next;
+            ++counts[static_cast<std::size_t>(node)][c];
+          }
+    }
+    const auto found =
+        dst_AverageAtNodes(mesh, ofParts, kWidth, [&](const dst_OpenPart& part, const bme_FEMElemList& some) {
+          return rows(some, [&](unsigned element) { return part.part->ElementNumber(element); });
+        });
+    exchange.ForEachPart([&](unsigned number) {
+      const dst_Part& part = *mesh.Part(number).part;
+      ASSERT_EQ(found[number].size(), kWidth * part.NumNodes());
+      for (unsigned i = 0; i < kWidth * part.NumNodes(); ++i) {
+        const std::size_t node = part.NodeNumber(i / kWidth), c = i % kWidth;
+        const double expected = counts[node][c] > 0 ? sums[node][c] / counts[node][c] : std::nan("");
+        EXPECT_TRUE(found[number][i] == expected || (std::isnan(found[number][i]) && std::isnan(expected)))
+            << "node " << node << ": " << found[number][i] << " instead of " << expected;
+      }
+    });
+    exchange.Agree();
+    const auto tooFew = [](const dst_OpenPart&, const bme_FEMElemList&) { return std::vector<double>(1); };
+    EXPECT_NE(ThrownBy<nex_TextException>([&] {
+                dst_AverageAtNodes(mesh, ofParts, kWidth, tooFew);
+              }).find("part 0: 1 values"),
+              cow_String::npos);
   });
 }
 
