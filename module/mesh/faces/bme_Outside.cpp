@@ -33,6 +33,12 @@ Vector AreaVector(std::span<const int> corners, std::span<const float> xyz) {
   return sum;
 }
 
+/// The group of an element is its class.
+struct GroupByClass {
+  const bme_ElementData& elements;
+  int operator()(unsigned element) const { return static_cast<int>(elements.GetClassIndex(element)); }
+};
+
 class Finder {
 public:
   Finder(const bme_Mesh& mesh, cow_String place) : mesh_(mesh), place_(std::move(place)) {}
@@ -49,16 +55,26 @@ public:
     return std::move(result_);
   }
 
+  bme_Outside Of(const bme_FEMFaceList& faces) {
+    AddGroupsOfClasses();
+    AddFaces(faces, GroupByClass{mesh_.ElementData()});
+    FindEdges();
+    return std::move(result_);
+  }
+
 private:
-  void AddClasses() {
+  void AddGroupsOfClasses() {
     const bme_ElementData& elements = mesh_.ElementData();
     for (unsigned i = 0; i < elements.NumClasses(); ++i)
       result_.groups.push_back(elements.GetClass(i).ElemTypeLabel() + " \""
                                + elements.GetClass(i).CategoryLabel() + '"');
+  }
+
+  void AddClasses() {
+    AddGroupsOfClasses();
     const bme_FEMElemList all = bme_FEMElemList::All(mesh_);
-    const auto groupOf = [&](unsigned element) { return static_cast<int>(elements.GetClassIndex(element)); };
-    AddFaces(External(all), groupOf);
-    AddLines(all, groupOf);
+    AddFaces(External(all), GroupByClass{mesh_.ElementData()});
+    AddLines(all, GroupByClass{mesh_.ElementData()});
   }
 
   void AddSets(std::span<const bme_NamedSet> sets, std::span<const std::string> names) {
@@ -234,3 +250,5 @@ bme_Outside bme_FindOutside(const bme_Mesh& mesh, std::span<const bme_NamedSet> 
                             std::span<const std::string> names, const cow_String& place) {
   return Finder(mesh, place).Run(sets, names);
 }
+
+bme_Outside bme_OutsideOf(const bme_FEMFaceList& faces) { return Finder(faces.Mesh(), "").Of(faces); }
