@@ -28,10 +28,11 @@ macro(cg_package component)
 endmacro()
 set(CPACK_COMPONENTS_ALL "")
 cg_package(Library NAME libcoregeometry${CG_SOVERSION} SECTION libs SUMMARY "libraries of the model and its database")
+set(needs_Mpi Distributed Exchange) # further components that a library or its program links
 foreach(component IN LISTS components)
   string(TOLOWER ${component} name)
   cg_package(${component} NAME libcoregeometry-${name}${CG_SOVERSION} SECTION libs
-    SUMMARY "library of the component ${component}" DEPENDS Library)
+    SUMMARY "library of the component ${component}" DEPENDS Library ${needs_${component}})
 endforeach()
 if(TARGET CoreGeometryExodus)
   cg_package(Exodus NAME coregeometry-exodus SECTION libs SUMMARY "plug-in that reads and writes Exodus II files"

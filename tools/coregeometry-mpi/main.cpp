@@ -1,0 +1,99 @@
+// The coregeometry-mpi program: answers questions about split models on several processes.
+#include "cli_Console.h"
+#include "cli_Model.h"
+#include "cli_Parser.h"
+#include "spl_Split.h"
+
+#include <CoreGeometry/DDB_CoreGeometry.h>
+#include <CoreGeometry/dst_Library.h>
+#include <CoreGeometry/dst_MpiExchange.h>
+#include <algorithm>
+#include <iostream>
+#include <span>
+
+namespace {
+bool wantsJson = false;
+
+int Fail(const std::string& what, int exitCode) {
+  std::cerr << "coregeometry-mpi: " << cli_Printable(what, cli_Escape::Lines) << '\n';
+  if (wantsJson) cli_PrintJson({{"error", {{"message", what}, {"exitCode", exitCode}}}});
+  std::cout.flush();
+  return exitCode;
+}
+
+int Run(int argc, char** argv, dst_Exchange& exchange) {
+  CLI::App app("Answers questions about split models, part by part, on the ranks of mpirun.",
+               "coregeometry-mpi");
+  app.footer("\"coregeometry-mpi COMMAND --help\" explains a command with an example.\n"
+             "Any number of ranks works with any number of parts. Exit codes: 0 done, 1 wrong input, 2 wrong "
+             "usage.");
+  app.set_version_flag("--version", CORE_GEOMETRY_VERSION);
+  app.require_subcommand(1);
+  app.fallthrough();
+  app.add_flag_callback(
+      "-q,--quiet", [] { cli_SetTalk(cli_Talk::Quiet); }, "Only answers and errors");
+  cli_Command program(app);
+  spl_AddInfo(program, exchange);
+  spl_AddMeasure(program, exchange);
+  spl_AddSkin(program, exchange);
+  const std::vector<std::string> words(argv + 1, argv + argc);
+  wantsJson = std::ranges::find(words, "--json") != words.end();
+  try {
+    cli_CheckCommandName(app, words);
+    app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+  } catch (const CLI::Success& request) {
+    return app.exit(request);
+  } catch (const CLI::ParseError& error) {
+    throw cli_UsageError(cli_Explain(app, error));
+  }
+  std::cout.flush();
+  return std::cout ? cli_OK : cli_WRONG_INPUT;
+}
+
+/// What a failure of the run means on this rank. All ranks have parsed the same words; later they fail together, or the
+/// exchange does not know of it, and the others would wait.
+int RunGuarded(int argc, char** argv, dst_MpiExchange& exchange, std::streambuf* errors) {
+  try {
+    const DDB_CoreGeometry library;
+    const dst_Library distributed;
+    return Run(argc, argv, exchange);
+  } catch (const cli_Incomplete&) {
+    return cli_WRONG_INPUT;
+  } catch (const cli_UsageError& error) {
+    return Fail(error.what(), cli_WRONG_USAGE);
+  } catch (const wip_Cancelled&) {
+    if (exchange.HasAgreedToFail()) return Fail("interrupted", cli_INTERRUPTED + cli_StopSignal());
+  } catch (const nex_TextException& error) { // agreed on, or found by each rank in the same words or index
+    return Fail(error.what(), cli_WRONG_INPUT);
+  } catch (const std::exception& error) {
+    std::cerr.rdbuf(errors);
+    std::cerr << "coregeometry-mpi: rank " << exchange.Rank() << ": " << error.what() << std::endl;
+  }
+  MPI_Abort(MPI_COMM_WORLD, cli_WRONG_INPUT);
+  return cli_WRONG_INPUT;
+}
+} // namespace
+
+int main(int argc, char** argv) {
+  MPI_Init(&argc, &argv);
+  int exitCode = cli_OK;
+  {
+    dst_MpiExchange exchange(MPI_COMM_WORLD);
+    std::streambuf* const errors = std::cerr.rdbuf();
+    std::streambuf* const answers = std::cout.rdbuf();
+    if (!exchange.IsFirstRank()) { // one rank prints
+      std::cout.rdbuf(nullptr);
+      std::cerr.rdbuf(nullptr);
+    }
+    cli_HandleSignals();
+    exitCode = RunGuarded(argc, argv, exchange, errors);
+    std::cout.rdbuf(answers);
+    std::cerr.rdbuf(errors);
+    std::cout.flush();
+    exchange.Close();
+    // mpirun ends all others as soon as one has failed: only the rank that printed says so
+    if (!exchange.IsFirstRank()) exitCode = cli_OK;
+  }
+  MPI_Finalize();
+  return exitCode;
+}
