@@ -7,6 +7,7 @@
 #include <CoreGeometry/bme_CombineMeshes.h>
 #include <CoreGeometry/bme_DivideMesh.h>
 #include <CoreGeometry/bme_MeshBuilder.h>
+#include <CoreGeometry/bme_OrientMesh.h>
 #include <CoreGeometry/bme_RenumberMesh.h>
 #include <CoreGeometry/gsl_Matrix.h>
 #include <CoreGeometry/gsl_Point.h>
@@ -346,5 +347,53 @@ TEST_F(odiC_SendRunTest, CopiesHaveTheirOwnValuesAndTheRunIsReplacedInOnePass) {
               }).find(message),
               cow_String::npos);
   }
+}
+/// Of a shell that is turned, the values at the bottom are not those of its new bottom; those in the middle stay.
+TEST_F(odiC_SendRunTest, SectionPointsOfTurnedShellsAreLeftOut) {
+  const std::vector<float> xyz{0, 0, 0, 1, 0, 0, 2, 0, 0, 0, 1, 0, 1, 1, 0, 2, 1, 0};
+  const bme_MeshAndSets shells{
+      bme_MeshBuilder(xyz).Add({.type = "S4", .connectivity = {0, 1, 4, 3, 1, 2, 5, 4}}).Build(1)};
+  cls_Database model = cls_Database::Open(file_.string(), cls_Database::Mode::ReadWrite);
+  {
+    cls_WritePass pass(model);
+    pass.Put("meshes/shells", shells.mesh);
+    pass.Commit();
+  }
+  odiC_RunWriter writer(model, "results/shells/a", shells.mesh);
+  odiC_Category category;
+  category.name = "section";
+  category.sectionPoints = {"bottom", "middle", "top"};
+  category.offsets = {-1, 0, 1};
+  writer.AddCategory(category);
+  odiC_Layout layout;
+  layout.completeness = res_FULL_FIELD;
+  for (int point = 0; point < 3; ++point) {
+    odiC_LayoutBlock block;
+    block.position = res_WHOLE_ELEMENT;
+    block.classIndex = block.category = 0;
+    block.sectionPoint = point;
+    block.numEntities = 2;
+    layout.Add(block);
+  }
+  writer.BeginStep("s");
+  writer.BeginFrame({.value = 1});
+  const std::vector<double> values{1, 2, 3, 4, 5, 6};
+  writer.PutField(writer.AddVariable(odiC_Variable("S", res_SCALAR)), writer.AddLayout(layout),
+                  cow_ArrayCOW<double>(values));
+  writer.Commit();
+  const std::vector<unsigned> first{0};
+  const bme_Edited turned = bme_ReverseElements(shells, first);
+  const odiC_Image image{&turned.renumbering};
+  const odiC_Run run = odiC_Run::Open(model, "results/shells/a");
+  cls_WritePass pass(model);
+  pass.Put("meshes/turned", turned.result.mesh);
+  const auto remarks = odiC_SendRun(run, std::span(&image, 1), shells.mesh, turned.result.mesh, model, pass,
+                                    "results/turned/a");
+  pass.Commit();
+  EXPECT_EQ(remarks.size(), 2U);
+  odiC_FieldReader reader = odiC_Run::Open(model, "results/turned/a").Field(0, 0, 0);
+  std::vector<double> sent(static_cast<std::size_t>(reader.NumRows()));
+  reader.Read(0, sent);
+  EXPECT_EQ(sent, (std::vector<double>{2, 3, 4, 6}));
 }
 } // namespace

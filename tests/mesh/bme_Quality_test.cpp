@@ -2,6 +2,7 @@
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_Quality.h>
+#include <CoreGeometry/chk_Findings.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
 #include <cmath>
 #include <limits>
@@ -154,4 +155,19 @@ TEST_F(bme_QualityTest, MidNodesAndConcaveCorners) {
   const auto concave = bme_Quality(*arrow, 0, AllMeasures());
   EXPECT_NEAR(concave[5][0], 360 - std::acos(-0.6) * 180 / std::numbers::pi, 1e-9);
   EXPECT_LT(concave[3][0], 0);
+}
+
+TEST_F(bme_QualityTest, AdviceOnFoldedElementsSaysWhatIsWrongWithTheWorst) {
+  const std::pair<std::vector<float>, const char*> cases[] = {
+      {{0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 0.9F, 0, 0, 1, 0.5F, 0, 0.5F, 1, 0, 0, 0.5F, 0},
+       "; of the worst: move its mid node back to the middle of the edge"},
+      {{0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 0.5F, 1.4F, 0, 1, 0.5F, 0, 0.5F, 1, 0, 0, 0.5F, 0},
+       "; of the worst: move its mid node nearer to the edge"}};
+  for (const auto& [places, advice] : cases) {
+    std::vector<chk_Finding> found;
+    chk_Findings findings("m", found);
+    chk_Elements(*MeshOf("CPS8", places), findings);
+    ASSERT_EQ(found.size(), 1U) << advice;
+    EXPECT_TRUE(found[0].advice.ends_with(advice)) << found[0].advice;
+  }
 }

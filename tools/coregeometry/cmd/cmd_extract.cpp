@@ -5,16 +5,18 @@
 #include "cli_Words.h"
 
 #include <CoreGeometry/bme_CleanMesh.h>
+#include <CoreGeometry/bme_ExternalFaces.h>
 
 namespace {
 struct Arguments : cli_EditArguments {
   std::vector<std::string> sets;
-  bool shells = false;
+  bool shells = false, outside = false;
 };
 
 void Run(const Arguments& arguments) {
   cli_Console console;
-  if (arguments.sets.empty()) throw cli_UsageError("--set is required: what shall be extracted?");
+  if (arguments.sets.empty() != arguments.outside)
+    throw cli_UsageError("what shall be extracted? Give --set, or --outside");
   console.Begin("reading " + arguments.file);
   const cli_EditSource source = cli_ReadEditSource(arguments);
   std::vector<unsigned> chosen;
@@ -22,9 +24,14 @@ void Run(const Arguments& arguments) {
     const auto own = arguments.shells ? cli_FacesOfSet(source, set) : cli_ElementsOfSet(source, set);
     chosen.insert(chosen.end(), own.begin(), own.end());
   }
+  if (arguments.outside) {
+    const auto faces = bme_ComputeFaces(bme_FEMElemList::All(source.all.mesh));
+    if (!faces) throw nex_TextException(source.root + ": has faces that cannot be compared");
+    chosen.assign(faces->external.begin(), faces->external.end());
+  }
   console.Begin("extracting");
-  const bme_Edited edited =
-      arguments.shells ? bme_ExtractFaces(source.all, chosen) : bme_ExtractElements(source.all, chosen);
+  const bme_Edited edited = arguments.shells || arguments.outside ? bme_ExtractFaces(source.all, chosen)
+                                                                  : bme_ExtractElements(source.all, chosen);
   console.End();
   cli_StoreEdited(arguments, source, edited, cli_Json::object());
 }
@@ -36,6 +43,7 @@ void cli_AddExtract(cli_Command& program) {
   cli_AddEditOptions(command, *arguments);
   cli_AddNames(command, "--set", arguments->sets, "Sets and surfaces whose elements are extracted");
   command.AddFlag("--shells", arguments->shells, "Extract the faces of surfaces as shells instead");
+  command.AddFlag("--outside", arguments->outside, "Extract the outside as shells");
   command.Footer(
       "Nodes and elements keep their labels, sets what is left of them. Shells get labels from 1.\n"
       "\n"
