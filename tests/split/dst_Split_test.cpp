@@ -10,11 +10,13 @@
 #include <CoreGeometry/dst_Library.h>
 #include <CoreGeometry/dst_Split.h>
 #include <CoreGeometry/dst_WriteSplit.h>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <set>
 #include <sstream>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -313,4 +315,30 @@ TEST_F(Split, StoredClassesAreReadBackUnchanged) {
   std::ifstream file(cow_String(TEST_FILES) + "/split_classes.txt");
   const cow_String golden((std::istreambuf_iterator<char>(file)), {});
   EXPECT_EQ(dump.str(), golden);
+}
+
+TEST_F(Split, AKilledSplitGoesOnToTheSameOne) {
+  const bme_Mesh mesh = *MeshMaker().Box(30, 30, 30).Make(7);
+  const auto source = dst_MeshSource("Wing", mesh);
+  const dst_SplitOptions options{.parts = 12, .chunks = 3, .memory = std::size_t{1} << 26};
+  const dst_Index whole = dst_Split(*source, In("whole.split"), options).index;
+  int numKilled = 0;
+  for (int milliseconds = 5; milliseconds < 20000; milliseconds += milliseconds / 2) {
+    const pid_t child = fork();
+    if (child == 0) {
+      dst_Split(*source, In("wing.split"), options);
+      _exit(0);
+    }
+    usleep(static_cast<useconds_t>(milliseconds) * 1000);
+    kill(child, SIGKILL);
+    int status = 0;
+    waitpid(child, &status, 0);
+    if (!WIFSIGNALED(status)) break;
+    ++numKilled;
+    if (fs::exists(dst_SplitFolder::IndexFile(In("wing.split")))) // then it is finished: nothing else is a model
+      EXPECT_TRUE(dst_SplitFolder(In("wing.split")).Index() == whole);
+  }
+  EXPECT_GT(numKilled, 2);
+  EXPECT_EQ(dst_Split(*source, In("wing.split"), options).numKept, 12U);
+  EXPECT_TRUE(dst_SplitFolder(In("wing.split")).Index() == whole);
 }
