@@ -26,6 +26,12 @@ unsigned HashOf(std::span<const unsigned> holders) {
   return static_cast<unsigned>(hash >> 32);
 }
 
+cow_String Joined(std::initializer_list<std::string_view> words) {
+  cow_String text;
+  for (const std::string_view word : words) text += word;
+  return text;
+}
+
 cow_String PartText(unsigned part) { return "part " + std::to_string(part); }
 
 class Checker {
@@ -226,13 +232,13 @@ private:
     const auto& one = copies.front();
     const cow_String node = "node " + std::to_string(one[0]);
     for (const auto& other : copies) {
-      const cow_String where = " in " + PartText(one[1]) + " than in " + PartText(other[1]);
+      const cow_String where = Joined({" in ", PartText(one[1]), " than in ", PartText(other[1])});
       if (!std::equal(one.begin() + 2, one.begin() + 5, other.begin() + 2))
-        AddOf("coordinates", other[1], node + " has other coordinates" + where);
+        AddOf("coordinates", other[1], Joined({node, " has other coordinates", where}));
       if (one[5] != other[5])
         AddOf("labels", other[1],
-              node + " has another label" + where + " (" + std::to_string(static_cast<int>(one[5])) + ", "
-                  + std::to_string(static_cast<int>(other[5])) + ")");
+              Joined({node, " has another label", where, " (", std::to_string(static_cast<int>(one[5])), ", ",
+                      std::to_string(static_cast<int>(other[5])), ")"}));
       if (other[6] != hash) {
         cow_String list;
         for (const unsigned part : holders) {
@@ -240,7 +246,7 @@ private:
           list += std::to_string(part);
         }
         AddOf("holders", other[1],
-              node + " is held by the parts " + list + ", but " + PartText(other[1]) + " names others");
+              Joined({node, " is held by the parts ", list, ", but ", PartText(other[1]), " names others"}));
       }
     }
   }
