@@ -41,6 +41,7 @@ std::vector<Pair> PairsAmong(const std::vector<Node>& nodes, double tolerance) {
   const bme_Adjacency groups =
       bme_FindCoincidentNodes(bme_NodeData(uti_CoordCont3D(cow_ArrayCOW<float>(std::move(xyz)))), tolerance);
   std::vector<Pair> pairs;
+  pairs.reserve(groups.items.size());
   for (std::size_t g = 0; g + 1 < groups.first.size(); ++g)
     for (unsigned k = groups.first[g] + 1; k < groups.first[g + 1]; ++k)
       pairs.push_back({nodes[groups.items[groups.first[g]]].number, nodes[groups.items[k]].number});
@@ -63,6 +64,7 @@ std::vector<std::vector<std::uint64_t>> Connect(const std::vector<std::vector<Pa
   std::map<unsigned, std::vector<std::uint64_t>> members;
   for (const auto& [node, above] : parent) members[root(node)].push_back(node);
   std::vector<std::vector<std::uint64_t>> groups;
+  groups.reserve(members.size());
   for (auto& [first, nodes] : members) groups.push_back(std::move(nodes));
   return groups;
 }
@@ -71,6 +73,7 @@ std::vector<std::vector<std::uint64_t>> Connect(const std::vector<std::vector<Pa
 std::vector<std::vector<std::uint64_t>> dst_FindCoincidentNodes(const dst_Mesh& mesh, double tolerance) {
   dst_Exchange& exchange = mesh.Exchange();
   std::vector<dst_PartFacts> facts;
+  facts.reserve(mesh.NumParts());
   for (unsigned part = 0; part < mesh.NumParts(); ++part) facts.push_back(mesh.Index().Part(part));
   // of two parts the later one looks for pairs
   exchange.ForEachPart([&](unsigned number) {
