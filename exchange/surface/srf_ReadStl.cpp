@@ -70,8 +70,9 @@ private:
     const auto at = static_cast<std::size_t>(index);
     return blocks_[at / kBlock][at % kBlock];
   }
-  /// Of points without -0 and NaN.
-  static bool AreSame(const Point& a, const Point& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+  static bool AreSame(const Point& a, const Point& b) { // with one branch
+    return (a[0] == b[0]) & (a[1] == b[1]) & (a[2] == b[2]);
+  }
   static std::size_t Hash(const Point& point) {
     std::uint64_t mixed = 0;
     for (const Real x : point) {
