@@ -10,6 +10,7 @@
 #include <vector>
 
 class cls_Database;
+class dst_SplitFolder;
 class cls_WritePass;
 
 /// A set of a source, without its entries.
@@ -81,6 +82,9 @@ protected:
 /// model must outlive the source, and nobody can change it meanwhile. A model of older layouts is read whole.
 CORE_GEOMETRY_DISTRIBUTED_API std::unique_ptr<dst_Source> dst_ModelSource(const cls_Database& model,
                                                                           const cow_String& meshRoot);
+
+/// The mesh of another split, to be split anew. It is joined in memory.
+CORE_GEOMETRY_DISTRIBUTED_API std::unique_ptr<dst_Source> dst_SplitSource(const dst_SplitFolder& split);
 
 /// What a mesh in memory does not know itself.
 struct dst_MeshBeside {

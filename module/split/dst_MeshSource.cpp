@@ -1,5 +1,6 @@
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/bme_StoredSets.h>
+#include <CoreGeometry/dst_Join.h>
 #include <CoreGeometry/dst_Source.h>
 #include <algorithm>
 
@@ -16,12 +17,15 @@ bool dst_SourceFacts::HasElementLabels() const noexcept {
 }
 
 namespace {
+using Put = std::function<void(cls_WritePass&)>;
+
 class MeshSource : public dst_Source {
 public:
-  MeshSource(const cow_String& name, const bme_Mesh& mesh, std::vector<bme_NamedSet> sets,
-             const dst_MeshBeside& beside)
-      : mesh_(mesh), sets_(std::move(sets)), beside_(beside) {
-    facts_.file = beside.file;
+  MeshSource(const cow_String& name, const bme_Mesh& mesh, std::vector<dst_JoinedSet> sets,
+             const cow_String& file, Put putBeside, Put putRegions)
+      : mesh_(mesh), sets_(std::move(sets)), putBeside_(std::move(putBeside)),
+        putRegions_(std::move(putRegions)) {
+    facts_.file = file;
     const bme_NodeData& nodes = mesh_.NodeData();
     facts_.mesh = name;
     facts_.shell =
@@ -36,7 +40,7 @@ public:
       range.SetNumbers(first, range.NumElements());
       first = range.EndElement();
     }
-    for (const bme_NamedSet& set : sets_) AddSet(set);
+    for (const dst_JoinedSet& set : sets_) AddSet(set);
   }
 
   void ReadCoordinates(std::uint64_t firstNode, std::span<float> xyz) const override {
@@ -60,16 +64,8 @@ public:
     Copy(entries.IdArray(), first, numbers);
     if (!facets.empty()) Copy(entries.FacetIdArray(), first, facets);
   }
-  void PutBeside(cls_WritePass& index) const override {
-    PutRegions(index);
-    if (beside_.put) beside_.put(index);
-  }
-  void PutRegions(cls_WritePass& part) const override {
-    for (const bme_NamedSet& set : sets_) {
-      const rgnC_Region region = bme_RegionOf(facts_.mesh, set);
-      part.Put(bme_kRegionFolder + facts_.mesh + "/" + set.Root(), region);
-    }
-  }
+  void PutBeside(cls_WritePass& index) const override { putBeside_(index); }
+  void PutRegions(cls_WritePass& part) const override { putRegions_(part); }
 
 private:
   template<class From, class To>
@@ -78,9 +74,8 @@ private:
                            [](From value) { return static_cast<To>(value); });
   }
 
-  void AddSet(const bme_NamedSet& set) {
-    dst_SetFacts facts{bme_kSetFolder + facts_.mesh + "/" + set.Root(), set.data.WithoutSubsets(), {}};
-    if (facts.shell.GetSetLabel().empty()) facts.shell.SetLabel(set.name);
+  void AddSet(const dst_JoinedSet& set) {
+    dst_SetFacts facts{set.root, set.data.WithoutSubsets(), {}};
     for (int i = 0; i < set.data.NumSubset(); ++i) {
       const rgnC_SubsetData& subset = set.data.SubSet(i);
       facts.shell.AppendSubset(subset.WithItems({}, {}));
@@ -91,12 +86,44 @@ private:
   }
 
   bme_Mesh mesh_;
-  std::vector<bme_NamedSet> sets_;
-  dst_MeshBeside beside_;
+  std::vector<dst_JoinedSet> sets_;
+  Put putBeside_, putRegions_;
 };
 } // namespace
 
 std::unique_ptr<dst_Source> dst_MeshSource(const cow_String& name, const bme_Mesh& mesh,
                                            std::vector<bme_NamedSet> sets, const dst_MeshBeside& beside) {
-  return std::make_unique<MeshSource>(name, mesh, std::move(sets), beside);
+  std::vector<dst_JoinedSet> stored;
+  for (const bme_NamedSet& set : sets) {
+    stored.push_back({bme_kSetFolder + name + "/" + set.Root(), set.data});
+    if (set.data.GetSetLabel().empty()) stored.back().data.SetLabel(set.name);
+  }
+  const Put putRegions = [name, sets = std::move(sets)](cls_WritePass& pass) {
+    for (const bme_NamedSet& set : sets) {
+      const rgnC_Region region = bme_RegionOf(name, set);
+      pass.Put(bme_kRegionFolder + name + "/" + set.Root(), region);
+    }
+  };
+  const Put putBeside = [putRegions, put = beside.put](cls_WritePass& pass) {
+    putRegions(pass);
+    if (put) put(pass);
+  };
+  return std::make_unique<MeshSource>(name, mesh, std::move(stored), beside.file, putBeside, putRegions);
+}
+
+std::unique_ptr<dst_Source> dst_SplitSource(const dst_SplitFolder& split) {
+  std::vector<dst_JoinedSet> sets = dst_JoinSets(split);
+  const auto index = std::make_shared<const cls_Database>(split.OpenIndexFile());
+  std::vector<cow_String> roots;
+  for (const cow_String& root : index->Roots())
+    if (root != dst_kIndexRoot && !std::ranges::count(sets, root, &dst_JoinedSet::root))
+      roots.push_back(root);
+  const auto copy = [index](const std::vector<cow_String>& these) -> Put {
+    return [index, these](cls_WritePass& pass) {
+      for (const cow_String& root : these) pass.Copy(*index, root);
+    };
+  };
+  return std::make_unique<MeshSource>(split.Index().MeshName(), dst_JoinMesh(split), std::move(sets),
+                                      split.Folder(), copy(roots),
+                                      copy(index->RootsOf({rgnC_Region::TypeId()})));
 }

@@ -109,7 +109,13 @@ TEST_F(Split, JoinsToTheSameModelForAnyAssignment) {
       EXPECT_TRUE(split.Index().Box() == mesh.GetBBox());
       ExpectHolders(split, HoldersOf(mesh, parts, numParts));
       fs::remove(In("joined.cgdb"));
-      dst_Join(split, In("joined.cgdb"));
+      if (seed % 4 == 1) { // split once more
+        fs::remove_all(In("again.split"));
+        dst_WriteSplit(*dst_SplitSource(split), RandomParts(numElements, 5, seed), 5, In("again.split"));
+        dst_Join(dst_SplitFolder(In("again.split")), In("joined.cgdb"));
+      } else {
+        dst_Join(split, In("joined.cgdb"));
+      }
       EXPECT_EQ(Differences(whole, In("joined.cgdb")), "") << numParts << " parts";
     }
   }

@@ -6,6 +6,7 @@
 
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/dst_Split.h>
+#include <CoreGeometry/dst_SplitFolder.h>
 #include <CoreGeometry/fmt_Format.h>
 #include <charconv>
 #include <filesystem>
@@ -51,6 +52,10 @@ struct Source {
 
 Source Open(const Arguments& arguments) {
   Source source;
+  if (cli_IsSplit(arguments.file)) {
+    source.mesh = dst_SplitSource(dst_SplitFolder(arguments.file));
+    return source;
+  }
   if (fs::path(arguments.file).extension() == ".cgdb") {
     source.model.emplace(cli_OpenModel(arguments.file));
     if (source.model->IsOutdated()) source.model.emplace(source.model->Converted());
@@ -82,6 +87,8 @@ cli_Json ReportJson(const Arguments& arguments, const dst_SplitReport& report) {
 }
 
 void Run(Arguments arguments) {
+  if (arguments.output.empty() && cli_IsSplit(arguments.file))
+    throw cli_UsageError("-o is required: where shall the parts of " + arguments.file + " go?");
   if (arguments.output.empty())
     arguments.output = fs::path(arguments.file).replace_extension(".split").string();
   const dst_SplitOptions options{.parts = static_cast<unsigned>(arguments.parts),
@@ -134,7 +141,7 @@ void Run(Arguments arguments) {
 void cli_AddSplit(cli_Command& program) {
   cli_Command command = program.AddCommand("split", "Split a mesh into parts, each a model file");
   auto arguments = std::make_shared<Arguments>();
-  command.AddOption("MODEL", arguments->file, "Model file (.cgdb), or a mesh file that import reads")
+  command.AddOption("MODEL", arguments->file, "Model file (.cgdb), a split, or a mesh file that import reads")
       .Required();
   command
       .AddOption("-n,--parts", arguments->parts,
