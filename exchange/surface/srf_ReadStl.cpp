@@ -71,7 +71,10 @@ private:
     return blocks_[at / kBlock][at % kBlock];
   }
   static bool AreSame(const Point& a, const Point& b) { // with one branch
-    return (a[0] == b[0]) & (a[1] == b[1]) & (a[2] == b[2]);
+    bool areSame = a[0] == b[0];
+    areSame &= a[1] == b[1];
+    areSame &= a[2] == b[2];
+    return areSame;
   }
   static std::size_t Hash(const Point& point) {
     std::uint64_t mixed = 0;

@@ -68,7 +68,7 @@ nb::dict MeasureBy(const py_Mesh& mesh, const std::string& by, nb::handle sets, 
   const bool isByBlock = py_Choose<bool>("by", by, {{"block", true}, {"set", false}});
   const bme_MeasureOptions options = OptionsOf(mesh, thickness, sectionArea, density, pointMass);
   nb::dict measures;
-  const auto add = [&](nb::object key, const std::vector<unsigned>& elements) {
+  const auto add = [&](const nb::object& key, const std::vector<unsigned>& elements) {
     measures[key] = nb::cast(py_Run([&] { return bme_CalculateMeasures(*mesh, elements, options); }));
   };
   const bme_ElementData& data = mesh.Elements();

@@ -162,8 +162,8 @@ bme_StoredMesh::bme_StoredMesh(const cls_Database& model, const cow_String& root
   for (const int key : model.GetValue<ClassKeys>(model.Resolve(data)).keys) {
     const cow_String path = data + ".classes[" + std::to_string(key) + "]";
     const cls_Location object = model.Resolve(path);
-    ClassFacts facts = model.GetValue<ClassFacts>(object);
-    classes_.push_back({std::move(facts.kind), numElements_, facts.numElements, facts.nodesPerElement,
+    const auto facts = model.GetValue<ClassFacts>(object);
+    classes_.push_back({facts.kind, numElements_, facts.numElements, facts.nodesPerElement,
                         facts.numLabels != 0, object, model.Resolve(path + ".DDBuserElementLabel"),
                         model.Resolve(path + ".DDBconnectivity")});
     numElements_ += facts.numElements;
@@ -289,11 +289,12 @@ bme_Mesh bme_StoredMesh::ElementAlone(unsigned element) const {
   cow_ArrayCOW<int> connectivity;
   connectivity.Append(std::span<const int>(row));
   const int index = static_cast<int>(element), label = ElementLabels(std::span(&index, 1))[0];
-  bme_ElementClass one(type.kind.ElemTypeLabel(), cls_xp2DArrayInt(row.size(), std::move(connectivity)));
-  one.SetElemControlParams(type.kind.GetElemControlParams());
-  one.SetCategoryLabel(type.kind.CategoryLabel());
-  one.SetUserElementLabels(std::span(&label, 1));
-  mesh.ElementDataToModify().AddElementClass(new bme_ElementClass(std::move(one)));
+  auto one = std::make_unique<bme_ElementClass>(type.kind.ElemTypeLabel(),
+                                                cls_xp2DArrayInt(row.size(), std::move(connectivity)));
+  one->SetElemControlParams(type.kind.GetElemControlParams());
+  one->SetCategoryLabel(type.kind.CategoryLabel());
+  one->SetUserElementLabels(std::span(&label, 1));
+  mesh.ElementDataToModify().AddElementClass(one.release());
   return mesh;
 }
 
