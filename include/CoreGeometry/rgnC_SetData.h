@@ -24,7 +24,7 @@ public:
   rgnC_SetData(const rgnC_SetData&) = default;
   rgnC_SetData& operator=(const rgnC_SetData&) = default;
   virtual ~rgnC_SetData() = default;
-  virtual rgnC_SetData* Copy() const; ///< owned by the caller
+  virtual rgnC_SetData* Copy() const;  ///< owned by the caller
   rgnC_SetData WithoutSubsets() const; ///< the same set, into which subsets can be appended
   virtual void DBWrite(const cls_WriteVisitor& visitor) const;
 

@@ -4,7 +4,9 @@ using Real = bme_Lanes;
 using Vector = bme_LaneVector;
 using Points = std::array<Vector, 8>;
 
-inline double Degrees(double cosine) { return std::acos(std::clamp(cosine, -1.0, 1.0)) * 180 / std::numbers::pi; }
+inline double Degrees(double cosine) {
+  return std::acos(std::clamp(cosine, -1.0, 1.0)) * 180 / std::numbers::pi;
+}
 inline Real Degrees(const Real& cosines) {
   return bme_Each([&](std::size_t i) { return Degrees(static_cast<double>(cosines.v[i])); });
 }
@@ -138,8 +140,7 @@ private:
       Real sum = 0;
       for (std::size_t r = 0; r < 2; ++r)
         for (std::size_t s = 0; s < 2; ++s)
-          for (std::size_t t = 0; t < 2; ++t)
-            sum = sum + Dot(Cross(at[0][s][t], at[1][r][t]), at[2][r][s]);
+          for (std::size_t t = 0; t < 2; ++t) sum = sum + Dot(Cross(at[0][s][t], at[1][r][t]), at[2][r][s]);
       return sum * 0.125;
     }
     return Areas() * 0.25;
@@ -237,8 +238,9 @@ private:
         const Real both = Length(normals[k]) * Length(normals[k + 2]),
                    cosine = Ratio(Dot(normals[k], normals[k + 2]), both, 2);
         const Real own = Real(1) - cosine * cosine * cosine;
-        worst = bme_Each(
-            [&](std::size_t i) { return cosine.v[i] > 1.5 ? kWorst : std::max<double>(worst.v[i], own.v[i]); });
+        worst = bme_Each([&](std::size_t i) {
+          return cosine.v[i] > 1.5 ? kWorst : std::max<double>(worst.v[i], own.v[i]);
+        });
       }
     }
     return worst;
