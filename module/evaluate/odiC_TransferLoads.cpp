@@ -50,7 +50,7 @@ class Transfer {
 public:
   Transfer(const odiC_Values& donor, const odiC_When& when, const bme_Mesh& target,
            const odiC_MapOptions& options)
-      : donor_(donor), mesh_(donor.Run().Mesh()), target_(target), options_(options), rows_(donor, when),
+      : mesh_(donor.Run().Mesh()), target_(target), options_(options), rows_(donor, when),
         finder_(*options.targetFaces, options.sides), fromNodes_(target.NodeData().NumNodes(), -1) {
     if (rows_.Width() != 1 && rows_.Width() != 3)
       throw odiC_Exception(donor.Text() + ": loads are one number, a pressure, or vectors of three");
@@ -206,7 +206,6 @@ private:
     return loads_.forces[3 * static_cast<std::size_t>(fromNodes_[static_cast<std::size_t>(node)]) + axis];
   }
 
-  const odiC_Values& donor_;
   const bme_Mesh &mesh_, &target_;
   const odiC_MapOptions& options_;
   odiC_FaceRows rows_;

@@ -361,7 +361,7 @@ private:
     rgnC_SetData data = bme_FEMFaceList(swept.result.mesh, words).ToSet();
     data.SetIndex(index);
     data.SetLabel(name);
-    swept.result.sets.push_back({name, bme_KindOf(data), std::move(data)});
+    swept.result.sets.push_back({name, bme_KindOf(data), data});
   }
 
   const bme_MeshAndSets& source_;
