@@ -31,7 +31,7 @@ set(find_METIS__METIS "list(APPEND CMAKE_MODULE_PATH \${CMAKE_CURRENT_LIST_DIR})
 set(libs_METIS__METIS ${METIS_LIBRARY})
 
 set(find_MPI__MPI_CXX "set(MPI_CXX_SKIP_MPICXX TRUE)\nfind_dependency(MPI COMPONENTS CXX)\n")
-set(requires_MPI__MPI_CXX mpi-c)
+set(requires_MPI__MPI_CXX mpi-cxx)
 
 set(CG_PACKAGE ${CMAKE_INSTALL_LIBDIR}/cmake/CoreGeometry)
 # the .pc files find the prefix from their own place, so that an installed tree can be moved
