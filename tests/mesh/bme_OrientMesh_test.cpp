@@ -61,7 +61,7 @@ protected:
 std::vector<int> Cycle(const bme_FEMFaceList& faces, std::size_t i) {
   const bme_LocalNodes nodes = faces.FaceNodes(i);
   std::vector<int> cycle(nodes.Corners().begin(), nodes.Corners().end());
-  std::ranges::rotate(cycle, std::ranges::min_element(cycle));
+  std::rotate(cycle.begin(), std::ranges::min_element(cycle), cycle.end());
   return cycle;
 }
 } // namespace
