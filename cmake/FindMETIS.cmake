@@ -10,6 +10,7 @@ if(METIS_INCLUDE_DIR AND METIS_LIBRARY)
   cmake_push_check_state(RESET)
   set(CMAKE_REQUIRED_INCLUDES ${METIS_INCLUDE_DIR})
   set(CMAKE_REQUIRED_LIBRARIES ${METIS_LIBRARY})
+  set(CMAKE_REQUIRED_FLAGS -w) # whatever the project makes of warnings
   set(CMAKE_REQUIRED_QUIET ON)
   check_cxx_source_compiles("
     #include <metis.h>
