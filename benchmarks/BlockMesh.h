@@ -1,4 +1,4 @@
-// BlockMesh.h: blocks of elements for benchmarks
+// BlockMesh.h: blocks of elements for benchmarks, and a plain read of a mesh as a yardstick
 #pragma once
 
 #include <CoreGeometry/bme_MeshBuilder.h>
@@ -46,4 +46,15 @@ inline bme_Mesh Block(const shp_Shape& shape, int n) {
   return bme_MeshBuilder(std::move(xyz))
       .Add({.type = shape.Label(), .connectivity = std::move(nodes)})
       .Build(1);
+}
+
+/// Every node of every element, and its coordinates.
+inline double PlainRead(const bme_Mesh& mesh) {
+  const std::span<const float> xyz = mesh.NodeData().Coordinates().Const();
+  double sum = 0;
+  for (const int node : mesh.ElementData().GetClass(0).ElementConnectivity().Const()) {
+    const float* p = &xyz[3 * static_cast<std::size_t>(node)];
+    sum += static_cast<double>(p[0] + p[1] + p[2]);
+  }
+  return sum;
 }

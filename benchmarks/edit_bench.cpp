@@ -12,17 +12,6 @@
 namespace {
 bme_Mesh Bricks(int n) { return Block(*shp_ShapeDictionary().GetShape("C3D8"), n); }
 
-/// Every node of every element, and its coordinates.
-double PlainRead(const bme_Mesh& mesh) {
-  const std::span<const float> xyz = mesh.NodeData().Coordinates().Const();
-  double sum = 0;
-  for (const int node : mesh.ElementData().GetClass(0).ElementConnectivity().Const()) {
-    const float* p = &xyz[3 * static_cast<std::size_t>(node)];
-    sum += static_cast<double>(p[0] + p[1] + p[2]);
-  }
-  return sum;
-}
-
 /// One measure by its number, or all of them with -1.
 void Quality(benchmark::State& state) {
   const DDB_CoreGeometry library;

@@ -1,4 +1,5 @@
 // Volume and connectivity of a million elements, against a plain read of the same bytes.
+#include "BlockMesh.h"
 #include "SideBySide.h"
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
@@ -33,17 +34,6 @@ bme_Mesh Box(bool tetrahedra) {
   return bme_MeshBuilder(nodes)
       .Add({.type = tetrahedra ? "C3D4" : "C3D8", .connectivity = elements})
       .Build(1, bme_ORPHAN_MESH);
-}
-
-/// Every node of every element, and its coordinates.
-double PlainRead(const bme_Mesh& mesh) {
-  const std::span<const float> xyz = mesh.NodeData().Coordinates().Const();
-  double sum = 0;
-  for (const int node : mesh.ElementData().GetClass(0).ElementConnectivity().Const()) {
-    const float* p = &xyz[3 * static_cast<std::size_t>(node)];
-    sum += static_cast<double>(p[0] + p[1] + p[2]);
-  }
-  return sum;
 }
 
 void Volume(benchmark::State& state) {

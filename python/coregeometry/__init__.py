@@ -41,10 +41,9 @@ from ._errors import (
 from ._files import Combined, Imported, combine, compare, convert, from_meshio, from_pyvista, read_mesh, write_mesh
 from ._model import Model, Transaction, diff, open
 from ._pictures import Picture, Travel, picture, travel
-from ._results import (
+from ._result_tables import (
     Category,
     Extreme,
-    Field,
     FieldArray,
     FieldBlock,
     Frame,
@@ -55,11 +54,10 @@ from ._results import (
     Probed,
     Reduced,
     Resultant,
-    Run,
     Step,
     Variable,
-    where,
 )
+from ._results import Field, Run, where
 from ._shapes import shapes
 from ._tables import (
     Chain,

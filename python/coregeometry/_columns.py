@@ -10,7 +10,7 @@ import numpy as np
 
 from . import _core
 from ._bridges.cells import require
-from ._results import FieldArray
+from ._result_tables import FieldArray
 
 _MOST_DRAWN = 2_000_000
 
