@@ -33,7 +33,7 @@ repair() {
 test_wheel() {
   local names count library
   names=$("$1" -m zipfile -l "$2")
-  for library in libCoreGeometry libCoreGeometryPlatform libCoreGeometryExchange libCoreGeometryPicture; do
+  for library in libCoreGeometry libCoreGeometryPlatform libCoreGeometryExchange libCoreGeometryPicture libCoreGeometryDistributed; do
     count=$(grep -c "/$library[.-]" <<<"$names" || true)
     [ "$count" = 1 ] || { echo "$2 holds $library $count times" >&2; exit 1; }
   done
