@@ -9,6 +9,7 @@
 #include <CoreGeometry/bme_ElementLocator.h>
 #include <CoreGeometry/bme_ExternalFaces.h>
 #include <CoreGeometry/bme_Measures.h>
+#include <CoreGeometry/bme_Quality.h>
 #include <atomic>
 #include <thread>
 
@@ -96,6 +97,13 @@ void Locating(benchmark::State& state) {
     return hits[7].element;
   });
 }
+void Quality(benchmark::State& state) {
+  const bme_Mesh& mesh = MeshOf(state.range(0));
+  std::vector<bme_QualityMeasure> all;
+  for (std::size_t k = 0; k < bme_QualityMeasures().size(); ++k)
+    all.push_back(static_cast<bme_QualityMeasure>(k));
+  Run(state, mesh.ElementData().NumElements(), [&] { return bme_Quality(mesh, 0, all)[1][5]; });
+}
 void Extrapolation(benchmark::State& state) {
   const bme_ElementClass& type = MeshOf(state.range(0)).ElementData().GetClass(0);
   const shp_Shape& shape = *type.Shape();
@@ -115,5 +123,6 @@ BENCHMARK(Measures)->Apply(EachType);
 BENCHMARK(ExternalFaces)->Apply(EachType);
 BENCHMARK(MakingALocator)->Apply(EachType);
 BENCHMARK(Locating)->Apply(EachType);
+BENCHMARK(Quality)->Apply(EachType);
 BENCHMARK(Extrapolation)->Apply(EachType);
 } // namespace

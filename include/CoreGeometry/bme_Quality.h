@@ -49,6 +49,6 @@ CORE_GEOMETRY_API std::optional<bme_QualityMeasure> bme_FindQualityMeasure(const
 /// Errors     nex_OutOfRangeException for a class that does not exist; nex_TextException for a node index that is not in
 ///            the mesh, with label and class; wip_Cancelled when the host asks to stop.
 /// Cost       one pass over the class, several elements at a time.
-/// Threads    const; safe beside other reads.
+/// Threads    const; safe beside other reads. Uses the threads that the host lends (wip_Executor).
 CORE_GEOMETRY_API std::vector<std::vector<double>> bme_Quality(const bme_Mesh& mesh, unsigned classIndex,
                                                                std::span<const bme_QualityMeasure> measures);

@@ -12,6 +12,7 @@
 #include <CoreGeometry/bme_Measures.h>
 #include <CoreGeometry/bme_MeshBuilder.h>
 #include <CoreGeometry/bme_Outside.h>
+#include <CoreGeometry/bme_Quality.h>
 #include <CoreGeometry/chk_Findings.h>
 #include <CoreGeometry/gsl_Matrix.h>
 #include <CoreGeometry/gsl_Travel.h>
@@ -198,6 +199,17 @@ std::vector<double> RelationsOf(const bme_Mesh& mesh) {
   return numbers;
 }
 
+std::vector<double> QualityOf(const bme_Mesh& mesh) {
+  std::vector<bme_QualityMeasure> all;
+  for (std::size_t k = 0; k < bme_QualityMeasures().size(); ++k)
+    all.push_back(static_cast<bme_QualityMeasure>(k));
+  std::vector<double> numbers;
+  for (unsigned type = 0; type < mesh.ElementData().NumClasses(); ++type)
+    for (const auto& row : bme_Quality(mesh, type, all))
+      numbers.insert(numbers.end(), row.begin(), row.end());
+  return numbers;
+}
+
 /// Travels of a triangle onto a rough wall and of the wall onto the triangle: the leaves of the trees decide which
 /// of equal ones is found.
 std::vector<double> TravelsOf(const bme_Mesh&) {
@@ -273,5 +285,6 @@ INSTANTIATE_TEST_SUITE_P(Every, LentThreads,
                                             {"extrapolation", AtNodes},
                                             {"faces", FacesOf},
                                             {"relations", RelationsOf},
+                                            {"quality", QualityOf},
                                             {"travel", TravelsOf}}),
                          [](const auto& info) { return std::string(info.param.name); });

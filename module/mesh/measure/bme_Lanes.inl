@@ -28,8 +28,9 @@ inline bme_Lanes Sqrt(const bme_Lanes& a) {
   return bme_Each([&](std::size_t i) { return std::sqrt(a.v[i]); });
 }
 /// a / b where b is not next to nothing, else the limit; never NaN when a is none.
+inline constexpr double bme_kLeastRatio = 1e-300;
 inline bme_Lanes Ratio(const bme_Lanes& a, const bme_Lanes& b, double limit) {
-  const bme_Lanes least(1e-300), one(1), otherwise(limit);
+  const bme_Lanes least(bme_kLeastRatio), one(1), otherwise(limit);
   const bme_Lanes::Vector quotient = a.v / (b.v > least.v ? b.v : one.v);
   return bme_Lanes(b.v > least.v ? quotient : otherwise.v);
 }
@@ -41,6 +42,9 @@ inline bme_LaneVector operator+(const bme_LaneVector& a, const bme_LaneVector& b
 }
 inline bme_LaneVector operator-(const bme_LaneVector& a, const bme_LaneVector& b) {
   return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+inline bme_LaneVector operator*(const bme_LaneVector& a, const bme_Lanes& factor) {
+  return {a.x * factor, a.y * factor, a.z * factor};
 }
 inline bme_Lanes Dot(const bme_LaneVector& a, const bme_LaneVector& b) {
   return a.x * b.x + a.y * b.y + a.z * b.z;

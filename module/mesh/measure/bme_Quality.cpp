@@ -2,6 +2,7 @@
 
 #include "bme_Making.h"
 
+#include <BasicUtils/wip_Executor.h>
 #include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/shp_MeasureRule.h>
 #include <CoreGeometry/shp_Shape.h>
@@ -79,18 +80,38 @@ struct Hexahedron {
       {{0, 1, 2, 3}, {4, 5, 6, 7}, {0, 1, 5, 4}, {1, 2, 6, 5}, {2, 3, 7, 6}, {3, 0, 4, 7}}};
 };
 
-/// The edges from each corner to its others, in their order.
+/// The edges from a corner to its others, in their order; -1 for an edge that runs to the corner.
+struct CornerEdges {
+  std::array<std::size_t, 3> edges{};
+  std::array<double, 3> signs{};
+  std::size_t numEdges = 0;
+};
 template<class Family> constexpr auto EdgesOfCorners() {
-  std::array<std::array<std::size_t, 3>, Family::corners.size()> edges{};
-  for (std::size_t c = 0; c < edges.size(); ++c)
+  std::array<CornerEdges, Family::corners.size()> made{};
+  for (std::size_t c = 0; c < made.size(); ++c)
     for (std::size_t k = 0; k < 3; ++k)
       for (std::size_t e = 0; e < Family::edges.size(); ++e) {
         const int a = Family::edges[e][0], b = Family::edges[e][1], from = Family::corners[c][0],
                   to = Family::corners[c][k + 1];
-        if ((a == from && b == to) || (b == from && a == to)) edges[c][k] = e;
+        if (!((a == from && b == to) || (b == from && a == to))) continue;
+        made[c].edges[k] = e;
+        made[c].signs[k] = a == from ? 1 : -1;
+        made[c].numEdges = k + 1;
       }
-  return edges;
+  return made;
 }
+
+/// Coefficients of arcsine(x) / x in powers of x squared, up to what a half adds to a double.
+constexpr auto kArcSine = [] {
+  std::array<double, 26> made{};
+  double central = 1; // (2n)! / (4^n n!^2)
+  for (std::size_t n = 0; n < made.size(); ++n) {
+    const auto twice = 2 * static_cast<double>(n);
+    made[n] = central / (twice + 1);
+    central *= (twice + 1) / (twice + 2);
+  }
+  return made;
+}();
 
 /// What the loops over the elements of one class need.
 struct Work {
@@ -110,7 +131,7 @@ namespace plain {
 } // namespace plain
 #undef BME_LANES
 #if defined(__x86_64__) && !defined(__clang__)
-#define BME_HAS_AVX2
+#define BME_HAS_AVX
 #define BME_LANES 4
 #pragma GCC push_options
 #pragma GCC target("avx2")
@@ -121,14 +142,29 @@ namespace avx2 {
 } // namespace avx2
 #pragma GCC pop_options
 #undef BME_LANES
+#define BME_LANES 8
+#pragma GCC push_options
+#pragma GCC target("avx512f,avx512dq,avx512vl,prefer-vector-width=512")
+namespace avx512 {
+#include "bme_Lanes.inl"
+// the lanes come first
+#include "bme_QualityKernel.inl"
+} // namespace avx512
+#pragma GCC pop_options
+#undef BME_LANES
 #endif
 
 template<class Family> bool MeasureEach(const Work& work) {
-#ifdef BME_HAS_AVX2
-  static const bool hasAvx2 = __builtin_cpu_supports("avx2");
-  if (hasAvx2) return avx2::MeasureEach<Family>(work);
-#endif
+#ifdef BME_HAS_AVX
+  static const auto best = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq")
+                                   && __builtin_cpu_supports("avx512vl")
+                               ? &avx512::MeasureEach<Family>
+                           : __builtin_cpu_supports("avx2") ? &avx2::MeasureEach<Family>
+                                                            : &plain::MeasureEach<Family>;
+  return best(work);
+#else
   return plain::MeasureEach<Family>(work);
+#endif
 }
 template<class Family> constexpr bool Has(Measure measure) { return plain::Kernel<Family>::Has(measure); }
 
@@ -190,14 +226,28 @@ private:
       }
     }
     if (work.measures.empty()) return;
-    if (!MeasureEach<Family>(work)) MakeFinite(work);
+    InPieces([&](std::size_t first, std::size_t end) {
+      Work piece = work;
+      piece.rows += first * numNodes_;
+      piece.numElements = end - first;
+      for (double*& values : piece.values) values += first;
+      if (!MeasureEach<Family>(piece)) MakeFinite(work, first, end);
+    });
   }
-  void MakeFinite(const Work& work) const {
+  /// Calls work(first, end) for pieces of the elements, on the threads that the host lends.
+  template<class F> void InPieces(const F& work) const {
+    constexpr std::size_t kPiece = std::size_t{1} << 14; // of whole blocks of lanes
+    const auto run = [&](std::size_t piece) {
+      work(piece * kPiece, std::min(NumElements(), (piece + 1) * kPiece));
+    };
+    wip_RunPieces((NumElements() + kPiece - 1) / kPiece, std::ref(run));
+  }
+  void MakeFinite(const Work& work, std::size_t first, std::size_t end) const {
     const auto isFinite = [&](int node) {
       const std::array<double, 3> p = At(node);
       return std::isfinite(p[0] + p[1] + p[2]);
     };
-    for (std::size_t element = 0; element < work.numElements; ++element)
+    for (std::size_t element = first; element < end; ++element)
       if (!std::ranges::all_of(Row(element).first(work.numCorners), isFinite))
         for (std::size_t m = 0; m < work.measures.size(); ++m)
           work.values[m][element] = Limit(work.measures[m]);
@@ -232,38 +282,40 @@ private:
     for (std::size_t i = 0; i < places.size(); ++i)
       shape_.ShapeDerivatives(places[i], std::span(derivatives).subspan(i * numOwn, numOwn));
     values.resize(NumElements());
-    std::vector<shp_IsoPoint> normals(places.size());
-    wip_Poll poll(1024);
-    for (std::size_t e = 0; e < NumElements(); ++e) {
-      poll.Advance();
-      const std::span<const int> row = Row(e);
-      double least = kWorst, greatest = -kWorst;
-      for (std::size_t i = places.size(); i-- > 0;) {
-        std::array<shp_IsoPoint, 3> columns{};
-        for (std::size_t n = 0; n < numOwn; ++n) {
-          const std::array<double, 3> p = At(row[n]);
-          for (std::size_t iso = 0; iso < 3; ++iso)
-            for (std::size_t axis = 0; axis < 3; ++axis)
-              columns[iso][axis] += derivatives[i * numOwn + n][iso] * p[axis];
+    InPieces([&](std::size_t first, std::size_t end) {
+      std::vector<shp_IsoPoint> normals(places.size());
+      wip_Poll poll(1024);
+      for (std::size_t e = first; e < end; ++e) {
+        poll.Advance();
+        const std::span<const int> row = Row(e);
+        double least = kWorst, greatest = -kWorst;
+        for (std::size_t i = places.size(); i-- > 0;) {
+          std::array<shp_IsoPoint, 3> columns{};
+          for (std::size_t n = 0; n < numOwn; ++n) {
+            const std::array<double, 3> p = At(row[n]);
+            for (std::size_t iso = 0; iso < 3; ++iso)
+              for (std::size_t axis = 0; axis < 3; ++axis)
+                columns[iso][axis] += derivatives[i * numOwn + n][iso] * p[axis];
+          }
+          const auto& [a, b, c] = columns;
+          shp_IsoPoint& normal = normals[i];
+          normal = {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+          const auto dot = [](const shp_IsoPoint& x, const shp_IsoPoint& y) {
+            return x[0] * y[0] + x[1] * y[1] + x[2] * y[2];
+          };
+          double determinant = dot(normal, c);
+          if (shape_.NumGeomDims() == 2) {
+            const double length = std::sqrt(dot(normal, normal));
+            determinant = IsPlane() ? normal[2] : dot(normal, normals.back()) < 0 ? -length : length;
+          }
+          least = std::min(least, determinant);
+          greatest = std::max(greatest, determinant);
         }
-        const auto& [a, b, c] = columns;
-        shp_IsoPoint& normal = normals[i];
-        normal = {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-        const auto dot = [](const shp_IsoPoint& x, const shp_IsoPoint& y) {
-          return x[0] * y[0] + x[1] * y[1] + x[2] * y[2];
-        };
-        double determinant = dot(normal, c);
-        if (shape_.NumGeomDims() == 2) {
-          const double length = std::sqrt(dot(normal, normal));
-          determinant = IsPlane() ? normal[2] : dot(normal, normals.back()) < 0 ? -length : length;
-        }
-        least = std::min(least, determinant);
-        greatest = std::max(greatest, determinant);
+        // of one that is inside out everywhere the determinants are negative: -1 at best
+        const double most = std::max(std::abs(least), std::abs(greatest));
+        values[e] = most > 0 && most < kWorst ? least / most : 0;
       }
-      // of one that is inside out everywhere the determinants are negative: -1 at best
-      const double most = std::max(std::abs(least), std::abs(greatest));
-      values[e] = most > 0 && most < kWorst ? least / most : 0;
-    }
+    });
   }
 
   void MidNodes(bool isHeight, std::vector<double>& values) const {
@@ -274,27 +326,29 @@ private:
           edges.push_back({nodes[0], nodes[1], nodes[2]});
     if (edges.empty()) return;
     values.assign(NumElements(), 0);
-    wip_Poll poll(4096);
-    for (std::size_t e = 0; e < NumElements(); ++e) {
-      poll.Advance();
-      for (const auto& [from, mid, to] : edges) {
-        const auto a = At(Row(e)[static_cast<std::size_t>(from)]),
-                   m = At(Row(e)[static_cast<std::size_t>(mid)]),
-                   b = At(Row(e)[static_cast<std::size_t>(to)]);
-        double squared = 0, along = 0, whole = 0;
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-          const double chord = b[axis] - a[axis], off = m[axis] - (a[axis] + b[axis]) / 2;
-          squared += chord * chord;
-          along += chord * off;
-          whole += off * off;
+    InPieces([&](std::size_t first, std::size_t end) {
+      wip_Poll poll(4096);
+      for (std::size_t e = first; e < end; ++e) {
+        poll.Advance();
+        for (const auto& [from, mid, to] : edges) {
+          const auto a = At(Row(e)[static_cast<std::size_t>(from)]),
+                     m = At(Row(e)[static_cast<std::size_t>(mid)]),
+                     b = At(Row(e)[static_cast<std::size_t>(to)]);
+          double squared = 0, along = 0, whole = 0;
+          for (std::size_t axis = 0; axis < 3; ++axis) {
+            const double chord = b[axis] - a[axis], off = m[axis] - (a[axis] + b[axis]) / 2;
+            squared += chord * chord;
+            along += chord * off;
+            whole += off * off;
+          }
+          double own = kWorst;
+          if (squared > 0)
+            own = isHeight ? std::sqrt(std::max(0.0, whole / squared - along / squared * (along / squared)))
+                           : std::abs(along) / squared;
+          values[e] = std::max(values[e], std::isfinite(own) ? own : kWorst);
         }
-        double own = kWorst;
-        if (squared > 0)
-          own = isHeight ? std::sqrt(std::max(0.0, whole / squared - along / squared * (along / squared)))
-                         : std::abs(along) / squared;
-        values[e] = std::max(values[e], std::isfinite(own) ? own : kWorst);
       }
-    }
+    });
   }
 
   const bme_ElementClass& type_;

@@ -4,11 +4,20 @@ using Real = bme_Lanes;
 using Vector = bme_LaneVector;
 using Points = std::array<Vector, 8>;
 
-inline double Degrees(double cosine) {
-  return std::acos(std::clamp(cosine, -1.0, 1.0)) * 180 / std::numbers::pi;
-}
+/// Of cosines. Up to a half by the series of the arcsine (M. Abramowitz and I. A. Stegun, Handbook of Mathematical
+/// Functions, 4.4.40), which gains two binary digits a term there; above by that of half the angle.
 inline Real Degrees(const Real& cosines) {
-  return bme_Each([&](std::size_t i) { return Degrees(static_cast<double>(cosines.v[i])); });
+  const Real size = Min(Abs(cosines), 1), half(0.5);
+  const auto isNear = size.v <= half.v; // NaN is far
+  const Real square(isNear ? (size * size).v : ((Real(1) - size) * half).v), fourth = square * square;
+  Real even = 0, odd = 0;
+  for (std::size_t n = kArcSine.size(); n > 0; n -= 2) {
+    odd = odd * fourth + kArcSine[n - 1];
+    even = even * fourth + kArcSine[n - 2];
+  }
+  const Real sine(isNear ? size.v : Sqrt(square).v), arc = sine * (even + odd * square);
+  const Real angle(isNear ? (Real(std::numbers::pi / 2) - arc).v : (arc + arc).v), straight(std::numbers::pi);
+  return Real(cosines.v < Real(0).v ? (straight - angle).v : angle.v) * (180 / std::numbers::pi);
 }
 
 /// The greatest cross derivative by the shorter axis, for a pair of axes.
@@ -19,8 +28,10 @@ inline Real Taper(const Vector& cross, const Real& a, const Real& b) {
 template<class Family> class Kernel {
 public:
   Kernel(const Points& points, bool isPlane) : p_(points), isPlane_(isPlane) {
-    for (std::size_t k = 0; k < kNumEdges; ++k)
-      lengths_[k] = Length(At(Family::edges[k][1]) - At(Family::edges[k][0]));
+    for (std::size_t k = 0; k < kNumEdges; ++k) {
+      edges_[k] = At(Family::edges[k][1]) - At(Family::edges[k][0]);
+      lengths_[k] = Length(edges_[k]);
+    }
     longest_ = shortest_ = lengths_[0];
     for (const Real& length : lengths_) {
       longest_ = Max(longest_, length);
@@ -52,10 +63,12 @@ public:
       case Measure::MinimumAngle: return Angle(false);
       case Measure::MaximumAngle: return Angle(true);
       case Measure::Warpage: return Warpage();
-      case Measure::Skew: return Skew();
-      case Measure::Taper: return TaperOfAll();
       default: break;
       }
+    }
+    if constexpr (kIsQuadrilateral || kIsHexahedron) {
+      if (measure == Measure::Skew) return Skew();
+      if (measure == Measure::Taper) return TaperOfAll();
     }
     return Ratio(longest_, shortest_, kWorst);
   }
@@ -69,16 +82,29 @@ private:
 
   const Vector& At(int corner) const { return p_[static_cast<std::size_t>(corner)]; }
   Vector To(const Corner& corner, std::size_t k) const { return At(corner[k]) - At(corner[0]); }
-  static constexpr auto kEdges = EdgesOfCorners<Family>();
-  const Real& LengthTo(const Corner& corner, std::size_t k) const {
-    return lengths_[kEdges[static_cast<std::size_t>(&corner - Family::corners.data())][k - 1]];
+  static constexpr auto kCornerEdges = EdgesOfCorners<Family>();
+  /// Unit vectors along the edges, found once for all measures that use them; 0 for an edge without length.
+  const std::array<Vector, kNumEdges>& Units() const {
+    if (!hasUnits_)
+      for (std::size_t k = 0; k < kNumEdges; ++k) units_[k] = edges_[k] * Ratio(1, lengths_[k], 0);
+    hasUnits_ = true;
+    return units_;
   }
   /// Principal axes: sums of the opposite edges.
-  std::array<Vector, 3> Axes() const {
+  struct PrincipalAxes {
+    std::array<Vector, 3> along;
+    std::array<Real, 3> lengths;
+  };
+  const PrincipalAxes& Axes() const {
+    if (hasAxes_) return axes_;
+    hasAxes_ = true;
     if constexpr (kIsHexahedron)
-      return {Sum({1, 2, 5, 6}) - Sum({0, 3, 4, 7}), Sum({2, 3, 6, 7}) - Sum({0, 1, 4, 5}),
-              Sum({4, 5, 6, 7}) - Sum({0, 1, 2, 3})};
-    return {Sum({1, 2}) - Sum({0, 3}), Sum({2, 3}) - Sum({0, 1}), {0, 0, 0}};
+      axes_.along = {Sum({1, 2, 5, 6}) - Sum({0, 3, 4, 7}), Sum({2, 3, 6, 7}) - Sum({0, 1, 4, 5}),
+                     Sum({4, 5, 6, 7}) - Sum({0, 1, 2, 3})};
+    else
+      axes_.along = {Sum({1, 2}) - Sum({0, 3}), Sum({2, 3}) - Sum({0, 1}), Vector{0, 0, 0}};
+    for (std::size_t k = 0; k < 3; ++k) axes_.lengths[k] = Length(axes_.along[k]);
+    return axes_;
   }
   Vector Sum(std::initializer_list<int> corners) const {
     Vector sum{0, 0, 0};
@@ -90,11 +116,10 @@ private:
     if (isPlane_) return {0, 0, 1};
     Vector normal = Cross(At(1) - At(0), At(2) - At(0));
     if constexpr (kIsQuadrilateral) {
-      const auto axes = Axes();
+      const auto& axes = Axes().along;
       normal = Cross(axes[0], axes[1]);
     }
-    const Real factor = Ratio(1, Length(normal), 0);
-    return {normal.x * factor, normal.y * factor, normal.z * factor};
+    return normal * Ratio(1, Length(normal), 0);
   }
 
   /// Twice the area of a triangle; four times that of a quadrilateral, seen along the normal in its middle.
@@ -152,36 +177,40 @@ private:
       for (const Real& length : lengths_) sum = sum + length;
       return Ratio(longest_ * sum, Abs(Areas()) * (kIsTriangle ? 2 * std::numbers::sqrt3 : 1), kWorst);
     } else if constexpr (kIsTetrahedron) {
-      for (const Face& face : {Face{0, 1, 2}, {0, 1, 3}, {1, 2, 3}, {2, 0, 3}})
-        area = area + Length(Cross(At(face[1]) - At(face[0]), At(face[2]) - At(face[0])));
+      for (const Vector& normal : FaceNormals()) area = area + Length(normal);
       const Corner& corner = Family::corners[0];
       const Real sixVolumes = Abs(Dot(Cross(To(corner, 1), To(corner, 2)), To(corner, 3)));
       return Ratio(longest_ * area, sixVolumes * (2 * std::sqrt(6.0)), kWorst);
     } else if constexpr (kIsHexahedron) {
-      const auto axes = Axes();
-      const Real a = Length(axes[0]), b = Length(axes[1]), c = Length(axes[2]);
+      const auto& [a, b, c] = Axes().lengths;
       return Ratio(Max(a, Max(b, c)), Min(a, Min(b, c)), kWorst);
     }
     return Ratio(longest_, shortest_, kWorst);
   }
 
+  /// Of a tetrahedron, twice the area long, all out or all in.
+  std::array<Vector, 4> FaceNormals() const {
+    const Vector a = At(1) - At(0), b = At(2) - At(0), c = At(3) - At(0);
+    return {Cross(b, a), Cross(a, c), Cross(b - a, c - a), Cross(c, b)};
+  }
+
   Real ScaledJacobian() const {
+    const auto& units = Units();
     Real least = kWorst;
     if constexpr (kIsTriangle || kIsQuadrilateral) {
       const Vector normal = UnitNormal();
-      for (const Corner& corner : Family::corners)
-        least = Min(least, Ratio(Dot(normal, Cross(To(corner, 1), To(corner, 2))),
-                                 LengthTo(corner, 1) * LengthTo(corner, 2), 0));
+      for (const CornerEdges& at : kCornerEdges)
+        least = Min(least,
+                    Dot(normal, Cross(units[at.edges[0]], units[at.edges[1]])) * (at.signs[0] * at.signs[1]));
       return least * (kIsTriangle ? 2 / std::numbers::sqrt3 : 1);
     } else {
-      for (const Corner& corner : Family::corners)
-        least = Min(least, Ratio(Dot(Cross(To(corner, 1), To(corner, 2)), To(corner, 3)),
-                                 LengthTo(corner, 1) * LengthTo(corner, 2) * LengthTo(corner, 3), 0));
+      for (const CornerEdges& at : kCornerEdges)
+        least = Min(least, Dot(Cross(units[at.edges[0]], units[at.edges[1]]), units[at.edges[2]])
+                               * (at.signs[0] * at.signs[1] * at.signs[2]));
       if constexpr (kIsHexahedron) {
-        const auto axes = Axes();
-        least = Min(least, Ratio(Dot(Cross(axes[0], axes[1]), axes[2]),
-                                 Length(axes[0]) * Length(axes[1]) * Length(axes[2]), 0));
-        return least;
+        const auto& [axes, lengths] = Axes();
+        return Min(least,
+                   Ratio(Dot(Cross(axes[0], axes[1]), axes[2]), lengths[0] * lengths[1] * lengths[2], 0));
       }
       return least * (kIsTetrahedron ? std::numbers::sqrt2 : 2 / std::numbers::sqrt3);
     }
@@ -193,86 +222,92 @@ private:
     hasCosines_ = true;
     return isMaximum ? Max(Degrees(leastCosine_), concave_) : Degrees(greatestCosine_);
   }
-  void TakeCosine(const Real& product, const Real& lengths) const {
-    leastCosine_ = Min(leastCosine_, Ratio(product, lengths, -1));
-    greatestCosine_ = Max(greatestCosine_, Ratio(product, lengths, 1));
-  }
   void FindCosines() const {
     leastCosine_ = 1;
     greatestCosine_ = -1;
     concave_ = 0; // the greatest angle where a quadrilateral is concave
+    Real shortest = shortest_;
+    const auto take = [&](const Real& cosine) {
+      leastCosine_ = Min(leastCosine_, cosine);
+      greatestCosine_ = Max(greatestCosine_, cosine);
+    };
     if constexpr (kIsTetrahedron) {
-      // angles between faces: of the planes across each edge
-      for (const auto& [a, b, c, d] :
-           {std::array{0, 1, 2, 3}, {1, 2, 0, 3}, {2, 0, 1, 3}, {0, 3, 1, 2}, {1, 3, 0, 2}, {2, 3, 0, 1}}) {
-        const Vector edge = At(b) - At(a), one = Cross(edge, At(c) - At(a)),
-                     other = Cross(edge, At(d) - At(a));
-        TakeCosine(Dot(one, other), Length(one) * Length(other));
+      std::array<Vector, 4> normals = FaceNormals();
+      for (Vector& normal : normals) {
+        const Real length = Length(normal);
+        shortest = Min(shortest, length);
+        normal = normal * Ratio(1, length, 0);
       }
+      for (std::size_t i = 0; i < 4;
+           ++i) // the angle between two faces is what their normals lack to a half turn
+        for (std::size_t k = 0; k < i; ++k) take(Real(0) - Dot(normals[i], normals[k]));
     } else {
+      const auto& units = Units();
       Vector normal{0, 0, 0};
       if constexpr (kIsQuadrilateral) normal = UnitNormal();
-      for (const Corner& corner : Family::corners)
-        for (std::size_t k = 1; k < 4; ++k) {
-          const std::size_t next = corner[3] < 0 ? 2 : k % 3 + 1;
-          if (corner[3] < 0 && k > 1) break;
-          const Vector a = To(corner, k), b = To(corner, next);
-          const Real product = Dot(a, b), lengths = LengthTo(corner, k) * LengthTo(corner, next);
-          TakeCosine(product, lengths);
+      for (const CornerEdges& at : kCornerEdges)
+        for (std::size_t k = 0; k < (at.numEdges == 3 ? 3 : 1); ++k) {
+          const std::size_t next = (k + 1) % at.numEdges;
+          const Vector &a = units[at.edges[k]], &b = units[at.edges[next]];
+          const double sign = at.signs[k] * at.signs[next];
+          const Real cosine = Dot(a, b) * sign;
+          take(cosine);
           if constexpr (kIsQuadrilateral) {
-            const Real sign = Dot(normal, Cross(a, b)), own = Ratio(product, lengths, -1);
-            for (std::size_t i = 0; i < bme_kLanes; ++i)
-              if (sign.v[i] < 0) concave_.v[i] = std::max<double>(concave_.v[i], 360 - Degrees(own.v[i]));
+            const Real side = Dot(normal, Cross(a, b)) * sign;
+            concave_ = Max(concave_, Real(side.v < Real(0).v ? (Real(360) - Degrees(cosine)).v : Real(0).v));
           }
         }
     }
+    const auto hasNone = shortest.v <= Real(bme_kLeastRatio).v; // an edge or face without size: any angle
+    leastCosine_ = Real(hasNone ? Real(-1).v : leastCosine_.v);
+    greatestCosine_ = Real(hasNone ? Real(1).v : greatestCosine_.v);
   }
 
+  /// By the least square of a cosine with the cosine's sign, so that roots are drawn once.
   Real Warpage() const {
-    Real worst = 0;
+    constexpr double kNone = -4; // where a normal has no length
+    Real least = 1;
     for (const Face& face : Family::faces) {
-      std::array<Vector, 4> normals;
-      for (std::size_t k = 0; k < 4; ++k)
-        normals[k] = Cross(At(face[(k + 1) % 4]) - At(face[k]), At(face[(k + 3) % 4]) - At(face[k]));
+      std::array<Vector, 4> edges, normals;
+      for (std::size_t k = 0; k < 4; ++k) edges[k] = At(face[(k + 1) % 4]) - At(face[k]);
+      for (std::size_t k = 0; k < 4; ++k) normals[k] = Cross(edges[(k + 3) % 4], edges[k]);
       for (std::size_t k = 0; k < 2; ++k) {
-        const Real both = Length(normals[k]) * Length(normals[k + 2]),
-                   cosine = Ratio(Dot(normals[k], normals[k + 2]), both, 2);
-        const Real own = Real(1) - cosine * cosine * cosine;
-        worst = bme_Each([&](std::size_t i) {
-          return cosine.v[i] > 1.5 ? kWorst : std::max<double>(worst.v[i], own.v[i]);
-        });
+        const Vector &a = normals[k], &b = normals[k + 2];
+        const Real cosine = Dot(a, b);
+        least = Min(least, Ratio(cosine * Abs(cosine), Dot(a, a) * Dot(b, b), kNone));
       }
     }
-    return worst;
+    const Real worst = Real(1) - least * Sqrt(Abs(least));
+    return Real(least.v < Real(-2).v ? Real(kWorst).v : worst.v);
   }
 
   Real Skew() const {
-    const auto axes = Axes();
+    const auto& [axes, lengths] = Axes();
     Real worst = 0;
     for (std::size_t k = 0; k < (kIsHexahedron ? 3 : 1); ++k) {
-      const Vector &a = axes[k], &b = axes[(k + 1) % 3];
-      worst = Max(worst, Ratio(Abs(Dot(a, b)), Length(a) * Length(b), kWorst));
+      const std::size_t next = (k + 1) % 3;
+      worst = Max(worst, Ratio(Abs(Dot(axes[k], axes[next])), lengths[k] * lengths[next], kWorst));
     }
     return worst;
   }
 
   Real TaperOfAll() const {
-    const auto axes = Axes();
-    const Real a = Length(axes[0]), b = Length(axes[1]);
-    if constexpr (kIsHexahedron) {
-      const Real c = Length(axes[2]);
+    const auto& [a, b, c] = Axes().lengths;
+    if constexpr (kIsHexahedron)
       return Max(Taper(Sum({0, 2, 4, 6}) - Sum({1, 3, 5, 7}), a, b),
                  Max(Taper(Sum({0, 3, 5, 6}) - Sum({1, 2, 4, 7}), a, c),
                      Taper(Sum({0, 1, 6, 7}) - Sum({2, 3, 4, 5}), b, c)));
-    }
     return Taper(Sum({0, 2}) - Sum({1, 3}), a, b);
   }
 
   const Points& p_;
   bool isPlane_;
+  std::array<Vector, kNumEdges> edges_;
   std::array<Real, kNumEdges> lengths_;
   Real longest_, shortest_;
-  mutable bool hasCosines_ = false;
+  mutable bool hasUnits_ = false, hasAxes_ = false, hasCosines_ = false;
+  mutable std::array<Vector, kNumEdges> units_;
+  mutable PrincipalAxes axes_;
   mutable Real leastCosine_ = 1, greatestCosine_ = -1, concave_ = 0;
 };
 
@@ -280,7 +315,7 @@ private:
 template<class Family> bool MeasureEach(const Work& work) {
   wip_Poll poll(2048);
   Points points;
-  double nothing = 0; // not a number once a coordinate is not finite
+  Real nothing = 0; // not a number once a coordinate is not finite
   for (std::size_t first = 0; first < work.numElements; first += bme_kLanes) {
     poll.Advance();
     const std::size_t count = std::min(bme_kLanes, work.numElements - first);
@@ -288,17 +323,20 @@ template<class Family> bool MeasureEach(const Work& work) {
       const int* const row = work.rows + (first + std::min(i, count - 1)) * work.numNodes;
       for (std::size_t k = 0; k < work.numCorners; ++k) {
         const float* const p = work.xyz + 3 * static_cast<std::size_t>(row[k]);
-        nothing += 0 * (static_cast<double>(p[0]) + p[1] + p[2]);
         points[k].x.v[i] = p[0];
         points[k].y.v[i] = p[1];
         points[k].z.v[i] = work.isPlane ? 0 : static_cast<double>(p[2]);
       }
     }
+    for (std::size_t k = 0; k < work.numCorners; ++k)
+      nothing = nothing + (points[k].x + points[k].y + points[k].z) * 0;
     const Kernel<Family> kernel(points, work.isPlane);
     for (std::size_t m = 0; m < work.measures.size(); ++m) {
       const Real values = kernel.Of(work.measures[m]);
       for (std::size_t i = 0; i < count; ++i) work.values[m][first + i] = values.v[i];
     }
   }
-  return std::isfinite(nothing);
+  bool isFinite = true;
+  for (std::size_t i = 0; i < bme_kLanes; ++i) isFinite &= std::isfinite(static_cast<double>(nothing.v[i]));
+  return isFinite;
 }
