@@ -23,7 +23,8 @@ struct odiC_Image {
 /// a file.
 ///
 /// Of nodes that became one, the values of the one that stays count, or of another one if that has none. Integration
-/// points and element nodes of elements that were turned change places. Local axes turn with the mesh; a mirror leaves
+/// points and element nodes of elements that were turned change places; on sections of elements they become values at
+/// the nodes of these. Local axes turn with the mesh; a mirror leaves
 /// their third axis pointing the other way, so that they stay right-handed. A mirror treats every vector as an arrow.
 ///
 /// Returns remarks, each once: what could not be carried.

@@ -245,6 +245,8 @@ void odiC_LayoutSender::SendToClass(const odiC_LayoutBlock& block, int newClass,
   if (block.HasFaces())
     return LeaveOut(block, isLike ? "points of faces of turned elements are not known"
                                   : "the elements have other faces now");
+  if (newType.Shape() && oldType.Shape() && newType.Shape()->NumGeomDims() < oldType.Shape()->NumGeomDims())
+    return SendSection(block, newClass, region, entries);
   if (block.position != res_ELEMENT_NODAL && !isLike)
     return LeaveOut(block, "the elements have other points now");
   // point by point

@@ -51,9 +51,11 @@ private:
   bool IsInTheMiddle(const odiC_LayoutBlock& block) const;
   void SendToClass(const odiC_LayoutBlock& block, int newClass, const cow_String& region,
                    std::vector<Entry>& entries);
-  /// For each point of a new element the old one; empty when it is not known.
-  std::vector<int> PointsOf(const odiC_LayoutBlock& block, const bme_ElementClass& newType,
-                            const Entry& entry);
+  /// Values at the nodes of sections of elements, which lie between nodes of these.
+  void SendSection(const odiC_LayoutBlock& block, int newClass, const cow_String& region,
+                   std::vector<Entry>& entries);
+  /// For each node that was made its place among them, -1 for others.
+  const std::vector<int>& PlacesOfMade(std::size_t image);
   std::vector<int> TurnedPoints(const odiC_LayoutBlock& block, const bme_ElementClass& type) const;
   std::vector<int> NodesOf(const bme_ElementClass& newType, const Entry& entry) const;
   void Add(odiC_LayoutBlock block, std::vector<Entry>& entries, std::size_t all);
@@ -67,6 +69,7 @@ private:
   std::set<cow_String>& remarks_;
   std::vector<Successors> successors_; ///< of each image
   std::vector<bme_TurnedFaces> turned_;
+  std::vector<std::vector<int>> placesOfMade_; ///< of each image, once it was asked for
   std::vector<odiC_SentLayout::Sum> sums_;
   std::vector<SentBlock> blocks_; ///< of the layout that is being sent
   std::map<int, odiC_SentLayout> known_;

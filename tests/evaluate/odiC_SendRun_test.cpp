@@ -9,6 +9,7 @@
 #include <CoreGeometry/bme_MeshBuilder.h>
 #include <CoreGeometry/bme_OrientMesh.h>
 #include <CoreGeometry/bme_RenumberMesh.h>
+#include <CoreGeometry/bme_SectionMesh.h>
 #include <CoreGeometry/gsl_Matrix.h>
 #include <CoreGeometry/gsl_Point.h>
 #include <CoreGeometry/gsl_Vector.h>
@@ -17,6 +18,7 @@
 #include <CoreGeometry/odiC_SendRun.h>
 #include <CoreGeometry/odiC_Values.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
+#include <CoreGeometry/shp_Weights.h>
 #include <cmath>
 #include <filesystem>
 #include <functional>
@@ -202,6 +204,19 @@ protected:
   fs::path file_;
 };
 
+/// Whether the places of nodes are found again from those of integration points.
+bool TellsSlopes(const shp_Shape& shape) {
+  const shp_Weights weights = shp_WeightsOfIntPts(shape, shp_Target::Nodes);
+  for (std::size_t node = 0; node < weights.numRows; ++node)
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      double place = 0;
+      for (std::size_t k = 0; k < weights.numColumns; ++k)
+        place += weights.values[node * weights.numColumns + k] * shape.IntPtCoordinates()[k][axis];
+      if (std::abs(place - shape.NodeCoordinates()[node][axis]) > 1e-5) return false;
+    }
+  return true;
+}
+
 gsl_Matrix Diagonal(double x, double y, double z) {
   const double elements[4][4] = {{x, 0, 0, 0}, {0, y, 0, 0}, {0, 0, z, 0}, {0, 0, 0, 1}};
   return gsl_Matrix(elements);
@@ -306,6 +321,44 @@ TEST_F(odiC_SendRunTest, NewNodesHaveTheValuesBetweenTheOldOnes) {
     std::vector<chk_Finding> findings;
     odiC_CheckRuns(model, findings);
     EXPECT_TRUE(findings.empty());
+  }
+}
+
+/// On a section, values of element nodes and integration points are those at the places of its nodes, wherever the points
+/// of an element tell the slope of a field.
+TEST_F(odiC_SendRunTest, SectionsHaveTheValuesOfTheirNodes) {
+  cls_Database model = cls_Database::Open(file_.string(), cls_Database::Mode::ReadWrite);
+  const odiC_Run run = odiC_Run::Open(model, "results/old/a");
+  const bme_Section section = bme_CutMesh(before_, {{0.1, 0, 0}, {1, 0.02, 0.3}});
+  const odiC_Image image{&section.renumbering};
+  cls_WritePass pass(model);
+  pass.Put("meshes/new", section.result.mesh);
+  odiC_SendRun(run, std::span(&image, 1), before_.mesh, section.result.mesh, model, pass, "results/new/a");
+  pass.Commit();
+  const odiC_Run sent = odiC_Run::Open(model, "results/new/a");
+  for (const std::size_t i : {1, 2}) {
+    odiC_FieldReader reader = sent.Field(0, 0, sent.VariableIndex("place" + std::to_string(i)));
+    std::vector<double> values(static_cast<std::size_t>(3 * reader.NumRows()));
+    reader.Read(0, values);
+    const std::vector<double> places = PlacesOf(sent, *reader.SharedLayout());
+    int numCompared = 0;
+    for (const odiC_LayoutBlock& block : reader.SharedLayout()->blocks) {
+      EXPECT_EQ(block.position, res_ELEMENT_NODAL);
+      const bme_ElementClass& type =
+          section.result.mesh.ElementData().GetClass(static_cast<unsigned>(block.classIndex));
+      for (int row = 0; row < block.NumRows(); ++row) {
+        const int element = type.FirstElementIndex() + block.Entity(row / block.valuesPerEntity);
+        const auto old = section.renumbering.elements.from[static_cast<std::size_t>(element)];
+        const shp_Shape& shape = *before_.mesh.ElementData().GetElemClass(static_cast<unsigned>(old)).Shape();
+        if (i == 2 && !TellsSlopes(shape)) continue;
+        ++numCompared;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+          const std::size_t at = 3 * static_cast<std::size_t>(block.firstRow + row) + axis;
+          ASSERT_NEAR(values[at], places[at], 1e-4) << block.classIndex;
+        }
+      }
+    }
+    EXPECT_GT(numCompared, 20) << i;
   }
 }
 

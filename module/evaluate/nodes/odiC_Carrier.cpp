@@ -2,6 +2,7 @@
 
 #include "odiC_CarryKernels.h"
 #include "odiC_RowChecks.h"
+#include "odiC_Weights.h"
 
 #include <CoreGeometry/odiC_Exception.h>
 #include <CoreGeometry/rgnC_Facet.h>
@@ -16,42 +17,6 @@ const bme_ElementClass& ClassOf(const bme_Mesh& mesh, const odiC_LayoutBlock& bl
 }
 cow_String TextOf(res_OutputPositionEnm position) {
   return omu_FindText(omu_EnumTable<res_OutputPositionEnm>::entries, position);
-}
-
-shp_Weights Ones(std::size_t numRows, std::size_t numColumns) {
-  return {numRows, numColumns,
-          std::vector<double>(numRows * numColumns,
-                              1 / static_cast<double>(std::max<std::size_t>(1, numColumns))),
-          numColumns > 1};
-}
-
-/// From the points of a set that has weights of its own to the centroid.
-shp_Weights ByIntegration(std::span<const double> weights) {
-  double sum = 0;
-  for (const double weight : weights) sum += weight;
-  shp_Weights mean{1, weights.size(), {}, false};
-  for (const double weight : weights) mean.values.push_back(weight / sum);
-  return mean;
-}
-
-shp_Weights WeightsOf(const odiC_LayoutBlock& block, const bme_ElementClass& type,
-                      const std::function<const odiC_PointSet&(int)>& pointSet, shp_Target target) {
-  const shp_Shape* shape = type.Shape();
-  const std::size_t numPlaces = target == shp_Target::Nodes   ? At(type.NumNodesPerElem())
-                                : target == shp_Target::Faces ? At(shape ? shape->NumFaces() : 0)
-                                                              : 1;
-  const std::size_t count = At(block.valuesPerEntity);
-  if (block.position == res_WHOLE_ELEMENT || block.position == res_ELEMENT_CENTROID || !shape)
-    return Ones(numPlaces, count);
-  if (block.position == res_ELEMENT_NODAL) return shp_WeightsOfNodes(*shape, target);
-  if (block.pointSet < 0) return shp_WeightsOfIntPts(*shape, target);
-  const odiC_PointSet& points = pointSet(block.pointSet);
-  if (target == shp_Target::Centroid && points.weights.size() == count) return ByIntegration(points.weights);
-  std::vector<shp_IsoPoint> places(points.isoCoordinates.size() / 3);
-  for (std::size_t k = 0; k < places.size(); ++k)
-    places[k] = {points.isoCoordinates[3 * k], points.isoCoordinates[3 * k + 1],
-                 points.isoCoordinates[3 * k + 2]};
-  return shp_WeightsOfPoints(*shape, count, places, target);
 }
 
 /// The same elements at another position; each of them once for every face.
@@ -103,7 +68,7 @@ odiC_Carrier::odiC_Carrier(const bme_Mesh& mesh, const odiC_Places& from,
       throw odiC_Exception("element class " + std::to_string(block.classIndex) + " (" + type.ElemTypeLabel()
                            + ") has values at " + TextOf(source.blocks[At(order[i - 1])].position) + " and "
                            + TextOf(block.position) + ": choose one position");
-    Carry carry{order[i], WeightsOf(block, type, pointSet, target), false};
+    Carry carry{order[i], odiC_WeightsOf(block, type, pointSet, target), false};
     if (carry.weights.values.empty()) continue; // nothing there, as faces of points
     carry.isCopy = target == shp_Target::Nodes && block.position == res_ELEMENT_NODAL;
     areMeans_ |= carry.weights.areMeans;
