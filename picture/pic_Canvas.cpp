@@ -25,16 +25,21 @@ pic_Canvas::pic_Canvas(int width, int height, const pic_Colour& below, const pic
     : width_(width), height_(height) {
   constexpr long long kManyPixels = 3'000'000;
   perPixel_ = static_cast<long long>(width) * height > kManyPixels ? 2 : 3;
-  const int columns = width_ * perPixel_, rows = height_ * perPixel_;
-  samples_.reserve(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows));
-  for (int y = 0; y < rows; ++y) {
-    const double up = static_cast<double>(y) / rows;
-    const auto mix = [&](double a, double b) { return Light(a + (b - a) * up); };
-    samples_.insert(
-        samples_.end(), static_cast<std::size_t>(columns),
-        Sample{-std::numeric_limits<float>::infinity(),
-               {mix(below.red, above.red), mix(below.green, above.green), mix(below.blue, above.blue)}});
-  }
+  const auto columns = static_cast<std::size_t>(width_ * perPixel_),
+             rows = static_cast<std::size_t>(height_ * perPixel_);
+  samples_ = std::make_unique_for_overwrite<Sample[]>(columns * rows);
+  constexpr std::size_t kRows = 64;
+  const auto fill = [&](std::size_t piece) {
+    for (std::size_t y = piece * kRows; y < std::min(rows, (piece + 1) * kRows); ++y) {
+      const double up = static_cast<double>(y) / static_cast<double>(rows);
+      const auto mix = [&](double a, double b) { return Light(a + (b - a) * up); };
+      std::fill_n(
+          &samples_[y * columns], columns,
+          Sample{-std::numeric_limits<float>::infinity(),
+                 {mix(below.red, above.red), mix(below.green, above.green), mix(below.blue, above.blue)}});
+    }
+  };
+  wip_RunAllPieces((rows + kRows - 1) / kRows, std::ref(fill));
 }
 
 /// A range of rows of samples.
@@ -197,7 +202,7 @@ std::vector<unsigned char> pic_Canvas::Pixels() const {
              rowBytes = numChannels * static_cast<std::size_t>(width_);
   std::vector<unsigned char> pixels(rowBytes * static_cast<std::size_t>(height_));
   const auto n = static_cast<std::size_t>(perPixel_), columns = static_cast<std::size_t>(width_) * n;
-  const auto byte = [](double shown) { return static_cast<unsigned char>(std::lround(shown * 255)); };
+  const auto byte = [](double shown) { return static_cast<unsigned char>(shown * 255 + 0.5); };
   constexpr std::size_t kRows = 16;
   wip_RunPieces((static_cast<std::size_t>(height_) + kRows - 1) / kRows, [&](std::size_t piece) {
     for (std::size_t row = piece * kRows, end = std::min(row + kRows, static_cast<std::size_t>(height_));

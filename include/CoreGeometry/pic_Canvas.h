@@ -6,6 +6,7 @@
 #include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/pic_Colours.h>
 #include <array>
+#include <memory>
 #include <variant>
 #include <vector>
 
@@ -78,5 +79,5 @@ private:
   bool isTransparent_ = false, areTogether_ = false;
   wip_Poll poll_{1U << 17U}; ///< of samples
   std::vector<std::variant<Flat, Valued, Straight>> waiting_;
-  std::vector<Sample> samples_;
+  std::unique_ptr<Sample[]> samples_; ///< row by row, from below
 };
