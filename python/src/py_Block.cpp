@@ -111,6 +111,17 @@ std::string py_PlaceOf(std::size_t block, const std::string& type) {
   return "block " + std::to_string(block) + " (" + type + ")";
 }
 
+void py_CheckNodes(const py_Block& block, std::size_t numNodes, std::size_t number) {
+  const std::span<const int> all = block.elements.ElementConnectivity().Const();
+  const auto outside =
+      std::ranges::find_if(all, [&](int node) { return std::cmp_greater_equal(node, numNodes); });
+  if (outside != all.end())
+    throw py_Error("IndexError",
+                   py_PlaceOf(number, block.elements.ElemTypeLabel()) + ", element "
+                       + std::to_string((outside - all.begin()) / block.elements.NumNodesPerElem())
+                       + ": node " + std::to_string(*outside) + " of " + std::to_string(numNodes));
+}
+
 std::string py_NearTypes(const std::string& type) {
   const auto& dictionary = thr_ThreadSingleton<shp_ShapeDictionary>::Instance();
   std::vector<cow_String> labels;
@@ -228,6 +239,14 @@ void py_BindBlock(nb::module_& module) {
               "numpy.typing.ArrayLike | None = None, category: str = '', controls: Controls | None = None, "
               "unknown_types: typing.Literal['refuse', 'keep'] = 'refuse') -> None"))
       .def_prop_ro("type", [](const py_Block& self) { return self.elements.ElemTypeLabel(); })
+      .def_prop_ro(
+          "shape",
+          [](const py_Block& self) {
+            return self.elements.IsSupported() ? nb::module_::import_("coregeometry._core")
+                                                     .attr("Shape")(self.elements.ElemTypeLabel())
+                                               : nb::none();
+          },
+          nb::sig("def shape(self) -> Shape | None"), "None for a type that is not known.")
       .def_prop_ro("connectivity", &ConnectivityOf, nb::rv_policy::automatic,
                    nb::sig("def connectivity(self) -> numpy.typing.NDArray[numpy.int32]"),
                    "(m, k) int32 view: node indices.")

@@ -32,6 +32,7 @@ NB_MODULE(_core, module) {
   py_BindExtrapolate(module);
   py_BindFiles(module);
   py_BindEdit(module);
+  py_BindEditor(module);
   py_BindSolids(module);
   py_BindMapping(module);
   py_BindPicture(module);

@@ -29,14 +29,7 @@ Made MakeParts(nb::handle nodes, nb::handle blocks, bool keepUnknown) {
     if (nb::isinstance<py_Block>(item)) {
       made.blocks.push_back(nb::cast<py_Block>(item));
       const bme_ElementClass& elements = made.blocks.back().elements;
-      const std::span<const int> all = elements.ElementConnectivity().Const();
-      const auto outside =
-          std::ranges::find_if(all, [&](int node) { return std::cmp_greater_equal(node, numNodes); });
-      if (outside != all.end())
-        throw py_Error("IndexError",
-                       py_PlaceOf(number, elements.ElemTypeLabel()) + ", element "
-                           + std::to_string((outside - all.begin()) / elements.NumNodesPerElem()) + ": node "
-                           + std::to_string(*outside) + " of " + std::to_string(numNodes));
+      py_CheckNodes(made.blocks.back(), numNodes, number);
       if (!elements.IsSupported() && !keepUnknown)
         throw py_Error("UnknownTypeError", py_PlaceOf(number, elements.ElemTypeLabel())
                                                + ": unknown element type"
@@ -296,29 +289,7 @@ py_Mesh WithNodes(const py_Mesh& mesh, nb::handle argument) {
 py_Mesh WithLabels(const py_Mesh& mesh, nb::handle ofNodes, nb::handle ofElements) {
   bme_NodeData nodes = mesh.Nodes();
   bme_ElementData elements = mesh.Elements();
-  const auto check = [](const cow_ArrayCOW<int>& labels, std::size_t count, const char* what) {
-    if (labels.Size() != count)
-      throw py_Error("ValueError", std::to_string(labels.Size()) + " labels for " + std::to_string(count)
-                                       + " " + what + "s");
-    const std::span<const int> all[] = {labels.Const()};
-    py_RefuseDuplicates(all, what);
-  };
-  if (!ofNodes.is_none()) {
-    cow_ArrayCOW<int> labels = py_Labels(ofNodes, "nodes");
-    check(labels, nodes.NumNodes(), "node");
-    nodes.SetUserNodeLabels(cls_xp1DArrayListInt(std::move(labels)));
-  }
-  if (!ofElements.is_none()) {
-    const cow_ArrayCOW<int> labels = py_Labels(ofElements, "elements");
-    check(labels, elements.NumElements(), "element");
-    for (unsigned i = 0; i < elements.NumClasses(); ++i) {
-      const bme_ElementClass& block = elements.GetClass(i);
-      const auto own = labels.Const().subspan(static_cast<std::size_t>(block.FirstElementIndex()),
-                                              static_cast<std::size_t>(block.NumElements()));
-      elements.GetClassToModify(i).SetUserElementLabels(own);
-    }
-    elements.Init();
-  }
+  py_SetLabels(nodes, elements, ofNodes, ofElements);
   return py_Remake(mesh, nodes, elements);
 }
 
@@ -369,11 +340,39 @@ gsl_Matrix py_ToMatrix(nb::handle argument, const char* what) {
   return gsl_Matrix(rows);
 }
 
-py_Mesh py_Remake(const py_Mesh& mesh, const bme_NodeData& nodes, const bme_ElementData& elements) {
+void py_SetLabels(bme_NodeData& nodes, bme_ElementData& elements, nb::handle ofNodes, nb::handle ofElements) {
+  const auto check = [](const cow_ArrayCOW<int>& labels, std::size_t count, const char* what) {
+    if (labels.Size() != count)
+      throw py_Error("ValueError", std::to_string(labels.Size()) + " labels for " + std::to_string(count)
+                                       + " " + what + "s");
+    const std::span<const int> all[] = {labels.Const()};
+    py_RefuseDuplicates(all, what);
+  };
+  if (!ofNodes.is_none()) {
+    cow_ArrayCOW<int> labels = py_Labels(ofNodes, "nodes");
+    check(labels, nodes.NumNodes(), "node");
+    nodes.SetUserNodeLabels(cls_xp1DArrayListInt(std::move(labels)));
+  }
+  if (!ofElements.is_none()) {
+    const cow_ArrayCOW<int> labels = py_Labels(ofElements, "elements");
+    check(labels, elements.NumElements(), "element");
+    for (unsigned i = 0; i < elements.NumClasses(); ++i) {
+      const bme_ElementClass& block = elements.GetClass(i);
+      const auto own = labels.Const().subspan(static_cast<std::size_t>(block.FirstElementIndex()),
+                                              static_cast<std::size_t>(block.NumElements()));
+      elements.GetClassToModify(i).SetUserElementLabels(own);
+    }
+    elements.Init();
+  }
+}
+
+py_Mesh py_Remake(const py_Mesh& mesh, const bme_NodeData& nodes, const bme_ElementData& elements,
+                  double rounding) {
   auto nodeData = std::make_unique<bme_NodeData>(nodes);
   auto elementData = std::make_unique<bme_ElementData>(elements);
   return py_Mesh(bme_Mesh(static_cast<unsigned>(mesh->Id()), nodeData.release(), elementData.release(),
-                          mesh->MeshType(), mesh->Transform()));
+                          mesh->MeshType(), mesh->Transform()),
+                 rounding);
 }
 
 void py_BindMesh(nb::module_& module) {

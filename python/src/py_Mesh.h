@@ -41,7 +41,12 @@ struct py_Mesh {
 };
 
 /// A mesh of other nodes or elements with the identifier, type and placement of a mesh.
-py_Mesh py_Remake(const py_Mesh& mesh, const bme_NodeData& nodes, const bme_ElementData& elements);
+py_Mesh py_Remake(const py_Mesh& mesh, const bme_NodeData& nodes, const bme_ElementData& elements,
+                  double rounding = 0);
+/// Labels of all nodes, of all elements, or both; ValueError for another number of them and for repeated ones.
+void py_SetLabels(bme_NodeData& nodes, bme_ElementData& elements, nb::handle ofNodes, nb::handle ofElements);
+/// IndexError for a node of a block that is not in [0, numNodes).
+void py_CheckNodes(const py_Block& block, std::size_t numNodes, std::size_t number);
 /// Parameter "which" and the like: the value of the word; ValueError with the words that there are.
 template<class Value>
 Value py_Choose(const char* what, const std::string& word,
@@ -69,5 +74,6 @@ std::string py_NearTypes(const std::string& type); ///< "; did you mean ...", of
 void py_BindBlock(nb::module_& module);
 void py_BindMesh(nb::module_& module);
 void py_BindEdit(nb::module_& module);
+void py_BindEditor(nb::module_& module);
 void py_BindSolids(nb::module_& module);
 void py_BindPicture(nb::module_& module);

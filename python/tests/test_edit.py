@@ -115,3 +115,66 @@ def test_new_nodes_and_sections_have_values_between_the_old_ones():
 def test_wrong_edits(edit, error, words):
     with pytest.raises(error, match=words):
         edit(box(2))
+
+
+def test_an_editor_changes_nothing_before_it_finishes():
+    mesh, kept = box(2), box(2)
+    view = mesh.nodes
+    editor = mesh.edit()
+    new = editor.append_nodes(mesh.nodes[18:] + np.float32([0, 0, 1]))
+    first = editor.append_elements(0, [[18, 19, 22, 21, *(new[[0, 1, 4, 3]])]])
+    shells = editor.add_block(cg.Block("S4", [new[[0, 1, 4, 3]]]))
+    assert (new.tolist(), first.tolist(), shells) == (list(range(27, 36)), [8], 1)
+    assert mesh == kept and np.array_equal(view, kept.nodes)
+    editor.remove_elements([0])
+    editor.remove_nodes([len(kept.nodes) + 8])
+    made = editor.finish()
+    assert (made.num_nodes, made.num_elements, mesh == kept, editor.mesh is not None) == (35, 9, True, True)
+    assert made.node_labels.tolist() == list(range(1001, 1036)) and made.element_labels.tolist()[-2:] == [509, 510]
+    assert made.measure().volume.total == pytest.approx(8)
+    assert [one.weight for one in made.check()] == ["note", "note"]
+    with pytest.raises(RuntimeError, match="has finished"):
+        editor.append_nodes([[0, 0, 0]])
+
+    with torn().edit() as again:
+        assert again.merge_nodes(1e-6) == 4
+        again.remove_elements([2])
+        again.set_labels(elements=[7, 5])
+    assert again.mesh.num_nodes == 13 and again.mesh.element_labels.tolist() == [7, 5]
+    with again.mesh.edit() as last:
+        last.remove_block(0)
+    assert last.mesh.num_elements == 0 and last.mesh.num_nodes == 13
+    with pytest.raises(ZeroDivisionError), mesh.edit() as dropped:
+        dropped.remove_block(0)
+        1 / 0
+    with pytest.raises(RuntimeError, match="not finished"):
+        dropped.mesh
+    empty = cg.Mesh(np.zeros((8, 3)), [cg.Block("C3D8", [], category="a")]).edit()
+    assert empty.append_elements(0, [range(8)], labels=[30]).tolist() == [0]
+    assert empty.finish().blocks[0].category == "a"
+
+
+EDITS = [
+    (lambda e: e.append_nodes([[1, 2, 1e300]]), ValueError, "too large"),
+    (lambda e: e.append_nodes([[1, 2, 3]], labels=[1, 2]), ValueError, "2 labels for 1 nodes"),
+    (lambda e: e.append_elements(0, [[0, 1]]), ValueError, "C3D8R has 8 nodes, rows have 2"),
+    (lambda e: e.append_elements(0, [[27] * 8]), IndexError, "node 27 of 27"),
+    (lambda e: e.append_elements(1, [[0] * 8]), IndexError, "block 1 of 1"),
+    (lambda e: e.add_block(cg.Block("S4", [[0, 1, 2, 27]])), IndexError, "block 1 (S4), element 0: node 27 of 27"),
+    (lambda e: e.remove_nodes([0]), cg.DataError, "1001"),
+    (lambda e: e.remove_elements([-1]), IndexError, "element -1 of 8"),
+    (lambda e: e.merge_nodes(-1.0), cg.DataError, "tolerance"),
+    (lambda e: e.set_labels(nodes=[1]), ValueError, "1 labels for 27 nodes"),
+    (lambda e: (e.append_nodes([[9, 9, 9]], labels=[1001]), e.finish()), ValueError, "given twice: 1001"),
+    (lambda e: box(1, labels=False).edit().append_nodes([[9, 9, 9]], labels=[1]), ValueError, "have no labels"),
+]
+
+
+@pytest.mark.parametrize("edit, error, words", EDITS, ids=range(len(EDITS)))
+def test_wrong_steps_leave_an_editor_as_it_was(edit, error, words):
+    editor = box(2).edit()
+    with pytest.raises(error) as raised:
+        edit(editor)
+    assert words in str(raised.value)
+    if "1001" not in words:
+        assert editor.finish() == box(2)
