@@ -54,6 +54,7 @@ rgnC_Region bme_RegionOf(const cow_String& mesh, const bme_NamedSet& set) {
   rgnC_Region region;
   region.SetName(set.name);
   region.SetOwnerNames({mesh});
+  region.SetInternal(set.data.IsInternal());
   region.SetSetTypeBits(1 << bme_KindOf(set.data));
   region.SetSetData(rgnC_SetDataShortcut(bme_kSetFolder + mesh + "/" + set.Root()));
   return region;
