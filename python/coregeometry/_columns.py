@@ -77,6 +77,29 @@ def to_scipy(rows: _core.Rows, shape: tuple[int, int] | None) -> Any:
     return sparse.csr_array((np.ones(len(rows.items), np.int8), rows.items, rows.first), shape=shape)
 
 
+def _facts(mesh: _core.Mesh) -> list[tuple[str, str]]:
+    """What a text and a page say of a mesh."""
+
+    def labels(own: Any) -> str:
+        return "no labels" if own is None else f"labels {own.min()} to {own.max()}" if len(own) else "labels"
+
+    own = mesh.element_labels if any(block.labels is not None for block in mesh.blocks) else None
+    axes = ", ".join(f"{name} {low:g} to {high:g}" for name, (low, high) in zip("xyz", mesh.bounds.T, strict=True))
+    return [
+        ("nodes", f"{mesh.num_nodes}, {labels(mesh.node_labels)}"),
+        ("elements", f"{mesh.num_elements}, {labels(own)}"),
+        ("bounds", axes if mesh.num_nodes else "none"),
+    ]
+
+
+def text_of(mesh: _core.Mesh) -> str:
+    """Counts, ranges of labels, bounds, and a line for each block."""
+    rows = _facts(mesh) + [
+        (f"block {i}", f"{block.type} ×{block.num_elements} {block.category}".rstrip()) for i, block in enumerate(mesh.blocks)
+    ]
+    return "\n".join([repr(mesh), *(f"  {name:<9}{text}" for name, text in rows)])
+
+
 def html_of(mesh: _core.Mesh) -> str:
     """A table of the blocks and, of meshes that are not too large, a small picture; for notebooks."""
     import base64
@@ -88,7 +111,8 @@ def html_of(mesh: _core.Mesh) -> str:
         for i, block in enumerate(mesh.blocks)
     ]
     head = "<tr><th>block</th><th>type</th><th>elements</th><th>category</th></tr>"
-    text = f"<p>{html.escape(repr(mesh))}</p><table>{head}{''.join(cells)}</table>"
+    facts = "<br>".join(html.escape(f"{name}: {text}") for name, text in _facts(mesh))
+    text = f"<p>{html.escape(repr(mesh))}</p><p>{facts}</p><table>{head}{''.join(cells)}</table>"
     if 0 < mesh.num_elements <= _MOST_DRAWN:
         from ._errors import Error
         from ._pictures import picture

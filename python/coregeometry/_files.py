@@ -4,16 +4,18 @@ from __future__ import annotations
 
 import errno
 import os
+import tempfile
 import warnings
 from collections.abc import Mapping, Sequence
 from dataclasses import dataclass
+from functools import cached_property
 from typing import Any, Literal
 
 import numpy as np
 import numpy.typing as npt
 
 from . import _core
-from ._errors import DataError, LossWarning
+from ._errors import DataError, LossWarning, MissingLibraryError
 from ._model import Model, Path, Transaction
 from ._model import open as open_model
 from ._results import Run
@@ -24,7 +26,8 @@ from ._tables import Difference, Loss
 class Imported:
     """What was read: a mesh, its sets by name, and what could not be kept.
 
-    ``cell_order`` (e,), of bridges, is the other mesh's cell of each element, to carry values of cells.
+    ``cell_order`` (e,), of bridges, is the other mesh's cell of each element, to carry values of cells. ``run`` are
+    the results of the file.
     """
 
     mesh: _core.Mesh
@@ -34,6 +37,21 @@ class Imported:
     rounding: float
     cell_order: npt.NDArray[np.int64] | None = None
     _source: tuple[str, str] | None = None
+
+    @cached_property
+    def run(self) -> Run | None:
+        """The results that the file has, or None.
+
+        They are read when they are first asked for, into a model in a folder for temporary files, which goes with the
+        last of them.
+        """
+        if self._source is None:
+            return None
+        folder = tempfile.TemporaryDirectory(prefix="coregeometry-")
+        model = open_model(os.path.join(folder.name, "results.cgdb"), "x")
+        self.save(model, "mesh", run="results")
+        model._hold(folder, {"mesh": self.mesh})
+        return model.results.get("mesh/results")
 
     def save(self, target: Path | Model | Transaction, name: str, *, run: str | None = None) -> None:
         """Stores mesh and sets under a name, in a model or in the file of one, which is made when it is missing.
@@ -78,6 +96,8 @@ def read_mesh(
         meshio = cells.require("meshio", f"{file}: the library reads no such file; to read it with meshio")
         try:
             found = meshio.read(file)
+        except ImportError as error:
+            raise MissingLibraryError(f"{file}: to read it meshio needs another package: {error}") from error
         except (Exception, SystemExit) as error:
             raise DataError(f"{file}: {error}") from error
         return from_meshio(found, types=types, unknown=unknown)
@@ -149,6 +169,8 @@ def convert(source: Path, target: Path, *, overwrite: bool = False) -> list[Loss
         return imported.losses + write_mesh(file, imported.mesh, sets, overwrite=overwrite)
     try:
         imported.mesh.to_meshio(sets=sets).write(file)
+    except ImportError as error:
+        raise MissingLibraryError(f"{file}: to write it meshio needs another package: {error}") from error
     except (KeyError, ValueError, SystemExit) as error:
         raise DataError(f"{file}: meshio cannot write it: {error}") from error
     return imported.losses
@@ -156,24 +178,31 @@ def convert(source: Path, target: Path, *, overwrite: bool = False) -> list[Loss
 
 @dataclass(frozen=True, eq=False)
 class Combined:
-    """Several meshes as one; ``first_nodes`` and ``first_elements`` are the indices at which each begins."""
+    """Several meshes as one; ``first_nodes`` and ``first_elements`` are the indices at which each begins.
+
+    ``sets`` are those that were given, of the new mesh; those of one name have the mesh's name in front.
+    """
 
     mesh: _core.Mesh
+    sets: dict[str, _core.NamedSet]
     first_nodes: list[int]
     first_elements: list[int]
     remarks: list[str]
 
 
 def combine(
-    meshes: Mapping[str, _core.Mesh] | Sequence[_core.Mesh], labels: Literal["keep", "offset"] = "keep"
+    meshes: Mapping[str, _core.Mesh] | Sequence[_core.Mesh],
+    labels: Literal["keep", "offset"] = "keep",
+    *,
+    sets: Sequence[_core.NamedSet] = (),
 ) -> Combined:
     """Several meshes as one, at the placement of the first; nodes and elements of a later one follow those before.
 
-    With ``"keep"`` a label that two meshes have is a `DataError`, with ``"offset"`` later labels are raised.
+    ``sets`` of any of the meshes follow. With ``"keep"`` a label that two meshes have is a `DataError`, with ``"offset"`` later labels are raised.
     """
     named = meshes if isinstance(meshes, Mapping) else {str(i + 1): mesh for i, mesh in enumerate(meshes)}
-    mesh, firsts, remarks = _core.combine_meshes(list(named.values()), list(named), labels)
-    return Combined(mesh, [node for node, _ in firsts], [element for _, element in firsts], remarks)
+    mesh, own, firsts, remarks = _core.combine_meshes(list(named.values()), list(named), labels, list(sets))
+    return Combined(mesh, own, [node for node, _ in firsts], [element for _, element in firsts], remarks)
 
 
 def compare(a: Path, b: Path, tolerance: float = 1e-7) -> list[Difference]:

@@ -207,6 +207,12 @@ class Model:
         _core.import_results(self._opened(), MESHES + mesh, run, file, format)
         self._forget_runs()
 
+    def _hold(self, folder: object, meshes: Mapping[str, _core.Mesh]) -> None:
+        """Keeps the folder of its file as long as itself; these meshes are what reading them gives."""
+        self._folder = folder
+        for name, mesh in meshes.items():
+            self._meshes[MESHES + name] = mesh
+
     def _run(self, root: str) -> _core.Run:
         self._check_open()
         if root not in self._runs:
@@ -307,6 +313,9 @@ class Transaction:
             self._model._transaction = None
         if kind is None and active:
             self._model._commit(list(self._changes.values()))
+
+    def __reduce__(self) -> Any:
+        raise TypeError("a Transaction cannot be pickled: pickle what it shall change")
 
     def rollback(self) -> None:
         """Forgets the changes, and ends the transaction."""

@@ -124,6 +124,18 @@ class FieldArray:
     def __len__(self) -> int:
         return len(self.values)
 
+    def to_pandas(self) -> Any:
+        """A pandas.DataFrame: label, index, point, section_point, and a column for each component."""
+        from ._columns import to_pandas
+
+        return to_pandas(self)
+
+    def to_arrow(self) -> Any:
+        """A pyarrow.Table with the columns of `to_pandas`."""
+        from ._columns import to_arrow
+
+        return to_arrow(self)
+
 
 @dataclass(frozen=True, eq=False)
 class Integral:

@@ -141,6 +141,18 @@ class Field:
         """The values of its frame; of several that are meant, ``frame`` is the position."""
         return _array(self._run._opened().gather(self._choice, self._frame(frame)))
 
+    def blocks(self, rows: int = 1 << 20, *, frame: int | None = None) -> Iterator[FieldArray]:
+        """The values of `array`, at most ``rows`` of them at a time, so that memory stays bounded.
+
+        Values at nodes are averaged once, when the first block is asked for.
+        """
+        if rows < 1:
+            raise ValueError(f"blocks of {rows} rows")
+        reader = self._run._opened().read(self._choice, self._frame(frame))
+        while (found := reader.next(rows)) is not None:
+            yield _array(found)
+            self._run._opened()
+
     def arrays(self) -> Iterator[tuple[Frame, FieldArray]]:
         """Frame by frame."""
         for i, one in enumerate(self.frames):

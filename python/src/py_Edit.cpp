@@ -112,10 +112,20 @@ Edited Reorder(const py_Mesh& mesh, const std::string& order, const std::vector<
 }
 
 nb::tuple Combine(const std::vector<py_Mesh>& meshes, const std::vector<std::string>& names,
-                  const std::string& labels) {
+                  const std::string& labels, const std::vector<nb::object>& sets) {
   std::vector<bme_MeshAndSets> sources;
   sources.reserve(meshes.size());
   for (const py_Mesh& mesh : meshes) sources.push_back({*mesh, {}, {}});
+  for (const nb::object& item : sets) {
+    const auto& set = nb::cast<const py_Set&>(item);
+    bool isOfOne = false;
+    for (std::size_t i = 0; i < meshes.size(); ++i)
+      if (set.mesh.state == meshes[i].state) {
+        sources[i].sets.push_back(set.set);
+        isOfOne = true;
+      }
+    if (!isOfOne) throw py_Error("ValueError", "the set " + set.set.name + " is of none of the meshes");
+  }
   std::vector<bme_MeshToCombine> parts;
   for (std::size_t i = 0; i < sources.size(); ++i) parts.push_back({names[i], &sources[i]});
   const auto how =
@@ -124,7 +134,8 @@ nb::tuple Combine(const std::vector<py_Mesh>& meshes, const std::vector<std::str
   std::vector<std::pair<unsigned, unsigned>> firsts;
   for (const bme_Combined::Part& part : combined.parts)
     firsts.emplace_back(part.firstNode, part.firstElement);
-  return nb::make_tuple(py_Mesh(combined.result.mesh), firsts, combined.remarks);
+  const py_Mesh made(combined.result.mesh);
+  return nb::make_tuple(made, py_SetsOf(made, combined.result.sets), firsts, combined.remarks);
 }
 
 /// A row of values for each measure, not a number for elements that do not have it.
@@ -197,12 +208,7 @@ void BindEdited(nb::module_& module) {
                      "What editing gives: a new mesh, its sets, and where nodes and elements went.")
       .def_prop_ro("mesh", [](const Edited& self) { return self.made; })
       .def_prop_ro(
-          "sets",
-          [](const Edited& self) {
-            nb::dict sets;
-            for (const bme_NamedSet& set : self.sets) sets[set.Root().c_str()] = py_Set{self.made, set};
-            return sets;
-          },
+          "sets", [](const Edited& self) { return py_SetsOf(self.made, self.sets); },
           nb::sig("def sets(self) -> dict[str, NamedSet]"), "The sets that were given, of the new mesh.")
       .def_prop_ro(
           "node_map", [](const Edited& self) { return MapOf(self.renumbering.nodes.to); },
@@ -300,7 +306,9 @@ void py_BindEdit(nb::module_& module) {
       .def_prop_ro(
           "bandwidth", [](const py_Mesh& self) { return py_Run([&] { return bme_Bandwidth(*self); }); },
           "The largest difference of two node indices in an element.");
-  module.def("combine_meshes", &Combine, nb::arg("meshes"), nb::arg("names"), nb::arg("labels"),
-             nb::sig("def combine_meshes(meshes: list[Mesh], names: list[str], labels: str) -> tuple[Mesh, "
-                     "list[tuple[int, int]], list[str]]"));
+  module.def(
+      "combine_meshes", &Combine, nb::arg("meshes"), nb::arg("names"), nb::arg("labels"), nb::arg("sets"),
+      nb::sig("def combine_meshes(meshes: list[Mesh], names: list[str], labels: str, sets: list[NamedSet]) "
+              "-> tuple[Mesh, dict[str, NamedSet], "
+              "list[tuple[int, int]], list[str]]"));
 }

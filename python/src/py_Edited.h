@@ -27,6 +27,13 @@ inline bme_MeshAndSets py_SourceOf(const py_Mesh& mesh, const std::vector<nb::ob
   return source;
 }
 
+/// The sets of a mesh by what tells them apart.
+inline nb::dict py_SetsOf(const py_Mesh& mesh, const std::vector<bme_NamedSet>& sets) {
+  nb::dict made;
+  for (const bme_NamedSet& set : sets) made[set.Root().c_str()] = py_Set{mesh, set};
+  return made;
+}
+
 template<class Result> py_Edited py_MadeOf(const py_Mesh& old, Result&& edited) {
   return {old,
           py_Mesh(edited.result.mesh),

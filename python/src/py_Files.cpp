@@ -168,6 +168,9 @@ void py_BindFiles(nb::module_& module) {
           nb::sig("def to_arrow(self, kind: typing.Literal['nodes', 'elements']) -> typing.Any"),
           "A pyarrow.Table with the columns of `to_pandas`.")
       .def(
+          "__str__", [](const py_Mesh& self) { return Bridge("_columns", "text_of", self); },
+          nb::sig("def __str__(self) -> str"))
+      .def(
           "_repr_html_", [](const py_Mesh& self) { return Bridge("_columns", "html_of", self); },
           nb::sig("def _repr_html_(self) -> str"));
   mesh.def(

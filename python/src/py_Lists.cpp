@@ -105,6 +105,12 @@ template<class List> bool Contains(const py_List<List>& self, nb::handle item) {
   return false;
 }
 
+template<class List> nb::tuple Reduce(const py_List<List>& self) {
+  const std::vector<unsigned> words(self.list.begin(), self.list.end());
+  return nb::make_tuple(nb::module_::import_("coregeometry._restore").attr("one_of"),
+                        nb::make_tuple(py_kListName<List>, py_TheMesh(self.mesh), py_IntArray(words)));
+}
+
 template<class List>
 py_List<List> Combine(const py_List<List>& a, const py_List<List>& b, bme_SetOperation how) {
   return {a.mesh, py_Run([&] {
@@ -125,7 +131,7 @@ void BindConversion(nb::class_<py_List<List>>& list, const char* name, bool hasW
     return py_List<To>{self.mesh, py_Run([&] { return py_Convert<To>(self.list, nodes, touch); })};
   };
   const std::string type = py_kListName<To>;
-  if constexpr (std::is_same_v<List, bme_FEMNodeList>)
+  if constexpr (std::is_same_v<List, bme_FEMNodeList> && !std::is_same_v<To, bme_FEMNodeList>)
     list.def(
         name,
         [=](const py_List<List>& self, const std::string& touching) {
@@ -229,18 +235,29 @@ template<class List> void BindList(nb::module_& module, const char* what) {
                      "numpy.typing.NDArray[numpy.int32]"),
              "(n, most) int32: nodes of each, filled up with -1.");
   }
+  list.def("__reduce__", &Reduce<List>, nb::sig("def __reduce__(self) -> tuple[typing.Any, ...]"));
   list.attr("__hash__") = nb::none();
+  module.def(
+      (std::string("restore_") + py_kListName<List>).c_str(),
+      [](const py_Mesh& mesh, nb::handle words) {
+        return py_List<List>{mesh, List(*mesh, py_ToIndices(words, "words", std::size_t{1} << 31).values)};
+      },
+      nb::arg("mesh"), nb::arg("words"));
 }
 
 template<class List> void BindConversions() {
   auto list = nb::borrow<nb::class_<py_List<List>>>(nb::type<py_List<List>>());
-  if constexpr (!std::is_same_v<List, bme_FEMNodeList>)
-    BindConversion<List, bme_FEMNodeList>(list, "nodes", true);
+  BindConversion<List, bme_FEMNodeList>(list, "nodes", !std::is_same_v<List, bme_FEMNodeList>);
   BindConversion<List, bme_FEMElemList>(list, "elements", false);
   BindConversion<List, bme_FEMFaceList>(list, "faces", false);
   BindConversion<List, bme_FEMEdgeList>(list, "edges", false);
 }
 } // namespace
+
+nb::object py_TheMesh(const py_Mesh& mesh) {
+  const auto key = reinterpret_cast<std::uintptr_t>(mesh.state.get());
+  return nb::module_::import_("coregeometry._restore").attr("the")(key, nb::cast(mesh));
+}
 
 void py_BindLists(nb::module_& module) {
   BindList<bme_FEMNodeList>(module, "Some nodes of a mesh, each once, in mesh order.");

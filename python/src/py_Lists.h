@@ -59,6 +59,9 @@ template<class To, class From> To py_Convert(const From& from, bme_NodesOf which
   }
 }
 
+/// The Python object of a mesh that pickles of lists, sets and the mesh itself have in common.
+nb::object py_TheMesh(const py_Mesh& mesh);
+
 void py_BindLists(nb::module_& module);
 void py_BindSelections(nb::module_& module);
 void py_BindFaces(nb::module_& module);

@@ -1,6 +1,7 @@
 // Which elements contain points, and interpolation at them.
 #include "py_Arrays.h"
 #include "py_Connect.h"
+#include "py_Hits.h"
 #include "py_Work.h"
 
 #include <CoreGeometry/shp_Shape.h>
@@ -14,10 +15,7 @@ struct Locator {
   std::shared_ptr<const bme_ElementLocator> locator;
 };
 
-struct Hits {
-  py_Mesh mesh;
-  std::vector<bme_ElementHit> hits;
-};
+using Hits = py_Hits;
 
 struct Nearest {
   std::vector<bme_NearestElement> found;
@@ -42,15 +40,6 @@ Hits Find(const py_Mesh& mesh, const bme_ElementLocator& locator, const py_Reals
   Hits hits{mesh, std::vector<bme_ElementHit>(points.Values().size() / 3)};
   py_Run([&] { locator.FindEach(points.Values(), hits.hits); });
   return hits;
-}
-
-Hits LocateIn(const py_Mesh& mesh, nb::handle argument) {
-  const py_Reals points = ToPoints(argument);
-  py_Run([&] {
-    const std::lock_guard lock(mesh.state->mutex);
-    if (!mesh.state->locator) mesh.state->locator = std::make_unique<const bme_ElementLocator>(*mesh);
-  });
-  return Find(mesh, *mesh.state->locator, points);
 }
 
 nb::tuple FindAll(const Locator& self, nb::handle argument) {
@@ -164,6 +153,15 @@ nb::object Interpolate(const Hits& self, nb::handle argument) {
 }
 } // namespace
 
+py_Hits py_LocateIn(const py_Mesh& mesh, nb::handle argument) {
+  const py_Reals points = ToPoints(argument);
+  py_Run([&] {
+    const std::lock_guard lock(mesh.state->mutex);
+    if (!mesh.state->locator) mesh.state->locator = std::make_unique<const bme_ElementLocator>(*mesh);
+  });
+  return Find(mesh, *mesh.state->locator, points);
+}
+
 void py_BindLocate(nb::module_& module) {
   nb::class_<Hits>(module, "Hits", "Of each point the element that contains it, if one does.")
       .def("__len__", [](const Hits& self) { return self.hits.size(); })
@@ -241,7 +239,7 @@ void py_BindLocate(nb::module_& module) {
           },
           nb::sig("def __reduce__(self) -> tuple[typing.Any, ...]"));
   auto mesh = nb::borrow<nb::class_<py_Mesh>>(nb::type<py_Mesh>());
-  mesh.def("locate", &LocateIn, nb::arg("points"),
+  mesh.def("locate", &py_LocateIn, nb::arg("points"),
            nb::sig("def locate(self, points: numpy.typing.ArrayLike) -> Hits"),
            "The first element that contains each of (n, 3) points; the mesh keeps its locator.");
 }

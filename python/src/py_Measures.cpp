@@ -177,6 +177,12 @@ void py_BindMeasures(nb::module_& module) {
       nb::sig("def to_pandas(self) -> typing.Any"),
       "A pandas.DataFrame with a row each for length, area, volume and mass: total, signed_total, x, y, z of "
       "the centre.");
+  measures.def(
+      "to_arrow",
+      [](const bme_Measures& self) {
+        return nb::module_::import_("coregeometry._columns").attr("to_arrow")(self);
+      },
+      nb::sig("def to_arrow(self) -> typing.Any"), "A pyarrow.Table with the columns of `to_pandas`.");
   auto mesh = nb::borrow<nb::class_<py_Mesh>>(nb::type<py_Mesh>());
   const std::string value = ": float | dict[int | str, float] | numpy.typing.ArrayLike | None = None";
   mesh.def("measure", &Measure, nb::arg("elements") = nb::none(), nb::kw_only(),

@@ -11,8 +11,6 @@
 #include <limits>
 
 namespace {
-constexpr std::size_t kMostNamed = 20;
-
 /// The arguments of a mesh, in the order of its constructor.
 struct Made {
   py_Points nodes;
@@ -180,7 +178,7 @@ nb::object IndicesOf(nb::handle argument, nb::handle missing, const char* what, 
       indices[i] = nb::cast<int>(missing);
       continue;
     }
-    if (++count <= static_cast<long long>(kMostNamed)) unknown.push_back(labels.Const()[i]);
+    if (++count <= static_cast<long long>(py_kMostNamed)) unknown.push_back(labels.Const()[i]);
   }
   if (count > 0)
     throw py_Error("UnknownLabelError",
@@ -466,8 +464,13 @@ void py_BindMesh(nb::module_& module) {
       .def("__repr__", &ReprOf)
       .def(
           "__reduce__",
-          [](const py_Mesh& self) {
-            return nb::make_tuple(nb::module_::import_("coregeometry._restore").attr("mesh"),
+          [](nb::handle_t<py_Mesh> object) {
+            const auto& self = nb::cast<const py_Mesh&>(object);
+            const nb::module_ restore = nb::module_::import_("coregeometry._restore");
+            const nb::object known =
+                restore.attr("the")(reinterpret_cast<std::uintptr_t>(self.state.get()), object);
+            if (!known.is(object)) return nb::make_tuple(restore.attr("same"), nb::make_tuple(known));
+            return nb::make_tuple(restore.attr("mesh"),
                                   nb::make_tuple(NodesOf(self), BlockTuple(self), NodeLabelsOf(self),
                                                  self.Nodes().Dimension(),
                                                  omu_PrimEnum<bme_MeshType>(self->MeshType()).Text(),

@@ -27,6 +27,8 @@ struct py_MeshState {
   mutable std::unique_ptr<const bme_ElementLocator> locator;
 };
 
+inline constexpr std::size_t py_kMostNamed = 20; ///< labels that an exception holds
+
 /// Lists, sets and locators hold a copy: what they refer to stays at its address.
 struct py_Mesh {
   std::shared_ptr<const py_MeshState> state;

@@ -215,6 +215,60 @@ nb::dict Gather(const py_OpenRun& self, const py_Field& field, int frame) {
   return DictOf(std::move(rows), components);
 }
 
+/// Some of the rows of a source.
+class Part final : public odiC_Source {
+public:
+  Part(odiC_Source& whole, odiC_Places places)
+      : odiC_Source(std::move(places), whole.NumComponents()), whole_(&whole) {}
+  void Read(int firstRow, std::span<double> values) override { whole_->Read(firstRow, values); }
+  int SectionPointOf(int row) override { return whole_->SectionPointOf(row); }
+
+private:
+  odiC_Source* whole_;
+};
+
+/// Reads the values of a frame some rows at a time.
+struct Reader {
+  py_OpenRun open;
+  std::optional<py_Asked> asked;
+  std::vector<cow_String> components;
+  odiC_SourcePointer source;
+  bool areFloats = false;
+  std::size_t run = 0; ///< of the places
+  int row = 0;         ///< the next one of the layout
+};
+
+std::unique_ptr<Reader> MakeReader(const py_OpenRun& self, const py_Field& field, int frame) {
+  auto made = std::make_unique<Reader>(Reader{self, {}, {}, {}, false, 0, 0});
+  py_UseRun(made->open, [&](const odiC_Run& run) {
+    made->asked.emplace(run, field);
+    made->components = made->asked->Components();
+    const std::vector<odiC_When> frames = made->asked->Frames();
+    const odiC_When& when = FrameAt(frames, frame);
+    made->source = made->asked->Open(when);
+    made->areFloats = AreFloats(*made->asked, when);
+  });
+  return made;
+}
+
+nb::object ReadNext(Reader& self, int mostRows) {
+  const std::span<const odiC_RowRun> runs = self.source->Places().Runs();
+  odiC_Places places(self.source->Places().SharedLayout());
+  while (self.run < runs.size() && places.NumRows() < mostRows) {
+    const int first = std::max(self.row, runs[self.run].first);
+    const int count = std::min(runs[self.run].End() - first, mostRows - static_cast<int>(places.NumRows()));
+    places.Add(first, count);
+    self.row = first + count;
+    if (self.row == runs[self.run].End()) ++self.run;
+  }
+  if (places.IsEmpty()) return nb::none();
+  Rows rows = py_UseRun(self.open, [&](const odiC_Run& run) {
+    Part part(*self.source, std::move(places));
+    return RowsOf(run, part, self.areFloats, nullptr);
+  });
+  return DictOf(std::move(rows), self.components);
+}
+
 /// (entities of the mesh, components), not a number where there is none.
 nb::object Dense(const py_OpenRun& self, const py_Field& field, int frame, const std::string& by) {
   const bool isByNode = by == "node";
@@ -329,6 +383,9 @@ nb::dict py_WhenOf(const odiC_Run& run, const odiC_When& when) {
 }
 
 void py_BindResults(nb::module_& module) {
+  nb::class_<Reader>(module, "FieldReader")
+      .def("next", &ReadNext, nb::arg("most_rows"),
+           nb::sig("def next(self, most_rows: int) -> dict[str, typing.Any] | None"));
   nb::class_<py_OpenRun>(module, "Run")
       .def("header", &HeaderOf, nb::sig("def header(self) -> dict[str, typing.Any]"))
       .def("mesh",
@@ -355,6 +412,7 @@ void py_BindResults(nb::module_& module) {
           nb::arg("field"))
       .def("gather", &Gather, nb::arg("field"), nb::arg("frame"),
            nb::sig("def gather(self, field: FieldChoice, frame: int) -> dict[str, typing.Any]"))
+      .def("read", &MakeReader, nb::arg("field"), nb::arg("frame"))
       .def("dense", &Dense, nb::arg("field"), nb::arg("frame"), nb::arg("by"), nb::rv_policy::automatic,
            nb::sig("def dense(self, field: FieldChoice, frame: int, by: str) -> "
                    "numpy.typing.NDArray[numpy.float64]"))

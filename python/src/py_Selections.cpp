@@ -64,21 +64,28 @@ template<class List> List FromAddresses(const py_Mesh& mesh, nb::handle argument
   return List(*mesh, std::move(words));
 }
 
-template<class List> List FromLabels(const py_Mesh& mesh, nb::handle argument, bme_Unknown unknown) {
-  if constexpr (!List::kAreAddresses) {
-    const cow_ArrayCOW<int> labels = py_Labels(argument, "labels");
-    return py_Run([&] {
-      const std::lock_guard lock(mesh.state->mutex);
-      return List::FromLabels(*mesh, labels.Const(), unknown);
-    });
-  } else {
-    // faces and edges of the elements with these labels
-    const cow_ArrayCOW<int> labels = py_Labels(argument, "labels");
-    return py_Run([&] {
-      const std::lock_guard lock(mesh.state->mutex);
-      return List::OfElements(bme_FEMElemList::FromLabels(*mesh, labels.Const(), unknown));
-    });
+/// Nodes or elements with these labels; UnknownLabelError with the first of those that there are not.
+template<class List> List WithLabels(const py_Mesh& mesh, std::span<const int> labels, bme_Unknown unknown) {
+  try {
+    return List::FromLabels(*mesh, labels, unknown);
+  } catch (const nex_TextException& error) {
+    std::vector<long long> missing;
+    for (const int label : labels)
+      if (missing.size() < py_kMostNamed && List::FromLabels(*mesh, {&label, 1}, bme_Unknown::Skip).IsEmpty())
+        missing.push_back(label);
+    throw py_Error("UnknownLabelError", error.what(), {{"labels", missing}});
   }
+}
+
+template<class List> List FromLabels(const py_Mesh& mesh, nb::handle argument, bme_Unknown unknown) {
+  const cow_ArrayCOW<int> labels = py_Labels(argument, "labels");
+  return py_Run([&] {
+    const std::lock_guard lock(mesh.state->mutex);
+    if constexpr (!List::kAreAddresses)
+      return WithLabels<List>(mesh, labels.Const(), unknown);
+    else // faces and edges of the elements with these labels
+      return List::OfElements(WithLabels<bme_FEMElemList>(mesh, labels.Const(), unknown));
+  });
 }
 
 template<class List>
@@ -164,7 +171,7 @@ bool Append(nb::handle item, std::optional<py_Mesh>& mesh, rgnC_SetData& data, b
   return true;
 }
 
-py_Set MakeSet(const std::string& name, nb::handle items) {
+py_Set MakeSet(const std::string& name, nb::handle items, bool isInternal) {
   if (name.empty()) throw py_Error("ValueError", "a set needs a name");
   const bool isOne = !nb::isinstance<nb::list>(items) && !nb::isinstance<nb::tuple>(items);
   const nb::object all = isOne ? nb::object(nb::make_tuple(items)) : nb::borrow<nb::object>(items);
@@ -180,6 +187,7 @@ py_Set MakeSet(const std::string& name, nb::handle items) {
   if (!mesh) throw py_Error("ValueError", "items: at least one list is needed, which may be empty");
   data.SetLabel(name);
   data.SetConstructionOk(true);
+  data.SetInternal(isInternal);
   return {*mesh, {name, bme_KindOf(data), data}};
 }
 
@@ -196,6 +204,72 @@ template<class List> py_List<List> PartOf(const py_Set& self) {
           })};
 }
 
+/// The lists that are not empty; an empty set has an empty one of its kind.
+nb::tuple ItemsOf(const py_Set& self) {
+  const rgnC_SetData& data = self.set.data;
+  nb::list items;
+  const auto add = [&](const auto& list) {
+    if (!list.list.IsEmpty()) items.append(list);
+  };
+  if (self.set.kind == rgnC_NODE_SET) {
+    items.append(PartOf<bme_FEMNodeList>(self));
+    return nb::tuple(items);
+  }
+  rgnC_SetData whole = data.WithoutSubsets(), faces = whole, edges = whole;
+  for (int i = 0; i < data.NumSubset(); ++i) {
+    const rgnC_SubsetData& part = data.SubSet(i);
+    const bool areEdges = part.SubsetType() == res_SURFACE_EDGE;
+    (part.FacetIdArray().empty() ? whole : areEdges ? edges : faces).AppendSubset(part);
+  }
+  const auto of = [&](const rgnC_SetData& some) {
+    return py_Set{self.mesh, {self.set.name, self.set.kind, some}};
+  };
+  add(PartOf<bme_FEMElemList>(of(whole)));
+  add(PartOf<bme_FEMFaceList>(of(faces)));
+  add(PartOf<bme_FEMEdgeList>(of(edges)));
+  if (items.empty()) items.append(PartOf<bme_FEMElemList>(self));
+  return nb::tuple(items);
+}
+
+// pickles hold the contents as they are: parts with their order, facets and flags
+
+nb::tuple ReduceSet(const py_Set& self) {
+  const rgnC_SetData& data = self.set.data;
+  nb::list parts;
+  const auto array = [](std::span<const int> ids) {
+    return py_Array(std::vector<int>(ids.begin(), ids.end()));
+  };
+  for (int i = 0; i < data.NumSubset(); ++i) {
+    const rgnC_SubsetData& part = data.SubSet(i);
+    parts.append(nb::make_tuple(part.MeshIndex(), part.ClassIndex(), part.GetSetIndex(),
+                                static_cast<int>(part.SubsetType()), part.IsUnsorted(), array(part.IdArray()),
+                                array(part.FacetIdArray())));
+  }
+  const auto flags = nb::make_tuple(data.GetSetIndex(), static_cast<int>(data.GetSetType()),
+                                    data.IsInternal(), data.IsUnsorted(), data.IsConstructionOk());
+  return nb::make_tuple(nb::module_::import_("coregeometry._restore").attr("named_set"),
+                        nb::make_tuple(py_TheMesh(self.mesh), self.set.name, self.set.root,
+                                       static_cast<int>(self.set.kind), data.GetSetLabel(), flags, parts));
+}
+
+py_Set RestoreSet(const py_Mesh& mesh, const std::string& name, const std::string& root, int kind,
+                  const std::string& label, const nb::tuple& flags, const nb::list& parts) {
+  const auto number = [](nb::handle one) { return nb::cast<int>(one); };
+  rgnC_SetData data;
+  data.SetLabel(label);
+  data.SetIndex(number(flags[0]));
+  data.SetType(static_cast<res_SetTypeEnm>(number(flags[1])));
+  data.SetInternal(nb::cast<bool>(flags[2]));
+  data.SetUnsorted(nb::cast<bool>(flags[3]));
+  data.SetConstructionOk(nb::cast<bool>(flags[4]));
+  for (const nb::handle part : parts)
+    data.AppendSubset(rgnC_SubsetData(number(part[0]), number(part[1]), data.NumSubset(), number(part[2]),
+                                      static_cast<res_SetTypeEnm>(number(part[3])), nb::cast<bool>(part[4]),
+                                      rgnC_SubsetData::Ids(py_Labels(part[5], "ids")),
+                                      rgnC_SubsetData::Ids(py_Labels(part[6], "facets"))));
+  return {mesh, {name, static_cast<rgnC_SetType>(kind), data, root}};
+}
+
 std::size_t NumItems(const py_Set& self) {
   std::size_t count = 0;
   for (int i = 0; i < self.set.data.NumSubset(); ++i)
@@ -210,18 +284,27 @@ void py_BindSelections(nb::module_& module) {
                          "items: a list, or several of one mesh. ValueError for lists of different meshes.");
   set.def(
          "__init__",
-         [](py_Set* self, const std::string& name, nb::handle items) {
-           new (self) py_Set(MakeSet(name, items));
+         [](py_Set* self, const std::string& name, nb::handle items, bool isInternal) {
+           new (self) py_Set(MakeSet(name, items, isInternal));
          },
-         nb::arg("name"), nb::arg("items"),
-         nb::sig("def __init__(self, name: str, items: NodeList | ElementList | FaceList | EdgeList | "
-                 "collections.abc.Sequence[NodeList | ElementList | FaceList | EdgeList]) -> None"))
+         nb::arg("name"), nb::arg("items"), nb::kw_only(), nb::arg("internal") = false,
+         nb::sig(
+             "def __init__(self, name: str, items: NodeList | ElementList | FaceList | EdgeList | "
+             "collections.abc.Sequence[NodeList | ElementList | FaceList | EdgeList], *, internal: bool = "
+             "False) -> None"))
       .def_prop_ro("name", [](const py_Set& self) { return self.set.name; })
       .def_prop_ro(
           "kind", [](const py_Set& self) { return bme_KindWord(self.set.kind); },
           "\"node\", \"element\" or \"surface\".")
       .def_prop_ro(
           "mesh", [](const py_Set& self) { return self.mesh; }, nb::rv_policy::move)
+      .def_prop_ro(
+          "internal", [](const py_Set& self) { return self.set.data.IsInternal(); },
+          "Made by a program, not to be shown.")
+      .def_prop_ro("items", &ItemsOf,
+                   nb::sig("def items(self) -> tuple[NodeList | ElementList | FaceList | EdgeList, ...]"),
+                   "Its nodes; or its elements as such, faces and edges, each kind that it has.")
+      .def("__reduce__", &ReduceSet, nb::sig("def __reduce__(self) -> tuple[typing.Any, ...]"))
       .def("nodes", &PartOf<bme_FEMNodeList>,
            "Its nodes; of other kinds, the nodes of the elements and faces.")
       .def("elements", &PartOf<bme_FEMElemList>, "Its elements, and those of its faces and edges.")
@@ -239,6 +322,12 @@ void py_BindSelections(nb::module_& module) {
                + bme_KindWord(self.set.kind) + ">";
       });
   set.attr("__hash__") = nb::none();
+  module.def(
+      "restore_set", &RestoreSet, nb::arg("mesh"), nb::arg("name"), nb::arg("root"), nb::arg("kind"),
+      nb::arg("label"), nb::arg("flags"), nb::arg("parts"),
+      nb::sig(
+          "def restore_set(mesh: Mesh, name: str, root: str, kind: int, label: str, flags: tuple[int, ...], "
+          "parts: list[tuple[typing.Any, ...]]) -> NamedSet"));
   auto mesh = nb::borrow<nb::class_<py_Mesh>>(nb::type<py_Mesh>());
   BindSelect<bme_FEMNodeList>(mesh, "select_nodes", "Nodes that fit all criteria; all without one.");
   BindSelect<bme_FEMElemList>(mesh, "select_elements", "Elements that fit all criteria; all without one.");

@@ -1,10 +1,13 @@
 // Shapes of element types. A shape is its label: each call asks the calling thread's dictionary.
 #include "py_Arrays.h"
 #include "py_Connect.h"
+#include "py_Hits.h"
 #include "py_Work.h"
 
 #include <BasicUtils/thr_ThreadSingleton.h>
+#include <CoreGeometry/bme_MeshBuilder.h>
 #include <CoreGeometry/exo_NodeOrder.h>
+#include <CoreGeometry/exo_Types.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
 
@@ -142,6 +145,53 @@ nb::object VtkOrder(const Shape& self) {
   return cell ? py_Array(cell->order) : nb::none();
 }
 
+/// The cell of meshio, by its name; its nodes are numbered as VTK's plain cell of that name.
+nb::object MeshioType(const Shape& self) {
+  const nb::object number = VtkType(self);
+  return nb::module_::import_("coregeometry._bridges.cells").attr("NAMES").attr("get")(number);
+}
+nb::object MeshioOrder(const Shape& self) { return MeshioType(self).is_none() ? nb::none() : VtkOrder(self); }
+
+/// The Exodus II element with all nodes of the shape.
+std::optional<exo_TypeName> ExodusName(const Shape& self) {
+  std::optional<exo_TypeName> name = exo_NameType(*self, self->NumSpatialDims());
+  if (name && name->numNodes != self->NumNodes()) name.reset();
+  return name;
+}
+nb::object ExodusType(const Shape& self) {
+  const auto name = ExodusName(self);
+  return name ? nb::object(nb::str(name->name.c_str())) : nb::none();
+}
+nb::object ExodusOrder(const Shape& self) {
+  auto name = ExodusName(self);
+  return name ? py_Array(std::move(name->order)) : nb::none();
+}
+
+nb::object EdgeTable(const Shape& self) {
+  const std::size_t faces = Size(self->NumFaces()), edges = Size(self->MaxEdgesPerFace()),
+                    most = Size(self->MaxNodesPerEdge());
+  return Static(self->EdgeNodeTable().first(faces * edges * most), {faces, edges, most});
+}
+
+/// Rows of weights for so many places.
+nb::object Weights(std::span<const float> weights, std::size_t rows) {
+  return Static(weights, {rows, rows > 0 ? weights.size() / rows : 0});
+}
+
+/// Points in one element, whose nodes are stored in single precision as those of a mesh.
+py_Hits Locate(const Shape& self, nb::handle places, nb::handle points) {
+  RequireMap(self);
+  const py_Reals nodes = py_ToReals(places, "nodes", {self->NumBaseNodes(), 3});
+  std::vector<float> xyz;
+  for (int ring = 0; ring < self->NumRings(); ++ring)
+    for (const double x : nodes.Values()) xyz.push_back(static_cast<float>(x));
+  std::vector<int> row(Size(self->NumNodes()));
+  for (std::size_t i = 0; i < row.size(); ++i) row[i] = static_cast<int>(i);
+  bme_MeshBuilder builder(xyz);
+  builder.Add({self.label, row});
+  return py_LocateIn(py_Mesh(builder.Build()), points);
+}
+
 using Count = int (shp_Topology::*)() const;
 using Flag = bool (shp_Topology::*)() const;
 } // namespace
@@ -206,6 +256,20 @@ void py_BindShapes(nb::module_& module) {
                            : 0});
       },
       "int32", "(f, most) nodes of each face, filled up with -1.");
+  table("edge_table", &EdgeTable, "int32",
+        "(f, e, most) nodes of each edge of each face, filled up with -1; of the first ring.");
+  table(
+      "integration_to_nodes",
+      [](const Shape& self) { return Weights(self->IntPtToNodeWeights(), Size(self->NumBaseNodes())); },
+      "float32", "(b, p) weights of the integration points at each node.");
+  table(
+      "integration_to_faces",
+      [](const Shape& self) { return Weights(self->IntPtToFaceWeights(), Size(self->NumFaces())); },
+      "float32", "(f, p) weights of the integration points at each face.");
+  table(
+      "nodes_to_faces",
+      [](const Shape& self) { return Weights(self->NodeToFaceWeights(), Size(self->NumFaces())); }, "float32",
+      "(f, b) weights of the nodes at each face.");
   table(
       "reversal",
       [](const Shape& self) {
@@ -221,6 +285,20 @@ void py_BindShapes(nb::module_& module) {
       .def_prop_ro("vtk_order", &VtkOrder,
                    nb::sig("def vtk_order(self) -> numpy.typing.NDArray[numpy.int32] | None"),
                    "Position in VTK's cell of each node.")
+      .def_prop_ro("meshio_type", &MeshioType, nb::sig("def meshio_type(self) -> str | None"),
+                   "None without such a cell.")
+      .def_prop_ro("meshio_order", &MeshioOrder,
+                   nb::sig("def meshio_order(self) -> numpy.typing.NDArray[numpy.int32] | None"),
+                   "Position in meshio's cell of each node.")
+      .def_prop_ro("exodus_type", &ExodusType, nb::sig("def exodus_type(self) -> str | None"),
+                   "The format's name, such as HEX8; None without such an element.")
+      .def_prop_ro("exodus_order", &ExodusOrder,
+                   nb::sig("def exodus_order(self) -> numpy.typing.NDArray[numpy.int32] | None"),
+                   "Position in the Exodus II element of each node.")
+      .def("locate", &Locate, nb::arg("nodes"), nb::arg("points"),
+           nb::sig("def locate(self, nodes: numpy.typing.ArrayLike, points: numpy.typing.ArrayLike) -> Hits"),
+           "Where (n, 3) points are in an element of (b, 3) nodes, which are rounded to float32: element 0 "
+           "or -1.")
       .def("shape_functions", &Functions, nb::arg("iso"),
            nb::sig("def shape_functions(self, iso: numpy.typing.ArrayLike) -> "
                    "numpy.typing.NDArray[numpy.float64]"),

@@ -66,6 +66,7 @@ def several():
     return mesh, [
         cg.NamedSet("some nodes", mesh.select_nodes(indices=[0, 3, 9])),
         cg.NamedSet("some", mesh.select_elements(indices=[1, 2, 11])),
+        cg.NamedSet("outside", mesh.select_elements().external_faces() | mesh.select_faces(indices=[[10, 0, 1]])),
     ]
 
 
@@ -109,12 +110,26 @@ def test_all_at_once_there_and_back(share):
         assert [block.category for block in back.mesh.blocks] == [block.category for block in mesh.blocks]
         assert back.sets["some"].elements().indices.tolist() == [1, 2, 11]
         assert back.sets["some nodes"].nodes().indices.tolist() == [0, 3, 9]
+        assert list(back.sets["outside"].faces()) == list(sets[2].faces()) and back.sets["outside"].kind == "surface"
     grid = mesh.to_vtk(share=share)
     from vtkmodules.util.numpy_support import vtk_to_numpy
 
     assert np.shares_memory(vtk_to_numpy(grid.GetPoints().GetData()), mesh.nodes) == (share == "all")
-    with pytest.warns(cg.LossWarning, match="surface top"):
-        mesh.to_meshio(sets=[cg.NamedSet("top", mesh.select_faces(block=10))])
+    with pytest.warns(cg.LossWarning, match="edges of the surface rim"):
+        mesh.to_meshio(sets=[cg.NamedSet("rim", mesh.select_edges(indices=[[10, 0, 0]]))])
+
+
+def test_surfaces_follow_cells_that_a_filter_leaves(tmp_path):
+    mesh = box(2)
+    top = cg.NamedSet("top", mesh.select_elements().external_faces().within([0, 0, 2], [2, 2, 2]))
+    grid = mesh.to_pyvista(sets=[top])
+    part = cg.from_pyvista(grid.extract_cells([5, 7, 0]))
+    kept = part.sets["top"].faces()
+    assert sorted(part.mesh.element_labels) == [501, 506, 508]
+    wanted = [row for row in top.faces().labels().tolist() if row[0] in (501, 506, 508)]
+    assert sorted(kept.labels().tolist()) == wanted
+    mesh.to_meshio(sets=[top]).write(tmp_path / "box.vtu")
+    assert list(cg.from_meshio(meshio.read(tmp_path / "box.vtu")).sets["top"].faces()) == list(top.faces())
 
 
 def test_what_has_no_type_is_kept_refused_or_skipped():

@@ -54,6 +54,12 @@ def test_moving_and_numbering():
     both = cg.combine({"a": mesh, "b": mirrored}, labels="offset")
     assert both.first_elements == [0, 8] and both.mesh.num_nodes == 54
     assert both.mesh.node_labels[27] == 1001 + 1027
+    left, right = (cg.NamedSet("face", one.select_faces(indices=[[3, 1]])) for one in (mesh, mirrored))
+    again = cg.combine({"a": mesh, "b": mirrored}, labels="offset", sets=[left, right])
+    assert sorted(again.sets) == ["a.face", "b.face"]
+    assert {tuple(one.faces())[0][0] for one in again.sets.values()} == {3, 11}
+    with pytest.raises(ValueError, match="none of the meshes"):
+        cg.combine([mesh], sets=[right])
 
 
 def test_quality():

@@ -59,7 +59,7 @@ def test_selections(cube):
     assert len(cube.select_nodes(labels=[1001, 7], unknown="skip")) == 1
     assert len(cube.select_elements(indices=[0]).nodes()) == 8
     for call, error, words in [
-        (lambda: cube.select_nodes(labels=[1001, 7]), cg.DataError, "7"),
+        (lambda: cube.select_nodes(labels=[1001, 7]), cg.UnknownLabelError, "7"),
         (lambda: cube.select_nodes(indices=[27]), IndexError, "node 27 of 27"),
         (lambda: cube.select_faces(indices=[[8, 0]]), IndexError, "element 8"),
         (lambda: cube.select_nodes(touching="some"), ValueError, "none of any, all"),

@@ -148,6 +148,34 @@ def test_copies_and_pickles(cube, protocol):
         assert len(buffers) == 4 and pickle.loads(data, buffers=buffers) == cube
 
 
+def test_lists_and_sets_are_pickled_with_their_mesh_once(cube):
+    elements = cube.select_elements(indices=[2, 5])
+    lists = [cube.select_nodes(indices=[1, 9]), elements, elements.external_faces(), cube.select_edges(indices=[[3, 5, 2]])]
+    sets = [cg.NamedSet("some", one, internal=True) for one in lists] + [cg.NamedSet("both", [elements, lists[2]])]
+    data = pickle.dumps([sets, lists, cube, cube.transformed(np.eye(4))])
+    own, listed, mesh, other = pickle.loads(data)
+    assert len(data) < 3 * len(pickle.dumps(cube)) and mesh == cube and other == cube
+    for made, one in zip(listed, lists, strict=True):
+        assert list(made) == list(one) and made.mesh == mesh and not len(made & ~made)
+        assert list(mesh.select_nodes(set=made)) == list(cube.select_nodes(set=one))
+    for made, one in zip(own, sets, strict=True):
+        assert (made.name, made.kind, made.internal, len(made)) == (one.name, one.kind, one.internal, len(one))
+        assert [list(part) for part in made.items] == [list(part) for part in one.items]
+    assert [type(part).__name__ for part in sets[-1].items] == ["ElementList", "FaceList"] and not sets[-1].internal
+    assert copy.deepcopy(sets[2]) == sets[2] and copy.copy(elements) == elements and elements.nodes().nodes() == elements.nodes()
+    with pytest.raises(TypeError, match="MeshEditor cannot be pickled"):
+        pickle.dumps(cube.edit())
+
+
+def test_texts_of_a_mesh(cube):
+    lines = str(cube).splitlines()
+    assert lines[0] == repr(cube) and lines[2].split() == ["elements", "8,", "labels", "501", "to", "508"]
+    assert "x 0 to 2" in lines[3] and lines[4].endswith("C3D8R ×8 solid") and "x 0 to 2" in cube._repr_html_()
+    assert "no labels" in str(box(1, labels=False)) and "none" in str(cg.Mesh([], {}))
+    assert cube.blocks[0].shape == cg.shapes["C3D8R"]
+    assert cg.Block("XYZ9", [[0, 1]], unknown_types="keep").shape is None
+
+
 def test_check_names_faults_and_notes(cube):
     assert cube.check() == []
     found = cube.inverted([0]).check()

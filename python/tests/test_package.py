@@ -32,6 +32,30 @@ def test_import_is_cheap_and_loads_each_library_once():
     assert ran.stderr == ""
 
 
+MISSING = [
+    ("meshio", "cube.to_meshio()"),
+    ("meshio", "cg.read_mesh('unknown.xyz')"),
+    ("vtkmodules", "cube.to_vtk()"),
+    ("pyvista", "cube.to_pyvista()"),
+    ("pandas", "cube.to_pandas('nodes')"),
+    ("pyarrow", "cg.to_arrow(cube)"),
+    ("scipy", "cube.neighbours('face').to_scipy()"),
+]
+
+
+@pytest.mark.parametrize(("package", "call"), MISSING)
+def test_a_package_that_is_missing_is_named(package, call, cube, tmp_path, monkeypatch):
+    monkeypatch.chdir(tmp_path)
+    (tmp_path / "unknown.xyz").write_text("?")
+    for name in [name for name in sys.modules if name.split(".")[0] == package]:
+        monkeypatch.delitem(sys.modules, name)
+    monkeypatch.setitem(sys.modules, package, None)
+    install = package.replace("vtkmodules", "vtk")
+    with pytest.raises(cg.MissingLibraryError, match=f"pip install {install}") as raised:
+        eval(call, {"cg": cg, "cube": cube})
+    assert isinstance(raised.value, ImportError)
+
+
 def test_public_names_are_documented_and_exist():
     for name in cg.__all__:
         assert name == "__version__" or getattr(cg, name).__doc__, name

@@ -137,3 +137,33 @@ def test_values_of_elements_at_nodes_and_faces(cube):
     assert np.array_equal(mesh.blocks[0].extrapolate(np.ones((8, 1)), "centroid"), np.ones((8, 8), np.float32))
     with pytest.raises(ValueError, match=r"\(8, 8\)"):
         mesh.blocks[0].extrapolate(points[:, :4])
+
+
+def test_means_at_nodes():
+    mesh = box(2)
+    values = np.arange(8.0)
+    at_nodes = np.repeat(values[:, None], 8, axis=1)
+    rows = mesh.blocks[0].connectivity
+    wanted = np.bincount(rows.ravel(), at_nodes.ravel()) / np.bincount(rows.ravel())
+    means = mesh.average([at_nodes])
+    assert means.dtype == np.float32 and means == pytest.approx(wanted)
+    both = mesh.average([np.stack([at_nodes, -at_nodes], axis=2)])
+    assert both.shape == (27, 2) and both[:, 1] == pytest.approx(-wanted)
+    groups = np.array([0, 0, 0, 0, 1, 1, 1, -1])
+    lower, upper = mesh.average([at_nodes], across=groups)
+    assert (lower[13], upper[13]) == (1.5, 5) and np.isnan(lower[26]) and np.isnan(upper[26]) and lower[0] == 0
+    shells = cg.Mesh(mesh.nodes, [*mesh.blocks, cg.Block("S4", rows[:, :4], labels=np.arange(8) + 1)])
+    ones = np.ones((8, 4))
+    by_block = shells.average([at_nodes, ones], across="block")
+    assert by_block[0] == pytest.approx(wanted) and set(by_block[1][~np.isnan(by_block[1])]) == {1}
+    assert shells.average([None, ones])[0] == 1 and np.isnan(shells.average([None, None])).all()
+    for parts, across, words in (
+        ([at_nodes], "all", "1 for 2 blocks"),
+        ([at_nodes, ones], "all", "different dimensions"),
+        ([at_nodes[:, :7], None], "all", "block 0"),
+        ([at_nodes, ones[..., None]], "block", "other components"),
+        ([at_nodes, None], [0], "1 numbers for 16 elements"),
+        ([at_nodes, None], "some", "none of all, block"),
+    ):
+        with pytest.raises(ValueError, match=words):
+            shells.average(parts, across=across)

@@ -83,6 +83,46 @@ def test_what_is_computed(model):
     assert (one.sum, one.mean, one.count) == (54, 2, 27) and t2.histogram(2)[2].tolist() == [9, 18]
 
 
+def test_blocks_of_rows_are_the_whole(model):
+    run = model.results["Cube/run1"]
+    for field in (run.field("S", frame=2), run.field("S", frame=1).invariant("mises").at_nodes(), run.field("T", frame=1, region="low")):
+        whole = field.array()
+        for rows in (1, 5, 1000):
+            parts = list(field.blocks(rows))
+            assert len(parts) == -(-len(whole) // rows) and max(len(part) for part in parts) <= rows
+            for name in ("values", "label", "index", "point"):
+                assert np.array_equal(np.concatenate([getattr(part, name) for part in parts]), getattr(whole, name))
+            assert parts[0].values.dtype == whole.values.dtype
+    blocks = field.blocks(1)
+    next(blocks)
+    model.close()
+    with pytest.raises(cg.ClosedError):
+        next(blocks)
+
+
+def test_a_run_goes_on_when_mesh_and_datums_are_replaced(model):
+    mesh = model.meshes["Cube"]
+    hub = {at: cg.CoordinateSystem("cylindrical", [at] * 3, [1, 0, 0], [0, 1, 0]) for at in (0, 1)}
+    model["datums/Cube/hub"] = hub[0]
+    with model.add_run("Cube", "run2") as run:
+        run.add_variable("U", "VECTOR")
+        step = run.step("Load")
+        with step.frame(1.0) as frame:
+            frame.put("U", mesh.nodes, position="NODAL")
+        with model.transaction() as change:
+            change.meshes["Cube"] = mesh.with_nodes(mesh.nodes + 1)
+            change.datums["Cube/hub"] = hub[1]
+        with step.frame(2.0) as frame:
+            frame.put("U", mesh.nodes * 2, position="NODAL")
+    run = model.results["Cube/run2"]
+    assert run.steps["Load"].values.tolist() == [1, 2] and np.array_equal(run.mesh.nodes, mesh.nodes + 1)
+    # vectors along the radius from the axis, which has moved with the nodes
+    radial = run.field("U", frame=1).system("datums/Cube/hub").by_node()
+    wanted = np.hypot(*mesh.nodes.T[:2]) * 2
+    assert radial[:, 0] == pytest.approx(wanted) and radial[:, 1] == pytest.approx(np.zeros(27), abs=1e-6)
+    assert model.check() == []
+
+
 def test_derived_variables_are_stored(model):
     assert model.results["Cube/run1"].derive("V", "T * 2 + X", dtype="float64") == 81
     run = model.results["Cube/run1"]

@@ -46,3 +46,31 @@ def test_a_hexahedron():
         cg.shapes["MASS"].shape_functions([[0, 0, 0]])
     with pytest.raises(ValueError, match="nodes"):
         shape.map(np.zeros((8, 3)), [[0, 0, 0]])
+
+
+def test_tables_of_every_shape_fit_each_other():
+    for label, shape in cg.shapes.items():
+        base, faces, points = shape.num_base_nodes, shape.num_faces, max(len(shape.integration_points), 1)
+        assert shape.edge_table.shape[0] == faces and set(map(tuple, shape.edges)) <= {
+            tuple(row[row >= 0]) for edges in shape.edge_table for row in edges
+        }, label
+        for table, rows, columns in (
+            (shape.integration_to_nodes, base, points),
+            (shape.integration_to_faces, faces, points),
+            (shape.nodes_to_faces, faces, base),
+        ):
+            assert table.size == 0 or (table.shape == (rows, columns) and np.allclose(table.sum(axis=1), 1, atol=1e-5)), label
+        for order, kind in ((shape.meshio_order, shape.meshio_type), (shape.exodus_order, shape.exodus_type)):
+            assert (order is None) == (kind is None), label
+            assert order is None or len(order) in (0, 1) or sorted(set(order)) == list(range(len(set(order)))), label
+    assert (cg.shapes["C3D20"].meshio_type, cg.shapes["C3D20"].exodus_type) == ("hexahedron20", "HEX20")
+    assert cg.shapes["MASS"].vtk_type is None
+
+
+def test_points_in_one_element():
+    shape = cg.shapes["C3D10"]
+    nodes = shape.node_coordinates * [2, 3, 4] + [1, 0, 0]
+    isos = np.array([[0.1, 0.2, 0.3], [0.5, 0.5, 0.5]])
+    hits = shape.locate(nodes, shape.map(nodes, isos))
+    assert hits.element.tolist() == [0, -1] and hits.iso[0] == pytest.approx(isos[0], abs=1e-6)
+    assert hits.interpolate(nodes[:, 0])[0] == pytest.approx(1.2)

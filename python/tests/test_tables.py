@@ -1,5 +1,6 @@
 """Tables for other packages, files with results, comparisons and progress."""
 
+import gc
 import sys
 from pathlib import Path
 
@@ -61,3 +62,21 @@ def test_progress_bar_shows_nothing_away_from_terminals(cube, capsys, monkeypatc
     with cg.progress_bar():
         cube.measure()
     assert capsys.readouterr().err == ""
+
+
+def test_results_of_a_file_are_at_hand(tmp_path):
+    imported = cg.read_mesh(BRACKET)
+    run = imported.run
+    assert run is imported.run and run.mesh is imported.mesh and run.variables
+    folder = Path(run._model.path).parent
+    with cg.open(tmp_path / "m.cgdb", "x") as model:
+        imported.save(model, "bracket", run="load")
+        for name in run.variables:
+            assert np.array_equal(run.field(name, frame=-1).array(0).values, model.results["bracket/load"].field(name, frame=-1).array(0).values, equal_nan=True)
+    assert folder.exists()
+    del imported, run
+    gc.collect()
+    assert not folder.exists()
+    with pytest.warns(cg.LossWarning):
+        cg.write_mesh(tmp_path / "plain.stl", cg.Mesh(np.eye(3), {"S3": [[0, 1, 2]]}))
+    assert cg.read_mesh(tmp_path / "plain.stl").run is None

@@ -5,7 +5,7 @@ from __future__ import annotations
 import importlib
 import warnings
 from collections.abc import Iterable, Mapping, Sequence
-from typing import Any, Literal
+from typing import Any, Literal, NamedTuple
 
 import numpy as np
 import numpy.typing as npt
@@ -128,6 +128,7 @@ def finish(
     node_labels: Any,
     node_sets: Iterable[tuple[str, Any]],
     element_sets: Iterable[tuple[str, Any]],
+    surfaces: Mapping[str, npt.NDArray[Any]],
     cell_order: npt.NDArray[np.int64] | None,
     dimension: int,
 ) -> Imported:
@@ -136,22 +137,59 @@ def finish(
     sets = {name: _core.NamedSet(name, mesh.select_nodes(indices=np.asarray(one))) for name, one in node_sets}
     for name, one in element_sets:
         sets[name] = _core.NamedSet(name, mesh.select_elements(indices=np.asarray(one)))
+    for name, bits in surfaces.items():
+        sets[name] = _core.NamedSet(name, mesh.select_faces(indices=_faces_of(bits)))
     return Imported(mesh, sets, "", blocks.losses, mesh.rounding, cell_order)
 
 
-def split_sets(mesh: _core.Mesh, sets: Sequence[_core.NamedSet]) -> tuple[dict[str, Ints], dict[str, Ints], list[Loss]]:
-    """Indices of node and element sets; surfaces are losses."""
-    nodes, elements, losses = {}, {}, []
+SURFACE = "Surface "  # what names of data arrays of cells begin with
+_BACK = 8  # the first bit of the backs of shells
+
+
+def _bits_of(faces: _core.FaceList) -> Ints:
+    """Of each element of the mesh its faces in the list: bit i for face i, bit i + 8 for its back."""
+    bits = np.zeros(faces.mesh.num_elements, np.int32)
+    np.bitwise_or.at(bits, faces.element_indices, 1 << (faces.face_numbers + _BACK * faces.is_back))
+    return bits
+
+
+def _faces_of(bits: npt.NDArray[Any]) -> Ints:
+    """Rows of element, face and side, as of `_bits_of`."""
+    whole = bits.astype(np.int64)
+    rows = []
+    for bit in range(2 * _BACK):
+        elements = np.flatnonzero(whole >> bit & 1)
+        rows.append(np.stack([elements, np.full_like(elements, bit % _BACK), np.full_like(elements, bit // _BACK)], axis=1))
+    return np.concatenate(rows).astype(np.int32)
+
+
+class Sets(NamedTuple):
+    """Sets by kind: indices of nodes and of elements, and the faces of each element that are in a surface."""
+
+    nodes: dict[str, Ints]
+    elements: dict[str, Ints]
+    surfaces: dict[str, Ints]
+    losses: list[Loss]
+
+
+def split_sets(mesh: _core.Mesh, sets: Sequence[_core.NamedSet]) -> Sets:
+    """The sets of the mesh; edges in surfaces, and elements there without a face, are losses."""
+    nodes, elements, surfaces, losses = Sets({}, {}, {}, [])
     for one in sets:
         if one.mesh != mesh:
             raise ValueError(f"the set {one.name} is of another mesh")
         if one.kind == "surface":
-            losses.append(Loss(f"surface {one.name}", len(one)))
+            for part in one.items:
+                if isinstance(part, _core.FaceList):
+                    surfaces[one.name] = _bits_of(part)
+                elif len(part):
+                    what = "edges" if isinstance(part, _core.EdgeList) else "elements without a face"
+                    losses.append(Loss(f"{what} of the surface {one.name}", len(part)))
         elif one.kind == "node":
             nodes[one.name] = one.nodes().indices
         else:
             elements[one.name] = one.elements().indices
-    return nodes, elements, losses
+    return Sets(nodes, elements, surfaces, losses)
 
 
 def warn(what: str, losses: Sequence[Loss]) -> None:

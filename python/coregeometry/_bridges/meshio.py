@@ -10,7 +10,7 @@ import numpy as np
 from .. import _core
 from .._files import Imported
 from .._tables import Loss
-from .cells import NAMES, Blocks, Unknown, finish, require, rows_for, split_sets, warn
+from .cells import NAMES, SURFACE, Blocks, Unknown, finish, require, rows_for, split_sets, warn
 
 
 def to_meshio(mesh: _core.Mesh, sets: Sequence[_core.NamedSet] = ()) -> Any:
@@ -38,17 +38,19 @@ def to_meshio(mesh: _core.Mesh, sets: Sequence[_core.NamedSet] = ()) -> Any:
         starts.append((block.first_element, block.num_elements))
         kept.append(i)
     labels = mesh.element_labels
-    cell_data = {
+    cell_data: dict[str, list[Any]] = {
         "ElementLabel": [labels[first : first + count] for first, count in starts],
         "ElementClass": [np.full(count, i, np.int32) for i, (_, count) in zip(kept, starts, strict=True)],
     }
     point_data = {} if mesh.node_labels is None else {"NodeLabel": mesh.node_labels}
-    nodes, elements, surfaces = split_sets(mesh, sets)
+    own = split_sets(mesh, sets)
     cell_sets = {
         name: [one[(one >= first) & (one < first + count)] - first for first, count in starts]
-        for name, one in elements.items()
+        for name, one in own.elements.items()
     }
-    warn("meshio", losses + surfaces)
+    for name, bits in own.surfaces.items():
+        cell_data[SURFACE + name] = [bits[first : first + count] for first, count in starts]
+    warn("meshio", losses + own.losses)
     exact = {
         "types": [mesh.blocks[i].type for i in kept],
         "categories": [mesh.blocks[i].category for i in kept],
@@ -60,7 +62,7 @@ def to_meshio(mesh: _core.Mesh, sets: Sequence[_core.NamedSet] = ()) -> Any:
         cells,
         point_data=point_data,
         cell_data=cell_data,
-        point_sets=nodes,
+        point_sets=own.nodes,
         cell_sets=cell_sets,
         info={"coregeometry": exact},
     )
@@ -104,5 +106,11 @@ def from_meshio(m: Any, types: Mapping[str, str] | None = None, unknown: Unknown
         ]
         element_sets.append((name, np.concatenate(chosen) if chosen else np.empty(0, np.int64)))
     cell_order = np.concatenate(order) if order else np.empty(0, np.int64)
+    surfaces = {
+        name[len(SURFACE) :]: np.concatenate([np.asarray(part) for part in parts])[cell_order]
+        for name, parts in m.cell_data.items()
+        if name.startswith(SURFACE) and parts
+    }
     node_labels = m.point_data.get("NodeLabel")
-    return finish(points, blocks, node_labels, (m.point_sets or {}).items(), element_sets, cell_order, dimension)
+    node_sets = (m.point_sets or {}).items()
+    return finish(points, blocks, node_labels, node_sets, element_sets, surfaces, cell_order, dimension)

@@ -13,7 +13,7 @@ from .. import _core
 from .._files import Imported
 from .._results import Field
 from .._tables import Loss
-from .cells import NAMES, Blocks, Unknown, finish, require, rows_for, split_sets, warn
+from .cells import NAMES, SURFACE, Blocks, Unknown, finish, require, rows_for, split_sets, warn
 
 WEDGES = {13: "vtkWedge", 26: "vtkQuadraticWedge", 31: "vtkQuadraticLinearWedge", 32: "vtkBiQuadraticQuadraticWedge"}
 
@@ -96,11 +96,13 @@ def to_vtk(
     if any(block.labels is not None for block in mesh.blocks):
         put(grid.GetCellData(), "ElementLabel", mesh.element_labels[elements])
     put(grid.GetCellData(), "ElementClass", np.repeat(np.arange(len(found), dtype=np.int32), [len(c) for c in chosen]))
-    node_sets, element_sets, surfaces = split_sets(mesh, sets)
-    for name, one in node_sets.items():
+    own = split_sets(mesh, sets)
+    for name, one in own.nodes.items():
         put(grid.GetPointData(), f"NodeSet {name}", np.isin(np.arange(mesh.num_nodes), one).astype(np.uint8))
-    for name, one in element_sets.items():
+    for name, one in own.elements.items():
         put(grid.GetCellData(), f"ElementSet {name}", np.isin(elements, one).astype(np.uint8))
+    for name, bits in own.surfaces.items():
+        put(grid.GetCellData(), SURFACE + name, bits[elements])
     for name, field in fields.items() if isinstance(fields, Mapping) else ((one.name, one) for one in fields):
         if field.run.mesh != mesh:
             raise ValueError(f"field {name} is of another mesh")
@@ -118,7 +120,7 @@ def to_vtk(
             words.InsertNextValue(text)
         grid.GetFieldData().AddArray(words)
     put(grid.GetFieldData(), "Dimension", np.array([mesh.dimension], np.int32))
-    warn("VTK", losses + surfaces)
+    warn("VTK", losses + own.losses)
     return grid
 
 
@@ -187,7 +189,9 @@ def from_vtk(grid: Any, types: Mapping[str, str] | None = None, unknown: Unknown
     place = np.full(len(numbers), -1)
     place[cell_order] = np.arange(len(cell_order))
     element_sets = [(name, place[cells][place[cells] >= 0]) for name, cells in found[1]]
-    return finish(points, blocks, point_data.get("NodeLabel"), found[0], element_sets, cell_order, dimension)
+    surfaces = {key[len(SURFACE) :]: array[cell_order] for key, array in cell_data.items() if key.startswith(SURFACE)}
+    node_labels = point_data.get("NodeLabel")
+    return finish(points, blocks, node_labels, found[0], element_sets, surfaces, cell_order, dimension)
 
 
 def _groups(
