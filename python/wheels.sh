@@ -41,6 +41,8 @@ test_wheel() {
   mkdir -p "$outside/python"
   cp -r python/tests python/README.md "$outside/python/"
   cp VERSION README.md "$outside/"
+  mkdir -p "$outside/docs"
+  cp docs/python.md "$outside/docs/"
   "$1" -m venv "$outside/venv"
   "$outside/venv/bin/pip" install --quiet --disable-pip-version-check "$2" pytest
   (cd "$outside" && venv/bin/python -m pytest -q -p no:cacheprovider python/tests)

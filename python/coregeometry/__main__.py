@@ -1,3 +1,4 @@
 from ._command import main
 
-main()
+if __name__ == "__main__":
+    main()

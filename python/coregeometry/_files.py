@@ -119,6 +119,15 @@ def write_mesh(
     ``run`` are results of the mesh, for formats that hold them. `FileExistsError` unless ``overwrite``; a model is
     never replaced. The file gets its name when it is complete.
     Losses also give a `LossWarning`.
+
+    >>> import numpy as np, coregeometry as cg
+    >>> mesh = cg.Mesh(np.eye(4, 3, -1), {"C3D4": [[0, 1, 2, 3]]}, node_labels=[1, 2, 3, 9])
+    >>> tip = cg.NamedSet("tip", mesh.select_nodes(labels=[9]))
+    >>> [loss.what for loss in cg.write_mesh("tet.vtu", mesh, [tip])]
+    ['element types and categories of classes']
+    >>> imported = cg.read_mesh("tet.vtu")
+    >>> imported.mesh.node_labels, imported.sets["tip"].nodes().labels()
+    (array([1, 2, 3, 9], dtype=int32), array([9], dtype=int32))
     """
     results = None if run is None else run._opened()
     losses = _core.write_mesh_file(os.fspath(path), mesh, list(sets), format or "", overwrite, vtk_wedges, results)
@@ -199,6 +208,12 @@ def combine(
     """Several meshes as one, at the placement of the first; nodes and elements of a later one follow those before.
 
     ``sets`` of any of the meshes follow. With ``"keep"`` a label that two meshes have is a `DataError`, with ``"offset"`` later labels are raised.
+
+    >>> import coregeometry as cg
+    >>> line = cg.Mesh([[0, 0], [1, 0]], {"B21": [[0, 1]]}, node_labels=[1, 2])
+    >>> both = cg.combine([line, line.with_nodes([[2, 0], [3, 0]])], labels="offset")
+    >>> both.mesh, both.mesh.node_labels, both.first_nodes
+    (<Mesh 4 nodes, 2 elements: B21 ×1, B21 ×1>, array([1, 2, 3, 4], dtype=int32), [0, 2])
     """
     named = meshes if isinstance(meshes, Mapping) else {str(i + 1): mesh for i, mesh in enumerate(meshes)}
     mesh, own, firsts, remarks = _core.combine_meshes(list(named.values()), list(named), labels, list(sets))

@@ -33,6 +33,15 @@ def open(
     Modes are ``"r"``, ``"r+"`` (to change a file that exists), ``"x"`` (a new one, `FileExistsError`) and ``"a"``
     (``"r+"`` or ``"x"``). A new file appears with the first transaction. ``timeout`` is in seconds; after it a file
     in use raises `BusyError`. A file must not be open in Python's ``sqlite3`` at the same time.
+
+    >>> import numpy as np, coregeometry as cg
+    >>> mesh = cg.Mesh(np.eye(4, 3, -1), {"C3D4": [[0, 1, 2, 3]]})
+    >>> with cg.open("opened.cgdb", "x") as model, model.transaction() as change:
+    ...     change.meshes["Wing"] = mesh
+    ...     change.sets["Wing/base"] = mesh.select_nodes(indices=[0, 1, 2])
+    >>> with cg.open("opened.cgdb") as model:
+    ...     model.roots, model.meshes["Wing"] == mesh, len(model.sets["Wing/base"])
+    (['meshes/Wing', 'regions/Wing/base', 'sets/Wing/base'], True, 3)
     """
     return Model(path, mode, timeout=timeout, memory_map=memory_map, page_size=page_size)
 
@@ -192,6 +201,18 @@ class Model:
         """A new run of a stored mesh, written frame by frame: ``with model.add_run("Wing", "run1") as w: ...``.
 
         `FileExistsError` when there is one of that name.
+
+        >>> import numpy as np, coregeometry as cg
+        >>> mesh = cg.Mesh(np.eye(4, 3, -1), {"C3D4": [[0, 1, 2, 3]]})
+        >>> with cg.open("run.cgdb", "x") as model:
+        ...     model["meshes/Wing"] = mesh
+        ...     with model.add_run("Wing", "heat") as run:
+        ...         run.add_variable("T", unit="K")
+        ...         with run.step("Warm up").frame(0.1) as frame:
+        ...             frame.put("T", [20, 21, 22, 25], position="NODAL")
+        ...     warm = model.results["Wing/heat"].field("T", frame=-1)
+        ...     warm.max().value, (warm - 20).by_node()[:, 0].tolist()
+        (25.0, [0.0, 1.0, 2.0, 5.0])
         """
         self._check_writable()
         if mesh not in self.meshes:
@@ -480,6 +501,13 @@ def diff(a: Path | Model, b: Path | Model, tolerance: float = 0.0) -> list[Diffe
     """Where the contents of two models differ; an empty list when they are equal.
 
     Numbers are equal within ``tolerance * max(1, |a|, |b|)``.
+
+    >>> import coregeometry as cg
+    >>> for name, x in (("one.cgdb", 1.0), ("two.cgdb", 1.5)):
+    ...     with cg.open(name, "x") as model:
+    ...         model["meshes/Line"] = cg.Mesh([[0, 0], [x, 0]], {"B21": [[0, 1]]})
+    >>> [(one.place, one.largest) for one in cg.diff("one.cgdb", "two.cgdb")]
+    [('meshes/Line.nodeData.coordinates[3]', 0.5)]
     """
     with _borrowed(a) as first, _borrowed(b) as second:
         return _core.diff_databases(first._opened(), second._opened(), tolerance)

@@ -69,6 +69,12 @@ def picture(
     ``view`` points from the mesh to the viewer, ``size`` is in pixels. ``values`` are (num_nodes,) or (num_elements,),
     NaN where there is none. ``deform`` (num_nodes, 3), or a field of vectors at nodes, is added ``factor`` times;
     without one a tenth of the mesh is aimed at. Fields must have one number at each node, or at each element.
+
+    >>> import numpy as np, coregeometry as cg
+    >>> mesh = cg.Mesh(np.eye(4, 3, -1), {"C3D4": [[0, 1, 2, 3]]})
+    >>> drawn = cg.picture(mesh, size=(160, 120), values=mesh.nodes[:, 2])
+    >>> drawn.rgba.shape, drawn.png[1:4]
+    ((120, 160, 4), b'PNG')
     """
     name = unit = ""
     shown = list(sets)
@@ -117,6 +123,12 @@ def travel(fixed: Side, movable: Side, direction: npt.ArrayLike, *, limit: float
     """How far ``movable`` moves along the direction until it meets ``fixed``; None when it never does before ``limit``.
 
     A side is a mesh (its outside), a list of faces, ``(points, triangles)``, or a `TriangleTree` for many searches.
+
+    >>> import numpy as np, coregeometry as cg
+    >>> wall = cg.Mesh([[0, -9, -9], [0, 9, -9], [0, 9, 9], [0, -9, 9]], {"S4": [[0, 1, 2, 3]]})
+    >>> tet = cg.Mesh(np.eye(4, 3, -1) + 3, {"C3D4": [[0, 1, 2, 3]]})
+    >>> cg.travel(wall, tet, [-1, 0, 0]).distance
+    3.0
     """
     first, of_first = _tree(fixed, direction)
     second, of_second = _tree(movable, direction)

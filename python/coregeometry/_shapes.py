@@ -8,7 +8,12 @@ from . import _core
 
 
 class _Shapes(Mapping[str, _core.Shape]):
-    """The shapes of all element types, by label in upper or lower case; `UnknownTypeError`."""
+    """The shapes of all element types, by label in upper or lower case; `UnknownTypeError`.
+
+    >>> import coregeometry as cg
+    >>> len(cg.shapes), cg.shapes["c3d20r"].num_nodes, "C3D9" in cg.shapes
+    (695, 20, False)
+    """
 
     def __init__(self) -> None:
         self._labels = _core.shape_labels()

@@ -24,6 +24,10 @@ def progress(callback: Callable[[float, str], Any]) -> Iterator[None]:
 
     The fraction runs from 0 to 1 within one call of the library. A callback that returns ``False`` stops the work,
     which raises `Cancelled`; what it raises passes through.
+
+    >>> import coregeometry as cg
+    >>> with cg.progress(lambda fraction, work: fraction < 0.9):
+    ...     line = cg.Mesh([[0, 0], [1, 0]], {"B21": [[0, 1]]})  # too short to be asked
     """
     token = _callback.set(callback)
     _core.add_listener(1)

@@ -222,7 +222,12 @@ void py_BindBlock(nb::module_& module) {
       module, "Block", nb::is_weak_referenceable(),
       "Elements of one type: immutable.\n\n"
       "connectivity: (m, k) integers, node indices from 0. labels: (m,) int32 or None.\n"
-      "UnknownTypeError, ValueError, IndexError, TypeError and OverflowError for bad input.");
+      "UnknownTypeError, ValueError, IndexError, TypeError and OverflowError for bad input.\n\n"
+      ">>> import coregeometry as cg\n"
+      ">>> block = cg.Block(\"S4\", [[0, 1, 2, 3]], labels=[7], category=\"skin\", "
+      "controls=cg.Controls(weight_factor=0.5))\n"
+      ">>> block, block.labels, block.controls.weight_factor\n"
+      "(<Block S4 ×1>, array([7], dtype=int32), 0.5)\n");
   block
       .def(
           "__init__",

@@ -41,7 +41,12 @@ nb::object Row(const py_Rows& self, long long i) {
 
 void py_BindConnect(nb::module_& module) {
   nb::class_<py_Rows>(module, "Rows", nb::is_weak_referenceable(),
-                      "A relation: row i is items[first[i]:first[i + 1]], as in compressed sparse rows.")
+                      "A relation: row i is items[first[i]:first[i + 1]], as in compressed sparse rows.\n\n"
+                      ">>> import coregeometry as cg\n"
+                      ">>> mesh = cg.Mesh([[0, 0], [1, 0], [2, 0]], {\"B21\": [[0, 1], [1, 2]]})\n"
+                      ">>> rows = mesh.elements_of_nodes()\n"
+                      ">>> len(rows), rows[1], rows.counts()\n"
+                      "(3, array([0, 1], dtype=int32), array([1, 2, 1], dtype=int32))\n")
       .def_prop_ro(
           "first", [](const py_Rows& self) { return AsInts(self, self.rows->first); },
           nb::rv_policy::automatic, nb::sig("def first(self) -> numpy.typing.NDArray[numpy.int32]"),

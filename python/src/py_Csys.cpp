@@ -98,15 +98,20 @@ nb::tuple Arguments(const py_Csys& self) {
 } // namespace
 
 void py_BindCsys(nb::module_& module) {
-  nb::class_<py_Csys> csys(module, "CoordinateSystem", nb::is_weak_referenceable(),
-                           "Origin and axes: \"cartesian\", \"cylindrical\" (radius, angle, axial) or "
-                           "\"spherical\" (radius, azimuth, polar "
-                           "angle).\n\n"
-                           "z is the product of x and y when it is not given. On its axis a cylindrical "
-                           "point has the absolute axial\n"
-                           "coordinate as radius and angle 0, a spherical one azimuth 0. Points go through "
-                           "the axes as given, so that both\n"
-                           "ways undo each other for orthonormal axes only.");
+  nb::class_<py_Csys> csys(
+      module, "CoordinateSystem", nb::is_weak_referenceable(),
+      "Origin and axes: \"cartesian\", \"cylindrical\" (radius, angle, axial) or "
+      "\"spherical\" (radius, azimuth, polar "
+      "angle).\n\n"
+      "z is the product of x and y when it is not given. On its axis a cylindrical "
+      "point has the absolute axial\n"
+      "coordinate as radius and angle 0, a spherical one azimuth 0. Points go through "
+      "the axes as given, so that both\n"
+      "ways undo each other for orthonormal axes only.\n\n"
+      ">>> import coregeometry as cg\n"
+      ">>> polar = cg.CoordinateSystem(\"cylindrical\", [0, 0, 0], [1, 0, 0], [0, 1, 0])\n"
+      ">>> polar.to_local([[0.0, 2.0, 5.0]])\n"
+      "array([[ 2., 90.,  5.]])\n");
   csys.def(
           "__init__",
           [](py_Csys* self, const std::string& kind, nb::handle origin, nb::handle x, nb::handle y,

@@ -177,7 +177,7 @@ void SetLabels(Editor& self, nb::handle ofNodes, nb::handle ofElements) {
 
 py_Mesh Finish(Editor& self) {
   const Use use(self);
-  const py_Mesh made = py_Run([&] {
+  py_Mesh made = py_Run([&] {
     if (self.hasNewLabels) {
       const std::span<const int> ofNodes[] = {self.nodes.UserNodeLabels().Const()};
       py_RefuseDuplicates(ofNodes, "node");

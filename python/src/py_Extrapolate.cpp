@@ -100,7 +100,9 @@ void AverageGroup(const py_Mesh& mesh, const Parts& parts, std::span<const int> 
     const std::span<const double> rows = parts.ofBlocks[i]->Values();
     std::vector<int> chosen;
     for (int e = 0; e < elements.NumElements(); ++e) {
-      if (!groups.empty() && groups[static_cast<std::size_t>(elements.FirstElementIndex() + e)] != group)
+      if (!groups.empty()
+          && groups[static_cast<std::size_t>(elements.FirstElementIndex()) + static_cast<std::size_t>(e)]
+                 != group)
         continue;
       chosen.push_back(e);
       const auto row = rows.subspan(static_cast<std::size_t>(e) * each, each);
@@ -155,11 +157,11 @@ nb::object Average(const py_Mesh& mesh, nb::handle argument, nb::handle across) 
       throw py_Error("ValueError", "across: " + std::to_string(given.Size()) + " numbers for "
                                        + std::to_string(numElements) + " elements");
     groups.assign(given.Const().begin(), given.Const().end());
-    const int most = groups.empty() ? -1 : std::ranges::max(groups);
+    const int most = groups.empty() ? 0 : std::max(0, std::ranges::max(groups));
     if (std::cmp_greater_equal(most, std::max<std::size_t>(numElements, 1)))
       throw py_Error("ValueError", "across: group " + std::to_string(most) + " of "
                                        + std::to_string(numElements) + " elements; groups count from 0");
-    numGroups = static_cast<std::size_t>(most + 1);
+    numGroups = static_cast<std::size_t>(most) + 1;
   }
   const std::size_t each = numNodes * parts.width;
   std::vector<float> means(numGroups * each, std::numeric_limits<float>::quiet_NaN());

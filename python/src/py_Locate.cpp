@@ -211,7 +211,13 @@ void py_BindLocate(nb::module_& module) {
           },
           nb::rv_policy::automatic, nb::sig("def iso(self) -> numpy.typing.NDArray[numpy.float64]"),
           "(n, 3) of the closest point.");
-  nb::class_<Locator>(module, "Locator", "Finds the elements of a mesh, or of some of its blocks, at points.")
+  nb::class_<Locator>(module, "Locator",
+                      "Finds the elements of a mesh, or of some of its blocks, at points.\n\n"
+                      ">>> import numpy as np, coregeometry as cg\n"
+                      ">>> mesh = cg.Mesh(np.eye(4, 3, -1), {\"C3D4\": [[0, 1, 2, 3]]})\n"
+                      ">>> hits = cg.Locator(mesh).find([[0.1, 0.2, 0.3], [1, 1, 1]])\n"
+                      ">>> hits.element, hits.interpolate(mesh.nodes[:, 2]).round(6)\n"
+                      "(array([ 0, -1], dtype=int32), array([0.3, nan]))\n")
       .def(
           "__init__",
           [](Locator* self, const py_Mesh& mesh, nb::handle blocks) {

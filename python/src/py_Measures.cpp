@@ -98,7 +98,13 @@ bme_Measures Measure(const py_Mesh& mesh, nb::handle chosen, nb::handle thicknes
 } // namespace
 
 void py_BindMeasures(nb::module_& module) {
-  nb::class_<bme_Moments>(module, "Moments", "A total with its centre and moments of inertia.")
+  nb::class_<bme_Moments>(module, "Moments",
+                          "A total with its centre and moments of inertia.\n\n"
+                          ">>> import numpy as np, coregeometry as cg\n"
+                          ">>> mesh = cg.Mesh(np.eye(4, 3, -1), {\"C3D4\": [[0, 1, 2, 3]]})\n"
+                          ">>> volume = mesh.measure().volume\n"
+                          ">>> round(volume.total, 6), volume.centre.round(6)\n"
+                          "(0.166667, array([0.25, 0.25, 0.25]))\n")
       .def_prop_ro("total", &bme_Moments::Total)
       .def_prop_ro("signed_total", &bme_Moments::SignedTotal, "Inverted elements count as negative.")
       .def_prop_ro(

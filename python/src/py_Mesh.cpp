@@ -381,7 +381,12 @@ void py_BindMesh(nb::module_& module) {
       "mapping from\n"
       "types to (m, k) node indices from 0, or a sequence of pairs and Blocks. node_labels: (n,) int32.\n"
       "placement: (4, 4), from the coordinates of the nodes to the space of the model.\n\n"
-      "TypeError, ValueError, IndexError, OverflowError and UnknownTypeError name the first bad value.");
+      "TypeError, ValueError, IndexError, OverflowError and UnknownTypeError name the first bad value.\n\n"
+      ">>> import coregeometry as cg\n"
+      ">>> mesh = cg.Mesh([[0, 0], [2, 0], [2, 1], [0, 1]], {\"CPS4\": [[0, 1, 2, 3]]}, node_labels=[1, 2, "
+      "3, 4])\n"
+      ">>> mesh.nodes.shape, mesh.dimension, mesh.node_index([4, 1]), float(mesh.bounds[1, 0])\n"
+      "((4, 3), 2, array([3, 0], dtype=int32), 2.0)\n");
   mesh.def(
           "__init__",
           [](py_Mesh* self, nb::handle nodes, nb::handle blocks, nb::handle nodeLabels, nb::handle dimension,

@@ -279,9 +279,14 @@ std::size_t NumItems(const py_Set& self) {
 } // namespace
 
 void py_BindSelections(nb::module_& module) {
-  nb::class_<py_Set> set(module, "NamedSet", nb::is_weak_referenceable(),
-                         "Nodes, or elements with their faces and edges, under a name.\n\n"
-                         "items: a list, or several of one mesh. ValueError for lists of different meshes.");
+  nb::class_<py_Set> set(
+      module, "NamedSet", nb::is_weak_referenceable(),
+      "Nodes, or elements with their faces and edges, under a name.\n\n"
+      "items: a list, or several of one mesh. ValueError for lists of different meshes.\n\n"
+      ">>> import numpy as np, coregeometry as cg\n"
+      ">>> mesh = cg.Mesh(np.eye(4, 3, -1), {\"C3D4\": [[0, 1, 2, 3]]})\n"
+      ">>> cg.NamedSet(\"base\", mesh.select_nodes(box=([0, 0, 0], [1, 1, 0])))\n"
+      "<NamedSet base: 3 of kind node>\n");
   set.def(
          "__init__",
          [](py_Set* self, const std::string& name, nb::handle items, bool isInternal) {

@@ -1,6 +1,7 @@
 """What holds for the package as a whole."""
 
 import doctest
+import re
 import subprocess
 import sys
 from pathlib import Path
@@ -66,6 +67,33 @@ def test_examples_of_pages(page, tmp_path, monkeypatch):
     monkeypatch.chdir(tmp_path)
     ran = doctest.testfile(str(ROOT / page), module_relative=False)
     assert ran.attempted > 0 and ran.failed == 0
+
+
+def test_the_index_names_everything():
+    page = (ROOT / "docs" / "python.md").read_text()
+    columns = [line.split("|")[1] for line in page.splitlines() if line.startswith("| `")]
+    assert sorted(re.findall(r"`(\w+)`", " ".join(columns))) == sorted(cg.__all__)
+
+
+def documented():
+    """The public names, and what their classes have under their own names."""
+    for name in cg.__all__:
+        one = getattr(cg, name)
+        yield name, one
+        if isinstance(one, type):
+            for member, its in vars(one).items():
+                if not member.startswith("_"):
+                    yield f"{name}.{member}", its
+
+
+@pytest.mark.filterwarnings("ignore")
+def test_examples_of_docstrings(tmp_path, monkeypatch):
+    monkeypatch.chdir(tmp_path)
+    parser, runner = doctest.DocTestParser(), doctest.DocTestRunner()
+    tests = [parser.get_doctest(one.__doc__ or "", {}, name, None, 0) for name, one in documented() if name != "__version__"]
+    for test in tests:
+        runner.run(test)
+    assert sum(len(test.examples) > 0 for test in tests) >= 18 and runner.summarize().failed == 0
 
 
 def test_the_stub_names_python_types_only():
