@@ -1,9 +1,13 @@
+#include "bme_SeenTwice.h"
+
 #include <BasicUtils/nex_Exception.h>
+#include <BasicUtils/wip_Poll.h>
 #include <BasicUtils/wip_Sort.h>
 #include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/bme_NodeData.h>
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <numeric>
 #include <span>
@@ -19,18 +23,103 @@ struct Placed {
   unsigned node;
 };
 
-/// Finite nodes by cell.
-std::vector<Placed> SortByCell(const bme_NodeData& nodes, double width) {
+/// Finds nodes that are alone, without sorting any: each marks the cells that a cube about it meets, which is a little
+/// wider than the tolerance. Nodes within the tolerance of each other mark a common cell. Cells are so much wider than
+/// the cube that most nodes mark one.
+class Lonely {
+public:
+  Lonely(const bme_NodeData& nodes, double tolerance)
+      : nodes_(nodes), half_(0.5001 * tolerance), perCell_(tolerance > 0 ? 1 / (16 * tolerance) : 1),
+        seen_(nodes.NumNodes()) {}
+
+  /// Calls for each finite node that may have others near, in order.
+  template<class Call> void ForEachOther(const Call& call) {
+    ForEachBatch([&] {
+      for (const Mark& mark : marks_) seen_.Add(mark.cell);
+    });
+    std::vector<unsigned char> mayBe;
+    ForEachBatch([&] {
+      mayBe.assign(batch_.size(), 0);
+      for (const Mark& mark : marks_) mayBe[mark.owner] |= seen_.MayBe(mark.cell) ? 1 : 0;
+      for (std::size_t i = 0; i < batch_.size(); ++i)
+        if (mayBe[i]) call(batch_[i].node, batch_[i].at);
+    });
+  }
+
+private:
+  struct Place {
+    unsigned node;
+    Point at;
+  };
+  struct Mark {
+    std::uint64_t cell; ///< a hash
+    unsigned owner;     ///< in the batch
+  };
+
+  /// The marks of a batch of nodes are read from memory ahead of their use.
+  template<class Work> void ForEachBatch(const Work& work) {
+    constexpr std::size_t kBatch = 256;
+    wip_Poll poll(64);
+    for (unsigned node = 0; node < nodes_.NumNodes();) {
+      poll.Advance();
+      batch_.clear();
+      marks_.clear();
+      for (; node < nodes_.NumNodes() && batch_.size() < kBatch; ++node) {
+        float x = 0, y = 0, z = 0;
+        if (!nodes_.GetNodalCoord(node, x, y, z)) continue;
+        if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(z)) continue;
+        batch_.push_back({node, {x, y, z}});
+        MarkCells(batch_.back().at);
+      }
+      work();
+    }
+  }
+  void MarkCells(const Point& at) {
+    Point low, high;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      low[axis] = CellOf(at[axis] - half_);
+      high[axis] = CellOf(at[axis] + half_);
+    }
+    const auto owner = static_cast<unsigned>(batch_.size() - 1);
+    for (unsigned corner = 0; corner < (low == high ? 1U : 8U); ++corner) {
+      std::uint64_t hash = 0;
+      bool isCell = true;
+      for (unsigned axis = 0; axis < 3; ++axis) {
+        const bool isHigh = (corner >> axis & 1U) != 0;
+        isCell &= !isHigh || high[axis] != low[axis];
+        hash = (hash ^ std::bit_cast<std::uint64_t>(isHigh ? high[axis] : low[axis])) * 0x9E3779B97F4A7C15U;
+        hash ^= hash >> 29U;
+      }
+      if (!isCell) continue;
+      seen_.Prefetch(hash);
+      marks_.push_back({hash, owner});
+    }
+  }
+  /// The greatest integer that is not above; numbers above the limit are integers. Without a tolerance each number is a
+  /// cell. -0 is 0.
+  double CellOf(double x) const {
+    constexpr double kLimit = 4503599627370496;
+    const double scaled = x * perCell_;
+    if (half_ == 0 || !(std::abs(scaled) < kLimit)) return scaled + 0.0;
+    const auto whole = static_cast<double>(static_cast<std::int64_t>(scaled));
+    return whole - (whole > scaled ? 1 : 0);
+  }
+
+  const bme_NodeData& nodes_;
+  double half_, perCell_;
+  bme_SeenTwice seen_;
+  std::vector<Place> batch_;
+  std::vector<Mark> marks_;
+};
+
+/// By cell, the finite nodes that may have others near.
+std::vector<Placed> SortByCell(const bme_NodeData& nodes, double tolerance, double width) {
   std::vector<Placed> placed;
-  for (unsigned node = 0; node < nodes.NumNodes(); ++node) {
-    float x = 0, y = 0, z = 0;
-    if (!nodes.GetNodalCoord(node, x, y, z)) continue;
-    if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(z)) continue;
-    const Point at{x, y, z};
+  Lonely(nodes, tolerance).ForEachOther([&](unsigned node, const Point& at) {
     Point cell{};
     for (std::size_t a = 0; a < 3; ++a) cell[2 - a] = width > 0 ? std::floor(at[a] / width) : at[a];
     placed.push_back({cell, at, node});
-  }
+  });
   wip_Sort(placed, [](const Placed& a, const Placed& b) {
     return a.cell != b.cell ? a.cell < b.cell : a.node < b.node;
   });
@@ -106,7 +195,7 @@ bme_Adjacency bme_FindCoincidentNodes(const bme_NodeData& nodes, double toleranc
                             + " for nodes at one place is below 0 or no number");
   constexpr double kLeast = 1e-46; // less than single precision can tell apart
   const double width = tolerance > kLeast ? 0.99 / std::sqrt(3.0) * std::min(tolerance, 1e300) : 0;
-  std::vector<Placed> placed = SortByCell(nodes, width);
+  std::vector<Placed> placed = SortByCell(nodes, tolerance, width);
   Groups groups(nodes.NumNodes());
   std::vector<std::size_t> starts; // of cells
   for (std::size_t i = 0; i < placed.size(); ++i) {

@@ -9,7 +9,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <limits>
+
+// lanes are handed to functions that are inlined, so it does not matter how a call would pass them
+#pragma GCC diagnostic ignored "-Wpsabi"
 
 namespace {
 using Point = shp_IsoPoint;
@@ -28,15 +32,6 @@ Point Most(const Point& a, const Point& b) {
     most[i] = std::abs(a[j] * b[k]) + std::abs(a[k] * b[j]);
   }
   return most;
-}
-
-/// Length, area or volume of the map's image of a unit step in each iso direction; with a sign where the
-/// element has as many dimensions as its space.
-double Stretch(const shp_Shape& shape, const std::array<Point, 3>& columns) {
-  if (shape.NumGeomDims() == 3) return Dot(columns[0], Cross(columns[1], columns[2]));
-  if (shape.NumGeomDims() == 1) return std::sqrt(Dot(columns[0], columns[0]));
-  const Point normal = Cross(columns[0], columns[1]);
-  return shape.NumSpatialDims() == 2 ? normal[2] : std::sqrt(Dot(normal, normal));
 }
 
 /// The places at which the map is looked at, with the derivatives of the shape functions there.
@@ -64,16 +59,11 @@ struct Places {
           columns[iso][axis] += derivatives[place * numNodes + n][iso] * corners[n][axis];
     return columns;
   }
-  /// Smallest and largest stretch of an element, as parts of its size to the power of its dimensions.
-  void Range(const shp_Shape& shape, std::span<const Point> corners, double unit, double& low,
-             double& high) const {
-    low = std::numeric_limits<double>::infinity();
-    high = -low;
-    for (std::size_t place = 0; place < sums.size(); ++place) {
-      const double stretch = Stretch(shape, Columns(place, corners)) / unit;
-      low = std::min(low, stretch);
-      high = std::max(high, stretch);
-    }
+  /// The most that the derivatives along a direction add up to.
+  double Largest() const {
+    double largest = 0;
+    for (const Point& sum : sums) largest = std::max({largest, sum[0], sum[1], sum[2]});
+    return largest;
   }
   /// True when coordinates that are wrong by `rounding`, one number an axis, can make every stretch of an
   /// element that is flat.
@@ -100,6 +90,25 @@ struct Places {
     return true;
   }
 };
+
+/// The stretch of a map is the length, area or volume of the image of a unit step in each iso direction; with a sign
+/// where the element has as many dimensions as its space.
+struct StretchJob {
+  const int* rows;
+  const float* xyz;
+  std::size_t rowLength, numNodes;
+  int numGeomDims, numSpatialDims;
+  std::array<const Places*, 2> places; ///< nodes and integration points
+};
+/// Of one element: bounds of its nodes, and stretches as parts of its size to the power of its dimensions.
+struct StretchRange {
+  Point low, high;
+  double length;
+  std::array<double, 2> least, most;
+};
+
+#define BME_KERNEL "chk_StretchKernel.inl"
+#include "bme_EveryLanes.inl"
 
 /// Elements with one fault, and the worst of them.
 struct Bad {
@@ -144,43 +153,52 @@ struct ElementCheck {
   std::vector<Fault> Run(int first, int end) const {
     constexpr double kNothing = 1e-10;  // of the size
     constexpr double kSpacing = 1.2e-7; // of numbers in single precision
+    static const auto measure =
+        bme_BestBody(&plain::MeasureStretches, &avx2::MeasureStretches, &avx512::MeasureStretches);
     const std::span<const float> xyz = mesh.NodeData().Coordinates().Const();
+    std::vector<StretchRange> ranges(static_cast<std::size_t>(end - first));
+    measure({type.Connectivity(first).data(),
+             xyz.data(),
+             static_cast<std::size_t>(type.NumNodesPerElem()),
+             nodes.numNodes,
+             shape.NumGeomDims(),
+             shape.NumSpatialDims(),
+             {&nodes, &points}},
+            ranges);
     std::vector<Fault> faults;
-    std::vector<Point> places(nodes.numNodes);
     for (int e = first; e < end; ++e) {
-      const std::span<const int> row = type.Connectivity(e);
-      Point low, high;
-      low.fill(std::numeric_limits<double>::infinity());
-      high.fill(-std::numeric_limits<double>::infinity());
-      for (std::size_t n = 0; n < nodes.numNodes; ++n)
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-          const auto value = static_cast<double>(xyz[3 * static_cast<std::size_t>(row[n]) + axis]);
-          places[n][axis] = value;
-          low[axis] = std::min(low[axis], value);
-          high[axis] = std::max(high[axis], value);
-        }
-      const Point size{high[0] - low[0], high[1] - low[1], high[2] - low[2]};
-      const double length = std::sqrt(Dot(size, size));
-      const double unit = length > 0 ? std::pow(length, shape.NumGeomDims()) : 1;
-      double nodeLow = 0, nodeHigh = 0, pointLow = 0, pointHigh = 0;
-      nodes.Range(shape, places, unit, nodeLow, nodeHigh);
-      points.Range(shape, places, unit, pointLow, pointHigh);
-      const double least = std::min(nodeLow, pointLow), most = std::max(nodeHigh, pointHigh),
+      const StretchRange& one = ranges[static_cast<std::size_t>(e - first)];
+      const double least = std::min(one.least[0], one.least[1]), most = std::max(one.most[0], one.most[1]),
                    largest = std::max(-least, most);
       Point rounding;
       for (std::size_t axis = 0; axis < 3; ++axis)
-        rounding[axis] = kSpacing * std::max(std::abs(low[axis]), std::abs(high[axis]));
-      if (largest <= kNothing
-          || (nodes.AreFlat(shape, places, rounding) && points.AreFlat(shape, places, rounding)))
+        rounding[axis] = kSpacing * std::max(std::abs(one.low[axis]), std::abs(one.high[axis]));
+      if (largest <= kNothing || IsFlat(e, largest, one.length, rounding))
         faults.push_back({Fault::Flat, e, largest});
       else if (most < -kNothing)
         faults.push_back({Fault::Inverted, e, least});
-      else if (pointLow <= kNothing)
-        faults.push_back({Fault::Folded, e, pointLow});
-      else if (nodeLow <= kNothing)
-        faults.push_back({Fault::AtNode, e, nodeLow});
+      else if (one.least[1] <= kNothing)
+        faults.push_back({Fault::Folded, e, one.least[1]});
+      else if (one.least[0] <= kNothing)
+        faults.push_back({Fault::AtNode, e, one.least[0]});
     }
     return faults;
+  }
+
+private:
+  bool IsFlat(int element, double largest, double length, const Point& rounding) const {
+    // no rounding reaches the largest stretch when it is above every sum that AreFlat forms: with derivatives up to s,
+    // sides up to l and roundings up to r 18 s^3 r l^2 for solids and sqrt(3) 4 s^2 r l for surfaces
+    const double s = std::max(nodes.Largest(), points.Largest()),
+                 r = std::max({rounding[0], rounding[1], rounding[2]});
+    if (largest * length > 18 * s * s * std::max(s, 1.0) * r) return false;
+    const std::span<const int> row = type.Connectivity(element);
+    const std::span<const float> xyz = mesh.NodeData().Coordinates().Const();
+    std::vector<Point> places(nodes.numNodes);
+    for (std::size_t n = 0; n < places.size(); ++n)
+      for (std::size_t axis = 0; axis < 3; ++axis)
+        places[n][axis] = static_cast<double>(xyz[3 * static_cast<std::size_t>(row[n]) + axis]);
+    return nodes.AreFlat(shape, places, rounding) && points.AreFlat(shape, places, rounding);
   }
 };
 

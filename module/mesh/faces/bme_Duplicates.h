@@ -2,6 +2,7 @@
 #pragma once
 
 #include "bme_ClassWalk.h"
+#include "bme_SeenTwice.h"
 
 #include <BasicUtils/wip_Sort.h>
 #include <CoreGeometry/bme_FEMElemList.h>
@@ -30,7 +31,7 @@ std::vector<std::array<unsigned, 2>> bme_FindDuplicatesBy(const bme_FEMElemList&
   std::vector<Candidate> candidates;
   candidates.reserve(elements.Count());
   std::vector<int> set;
-  wip_Poll poll(16384);
+  wip_Poll poll(8192);
   bme_ForEachClassOfElements(
       elements.Mesh(), elements.Words(),
       [&](const bme_ElementClass& type, const shp_Shape*, std::span<const unsigned> words) {
@@ -40,6 +41,9 @@ std::vector<std::array<unsigned, 2>> bme_FindDuplicatesBy(const bme_FEMElemList&
           candidates.push_back({hash(set), element});
         }
       });
+  bme_SeenTwice seen(candidates.size());
+  for (const Candidate& candidate : candidates) seen.Add(candidate.hash);
+  std::erase_if(candidates, [&](const Candidate& candidate) { return !seen.MayBe(candidate.hash); });
   wip_Sort(candidates, std::less());
   std::vector<std::array<unsigned, 2>> pairs;
   for (auto group = candidates.begin(); group != candidates.end();) {

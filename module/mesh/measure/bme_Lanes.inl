@@ -21,6 +21,7 @@ template<class F> inline bme_Lanes bme_Each(F f) {
 inline bme_Lanes operator+(const bme_Lanes& a, const bme_Lanes& b) { return bme_Lanes(a.v + b.v); }
 inline bme_Lanes operator-(const bme_Lanes& a, const bme_Lanes& b) { return bme_Lanes(a.v - b.v); }
 inline bme_Lanes operator*(const bme_Lanes& a, const bme_Lanes& b) { return bme_Lanes(a.v * b.v); }
+inline bme_Lanes operator/(const bme_Lanes& a, const bme_Lanes& b) { return bme_Lanes(a.v / b.v); }
 inline bme_Lanes Min(const bme_Lanes& a, const bme_Lanes& b) { return bme_Lanes(b.v < a.v ? b.v : a.v); }
 inline bme_Lanes Max(const bme_Lanes& a, const bme_Lanes& b) { return bme_Lanes(b.v > a.v ? b.v : a.v); }
 inline bme_Lanes Abs(const bme_Lanes& a) { return bme_Lanes(a.v < bme_Lanes(0).v ? -a.v : a.v); }

@@ -123,48 +123,13 @@ struct Work {
   std::vector<double*> values{}; ///< a row for each measure
 };
 
-#define BME_LANES 2
-namespace plain {
-#include "bme_Lanes.inl"
-// the lanes come first
-#include "bme_QualityKernel.inl"
-} // namespace plain
-#undef BME_LANES
-#if defined(__x86_64__) && !defined(__clang__)
-#define BME_HAS_AVX
-#define BME_LANES 4
-#pragma GCC push_options
-#pragma GCC target("avx2")
-namespace avx2 {
-#include "bme_Lanes.inl"
-// the lanes come first
-#include "bme_QualityKernel.inl"
-} // namespace avx2
-#pragma GCC pop_options
-#undef BME_LANES
-#define BME_LANES 8
-#pragma GCC push_options
-#pragma GCC target("avx512f,avx512dq,avx512vl,prefer-vector-width=512")
-namespace avx512 {
-#include "bme_Lanes.inl"
-// the lanes come first
-#include "bme_QualityKernel.inl"
-} // namespace avx512
-#pragma GCC pop_options
-#undef BME_LANES
-#endif
+#define BME_KERNEL "bme_QualityKernel.inl"
+#include "bme_EveryLanes.inl"
 
 template<class Family> bool MeasureEach(const Work& work) {
-#ifdef BME_HAS_AVX
-  static const auto best = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq")
-                                   && __builtin_cpu_supports("avx512vl")
-                               ? &avx512::MeasureEach<Family>
-                           : __builtin_cpu_supports("avx2") ? &avx2::MeasureEach<Family>
-                                                            : &plain::MeasureEach<Family>;
+  static const auto best =
+      bme_BestBody(&plain::MeasureEach<Family>, &avx2::MeasureEach<Family>, &avx512::MeasureEach<Family>);
   return best(work);
-#else
-  return plain::MeasureEach<Family>(work);
-#endif
 }
 template<class Family> constexpr bool Has(Measure measure) { return plain::Kernel<Family>::Has(measure); }
 
