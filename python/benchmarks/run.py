@@ -3,8 +3,10 @@
 Not a test: figures depend on the machine. README.md has those of the last run.
 """
 
+import os
 import subprocess
 import sys
+import tempfile
 import time
 
 import numpy as np
@@ -38,6 +40,47 @@ def hexes(n):
     return nodes, rows.astype(np.int32)
 
 
+def serendipity(iso, corners, mids):
+    """The functions of a hexahedron of 20 nodes by NumPy (Zienkiewicz and Taylor, The Finite Element Method, vol. 1)."""
+    parts = []
+    products = iso[:, None, :] * corners
+    parts.append((1 + products).prod(axis=2) * (products.sum(axis=2) - 2) / 8)
+    along = mids == 0
+    factors = np.where(along, 1 - iso[:, None, :] ** 2, 1 + iso[:, None, :] * mids)
+    parts.append(factors.prod(axis=2) / 4)
+    return np.concatenate(parts, axis=1)
+
+
+def files(mesh, nodes, rows, folder):
+    """Reading of nodes and connectivity, checksums verified, against arrays and mesh files of others."""
+    model, arrays, vtu = (os.path.join(folder, name) for name in ("m.cgdb", "m.npz", "m.vtu"))
+    with cg.open(model, "x") as one:
+        one["meshes/m"] = mesh
+
+    def read():
+        with cg.open(model) as one:
+            made = one.meshes["m"]
+            return made.nodes, made.blocks[0].connectivity
+
+    def load():
+        with np.load(arrays) as one:
+            return one["nodes"], one["rows"]
+
+    np.savez(arrays, nodes=nodes, rows=rows)
+    ours = best(read)
+    row("open a model, read nodes and rows, 44 MB", ours, "`np.load` of an npz file", best(load))
+    try:
+        import meshio
+
+        meshio.Mesh(nodes, [("hexahedron", rows)]).write(vtu)
+        row("the same", ours, "meshio, VTU", best(lambda: meshio.read(vtu), 2))
+        import pyvista
+
+        row("the same", ours, "PyVista, VTU", best(lambda: pyvista.read(vtu), 2))
+    except ImportError:
+        pass
+
+
 def main():
     print("| work | coregeometry | against | theirs | ratio |\n|---|---|---|---|---|")
     many = np.random.default_rng(1).random((10_000_000, 3), dtype=np.float32)
@@ -60,6 +103,14 @@ def main():
     one = best(lambda: locator.find(points), 3)
     cg.set_threads()
     row("`locate` 1 M points in 1 M hexahedra", best(lambda: locator.find(points), 3), "one thread", one)
+    iso = np.random.default_rng(5).random((1_000_000, 3)) * 2 - 1
+    brick = cg.shapes["C3D20"]
+    places = brick.node_coordinates
+    theirs = best(lambda: serendipity(iso, places[:8], places[8:]), 2)
+    assert np.allclose(brick.shape_functions(iso[:9]), serendipity(iso[:9], places[:8], places[8:]))
+    row("`shape_functions` at 1 M points, C3D20", best(lambda: brick.shape_functions(iso), 3), "NumPy", theirs)
+    with tempfile.TemporaryDirectory() as folder:
+        files(mesh, nodes, rows, folder)
     try:
         import pyvista
 

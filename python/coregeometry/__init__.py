@@ -1,5 +1,8 @@
 """Finite-element meshes and models from NumPy arrays."""
 
+import importlib
+from typing import TYPE_CHECKING, Any
+
 from ._core import (
     Block,
     Controls,
@@ -24,7 +27,6 @@ from ._core import (
     set_threads,
 )
 from ._core import version as __version__
-from ._columns import to_arrow, to_pandas
 from ._errors import (
     BusyError,
     CallError,
@@ -39,41 +41,44 @@ from ._errors import (
     UnknownLabelError,
     UnknownTypeError,
 )
-from ._files import Combined, Imported, combine, compare, convert, from_meshio, from_pyvista, read_mesh, write_mesh
-from ._model import Model, Transaction, diff, open
-from ._pictures import Picture, Travel, picture, travel
-from ._result_tables import (
-    Category,
-    Extreme,
-    FieldArray,
-    FieldBlock,
-    Frame,
-    History,
-    Integral,
-    Loads,
-    Mapped,
-    Probed,
-    Reduced,
-    Resultant,
-    Step,
-    Variable,
-)
-from ._results import Field, Run, where
-from ._shapes import shapes
-from ._tables import (
-    Chain,
-    Difference,
-    EdgeSets,
-    FaceSets,
-    Finding,
-    Location,
-    Loss,
-    StoredClass,
-    StoredObject,
-    Triangles,
-)
-from ._work import progress, progress_bar
-from ._writer import FrameWriter, RunWriter, StepWriter
+
+if TYPE_CHECKING:
+    from ._columns import to_arrow, to_pandas
+    from ._files import Combined, Imported, combine, compare, convert, from_meshio, from_pyvista, read_mesh, write_mesh
+    from ._model import Model, Transaction, diff, open
+    from ._pictures import Picture, Travel, picture, travel
+    from ._result_tables import (
+        Category,
+        Extreme,
+        FieldArray,
+        FieldBlock,
+        Frame,
+        History,
+        Integral,
+        Loads,
+        Mapped,
+        Probed,
+        Reduced,
+        Resultant,
+        Step,
+        Variable,
+    )
+    from ._results import Field, Run, where
+    from ._shapes import shapes
+    from ._tables import (
+        Chain,
+        Difference,
+        EdgeSets,
+        FaceSets,
+        Finding,
+        Location,
+        Loss,
+        StoredClass,
+        StoredObject,
+        Triangles,
+    )
+    from ._work import progress, progress_bar
+    from ._writer import FrameWriter, RunWriter, StepWriter
 
 __all__ = [
     "Block",
@@ -163,3 +168,19 @@ __all__ = [
     "where",
     "write_mesh",
 ]
+
+# what has the other public names; each is imported when one of its names is first asked for, the cheap ones first
+_LATER = ("_tables", "_shapes", "_work", "_model", "_result_tables", "_results", "_writer", "_files", "_columns", "_pictures")
+
+
+def __getattr__(name: str) -> Any:
+    if name in __all__:
+        for module in _LATER:
+            found = importlib.import_module(f"{__name__}.{module}")
+            if name in vars(found):
+                return globals().setdefault(name, vars(found)[name])
+    raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
+
+
+def __dir__() -> list[str]:
+    return sorted({*globals(), *__all__})

@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import errno
 import os
-import tempfile
 import warnings
 from collections.abc import Mapping, Sequence
 from dataclasses import dataclass
@@ -45,6 +44,8 @@ class Imported:
         They are read when they are first asked for, into a model in a folder for temporary files, which goes with the
         last of them.
         """
+        import tempfile
+
         if self._source is None:
             return None
         folder = tempfile.TemporaryDirectory(prefix="coregeometry-")

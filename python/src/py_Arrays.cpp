@@ -4,6 +4,10 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <memory>
+#include <nanobind/stl/string.h>
+#include <nanobind/stl/vector.h>
+#include <sys/mman.h>
 
 namespace {
 nb::module_ Numpy() { return nb::module_::import_("numpy"); }
@@ -24,6 +28,19 @@ template<class T> auto Numbers(nb::handle array) {
   return nb::cast<nb::ndarray<const T, nb::c_contig, nb::device::cpu>>(array, false);
 }
 
+/// Room for so many numbers, of which nothing is written yet: in large pages, as NumPy asks for them, since most of the
+/// time of a large copy would go into entering small ones.
+template<class T> std::span<T> MakeRoom(cow_ArrayCOW<T>& array, std::size_t count) {
+  constexpr std::size_t kFrom = std::size_t{4} << 20, kPage = 4096;
+  array.ResizeUninitialised(count);
+  const std::span<T> room = array.Modify();
+  if (room.size_bytes() < kFrom) return room;
+  void* first = room.data();
+  std::size_t bytes = room.size_bytes();
+  if (std::align(kPage, kFrom / 2, first, bytes)) ::madvise(first, bytes / kPage * kPage, MADV_HUGEPAGE);
+  return room;
+}
+
 template<class T>
 void Narrow(nb::handle array, long long low, long long high, const py_RefuseInteger& refuse,
             std::span<int> to) {
@@ -41,8 +58,12 @@ template<class T> void Round(nb::handle array, const char* what, py_Points& poin
   const std::span<const T> from = Values(numbers);
   const std::size_t width = points.dimension, rows = from.size() / width;
   const nb::gil_scoped_release released;
-  points.xyz.ResizeUninitialised(3 * rows);
-  const std::span<float> to = points.xyz.Modify();
+  const std::span<float> to = MakeRoom(points.xyz, 3 * rows);
+  if constexpr (std::is_same_v<T, float>)
+    if (width == 3) {
+      std::ranges::copy(from, to.begin());
+      return;
+    }
   for (std::size_t i = 0, k = 0; i < rows; ++i) {
     for (std::size_t axis = 0; axis < width; ++axis, ++k) {
       const T exact = from[k];
@@ -113,8 +134,7 @@ py_Integers py_ToIntegers(nb::handle argument, const char* what, long long low, 
   for (const std::size_t extent : made.shape) size *= extent;
   if (kind != 'i' && kind != 'u' && size > 0) // an empty list is an array of float64
     throw py_Error("TypeError", std::string(what) + ": integers are needed, not " + TypeOf(array));
-  made.values.ResizeUninitialised(size);
-  const std::span<int> to = made.values.Modify();
+  const std::span<int> to = MakeRoom(made.values, size);
   const int bytes = nb::cast<int>(array.attr("dtype").attr("itemsize"));
   if (size == 0) return made;
   if (kind == 'u' && bytes == 8)

@@ -22,7 +22,7 @@ def test_one_version_everywhere():
 def test_import_is_cheap_and_loads_each_library_once():
     code = (
         "import sys, coregeometry\n"
-        "print(sorted({'meshio', 'vtkmodules', 'pyvista', 'pandas'} & set(sys.modules)))\n"
+        "print(sorted({'meshio', 'vtkmodules', 'pyvista', 'pandas', 'coregeometry._model', 'tempfile'} & set(sys.modules)))\n"
         "maps = {line.split()[-1] for line in open('/proc/self/maps') if 'CoreGeometry' in line}\n"
         "print(sorted(name.rsplit('/', 1)[1].split('.')[0] for name in maps))"
     )

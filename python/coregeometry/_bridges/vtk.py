@@ -44,6 +44,17 @@ def _turned(number: int, rows: npt.NDArray[np.int32]) -> npt.NDArray[np.int32]:
     return rows if order is None else rows[:, list(order)]
 
 
+def _spread(values: npt.NDArray[Any], counts: Sequence[int]) -> npt.NDArray[Any]:
+    """np.repeat, which is slow for one value."""
+    return np.full(counts[0], values[0]) if len(counts) == 1 else np.repeat(values, counts)
+
+
+def _marks(count: int, indices: npt.NDArray[np.int32]) -> npt.NDArray[np.uint8]:
+    marks = np.zeros(count, np.uint8)
+    marks[indices] = 1
+    return marks
+
+
 def to_vtk(
     mesh: _core.Mesh,
     sets: Sequence[_core.NamedSet] = (),
@@ -73,34 +84,39 @@ def to_vtk(
         _, _, _, rows = found[0]
         cells.SetData(rows.shape[1], handed(rows.reshape(-1), share != "none"))
     else:
-        counts = np.repeat([rows.shape[1] for *_, rows in found], [len(rows) for *_, rows in found])
-        offsets = np.concatenate([[0], np.cumsum(counts)]).astype(np.int32)
+        widths = np.repeat([rows.shape[1] for *_, rows in found], [len(rows) for *_, rows in found])
+        offsets = np.concatenate([[0], np.cumsum(widths)]).astype(np.int32)
         flat = np.concatenate([rows.reshape(-1) for *_, rows in found]) if found else np.empty(0, np.int32)
         cells.SetData(handed(offsets, True), handed(flat, True))
-    types = np.repeat(np.array([number for _, _, number, _ in found], np.uint8), [len(rows) for *_, rows in found])
+    counts = [len(rows) for *_, rows in found]
+    types = _spread(np.array([number for _, _, number, _ in found], np.uint8), counts)
     grid = model.vtkUnstructuredGrid()
     points = core.vtkPoints()
     points.SetData(handed(mesh.nodes, share == "all"))
     grid.SetPoints(points)
-    grid.SetCells(handed(types, True), cells)
+    if hasattr(grid, "SetPolyhedralCells"):
+        grid.SetPolyhedralCells(handed(types, True), cells, None, None)
+    else:  # of older releases, and slower: it looks for polyhedra
+        grid.SetCells(handed(types, True), cells)
 
-    def put(data: Any, name: str, array: npt.NDArray[Any]) -> None:
-        made = handed(array, False)
+    def put(data: Any, name: str, array: npt.NDArray[Any], shared: bool = True) -> None:
+        made = handed(array, shared)
         made.SetName(name)
         data.AddArray(made)
 
     if mesh.node_labels is not None:
-        put(grid.GetPointData(), "NodeLabel", mesh.node_labels)
-    chosen = [np.arange(block.first_element, block.first_element + block.num_elements) for _, block, _, _ in found]
-    elements = np.concatenate(chosen) if chosen else np.empty(0, np.int64)
+        put(grid.GetPointData(), "NodeLabel", mesh.node_labels, share == "all")
+    chosen = [range(block.first_element, block.first_element + block.num_elements) for _, block, _, _ in found]
+    # all elements, or without those of blocks that have no cell
+    elements = slice(None) if len(found) == len(mesh.blocks) else np.concatenate([np.array([], int), *chosen])
     if any(block.labels is not None for block in mesh.blocks):
         put(grid.GetCellData(), "ElementLabel", mesh.element_labels[elements])
-    put(grid.GetCellData(), "ElementClass", np.repeat(np.arange(len(found), dtype=np.int32), [len(c) for c in chosen]))
+    put(grid.GetCellData(), "ElementClass", _spread(np.arange(len(found), dtype=np.int32), counts))
     own = split_sets(mesh, sets)
     for name, one in own.nodes.items():
-        put(grid.GetPointData(), f"NodeSet {name}", np.isin(np.arange(mesh.num_nodes), one).astype(np.uint8))
+        put(grid.GetPointData(), f"NodeSet {name}", _marks(mesh.num_nodes, one))
     for name, one in own.elements.items():
-        put(grid.GetCellData(), f"ElementSet {name}", np.isin(elements, one).astype(np.uint8))
+        put(grid.GetCellData(), f"ElementSet {name}", _marks(mesh.num_elements, one)[elements])
     for name, bits in own.surfaces.items():
         put(grid.GetCellData(), SURFACE + name, bits[elements])
     for name, field in fields.items() if isinstance(fields, Mapping) else ((one.name, one) for one in fields):
