@@ -197,12 +197,13 @@ using Flag = bool (shp_Topology::*)() const;
 } // namespace
 
 void py_BindShapes(nb::module_& module) {
-  nb::class_<Shape> shape(module, "Shape", nb::is_weak_referenceable(),
-                          "What an element type means. Iso coordinates are (n, 3): xi, eta, zeta.\n\n"
-                          ">>> import coregeometry as cg\n"
-                          ">>> brick = cg.shapes[\"c3d8\"]\n"
-                          ">>> brick.faces[0], brick.shape_functions([[0, 0, 0]]).sum(axis=1), brick.vtk_type\n"
-                          "((0, 3, 2, 1), array([1.]), 12)\n");
+  nb::class_<Shape> shape(
+      module, "Shape", nb::is_weak_referenceable(),
+      "What an element type means. Iso coordinates are (n, 3): xi, eta, zeta.\n\n"
+      ">>> import coregeometry as cg\n"
+      ">>> brick = cg.shapes[\"c3d8\"]\n"
+      ">>> brick.faces[0], brick.shape_functions([[0, 0, 0]]).sum(axis=1), brick.vtk_type\n"
+      "((0, 3, 2, 1), array([1.]), 12)\n");
   shape
       .def(
           "__init__", [](Shape* self, const std::string& label) { new (self) Shape(Make(label)); },
