@@ -10,7 +10,7 @@ struct dst_Finding : chk_Finding {
 };
 
 /// Checks each file as a model of its own, and how they fit: one identity, hashes, every element once, every node in all
-/// parts that say so with the same coordinates, label and sets, and what the index says about each part. Who holds a
+/// parts that say so with the same coordinates, label, sets and results, and what the index says about each part. Who holds a
 /// node is found anew and not believed.
 ///
 /// Errors     cls_BusyException; wip_Cancelled. What is wrong with the files is a finding.

@@ -17,5 +17,5 @@ struct dst_JoinedSet {
 CORE_GEOMETRY_DISTRIBUTED_API bme_Mesh dst_JoinMesh(const dst_SplitFolder& split);
 /// Its sets, in the order of the index, with their entries in the order that they had.
 CORE_GEOMETRY_DISTRIBUTED_API std::vector<dst_JoinedSet> dst_JoinSets(const dst_SplitFolder& split);
-/// Both and what the index holds beside them, as a new model file: the one that was split.
+/// Both, the runs of results and what the index holds beside them, as a new model file: the one that was split.
 CORE_GEOMETRY_DISTRIBUTED_API void dst_Join(const dst_SplitFolder& split, const cow_String& file);

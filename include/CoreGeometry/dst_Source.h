@@ -4,6 +4,7 @@
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/bme_NamedSet.h>
 #include <CoreGeometry/dst_ClassRange.h>
+#include <CoreGeometry/odiC_Run.h>
 #include <CoreGeometry/rgnC_SetData.h>
 #include <functional>
 #include <memory>
@@ -70,12 +71,15 @@ public:
   virtual void PutBeside(cls_WritePass& index) const = 0;
   /// Stores the regions of the sets in a part.
   virtual void PutRegions(cls_WritePass& part) const = 0;
+  /// Runs of results of the mesh; none unless the source has them.
+  std::span<const odiC_Run> Runs() const noexcept { return runs_; }
 
 protected:
   dst_Source() = default;
   dst_Source(const dst_Source&) = delete;
   dst_Source& operator=(const dst_Source&) = delete;
   dst_SourceFacts facts_;
+  std::vector<odiC_Run> runs_;
 };
 
 /// A mesh of a model file, by its root "meshes/<name>", which is read in ranges; one set at a time is read whole. The

@@ -37,6 +37,9 @@ public:
     return header_;
   } ///< name, description, program, units, timeStamp
 
+  /// Takes over description, program, units, time stamp and categories of another run.
+  void Describe(const odiC_Results& like);
+
   /// Each answers the position of what was added, or of the same one that exists.
   int AddVariable(const odiC_Variable& variable);
   int AddCategory(const odiC_Category& category);
@@ -45,6 +48,7 @@ public:
 
   void BeginStep(const cow_String& name, odiC_StepKindEnm kind = odiC_UNDEFINED_STEP,
                  odiC_DomainEnm domain = odiC_TIME, double startTime = 0);
+  void BeginStep(const odiC_Step& like); ///< without its frames
   void BeginFrame(const odiC_Frame& frame);
   /// Fields go to a frame that is there: of a step from 0. BeginFrame goes on after the last one.
   void GoTo(int step, int frame);

@@ -121,10 +121,8 @@ odiC_Run odiC_Run::Open(const cls_Database& model, const cow_String& root) {
 
 std::vector<cow_String> odiC_Run::RootsOf(const cls_Database& model, const cow_String& meshRoot) {
   std::vector<cow_String> roots = model.RootsOf({odiC_Results::TypeId()});
-  if (!meshRoot.empty()) {
-    const cow_String folder = RootOf(meshRoot, "");
-    std::erase_if(roots, [&](const cow_String& root) { return !root.starts_with(folder); });
-  }
+  const cow_String folder = meshRoot.empty() ? cow_String(odiC_kRunFolder) : RootOf(meshRoot, "");
+  std::erase_if(roots, [&](const cow_String& root) { return !root.starts_with(folder); });
   return roots;
 }
 

@@ -156,6 +156,14 @@ template<class T> void odiC_RunWriter::Add(const cow_String& root, T object) {
       [root, held = std::make_shared<T>(std::move(object))](cls_WritePass& pass) { pass.Put(root, *held); });
 }
 
+void odiC_RunWriter::Describe(const odiC_Results& like) {
+  header_.description = like.description;
+  header_.program = like.program;
+  header_.units = like.units;
+  header_.timeStamp = like.timeStamp;
+  for (const odiC_Category& category : like.categories) AddCategory(category);
+}
+
 int odiC_RunWriter::AddVariable(const odiC_Variable& variable) {
   if (const cow_String wrong = variable.WhatIsWrong(); !wrong.empty()) Fail(wrong);
   if (const int known = header_.FindVariable(variable.name); known >= 0) {
@@ -216,6 +224,12 @@ void odiC_RunWriter::BeginStep(const cow_String& name, odiC_StepKindEnm kind, od
   header_.steps.push_back(std::move(step));
   step_ = static_cast<int>(header_.steps.size()) - 1;
   frame_ = -1;
+}
+
+void odiC_RunWriter::BeginStep(const odiC_Step& like) {
+  BeginStep(like.name, like.kind, like.domain, like.startTime);
+  header_.steps.back().description = like.description;
+  header_.steps.back().isPerturbation = like.isPerturbation;
 }
 
 odiC_Step& odiC_RunWriter::LastStep() {

@@ -33,10 +33,7 @@ public:
     const std::vector<odiC_Step>& steps = run_.Header().steps;
     for (int s = 0; s < static_cast<int>(steps.size()); ++s) {
       const odiC_Step& step = steps[static_cast<std::size_t>(s)];
-      writer_.BeginStep(step.name, step.kind, step.domain, step.startTime);
-      odiC_Step& made = writer_.HeaderToDescribe().steps.back();
-      made.description = step.description;
-      made.isPerturbation = step.isPerturbation;
+      writer_.BeginStep(step);
       for (int f = 0; f < step.NumFrames(); ++f) {
         writer_.BeginFrame(step.Frame(f));
         for (int v = 0; v < static_cast<int>(variables_.size()); ++v)
@@ -53,12 +50,7 @@ private:
 
   void SendHeader() {
     const odiC_Results& old = run_.Header();
-    odiC_Results& made = writer_.HeaderToDescribe();
-    made.description = old.description;
-    made.program = old.program;
-    made.units = old.units;
-    made.timeStamp = old.timeStamp;
-    for (const odiC_Category& category : old.categories) writer_.AddCategory(category);
+    writer_.Describe(old);
     // the run may be replaced by the new one: what has a number is read before it is written
     for (int i = 0; i < old.numLayouts; ++i) run_.Layout(i);
     for (int i = 0; i < old.numPointSets; ++i) run_.PointSet(i);

@@ -3,6 +3,7 @@
 #include "dst_Buckets.h"
 #include "dst_ChunkGraph.h"
 #include "dst_Hash.h"
+#include "dst_Runs.h"
 
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
@@ -390,6 +391,7 @@ dst_Survey dst_SurveyOf(const dst_Source& source) {
         hash.Add(std::span<const int>(labels));
       }
   }
+  for (const odiC_Run& run : source.Runs()) hash.Add(dst_HashOf(run));
   survey.fingerprint = hash.Text();
   return survey;
 }

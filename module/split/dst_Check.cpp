@@ -1,6 +1,7 @@
 #include <CoreGeometry/dst_Check.h>
 
 #include "dst_Buckets.h"
+#include "dst_CheckRuns.h"
 #include "dst_PartWriter.h"
 
 #include <BasicUtils/thr_ThreadSingleton.h>
@@ -37,7 +38,7 @@ cow_String PartText(unsigned part) { return "part " + std::to_string(part); }
 class Checker {
 public:
   Checker(const dst_SplitFolder& split, std::size_t memory, std::vector<dst_Finding>& findings)
-      : split_(split), index_(split.Index()), findings_(findings),
+      : split_(split), index_(split.Index()), findings_(findings), memory_(memory),
         nodesPerRange_(std::max<std::size_t>(1024, memory / 256)),
         nodes_(Temporary("nodes"), NumRanges(), memory / 2),
         members_(Temporary("sets"), NumRanges(), memory / 8), isSeen_(index_.NumElements()) {
@@ -59,6 +60,8 @@ public:
     CheckElements();
     for (std::size_t range = 0; range < NumRanges(); ++range) CheckNodes(range);
     CheckSets();
+    dst_CheckRuns(split_, Temporary("results"), memory_,
+                  [&](unsigned part, const cow_String& what) { AddOf("results", part, what); });
     for (const auto& [kind, count] : kinds_)
       if (count > kMost)
         Add(kNoPart, std::to_string(count - kMost) + " more faults of this kind: " + kind, kAgain);
@@ -288,7 +291,7 @@ private:
   const dst_SplitFolder& split_;
   const dst_Index& index_;
   std::vector<dst_Finding>& findings_;
-  std::size_t nodesPerRange_;
+  std::size_t memory_, nodesPerRange_;
   dst_Buckets nodes_, members_;
   std::vector<bool> isSeen_;           ///< elements
   std::vector<std::uint64_t> entries_; ///< of each subset

@@ -1,3 +1,5 @@
+#include "dst_Runs.h"
+
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/bme_StoredSets.h>
 #include <CoreGeometry/dst_Join.h>
@@ -116,7 +118,7 @@ std::unique_ptr<dst_Source> dst_SplitSource(const dst_SplitFolder& split) {
   const auto index = std::make_shared<const cls_Database>(split.OpenIndexFile());
   std::vector<cow_String> roots;
   for (const cow_String& root : index->Roots())
-    if (root != dst_kIndexRoot && !std::ranges::count(sets, root, &dst_JoinedSet::root))
+    if (!root.starts_with(dst_kSplitFolder) && !std::ranges::count(sets, root, &dst_JoinedSet::root))
       roots.push_back(root);
   const auto copy = [index](const std::vector<cow_String>& these) -> Put {
     return [index, these](cls_WritePass& pass) {

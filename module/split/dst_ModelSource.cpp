@@ -53,6 +53,7 @@ public:
     FindClasses();
     FindSets();
     FindLeftOut();
+    for (const cow_String& run : odiC_Run::RootsOf(model, root)) AddRun(run);
   }
 
   void ReadCoordinates(std::uint64_t firstNode, std::span<float> xyz) const override {
@@ -154,7 +155,8 @@ private:
     for (const cow_String& root : meshes)
       if (root != root_) facts_.leftOut.push_back(root + ": is another mesh");
     for (const cow_String& root : runs)
-      facts_.leftOut.push_back(root + ": results stay with the whole model");
+      if (!root.starts_with(odiC_Run::RootOf(root_, "")))
+        facts_.leftOut.push_back(root + ": is of another mesh");
     for (const cow_String& root : model_.Roots()) {
       const bool isOfRun = std::ranges::any_of(
           runs, [&](const cow_String& run) { return root == run || root.starts_with(run + "/"); });
@@ -162,6 +164,19 @@ private:
           && !std::ranges::binary_search(setRoots, root))
         beside_.push_back(root);
     }
+  }
+
+  void AddRun(const cow_String& root) {
+    runs_.push_back(odiC_Run::Open(model_, root));
+    const odiC_Results& header = runs_.back().Header();
+    bool isOfMesh = header.numNodes == static_cast<int>(facts_.numNodes)
+                    && header.classSizes.size() == facts_.classes.size();
+    for (std::size_t i = 0; i < facts_.classes.size() && isOfMesh; ++i)
+      isOfMesh = static_cast<std::uint64_t>(header.classSizes[i]) == facts_.classes[i].NumElements()
+                 && header.classTypes[i] == facts_.classes[i].ElemTypeLabel();
+    if (isOfMesh) return;
+    runs_.pop_back();
+    facts_.leftOut.push_back(root + ": is of a mesh of other sizes or types");
   }
 
   const cls_Database& model_;

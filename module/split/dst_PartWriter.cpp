@@ -1,6 +1,7 @@
 #include "dst_PartWriter.h"
 
 #include "dst_Hash.h"
+#include "dst_Runs.h"
 
 #include <BasicUtils/cls_CreateModel.h>
 #include <BasicUtils/thr_ThreadSingleton.h>
@@ -269,10 +270,12 @@ dst_PartFacts dst_FactsOf(const bme_Mesh& mesh, const dst_Part& part) {
 void dst_WritePart(const dst_PartFrame& frame, const dst_MadePart& made, const cow_String& file) {
   const dst_SourceFacts& facts = frame.source.Facts();
   std::filesystem::create_directories(std::filesystem::path(file).parent_path());
-  cls_CreateModel(file, {.isDurable = false}, [&](const cls_Database&, cls_WritePass& pass) {
+  cls_CreateModel(file, {.isDurable = false}, [&](const cls_Database& model, cls_WritePass& pass) {
     pass.Put(bme_kMeshFolder + facts.mesh, made.mesh);
     pass.Put(dst_kPartRoot, made.part);
     for (std::size_t i = 0; i < made.sets.size(); ++i) pass.Put(facts.sets[i].root, made.sets[i]);
     frame.source.PutRegions(pass);
+    for (const odiC_Run& run : frame.source.Runs())
+      dst_PutRun(run, frame.index, made.mesh, made.part, model, pass);
   });
 }

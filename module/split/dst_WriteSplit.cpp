@@ -4,6 +4,7 @@
 #include "dst_Hash.h"
 #include "dst_Numbers.h"
 #include "dst_PartWriter.h"
+#include "dst_Runs.h"
 
 #include <BasicUtils/cls_CreateModel.h>
 #include <BasicUtils/thr_ThreadSingleton.h>
@@ -271,7 +272,7 @@ private:
         return false;
       for (std::size_t i = 0; i < made.sets.size(); ++i)
         if (!(*model.Get<rgnC_SetData>(facts_.sets[i].root) == made.sets[i])) return false;
-      return true;
+      return std::ranges::all_of(source_.Runs(), [&](const odiC_Run& run) { return model.Has(run.Root()); });
     } catch (const nex_TextException&) { // damaged: it is written again
       return false;
     }
@@ -287,6 +288,7 @@ private:
                         pass.Put(set.root, shell);
                       }
                       source_.PutBeside(pass);
+                      for (const odiC_Run& run : source_.Runs()) dst_PutRunBeside(run, pass);
                     });
   }
 

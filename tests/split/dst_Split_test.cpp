@@ -1,54 +1,19 @@
 // A split model is the mesh that it was made from, whatever element went to which part.
-#include "MixedMesh.h"
+#include "SplitTest.h"
 
-#include <BasicUtils/cls_CreateModel.h>
-#include <BasicUtils/cls_Diff.h>
 #include <BasicUtils/cls_Dump.h>
-#include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/dst_Check.h>
 #include <CoreGeometry/dst_Join.h>
-#include <CoreGeometry/dst_Library.h>
 #include <CoreGeometry/dst_Split.h>
 #include <CoreGeometry/dst_WriteSplit.h>
 #include <csignal>
-#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <set>
 #include <sstream>
 #include <sys/wait.h>
-#include <unistd.h>
-
-namespace fs = std::filesystem;
 
 namespace {
-class Split : public testing::Test {
-protected:
-  Split() { fs::create_directories(folder_); }
-  ~Split() override { fs::remove_all(folder_); }
-  cow_String In(const char* name) const { return (folder_ / name).string(); }
-  cow_String Store(const bme_Mesh& mesh, const std::vector<bme_NamedSet>& sets) const {
-    fs::remove(In("whole.cgdb"));
-    cls_CreateModel(In("whole.cgdb"), {}, [&](const cls_Database&, cls_WritePass& pass) {
-      pass.Put("meshes/Wing", mesh);
-      for (const bme_NamedSet& set : sets) bme_PutSet(pass, "Wing", set);
-    });
-    return In("whole.cgdb");
-  }
-
-  const DDB_CoreGeometry library_;
-  const dst_Library distributed_;
-  fs::path folder_ = fs::temp_directory_path() / ("split_" + std::to_string(getpid()));
-};
-
-/// What differs, as text.
-cow_String Differences(const cow_String& a, const cow_String& b) {
-  cow_String text;
-  for (const cls_Difference& one : cls_Diff(cls_Database::Open(a), cls_Database::Open(b)))
-    text += one.place + ": " + one.first + " | " + one.second + "\n";
-  return text;
-}
-
 /// The parts that hold each node, as the assignment says.
 std::vector<std::set<unsigned>> HoldersOf(const bme_Mesh& mesh, std::span<const unsigned> parts,
                                           unsigned numParts) {

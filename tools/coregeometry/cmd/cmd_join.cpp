@@ -55,9 +55,10 @@ void cli_AddJoin(cli_Command& program) {
   command.AddOption("-o,--output", arguments->output, "Model file; default: the folder's name with .cgdb");
   command.AddFlag("--force", arguments->force, "Replace a model that is there");
   command.AddFlag("--json", arguments->json, "Print the facts as JSON");
-  command.Footer("It is the model that was split, sets and labels included: \"diff\" finds nothing.\n"
-                 "\n"
-                 "Example:\n"
-                 "  coregeometry join bracket.split -o again.cgdb");
+  command.Footer(
+      "It is the model that was split, sets, labels and results included: \"diff\" finds nothing.\n"
+      "\n"
+      "Example:\n"
+      "  coregeometry join bracket.split -o again.cgdb");
   command.OnRun([arguments] { Run(*arguments); });
 }

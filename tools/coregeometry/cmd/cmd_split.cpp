@@ -168,9 +168,8 @@ void cli_AddSplit(cli_Command& program) {
       "Each part is a model file with the same classes and sets; index.cgdb says how they fit. A run that "
       "was\n"
       "stopped goes on when it is given again; parts that are missing are made again in the same way. Other\n"
-      "commands take the folder in place of a model; \"join\" makes the model of it again. Results stay "
-      "with\n"
-      "the whole model.\n"
+      "commands take the folder in place of a model; \"join\" makes the model of it again. Results go with\n"
+      "their mesh.\n"
       "\n"
       "Example: 8 parts, in bracket.split\n"
       "  coregeometry split bracket.cgdb -n 8");
