@@ -19,3 +19,22 @@ using dst_ElementNodeValues =
 CORE_GEOMETRY_DISTRIBUTED_API dst_OfParts<std::vector<double>>
 dst_AverageAtNodes(const dst_Mesh& mesh, const dst_Elements& elements, std::size_t numComponents,
                    const dst_ElementNodeValues& values);
+
+/// One group of values of a stored field.
+struct dst_StoredField {
+  cow_String run; ///< its root, "results/<mesh>/<run>"
+  cow_String variable;
+  int step = 0, frame = 0; ///< from 0
+  int sectionPoint = -1;   ///< of the blocks that are meant, and their region
+  cow_String region{};
+};
+
+/// Means at nodes of values that the parts have stored for some elements: as odiC_NodeAverage takes them of one group of
+/// the whole, without borders, angles and weights. Values at integration points are carried to the nodes of their
+/// element, and a node that an element has several times counts once, with the mean of its values there. Elements without
+/// values are left out; choose elements of one dimension.
+///
+/// Errors     as above; odiC_Exception for a run or a variable that is not there; nex_TextException for a complex variable
+///            and when no part has the field.
+CORE_GEOMETRY_DISTRIBUTED_API dst_OfParts<std::vector<double>>
+dst_AverageAtNodes(const dst_Mesh& mesh, const dst_Elements& elements, const dst_StoredField& field);

@@ -1,6 +1,7 @@
 // Answers about a split mesh are those about the whole one, whatever way the elements were assigned to parts.
 #include "SplitMesh.h"
 
+#include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/dst_Averages.h>
@@ -9,11 +10,14 @@
 #include <CoreGeometry/dst_Library.h>
 #include <CoreGeometry/dst_Locate.h>
 #include <CoreGeometry/dst_Measures.h>
+#include <CoreGeometry/odiC_Values.h>
+#include <CoreGeometry/shp_Shape.h>
 #include <ThrownBy.h>
 #include <algorithm>
 #include <bit>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <split/RunOfMixedMesh.h>
 
 namespace {
 class dst_Answers : public testing::Test {
@@ -309,5 +313,71 @@ TEST_F(dst_Answers, AMissingPartEndsEveryRankWithOneMessage) {
     EXPECT_EQ(ThrownBy<nex_TextException>([&] { dst_GetBBox(mesh); }), said);
     EXPECT_EQ(ThrownBy<nex_TextException>([&] { dst_FindDuplicates(mesh); }), said);
     EXPECT_NE(ThrownBy<nex_TextException>([&] { dst_Model("no such.split", *exchange); }), kNothingThrown);
+  }
+}
+
+TEST_F(dst_Answers, MeansOfStoredFieldsAreThoseOfTheWhole) {
+  const bme_Mesh whole = MeshWithDuplicates(Labelled::Both);
+  const std::unique_ptr<dst_Exchange> exchange = MakeExchange();
+  const cow_String file = (TestFolder() / "with_run.cgdb").string();
+  exchange->OnFirstRank([&] {
+    cls_Database model = cls_Database::Create(file);
+    cls_WritePass pass(model);
+    pass.Put("meshes/Wing", whole);
+    pass.Commit();
+    PutRunOfMixedMesh(model, whole);
+  });
+  exchange->Agree();
+  const cls_Database model = cls_Database::Open(file);
+  const odiC_Run run = odiC_Run::Open(model, "results/Wing/a");
+  const auto areSolid = [](const bme_ElementClass& type) {
+    return type.Shape() && type.Shape()->NumGeomDims() == 3;
+  };
+  const dst_Elements solids([&](const dst_OpenPart& part) {
+    std::vector<unsigned> list;
+    for (unsigned i = 0; i < part.mesh->ElementData().NumElements(); ++i)
+      if (areSolid(part.mesh->ElementData().GetElemClass(i))) list.push_back(i);
+    return bme_FEMElemList(*part.mesh, list);
+  });
+  for (const unsigned numParts : {1U, 3U, 8U}) {
+    const cow_String folder = (TestFolder() / ("run" + std::to_string(numParts) + ".split")).string();
+    exchange->OnFirstRank([&] {
+      dst_WriteSplit(*dst_ModelSource(model, "meshes/Wing"),
+                     RandomParts(whole.ElementData().NumElements(), numParts, numParts), numParts, folder);
+    });
+    exchange->Agree();
+    const dst_Mesh mesh = dst_Model(folder, *exchange).Mesh();
+    for (const char* variable : {"S", "E", "Q"}) {
+      const odiC_Values values =
+          odiC_Values(run, variable).AtNodes({.borders = odiC_Borders::None, .normals = 0});
+      const odiC_SourcePointer source = values.Open({0, 1});
+      const auto& groups = source->Layout().blocks; // one for each dimension
+      const auto ofSolids = std::ranges::find(groups, "solids", &odiC_LayoutBlock::region);
+      const odiC_LayoutBlock& block = ofSolids == groups.end() ? groups.front() : *ofSolids;
+      const auto width = static_cast<std::size_t>(source->NumComponents());
+      std::vector<double> expected(static_cast<std::size_t>(block.NumRows()) * width);
+      source->Read(block.firstRow, expected);
+      const auto found =
+          dst_AverageAtNodes(mesh, solids, {.run = "results/Wing/a", .variable = variable, .frame = 1});
+      int numCompared = 0;
+      exchange->ForEachPart([&](unsigned number) {
+        const dst_Part& part = *mesh.Part(number).part;
+        for (unsigned node = 0; node < part.NumNodes(); ++node) {
+          const int at = block.Find(static_cast<int>(part.NodeNumber(node)));
+          for (std::size_t c = 0; c < width; ++c) {
+            const double one = found[number][node * width + c],
+                         wanted = at < 0 ? std::nan("") : expected[static_cast<std::size_t>(at) * width + c];
+            EXPECT_TRUE(one == wanted || (std::isnan(one) && std::isnan(wanted)))
+                << variable << " at node " << part.NodeNumber(node) << ": " << one << " instead of "
+                << wanted;
+            numCompared += std::isnan(wanted) ? 0 : 1;
+          }
+        }
+      });
+      exchange->Agree();
+      EXPECT_TRUE(numCompared > 0 || exchange->MyParts().Count() == 0);
+    }
+    for (const char* variable : {"wave", "none"})
+      EXPECT_ANY_THROW(dst_AverageAtNodes(mesh, solids, {.run = "results/Wing/a", .variable = variable}));
   }
 }
