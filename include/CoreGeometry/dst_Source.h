@@ -87,8 +87,11 @@ protected:
 CORE_GEOMETRY_DISTRIBUTED_API std::unique_ptr<dst_Source> dst_ModelSource(const cls_Database& model,
                                                                           const cow_String& meshRoot);
 
-/// The mesh of another split, to be split anew. It is joined in memory.
-CORE_GEOMETRY_DISTRIBUTED_API std::unique_ptr<dst_Source> dst_SplitSource(const dst_SplitFolder& split);
+/// The mesh of another split with its results, to be split anew: files in a folder, by default one for temporary files,
+/// which is removed with the source, take nodes, elements and results in the order of the whole. Memory is for one part,
+/// for the entries of all sets, and for some fields.
+CORE_GEOMETRY_DISTRIBUTED_API std::unique_ptr<dst_Source> dst_SplitSource(const dst_SplitFolder& split,
+                                                                          const cow_String& workFolder = {});
 
 /// What a mesh in memory does not know itself.
 struct dst_MeshBeside {

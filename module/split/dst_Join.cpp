@@ -224,12 +224,12 @@ void dst_Join(const dst_SplitFolder& split, const cow_String& file) {
   const bme_Mesh mesh = dst_JoinMesh(split);
   const std::vector<dst_JoinedSet> sets = dst_JoinSets(split);
   const cls_Database beside = split.OpenIndexFile();
-  cls_CreateModel(file, {}, [&](const cls_Database& model, cls_WritePass& pass) {
+  cls_CreateModel(file, {}, [&](const cls_Database&, cls_WritePass& pass) {
     pass.Put(split.MeshRoot(), mesh);
     for (const dst_JoinedSet& set : sets) pass.Put(set.root, set.data);
     for (const cow_String& root : beside.Roots())
       if (!root.starts_with(dst_kSplitFolder) && !std::ranges::count(sets, root, &dst_JoinedSet::root))
         pass.Copy(beside, root);
-    dst_JoinRuns(split, mesh, model, pass);
+    dst_JoinRuns(split, pass);
   });
 }

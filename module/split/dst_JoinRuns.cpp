@@ -2,8 +2,8 @@
 
 #include <BasicUtils/cls_WritePass.h>
 #include <BasicUtils/thr_ThreadSingleton.h>
+#include <BasicUtils/uti_Fingerprint.h>
 #include <BasicUtils/wip_WIP.h>
-#include <CoreGeometry/odiC_RunWriter.h>
 #include <algorithm>
 #include <cstring>
 
@@ -34,40 +34,40 @@ std::vector<int> Numbered(int count) {
   return numbers;
 }
 
+/// What was put last for a variable: the same numbers are stored once.
+struct Last {
+  uti_FingerprintBits bits{};
+  std::size_t size = 0;
+  cow_ArrayStamp stamp;
+};
+
 class RunJoiner {
 public:
-  RunJoiner(const dst_SplitFolder& split, const odiC_Run& facts, const bme_Mesh& mesh,
-            const cls_Database& model, cls_WritePass& pass, std::size_t memory)
-      : split_(split), facts_(facts), root_(facts.Root().substr(std::strlen(dst_kSplitFolder))),
-        writer_(model, pass, root_, mesh), memory_(memory) {}
+  RunJoiner(const dst_SplitFolder& split, const odiC_Run& facts, cls_WritePass& pass, std::size_t memory)
+      : split_(split), facts_(facts), root_(facts.Root().substr(std::strlen(dst_kSplitFolder))), pass_(pass),
+        memory_(memory) {}
 
   void Join() {
     const odiC_Results& header = facts_.Header();
-    writer_.Describe(header);
-    for (int i = 0; i < header.numPointSets; ++i) writer_.AddPointSet(facts_.PointSet(i));
-    for (int i = 0; i < header.numLayouts; ++i) layouts_.push_back(writer_.AddLayout(*facts_.Layout(i)));
-    for (const odiC_Variable& variable : header.variables) writer_.AddVariable(variable);
+    for (int i = 0; i < header.numPointSets; ++i) pass_.Put(odiC_PointSetRoot(root_, i), facts_.PointSet(i));
+    for (int i = 0; i < header.numLayouts; ++i) pass_.Put(odiC_LayoutRoot(root_, i), *facts_.Layout(i));
     for (int s = 0; s < static_cast<int>(header.steps.size()); ++s) {
       const odiC_Step& step = header.steps[static_cast<std::size_t>(s)];
-      writer_.BeginStep(step);
-      for (int f = 0; f < step.NumFrames(); ++f) writer_.BeginFrame(step.Frame(f));
-      for (int h = 0; h < step.numHistories; ++h) writer_.AddHistory(facts_.History(s, h));
+      for (int h = 0; h < step.numHistories; ++h) {
+        const odiC_History history = facts_.History(s, h);
+        pass_.Put(odiC_HistoryRoot(root_, s + 1, h), history);
+      }
       for (int f = 0; f < step.NumFrames(); ++f)
         for (int v = 0; v < static_cast<int>(header.variables.size()); ++v)
           if (step.Has(f, v)) Want(s, f, v);
     }
     Fill();
-    odiC_Results& made = writer_.HeaderToDescribe();
-    const int numLayouts = made.numLayouts;
-    made = header; // with the columns of its steps as they were
-    made.numLayouts = numLayouts;
-    writer_.Commit();
+    pass_.Put(root_, header);
   }
 
 private:
   void Want(int step, int frame, int variable) {
-    const auto field =
-        facts_.Model().Get<odiC_Field>(odiC_FieldRoot(facts_.Root(), step + 1, frame, variable));
+    const auto field = Facts(step, frame, variable);
     const odiC_Variable& of = facts_.Header().variables[static_cast<std::size_t>(variable)];
     Wanted wanted{step,
                   frame,
@@ -89,15 +89,33 @@ private:
       thr_ThreadSingleton<wip_WIP>::Instance().CheckCancelled();
       Take(part);
     }
-    for (Wanted& one : wanted_) {
-      writer_.GoTo(one.step, one.frame);
-      const int layout = layouts_[static_cast<std::size_t>(one.layout)];
-      std::visit([&](auto& values) { writer_.PutField(one.variable, layout, std::move(values)); },
-                 one.values);
-    }
-    if (!wanted_.empty()) writer_.GoTo(wanted_.back().step, wanted_.back().frame);
+    for (Wanted& one : wanted_) Put(one);
     wanted_.clear();
     held_ = 0;
+  }
+
+  cow_CountedHld<odiC_Field> Facts(int step, int frame, int variable) const {
+    return facts_.Model().Get<odiC_Field>(odiC_FieldRoot(facts_.Root(), step + 1, frame, variable));
+  }
+
+  void Put(Wanted& one) {
+    odiC_Field made = *Facts(one.step, one.frame, one.variable);
+    Last& last = last_[one.variable];
+    const auto put = [&]<class T>(cow_ArrayCOW<T>& values, odiC_Rows<T>& rows) {
+      const uti_FingerprintBits bits = uti_Fingerprint(std::as_bytes(values.Const()));
+      if (last.size == values.Size() && last.size > 0 && last.bits == bits && last.stamp.id != 0)
+        values.SetStamp(last.stamp);
+      last = {bits, values.Size(), {}};
+      rows = odiC_Rows<T>(std::move(values), static_cast<unsigned>(one.width));
+      pass_.Put(odiC_FieldRoot(root_, one.step + 1, one.frame, one.variable), made);
+      last.stamp = rows.Values().Stamp();
+    };
+    if (auto* floats = std::get_if<cow_ArrayCOW<float>>(&one.values))
+      put(*floats, made.floats);
+    else if (auto* doubles = std::get_if<cow_ArrayCOW<double>>(&one.values))
+      put(*doubles, made.doubles);
+    else
+      put(std::get<cow_ArrayCOW<int>>(one.values), made.integers);
   }
 
   void Take(unsigned number) {
@@ -140,18 +158,17 @@ private:
   const dst_SplitFolder& split_;
   const odiC_Run& facts_; ///< in the index
   cow_String root_;
-  odiC_RunWriter writer_;
+  cls_WritePass& pass_;
   std::size_t memory_, held_ = 0;
-  std::vector<int> layouts_;
+  std::map<int, Last> last_; ///< of each variable
   std::vector<Wanted> wanted_;
 };
 } // namespace
 
-void dst_JoinRuns(const dst_SplitFolder& split, const bme_Mesh& mesh, const cls_Database& model,
-                  cls_WritePass& pass, std::size_t memory) {
+void dst_JoinRuns(const dst_SplitFolder& split, cls_WritePass& pass, std::size_t memory) {
   const cls_Database index = split.OpenIndexFile();
   for (const cow_String& root : index.RootsOf({odiC_Results::TypeId()})) {
     const odiC_Run facts = odiC_Run::Open(index, root);
-    RunJoiner(split, facts, mesh, model, pass, memory).Join();
+    RunJoiner(split, facts, pass, memory).Join();
   }
 }

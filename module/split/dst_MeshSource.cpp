@@ -1,9 +1,7 @@
-#include "dst_Runs.h"
+#include "dst_SourceWithSets.h"
 
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/bme_StoredSets.h>
-#include <CoreGeometry/dst_Join.h>
-#include <CoreGeometry/dst_Source.h>
 #include <algorithm>
 
 dst_Source::~dst_Source() = default;
@@ -18,15 +16,35 @@ bool dst_SourceFacts::HasElementLabels() const noexcept {
          });
 }
 
-namespace {
-using Put = std::function<void(cls_WritePass&)>;
+dst_SourceWithSets::dst_SourceWithSets(std::vector<dst_JoinedSet> sets, Put putBeside, Put putRegions)
+    : sets_(std::move(sets)), putBeside_(std::move(putBeside)), putRegions_(std::move(putRegions)) {
+  for (const dst_JoinedSet& set : sets_) {
+    dst_SetFacts facts{set.root, set.data.WithoutSubsets(), {}};
+    for (int i = 0; i < set.data.NumSubset(); ++i) {
+      const rgnC_SubsetData& subset = set.data.SubSet(i);
+      facts.shell.AppendSubset(subset.WithItems({}, {}));
+      facts.subsets.push_back(
+          {static_cast<std::uint64_t>(subset.NumItems()), !subset.FacetIdArray().empty()});
+    }
+    facts_.sets.push_back(std::move(facts));
+  }
+}
 
-class MeshSource : public dst_Source {
+void dst_SourceWithSets::ReadEntries(unsigned set, unsigned subset, std::uint64_t first,
+                                     std::span<unsigned> numbers, std::span<int> facets) const {
+  const rgnC_SubsetData& entries = sets_[set].data.SubSet(static_cast<int>(subset));
+  dst_CopyTo(entries.IdArray(), first, numbers);
+  if (!facets.empty()) dst_CopyTo(entries.FacetIdArray(), first, facets);
+}
+
+namespace {
+using Put = dst_SourceWithSets::Put;
+
+class MeshSource : public dst_SourceWithSets {
 public:
   MeshSource(const cow_String& name, const bme_Mesh& mesh, std::vector<dst_JoinedSet> sets,
              const cow_String& file, Put putBeside, Put putRegions)
-      : mesh_(mesh), sets_(std::move(sets)), putBeside_(std::move(putBeside)),
-        putRegions_(std::move(putRegions)) {
+      : dst_SourceWithSets(std::move(sets), std::move(putBeside), std::move(putRegions)), mesh_(mesh) {
     facts_.file = file;
     const bme_NodeData& nodes = mesh_.NodeData();
     facts_.mesh = name;
@@ -42,54 +60,26 @@ public:
       range.SetNumbers(first, range.NumElements());
       first = range.EndElement();
     }
-    for (const dst_JoinedSet& set : sets_) AddSet(set);
   }
 
   void ReadCoordinates(std::uint64_t firstNode, std::span<float> xyz) const override {
-    Copy(mesh_.NodeData().Coordinates().Const(), 3 * firstNode, xyz);
+    dst_CopyTo(mesh_.NodeData().Coordinates().Const(), 3 * firstNode, xyz);
   }
   void ReadNodeLabels(std::uint64_t firstNode, std::span<int> labels) const override {
-    Copy(mesh_.NodeData().UserNodeLabels().Const(), firstNode, labels);
+    dst_CopyTo(mesh_.NodeData().UserNodeLabels().Const(), firstNode, labels);
   }
   void ReadConnectivity(unsigned classIndex, std::uint64_t firstElement,
                         std::span<unsigned> nodes) const override {
     const cls_xp2DArrayInt& rows = mesh_.ElementData().GetClass(classIndex).ElementConnectivity();
-    Copy(rows.Const(), firstElement * rows.NumColumns(), nodes);
+    dst_CopyTo(rows.Const(), firstElement * rows.NumColumns(), nodes);
   }
   void ReadElementLabels(unsigned classIndex, std::uint64_t firstElement,
                          std::span<int> labels) const override {
-    Copy(mesh_.ElementData().GetClass(classIndex).UserElementLabels(), firstElement, labels);
+    dst_CopyTo(mesh_.ElementData().GetClass(classIndex).UserElementLabels(), firstElement, labels);
   }
-  void ReadEntries(unsigned set, unsigned subset, std::uint64_t first, std::span<unsigned> numbers,
-                   std::span<int> facets) const override {
-    const rgnC_SubsetData& entries = sets_[set].data.SubSet(static_cast<int>(subset));
-    Copy(entries.IdArray(), first, numbers);
-    if (!facets.empty()) Copy(entries.FacetIdArray(), first, facets);
-  }
-  void PutBeside(cls_WritePass& index) const override { putBeside_(index); }
-  void PutRegions(cls_WritePass& part) const override { putRegions_(part); }
 
 private:
-  template<class From, class To>
-  static void Copy(std::span<const From> from, std::uint64_t first, std::span<To> to) {
-    std::ranges::transform(from.subspan(first, to.size()), to.begin(),
-                           [](From value) { return static_cast<To>(value); });
-  }
-
-  void AddSet(const dst_JoinedSet& set) {
-    dst_SetFacts facts{set.root, set.data.WithoutSubsets(), {}};
-    for (int i = 0; i < set.data.NumSubset(); ++i) {
-      const rgnC_SubsetData& subset = set.data.SubSet(i);
-      facts.shell.AppendSubset(subset.WithItems({}, {}));
-      facts.subsets.push_back(
-          {static_cast<std::uint64_t>(subset.NumItems()), !subset.FacetIdArray().empty()});
-    }
-    facts_.sets.push_back(std::move(facts));
-  }
-
   bme_Mesh mesh_;
-  std::vector<dst_JoinedSet> sets_;
-  Put putBeside_, putRegions_;
 };
 } // namespace
 
@@ -111,21 +101,4 @@ std::unique_ptr<dst_Source> dst_MeshSource(const cow_String& name, const bme_Mes
     if (put) put(pass);
   };
   return std::make_unique<MeshSource>(name, mesh, std::move(stored), beside.file, putBeside, putRegions);
-}
-
-std::unique_ptr<dst_Source> dst_SplitSource(const dst_SplitFolder& split) {
-  std::vector<dst_JoinedSet> sets = dst_JoinSets(split);
-  const auto index = std::make_shared<const cls_Database>(split.OpenIndexFile());
-  std::vector<cow_String> roots;
-  for (const cow_String& root : index->Roots())
-    if (!root.starts_with(dst_kSplitFolder) && !std::ranges::count(sets, root, &dst_JoinedSet::root))
-      roots.push_back(root);
-  const auto copy = [index](const std::vector<cow_String>& these) -> Put {
-    return [index, these](cls_WritePass& pass) {
-      for (const cow_String& root : these) pass.Copy(*index, root);
-    };
-  };
-  return std::make_unique<MeshSource>(split.Index().MeshName(), dst_JoinMesh(split), std::move(sets),
-                                      split.Folder(), copy(roots),
-                                      copy(index->RootsOf({rgnC_Region::TypeId()})));
 }

@@ -36,8 +36,8 @@ cow_String dst_HashOf(const odiC_Run& run);
 ///
 /// Cost       memory for some fields, of at most `memory` bytes or one; each part is opened once for so many.
 /// Errors     nex_TextException for a part whose run does not fit.
-void dst_JoinRuns(const dst_SplitFolder& split, const bme_Mesh& mesh, const cls_Database& model,
-                  cls_WritePass& pass, std::size_t memory = std::size_t{256} << 20);
+void dst_JoinRuns(const dst_SplitFolder& split, cls_WritePass& pass,
+                  std::size_t memory = std::size_t{256} << 20);
 
 /// Rows of numbers as they are stored.
 using dst_FieldValues = std::variant<cow_ArrayCOW<float>, cow_ArrayCOW<double>, cow_ArrayCOW<int>>;

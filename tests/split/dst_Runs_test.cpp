@@ -41,6 +41,13 @@ TEST_F(SplitRuns, JoinToTheSameModelForAnyAssignment) {
       dst_WriteSplit(*source, RandomParts(numElements, numParts, ++seed), numParts, In("wing.split"));
       dst_Join(dst_SplitFolder(In("wing.split")), In("joined.cgdb"));
       EXPECT_EQ(Differences(whole, In("joined.cgdb")), "") << numParts << " parts";
+      fs::remove_all(In("again.split"));
+      fs::remove(In("joined.cgdb"));
+      dst_WriteSplit(*dst_SplitSource(dst_SplitFolder(In("wing.split")), In("unpacked")),
+                     RandomParts(numElements, 5, seed), 5, In("again.split"));
+      EXPECT_FALSE(fs::exists(In("unpacked")));
+      dst_Join(dst_SplitFolder(In("again.split")), In("joined.cgdb"));
+      EXPECT_EQ(Differences(whole, In("joined.cgdb")), "") << "split again from " << numParts << " parts";
     }
   }
 }

@@ -53,7 +53,7 @@ struct Source {
 Source Open(const Arguments& arguments) {
   Source source;
   if (cli_IsSplit(arguments.file)) {
-    source.mesh = dst_SplitSource(dst_SplitFolder(arguments.file));
+    source.mesh = dst_SplitSource(dst_SplitFolder(arguments.file), arguments.output + ".source");
     return source;
   }
   if (fs::path(arguments.file).extension() == ".cgdb") {
