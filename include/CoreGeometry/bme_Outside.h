@@ -58,6 +58,6 @@ struct bme_Outside {
 CORE_GEOMETRY_API bme_Outside bme_FindOutside(const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
                                               std::span<const std::string> names, const cow_String& place);
 
-/// These faces and their edges, with the same groups and exclusions as of a whole mesh, which may be those of a part of
-/// it: nothing more is looked for, and there may be none.
-CORE_GEOMETRY_API bme_Outside bme_OutsideOf(const bme_FEMFaceList& faces);
+/// The outside whose faces are known already, those of a whole mesh or of a part of it: these faces and their edges, and
+/// the lines of the elements, with the same groups and exclusions. There may be none.
+CORE_GEOMETRY_API bme_Outside bme_OutsideOf(const bme_FEMFaceList& faces, const bme_FEMElemList& elements);

@@ -1,8 +1,10 @@
 // The coregeometry-mpi program: answers questions about split models on several processes.
+#include "cli_Commands.h"
 #include "cli_Console.h"
 #include "cli_Model.h"
 #include "cli_Parser.h"
-#include "spl_Split.h"
+#include "cli_Threads.h"
+#include "spl_Commands.h"
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/dst_Library.h>
@@ -33,13 +35,23 @@ int Run(int argc, char** argv, dst_Exchange& exchange) {
   app.add_flag_callback(
       "-q,--quiet", [] { cli_SetTalk(cli_Talk::Quiet); }, "Only answers and errors");
   cli_Command program(app);
-  spl_AddInfo(program, exchange);
-  spl_AddMeasure(program, exchange);
-  spl_AddSkin(program, exchange);
-  const std::vector<std::string> words(argv + 1, argv + argc);
+  int numThreads = 1;
+  program
+      .AddOption("--threads", numThreads,
+                 "Threads of each rank; by default one, since each core can have a rank")
+      .Between(1, 1024);
+  const std::unique_ptr<wip_Executor> executor = cli_MakeExecutor(numThreads);
+  const wip_ExecutorScope lent(executor.get());
+  for (const spl_Command& command : spl_kCommands) command.add(program, exchange);
+  cli_AddCheck(program);
+  cli_AddJoin(program);
+  const std::vector<std::string> words = cli_JoinTriples(app, std::span(argv, argv + argc).subspan(1));
   wantsJson = std::ranges::find(words, "--json") != words.end();
   try {
     cli_CheckCommandName(app, words);
+    const std::string command = cli_CommandOf(app, words).get_name();
+    if (!exchange.IsFirstRank() && (command == "check" || command == "join"))
+      return cli_OK; // one rank does all
     app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
   } catch (const CLI::Success& request) {
     return app.exit(request);

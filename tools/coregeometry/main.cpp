@@ -4,6 +4,7 @@
 #include "cli_Console.h"
 #include "cli_Model.h"
 #include "cli_Parser.h"
+#include "cli_Split.h"
 #include "cli_Threads.h"
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
@@ -57,8 +58,10 @@ int Run(int argc, char** argv) {
   const std::unique_ptr<wip_Executor> executor = cli_MakeExecutor(numThreads);
   const wip_ExecutorScope lent(executor.get());
   for (const auto add : cli_kCommands) add(program);
+  const std::vector<std::string> given(argv + 1, argv + argc);
+  wantsJson = std::ranges::find(given, "--json") != given.end();
+  const std::shared_ptr<void> split = cli_TakeSplit(program, cli_CommandOf(app, given).get_name(), given);
   const std::vector<std::string> words = cli_JoinTriples(app, std::span(argv, argv + argc).subspan(1));
-  wantsJson = std::ranges::find(words, "--json") != words.end();
   const CLI::App& command = cli_CommandOf(app, words);
   const auto refuse = [&](const std::string& what) {
     const std::string name = &command == &app ? "coregeometry" : "coregeometry " + command.get_name();
@@ -71,7 +74,7 @@ int Run(int argc, char** argv) {
   } catch (const CLI::Success& request) {
     return app.exit(request);
   } catch (const CLI::ParseError& error) {
-    refuse(cli_Explain(app, error));
+    refuse(cli_Explain(app, error) + (split ? " (of a split model)" : ""));
   } catch (const cli_UsageError& error) {
     refuse(error.what());
   }

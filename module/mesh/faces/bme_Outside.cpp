@@ -55,9 +55,11 @@ public:
     return std::move(result_);
   }
 
-  bme_Outside Of(const bme_FEMFaceList& faces) {
+  bme_Outside Of(const bme_FEMFaceList& faces, const bme_FEMElemList& elements) {
     AddGroupsOfClasses();
+    CountWithoutShape(elements);
     AddFaces(faces, GroupByClass{mesh_.ElementData()});
+    AddLines(elements, GroupByClass{mesh_.ElementData()});
     FindEdges();
     return std::move(result_);
   }
@@ -123,12 +125,16 @@ private:
     throw nex_TextException(place_ + ": no set \"" + name + '"' + atr_Alternatives(name, names));
   }
 
-  bme_FEMFaceList External(const bme_FEMElemList& elements) {
+  void CountWithoutShape(const bme_FEMElemList& elements) {
     bme_ForEachClassOfElements(
         mesh_, elements.Words(),
         [&](const bme_ElementClass&, const shp_Shape* shape, std::span<const unsigned> words) {
           if (!shape) result_.withoutShape += static_cast<long long>(words.size());
         });
+  }
+
+  bme_FEMFaceList External(const bme_FEMElemList& elements) {
+    CountWithoutShape(elements);
     bme_FaceOptions options;
     options.exclude = bme_EXCLUDE_UNSUPPORTED;
     const std::optional<bme_FaceSets> faces = bme_ComputeFaces(elements, options);
@@ -251,4 +257,6 @@ bme_Outside bme_FindOutside(const bme_Mesh& mesh, std::span<const bme_NamedSet> 
   return Finder(mesh, place).Run(sets, names);
 }
 
-bme_Outside bme_OutsideOf(const bme_FEMFaceList& faces) { return Finder(faces.Mesh(), "").Of(faces); }
+bme_Outside bme_OutsideOf(const bme_FEMFaceList& faces, const bme_FEMElemList& elements) {
+  return Finder(faces.Mesh(), "").Of(faces, elements);
+}

@@ -9,11 +9,12 @@
 #include <split/MixedMesh.h>
 
 int main(int argc, char** argv) {
-  if (argc != 3) return 2;
+  if (argc < 3) return 2; // a folder, the number of parts, and another seed
   const DDB_CoreGeometry library;
   const dst_Library distributed;
   const cow_String folder = argv[1];
   const auto numParts = static_cast<unsigned>(std::atoi(argv[2]));
+  const auto seed = static_cast<unsigned>(argc > 3 ? std::atoi(argv[3]) : 1);
   const bme_Mesh mesh = MixedMesh(Labelled::Both);
   cls_Database model = cls_Database::Create(folder + "/mixed.cgdb");
   cls_WritePass pass(model);
@@ -21,6 +22,6 @@ int main(int argc, char** argv) {
   for (const bme_NamedSet& set : MixedSets()) bme_PutSet(pass, "Mixed", set);
   pass.Commit();
   dst_WriteSplit(*dst_MeshSource("Mixed", mesh, MixedSets()),
-                 RandomParts(mesh.ElementData().NumElements(), numParts, 1), numParts,
+                 RandomParts(mesh.ElementData().NumElements(), numParts, seed), numParts,
                  folder + "/mixed.split");
 }

@@ -73,6 +73,8 @@ cli_Command cli_Command::AddCommand(const std::string& name, const std::string& 
   return cli_Command(*app_->add_subcommand(name, help));
 }
 
+void cli_Command::Remove(const std::string& name) { app_->remove_subcommand(app_->get_subcommand(name)); }
+
 template<class T>
 cli_Option cli_Command::AddOption(const std::string& name, T& value, const std::string& help) {
   return cli_Option(app_->add_option(name, value, help));

@@ -57,6 +57,7 @@ class cli_Command {
 public:
   explicit cli_Command(CLI::App& app) : app_(&app) {}
   cli_Command AddCommand(const std::string& name, const std::string& help);
+  void Remove(const std::string& name); ///< a command that was added
   /// A name without dashes is a positional word. T: bool is not among them, but numbers, texts, and optional
   /// and repeated ones of these (listed at the end of cli_Command.cpp).
   template<class T> cli_Option AddOption(const std::string& name, T& value, const std::string& help);

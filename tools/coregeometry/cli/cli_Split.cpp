@@ -1,12 +1,15 @@
 #include "cli_Split.h"
 
+#include "cli_Command.h"
 #include "cli_Console.h"
-#include "cli_Model.h"
+#include "spl_Commands.h"
 
 #include <CoreGeometry/dst_Check.h>
 #include <CoreGeometry/dst_Library.h>
-#include <CoreGeometry/dst_Split.h>
+#include <CoreGeometry/dst_SerialExchange.h>
 #include <CoreGeometry/dst_SplitFolder.h>
+#include <algorithm>
+#include <filesystem>
 
 std::shared_ptr<const dst_Library> cli_StartSplits() { return std::make_shared<const dst_Library>(); }
 
@@ -24,53 +27,28 @@ std::vector<chk_Finding> cli_CheckSplit(const std::string& folder) {
   return findings;
 }
 
-void cli_PrintSplit(const std::string& folder, bool json) {
-  const auto library = cli_StartSplits();
-  const dst_SplitFolder split(folder);
-  const dst_Index& index = split.Index();
-  const dst_Origin origin = index.Origin();
-  const dst_SplitReport report = dst_ReportOn(index);
-  if (json) {
-    cli_Json parts = cli_Json::array(), classes = cli_Json::array(), sets = cli_Json::array();
-    for (unsigned i = 0; i < split.NumParts(); ++i) {
-      const dst_PartFacts part = index.Part(i);
-      parts.push_back({{"elements", part.numElements},
-                       {"nodes", part.numNodes},
-                       {"ownedNodes", part.numOwned},
-                       {"sharedNodes", part.numShared},
-                       {"neighbours", part.neighbours}});
-    }
-    for (unsigned i = 0; i < index.NumClasses(); ++i)
-      classes.push_back(
-          {{"type", index.Class(i).ElemTypeLabel()}, {"elements", index.Class(i).NumElements()}});
-    for (unsigned i = 0; i < index.NumSets(); ++i) {
-      std::uint64_t entries = 0;
-      for (unsigned k = 0; k < index.NumSubsets(i); ++k) entries += index.NumEntries(i, k);
-      sets.push_back({{"root", index.SetRoot(i)}, {"entries", entries}});
-    }
-    return cli_PrintJson({{"folder", folder},
-                          {"mesh", origin.mesh},
-                          {"source", origin.source},
-                          {"method", origin.method},
-                          {"identity", origin.identity},
-                          {"nodes", index.NumNodes()},
-                          {"elements", index.NumElements()},
-                          {"nodeLabels", index.HasNodeLabels()},
-                          {"elementLabels", index.HasElementLabels()},
-                          {"balance", report.balance},
-                          {"copies", report.copies},
-                          {"mostNeighbours", report.mostNeighbours},
-                          {"classes", classes},
-                          {"sets", sets},
-                          {"parts", parts}});
-  }
-  cli_Out() << folder << ": mesh \"" << origin.mesh << "\" in " << split.NumParts() << " parts (method "
-            << origin.method << ", from " << origin.source << ")\n";
-  cli_Out() << "  " << index.NumNodes() << " nodes, " << index.NumElements() << " elements in all\n";
-  cli_Out() << "  largest part " << report.balance << " times the mean, " << 100 * report.copies
-            << " % copies of nodes, up to " << report.mostNeighbours << " neighbours\n";
-  for (unsigned i = 0; i < index.NumClasses(); ++i)
-    cli_Out() << "  class " << i << ": " << index.Class(i).ElemTypeLabel() << ", "
-              << index.Class(i).NumElements() << " elements\n";
-  for (unsigned i = 0; i < index.NumSets(); ++i) cli_Out() << "  " << index.SetRoot(i) << '\n';
+namespace {
+constexpr const char* kOwnForm[] = {"split", "join",
+                                    "check"}; ///< commands that look at their folder themselves
+
+/// The exchange of one process, and what it works on.
+struct Session {
+  dst_Library library;
+  dst_SerialExchange exchange{std::filesystem::temp_directory_path().string()};
+};
+} // namespace
+
+std::shared_ptr<void> cli_TakeSplit(cli_Command& program, const std::string& command,
+                                    std::span<const std::string> words) {
+  const auto folder = std::ranges::find_if(words, [](const std::string& word) { return cli_IsSplit(word); });
+  if (folder == words.end() || std::ranges::find(kOwnForm, command) != std::end(kOwnForm)) return nullptr;
+  const auto form = std::ranges::find(spl_kCommands, command, &spl_Command::name);
+  if (form == std::end(spl_kCommands))
+    throw cli_UsageError(*folder + ": is a split model, and \"" + command
+                         + "\" works on one model: give one of its parts, "
+                         + dst_SplitFolder::PartFile(*folder, 0, 1) + " and so on, or join it first");
+  auto session = std::make_shared<Session>();
+  program.Remove(command);
+  form->add(program, session->exchange);
+  return session;
 }

@@ -3,5 +3,8 @@
 
 bool cli_IsSplit(const std::string& /*folder*/) { return false; }
 std::vector<chk_Finding> cli_CheckSplit(const std::string& /*folder*/) { return {}; }
-void cli_PrintSplit(const std::string& /*folder*/, bool /*json*/) {}
+std::shared_ptr<void> cli_TakeSplit(cli_Command& /*program*/, const std::string& /*command*/,
+                                    std::span<const std::string> /*words*/) {
+  return nullptr;
+}
 std::shared_ptr<const dst_Library> cli_StartSplits() { return nullptr; }

@@ -3,7 +3,6 @@
 #include "cli_Console.h"
 #include "cli_Datums.h"
 #include "cli_Regions.h"
-#include "cli_Split.h"
 
 #include <CoreGeometry/bme_Pyramids.h>
 #include <CoreGeometry/bme_StoredMesh.h>
@@ -154,7 +153,6 @@ cli_Json MeshJson(const Facts& facts) {
 }
 
 void Run(const Arguments& arguments) {
-  if (cli_IsSplit(arguments.file)) return cli_PrintSplit(arguments.file, arguments.json);
   cli_Console console;
   console.Begin("reading " + arguments.file);
   const cls_Database model = cli_OpenModel(arguments.file);

@@ -2,66 +2,22 @@
 #include "cli_Commands.h"
 #include "cli_Console.h"
 #include "cli_Model.h"
-#include "cli_Words.h"
+#include "cli_Points.h"
 
 #include <CoreGeometry/bme_ElementLocator.h>
 #include <CoreGeometry/bme_Messages.h>
 #include <CoreGeometry/bme_StoredMesh.h>
 #include <CoreGeometry/shp_Shape.h>
-#include <fstream>
 #include <functional>
-#include <iomanip>
-#include <iostream>
 #include <optional>
-#include <sstream>
 
 namespace {
 struct Arguments {
-  std::string file, name, pointFile;
-  std::vector<std::string> coordinates;
+  std::string file, name;
+  cli_PointArguments points;
   std::optional<int> element; ///< label of the only one that is asked
   bool json = false;
 };
-
-/// Points of a text file: three numbers a line, separated by blanks or commas; the rest of a line after # and
-/// empty lines are skipped. Throws nex_TextException naming file and line.
-std::vector<double> ReadPoints(const std::string& file) {
-  std::ifstream opened;
-  if (file != "-") opened.open(file);
-  std::istream& in = file == "-" ? std::cin : opened;
-  if (!in) throw nex_TextException(file + ": cannot be read");
-  std::vector<double> points;
-  std::string line;
-  for (int number = 1; std::getline(in, line); ++number) {
-    const std::string_view text = std::string_view(line).substr(0, line.find('#'));
-    constexpr const char* kBlanks = " \t\r,;";
-    std::size_t count = 0;
-    for (std::size_t at = text.find_first_not_of(kBlanks); at < text.size();
-         at = text.find_first_not_of(kBlanks, at)) {
-      const std::size_t end = std::min(text.find_first_of(kBlanks, at), text.size());
-      const auto value = cli_NumberOf(text.substr(at, end - at));
-      if (!value)
-        throw nex_TextException(file + ", line " + std::to_string(number) + ": \""
-                                + std::string(text.substr(at, end - at)) + "\" is no coordinate");
-      points.push_back(*value);
-      ++count;
-      at = end;
-    }
-    if (count != 0 && count != 3)
-      throw nex_TextException(file + ", line " + std::to_string(number) + ": has " + std::to_string(count)
-                              + " numbers, a point has 3");
-  }
-  return points;
-}
-
-const char* Verdict(shp_Location location) {
-  switch (location) {
-  case shp_Location::Inside: return "inside";
-  case shp_Location::OnBoundary: return "on boundary";
-  case shp_Location::Degenerate: return "degenerate element";
-  default: return "outside";
-  }
-}
 
 /// One element of a mesh as a mesh of its own, and where it stands in the whole.
 struct Alone {
@@ -74,7 +30,8 @@ public:
       : elements_(mesh.ElementData()), placement_(mesh), locator_(mesh), alone_(alone) {}
 
   /// Calls take(answer) for each point.
-  void ForEach(std::span<const double> points, const std::function<void(const cli_Json&)>& take) const {
+  void ForEach(std::span<const double> points,
+               const std::function<void(const cli_PointAnswer&)>& take) const {
     std::vector<bme_ElementHit> hits(points.size() / 3);
     std::vector<double> local(points.begin(), points.end());
     if (!placement_.IsNone()) placement_.ToLocal().Transform(local);
@@ -88,30 +45,20 @@ public:
   }
 
 private:
-  cli_Json Answer(const bme_ElementLocator::Point& placed, const bme_ElementLocator::Point& point,
-                  const bme_ElementHit& first) const {
+  cli_PointAnswer Answer(const bme_ElementLocator::Point& placed, const bme_ElementLocator::Point& point,
+                         const bme_ElementHit& first) const {
     std::vector<bme_ElementHit> owners;
     if (first.location == shp_Location::OnBoundary)
       locator_.FindAll(point, owners);
     else if (first.element != bme_kNotFound)
       owners.push_back(first);
-    cli_Json answer = {{"point", placed}, {"verdict", Verdict(first.location)}};
-    answer["elements"] = cli_Json::array();
-    for (const bme_ElementHit& hit : owners) {
-      cli_Json holder = Element(hit.element);
-      holder["verdict"] = Verdict(hit.location);
-      if (hit.location != shp_Location::Degenerate) holder["iso"] = hit.iso;
-      answer["elements"].push_back(std::move(holder));
-    }
-    if (first.location == shp_Location::Outside) {
-      const bme_NearestElement nearest = locator_.FindNearest(point);
-      answer["nearest"] = nullptr;
-      if (nearest.element != bme_kNotFound) {
-        answer["nearest"] = Element(nearest.element);
-        answer["nearest"]["distance"] = nearest.distance;
-        answer["nearest"]["iso"] = nearest.iso;
-      }
-    }
+    cli_PointAnswer answer{placed, first.location};
+    for (const bme_ElementHit& hit : owners)
+      answer.owners.push_back({Element(hit.element), hit.location, hit.iso});
+    if (first.location != shp_Location::Outside) return answer;
+    const bme_NearestElement nearest = locator_.FindNearest(point);
+    if (nearest.element != bme_kNotFound)
+      answer.nearest = {Element(nearest.element), first.location, nearest.iso, nearest.distance};
     return answer;
   }
 
@@ -133,61 +80,6 @@ private:
   std::optional<Alone> alone_;
 };
 
-cow_String Text(const cli_Json& point) {
-  std::ostringstream text;
-  text << std::setprecision(7);
-  for (const cli_Json& value : point) {
-    const double x = value.get<double>();
-    text << (text.tellp() > 0 ? ", " : "(") << (std::abs(x) < 1e-12 ? 0.0 : x);
-  }
-  return text.str() + ")";
-}
-
-cow_String Name(const cli_Json& element) {
-  return "element " + element["label"].dump() + ", class " + element["class"].dump() + ", "
-         + element["type"].get<std::string>();
-}
-
-void Print(const cli_Json& answer) {
-  cli_Out() << "point (" << answer["point"][0] << ", " << answer["point"][1] << ", " << answer["point"][2]
-            << "): " << answer["verdict"].get<std::string>() << '\n';
-  for (const cli_Json& element : answer["elements"]) {
-    cli_Out() << "  " << Name(element);
-    if (element.contains("iso")) cli_Out() << ", iso " << Text(element["iso"]);
-    cli_Out() << '\n';
-  }
-  if (!answer.contains("nearest")) return;
-  const cli_Json& nearest = answer["nearest"];
-  if (nearest.is_null())
-    cli_Out() << "  no element is near\n";
-  else
-    cli_Out() << "  nearest " << Name(nearest) << ", distance " << std::setprecision(7)
-              << nearest["distance"].get<double>() << " at iso " << Text(nearest["iso"]) << '\n';
-}
-
-/// Of the words of the command line, "X Y Z" or "X,Y,Z" again and again, and of the file.
-std::vector<double> PointsOf(const Arguments& arguments) {
-  std::vector<double> points;
-  for (const std::string& word : arguments.coordinates) {
-    for (std::size_t at = 0; at <= word.size();) {
-      const std::size_t comma = std::min(word.find(',', at), word.size());
-      const auto value = cli_NumberOf(std::string_view(word).substr(at, comma - at));
-      if (!value) throw cli_UsageError('"' + word + "\" is no coordinate, and no X,Y,Z");
-      points.push_back(*value);
-      at = comma + 1;
-    }
-  }
-  if (points.size() % 3 != 0)
-    throw cli_UsageError("a point has 3 coordinates, " + std::to_string(points.size())
-                         + " numbers are given");
-  if (!arguments.pointFile.empty()) {
-    const std::vector<double> more = ReadPoints(arguments.pointFile);
-    points.insert(points.end(), more.begin(), more.end());
-  }
-  if (points.empty()) throw cli_UsageError("give a point, X,Y,Z, or a file of points with --points");
-  return points;
-}
-
 /// The only element that is asked: nothing else of the mesh is read.
 bme_Mesh ReadAlone(const cls_Database& model, const cow_String& root, int label, Alone& alone) {
   const bme_StoredMesh mesh(model, root);
@@ -200,7 +92,7 @@ bme_Mesh ReadAlone(const cls_Database& model, const cow_String& root, int label,
 }
 
 void Run(const Arguments& arguments) {
-  const std::vector<double> points = PointsOf(arguments);
+  const std::vector<double> points = arguments.points.Points();
   cli_Console console;
   console.Begin("reading " + arguments.file);
   const cls_Database model = cli_OpenModel(arguments.file);
@@ -215,20 +107,10 @@ void Run(const Arguments& arguments) {
   const Answers answers(*mesh, alone);
   console.End();
 
-  const long long notFinite = cli_NumNotFinite(*mesh), withoutShape = cli_NumWithoutShape(*mesh);
-  if (arguments.json) {
-    cli_JsonStream json(
-        {{"file", arguments.file}, {"mesh", root}, {"notFinite", notFinite}, {"noShape", withoutShape}});
-    json.BeginList("points");
-    answers.ForEach(points, [&](const cli_Json& answer) { json.Add(answer); });
-    json.EndList();
-    json.End();
-    return;
-  }
-  answers.ForEach(points, Print);
-  if (notFinite > 0)
-    cli_Out() << "Left out: " << notFinite << " elements with nodes that have no finite coordinates\n";
-  if (withoutShape > 0) cli_Out() << "Left out: " << withoutShape << " elements of types without a shape\n";
+  cli_PointReport report(arguments.file, root, cli_NumNotFinite(*mesh), cli_NumWithoutShape(*mesh),
+                         arguments.json);
+  answers.ForEach(points, [&](const cli_PointAnswer& answer) { report.Add(answer); });
+  report.End();
 }
 } // namespace
 
@@ -236,12 +118,7 @@ void cli_AddLocate(cli_Command& program) {
   cli_Command command = program.AddCommand("locate", "Find the elements that hold points");
   auto arguments = std::make_shared<Arguments>();
   cli_AddModelOptions(command, arguments->file, arguments->name, arguments->json);
-  command
-      .AddOption("COORDINATES", arguments->coordinates, "X,Y,Z of one point or several, or three words each")
-      .TypeName("NUMBERS");
-  command.AddOption(
-      "--points", arguments->pointFile,
-      "File of points, - for the standard input, three numbers a line; text after # is skipped");
+  arguments->points.AddTo(command);
   command.AddOption("--element", arguments->element, "Label of the only element to ask: no other is read")
       .TypeName("LABEL");
   command.Footer(

@@ -1,14 +1,11 @@
 // coregeometry skin: the outside of a mesh as shells of a file of its own
 #include "cli_Commands.h"
 #include "cli_Console.h"
-#include "cli_Ledger.h"
 #include "cli_Output.h"
 #include "cli_Regions.h"
+#include "cli_SkinReport.h"
 #include "cli_Words.h"
 #include <CoreGeometry/bme_Outside.h>
-#include <CoreGeometry/exo_Skin.h>
-
-#include <iostream>
 
 namespace {
 struct Arguments {
@@ -36,24 +33,8 @@ void Run(const Arguments& arguments) {
   const bme_Outside outside = bme_FindOutside(*mesh, sets, arguments.sets, arguments.file + ", " + root);
   const exo_SkinSummary summary = exo_WriteSkin(output, *mesh, outside, arguments.edges);
   console.End();
-  if (arguments.json) {
-    cli_PrintJson({{"file", arguments.file},
-                   {"mesh", root},
-                   {"output", output.Name()},
-                   {"nodes", summary.nodes},
-                   {"faces", summary.faces},
-                   {"shells", summary.shells},
-                   {"edges", summary.edges},
-                   {"notCarried", cli_LedgerJson(summary.ledger)}});
-    return;
-  }
-  cli_Report() << "The outside of " << root << " of " << arguments.file << " is written to " << output.Name()
-               << ":\n  " << summary.nodes << " nodes, " << summary.faces << " faces as " << summary.shells
-               << " shells";
-  if (arguments.edges) cli_Report() << ", " << summary.edges << " feature edges as beams";
-  cli_Report() << '\n';
-  cli_PrintLedger(summary.ledger, "Every face was carried over whole.",
-                  "Not carried over, since an Exodus II file has no place for it:");
+  cli_ReportSkin({{"file", arguments.file}, {"mesh", root}, {"output", output.Name()}}, summary,
+                 arguments.edges, arguments.json);
 }
 } // namespace
 

@@ -1,5 +1,6 @@
-// coregeometry-mpi measure: lengths, areas, volumes, masses and inertia of a split mesh
+// measure of a split model: lengths, areas, volumes, masses and inertia
 #include "cli_Measures.h"
+#include "spl_Commands.h"
 #include "spl_Split.h"
 
 #include <CoreGeometry/dst_Measures.h>
@@ -14,7 +15,7 @@ struct Arguments : spl_Arguments {
 void Run(const Arguments& arguments, dst_Exchange& exchange) {
   const spl_Split split(arguments, exchange);
   const bme_MeasureOptions options = arguments.values.For(split.Classes());
-  cli_MeasureReport report(arguments.folder, split.Folder().MeshRoot(), split.ToLocal(),
+  cli_MeasureReport report(arguments.folder, split.Folder().MeshRoot(), split.Placement().ToLocal(),
                            static_cast<bool>(options.density), arguments.json);
   for (unsigned c = 0; arguments.by == "class" && c < split.Classes().NumClasses(); ++c) {
     const bme_ElementClass& type = split.Classes().GetClass(c);
@@ -44,6 +45,6 @@ void spl_AddMeasure(cli_Command& program, dst_Exchange& exchange) {
       "Every digit is that of `coregeometry measure` on the whole model, for any number of parts and ranks.\n"
       "\n"
       "Example:\n"
-      "  mpirun -n 4 coregeometry-mpi measure wing.split --by class --density 2700 --thickness 0.002");
+      "  coregeometry measure wing.split --by class --density 2700 --thickness 0.002");
   command.OnRun([arguments, &exchange] { Run(*arguments, exchange); });
 }

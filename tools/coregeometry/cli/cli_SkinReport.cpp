@@ -1,0 +1,24 @@
+#include "cli_SkinReport.h"
+
+#include "cli_Console.h"
+#include "cli_Ledger.h"
+#include "cli_Model.h"
+
+void cli_ReportSkin(cli_Json facts, const exo_SkinSummary& summary, bool hasEdges, bool isJson) {
+  if (isJson) {
+    facts.update({{"nodes", summary.nodes},
+                  {"faces", summary.faces},
+                  {"shells", summary.shells},
+                  {"edges", summary.edges},
+                  {"notCarried", cli_LedgerJson(summary.ledger)}});
+    return cli_PrintJson(facts);
+  }
+  const auto text = [&](const char* key) { return facts[key].get<std::string>(); };
+  cli_Report() << "The outside of " << text("mesh") << " of " << text("file") << " is written to "
+               << text("output") << ":\n  " << summary.nodes << " nodes, " << summary.faces << " faces as "
+               << summary.shells << " shells";
+  if (hasEdges) cli_Report() << ", " << summary.edges << " feature edges as beams";
+  cli_Report() << '\n';
+  cli_PrintLedger(summary.ledger, "Every face was carried over whole.",
+                  "Not carried over, since an Exodus II file has no place for it:");
+}
