@@ -5,6 +5,7 @@
 #include <CoreGeometry/exo_Types.h>
 
 #include <BasicUtils/nex_Exception.h>
+#include <CoreGeometry/bme_EntityWord.h>
 #include <CoreGeometry/bme_Pyramids.h>
 #include <CoreGeometry/rgnC_Facet.h>
 #include <algorithm>
@@ -12,6 +13,7 @@
 #include <map>
 #include <numeric>
 #include <set>
+#include <utility>
 
 namespace {
 struct Kind {
@@ -65,8 +67,9 @@ cow_String CommonTitle(std::span<const cow_String> categories) {
 
 class Exporter {
 public:
-  Exporter(const bme_Mesh& mesh, std::span<const bme_NamedSet> sets, const bme_MeshNotes* notes)
-      : mesh_(mesh), sets_(sets), notes_(notes, out_) {}
+  Exporter(const bme_Mesh& mesh, std::span<const bme_NamedSet> sets, const bme_MeshNotes* notes,
+           const exo_Part* part = nullptr)
+      : mesh_(mesh), sets_(sets), part_(part), notes_(notes, out_) {}
 
   fmt_Ledger Run(uti_OutputFile& output, const odiC_Run* run, bool atNodes) {
     AddNodes();
@@ -95,6 +98,7 @@ public:
     std::unique_ptr<exo_OutResults> results;
     if (run) results = exo_ResultsOf(*run, atNodes, out_, entries_, ledger);
     out_.results = results.get();
+    if (part_) AddPart(output.Name());
     exo_WriteFile(output, out_);
     for (const auto& [what, count] : counts_)
       if (count > 0) ledger.push_back({what, count, details_[what]});
@@ -123,6 +127,7 @@ private:
       for (unsigned axis = 0; axis < 3; ++axis)
         if (box.Min()[axis] != 0 || box.Max()[axis] != 0) needed = static_cast<int>(axis) + 1;
     }
+    if (part_) needed = part_->numDims;
     if (needed > out_.numDims) {
       Count("dimensions of the mesh", "written with " + std::to_string(needed)
                                           + ", since its nodes have such coordinates") = out_.numDims;
@@ -155,7 +160,7 @@ private:
       exo_OutBlock& block = out_.blocks.emplace_back();
       const cow_String& category = categories[i];
       block.name = title_.empty() || category.empty() ? category : category.substr(title_.size() + 1);
-      block.id = BlockId(type, block.name);
+      block.id = BlockId(i, block.name);
       block.numElements = type.NumElements();
       const bme_Annotation* note =
           notes_.Take(bme_CLASS_NOTED, static_cast<int>(i), static_cast<std::size_t>(type.NumElements()));
@@ -167,7 +172,7 @@ private:
   }
 
   /// Of the set that stands for the class.
-  std::int64_t BlockId(const bme_ElementClass& type, const cow_String& name) {
+  std::int64_t BlockId(unsigned classIndex, const cow_String& name) {
     cow_String longName = name;
     for (std::size_t i = 0; i < sets_.size(); ++i) {
       const bme_NamedSet& set = sets_[i];
@@ -177,17 +182,23 @@ private:
           && set.name != longName.assign(name).append(" (").append(id).append(")"))
         continue;
       if (set.name == id && !name.empty() && name != id) continue;
-      if (!HoldsAll(set.data, type)) continue;
+      if (!HoldsAll(i, classIndex)) continue;
       isBlock_[i] = true;
       return set.data.GetSetIndex();
     }
     return kAnyNumber;
   }
 
-  static bool HoldsAll(const rgnC_SetData& set, const bme_ElementClass& type) {
-    if (set.NumSubset() == 0) return type.NumElements() == 0;
+  /// Of a part: whether it does so in the whole.
+  bool HoldsAll(std::size_t setIndex, unsigned classIndex) const {
+    const rgnC_SetData& set = sets_[setIndex].data;
+    const bme_ElementClass& type = mesh_.ElementData().GetClass(classIndex);
+    const std::uint64_t numElements =
+        part_ ? part_->classSizes[classIndex] : static_cast<std::uint64_t>(type.NumElements());
+    if (set.NumSubset() == 0) return numElements == 0;
     const rgnC_SubsetData& only = set.SubSet(0);
-    if (set.NumSubset() > 1 || only.SubsetType() != res_ELEMENT_SET || only.NumItems() != type.NumElements())
+    if (set.NumSubset() > 1 || only.SubsetType() != res_ELEMENT_SET || only.NumItems() != type.NumElements()
+        || (part_ && part_->setSizes[setIndex][0] != numElements))
       return false;
     int next = type.FirstElementIndex();
     return std::ranges::all_of(only.IdArray(), [&](int id) { return id == next++; });
@@ -197,7 +208,8 @@ private:
   std::optional<exo_TypeName> NameOf(const bme_ElementClass& type, const cow_String& noted) const {
     const shp_Shape* shape = type.Shape();
     if (!shape) return std::nullopt;
-    const int pyramidNodes = bme_PyramidNodes(type);
+    const int pyramidNodes =
+        part_ ? part_->pyramidNodes[static_cast<std::size_t>(type.ClassIndex())] : bme_PyramidNodes(type);
     std::optional<exo_TypeName> name = exo_NameType(*shape, out_.numDims, pyramidNodes);
     if (noted.empty()) return name;
     const int numNodes = name ? name->numNodes : shape->NumNodes();
@@ -299,6 +311,15 @@ private:
     if (const bme_Annotation* note =
             notes_.Take(kind.noted, set.data.GetSetIndex(), static_cast<std::size_t>(next_)))
       notes_.Add(*note, stored_, made);
+    if (part_) {
+      const std::vector<std::uint64_t>& sizes =
+          part_->setSizes[static_cast<std::size_t>(&set - sets_.data())];
+      std::int64_t size = 0;
+      for (std::size_t i = 0; i < sizes.size(); ++i)
+        if (std::ranges::find(kind.items, data.SubSet(static_cast<int>(i)).SubsetType()) != kind.items.end())
+          size += static_cast<std::int64_t>(sizes[i]);
+      outPart_.setSizes.push_back(size);
+    }
     out_.sets.push_back(std::move(made));
     entries_.push_back(std::move(entries));
   }
@@ -361,6 +382,65 @@ private:
     return {nodes.begin(), nodes.end()};
   }
 
+  /// Numbers in the whole in place of labels, and what the part has in common with others.
+  void AddPart(const cow_String& fileName) {
+    const auto numbersOf = [&](std::span<const unsigned> numbers) {
+      std::vector<int> counted;
+      counted.reserve(numbers.size());
+      for (const unsigned number : numbers) {
+        if (number >= static_cast<unsigned>(std::numeric_limits<int>::max()))
+          throw nex_TextException(fileName + ": node or element " + std::to_string(number)
+                                  + " of the whole has no number in the format");
+        counted.push_back(static_cast<int>(number) + 1);
+      }
+      return counted;
+    };
+    // readers that know maps by name take the first one in place of the id map: it holds the same
+    const auto addMap = [](std::vector<exo_OutMap>& maps, const std::vector<int>& numbers,
+                           std::vector<int> labels) {
+      maps.push_back({"number", numbers});
+      if (!labels.empty()) maps.push_back({"user_label", std::move(labels)});
+    };
+    nodeNumbers_ = numbersOf(part_->nodeNumbers);
+    addMap(out_.nodeMaps, nodeNumbers_, {out_.nodeLabels.begin(), out_.nodeLabels.end()});
+    out_.nodeLabels = nodeNumbers_;
+    std::vector<int> elementNumbers = numbersOf(part_->elementNumbers);
+    addMap(out_.elementMaps, elementNumbers, std::move(out_.elementLabels));
+    out_.elementLabels = std::move(elementNumbers);
+    outPart_.number = static_cast<int>(part_->number);
+    outPart_.count = static_cast<int>(part_->count);
+    outPart_.numNodes = static_cast<std::int64_t>(part_->numNodes);
+    outPart_.numElements = static_cast<std::int64_t>(part_->numElements);
+    outPart_.blockSizes.assign(part_->classSizes.begin(), part_->classSizes.end());
+    std::vector<char> isBorderNode(mesh_.NodeData().NumNodes(), 0),
+        isBorderElement(mesh_.ElementData().NumElements(), 0);
+    for (const exo_Neighbour& one : part_->neighbours) {
+      exo_OutNeighbour& made = outPart_.neighbours.emplace_back();
+      made.part = static_cast<int>(one.part);
+      for (const int node : one.nodes) {
+        made.nodes.push_back(node + 1);
+        isBorderNode[static_cast<std::size_t>(node)] = 1;
+      }
+      for (const unsigned word : one.faces) {
+        const unsigned element = bme_ElementOf(word);
+        const unsigned classIndex = mesh_.ElementData().GetClassIndex(element);
+        const int side = SideOf(classIndex, res_SURFACE_FACET, static_cast<int>(bme_FaceOf(word)));
+        if (side == 0) continue; // of a type that the format does not know, on both sides
+        made.elements.push_back(static_cast<int>(element) + 1);
+        made.sides.push_back(side);
+        isBorderElement[element] = 1;
+      }
+    }
+    const auto divide = [](const std::vector<char>& isBorder, std::vector<int>& inside,
+                           std::vector<int>& border) {
+      for (std::size_t i = 0; i < isBorder.size(); ++i)
+        (isBorder[i] != 0 ? border : inside).push_back(static_cast<int>(i) + 1);
+    };
+    divide(isBorderNode, outPart_.insideNodes, outPart_.borderNodes);
+    divide(isBorderElement, outPart_.insideElements, outPart_.borderElements);
+    out_.part = &outPart_;
+  }
+
   void CheckLengths() {
     for (const exo_OutBlock& block : out_.blocks) {
       Count("ends of names", "longer than the format allows") += block.name.size() > exo_kLongestName;
@@ -371,8 +451,11 @@ private:
 
   const bme_Mesh& mesh_;
   std::span<const bme_NamedSet> sets_;
+  const exo_Part* part_ = nullptr;
   cow_String title_;
   exo_OutMesh out_;
+  exo_OutPart outPart_;
+  std::vector<int> nodeNumbers_; ///< of a part, in the whole
   exo_OutNotes notes_;
   std::vector<exo_SetEntries> entries_;      ///< of each set that is written
   std::vector<int> stored_;                  ///< of each entry of a set that is written: its place in the set
@@ -387,6 +470,11 @@ private:
 fmt_Ledger exo_WriteMesh(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
                          const bme_MeshNotes* notes, const odiC_Run* run, bool atNodes) {
   return Exporter(mesh, sets, notes).Run(output, run, atNodes);
+}
+
+fmt_Ledger exo_WritePart(uti_OutputFile& output, const bme_Mesh& mesh, std::span<const bme_NamedSet> sets,
+                         const exo_Part& part) {
+  return Exporter(mesh, sets, nullptr, &part).Run(output, nullptr, false);
 }
 
 void exo_ListNotMesh(const bme_Mesh& mesh, fmt_Ledger& ledger) {

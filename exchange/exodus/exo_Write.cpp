@@ -1,4 +1,5 @@
 #include "exo_Write.h"
+#include "exo_PartFacts.h"
 #include "exo_Streams.h"
 
 #include <BasicUtils/nex_Exception.h>
@@ -59,6 +60,7 @@ public:
 
   void Write(const exo_OutMesh& mesh) {
     WriteHeader(mesh);
+    if (mesh.part) exo_WritePartFacts(id_, shownName_, mesh, *mesh.part);
     WriteRecords(mesh);
     WriteProperties(mesh);
     WriteCoordinates(mesh);
@@ -73,7 +75,8 @@ public:
     if (!mesh.elementLabels.empty())
       Check(ex_put_id_map(id_, EX_ELEM_MAP, mesh.elementLabels.data()), "element number map");
     WriteSets(mesh.sets);
-    WriteMaps(mesh.elementMaps);
+    WriteMaps(EX_NODE_MAP, mesh.nodeMaps);
+    WriteMaps(EX_ELEM_MAP, mesh.elementMaps);
     if (mesh.results) WriteResults(mesh, *mesh.results);
     const int status = ex_close(id_);
     id_ = -1;
@@ -112,6 +115,7 @@ private:
     sizes.num_node_sets = count(exo_SetKind::Nodes);
     sizes.num_side_sets = count(exo_SetKind::Sides);
     sizes.num_elem_sets = count(exo_SetKind::Elements);
+    sizes.num_node_maps = static_cast<std::int64_t>(mesh.nodeMaps.size());
     sizes.num_elem_maps = static_cast<std::int64_t>(mesh.elementMaps.size());
     Check(ex_put_init_ext(id_, &sizes), "the counts");
   }
@@ -239,11 +243,11 @@ private:
       Check(ex_put_names(id_, type, texts.data()), "names");
   }
 
-  void WriteMaps(std::span<const exo_OutMap> maps) {
+  void WriteMaps(ex_entity_type type, std::span<const exo_OutMap> maps) {
     for (std::size_t i = 0; i < maps.size(); ++i) {
       const auto id = static_cast<std::int64_t>(i) + 1;
-      Check(ex_put_num_map(id_, EX_ELEM_MAP, id, maps[i].numbers.data()), "map " + maps[i].name);
-      WriteName(EX_ELEM_MAP, id, maps[i].name);
+      Check(ex_put_num_map(id_, type, id, maps[i].numbers.data()), "map " + maps[i].name);
+      WriteName(type, id, maps[i].name);
     }
   }
 

@@ -68,6 +68,21 @@ public:
   virtual void Read(std::int64_t first, std::int64_t count, std::span<double> rows) = 0;
 };
 
+/// What a part has in common with another one: numbers counted from 1.
+struct exo_OutNeighbour {
+  int part = 0;
+  std::vector<int> nodes, elements, sides;
+};
+
+/// What makes a file one of several.
+struct exo_OutPart {
+  int number = 0, count = 1;
+  std::int64_t numNodes = 0, numElements = 0; ///< of the whole, as the sizes that follow
+  std::vector<std::int64_t> blockSizes, setSizes, factorCounts;
+  std::vector<int> insideNodes, borderNodes, insideElements, borderElements;
+  std::vector<exo_OutNeighbour> neighbours;
+};
+
 /// Everything that is to stand in a file. Labels that are empty are not written.
 struct exo_OutMesh {
   cow_String title;
@@ -79,12 +94,13 @@ struct exo_OutMesh {
   std::vector<int> elementLabels;
   std::vector<exo_OutBlock> blocks;
   std::vector<exo_OutSet> sets;
-  std::vector<exo_OutMap> elementMaps;
+  std::vector<exo_OutMap> nodeMaps, elementMaps;
   std::vector<cow_String> coordinateNames; ///< one a dimension, or none
   std::vector<cow_String> programs;        ///< four for each: name, version, date, time
   std::vector<cow_String> information;     ///< lines
   std::vector<exo_OutProperty> properties;
   exo_OutResults* results = nullptr;
+  const exo_OutPart* part = nullptr;
 };
 
 inline constexpr std::size_t exo_kLongestTitle = 80, exo_kLongestType = 32, exo_kLongestName = 255,

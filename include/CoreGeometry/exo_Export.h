@@ -6,6 +6,7 @@
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/bme_MeshNotes.h>
 #include <CoreGeometry/bme_NamedSet.h>
+#include <CoreGeometry/exo_Part.h>
 #include <CoreGeometry/fmt_Ledger.h>
 #include <CoreGeometry/odiC_Run.h>
 
@@ -29,6 +30,13 @@ CORE_GEOMETRY_EXCHANGE_API fmt_Ledger exo_WriteMesh(uti_OutputFile& output, cons
                                                     std::span<const bme_NamedSet> sets,
                                                     const bme_MeshNotes* notes = nullptr,
                                                     const odiC_Run* run = nullptr, bool atNodes = false);
+
+/// One file of several, for a part of a mesh whose parts all have the same classes and sets. Id maps are the numbers in
+/// the whole, counted from 1.
+///
+/// Errors     also for numbers above 2147483647.
+CORE_GEOMETRY_EXCHANGE_API fmt_Ledger exo_WritePart(uti_OutputFile& output, const bme_Mesh& mesh,
+                                                    std::span<const bme_NamedSet> sets, const exo_Part& part);
 
 /// What no format for meshes alone has a place for: control parameters and so on.
 CORE_GEOMETRY_EXCHANGE_API void exo_ListNotMesh(const bme_Mesh& mesh, fmt_Ledger& ledger);

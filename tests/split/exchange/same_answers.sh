@@ -4,6 +4,7 @@
 set -euo pipefail
 make=$1 serial=$2 mpi=$3
 shift 3
+sample=$(realpath "$(dirname "$0")/../../../examples/bracket.exo")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
@@ -59,6 +60,17 @@ diff check.json split.json
 "$@" -n 4 "$mpi" join mixed.split -o again.cgdb
 "$serial" diff mixed.cgdb again.cgdb
 
+# files for other programs, the same from one process and from four
+"$serial" import "$sample" -o sample.cgdb >/dev/null
+"$serial" split sample.cgdb -n 11 >/dev/null
+"$serial" export sample.split -o sample.exo >/dev/null
+"$@" -n 4 "$mpi" export sample.split -o again.exo >/dev/null
+for part in 00 01 02 03 04 05 06 07 08 09 10; do
+  cmp sample.exo.11.$part again.exo.11.$part
+done
+"$serial" export sample.split -o sample.pvtu >/dev/null
+[[ $(grep -c '<Piece Source="sample_[01][0-9].vtu"/>' sample.pvtu) == 11 && $(ls sample_??.vtu | wc -l) == 11 ]]
+
 # wrong usage names what is wrong
 refused() { # TEXT COMMAND...
   local text=$1 code=0
@@ -69,6 +81,8 @@ refused() { # TEXT COMMAND...
 refused '--csys' "$serial" measure mixed.split --csys a
 refused '--edges' "$mpi" skin mixed.split -o x.exo --edges
 refused 'works on one model' "$serial" quality mixed.split
+refused '--as-cells' "$serial" export mixed.split -o x.exo --as-cells
+refused '.msh' "$mpi" export mixed.split -o x.msh
 refused 'give a point' "$mpi" locate mixed.split
 
 # each fault ends all ranks with one message, in time
