@@ -5,6 +5,7 @@
 #include "py_Lists.h"
 #include "py_Model.h"
 #include "py_Results.h"
+#include "py_Split.h"
 #include "py_Work.h"
 
 #include <CoreGeometry/DDB_CoreGeometry.h>
@@ -37,4 +38,5 @@ NB_MODULE(_core, module) {
   py_BindMapping(module);
   py_BindPicture(module);
   py_BindShapes(module);
+  py_BindSplit(module);
 }

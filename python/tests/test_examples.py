@@ -7,6 +7,8 @@ from pathlib import Path
 
 import pytest
 
+import coregeometry as cg
+
 EXAMPLES = Path(__file__).parents[2] / "examples"
 pytestmark = pytest.mark.skipif(not (EXAMPLES / "python").is_dir(), reason="away from the sources")
 
@@ -18,12 +20,15 @@ pytestmark = pytest.mark.skipif(not (EXAMPLES / "python").is_dir(), reason="away
         ("show_in_pyvista", [str(EXAMPLES / "bracket.exo")], ["1441 points, 945 cells, volume 1.2125e-05"]),
         ("locate_and_interpolate", [], ["element 13: 57.5", "OUTSIDE"]),
         ("write_frames", ["model.cgdb"], ["86.08"]),
+        ("split_a_mesh", [str(EXAMPLES / "bracket.exo")], ["8 parts of 945", "the same volume: True", "the same mesh: True"]),
         ("stress_at_nodes", ["model.cgdb"], ["largest 120.0 MPa at node 30"]),
     ],
 )
 def test_programs(name, arguments, words, tmp_path):
     if name == "show_in_pyvista":
         pytest.importorskip("pyvista")
+    if name == "split_a_mesh":
+        pytest.importorskip("coregeometry.split", exc_type=cg.MissingLibraryError)
     program = EXAMPLES / "python" / f"{name}.py"
     ran = subprocess.run([sys.executable, program, *arguments], capture_output=True, text=True, cwd=tmp_path)
     assert ran.returncode == 0, ran.stderr
