@@ -23,3 +23,12 @@ grep -q two_bricks.cgdb err # it is told, not overwritten
 
 "$programs/executors" | tee out
 (($(wc -l <out) >= 3 && $(sed 's/.*: //' out | sort -u | wc -l) == 1)) # the same answer from each
+
+if [ -x "$programs/split_model" ]; then # a build without METIS has none
+  "$tool" import bracket.exo -o whole.cgdb >out
+  "$programs/split_model" whole.cgdb | tee out
+  grep -q "^8 parts of 945 elements$" out
+  volume=$("$tool" measure whole.cgdb --json | sed -n '/"all elements"/,$p' | grep -A1 '"volume"' | sed -n 's/.*"total": \([0-9.e-]*\),/\1/p')
+  [ "$(printf '%.6g' "$volume")" = "$(printf '%.6g' "$(sed -n 's/^volume //p' out)")" ]
+  "$tool" check parts.split
+fi
