@@ -60,7 +60,11 @@ TEST(JsonPage, ShowsWhatTheCommandsPrint) {
     for (std::string word; line >> word;) words.push_back(word);
     const json shown = json::parse(Block(text, "```json\n", at));
     words.erase(words.begin());
-    if (std::string(LEFT_OUT).find(" " + words.front() + " ") != std::string::npos) continue; // not built
+    const std::string leftOut = LEFT_OUT; // what is not built
+    const bool isOfSplit = words.size() > 1 && words[1].ends_with(".split");
+    if (leftOut.find(" " + words.front() + " ") != std::string::npos
+        || (isOfSplit && leftOut.find(" split ") != std::string::npos))
+      continue;
     const ToolRun answer = RunTool(words);
     EXPECT_EQ(Difference(shown, json::parse(answer.out), words.front()), "") << answer.err;
     EXPECT_EQ(answer.exitCode, shown.contains("error") ? shown["error"]["exitCode"].get<int>() : 0);

@@ -171,8 +171,9 @@ void Run(const Arguments& arguments, dst_Exchange& exchange) {
     return isVtu ? spl_VtuFileOf(name, part, numParts) : spl_FileOf(name, part, numParts);
   };
   exchange.ForEachPart([&](unsigned part) { // before any work
-    uti_OutputFile(fileOf(part), {.force = arguments.output.force});
-    if (isVtu && part == 0) uti_OutputFile(name, {.force = arguments.output.force});
+    const uti_OutputFile mayBe(fileOf(part), {.force = arguments.output.force});
+    if (!isVtu || part > 0) return;
+    const uti_OutputFile listMayBe(name, {.force = arguments.output.force});
   });
   exchange.Agree();
   const fmt_Ledger ledger = Sum(isVtu ? WriteVtu(arguments, split) : WriteExodus(arguments, split));

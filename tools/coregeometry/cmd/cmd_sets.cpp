@@ -9,9 +9,9 @@
 
 namespace {
 cli_RegionFacts FactsOf(const cls_Database& model, const bme_RegionRoot& one) {
-  rgnC_SetData contents = bme_ContentsOf(model, one.region);
+  const rgnC_SetData contents = bme_ContentsOf(model, one.region);
   const auto count = static_cast<std::uint64_t>(cli_NumItems(contents));
-  return {&one, std::move(contents), count};
+  return {&one, contents, count};
 }
 
 void List(const cli_SetArguments& arguments, const cls_Database& model,
