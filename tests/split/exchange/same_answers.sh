@@ -53,7 +53,7 @@ if "$@" -n 4 "$mpi" skin mixed.split -o skin.exo >/dev/null 2>again.err; then ec
 "$@" -n 4 "$mpi" info mixed.split --json | diff info.json -
 "$serial" info mixed.cgdb --json | tr -d ' \n' | grep -o '"box":{[^}]*}' >box
 tr -d ' \n' <info.json | grep -o '"box":{[^}]*}' | diff box -
-"$@" -n 12 "$mpi" info mixed.split 2>&1 >/dev/null | grep -q '12 ranks, 9 parts: 3 ranks have nothing to do'
+"$@" -n 12 "$mpi" info mixed.split 2>&1 >/dev/null | grep '12 ranks, 9 parts: 3 ranks have nothing to do' >/dev/null
 code=0 && "$serial" check mixed.split --json >check.json || code=$?
 "$@" -n 4 "$mpi" check mixed.split --json >split.json || [[ $? == $code ]]
 diff check.json split.json
