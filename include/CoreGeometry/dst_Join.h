@@ -19,3 +19,13 @@ CORE_GEOMETRY_DISTRIBUTED_API bme_Mesh dst_JoinMesh(const dst_SplitFolder& split
 CORE_GEOMETRY_DISTRIBUTED_API std::vector<dst_JoinedSet> dst_JoinSets(const dst_SplitFolder& split);
 /// Both, the runs of results and what the index holds beside them, as a new model file: the one that was split.
 CORE_GEOMETRY_DISTRIBUTED_API void dst_Join(const dst_SplitFolder& split, const cow_String& file);
+
+/// The root of a set by its name or its root; an error that names the sets that there are.
+CORE_GEOMETRY_DISTRIBUTED_API cow_String dst_FindSet(const dst_SplitFolder& split, const cow_String& name);
+/// The elements and nodes of a set, by its root, with the nodes of these elements, as a new model file, and what other
+/// sets have of them. All of them have user labels; element classes and sets are those of the whole, also empty ones.
+/// Results and notes stay in the split. Answers the mesh.
+///
+/// Cost       memory for what is joined and the entries of all sets; parts that have nothing of the set are hardly read.
+CORE_GEOMETRY_DISTRIBUTED_API bme_Mesh dst_JoinSet(const dst_SplitFolder& split, const cow_String& root,
+                                                   const cow_String& file);

@@ -24,7 +24,7 @@ struct dst_SetFacts {
   rgnC_SetData shell;          ///< its subsets are empty
   std::vector<Subset> subsets; ///< one for each of them
 
-  static bool IsOfNodes(const rgnC_SubsetData& subset) noexcept;
+  CORE_GEOMETRY_DISTRIBUTED_API static bool IsOfNodes(const rgnC_SubsetData& subset) noexcept;
 };
 
 /// Everything about a mesh but its nodes, elements and set entries.

@@ -6,6 +6,7 @@
 #include <CoreGeometry/dst_Join.h>
 #include <CoreGeometry/dst_Split.h>
 #include <CoreGeometry/dst_WriteSplit.h>
+#include <set>
 
 namespace {
 class SplitRuns : public Split {
@@ -101,4 +102,49 @@ TEST_F(SplitRuns, OtherValuesAreAnotherSource) {
     writer.Commit();
   }
   EXPECT_NE(ThrownBy(split).find("source changed"), cow_String::npos);
+}
+
+TEST_F(SplitRuns, JoinOnlyWhatASetNeeds) {
+  const bme_Mesh mesh = MixedMesh(Labelled::Both);
+  const auto source = dst_MeshSource("Wing", mesh, MixedSets());
+  const std::vector<unsigned> parts = RandomParts(mesh.ElementData().NumElements(), 5, 3);
+  dst_WriteSplit(*source, parts, 5, In("wing.split"));
+  const dst_SplitFolder split(In("wing.split"));
+  for (const bme_NamedSet& set : MixedSets()) {
+    fs::remove(In("set.cgdb"));
+    const bme_Mesh joined = dst_JoinSet(split, dst_FindSet(split, set.name), In("set.cgdb"));
+    const cls_Database model = cls_Database::Open(In("set.cgdb"));
+    // by labels: each element has the nodes that it has in the whole, and the set has the same entries
+    std::set<unsigned> elements, nodes;
+    for (int i = 0; i < set.data.NumSubset(); ++i)
+      for (const int id : set.data.SubSet(i).IdArray())
+        (dst_SetFacts::IsOfNodes(set.data.SubSet(i)) ? nodes : elements).insert(static_cast<unsigned>(id));
+    EXPECT_EQ(joined.ElementData().NumElements(), elements.size()) << set.name;
+    unsigned at = 0;
+    for (const unsigned element : elements) {
+      const bme_ElementClass &type = mesh.ElementData().GetElemClass(element),
+                             &own = joined.ElementData().GetElemClass(at);
+      const int local = static_cast<int>(element) - type.FirstElementIndex(),
+                ownLocal = static_cast<int>(at++) - own.FirstElementIndex();
+      EXPECT_EQ(own.UserElementLabels()[static_cast<std::size_t>(ownLocal)],
+                type.UserElementLabels()[static_cast<std::size_t>(local)]);
+      const std::span<const int> row = type.Connectivity(local), ownRow = own.Connectivity(ownLocal);
+      ASSERT_EQ(row.size(), ownRow.size());
+      for (std::size_t k = 0; k < row.size(); ++k) {
+        const auto node = static_cast<std::size_t>(row[k]), ownNode = static_cast<std::size_t>(ownRow[k]);
+        EXPECT_EQ(joined.NodeData().UserNodeLabels().Const()[ownNode],
+                  mesh.NodeData().UserNodeLabels().Const()[node]);
+        EXPECT_EQ(joined.NodeData().Coordinates().Const()[3 * ownNode],
+                  mesh.NodeData().Coordinates().Const()[3 * node]);
+        nodes.insert(static_cast<unsigned>(node));
+      }
+    }
+    EXPECT_EQ(joined.NodeData().NumNodes(), nodes.size()) << set.name;
+    const auto stored = model.Get<rgnC_SetData>(dst_FindSet(split, set.name));
+    for (int i = 0; i < set.data.NumSubset(); ++i) {
+      EXPECT_EQ(stored->SubSet(i).NumItems(), set.data.SubSet(i).NumItems()) << set.name;
+      EXPECT_TRUE(std::ranges::equal(stored->SubSet(i).FacetIdArray(), set.data.SubSet(i).FacetIdArray()));
+    }
+  }
+  EXPECT_NE(ThrownBy([&] { dst_FindSet(split, "skim"); }).find("\"skim\""), cow_String::npos);
 }
