@@ -155,8 +155,10 @@ std::unique_ptr<db_File> db_File::Create(const cow_String& file, const cls_Datab
   if (connection.Number("SELECT count(*) FROM sqlite_master") != 0)
     throw nex_TextException(file + ": exists already");
   result->MakeTables();
-  connection.Execute(("PRAGMA application_id=" + std::to_string(kApplicationId)).c_str());
-  connection.Execute(("PRAGMA user_version=" + std::to_string(kFormat)).c_str());
+  for (const auto& [pragma, number] :
+       {std::pair("application_id", kApplicationId), {"user_version", kFormat}})
+    connection.Execute(
+        std::string("PRAGMA ").append(pragma).append("=").append(std::to_string(number)).c_str());
   connection.Execute("COMMIT");
   return result;
 }
