@@ -21,17 +21,18 @@ def subjects(page: Path) -> dict[str, list[str]]:
         if line.startswith("## "):
             names = found.setdefault(line[3:], [])
         elif line.startswith("| `"):
-            names += re.findall(r"`(\w+)`", line.split("|")[1])
+            names += re.findall(r"`([\w.]+)`", line.split("|")[1])
     return found
 
 
 def definitions(package: Path) -> dict[str, Documented]:
-    """Classes and functions by name; names of values mean the class that they are of."""
+    """Classes and functions by name, those of public modules behind its name; names of values mean the class that they are of."""
     found: dict[str, Documented] = {}
     for file in [*sorted(package.glob("*.py")), package / "_core.pyi"]:
+        module = "" if file.stem.startswith("_") else f"{file.stem}."
         for node in ast.parse(file.read_text()).body:
             if isinstance(node, Documented):
-                found.setdefault(node.name, node)
+                found.setdefault(module + node.name, node)
             elif isinstance(node, ast.Assign) and isinstance(node.value, ast.Call) and isinstance(node.targets[0], ast.Name):
                 made = found.get(ast.unparse(node.value.func))
                 if made is not None:

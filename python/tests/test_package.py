@@ -72,7 +72,10 @@ def test_examples_of_pages(page, tmp_path, monkeypatch):
 def test_the_index_names_everything():
     page = (ROOT / "docs" / "python.md").read_text()
     columns = [line.split("|")[1] for line in page.splitlines() if line.startswith("| `")]
-    assert sorted(re.findall(r"`(\w+)`", " ".join(columns))) == sorted(cg.__all__)
+    from coregeometry import split
+
+    of_module = [f"split.{name}" for name in split.__all__]
+    assert sorted(re.findall(r"`([\w.]+)`", " ".join(columns))) == sorted([*cg.__all__, *of_module])
 
 
 def documented():
