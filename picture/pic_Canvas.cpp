@@ -25,8 +25,8 @@ pic_Canvas::pic_Canvas(int width, int height, const pic_Colour& below, const pic
     : width_(width), height_(height) {
   constexpr long long kManyPixels = 3'000'000;
   perPixel_ = static_cast<long long>(width) * height > kManyPixels ? 2 : 3;
-  const auto columns = static_cast<std::size_t>(width_ * perPixel_),
-             rows = static_cast<std::size_t>(height_ * perPixel_);
+  const auto columns = static_cast<std::size_t>(width_) * static_cast<std::size_t>(perPixel_),
+             rows = static_cast<std::size_t>(height_) * static_cast<std::size_t>(perPixel_);
   samples_ = std::make_unique_for_overwrite<Sample[]>(columns * rows);
   constexpr std::size_t kRows = 64;
   const auto fill = [&](std::size_t piece) {
@@ -202,7 +202,7 @@ std::vector<unsigned char> pic_Canvas::Pixels() const {
              rowBytes = numChannels * static_cast<std::size_t>(width_);
   std::vector<unsigned char> pixels(rowBytes * static_cast<std::size_t>(height_));
   const auto n = static_cast<std::size_t>(perPixel_), columns = static_cast<std::size_t>(width_) * n;
-  const auto byte = [](double shown) { return static_cast<unsigned char>(shown * 255 + 0.5); };
+  const auto byte = [](double shown) { return static_cast<unsigned char>(std::lround(shown * 255)); };
   constexpr std::size_t kRows = 16;
   wip_RunPieces((static_cast<std::size_t>(height_) + kRows - 1) / kRows, [&](std::size_t piece) {
     for (std::size_t row = piece * kRows, end = std::min(row + kRows, static_cast<std::size_t>(height_));
