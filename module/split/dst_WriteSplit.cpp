@@ -8,6 +8,7 @@
 
 #include <BasicUtils/cls_CreateModel.h>
 #include <BasicUtils/thr_ThreadSingleton.h>
+#include <BasicUtils/uti_SyncFolder.h>
 #include <BasicUtils/wip_WIP.h>
 #include <CoreGeometry/bme_StoredSets.h>
 #include <CoreGeometry/dst_SplitFolder.h>
@@ -16,6 +17,7 @@
 #include <bit>
 #include <filesystem>
 #include <optional>
+#include <system_error>
 
 namespace fs = std::filesystem;
 
@@ -66,7 +68,11 @@ public:
     for (std::size_t range = 0; range < NumRanges(); ++range) SendNodes(range);
     if (box_) index_.SetBox(std::span<const float, 6>(*box_));
     WriteParts();
-    WriteIndex();
+    Sync(fs::path(folder_)
+         / "parts"); // each file and its own folder are there; the folders in folders not yet
+    Sync(folder_);
+    WriteIndex(); // which syncs its folder
+    Sync(fs::absolute(folder_ + "/.").parent_path().parent_path());
     fs::remove_all(work_);
     return index_;
   }
@@ -77,6 +83,12 @@ private:
     return std::max<std::size_t>(1, (facts_.numNodes + nodesPerRange_ - 1) / nodesPerRange_);
   }
   static void CheckCancelled() { thr_ThreadSingleton<wip_WIP>::Instance().CheckCancelled(); }
+
+  static void Sync(const fs::path& folder) {
+    if (const int reason = uti_SyncFolder(folder.string()))
+      throw nex_TextException(
+          folder.string() + ": cannot be brought to the disk: " + std::generic_category().message(reason));
+  }
 
   /// Each element to its part, and each of its nodes with that part to the range of the node.
   void SendElements() {

@@ -1,4 +1,5 @@
 #include <BasicUtils/uti_OutputFile.h>
+#include <BasicUtils/uti_SyncFolder.h>
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -309,6 +310,11 @@ uti_OutputFile::~uti_OutputFile() {
   place_->owner = 0;
 }
 
+int uti_SyncFolder(const cow_String& folder) noexcept {
+  const Descriptor names(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return names.Id() >= 0 && fsync(names.Id()) != 0 && errno != EINVAL ? errno : 0;
+}
+
 void uti_OutputFile::Commit() {
   if (target_.empty()) {
     CopyToStandardOutput();
@@ -323,9 +329,8 @@ void uti_OutputFile::Commit() {
     if (fsync(file.Id()) != 0) Fail(name_, "cannot be written", errno);
   }
   Rename();
-  const Descriptor folder(open(fs::path(target_).parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (folder.Id() >= 0 && fsync(folder.Id()) != 0 && errno != EINVAL)
-    Fail(name_, "is written, but its folder cannot be brought to the disk", errno);
+  if (const int reason = uti_SyncFolder(fs::path(target_).parent_path().string()))
+    Fail(name_, "is written, but its folder cannot be brought to the disk", reason);
   place_->Remove();
   place_->owner = 0;
   place_ = nullptr;
