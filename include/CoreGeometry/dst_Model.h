@@ -41,8 +41,9 @@ private:
   std::shared_ptr<Kept> kept_;
 };
 
-/// A folder with a split model, opened by all ranks. The exchange, to which it refers, gets as many parts.
+/// A folder with a split model, for all ranks. The exchange, to which it refers, gets as many parts.
 ///
+/// Cost       the first rank reads the index and broadcasts it; the others open no more than their own parts.
 /// Errors     those of dst_SplitFolder, on all ranks; a mesh of another name: nex_TextException.
 class CORE_GEOMETRY_DISTRIBUTED_API dst_Model {
 public:
@@ -54,6 +55,8 @@ public:
   dst_Mesh Mesh(const cow_String& name) const;
 
 private:
+  void ShareIndex(const cow_String& folder);
+
   dst_Exchange* exchange_;
   std::shared_ptr<const dst_SplitFolder> folder_;
 };

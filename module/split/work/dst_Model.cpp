@@ -1,7 +1,21 @@
 #include <CoreGeometry/dst_Model.h>
 
+#include <BasicUtils/cls_OpenBytes.h>
 #include <BasicUtils/nex_Exception.h>
 #include <CoreGeometry/rgnC_SetData.h>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+std::vector<std::byte> BytesOf(const cow_String& file) {
+  std::error_code ignored;
+  std::vector<std::byte> bytes(std::filesystem::file_size(file, ignored));
+  std::ifstream in(file, std::ios::binary);
+  if (!in.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size())))
+    throw nex_TextException(file + ": cannot be read");
+  return bytes;
+}
+} // namespace
 
 dst_Mesh::dst_Mesh(dst_Exchange& exchange, const dst_Index& index, Opener open)
     : exchange_(&exchange), index_(std::make_shared<const dst_Index>(index)), open_(std::move(open)),
@@ -28,9 +42,22 @@ int dst_Mesh::ElementLabel(const dst_OpenPart& part, unsigned element) const {
 }
 
 dst_Model::dst_Model(const cow_String& folder, dst_Exchange& exchange) : exchange_(&exchange) {
-  exchange.OnEachRank([&] { folder_ = std::make_shared<const dst_SplitFolder>(folder); });
+  exchange.OnFirstRank([&] { folder_ = std::make_shared<const dst_SplitFolder>(folder); });
+  if (exchange.NumRanks() > 1) ShareIndex(folder);
   exchange.Agree();
   exchange.SetNumParts(folder_->NumParts());
+}
+
+/// The first rank alone reads the file, whose bytes go to the others.
+void dst_Model::ShareIndex(const cow_String& folder) {
+  std::vector<std::byte> bytes;
+  exchange_->OnFirstRank([&] { bytes = BytesOf(folder_->IndexFile()); });
+  exchange_->Broadcast(bytes);
+  if (exchange_->IsFirstRank()) return;
+  exchange_->OnEachRank([&] {
+    const cls_Database index = cls_OpenBytes(dst_SplitFolder::IndexFile(folder), bytes);
+    folder_ = std::make_shared<const dst_SplitFolder>(folder, *index.Get<dst_Index>(dst_kIndexRoot));
+  });
 }
 
 dst_Mesh dst_Model::Mesh() const {

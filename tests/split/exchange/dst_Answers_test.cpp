@@ -316,6 +316,25 @@ TEST_F(dst_Answers, AMissingPartEndsEveryRankWithOneMessage) {
   }
 }
 
+TEST_F(dst_Answers, OnlyTheFirstRankReadsTheIndex) {
+  const std::unique_ptr<dst_Exchange> exchange = MakeExchange();
+  const bme_Mesh whole = MeshWithDuplicates(Labelled::Both);
+  const cow_String folder = SplitOf(whole, Labelled::Both, 8, *exchange),
+                   withoutIndex = (TestFolder() / "without_index.split").string();
+  exchange->OnFirstRank([&] {
+    std::filesystem::create_directory(withoutIndex);
+    std::filesystem::create_directory_symlink(folder + "/parts", withoutIndex + "/parts");
+  });
+  exchange->Agree();
+  const dst_Model model(exchange->IsFirstRank() ? folder : withoutIndex, *exchange);
+  EXPECT_TRUE(model.Index() == dst_SplitFolder(folder).Index());
+  ExpectSame(dst_CalculateMeasures(model.Mesh()), bme_CalculateMeasures(whole));
+  EXPECT_NE(ThrownBy<nex_TextException>([&] {
+              dst_Model(exchange->IsFirstRank() ? withoutIndex : folder, *exchange);
+            }).find("run it again"),
+            cow_String::npos);
+}
+
 TEST_F(dst_Answers, MeansOfStoredFieldsAreThoseOfTheWhole) {
   const bme_Mesh whole = MeshWithDuplicates(Labelled::Both);
   const std::unique_ptr<dst_Exchange> exchange = MakeExchange();

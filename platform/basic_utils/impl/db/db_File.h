@@ -78,6 +78,7 @@ public:
   static std::unique_ptr<db_File> Create(const cow_String& file, const cls_Database::Options& options);
   static std::unique_ptr<db_File> Open(const cow_String& file, cls_Database::Mode mode);
   static std::unique_ptr<db_File> CopyInMemory(db_File& file); ///< goes by the same name in messages
+  static std::unique_ptr<db_File> OfBytes(const cow_String& file, std::span<const std::byte> bytes);
 
   db_Connection& Connection() noexcept { return connection_; }
   bool IsReadOnly() const noexcept { return readOnly_; }
@@ -192,4 +193,5 @@ std::vector<long long> db_ChildRows(const cls_Cell& cell, cls_AttributeType type
 /// The database's file, for the parts of the platform that work on rows.
 struct db_Access {
   static db_File& FileOf(const cls_Database& database) { return *database.file_; }
+  static cls_Database Make(std::unique_ptr<db_File> file) { return cls_Database(std::move(file)); }
 };

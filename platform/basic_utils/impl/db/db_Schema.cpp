@@ -209,6 +209,14 @@ std::unique_ptr<db_File> db_File::CopyInMemory(db_File& file) {
   return result;
 }
 
+std::unique_ptr<db_File> db_File::OfBytes(const cow_String& file, std::span<const std::byte> bytes) {
+  std::unique_ptr<db_File> result(
+      new db_File(file, ":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, /*readOnly=*/true));
+  result->connection_.TakeBytes(bytes);
+  result->CheckSchema();
+  return result;
+}
+
 db_File::db_File(const cow_String& file, const cow_String& path, int flags, bool readOnly)
     : connection_(file, path, flags), readOnly_(readOnly) {}
 

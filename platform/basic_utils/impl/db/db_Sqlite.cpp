@@ -94,6 +94,16 @@ void db_Connection::CopyTo(db_Connection& target) {
   if (code != SQLITE_DONE) target.Fail(code);
 }
 
+void db_Connection::TakeBytes(std::span<const std::byte> bytes) {
+  auto* copy = static_cast<unsigned char*>(sqlite3_malloc64(std::max<std::size_t>(1, bytes.size())));
+  if (!copy) throw std::bad_alloc();
+  if (!bytes.empty()) std::memcpy(copy, bytes.data(), bytes.size());
+  const auto size = static_cast<sqlite3_int64>(bytes.size());
+  const int code = sqlite3_deserialize(Handle(), "main", copy, size, size,
+                                       SQLITE_DESERIALIZE_FREEONCLOSE | SQLITE_DESERIALIZE_READONLY);
+  if (code != SQLITE_OK) Fail(code); // SQLite has freed the copy
+}
+
 void db_Connection::Vacuum() {
   const int code = sqlite3_exec(Handle(), "VACUUM", nullptr, nullptr, nullptr);
   if (code == SQLITE_OK) return;

@@ -67,10 +67,11 @@ public:
   const cow_String& File() const noexcept { return file_; }
   sqlite3* Handle() const noexcept { return handle_.get(); }
   void Execute(const char* sql);
-  long long Number(const char* sql);  ///< first column of the first row
-  void CopyTo(db_Connection& target); ///< everything; the target is overwritten
-  void Vacuum();                      ///< gives unused space back
-  void ExpectInPlace() const;         ///< throws when the file was moved or deleted since it was opened
+  long long Number(const char* sql);                ///< first column of the first row
+  void CopyTo(db_Connection& target);               ///< everything; the target is overwritten
+  void TakeBytes(std::span<const std::byte> bytes); ///< of a database, read only from now on
+  void Vacuum();                                    ///< gives unused space back
+  void ExpectInPlace() const; ///< throws when the file was moved or deleted since it was opened
 
   // waiting for other programs
   void SetTimeout(std::chrono::milliseconds limit) noexcept { timeout_ = limit; }
