@@ -8,10 +8,9 @@
 
 namespace {
 std::vector<std::byte> BytesOf(const cow_String& file) {
-  std::error_code ignored;
-  std::vector<std::byte> bytes(std::filesystem::file_size(file, ignored));
   std::ifstream in(file, std::ios::binary);
-  if (!in.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size())))
+  std::vector<std::byte> bytes(in ? std::filesystem::file_size(file) : 0);
+  if (!in || !in.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size())))
     throw nex_TextException(file + ": cannot be read");
   return bytes;
 }
