@@ -64,6 +64,7 @@ def test_progress_bar_shows_nothing_away_from_terminals(cube, capsys, monkeypatc
     assert capsys.readouterr().err == ""
 
 
+@pytest.mark.skipif(not BRACKET.exists(), reason="away from the sources")
 def test_results_of_a_file_are_at_hand(tmp_path):
     imported = cg.read_mesh(BRACKET)
     run = imported.run
