@@ -4,6 +4,21 @@
 #include <array>
 #include <optional>
 
+namespace {
+/// Newer releases of the parser refuse an argument that is named like an option, "name" beside "--name"; here all do.
+CLI::Option* Distinct(const CLI::App& app, CLI::Option* added) {
+  for (const CLI::Option* other : app.get_options()) {
+    if (other->get_positional() == added->get_positional()) continue;
+    const CLI::Option &argument = added->get_positional() ? *added : *other,
+                      &named = added->get_positional() ? *other : *added;
+    if (named.check_lname(argument.get_name()))
+      throw std::logic_error(app.get_name() + ": the argument " + argument.get_name()
+                             + " is named like an option");
+  }
+  return added;
+}
+} // namespace
+
 cli_Option& cli_Option::Required(bool isRequired) {
   option_->required(isRequired);
   return *this;
@@ -77,17 +92,17 @@ void cli_Command::Remove(const std::string& name) { app_->remove_subcommand(app_
 
 template<class T>
 cli_Option cli_Command::AddOption(const std::string& name, T& value, const std::string& help) {
-  return cli_Option(app_->add_option(name, value, help));
+  return cli_Option(Distinct(*app_, app_->add_option(name, value, help)));
 }
 
 cli_Option cli_Command::AddFlag(const std::string& name, bool& value, const std::string& help) {
-  return cli_Option(app_->add_flag(name, value, help));
+  return cli_Option(Distinct(*app_, app_->add_flag(name, value, help)));
 }
 
 cli_Option cli_Command::AddReader(const std::string& name,
                                   const std::function<void(const std::string&)>& read,
                                   const std::string& help) {
-  return cli_Option(app_->add_option_function<std::string>(name, read, help));
+  return cli_Option(Distinct(*app_, app_->add_option_function<std::string>(name, read, help)));
 }
 
 cli_Option cli_Command::Option(const std::string& name) const { return cli_Option(app_->get_option(name)); }

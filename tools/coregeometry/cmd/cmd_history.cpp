@@ -167,7 +167,7 @@ void cli_AddHistory(cli_Command& program) {
       program.AddCommand("history", "Print stored histories, or values at some places over all frames");
   auto arguments = std::make_shared<Arguments>();
   cli_AddModelOptions(command, arguments->file, arguments->mesh, arguments->json);
-  command.AddOption("name", arguments->name,
+  command.AddOption("history", arguments->name,
                     "A history, or a variable together with places; without one all are listed");
   cli_AddValueOptions(command, arguments->values);
   cli_AddOutputOptions(command, arguments->output, cli_kTableFormats,
