@@ -10,6 +10,7 @@
 #include <CoreGeometry/bme_Pyramids.h>
 #include <CoreGeometry/dst_CommonFaces.h>
 #include <CoreGeometry/exo_Export.h>
+#include <CoreGeometry/odiC_Run.h>
 #include <CoreGeometry/vtu_Write.h>
 #include <algorithm>
 #include <filesystem>
@@ -176,7 +177,14 @@ void Run(const Arguments& arguments, dst_Exchange& exchange) {
     const uti_OutputFile listMayBe(name, {.force = arguments.output.force});
   });
   exchange.Agree();
-  const fmt_Ledger ledger = Sum(isVtu ? WriteVtu(arguments, split) : WriteExodus(arguments, split));
+  fmt_Ledger ledger = Sum(isVtu ? WriteVtu(arguments, split) : WriteExodus(arguments, split));
+  exchange.OnFirstRank([&] { // which alone prints
+    const auto runs = odiC_Run::RootsOf(split.Folder().OpenPartFile(0), split.Folder().MeshRoot());
+    if (!runs.empty())
+      ledger.push_back(
+          {"runs of results", static_cast<long long>(runs.size()), "join the split to write them"});
+  });
+  exchange.Agree();
   if (arguments.json)
     return cli_PrintJson({{"file", arguments.folder},
                           {"mesh", split.Folder().MeshRoot()},
@@ -188,8 +196,7 @@ void Run(const Arguments& arguments, dst_Exchange& exchange) {
                           {"notCarried", cli_LedgerJson(ledger)}});
   cli_Report() << split.Folder().MeshRoot() << " of " << arguments.folder << " is written to " << numParts
                << " files " << fileOf(0) << ", ...\n";
-  cli_PrintLedger(ledger, "Everything in the mesh was carried over.",
-                  "Not carried over, since the format has no place for it:");
+  cli_PrintLedger(ledger, "Everything in the mesh was carried over.", "Not carried over:");
 }
 } // namespace
 
