@@ -4,6 +4,7 @@
 #include "dst_Runs.h"
 
 #include <BasicUtils/thr_ThreadSingleton.h>
+#include <BasicUtils/uti_Fingerprint.h>
 #include <BasicUtils/wip_WIP.h>
 #include <algorithm>
 #include <array>
@@ -126,10 +127,9 @@ private:
   }
   /// Never 0.
   static std::uint64_t Mixed(std::uint64_t hash, std::uint64_t place, std::span<const std::byte> bytes) {
-    constexpr std::uint64_t kOdd = 0x9e3779b97f4a7c15ULL;
-    hash = (hash ^ place) * kOdd + bytes.size();
-    for (const std::byte one : bytes) hash = (hash ^ static_cast<std::uint64_t>(one)) * kOdd + (hash >> 29);
-    return hash | 1;
+    const auto own = uti_Fingerprint(bytes);
+    const std::array<std::uint64_t, 4> words{hash, place, own[0], own[1]};
+    return uti_Fingerprint(std::as_bytes(std::span(words)))[0] | 1;
   }
 
   void Compare(const std::vector<unsigned>& words) const {

@@ -72,13 +72,7 @@ public:
     for (int i = 0; i < set->NumSubset(); ++i) isEmpty &= set->SubSet(i).IdArray().empty();
     if (isEmpty && number > 0) return; // the mesh is not even read
     const dst_OpenPart open = split_.OpenPart(number);
-    if (number == 0) {
-      shell_ = *open.mesh;
-      shell_ = bme_Mesh(static_cast<unsigned>(shell_.Id()),
-                        new bme_NodeData(uti_CoordCont3D(), shell_.NodeData().Dimension()), nullptr,
-                        shell_.MeshType(), shell_.Transform());
-      shell_.SetTimeStamp(open.mesh->TimeStamp());
-    }
+    if (number == 0) shell_ = dst_ShellOf(*open.mesh);
     for (int i = 0; i < set->NumSubset(); ++i) {
       const bool isOfNodes = dst_SetFacts::IsOfNodes(set->SubSet(i));
       for (const int id : set->SubSet(i).IdArray()) {

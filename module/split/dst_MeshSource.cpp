@@ -16,6 +16,14 @@ bool dst_SourceFacts::HasElementLabels() const noexcept {
          });
 }
 
+bme_Mesh dst_ShellOf(const bme_Mesh& mesh) {
+  bme_Mesh shell(static_cast<unsigned>(mesh.Id()),
+                 new bme_NodeData(uti_CoordCont3D(), mesh.NodeData().Dimension()), nullptr, mesh.MeshType(),
+                 mesh.Transform());
+  shell.SetTimeStamp(mesh.TimeStamp());
+  return shell;
+}
+
 dst_SourceWithSets::dst_SourceWithSets(std::vector<dst_JoinedSet> sets, Put putBeside, Put putRegions)
     : sets_(std::move(sets)), putBeside_(std::move(putBeside)), putRegions_(std::move(putRegions)) {
   for (const dst_JoinedSet& set : sets_) {
@@ -48,10 +56,7 @@ public:
     facts_.file = file;
     const bme_NodeData& nodes = mesh_.NodeData();
     facts_.mesh = name;
-    facts_.shell =
-        bme_Mesh(static_cast<unsigned>(mesh.Id()), new bme_NodeData(uti_CoordCont3D(), nodes.Dimension()),
-                 nullptr, mesh.MeshType(), mesh.Transform());
-    facts_.shell.SetTimeStamp(mesh.TimeStamp());
+    facts_.shell = dst_ShellOf(mesh);
     facts_.numNodes = nodes.NumNodes();
     facts_.hasNodeLabels = nodes.HasUserNodeLabels();
     std::uint64_t first = 0;

@@ -12,6 +12,9 @@ void dst_CopyTo(std::span<const From> from, std::uint64_t first, std::span<To> t
                          [](From value) { return static_cast<To>(value); });
 }
 
+/// What a mesh has beside its nodes and elements: identifier, dimension, type, placement and time stamp.
+bme_Mesh dst_ShellOf(const bme_Mesh& mesh);
+
 class dst_SourceWithSets : public dst_Source {
 public:
   using Put = std::function<void(cls_WritePass&)>;

@@ -5,6 +5,7 @@
 #include <BasicUtils/cls_WritePass.h>
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
+#include <atomic>
 #include <filesystem>
 #include <optional>
 #include <unistd.h>
@@ -12,24 +13,26 @@
 namespace fs = std::filesystem;
 
 namespace {
-/// A folder that is removed at the end.
+/// A folder for files that are removed at the end, and the folder with them unless others are there, too.
 class WorkFolder {
 public:
   explicit WorkFolder(const cow_String& name) : path_(name) { fs::create_directories(path_); }
   ~WorkFolder() {
     std::error_code ignored;
-    fs::remove_all(path_, ignored);
+    for (const fs::path& file : files_) fs::remove(file, ignored);
+    fs::remove(path_, ignored);
   }
   WorkFolder(const WorkFolder&) = delete;
   WorkFolder& operator=(const WorkFolder&) = delete;
-  cow_String File(const cow_String& name) const { return (path_ / name).string(); }
+  cow_String File(const cow_String& name) { return files_.emplace_back(path_ / name).string(); }
 
 private:
   fs::path path_;
+  std::vector<fs::path> files_;
 };
 
 cow_String Temporary() {
-  static int number = 0;
+  static std::atomic<int> number = 0;
   return (fs::temp_directory_path()
           / ("split_source_" + std::to_string(getpid()) + "_" + std::to_string(++number)))
       .string();
@@ -79,7 +82,7 @@ public:
     for (unsigned part = 0; part < split.NumParts(); ++part) {
       thr_ThreadSingleton<wip_WIP>::Instance().CheckCancelled();
       const dst_OpenPart open = split.OpenPart(part);
-      if (part == 0) TakeShell(*open.mesh);
+      if (part == 0) facts_.shell = dst_ShellOf(*open.mesh);
       Unpack(open);
       numElements += open.part->NumElements();
       numNodes += index.Part(part).numOwned;
@@ -108,13 +111,6 @@ public:
   }
 
 private:
-  void TakeShell(const bme_Mesh& mesh) {
-    facts_.shell = bme_Mesh(static_cast<unsigned>(mesh.Id()),
-                            new bme_NodeData(uti_CoordCont3D(), mesh.NodeData().Dimension()), nullptr,
-                            mesh.MeshType(), mesh.Transform());
-    facts_.shell.SetTimeStamp(mesh.TimeStamp());
-  }
-
   void Unpack(const dst_OpenPart& open) {
     const dst_Part& part = *open.part;
     const auto expect = [&](bool isTrue, const char* what, std::uint64_t number) {
@@ -154,8 +150,9 @@ private:
   void TakeRuns(const dst_SplitFolder& split) {
     const std::vector<cow_String> roots = split.OpenIndexFile().RootsOf({odiC_Results::TypeId()});
     if (roots.empty()) return;
-    fs::remove(folder_.File("runs.cgdb"));
-    model_.emplace(cls_Database::Create(folder_.File("runs.cgdb"), {.isDurable = false}));
+    const cow_String file = folder_.File("runs.cgdb");
+    fs::remove(fs::path(file));
+    model_.emplace(cls_Database::Create(file, {.isDurable = false}));
     cls_WritePass pass(*model_);
     dst_JoinRuns(split, pass);
     pass.Commit();

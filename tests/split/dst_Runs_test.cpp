@@ -6,6 +6,7 @@
 #include <CoreGeometry/dst_Join.h>
 #include <CoreGeometry/dst_Split.h>
 #include <CoreGeometry/dst_WriteSplit.h>
+#include <fstream>
 #include <set>
 
 namespace {
@@ -44,9 +45,15 @@ TEST_F(SplitRuns, JoinToTheSameModelForAnyAssignment) {
       EXPECT_EQ(Differences(whole, In("joined.cgdb")), "") << numParts << " parts";
       fs::remove_all(In("again.split"));
       fs::remove(In("joined.cgdb"));
+      const fs::path other = In("unpacked/notes.txt"); // a file of somebody else stays
+      const bool hasOther = numParts == 3;
+      fs::create_directories(other.parent_path());
+      if (hasOther) std::ofstream(other) << "mine";
       dst_WriteSplit(*dst_SplitSource(dst_SplitFolder(In("wing.split")), In("unpacked")),
                      RandomParts(numElements, 5, seed), 5, In("again.split"));
-      EXPECT_FALSE(fs::exists(In("unpacked")));
+      EXPECT_EQ(fs::exists(other), hasOther);
+      fs::remove(other);
+      EXPECT_EQ(fs::remove(other.parent_path()), hasOther); // nothing else was left in it
       dst_Join(dst_SplitFolder(In("again.split")), In("joined.cgdb"));
       EXPECT_EQ(Differences(whole, In("joined.cgdb")), "") << "split again from " << numParts << " parts";
     }

@@ -39,6 +39,7 @@ struct Places {
   std::size_t numNodes;
   std::vector<Point> derivatives; ///< a row of numNodes a place
   std::vector<Point> sums;        ///< of their absolute values, a place
+  double largest = 0;             ///< of the sums
 
   Places(const shp_Shape& shape, std::span<const Point> places) : numNodes(shape.NodeCoordinates().size()) {
     derivatives.resize(places.size() * numNodes);
@@ -49,6 +50,7 @@ struct Places {
       for (const Point& derivative : own)
         for (std::size_t iso = 0; iso < 3; ++iso) sum[iso] += std::abs(derivative[iso]);
       sums.push_back(sum);
+      largest = std::max({largest, sum[0], sum[1], sum[2]});
     }
   }
   std::array<Point, 3> Columns(std::size_t place, std::span<const Point> corners) const {
@@ -58,12 +60,6 @@ struct Places {
         for (std::size_t axis = 0; axis < 3; ++axis)
           columns[iso][axis] += derivatives[place * numNodes + n][iso] * corners[n][axis];
     return columns;
-  }
-  /// The most that the derivatives along a direction add up to.
-  double Largest() const {
-    double largest = 0;
-    for (const Point& sum : sums) largest = std::max({largest, sum[0], sum[1], sum[2]});
-    return largest;
   }
   /// True when coordinates that are wrong by `rounding`, one number an axis, can make every stretch of an
   /// element that is flat.
@@ -189,7 +185,7 @@ private:
   bool IsFlat(int element, double largest, double length, const Point& rounding) const {
     // no rounding reaches the largest stretch when it is above every sum that AreFlat forms: with derivatives up to s,
     // sides up to l and roundings up to r 18 s^3 r l^2 for solids and sqrt(3) 4 s^2 r l for surfaces
-    const double s = std::max(nodes.Largest(), points.Largest()),
+    const double s = std::max(nodes.largest, points.largest),
                  r = std::max({rounding[0], rounding[1], rounding[2]});
     if (largest * length > 18 * s * s * std::max(s, 1.0) * r) return false;
     const std::span<const int> row = type.Connectivity(element);

@@ -87,10 +87,11 @@ public:
     cow_ArrayCOW<int> labels;
     xyz.ResizeUninitialised(3 * nodes_.size());
     labels.ResizeUninitialised(nodes_.size());
-    for (std::size_t i = 0; i < nodes_.size(); ++i) {
-      labels.Modify()[i] = static_cast<int>(nodes_[i][1]);
-      for (std::size_t axis = 0; axis < 3; ++axis)
-        xyz.Modify()[3 * i + axis] = std::bit_cast<float>(nodes_[i][2 + axis]);
+    float* coordinate = xyz.Modify().data();
+    int* label = labels.Modify().data();
+    for (const Node& node : nodes_) {
+      *label++ = static_cast<int>(node[1]);
+      for (std::size_t axis = 0; axis < 3; ++axis) *coordinate++ = std::bit_cast<float>(node[2 + axis]);
     }
     auto nodes =
         std::make_unique<bme_NodeData>(uti_CoordCont3D(std::move(xyz)), shell.NodeData().Dimension());
