@@ -10,8 +10,16 @@ inline double Between(std::mt19937& random, double low, double high) {
   return std::uniform_real_distribution(low, high)(random);
 }
 
-/// n x n x n cubes of one type with shared nodes, each moved a little.
-inline bme_Mesh Block(const shp_Shape& shape, int n) {
+/// Where x comes to lie, from 0 to n, when edges of length 1 grow in equal ratios from 1 to `graded`.
+inline double GradedPlace(double x, int n, double graded) {
+  if (graded == 1) return x;
+  const double ratio = std::pow(graded, 1.0 / (n - 1));
+  return (std::pow(ratio, x) - 1) / (ratio - 1);
+}
+
+/// n x n x n cubes of one type with shared nodes, each moved a little. The last edge along each axis is `graded`
+/// times as long as the first one, which has the length 1.
+inline bme_Mesh Block(const shp_Shape& shape, int n, double graded = 1) {
   const bool isTetrahedron = shape.Options().Family() == shp_Family::Tetrahedron;
   const int perCube = shape.NumBaseNodes() == shape.NumCorners() ? 1 : 2, width = n * perCube + 1;
   std::mt19937 random(2);
@@ -21,6 +29,7 @@ inline bme_Mesh Block(const shp_Shape& shape, int n) {
   for (int k = 0; k < width * width * width; ++k)
     for (const int step : {k % width, k / width % width, k / width / width})
       *at++ = static_cast<float>((step + Between(random, -0.12, 0.12)) / perCube);
+  for (float& x : xyz.Modify()) x = static_cast<float>(GradedPlace(static_cast<double>(x), n, graded));
   std::vector<std::vector<int>> cells = {{0, 1, 3, 2, 4, 5, 7, 6}}; // corners by bits: x 1, y 2, z 4
   if (isTetrahedron)
     cells = {{0, 1, 3, 7}, {0, 3, 2, 7}, {0, 2, 6, 7}, {0, 6, 4, 7}, {0, 4, 5, 7}, {0, 5, 1, 7}};

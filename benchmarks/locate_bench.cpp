@@ -9,8 +9,10 @@
 #include <CoreGeometry/shp_ElementSearch.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
 #include <cmath>
+#include <malloc.h>
 #include <map>
 #include <numeric>
+#include <optional>
 #include <random>
 #ifdef BENCH_HAS_VTK
 #include <vtkGenericCell.h>
@@ -176,8 +178,45 @@ void LocatePoints(benchmark::State& state) {
              yardstick);
   state.counters["speed"] = 1 / state.counters["ratio"];
 }
+/// A block whose edges grow from 1 to 1000, against one of equal edges: build, and a batch of points that are as
+/// many in small elements as in large ones. "memory" is the ratio of what the locators hold.
+void GradedBlock(benchmark::State& state) {
+  const bool isBatch = state.range(0) == 1;
+  state.SetLabel(isBatch ? "C3D8 batch" : "C3D8 build");
+  constexpr int kCubes = 100;
+  constexpr std::size_t kPoints = 200'000;
+  const shp_ShapeDictionary dictionary;
+  const shp_Shape& shape = *dictionary.GetShape("C3D8");
+  struct Side {
+    Side(const shp_Shape& shape, double graded) : mesh(Block(shape, kCubes, graded)) {
+      const std::size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
+      locator.emplace(mesh);
+      bytes = static_cast<double>(mallinfo2().uordblks + mallinfo2().hblkhd - before);
+      std::mt19937 random(3);
+      for (double& x : points) x = GradedPlace(Between(random, 0.2, kCubes - 0.2), kCubes, graded);
+    }
+    double Build() const { return bme_ElementLocator(mesh).NumElements(); }
+    double Find() {
+      locator->FindEach(points, hits);
+      return static_cast<double>(std::ranges::count(hits, bme_kNotFound, &bme_ElementHit::element));
+    }
+    bme_Mesh mesh;
+    std::optional<bme_ElementLocator> locator{};
+    double bytes = 0;
+    std::vector<double> points = std::vector<double>(3 * kPoints);
+    std::vector<bme_ElementHit> hits = std::vector<bme_ElementHit>(kPoints);
+  };
+  Side graded(shape, 1000), even(shape, 1);
+  SideBySide(
+      state, isBatch ? static_cast<double>(kPoints) : graded.locator->NumElements(),
+      [&] { return isBatch ? graded.Find() : graded.Build(); },
+      [&] { return isBatch ? even.Find() : even.Build(); });
+  state.counters["missed"] = graded.Find();
+  state.counters["memory"] = graded.bytes / even.bytes;
+}
 } // namespace
 
+BENCHMARK(GradedBlock)->Arg(0)->Arg(1)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(InverseMapping)
     ->ArgsProduct({benchmark::CreateDenseRange(0, std::size(kTypes) - 1, 1), {0, 1}})
     ->UseManualTime()

@@ -7,6 +7,7 @@
 #include <CoreGeometry/bme_EntityWord.h>
 #include <CoreGeometry/bme_LastingMesh.h>
 #include <CoreGeometry/shp_ElementSearch.h>
+#include <algorithm>
 #include <span>
 #include <vector>
 
@@ -25,7 +26,7 @@ struct bme_NearestElement {
 };
 
 /// Finds the elements of a mesh that contain a point. A regular grid of bins stores the elements' bounding
-/// boxes.
+/// boxes; a bin with many elements has a finer grid of its own.
 ///
 /// The locator shares coordinates and connectivity with the mesh as they were when it was made, and owns its
 /// shapes. It excludes elements without iso coordinates (points, rigid surfaces, types without a shape) and
@@ -75,14 +76,41 @@ private:
   };
   using Bin = std::array<int, 3>;
 
+  /// Bins of one size: of all elements, or of those in a crowded bin of another grid.
+  struct Grid {
+    Point low{}, binsPerLength{};
+    Bin numBins{1, 1, 1};
+    std::size_t firstRow = 0;
+
+    int BinAlong(std::size_t axis, double x) const noexcept {
+      const double bin = (x - low[axis]) * binsPerLength[axis];
+      return static_cast<int>(std::min(std::max(bin, 0.0), numBins[axis] - 1.0));
+    }
+    /// The nearest one to a point that is outside.
+    template<class T> Bin BinOf(const std::array<T, 3>& point) const noexcept {
+      const auto along = [&](std::size_t axis) { return BinAlong(axis, static_cast<double>(point[axis])); };
+      return {along(0), along(1), along(2)};
+    }
+    std::size_t NumRows() const noexcept {
+      return static_cast<std::size_t>(numBins[0]) * static_cast<std::size_t>(numBins[1])
+             * static_cast<std::size_t>(numBins[2]);
+    }
+    std::size_t RowOf(const Bin& bin) const noexcept {
+      const auto at = [](int value) { return static_cast<std::size_t>(value); };
+      return firstRow + at(bin[0]) + at(numBins[0]) * (at(bin[1]) + at(numBins[1]) * at(bin[2]));
+    }
+    Bin BinAt(std::size_t row) const noexcept;                ///< row counted from the grid's first one
+    double PlaneAt(std::size_t axis, int bin) const noexcept; ///< where the bin begins
+  };
+  class GridMaker;
+  /// A row with one entry that has this bit stands for the grid of that number.
+  static constexpr unsigned kDivided = 1U << 31U;
+
   void AddClass(const bme_Mesh& mesh, unsigned classIndex);
   void ChooseGrid();
-  bool FillBins();
-  std::size_t NumPieces() const noexcept;
-  int BinAlong(std::size_t axis, double x) const noexcept;
-  Bin BinOf(const Point& point) const noexcept;
   bool IsOnGrid(const Point& point) const noexcept;
-  std::size_t Row(const Bin& bin) const noexcept;
+  std::size_t RowOf(const Point& point) const noexcept;
+  const Grid* GridOf(std::size_t row) const noexcept; ///< of a divided row, else null
   const Class& ClassOf(unsigned slot) const noexcept {
     std::size_t k = classes_.size() - 1;
     while (classes_[k].firstSlot > slot) --k;
@@ -94,14 +122,16 @@ private:
   struct BatchEntry;
   class BatchPiece;
   std::vector<BatchEntry> SortByBin(std::span<const double> points) const;
-  void ImproveNearest(const Bin& bin, const Bin& start, const Point& point, bme_NearestElement& best) const;
+  void SearchShells(const Grid& grid, const Point& point, bme_NearestElement& best) const;
+  void ImproveNearest(const Grid& grid, const Bin& bin, const Bin& start, const Point& point,
+                      bme_NearestElement& best) const;
 
   uti_CoordCont3D coordinates_;
   std::vector<Class> classes_;
   std::vector<shp_FloatBox> boxes_; ///< of the slots: the elements of the classes one after the other
   unsigned numElements_ = 0;
-  Point low_{}, high_{}, binsPerLength_{};
-  Bin numBins_{};
-  std::vector<unsigned> rowStarts_; ///< of each bin, and the end
+  Point low_{}, high_{};
+  std::vector<Grid> grids_;         ///< the first has all elements
+  std::vector<unsigned> rowStarts_; ///< of each bin of each grid, and the end
   std::vector<unsigned> slots_;     ///< rows of slots in ascending order
 };

@@ -261,6 +261,50 @@ TEST(bme_ElementLocator, LeavesOutWhatCannotBeFoundAndNamesDegenerateElements) {
   EXPECT_EQ(none.Find(middle).location, Outside);
   EXPECT_THROW(bme_ElementLocator(mesh, std::vector<unsigned>{9}), nex_OutOfRangeException);
 }
+/// Elements of three sizes, the smallest ones a hundred thousand times smaller than the largest: bins in bins.
+TEST(bme_ElementLocator, FindsSmallElementsAmongLargeOnes) {
+  Sample sample;
+  sample.Add("C3D8", 4, 10, {});
+  sample.Add("C3D4", 6, 1e-2, {3, 4, 5});
+  sample.Add("C3D8", 7, 1e-4, {31, 4, 5});
+  const bme_Mesh mesh = sample.Mesh();
+  const auto xyz = mesh.NodeData().Coordinates().Const();
+  const bme_ElementLocator locator(mesh);
+  std::mt19937 random(8);
+  const auto near = [&](const Point& origin, double size, int n) {
+    Point p = origin;
+    for (double& x : p) x += size * Between(random, -1, n + 1);
+    return p;
+  };
+  int numSmall = 0;
+  for (int k = 0; k < 90; ++k) {
+    const Point point = k % 3 == 0   ? near({}, 10, 4)
+                        : k % 3 == 1 ? near({3, 4, 5}, 1e-2, 6)
+                                     : near({31, 4, 5}, 1e-4, 7);
+    std::vector<bme_ElementHit> owners;
+    std::vector<unsigned> expected, found;
+    double least = std::numeric_limits<double>::infinity();
+    ForEachElement(mesh, [&](unsigned element, const shp_Shape& shape, std::span<const int> nodes,
+                             const std::vector<double>& wide) {
+      shp_IsoPoint iso{};
+      if (IsHeld(shp_ElementSearch(shape).Locate(point, wide, iso))) expected.push_back(element);
+      if (k < 12) least = std::min(least, shp_ElementSearch(shape).FindClosestPoint(point, nodes, xyz, iso));
+    });
+    locator.FindAll(point, owners);
+    for (const bme_ElementHit& hit : owners) found.push_back(hit.element);
+    ASSERT_EQ(found, expected) << k;
+    std::vector<bme_ElementHit> batch(1);
+    locator.FindEach(point, batch);
+    ASSERT_EQ(batch[0].element, expected.empty() ? bme_kNotFound : expected[0]) << k;
+    ASSERT_EQ(batch[0].element, locator.Find(point).element) << k;
+    if (k < 12) {
+      EXPECT_DOUBLE_EQ(locator.FindNearest(point).distance, least) << k;
+    }
+    numSmall += !expected.empty() && expected.back() >= 64;
+  }
+  EXPECT_GT(numSmall, 20);
+}
+
 TEST(bme_ElementLocator, OutlivesTheThreadThatMadeIt) {
   Sample sample;
   sample.Add("C3D20R", 2, 1, {0, 0, 0});

@@ -8,26 +8,13 @@
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/shp_ShapeDictionary.h>
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <limits>
-#include <memory>
-#include <numeric>
 
 namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 using Point = bme_ElementLocator::Point;
-using bme_LocatorPoint::WidePoint;
-
-constexpr shp_FloatBox kEmptyBox{{1, 1, 1}, {-1, -1, -1}};
-bool IsFinite(const shp_FloatBox& box) {
-  float sum = 0; // x - x is 0 for all that is finite, and else no number
-  for (std::size_t axis = 0; axis < 3; ++axis)
-    sum += (box.low[axis] - box.low[axis]) + (box.high[axis] - box.high[axis]);
-  return sum == 0;
-}
-
-bool IsEmpty(const shp_FloatBox& box) { return !(box.low[0] <= box.high[0]); }
+using bme_LocatorPoint::kEmptyBox, bme_LocatorPoint::WidePoint;
 
 double SquaredDistance(const shp_FloatBox& box, const Point& point) {
   double sum = 0;
@@ -40,60 +27,6 @@ double SquaredDistance(const shp_FloatBox& box, const Point& point) {
 }
 
 constexpr std::size_t kPiece = 16384; // elements
-
-template<class T> std::span<T> PieceOf(std::vector<T>& all, std::size_t piece) {
-  return std::span(all).subspan(piece * kPiece, std::min(kPiece, all.size() - piece * kPiece));
-}
-
-/// Of the boxes of some elements.
-struct Extents {
-  void Add(shp_FloatBox& box) {
-    if (!IsFinite(box)) box = kEmptyBox;
-    if (IsEmpty(box)) return;
-    ++count;
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      const double lowest = static_cast<double>(box.low[axis]), highest = static_cast<double>(box.high[axis]);
-      low[axis] = std::min(low[axis], lowest);
-      high[axis] = std::max(high[axis], highest);
-      lengths[axis] += highest - lowest;
-    }
-  }
-  unsigned count = 0;
-  Point low{kInfinity, kInfinity, kInfinity}, high{-kInfinity, -kInfinity, -kInfinity}, lengths{};
-};
-
-/// Bins that the box of an element reaches, 21 bits for each axis.
-class BinRange {
-public:
-  BinRange() = default; ///< anything
-  static BinRange None() { return {{1, 0, 0}, {}}; }
-  BinRange(const std::array<int, 3>& low, const std::array<int, 3>& high)
-      : low_(Packed(low)), high_(Packed(high)) {}
-  bool IsEmpty() const noexcept { return low_ > high_; }
-  int Low(int axis) const noexcept { return At(low_, axis); }
-  int High(int axis) const noexcept { return At(high_, axis); }
-  std::size_t Count() const noexcept {
-    std::size_t count = IsEmpty() ? 0 : 1;
-    for (int axis = 0; axis < 3; ++axis) count *= static_cast<std::size_t>(High(axis) - Low(axis) + 1);
-    return count;
-  }
-
-private:
-  static std::uint64_t Packed(const std::array<int, 3>& bin) noexcept {
-    std::uint64_t all = 0;
-    for (std::size_t axis = 3; axis-- > 0;) all = all << 21U | static_cast<unsigned>(bin[axis]);
-    return all;
-  }
-  static int At(std::uint64_t all, int axis) noexcept {
-    return static_cast<int>(all >> 21U * static_cast<unsigned>(axis) & 0x1FFFFFU);
-  }
-  std::uint64_t low_, high_;
-};
-
-/// Lines of bins along the first axis, from the first to before the end.
-struct Lines {
-  int first, end;
-};
 } // namespace
 
 bme_ElementLocator::bme_ElementLocator(bme_LastingMesh mesh) : coordinates_(mesh->NodeData().Coordinates()) {
@@ -140,54 +73,14 @@ void bme_ElementLocator::AddClass(const bme_Mesh& mesh, unsigned classIndex) {
   });
 }
 
-/// Bins about as long on each axis as the elements, but not many more of them than elements.
-void bme_ElementLocator::ChooseGrid() {
-  constexpr double kElementsPerBin = 1.25; // of an element's length: not 1, lest boxes end where bins do
-  Point lengths{};
-  low_.fill(kInfinity);
-  high_.fill(-kInfinity);
-  wip_MergePieces(
-      NumPieces(),
-      [&](std::size_t piece) {
-        Extents part;
-        for (shp_FloatBox& box : PieceOf(boxes_, piece)) part.Add(box);
-        return part;
-      },
-      [&](const Extents& part) {
-        numElements_ += part.count;
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-          low_[axis] = std::min(low_[axis], part.low[axis]);
-          high_[axis] = std::max(high_[axis], part.high[axis]);
-          lengths[axis] += part.lengths[axis];
-        }
-      });
-  numBins_ = {1, 1, 1};
-  if (numElements_ == 0) {
-    FillBins();
-    return;
-  }
-  for (std::size_t axis = 0; axis < 3; ++axis) lengths[axis] /= numElements_;
-  const double maxBins = 2.0 * numElements_ + 8;
-  for (double coarser = kElementsPerBin;; coarser *= 1.1) {
-    double product = 1;
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      const double extent = high_[axis] - low_[axis], length = coarser * lengths[axis];
-      const double count = extent > 0 && length > 0 ? std::clamp(std::floor(extent / length), 1.0, 1e6) : 1;
-      numBins_[axis] = static_cast<int>(count);
-      binsPerLength_[axis] = extent > 0 ? count / extent : 0;
-      product *= count;
-    }
-    if (product <= maxBins && (FillBins() || product == 1)) return;
-  }
+bme_ElementLocator::Bin bme_ElementLocator::Grid::BinAt(std::size_t row) const noexcept {
+  const auto width = static_cast<std::size_t>(numBins[0]), height = static_cast<std::size_t>(numBins[1]);
+  return {static_cast<int>(row % width), static_cast<int>(row / width % height),
+          static_cast<int>(row / width / height)};
 }
 
-int bme_ElementLocator::BinAlong(std::size_t axis, double x) const noexcept {
-  const double bin = (x - low_[axis]) * binsPerLength_[axis];
-  return static_cast<int>(std::clamp(bin, 0.0, numBins_[axis] - 1.0));
-}
-
-bme_ElementLocator::Bin bme_ElementLocator::BinOf(const Point& point) const noexcept {
-  return {BinAlong(0, point[0]), BinAlong(1, point[1]), BinAlong(2, point[2])};
+double bme_ElementLocator::Grid::PlaneAt(std::size_t axis, int bin) const noexcept {
+  return binsPerLength[axis] > 0 ? low[axis] + bin / binsPerLength[axis] : low[axis];
 }
 
 bool bme_ElementLocator::IsOnGrid(const Point& point) const noexcept {
@@ -196,89 +89,17 @@ bool bme_ElementLocator::IsOnGrid(const Point& point) const noexcept {
   return true;
 }
 
-std::size_t bme_ElementLocator::Row(const Bin& bin) const noexcept {
-  const auto at = [](int value) { return static_cast<std::size_t>(value); };
-  return at(bin[0]) + at(numBins_[0]) * (at(bin[1]) + at(numBins_[1]) * at(bin[2]));
+const bme_ElementLocator::Grid* bme_ElementLocator::GridOf(std::size_t row) const noexcept {
+  const unsigned first = rowStarts_[row];
+  const bool isDivided = rowStarts_[row + 1] - first == 1 && (slots_[first] & kDivided) != 0;
+  return isDivided ? &grids_[slots_[first] & ~kDivided] : nullptr;
 }
 
-std::size_t bme_ElementLocator::NumPieces() const noexcept { return (boxes_.size() + kPiece - 1) / kPiece; }
-
-/// Counting sort of the slots by bin: each row comes out in ascending order. False when elements much longer
-/// than the mean would fill too many bins of this grid, unless it has but one.
-///
-/// Threads fill slabs of the grid at once. Each looks at the pieces of the elements that reach into its slab: in a
-/// mesh that is numbered along some direction that is each piece about once.
-bool bme_ElementLocator::FillBins() {
-  const int numLines = numBins_[1] * numBins_[2];
-  const auto ranges = std::make_unique_for_overwrite<BinRange[]>(boxes_.size());
-  std::vector<Lines> reached(NumPieces()); // by the elements of a piece
-  std::atomic<std::size_t> numEntries = 0;
-  const Point start = low_, scale = binsPerLength_,
-              last{numBins_[0] - 1.0, numBins_[1] - 1.0, numBins_[2] - 1.0};
-  wip_RunPieces(NumPieces(), [&](std::size_t piece) {
-    Lines own{numLines, 0};
-    std::size_t count = 0;
-    BinRange* range = ranges.get() + piece * kPiece;
-    for (const shp_FloatBox& box : PieceOf(boxes_, piece)) {
-      *range = BinRange::None();
-      if (!IsEmpty(box)) {
-        Bin low, high;
-        for (std::size_t axis = 0; axis < 3; ++axis) { // as BinAlong
-          const double from = (static_cast<double>(box.low[axis]) - start[axis]) * scale[axis],
-                       to = (static_cast<double>(box.high[axis]) - start[axis]) * scale[axis];
-          low[axis] = static_cast<int>(std::min(std::max(from, 0.0), last[axis]));
-          high[axis] = static_cast<int>(std::min(std::max(to, 0.0), last[axis]));
-        }
-        *range = BinRange(low, high);
-        count += range->Count();
-        own = {std::min(own.first, numBins_[1] * low[2] + low[1]),
-               std::max(own.end, numBins_[1] * high[2] + high[1] + 1)};
-      }
-      ++range;
-    }
-    reached[piece] = own;
-    numEntries += count;
-  });
-  const std::size_t numRows = static_cast<std::size_t>(numLines) * static_cast<std::size_t>(numBins_[0]);
-  if (numRows > 1 && numEntries > 24 * std::size_t{numElements_}) return false;
-
-  const int numSlabs = wip_NumThreads() > 1 ? std::min(numLines, 16) : 1;
-  // visit(row, slot) for the bins of all elements in a slab
-  const auto forEachRow = [&](std::size_t slab, const auto& visit) {
-    const auto lineAt = [&](std::size_t k) {
-      return static_cast<int>(static_cast<long long>(k) * numLines / numSlabs);
-    };
-    const Lines lines{lineAt(slab), lineAt(slab + 1)};
-    for (std::size_t piece = 0; piece < reached.size(); ++piece) {
-      if (reached[piece].end <= lines.first || reached[piece].first >= lines.end) continue;
-      wip_Poll::Now();
-      auto slot = static_cast<unsigned>(piece * kPiece);
-      for (const BinRange& range : std::span(ranges.get() + piece * kPiece, PieceOf(boxes_, piece).size())) {
-        for (int z = range.Low(2); !range.IsEmpty() && z <= range.High(2); ++z)
-          for (int y = range.Low(1); y <= range.High(1); ++y) {
-            const int line = numBins_[1] * z + y;
-            if (line < lines.first || line >= lines.end) continue;
-            const std::size_t row = static_cast<std::size_t>(line) * static_cast<std::size_t>(numBins_[0]);
-            for (int x = range.Low(0); x <= range.High(0); ++x)
-              visit(row + static_cast<std::size_t>(x), slot);
-          }
-        ++slot;
-      }
-    }
-  };
-  rowStarts_.assign(numRows + 1, 0);
-  wip_RunPieces(static_cast<std::size_t>(numSlabs), [&](std::size_t slab) {
-    forEachRow(slab, [&](std::size_t row, unsigned) { ++rowStarts_[row + 1]; });
-  });
-  std::partial_sum(rowStarts_.begin(), rowStarts_.end(), rowStarts_.begin());
-  slots_.resize(rowStarts_.back());
-  // each start moves to the end of its row while this fills, and back afterwards
-  wip_RunPieces(static_cast<std::size_t>(numSlabs), [&](std::size_t slab) {
-    forEachRow(slab, [&](std::size_t row, unsigned slot) { slots_[rowStarts_[row]++] = slot; });
-  });
-  std::copy_backward(rowStarts_.begin(), rowStarts_.end() - 1, rowStarts_.end());
-  rowStarts_.front() = 0;
-  return true;
+std::size_t bme_ElementLocator::RowOf(const Point& point) const noexcept {
+  std::size_t row = grids_[0].RowOf(grids_[0].BinOf(point));
+  if (grids_.size() > 1)
+    while (const Grid* grid = GridOf(row)) row = grid->RowOf(grid->BinOf(point));
+  return row;
 }
 
 std::span<const int> bme_ElementLocator::Nodes(const Class& elements, unsigned slot) const noexcept {
@@ -325,13 +146,13 @@ bme_ElementHit bme_ElementLocator::FindInRow(std::size_t row, const Point& point
 }
 
 bme_ElementHit bme_ElementLocator::Find(const Point& point) const {
-  return IsOnGrid(point) ? FindInRow(Row(BinOf(point)), point) : bme_ElementHit();
+  return IsOnGrid(point) ? FindInRow(RowOf(point), point) : bme_ElementHit();
 }
 
 void bme_ElementLocator::FindAll(const Point& point, std::vector<bme_ElementHit>& owners) const {
   owners.clear();
   if (!IsOnGrid(point)) return;
-  ForEachCandidate(Row(BinOf(point)), point, [&](bme_ElementHit& hit, const Class& elements, unsigned slot) {
+  ForEachCandidate(RowOf(point), point, [&](bme_ElementHit& hit, const Class& elements, unsigned slot) {
     hit.location = elements.search.FindInElement(point, Nodes(elements, slot), coordinates_.Const(), hit.iso);
     if (shp_IsHeld(hit.location)) owners.push_back(hit);
     return false;
@@ -339,9 +160,10 @@ void bme_ElementLocator::FindAll(const Point& point, std::vector<bme_ElementHit>
 }
 
 /// Measures the elements of a bin, unless a bin nearer to the start has them too.
-void bme_ElementLocator::ImproveNearest(const Bin& bin, const Bin& start, const Point& point,
-                                        bme_NearestElement& best) const {
-  const std::size_t row = Row(bin);
+void bme_ElementLocator::ImproveNearest(const Grid& grid, const Bin& bin, const Bin& start,
+                                        const Point& point, bme_NearestElement& best) const {
+  const std::size_t row = grid.RowOf(bin);
+  if (const Grid* finer = GridOf(row)) return SearchShells(*finer, point, best);
   for (unsigned k = rowStarts_[row]; k < rowStarts_[row + 1]; ++k) {
     const unsigned slot = slots_[k];
     const shp_FloatBox& box = boxes_[slot];
@@ -349,8 +171,8 @@ void bme_ElementLocator::ImproveNearest(const Bin& bin, const Bin& start, const 
     bool isNearestBin = true;
     for (std::size_t axis = 0; axis < 3; ++axis)
       isNearestBin &= bin[axis]
-                      == std::clamp(start[axis], BinAlong(axis, static_cast<double>(box.low[axis])),
-                                    BinAlong(axis, static_cast<double>(box.high[axis])));
+                      == std::clamp(start[axis], grid.BinAlong(axis, static_cast<double>(box.low[axis])),
+                                    grid.BinAlong(axis, static_cast<double>(box.high[axis])));
     if (!isNearestBin) continue;
     const Class& elements = ClassOf(slot);
     const unsigned element = elements.firstElement + (slot - elements.firstSlot);
@@ -366,31 +188,35 @@ bme_NearestElement bme_ElementLocator::FindNearest(const Point& point) const {
   bme_NearestElement best{.distance = kInfinity};
   if (const bme_ElementHit hit = Find(point); shp_IsHeld(hit.location)) return {hit.element, 0, hit.iso};
   if (numElements_ == 0 || !std::isfinite(point[0] + point[1] + point[2])) return best;
-  // shells of bins about the one of the point, until the next is further away than the best element
-  const Bin start = BinOf(point);
+  SearchShells(grids_[0], point, best);
+  return best;
+}
+
+/// Shells of bins about the one nearest to the point, until the next is further away than the best element.
+void bme_ElementLocator::SearchShells(const Grid& grid, const Point& point, bme_NearestElement& best) const {
+  const Bin start = grid.BinOf(point);
   for (int shell = 0;; ++shell) {
     if (shell > 0) wip_Poll::Now(); // most points need no second
     double gap = kInfinity;
     Bin first, last;
     for (std::size_t axis = 0; axis < 3; ++axis) {
       first[axis] = std::max(start[axis] - shell, 0);
-      last[axis] = std::min(start[axis] + shell, numBins_[axis] - 1);
-      const auto planeAt = [&](int bin) { return low_[axis] + bin / binsPerLength_[axis]; };
+      last[axis] = std::min(start[axis] + shell, grid.numBins[axis] - 1);
       if (shell > 0 && start[axis] - shell >= 0)
-        gap = std::min(gap, point[axis] - planeAt(start[axis] - shell + 1));
-      if (shell > 0 && start[axis] + shell < numBins_[axis])
-        gap = std::min(gap, planeAt(start[axis] + shell) - point[axis]);
+        gap = std::min(gap, point[axis] - grid.PlaneAt(axis, start[axis] - shell + 1));
+      if (shell > 0 && start[axis] + shell < grid.numBins[axis])
+        gap = std::min(gap, grid.PlaneAt(axis, start[axis] + shell) - point[axis]);
     }
-    if (shell > 0 && (gap == kInfinity || gap > best.distance)) return best;
+    if (shell > 0 && (gap == kInfinity || gap > best.distance)) return;
     const auto isOnShell = [&](std::size_t axis, int bin) { return std::abs(bin - start[axis]) == shell; };
     for (int z = first[2]; z <= last[2]; ++z)
       for (int y = first[1]; y <= last[1]; ++y) {
         if (isOnShell(2, z) || isOnShell(1, y)) {
-          for (int x = first[0]; x <= last[0]; ++x) ImproveNearest({x, y, z}, start, point, best);
+          for (int x = first[0]; x <= last[0]; ++x) ImproveNearest(grid, {x, y, z}, start, point, best);
         } else {
-          if (start[0] - shell >= 0) ImproveNearest({start[0] - shell, y, z}, start, point, best);
-          if (shell > 0 && start[0] + shell < numBins_[0])
-            ImproveNearest({start[0] + shell, y, z}, start, point, best);
+          if (start[0] - shell >= 0) ImproveNearest(grid, {start[0] - shell, y, z}, start, point, best);
+          if (shell > 0 && start[0] + shell < grid.numBins[0])
+            ImproveNearest(grid, {start[0] + shell, y, z}, start, point, best);
         }
       }
   }

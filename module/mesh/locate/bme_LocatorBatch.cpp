@@ -153,7 +153,7 @@ bme_ElementLocator::SortByBin(std::span<const double> points) const {
   wip_RunPieces((numPoints + kPiece - 1) / kPiece, [&](std::size_t piece) {
     for (std::size_t k = piece * kPiece; k < std::min(numPoints, (piece + 1) * kPiece); ++k) {
       const Point point{points[3 * k], points[3 * k + 1], points[3 * k + 2]};
-      entries[k] = {IsOnGrid(point) ? static_cast<unsigned>(Row(BinOf(point))) : kOffGrid,
+      entries[k] = {IsOnGrid(point) ? static_cast<unsigned>(RowOf(point)) : kOffGrid,
                     static_cast<unsigned>(k)};
     }
   });

@@ -1,10 +1,13 @@
-// bme_LocatorPoint.h: a point that is looked for
+// bme_LocatorPoint.h: a point that is looked for, and boxes
 #pragma once
 
 #include <CoreGeometry/bme_ElementLocator.h>
 #include <cmath>
 
 namespace bme_LocatorPoint {
+/// Of an element that is left out.
+constexpr shp_FloatBox kEmptyBox{{1, 1, 1}, {-1, -1, -1}};
+
 /// A point widened to single precision: the test of a box against it is never wrong about a point inside.
 struct WidePoint {
   explicit WidePoint(const bme_ElementLocator::Point& point) {
