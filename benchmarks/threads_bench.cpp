@@ -11,6 +11,7 @@
 #include <CoreGeometry/bme_Measures.h>
 #include <CoreGeometry/bme_Quality.h>
 #include <atomic>
+#include <numeric>
 #include <thread>
 
 namespace {
@@ -82,6 +83,34 @@ void ExternalFaces(benchmark::State& state) {
   Run(state, mesh.ElementData().NumElements(),
       [&] { return bme_ComputeFaces(bme_FEMElemList::All(mesh))->external.Count(); });
 }
+/// Between the lower half of the elements and the upper one.
+void Interface(benchmark::State& state) {
+  const bme_Mesh& mesh = MeshOf(state.range(0));
+  const bme_FEMElemList all = bme_FEMElemList::All(mesh);
+  const auto words = all.Words();
+  const std::vector<unsigned> half(words.begin(),
+                                   words.begin() + static_cast<std::ptrdiff_t>(words.size() / 2));
+  const bme_FEMElemList lower(mesh, half);
+  Run(state, words.size(), [&] { return bme_ComputeInterface(lower, all)->Count(); });
+}
+/// Of all nodes in any order.
+void Labels(benchmark::State& state) {
+  bme_Mesh mesh = MeshOf(0);
+  std::vector<int> labels(mesh.NodeData().NumNodes());
+  std::iota(labels.begin(), labels.end(), 1);
+  if (state.range(0) == 1) // sparse
+    for (int& label : labels)
+      label = static_cast<int>(static_cast<unsigned>(label) * 2654435761U & 0x7FFFFFFFU);
+  mesh.NodeDataToModify().SetUserNodeLabels(labels.data());
+  std::ranges::shuffle(labels, std::mt19937(1));
+  std::vector<unsigned> indices(labels.size());
+  mesh.NodeData().GetMeshNodeIndices(labels, indices);
+  state.SetLabel(state.range(0) == 1 ? "sparse" : "dense");
+  Run(state, labels.size(), [&] {
+    mesh.NodeData().GetMeshNodeIndices(labels, indices);
+    return indices[9];
+  });
+}
 void MakingALocator(benchmark::State& state) {
   const bme_Mesh& mesh = MeshOf(state.range(0));
   Run(state, mesh.ElementData().NumElements(), [&] { return bme_ElementLocator(mesh).NumElements(); });
@@ -121,6 +150,8 @@ void EachType(benchmark::internal::Benchmark* bench) {
 }
 BENCHMARK(Measures)->Apply(EachType);
 BENCHMARK(ExternalFaces)->Apply(EachType);
+BENCHMARK(Interface)->Apply(EachType);
+BENCHMARK(Labels)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond)->DenseRange(0, 1);
 BENCHMARK(MakingALocator)->Apply(EachType);
 BENCHMARK(Locating)->Apply(EachType);
 BENCHMARK(Quality)->Apply(EachType);

@@ -52,7 +52,7 @@ public:
   // labels
   /// Negative labels arrive converted to unsigned.
   unsigned GetMeshElemIndexFromLabel(unsigned label) const;
-  /// indices[i] is the index of labels[i]; prefetches overlap the cache misses.
+  /// indices[i] is the index of labels[i]; prefetches overlap the cache misses, and a lent wip_Executor is used.
   void GetMeshElemIndices(std::span<const int> labels, std::span<unsigned> indices) const;
   /// Position of the first label that is not in the label map, or the length when all are. Implicit labels
   /// are not in the map: any list that is not empty then gives 0.

@@ -59,6 +59,7 @@ CORE_GEOMETRY_API std::optional<bme_FaceSets> bme_ComputeFaces(const bme_FEMElem
                                                                const bme_FaceOptions& options = {});
 
 /// Faces of solids of the first list that solids only in the second list have, too: their words in the first.
+/// Uses a lent wip_Executor; the result is the same with any number of threads.
 CORE_GEOMETRY_API std::optional<bme_FEMFaceList> bme_ComputeInterface(const bme_FEMElemList& first,
                                                                       const bme_FEMElemList& second,
                                                                       const bme_FaceOptions& options = {});

@@ -57,7 +57,7 @@ public:
   void GetUserNodeLabels(cow_List<int>& labels) const { labels = labels_.AsList(); }
   int GetMaxUserNodeLabel() const;
   virtual unsigned GetMeshNodeIndex(int label) const;
-  /// indices[i] is the index of labels[i]; prefetches overlap the cache misses.
+  /// indices[i] is the index of labels[i]; prefetches overlap the cache misses, and a lent wip_Executor is used.
   void GetMeshNodeIndices(std::span<const int> labels, std::span<unsigned> indices) const;
   /// Position of the first label that no node has, or the length when all labels are known.
   int CheckUserNodeLabels(const cow_List<int>& labels) const;

@@ -184,6 +184,11 @@ std::vector<double> RelationsOf(const bme_Mesh& mesh) {
   chk_Findings collected("mesh", findings);
   add(chk_Elements(mesh, collected));
   for (const chk_Finding& finding : findings) add(finding.what);
+  const bme_FEMElemList all = bme_FEMElemList::All(mesh);
+  std::vector<unsigned> thirds;
+  for (std::size_t k = 0; k < all.Words().size(); k += 3) thirds.push_back(all.Words()[k]);
+  const auto interface = bme_ComputeInterface(bme_FEMElemList(mesh, thirds), all); // against the others
+  for (std::size_t k = 0; k < interface->Count(); ++k) numbers.push_back((*interface)[k]);
   // more nodes than one piece of a sort or of coordinates has
   std::mt19937 random(11);
   std::vector<float> xyz(3 * 150000);
@@ -196,6 +201,12 @@ std::vector<double> RelationsOf(const bme_Mesh& mesh) {
   const gsl_BBox box = cloud.GetBBox();
   for (unsigned axis = 0; axis < 3; ++axis) add(std::array{box.Min()[axis], box.Max()[axis]});
   add(bme_FindCoincidentNodes(cloud.NodeData(), 0.001).items);
+  std::vector<int> labels(150000);
+  for (int& label : labels) label = static_cast<int>(random() % 200000);
+  std::vector<unsigned> indices(labels.size());
+  cloud.NodeDataToModify().SetUserNodeLabels(labels.data());
+  cloud.NodeData().GetMeshNodeIndices(labels, indices);
+  add(indices);
   return numbers;
 }
 

@@ -1,6 +1,7 @@
 #include <CoreGeometry/bme_ElementData.h>
 
 #include "bme_Component.h"
+#include "bme_FindLabels.h"
 
 #include <CoreGeometry/bme_FEMElemList.h>
 #include <cls_Fields.h>
@@ -164,7 +165,7 @@ unsigned bme_ElementData::GetMeshElemIndexFromLabel(unsigned label) const {
 void bme_ElementData::GetMeshElemIndices(std::span<const int> labels, std::span<unsigned> indices) const {
   const omi_LabelTable& table = Labels();
   if (!table.IsEmpty())
-    table.Find(labels, indices);
+    bme_FindLabels(table, labels, indices);
   else
     std::ranges::transform(labels, indices.begin(), [&](int label) {
       return GetMeshElemIndexFromLabel(static_cast<unsigned>(label));

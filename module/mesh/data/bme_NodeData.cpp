@@ -1,6 +1,7 @@
 #include <CoreGeometry/bme_NodeData.h>
 
 #include "bme_Component.h"
+#include "bme_FindLabels.h"
 
 #include <cls_Fields.h>
 #include <limits>
@@ -81,7 +82,7 @@ int bme_NodeData::GetMaxUserNodeLabel() const {
 unsigned bme_NodeData::GetMeshNodeIndex(int label) const { return LabelMap().Find(label); }
 
 void bme_NodeData::GetMeshNodeIndices(std::span<const int> labels, std::span<unsigned> indices) const {
-  LabelMap().Find(labels, indices);
+  bme_FindLabels(LabelMap(), labels, indices);
 }
 
 int bme_NodeData::CheckUserNodeLabels(const cow_List<int>& labels) const {

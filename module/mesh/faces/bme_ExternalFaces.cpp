@@ -30,71 +30,91 @@ std::optional<Listed> Choose(const bme_FEMElemList& elements, const bme_FaceOpti
   return listed;
 }
 
-bool HaveNodes(const std::vector<bme_SolidClass>& classes, unsigned numNodes) {
-  return std::ranges::all_of(classes, [&](const bme_SolidClass& type) {
-    return std::ranges::all_of(type.words,
-                               [&](unsigned element) { return type.HasNodes(element, numNodes); });
-  });
-}
-
-/// Visits (key, word) of the faces of some solids whose corners may all be in a group.
-template<class Visit>
-void ForEachFaceNear(const bme_SolidClass& solids, std::span<const unsigned> elements,
-                     const bme_FaceGroups& groups, const Visit& visit) {
-  bme_FaceKey key;
-  for (const unsigned element : elements) {
-    const int* row = solids.Row(element);
-    const auto isNear = [&](int corner) { return groups.IsCorner(static_cast<unsigned>(row[corner])); };
-    if (std::ranges::none_of(solids.everyFace, isNear)) continue;
-    if (std::ranges::count_if(solids.elementCorners, isNear) < 3) continue;
-    for (unsigned face = 0; face < solids.numFaces; ++face)
-      if (solids.Key(row, face, key) >= 3) visit(key, bme_FaceWord(element, face));
+/// Makes a part of each piece of some solids, on lent threads, and takes the parts in mesh order.
+template<class Make, class Take>
+void ForEachPiece(const std::vector<bme_SolidClass>& classes, bme_WorkProgress* progress, const Make& make,
+                  const Take& take) {
+  constexpr std::size_t kPiece = 32768;
+  for (const bme_SolidClass& solids : classes) {
+    const std::span<const unsigned> words = solids.words;
+    wip_MergePieces(
+        (words.size() + kPiece - 1) / kPiece,
+        [&](std::size_t piece) {
+          return make(solids, words.subspan(piece * kPiece, std::min(kPiece, words.size() - piece * kPiece)));
+        },
+        [&](const auto& part) {
+          if (progress) progress->Advance(std::min(kPiece, words.size()));
+          take(part);
+        });
   }
 }
-template<class Visit>
-void ForEachFaceNear(const std::vector<bme_SolidClass>& classes, const bme_FaceGroups& groups,
-                     const Visit& visit, bme_WorkProgress& progress) {
-  constexpr std::size_t kBetween = 4096;
-  for (const bme_SolidClass& solids : classes)
-    for (std::size_t at = 0; at < solids.words.size(); at += kBetween) {
-      const auto part = solids.words.subspan(at, std::min(kBetween, solids.words.size() - at));
-      progress.Advance(part.size());
-      ForEachFaceNear(solids, part, groups, visit);
-    }
+
+/// False after a report of the first element with a corner beyond the nodes.
+bool HaveNodes(const std::vector<bme_SolidClass>& classes, unsigned numNodes) {
+  struct Element {
+    const bme_SolidClass* type = nullptr;
+    unsigned element = 0;
+  };
+  Element wrong;
+  ForEachPiece(
+      classes, nullptr,
+      [&](const bme_SolidClass& type, std::span<const unsigned> elements) {
+        for (const unsigned element : elements)
+          for (const int corner : type.elementCorners)
+            if (static_cast<unsigned>(type.Row(element)[corner]) >= numNodes) return Element{&type, element};
+        return Element();
+      },
+      [&](const Element& first) {
+        if (!wrong.type) wrong = first;
+      });
+  return !wrong.type || wrong.type->HasNodes(wrong.element, numNodes);
+}
+
+/// Visits (key, word) of the faces of an element, without those of less than three corners.
+template<class Visit> void ForEachFace(const bme_SolidClass& solids, unsigned element, const Visit& visit) {
+  bme_FaceKey key;
+  const int* row = solids.Row(element);
+  for (unsigned face = 0; face < solids.numFaces; ++face)
+    if (solids.Key(row, face, key) >= 3) visit(key, bme_FaceWord(element, face));
 }
 
 struct Hit {
   unsigned group, word;
 };
 
+/// take(hits) for the faces of some solids that are in a group, piece by piece in mesh order.
+template<class Take>
+void FindGroups(const std::vector<bme_SolidClass>& classes, const bme_FaceGroups& groups,
+                bme_WorkProgress& progress, const Take& take) {
+  ForEachPiece(
+      classes, &progress,
+      [&](const bme_SolidClass& solids, std::span<const unsigned> elements) {
+        std::vector<Hit> hits;
+        for (const unsigned element : elements) {
+          const int* row = solids.Row(element);
+          const auto isNear = [&](int corner) { return groups.IsCorner(static_cast<unsigned>(row[corner])); };
+          if (std::ranges::none_of(solids.everyFace, isNear)) continue;
+          if (std::ranges::count_if(solids.elementCorners, isNear) < 3) continue;
+          ForEachFace(solids, element, [&](const bme_FaceKey& key, unsigned word) {
+            if (const unsigned at = groups.Find(key, word); at != bme_kNone) hits.push_back({at, word});
+          });
+        }
+        return hits;
+      },
+      take);
+}
+
 /// Every face of the list that is in a group, in mesh order; groups count their elements.
 std::vector<Hit> CountGroups(const Listed& listed, bme_FaceGroups& groups, bme_WorkProgress& progress) {
-  constexpr std::size_t kPiece = 32768;
   std::vector<Hit> hits;
-  for (const bme_SolidClass& solids : listed.solids.classes) {
-    const std::span<const unsigned> words = solids.words;
-    wip_MergePieces((words.size() + kPiece - 1) / kPiece,
-                    [&](std::size_t piece) {
-                      std::vector<Hit> own;
-                      ForEachFaceNear(
-                          solids,
-                          words.subspan(piece * kPiece, std::min(kPiece, words.size() - piece * kPiece)),
-                          groups, [&](const bme_FaceKey& key, unsigned word) {
-                            if (const unsigned at = groups.Find(key, word); at != bme_kNone)
-                              own.push_back({at, word});
-                          });
-                      return own;
-                    },
-                    [&](const std::vector<Hit>& own) {
-                      progress.Advance(std::min(kPiece, words.size()));
-                      for (const auto& [at, word] : own) {
-                        bme_FaceGroups::Group& group = groups[at];
-                        group.count += unsigned{group.lastElement != bme_ElementOf(word)};
-                        group.lastElement = bme_ElementOf(word);
-                      }
-                      hits.insert(hits.end(), own.begin(), own.end());
-                    });
-  }
+  FindGroups(listed.solids.classes, groups, progress, [&](const std::vector<Hit>& own) {
+    for (const auto& [at, word] : own) {
+      bme_FaceGroups::Group& group = groups[at];
+      group.count += unsigned{group.lastElement != bme_ElementOf(word)};
+      group.lastElement = bme_ElementOf(word);
+    }
+    hits.insert(hits.end(), own.begin(), own.end());
+  });
   return hits;
 }
 
@@ -177,38 +197,43 @@ std::optional<bme_FEMFaceList> bme_ComputeInterface(const bme_FEMElemList& first
     return std::nullopt;
   bme_WorkProgress progress(bme_COMPUTING_FACES, 2 * one->numSolids + two->numSolids);
   bme_NodeBits ofOthers(numNodes);
-  for (const bme_SolidClass& solids : two->solids.classes)
-    for (const unsigned element : solids.words)
-      for (const int corner : solids.elementCorners)
-        ofOthers.Set(static_cast<unsigned>(solids.Row(element)[corner]));
+  ForEachPiece(
+      two->solids.classes, nullptr,
+      [&](const bme_SolidClass& solids, std::span<const unsigned> elements) {
+        for (const unsigned element : elements)
+          for (const int corner : solids.elementCorners)
+            ofOthers.SetShared(static_cast<unsigned>(solids.Row(element)[corner]));
+        return 0;
+      },
+      [](int) {});
   // faces of both lists in one numbering of words, so that nodes of any of them are found
   bme_Solids both = one->solids;
   both.classes.insert(both.classes.end(), two->solids.classes.begin(), two->solids.classes.end());
   std::ranges::sort(both.classes, {}, &bme_SolidClass::firstElement);
   bme_FaceGroups groups(numNodes, both);
-  bme_FaceKey key;
-  for (const bme_SolidClass& solids : one->solids.classes)
-    for (const unsigned element : solids.words) {
-      progress.Advance(1);
-      for (unsigned face = 0; face < solids.numFaces; ++face)
-        if (solids.Key(solids.Row(element), face, key) >= 3
-            && std::ranges::all_of(key, [&](unsigned c) { return c == bme_kNone || ofOthers.Has(c); }))
-          groups.Add(key, bme_FaceWord(element, face));
-    }
-  ForEachFaceNear(
-      two->solids.classes, groups,
-      [&](const bme_FaceKey& face, unsigned word) {
-        if (const unsigned at = groups.Find(face, word); at != bme_kNone) ++groups[at].count;
+  using Face = std::pair<bme_FaceKey, unsigned>;
+  ForEachPiece(
+      one->solids.classes, &progress,
+      [&](const bme_SolidClass& solids, std::span<const unsigned> elements) {
+        std::vector<Face> faces;
+        for (const unsigned element : elements)
+          ForEachFace(solids, element, [&](const bme_FaceKey& key, unsigned word) {
+            if (std::ranges::all_of(key, [&](unsigned c) { return c == bme_kNone || ofOthers.Has(c); }))
+              faces.emplace_back(key, word);
+          });
+        return faces;
       },
-      progress);
+      [&](const std::vector<Face>& faces) {
+        for (const auto& [key, word] : faces) groups.Add(key, word);
+      });
+  FindGroups(two->solids.classes, groups, progress, [&](const std::vector<Hit>& hits) {
+    for (const Hit& hit : hits) ++groups[hit.group].count;
+  });
   std::vector<unsigned> words;
-  ForEachFaceNear(
-      one->solids.classes, groups,
-      [&](const bme_FaceKey& face, unsigned word) {
-        if (const unsigned at = groups.Find(face, word); at != bme_kNone && groups[at].count > 0)
-          words.push_back(word);
-      },
-      progress);
+  FindGroups(one->solids.classes, groups, progress, [&](const std::vector<Hit>& hits) {
+    for (const Hit& hit : hits)
+      if (groups[hit.group].count > 0) words.push_back(hit.word);
+  });
   return bme_FEMFaceList(first.Mesh(), std::move(words));
 }
 

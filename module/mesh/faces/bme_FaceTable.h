@@ -93,6 +93,11 @@ class bme_NodeBits {
 public:
   explicit bme_NodeBits(std::size_t numNodes) : bits_((numNodes + 63) / 64) {}
   void Set(unsigned node) noexcept { bits_[node / 64] |= std::uint64_t{1} << (node % 64); }
+  void SetShared(unsigned node) noexcept { ///< from several threads
+    const std::uint64_t bit = std::uint64_t{1} << (node % 64);
+    const std::atomic_ref word(bits_[node / 64]);
+    if ((word.load(std::memory_order_relaxed) & bit) == 0) word.fetch_or(bit, std::memory_order_relaxed);
+  }
   std::size_t Count() const noexcept {
     std::size_t count = 0;
     for (const std::uint64_t bits : bits_) count += static_cast<std::size_t>(std::popcount(bits));
