@@ -38,8 +38,8 @@ enum class bme_Across : int {
 /// Errors     node indices outside the mesh are ignored; nex_OutOfRangeException for an element or side that
 ///            does not exist; wip_Cancelled when the host asks to stop, and nothing has changed.
 /// Cost       each adjacency is built on first use, in time linear in its size.
-/// Threads    const queries build lazily and are not thread-safe: one thread at a time. Building across edges and
-///            faces uses a lent wip_Executor; the result is the same with any number of threads.
+/// Threads    const queries build lazily and are not thread-safe: one thread at a time. Building neighbours uses a
+///            lent wip_Executor; the result is the same with any number of threads.
 /// Lifetime   owned by a mesh, until bme_Mesh::InvalidateMeshData; a copy of the mesh builds its own.
 class CORE_GEOMETRY_API bme_FEMConnect {
 public:

@@ -173,7 +173,7 @@ std::vector<double> FacesOf(const bme_Mesh& mesh) {
 std::vector<double> RelationsOf(const bme_Mesh& mesh) {
   std::vector<double> numbers;
   const auto add = [&](const auto& values) { numbers.insert(numbers.end(), values.begin(), values.end()); };
-  for (const bme_Across across : {bme_Across::Edge, bme_Across::Face})
+  for (const bme_Across across : {bme_Across::Node, bme_Across::Edge, bme_Across::Face})
     add(bme_FEMConnect(mesh).Neighbours(across).items);
   for (const auto& pair : bme_FindDuplicates(bme_FEMElemList::All(mesh))) add(pair);
   for (const bme_OuterEdge& edge : bme_FindOutside(mesh, {}, {}, "mesh").edges) {

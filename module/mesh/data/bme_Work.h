@@ -16,6 +16,8 @@ void bme_CheckNormalAngle(double angle);
 class bme_WorkProgress {
 public:
   bme_WorkProgress(bme_Message what, std::size_t steps);
+  explicit bme_WorkProgress(std::size_t steps)
+      : steps_(std::max<std::size_t>(steps, 1)) {} ///< of work without a name
   void Advance(std::size_t steps) {
     done_ += steps;
     if (done_ >= next_) Tell();

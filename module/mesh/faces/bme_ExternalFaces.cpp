@@ -1,7 +1,7 @@
+#include "bme_CountFaces.h"
 #include "bme_Duplicates.h"
 #include "bme_MatchFaces.h"
 
-#include <BasicUtils/wip_Executor.h>
 #include <CoreGeometry/bme_ExternalFaces.h>
 
 namespace {
@@ -30,92 +30,10 @@ std::optional<Listed> Choose(const bme_FEMElemList& elements, const bme_FaceOpti
   return listed;
 }
 
-/// Makes a part of each piece of some solids, on lent threads, and takes the parts in mesh order.
-template<class Make, class Take>
-void ForEachPiece(const std::vector<bme_SolidClass>& classes, bme_WorkProgress* progress, const Make& make,
-                  const Take& take) {
-  constexpr std::size_t kPiece = 32768;
-  for (const bme_SolidClass& solids : classes) {
-    const std::span<const unsigned> words = solids.words;
-    wip_MergePieces(
-        (words.size() + kPiece - 1) / kPiece,
-        [&](std::size_t piece) {
-          return make(solids, words.subspan(piece * kPiece, std::min(kPiece, words.size() - piece * kPiece)));
-        },
-        [&](const auto& part) {
-          if (progress) progress->Advance(std::min(kPiece, words.size()));
-          take(part);
-        });
-  }
-}
-
-/// False after a report of the first element with a corner beyond the nodes.
+/// False after a report.
 bool HaveNodes(const std::vector<bme_SolidClass>& classes, unsigned numNodes) {
-  struct Element {
-    const bme_SolidClass* type = nullptr;
-    unsigned element = 0;
-  };
-  Element wrong;
-  ForEachPiece(
-      classes, nullptr,
-      [&](const bme_SolidClass& type, std::span<const unsigned> elements) {
-        for (const unsigned element : elements)
-          for (const int corner : type.elementCorners)
-            if (static_cast<unsigned>(type.Row(element)[corner]) >= numNodes) return Element{&type, element};
-        return Element();
-      },
-      [&](const Element& first) {
-        if (!wrong.type) wrong = first;
-      });
+  const bme_WrongElement wrong = bme_FindWrong(classes, numNodes);
   return !wrong.type || wrong.type->HasNodes(wrong.element, numNodes);
-}
-
-/// Visits (key, word) of the faces of an element, without those of less than three corners.
-template<class Visit> void ForEachFace(const bme_SolidClass& solids, unsigned element, const Visit& visit) {
-  bme_FaceKey key;
-  const int* row = solids.Row(element);
-  for (unsigned face = 0; face < solids.numFaces; ++face)
-    if (solids.Key(row, face, key) >= 3) visit(key, bme_FaceWord(element, face));
-}
-
-struct Hit {
-  unsigned group, word;
-};
-
-/// take(hits) for the faces of some solids that are in a group, piece by piece in mesh order.
-template<class Take>
-void FindGroups(const std::vector<bme_SolidClass>& classes, const bme_FaceGroups& groups,
-                bme_WorkProgress& progress, const Take& take) {
-  ForEachPiece(
-      classes, &progress,
-      [&](const bme_SolidClass& solids, std::span<const unsigned> elements) {
-        std::vector<Hit> hits;
-        for (const unsigned element : elements) {
-          const int* row = solids.Row(element);
-          const auto isNear = [&](int corner) { return groups.IsCorner(static_cast<unsigned>(row[corner])); };
-          if (std::ranges::none_of(solids.everyFace, isNear)) continue;
-          if (std::ranges::count_if(solids.elementCorners, isNear) < 3) continue;
-          ForEachFace(solids, element, [&](const bme_FaceKey& key, unsigned word) {
-            if (const unsigned at = groups.Find(key, word); at != bme_kNone) hits.push_back({at, word});
-          });
-        }
-        return hits;
-      },
-      take);
-}
-
-/// Every face of the list that is in a group, in mesh order; groups count their elements.
-std::vector<Hit> CountGroups(const Listed& listed, bme_FaceGroups& groups, bme_WorkProgress& progress) {
-  std::vector<Hit> hits;
-  FindGroups(listed.solids.classes, groups, progress, [&](const std::vector<Hit>& own) {
-    for (const auto& [at, word] : own) {
-      bme_FaceGroups::Group& group = groups[at];
-      group.count += unsigned{group.lastElement != bme_ElementOf(word)};
-      group.lastElement = bme_ElementOf(word);
-    }
-    hits.insert(hits.end(), own.begin(), own.end());
-  });
-  return hits;
 }
 
 void Cover(const Listed& listed, bme_FaceGroups& groups) {
@@ -135,7 +53,7 @@ std::vector<unsigned> Merge(const std::vector<unsigned>& a, const std::vector<un
 }
 
 bme_FaceSets Collect(const Listed& listed, const bme_FaceOptions& options, bme_FaceGroups& groups,
-                     const std::vector<Hit>& hits, bme_MatchedFaces& found) {
+                     const std::vector<bme_FaceHit>& hits, bme_MatchedFaces& found) {
   std::vector<unsigned> external, shared, surfaces;
   wip_Poll poll(bme_kWordsBetween);
   for (const auto& [group, word] : hits) {
@@ -182,7 +100,7 @@ std::optional<bme_FaceSets> bme_ComputeFaces(const bme_FEMElemList& elements,
     poll.Advance();
     groups.Add(key, word);
   }
-  const std::vector<Hit> hits = CountGroups(*listed, groups, progress);
+  const std::vector<bme_FaceHit> hits = bme_CountGroups(listed->solids.classes, groups, progress);
   if (options.shellsCoverSolids) Cover(*listed, groups);
   return Collect(*listed, options, groups, hits, *found);
 }
@@ -197,7 +115,7 @@ std::optional<bme_FEMFaceList> bme_ComputeInterface(const bme_FEMElemList& first
     return std::nullopt;
   bme_WorkProgress progress(bme_COMPUTING_FACES, 2 * one->numSolids + two->numSolids);
   bme_NodeBits ofOthers(numNodes);
-  ForEachPiece(
+  bme_ForEachPiece(
       two->solids.classes, nullptr,
       [&](const bme_SolidClass& solids, std::span<const unsigned> elements) {
         for (const unsigned element : elements)
@@ -212,12 +130,12 @@ std::optional<bme_FEMFaceList> bme_ComputeInterface(const bme_FEMElemList& first
   std::ranges::sort(both.classes, {}, &bme_SolidClass::firstElement);
   bme_FaceGroups groups(numNodes, both);
   using Face = std::pair<bme_FaceKey, unsigned>;
-  ForEachPiece(
+  bme_ForEachPiece(
       one->solids.classes, &progress,
       [&](const bme_SolidClass& solids, std::span<const unsigned> elements) {
         std::vector<Face> faces;
         for (const unsigned element : elements)
-          ForEachFace(solids, element, [&](const bme_FaceKey& key, unsigned word) {
+          bme_ForEachFace(solids, element, [&](const bme_FaceKey& key, unsigned word) {
             if (std::ranges::all_of(key, [&](unsigned c) { return c == bme_kNone || ofOthers.Has(c); }))
               faces.emplace_back(key, word);
           });
@@ -226,12 +144,12 @@ std::optional<bme_FEMFaceList> bme_ComputeInterface(const bme_FEMElemList& first
       [&](const std::vector<Face>& faces) {
         for (const auto& [key, word] : faces) groups.Add(key, word);
       });
-  FindGroups(two->solids.classes, groups, progress, [&](const std::vector<Hit>& hits) {
-    for (const Hit& hit : hits) ++groups[hit.group].count;
+  bme_FindGroups(two->solids.classes, groups, progress, [&](const std::vector<bme_FaceHit>& hits) {
+    for (const bme_FaceHit& hit : hits) ++groups[hit.group].count;
   });
   std::vector<unsigned> words;
-  FindGroups(one->solids.classes, groups, progress, [&](const std::vector<Hit>& hits) {
-    for (const Hit& hit : hits)
+  bme_FindGroups(one->solids.classes, groups, progress, [&](const std::vector<bme_FaceHit>& hits) {
+    for (const bme_FaceHit& hit : hits)
       if (groups[hit.group].count > 0) words.push_back(hit.word);
   });
   return bme_FEMFaceList(first.Mesh(), std::move(words));

@@ -253,6 +253,7 @@ public:
 
   void Add(const bme_FaceKey& key, unsigned word);
   bool IsEmpty() const noexcept { return groups_.empty(); }
+  std::size_t Count() const noexcept { return groups_.size(); }
   bool IsCorner(unsigned node) const noexcept { return corners_.Has(node); }
   /// Position of the group, bme_kNone when there is none.
   unsigned Find(const bme_FaceKey& key, unsigned word) const;

@@ -7,6 +7,7 @@
 #include <CoreGeometry/bme_FEMFaceList.h>
 #include <CoreGeometry/bme_Mesh.h>
 #include <cmath>
+#include <numeric>
 
 namespace {
 /// Unit normal of the corner polygon by its area vector; zero where it has none.
@@ -57,6 +58,7 @@ bme_FEMFaceList bme_GrowFaces(const bme_FEMFaceList& seeds, const bme_FEMFaceLis
     firstSlot.push_back(static_cast<unsigned>(faceOfSlot.size()));
   }
   std::vector<unsigned> next(faceOfSlot.size());
+  std::iota(next.begin(), next.end(), 0U);
   bme_LinkEqualKeys(records, nodes.NumNodes(), next);
 
   // angles that are the limit but for rounding count

@@ -19,7 +19,6 @@ bool bme_MakeKey(std::span<const int> corners, std::size_t least, unsigned numNo
 }
 
 void bme_LinkEqualKeys(std::vector<bme_KeyRecord>& records, unsigned numNodes, std::span<unsigned> next) {
-  for (std::size_t slot = 0; slot < next.size(); ++slot) next[slot] = static_cast<unsigned>(slot);
   std::vector<unsigned> end(static_cast<std::size_t>(numNodes) + 1, 0);
   constexpr std::size_t kRecords = std::size_t{1} << 18, kNodes = std::size_t{1} << 15; // between questions
   const auto forEachRecord = [&](auto use) {

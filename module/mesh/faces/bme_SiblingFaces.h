@@ -17,7 +17,7 @@ struct bme_KeyRecord {
 /// node of the mesh.
 bool bme_MakeKey(std::span<const int> corners, std::size_t least, unsigned numNodes, bme_KeyRecord& record);
 
-/// Joins the slots of equal corners to cycles in ascending order: next[slot] is the next one, or the slot
-/// itself. Records are sorted on the way: by a counting sort on the first corner, then each small group.
+/// Joins the slots of equal corners to cycles in ascending order: next[slot] is the next one. It must be the
+/// slot itself before. Records are sorted on the way: by a counting sort on the first corner, then each small group.
 /// Throws wip_Cancelled.
 void bme_LinkEqualKeys(std::vector<bme_KeyRecord>& records, unsigned numNodes, std::span<unsigned> next);

@@ -1,3 +1,4 @@
+#include "bme_LinkFaces.h"
 #include "bme_SiblingFaces.h"
 
 #include <BasicUtils/wip_Executor.h>
@@ -6,11 +7,12 @@
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
+#include <mutex>
 #include <numeric>
 #include <utility>
 
 namespace {
-constexpr std::size_t kElementsBetween = 8192; ///< questions whether to stop
+constexpr int kElementsBetween = 8192; ///< questions whether to stop
 
 /// Corners of what elements of one shape share with others, as local node numbers.
 using LocalKeys = std::vector<std::vector<int>>;
@@ -57,41 +59,69 @@ std::size_t LeastCorners(const bme_ElementClass& type, bme_Across across) {
   return across == bme_Across::Edge ? 2 : static_cast<std::size_t>(type.Shape()->NumGeomDims());
 }
 
-/// Rows that come one item after the other. They are collected in pieces: a single vector that grows would be
-/// copied as a whole, for longer than one may be deaf.
-class RowMaker {
+/// Memory that is used for one piece of work after the other.
+class Pool {
 public:
-  void Add(unsigned item) { piece_.push_back(item); }
-  void EndRow() {
-    const auto begin = piece_.begin() + static_cast<std::ptrdiff_t>(rowStart_);
-    std::sort(begin, piece_.end());
-    piece_.erase(std::unique(begin, piece_.end()), piece_.end());
-    count_ += piece_.size() - rowStart_;
-    rows_.first.push_back(static_cast<unsigned>(count_));
-    constexpr std::size_t kPiece = std::size_t{1} << 20;
-    if (piece_.size() >= kPiece) {
-      pieces_.push_back(std::exchange(piece_, {}));
-      piece_.reserve(kPiece + kPiece / 8);
-    }
-    rowStart_ = piece_.size();
+  std::vector<unsigned> Take() {
+    const std::lock_guard lock(mutex_);
+    if (free_.empty()) return {};
+    std::vector<unsigned> one = std::move(free_.back());
+    free_.pop_back();
+    return one;
   }
-  bme_Adjacency Take() {
-    pieces_.push_back(std::exchange(piece_, {}));
-    rows_.items.reserve(count_);
-    for (std::vector<unsigned>& piece : pieces_) {
-      wip_Poll::Now();
-      rows_.items.insert(rows_.items.end(), piece.begin(), piece.end());
-      piece = {};
-    }
-    return std::move(rows_);
+  void Give(std::vector<unsigned> one) {
+    const std::lock_guard lock(mutex_);
+    free_.push_back(std::move(one));
   }
 
 private:
-  bme_Adjacency rows_;
-  std::vector<std::vector<unsigned>> pieces_;
-  std::vector<unsigned> piece_;
-  std::size_t rowStart_ = 0, count_ = 0;
+  std::mutex mutex_;
+  std::vector<std::vector<unsigned>> free_;
 };
+
+/// A row for each element: what add(class, position in the class, items, memory) appends, ascending and each once. The
+/// memory is what an earlier call has left in it.
+template<class Add> bme_Adjacency MakeRows(const bme_ElementData& elements, const Add& add) {
+  struct Piece {
+    const bme_ElementClass* type;
+    int first, end;
+    bme_Adjacency rows{};
+  };
+  std::vector<Piece> pieces;
+  for (unsigned c = 0; c < elements.NumClasses(); ++c) {
+    const int count = elements.GetClass(c).NumElements();
+    for (int first = 0; first < count; first += kElementsBetween)
+      pieces.push_back({&elements.GetClass(c), first, std::min(count, first + kElementsBetween)});
+  }
+  Pool pool;
+  wip_RunPieces(pieces.size(), [&](std::size_t k) {
+    Piece& piece = pieces[k];
+    std::vector<unsigned> memory = pool.Take();
+    std::vector<unsigned>& items = piece.rows.items;
+    for (int e = piece.first; e < piece.end; ++e) {
+      const auto begin = static_cast<std::ptrdiff_t>(items.size());
+      add(*piece.type, e, items, memory);
+      std::sort(items.begin() + begin, items.end());
+      items.erase(std::unique(items.begin() + begin, items.end()), items.end());
+      piece.rows.first.push_back(static_cast<unsigned>(items.size()));
+    }
+    pool.Give(std::move(memory));
+  });
+  bme_Adjacency all;
+  std::size_t count = 0;
+  for (const Piece& piece : pieces) count += piece.rows.items.size();
+  all.items.reserve(count);
+  all.first.reserve(std::size_t{elements.NumElements()} + 1);
+  for (Piece& piece : pieces) {
+    wip_Poll::Now();
+    const unsigned before = all.first.back();
+    for (std::size_t row = 1; row < piece.rows.first.size(); ++row)
+      all.first.push_back(before + piece.rows.first[row]);
+    all.items.insert(all.items.end(), piece.rows.items.begin(), piece.rows.items.end());
+    piece.rows = {};
+  }
+  return all;
+}
 } // namespace
 
 const bme_Adjacency& bme_FEMConnect::ElementsOfNodes() const {
@@ -107,15 +137,17 @@ const bme_Adjacency& bme_FEMConnect::ElementsOfNodes() const {
       const auto rowLength = static_cast<std::size_t>(type.NumNodesPerElem());
       const std::span<const int> all = type.ElementConnectivity().Const();
       auto element = static_cast<unsigned>(type.FirstElementIndex());
-      wip_InBlocks(all.size(), kElementsBetween * rowLength, [&](std::size_t first, std::size_t end) {
-        for (std::size_t begin = first; begin < end; begin += rowLength, ++element)
-          for (const int node : all.subspan(begin, rowLength)) {
-            if (static_cast<unsigned>(node) >= numNodes || last[static_cast<std::size_t>(node)] == element)
-              continue;
-            last[static_cast<std::size_t>(node)] = element;
-            use(static_cast<std::size_t>(node), element);
-          }
-      });
+      wip_InBlocks(all.size(), std::size_t{kElementsBetween} * rowLength,
+                   [&](std::size_t first, std::size_t end) {
+                     for (std::size_t begin = first; begin < end; begin += rowLength, ++element)
+                       for (const int node : all.subspan(begin, rowLength)) {
+                         if (static_cast<unsigned>(node) >= numNodes
+                             || last[static_cast<std::size_t>(node)] == element)
+                           continue;
+                         last[static_cast<std::size_t>(node)] = element;
+                         use(static_cast<std::size_t>(node), element);
+                       }
+                   });
     }
   };
   bme_Adjacency rows;
@@ -136,28 +168,40 @@ bme_FEMConnect::Links bme_FEMConnect::MakeLinks(bme_Across across) const {
   unsigned slot = 0;
   for (unsigned c = 0; c < elements.NumClasses(); ++c) {
     links.firstSlot.push_back(slot);
+    const LocalKeys keys = KeysOf(elements.GetClass(c), across);
+    slot += static_cast<unsigned>(keys.size()) * static_cast<unsigned>(elements.GetClass(c).NumElements());
+  }
+  links.firstSlot.push_back(slot);
+  links.next.resize(slot);
+  wip_InBlocks(slot, std::size_t{1} << 20, [&](std::size_t first, std::size_t end) {
+    std::iota(links.next.begin() + static_cast<std::ptrdiff_t>(first),
+              links.next.begin() + static_cast<std::ptrdiff_t>(end), static_cast<unsigned>(first));
+  });
+  const bool areSolidsLinked =
+      across == bme_Across::Face && bme_LinkFaces(mesh_, links.firstSlot, links.next);
+  for (unsigned c = 0; c < elements.NumClasses(); ++c) {
     const bme_ElementClass& type = elements.GetClass(c);
     const LocalKeys keys = KeysOf(type, across);
-    if (keys.empty()) continue;
+    if (keys.empty() || (areSolidsLinked && type.Shape()->NumGeomDims() == 3)) continue;
+    slot = links.firstSlot[c];
     const std::size_t least = LeastCorners(type, across);
     const auto rowLength = static_cast<std::size_t>(type.NumNodesPerElem());
     const std::span<const int> all = type.ElementConnectivity().Const();
     records.reserve(records.size() + keys.size() * static_cast<std::size_t>(type.NumElements()));
     std::array<int, 4> corners;
-    wip_InBlocks(all.size(), kElementsBetween * rowLength, [&](std::size_t first, std::size_t end) {
-      for (std::size_t begin = first; begin < end; begin += rowLength)
-        for (const std::vector<int>& key : keys) {
-          for (std::size_t k = 0; k < key.size(); ++k)
-            corners[k] = all[begin + static_cast<std::size_t>(key[k])];
-          bme_KeyRecord record;
-          record.slot = slot++;
-          if (bme_MakeKey(std::span(corners).first(key.size()), least, numNodes, record))
-            records.push_back(record);
-        }
-    });
+    wip_InBlocks(all.size(), std::size_t{kElementsBetween} * rowLength,
+                 [&](std::size_t first, std::size_t end) {
+                   for (std::size_t begin = first; begin < end; begin += rowLength)
+                     for (const std::vector<int>& key : keys) {
+                       for (std::size_t k = 0; k < key.size(); ++k)
+                         corners[k] = all[begin + static_cast<std::size_t>(key[k])];
+                       bme_KeyRecord record;
+                       record.slot = slot++;
+                       if (bme_MakeKey(std::span(corners).first(key.size()), least, numNodes, record))
+                         records.push_back(record);
+                     }
+                 });
   }
-  links.firstSlot.push_back(slot);
-  links.next.resize(slot);
   bme_LinkEqualKeys(records, numNodes, links.next);
   return links;
 }
@@ -170,27 +214,17 @@ const bme_FEMConnect::Links& bme_FEMConnect::LinksOf(bme_Across across) const {
 bme_Adjacency bme_FEMConnect::MakeNodeNeighbours() const {
   const bme_ElementData& elements = mesh_.ElementData();
   const bme_Adjacency& ofNodes = ElementsOfNodes();
-  RowMaker rows;
-  std::vector<unsigned> seen(elements.NumElements(), bme_kNotFound);
-  wip_Poll poll(kElementsBetween);
-  for (unsigned c = 0; c < elements.NumClasses(); ++c) {
-    const bme_ElementClass& type = elements.GetClass(c);
-    for (int e = 0; e < type.NumElements(); ++e) {
-      const auto element = static_cast<unsigned>(type.FirstElementIndex() + e);
-      seen[element] = element;
-      poll.Advance();
-      for (const int node : type.Connectivity(e)) {
-        if (static_cast<std::size_t>(static_cast<unsigned>(node)) >= ofNodes.Count()) continue;
-        for (const unsigned other : ofNodes[static_cast<std::size_t>(node)])
-          if (seen[other] != element) {
-            seen[other] = element;
-            rows.Add(other);
-          }
-      }
-      rows.EndRow();
+  return MakeRows(elements, [&](const bme_ElementClass& type, int e, std::vector<unsigned>& items,
+                                std::vector<unsigned>& seenBy) {
+    const auto element = static_cast<unsigned>(type.FirstElementIndex() + e);
+    seenBy.resize(elements.NumElements(), bme_kNotFound);
+    seenBy[element] = element;
+    for (const int node : type.Connectivity(e)) {
+      if (static_cast<std::size_t>(static_cast<unsigned>(node)) >= ofNodes.Count()) continue;
+      for (const unsigned other : ofNodes[static_cast<std::size_t>(node)])
+        if (std::exchange(seenBy[other], element) != element) items.push_back(other);
     }
-  }
-  return rows.Take();
+  });
 }
 
 bme_Adjacency bme_FEMConnect::MakeSideNeighbours(bme_Across across) const {
@@ -206,40 +240,15 @@ bme_Adjacency bme_FEMConnect::MakeSideNeighbours(bme_Across across) const {
         elementOfSlot[begin + k] = firstElement + k / (size / count);
     });
   }
-  // pieces of elements, each with rows of its own; the slots of the elements ascend
-  bme_Adjacency rows;
-  const unsigned numElements = elements.NumElements();
-  const auto firstSlotOf = [&](std::size_t element) {
-    return static_cast<std::size_t>(std::ranges::lower_bound(elementOfSlot, static_cast<unsigned>(element))
-                                    - elementOfSlot.begin());
-  };
-  std::vector<bme_Adjacency> parts((numElements + kElementsBetween - 1) / kElementsBetween);
-  wip_RunPieces(parts.size(), [&](std::size_t piece) {
-    bme_Adjacency& part = parts[piece];
-    std::size_t slot = firstSlotOf(piece * kElementsBetween);
-    const std::size_t end = std::min<std::size_t>(numElements, (piece + 1) * kElementsBetween);
-    for (std::size_t element = piece * kElementsBetween; element < end; ++element) {
-      const auto begin = static_cast<std::ptrdiff_t>(part.items.size());
-      for (; slot < elementOfSlot.size() && elementOfSlot[slot] == element; ++slot)
-        for (unsigned other = links.next[slot]; other != slot; other = links.next[other])
-          if (elementOfSlot[other] != element) part.items.push_back(elementOfSlot[other]);
-      std::sort(part.items.begin() + begin, part.items.end());
-      part.items.erase(std::unique(part.items.begin() + begin, part.items.end()), part.items.end());
-      part.first.push_back(static_cast<unsigned>(part.items.size()));
-    }
+  return MakeRows(elements, [&](const bme_ElementClass& type, int e, std::vector<unsigned>& items, auto&) {
+    const auto c = static_cast<std::size_t>(type.ClassIndex());
+    const unsigned size = (links.firstSlot[c + 1] - links.firstSlot[c])
+                          / static_cast<unsigned>(type.NumElements()),
+                   begin = links.firstSlot[c] + static_cast<unsigned>(e) * size;
+    for (unsigned slot = begin; slot < begin + size; ++slot)
+      for (unsigned other = links.next[slot]; other != slot; other = links.next[other])
+        if (elementOfSlot[other] != elementOfSlot[slot]) items.push_back(elementOfSlot[other]);
   });
-  std::size_t count = 0;
-  for (const bme_Adjacency& part : parts) count += part.items.size();
-  rows.items.reserve(count);
-  rows.first.reserve(std::size_t{numElements} + 1);
-  for (bme_Adjacency& part : parts) {
-    wip_Poll::Now();
-    const unsigned before = rows.first.back();
-    for (std::size_t row = 1; row < part.first.size(); ++row) rows.first.push_back(before + part.first[row]);
-    rows.items.insert(rows.items.end(), part.items.begin(), part.items.end());
-    part = {};
-  }
-  return rows;
 }
 
 const bme_Adjacency& bme_FEMConnect::Neighbours(bme_Across across) const {
