@@ -8,6 +8,7 @@
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_ElementLocator.h>
 #include <CoreGeometry/bme_ExternalFaces.h>
+#include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/bme_Measures.h>
 #include <CoreGeometry/bme_Quality.h>
 #include <atomic>
@@ -93,6 +94,16 @@ void Interface(benchmark::State& state) {
   const bme_FEMElemList lower(mesh, half);
   Run(state, words.size(), [&] { return bme_ComputeInterface(lower, all)->Count(); });
 }
+void Duplicates(benchmark::State& state) {
+  const bme_Mesh& mesh = MeshOf(state.range(0));
+  Run(state, mesh.ElementData().NumElements(),
+      [&] { return bme_FindDuplicates(bme_FEMElemList::All(mesh)).size(); });
+}
+void DualGraph(benchmark::State& state) {
+  const bme_Mesh& mesh = MeshOf(state.range(0));
+  Run(state, mesh.ElementData().NumElements(),
+      [&] { return bme_FEMConnect(mesh).Neighbours(bme_Across::Face).items.size(); });
+}
 /// Of all nodes in any order.
 void Labels(benchmark::State& state) {
   bme_Mesh mesh = MeshOf(0);
@@ -151,6 +162,8 @@ void EachType(benchmark::internal::Benchmark* bench) {
 BENCHMARK(Measures)->Apply(EachType);
 BENCHMARK(ExternalFaces)->Apply(EachType);
 BENCHMARK(Interface)->Apply(EachType);
+BENCHMARK(Duplicates)->Apply(EachType);
+BENCHMARK(DualGraph)->Apply(EachType);
 BENCHMARK(Labels)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond)->DenseRange(0, 1);
 BENCHMARK(MakingALocator)->Apply(EachType);
 BENCHMARK(Locating)->Apply(EachType);

@@ -65,5 +65,5 @@ CORE_GEOMETRY_API std::optional<bme_FEMFaceList> bme_ComputeInterface(const bme_
                                                                       const bme_FaceOptions& options = {});
 
 /// Pairs of elements with the same set of nodes and the same dimension: each later element with the first
-/// one. The order of the nodes and nodes that an element has more than once do not matter.
+/// one. The order of the nodes and nodes that an element has more than once do not matter. Uses a lent wip_Executor.
 CORE_GEOMETRY_API std::vector<std::array<unsigned, 2>> bme_FindDuplicates(const bme_FEMElemList& elements);

@@ -4,6 +4,7 @@
 #include "bme_ClassWalk.h"
 #include "bme_SeenTwice.h"
 
+#include <BasicUtils/wip_Executor.h>
 #include <BasicUtils/wip_Sort.h>
 #include <CoreGeometry/bme_FEMElemList.h>
 #include <array>
@@ -24,28 +25,31 @@ inline void bme_TakeNodeSet(const bme_ElementClass& type, unsigned element, std:
 template<class Hash>
 std::vector<std::array<unsigned, 2>> bme_FindDuplicatesBy(const bme_FEMElemList& elements, Hash hash) {
   struct Candidate {
-    std::uint64_t hash;
-    unsigned element;
+    std::uint64_t hash = 0;
+    unsigned element = 0;
     auto operator<=>(const Candidate&) const = default;
   };
-  std::vector<Candidate> candidates;
-  candidates.reserve(elements.Count());
-  std::vector<int> set;
-  wip_Poll poll(8192);
+  constexpr std::size_t kPiece = 8192; // elements
+  std::vector<Candidate> candidates(elements.Count());
   bme_ForEachClassOfElements(
       elements.Mesh(), elements.Words(),
       [&](const bme_ElementClass& type, const shp_Shape*, std::span<const unsigned> words) {
-        for (const unsigned element : words) {
-          poll.Advance();
-          bme_TakeNodeSet(type, element, set);
-          candidates.push_back({hash(set), element});
-        }
+        Candidate* const own = candidates.data() + (words.data() - elements.Words().data());
+        wip_RunPieces((words.size() + kPiece - 1) / kPiece, [&](std::size_t piece) {
+          std::vector<int> nodeSet;
+          for (std::size_t k = piece * kPiece; k < std::min(words.size(), (piece + 1) * kPiece); ++k) {
+            bme_TakeNodeSet(type, words[k], nodeSet);
+            own[k] = {hash(nodeSet), words[k]};
+          }
+        });
       });
   bme_SeenTwice seen(candidates.size());
   for (const Candidate& candidate : candidates) seen.Add(candidate.hash);
   std::erase_if(candidates, [&](const Candidate& candidate) { return !seen.MayBe(candidate.hash); });
   wip_Sort(candidates, std::less());
   std::vector<std::array<unsigned, 2>> pairs;
+  std::vector<int> set;
+  wip_Poll poll(kPiece);
   for (auto group = candidates.begin(); group != candidates.end();) {
     poll.Advance();
     const auto end =
