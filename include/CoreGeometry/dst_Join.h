@@ -3,6 +3,7 @@
 
 #include <CoreGeometry/dst_SplitFolder.h>
 #include <CoreGeometry/rgnC_SetData.h>
+#include <span>
 
 /// A set with the root of its contents.
 struct dst_JoinedSet {
@@ -29,3 +30,6 @@ CORE_GEOMETRY_DISTRIBUTED_API cow_String dst_FindSet(const dst_SplitFolder& spli
 /// Cost       memory for what is joined and the entries of all sets; parts that have nothing of the set are hardly read.
 CORE_GEOMETRY_DISTRIBUTED_API bme_Mesh dst_JoinSet(const dst_SplitFolder& split, const cow_String& root,
                                                    const cow_String& file);
+/// The same of several sets together.
+CORE_GEOMETRY_DISTRIBUTED_API bme_Mesh dst_JoinSet(const dst_SplitFolder& split,
+                                                   std::span<const cow_String> roots, const cow_String& file);

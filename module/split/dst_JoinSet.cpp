@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <bit>
 #include <numeric>
+#include <optional>
 
 namespace {
 /// What is known of the whole without its nodes and elements, which nobody asks for.
@@ -63,26 +64,18 @@ private:
 
 class SetJoiner {
 public:
-  SetJoiner(const dst_SplitFolder& split, const cow_String& root) : split_(split), root_(root) {}
+  SetJoiner(const dst_SplitFolder& split, std::span<const cow_String> roots) : split_(split), roots_(roots) {}
 
   void Add(unsigned number) {
     const cls_Database model = split_.OpenPartFile(number);
-    const auto set = model.Get<rgnC_SetData>(root_);
-    bool isEmpty = true;
-    for (int i = 0; i < set->NumSubset(); ++i) isEmpty &= set->SubSet(i).IdArray().empty();
-    if (isEmpty && number > 0) return; // the mesh is not even read
-    const dst_OpenPart open = split_.OpenPart(number);
-    if (number == 0) shell_ = dst_ShellOf(*open.mesh);
-    for (int i = 0; i < set->NumSubset(); ++i) {
-      const bool isOfNodes = dst_SetFacts::IsOfNodes(set->SubSet(i));
-      for (const int id : set->SubSet(i).IdArray()) {
-        if (static_cast<unsigned>(id) >= (isOfNodes ? open.part->NumNodes() : open.part->NumElements()))
-          throw nex_TextException(model.File() + ": the set \"" + root_ + "\" has entry " + std::to_string(id)
-                                  + ", which the part does not have");
-        if (isOfNodes)
-          AddNode(open, static_cast<unsigned>(id));
-        else
-          AddElement(open, static_cast<unsigned>(id));
+    std::optional<dst_OpenPart> open; // only when it has something: else the mesh is not even read
+    if (number == 0) shell_ = dst_ShellOf(*open.emplace(split_.OpenPart(number)).mesh);
+    for (const cow_String& root : roots_) {
+      const auto set = model.Get<rgnC_SetData>(root);
+      for (int i = 0; i < set->NumSubset(); ++i) {
+        if (set->SubSet(i).IdArray().empty()) continue;
+        if (!open) open = split_.OpenPart(number);
+        AddSubset(*open, root, set->SubSet(i));
       }
     }
   }
@@ -91,6 +84,19 @@ public:
   const bme_Mesh& Shell() const noexcept { return shell_; }
 
 private:
+  void AddSubset(const dst_OpenPart& open, const cow_String& root, const rgnC_SubsetData& subset) {
+    const bool isOfNodes = dst_SetFacts::IsOfNodes(subset);
+    for (const int id : subset.IdArray()) {
+      if (static_cast<unsigned>(id) >= (isOfNodes ? open.part->NumNodes() : open.part->NumElements()))
+        throw nex_TextException(open.model.File() + ": the set \"" + root + "\" has entry "
+                                + std::to_string(id) + ", which the part does not have");
+      if (isOfNodes)
+        AddNode(open, static_cast<unsigned>(id));
+      else
+        AddElement(open, static_cast<unsigned>(id));
+    }
+  }
+
   void AddNode(const dst_OpenPart& open, unsigned node) {
     const std::span<const float> xyz =
         open.mesh->NodeData().Coordinates().Const().subspan(std::size_t{3} * node, 3);
@@ -113,7 +119,7 @@ private:
   }
 
   const dst_SplitFolder& split_;
-  cow_String root_;
+  std::span<const cow_String> roots_;
   bme_Mesh shell_;
   Records elements_, nodes_;
 };
@@ -159,7 +165,12 @@ cow_String dst_FindSet(const dst_SplitFolder& split, const cow_String& name) {
 }
 
 bme_Mesh dst_JoinSet(const dst_SplitFolder& split, const cow_String& root, const cow_String& file) {
-  SetJoiner joiner(split, root);
+  return dst_JoinSet(split, std::span(&root, 1), file);
+}
+
+bme_Mesh dst_JoinSet(const dst_SplitFolder& split, std::span<const cow_String> roots,
+                     const cow_String& file) {
+  SetJoiner joiner(split, roots);
   for (unsigned part = 0; part < split.NumParts(); ++part) {
     thr_ThreadSingleton<wip_WIP>::Instance().CheckCancelled();
     joiner.Add(part);

@@ -4,6 +4,9 @@
 #include "cli_Model.h"
 
 #include <CoreGeometry/bme_StoredSets.h>
+#include <algorithm>
+#include <filesystem>
+#include <unistd.h>
 
 void spl_AddOptions(cli_Command command, spl_Arguments& arguments) {
   command.AddOption("SPLIT", arguments.folder, "Folder of a split model").Required().TypeName("FOLDER");
@@ -32,6 +35,13 @@ spl_Split::spl_Split(const spl_Arguments& arguments, dst_Exchange& exchange)
         sets_.push_back({region, contents.GetSetData().Path()});
   });
   exchange.Agree();
+}
+
+cow_String spl_Split::ContentsOf(const bme_NamedSet& set) const {
+  const cow_String region = cow_String(bme_kRegionFolder) + Index().MeshName() + "/" + set.Root();
+  const auto stored = std::ranges::find_if(
+      sets_, [&](const Set& one) { return one.region == region || one.region == set.Root(); });
+  return stored == sets_.end() ? set.Root() : stored->contents;
 }
 
 std::vector<cli_Json> spl_Gather(dst_Exchange& exchange, const std::function<cli_Json(unsigned part)>& tell) {
@@ -75,6 +85,29 @@ spl_ElementOfPart::spl_ElementOfPart(const dst_OpenPart& part, unsigned element)
 std::int64_t spl_NodeLabel(const dst_Mesh& mesh, const dst_OpenPart& part, unsigned node) {
   return mesh.Index().HasNodeLabels() ? std::int64_t{part.mesh->NodeData().UserNodeLabels().Const()[node]}
                                       : static_cast<std::int64_t>(part.part->NodeNumber(node));
+}
+
+spl_TemporaryModel::spl_TemporaryModel(std::string folder)
+    : folder_(std::move(folder)),
+      file_((std::filesystem::temp_directory_path() / ("split_joined_" + std::to_string(getpid()) + ".cgdb"))
+                .string()) {
+  std::filesystem::remove(file_);
+}
+
+spl_TemporaryModel::~spl_TemporaryModel() {
+  std::error_code ignored;
+  std::filesystem::remove(file_, ignored);
+}
+
+void spl_TemporaryModel::Run(const std::function<void()>& work) const {
+  try {
+    work();
+  } catch (const nex_TextException& failure) {
+    cow_String text = failure.Message();
+    for (std::size_t at = 0; (at = text.find(file_, at)) != cow_String::npos; at += folder_.size())
+      text.replace(at, file_.size(), folder_);
+    throw nex_TextException(text);
+  }
 }
 
 std::string spl_FileOf(const std::string& name, unsigned part, unsigned numParts) {

@@ -4,6 +4,7 @@
 #include "cli_Command.h"
 #include "cli_Json.h"
 
+#include <CoreGeometry/bme_NamedSet.h>
 #include <CoreGeometry/bme_Placement.h>
 #include <CoreGeometry/dst_Labels.h>
 #include <CoreGeometry/dst_Model.h>
@@ -36,6 +37,9 @@ public:
     return sets_;
   } ///< sets and surfaces of the mesh, by region
 
+  /// Root of the contents of a set of the mesh, as it stands in a part.
+  cow_String ContentsOf(const bme_NamedSet& set) const;
+
 private:
   dst_Model model_;
   dst_Mesh mesh_;
@@ -58,6 +62,21 @@ struct spl_ElementOfPart {
 };
 /// The label that a node of a part has in the whole mesh; its number there when that has none.
 std::int64_t spl_NodeLabel(const dst_Mesh& mesh, const dst_OpenPart& part, unsigned node);
+
+/// A model file in the folder for temporary files, which is removed again.
+class spl_TemporaryModel {
+public:
+  explicit spl_TemporaryModel(std::string folder); ///< of the split, which errors name instead
+  ~spl_TemporaryModel();
+  spl_TemporaryModel(const spl_TemporaryModel&) = delete;
+  spl_TemporaryModel& operator=(const spl_TemporaryModel&) = delete;
+
+  const std::string& File() const noexcept { return file_; }
+  void Run(const std::function<void()>& work) const;
+
+private:
+  std::string folder_, file_;
+};
 
 /// "skin.exo.64.07": the name, the number of parts, and the part with as many digits.
 std::string spl_FileOf(const std::string& name, unsigned part, unsigned numParts);

@@ -1,14 +1,14 @@
 // export of a split model: Exodus II or VTU files, one for each part
 #include "cli_Console.h"
+#include "cli_Export.h"
 #include "cli_Ledger.h"
-#include "cli_Model.h"
-#include "cli_Output.h"
 #include "spl_Commands.h"
 #include "spl_Split.h"
 #include "spl_Vtu.h"
 
 #include <CoreGeometry/bme_Pyramids.h>
 #include <CoreGeometry/dst_CommonFaces.h>
+#include <CoreGeometry/dst_Join.h>
 #include <CoreGeometry/exo_Export.h>
 #include <CoreGeometry/odiC_Run.h>
 #include <CoreGeometry/vtu_Write.h>
@@ -21,9 +21,11 @@ namespace {
 namespace fs = std::filesystem;
 
 struct Arguments : spl_Arguments {
-  cli_OutputArguments output;
+  cli_ExportArguments to;
+  bool oneFile = false;
 };
 
+/// Of files for each part.
 const std::vector<cli_FileFormat>& Formats() {
   static const std::vector<cli_FileFormat> all = {{"exodus", {".exo", ".e", ".g"}}, {"vtu", {".pvtu"}}};
   return all;
@@ -63,11 +65,7 @@ int DimensionsOf(const spl_Split& split) {
 /// Entries of the subsets of a set in the whole.
 std::vector<std::uint64_t> SizesOf(const spl_Split& split, const bme_NamedSet& set) {
   const dst_Index& index = split.Index();
-  const cow_String region = cow_String(bme_kRegionFolder) + index.MeshName() + "/" + set.Root();
-  const auto stored = std::ranges::find_if(split.Sets(), [&](const spl_Split::Set& one) {
-    return one.region == region || one.region == set.Root();
-  });
-  const cow_String root = stored == split.Sets().end() ? set.Root() : stored->contents;
+  const cow_String root = split.ContentsOf(set);
   std::vector<std::uint64_t> sizes;
   for (unsigned i = 0; i < index.NumSets(); ++i)
     if (index.SetRoot(i) == root)
@@ -143,8 +141,8 @@ std::vector<cli_Json> WriteExodus(const Arguments& arguments, const spl_Split& s
       part.classSizes.push_back(mesh.Index().Class(i).NumElements());
     const std::vector<bme_NamedSet> sets = bme_SetsOfMesh(open.model, split.Folder().MeshRoot());
     for (const bme_NamedSet& set : sets) part.setSizes.push_back(SizesOf(split, set));
-    uti_OutputFile file(spl_FileOf(arguments.output.file, number, mesh.NumParts()),
-                        {.force = arguments.output.force});
+    uti_OutputFile file(spl_FileOf(arguments.to.output.file, number, mesh.NumParts()),
+                        {.force = arguments.to.output.force});
     return LedgerOf(exo_WritePart(file, *open.mesh, sets, part));
   });
 }
@@ -153,28 +151,66 @@ std::vector<cli_Json> WriteVtu(const Arguments& arguments, const spl_Split& spli
   const dst_Mesh& mesh = split.Mesh();
   std::vector<cli_Json> ledgers = spl_Gather(split.Exchange(), [&](unsigned number) {
     const dst_OpenPart& open = mesh.Part(number);
-    uti_OutputFile file(spl_VtuFileOf(arguments.output.file, number, mesh.NumParts()),
-                        {.force = arguments.output.force});
+    uti_OutputFile file(spl_VtuFileOf(arguments.to.output.file, number, mesh.NumParts()),
+                        {.force = arguments.to.output.force});
     return LedgerOf(vtu_WriteMesh(file, *open.mesh, bme_SetsOfMesh(open.model, split.Folder().MeshRoot())));
   });
   split.Exchange().OnFirstRank(
-      [&] { spl_WritePvtu(arguments.output.file, mesh.NumParts(), arguments.output.force); });
+      [&] { spl_WritePvtu(arguments.to.output.file, mesh.NumParts(), arguments.to.output.force); });
   split.Exchange().Agree();
   return ledgers;
 }
 
+/// The formats of whole meshes are written from the whole mesh, by one process.
+void OneFile(const Arguments& arguments, const spl_Split& split) {
+  split.Exchange().OnFirstRank([&] {
+    uti_OutputFile output =
+        cli_OpenOutput(arguments.to.output, cli_ExportFormats(), {split.Folder().IndexFile()});
+    const spl_TemporaryModel joined(arguments.folder);
+    joined.Run([&] {
+      cli_Console console;
+      console.Begin("joining " + arguments.folder);
+      dst_Join(split.Folder(), joined.File());
+      cli_ExportArguments to = arguments.to;
+      to.file = arguments.folder;
+      to.json = arguments.json;
+      cli_ExportMesh(to, output, cls_Database::Open(joined.File()), split.Folder().MeshRoot(), console);
+    });
+  });
+  split.Exchange().Agree();
+}
+
+/// True for VTU files. A format without a form for parts is wrong usage, which names the remedy.
+bool IsVtu(const cli_OutputArguments& output) {
+  const std::string remedy =
+      ": a file for each part is Exodus II (.exo, .e, .g), or VTU with the list .pvtu; "
+      "--one-file writes the other formats";
+  if (uti_OutputFile::IsStandardOutput(output.file)) throw cli_UsageError("-o -" + remedy);
+  if (!output.format.empty() && !std::ranges::count(Formats(), output.format, &cli_FileFormat::name))
+    throw cli_UsageError("--format " + output.format + remedy);
+  if (output.format.empty() && std::ranges::none_of(Formats(), [&](const cli_FileFormat& format) {
+        return uti_OutputFile::HasSuffix(output.file, format.suffixes);
+      }))
+    throw cli_UsageError(output.file + remedy);
+  return cli_ChooseFormat(output, Formats()) == 1;
+}
+
 void Run(const Arguments& arguments, dst_Exchange& exchange) {
-  const bool isVtu = cli_ChooseFormat(arguments.output, Formats()) == 1;
+  if (arguments.oneFile) {
+    cli_ChooseFormat(arguments.to.output, cli_ExportFormats());
+    return OneFile(arguments, spl_Split(arguments, exchange));
+  }
+  const bool isVtu = IsVtu(arguments.to.output);
   const spl_Split split(arguments, exchange);
   const unsigned numParts = split.Index().NumParts();
-  const std::string& name = arguments.output.file;
+  const std::string& name = arguments.to.output.file;
   const auto fileOf = [&](unsigned part) {
     return isVtu ? spl_VtuFileOf(name, part, numParts) : spl_FileOf(name, part, numParts);
   };
   exchange.ForEachPart([&](unsigned part) { // before any work
-    const uti_OutputFile mayBe(fileOf(part), {.force = arguments.output.force});
+    const uti_OutputFile mayBe(fileOf(part), {.force = arguments.to.output.force});
     if (!isVtu || part > 0) return;
-    const uti_OutputFile listMayBe(name, {.force = arguments.output.force});
+    const uti_OutputFile listMayBe(name, {.force = arguments.to.output.force});
   });
   exchange.Agree();
   fmt_Ledger ledger = Sum(isVtu ? WriteVtu(arguments, split) : WriteExodus(arguments, split));
@@ -206,14 +242,19 @@ void spl_AddExport(cli_Command& program, dst_Exchange& exchange) {
   auto arguments = std::make_shared<Arguments>();
   spl_AddOptions(command, *arguments);
   cli_AddOutputOptions(
-      command, arguments->output, Formats(),
+      command, arguments->to.output, cli_ExportFormats(),
       "Files to write: NAME.exo becomes NAME.exo.64.00 and so on, NAME.pvtu lists NAME_00.vtu and so on");
+  const cli_Option oneFile = command.AddFlag("--one-file", arguments->oneFile,
+                                             "Write one file, in any format: that of the whole model");
+  for (cli_Option option : arguments->to.AddTo(command)) option.Needs(oneFile);
   command.Footer(
       "Each Exodus II file has all blocks and sets, numbers in the whole as id maps, user labels as maps of\n"
-      "the name user_label, and communication maps.\n"
+      "the name user_label, and communication maps. For --one-file one process joins the whole mesh, in a\n"
+      "model among the temporary files (TMPDIR), and within the limits of one model.\n"
       "\n"
       "Examples:\n"
       "  coregeometry export wing.split -o wing.exo\n"
-      "  coregeometry export wing.split -o wing.pvtu");
+      "  coregeometry export wing.split -o wing.pvtu\n"
+      "  coregeometry export wing.split -o wing.msh --one-file");
   command.OnRun([arguments, &exchange] { Run(*arguments, exchange); });
 }

@@ -1,6 +1,5 @@
 // locate in a split model: the elements that hold points
-#include "cli_Model.h"
-#include "cli_Points.h"
+#include "cli_Answers.h"
 #include "spl_Commands.h"
 #include "spl_Split.h"
 
@@ -11,6 +10,7 @@
 namespace {
 struct Arguments : spl_Arguments {
   cli_PointArguments points;
+  std::optional<int> element; ///< label of the only one that is asked
 };
 
 /// What is told about the elements at places.
@@ -91,9 +91,26 @@ std::vector<double> PointsOf(const cli_PointArguments& arguments, dst_Exchange& 
   return points;
 }
 
+/// The first rank, which prints, reads the only element that is asked.
+void AskOne(const Arguments& arguments, const spl_Split& split, std::span<const double> placed) {
+  const dst_Place place = dst_FindElements(split.Mesh(), std::span(&*arguments.element, 1))[0];
+  split.Exchange().OnFirstRank([&] {
+    const cow_String root = split.Folder().MeshRoot();
+    if (!place.IsFound()) cli_RefuseElement(arguments.folder + ", " + root, *arguments.element);
+    cli_Alone alone = cli_ReadAlone(split.Folder().OpenPartFile(place.part), root, place.index);
+    alone.index = place.number;
+    cli_PointReport report(arguments.folder, root, cli_NumNotFinite(alone.mesh),
+                           cli_NumWithoutShape(alone.mesh), arguments.json);
+    cli_Answers(alone).ForEach(placed, [&](const cli_PointAnswer& answer) { report.Add(answer); });
+    report.End();
+  });
+  split.Exchange().Agree();
+}
+
 void Run(const Arguments& arguments, dst_Exchange& exchange) {
   const std::vector<double> placed = PointsOf(arguments.points, exchange);
   const spl_Split split(arguments, exchange);
+  if (arguments.element) return AskOne(arguments, split, placed);
   std::vector<double> local = placed;
   if (!split.Placement().IsNone()) split.Placement().ToLocal().Transform(local);
   std::array<std::int64_t, 2> leftOut{};
@@ -115,6 +132,7 @@ void spl_AddLocate(cli_Command& program, dst_Exchange& exchange) {
   auto arguments = std::make_shared<Arguments>();
   spl_AddOptions(command, *arguments);
   arguments->points.AddTo(command);
+  cli_AddAloneOption(command, arguments->element);
   command.Footer("Only parts with boxes at the points are opened for them.\n"
                  "\n"
                  "Example:\n"

@@ -5,17 +5,27 @@
 #include "spl_Commands.h"
 #include "spl_Split.h"
 
+#include <CoreGeometry/bme_StoredSets.h>
 #include <CoreGeometry/dst_Extract.h>
 #include <CoreGeometry/dst_Faces.h>
+#include <CoreGeometry/dst_Join.h>
 #include <CoreGeometry/shp_Shape.h>
+#include <CoreUtils/atr_Near.h>
 #include <algorithm>
 #include <memory>
 
 namespace {
 struct Arguments : spl_Arguments {
-  std::string output;
-  bool force = false, oneFile = false;
-  uti_OutputFile File(const std::string& name) const { return uti_OutputFile(name, {.force = force}); }
+  cli_OutputArguments output;
+  std::vector<std::string> sets;
+  bool oneFile = false, edges = false;
+  uti_OutputFile OneFile() const { return cli_OpenOutput(output, cli_SkinFormats(), {}); }
+  std::string FileOf(unsigned part, unsigned numParts) const {
+    return spl_FileOf(output.file, part, numParts);
+  }
+  uti_OutputFile PartFile(unsigned part, unsigned numParts) const {
+    return uti_OutputFile(FileOf(part, numParts), {.force = output.force});
+  }
 };
 
 /// External faces, and those that more than two solids have.
@@ -45,9 +55,27 @@ bme_FEMElemList Outer(const bme_Mesh& mesh, const dst_FaceWords& faces) {
   return {mesh, std::move(chosen)};
 }
 
+cli_Json FactsOf(const exo_SkinSummary& made) {
+  cli_Json facts = {made.nodes, made.faces, made.shells, made.edges, cli_Json::array()};
+  for (const fmt_LedgerEntry& entry : made.ledger)
+    facts[4].push_back({entry.what, entry.count, entry.detail});
+  return facts;
+}
+
+exo_SkinSummary SummaryOf(const cli_Json& facts) {
+  const auto count = [&](int i) { return facts[static_cast<std::size_t>(i)].get<long long>(); };
+  exo_SkinSummary summary{count(0), count(1), count(2), count(3), {}};
+  for (const cli_Json& entry : facts[4])
+    summary.ledger.push_back(
+        {entry[0].get<std::string>(), entry[1].get<long long>(), entry[2].get<std::string>()});
+  return summary;
+}
+
 /// The outside as one file, with what one process writes of the whole mesh.
-exo_SkinSummary WriteOne(const Arguments& arguments, const dst_Mesh& mesh, const dst_FaceSets& faces) {
+exo_SkinSummary WriteOne(const Arguments& arguments, const spl_Split& split) {
+  const dst_Mesh& mesh = split.Mesh();
   dst_Exchange& exchange = mesh.Exchange();
+  const dst_FaceSets faces = dst_ComputeFaces(mesh, {.exclude = bme_EXCLUDE_UNSUPPORTED});
   const std::optional<dst_Extract> outer = dst_ExtractElements(
       mesh,
       dst_Elements([&](const dst_OpenPart& part) { return Outer(*part.mesh, faces[part.part->Number()]); }));
@@ -59,27 +87,59 @@ exo_SkinSummary WriteOne(const Arguments& arguments, const dst_Mesh& mesh, const
     exchange.SendRecords(number, 0, own);
   });
   exchange.Deliver();
-  const std::vector<cli_Json> told = spl_Gather(exchange, [&](unsigned number) -> cli_Json {
+  return SummaryOf(spl_Gather(exchange, [&](unsigned number) -> cli_Json {
     if (number > 0) return nullptr;
     std::vector<unsigned> words;
     for (const Face& face : exchange.ReceivedRecords<Face>(0))
       words.push_back(bme_FaceWord(outer->FindElement(face.element), face.face));
-    uti_OutputFile file = arguments.File(arguments.output);
-    const exo_SkinSummary made = exo_WriteSkin(
+    uti_OutputFile file = arguments.OneFile();
+    return FactsOf(exo_WriteSkin(
         file, outer->mesh,
         bme_OutsideOf(bme_FEMFaceList(outer->mesh, std::move(words)), bme_FEMElemList::All(outer->mesh)),
-        false);
-    cli_Json facts = {made.nodes, made.faces, made.shells, cli_Json::array()};
-    for (const fmt_LedgerEntry& entry : made.ledger)
-      facts[3].push_back({entry.what, entry.count, entry.detail});
-    return facts;
+        arguments.edges));
+  })[0]);
+}
+
+/// The outside of sets needs no more than their elements, which one process puts together.
+cli_Json WriteSets(const Arguments& arguments, const spl_Split& split) {
+  const cow_String& root = split.Folder().MeshRoot();
+  const cow_String place = arguments.folder + ", " + root;
+  const std::vector<bme_NamedSet> ofPart = bme_SetsOfMesh(split.Folder().OpenPartFile(0), root);
+  std::vector<cow_String> contents;
+  std::vector<cow_String> names;
+  for (const bme_NamedSet& set : ofPart) names.push_back(set.name);
+  for (const std::string& name : arguments.sets) {
+    const bme_NamedSet* set = bme_FindSet(ofPart, name, place);
+    if (!set) throw nex_TextException(place + ": no set \"" + name + '"' + atr_Alternatives(name, names));
+    if (set->kind == rgnC_NODE_SET)
+      throw nex_TextException("\"" + name + "\" is a set of nodes, which have no outside");
+    contents.push_back(split.ContentsOf(*set));
+  }
+  const spl_TemporaryModel joined(arguments.folder);
+  cli_Json facts;
+  joined.Run([&] {
+    const bme_Mesh mesh = dst_JoinSet(split.Folder(), contents, joined.File());
+    const std::vector<bme_NamedSet> sets = bme_SetsOfMesh(cls_Database::Open(joined.File()), root);
+    uti_OutputFile file = arguments.OneFile();
+    facts = FactsOf(
+        exo_WriteSkin(file, mesh, bme_FindOutside(mesh, sets, arguments.sets, place), arguments.edges));
   });
-  exo_SkinSummary summary{
-      told[0][0].get<long long>(), told[0][1].get<long long>(), told[0][2].get<long long>(), 0, {}};
-  for (const cli_Json& entry : told[0][3])
-    summary.ledger.push_back(
-        {entry[0].get<std::string>(), entry[1].get<long long>(), entry[2].get<std::string>()});
-  return summary;
+  return facts;
+}
+
+void OneFile(const Arguments& arguments, const spl_Split& split) {
+  exo_SkinSummary summary;
+  std::string name;
+  split.Exchange().OnFirstRank([&] { name = arguments.OneFile().Name(); }); // before any work
+  split.Exchange().Agree();
+  if (arguments.sets.empty())
+    summary = WriteOne(arguments, split);
+  else {
+    split.Exchange().OnFirstRank([&] { summary = SummaryOf(WriteSets(arguments, split)); });
+    split.Exchange().Agree();
+  }
+  cli_ReportSkin({{"file", arguments.folder}, {"mesh", split.Folder().MeshRoot()}, {"output", name}}, summary,
+                 arguments.edges, arguments.json);
 }
 
 /// Counts, and writes a file for each part.
@@ -92,47 +152,43 @@ void EachPart(const Arguments& arguments, const spl_Split& split, const dst_Face
     counts[0] += static_cast<std::int64_t>(own.external.size());
     counts[1] += static_cast<std::int64_t>(own.shared.size());
     counts[2] += static_cast<std::int64_t>(own.collapsed.size());
-    if (arguments.output.empty()) return;
+    if (arguments.output.file.empty()) return;
     const bme_Mesh& local = *mesh.Part(part).mesh;
-    uti_OutputFile file = arguments.File(spl_FileOf(arguments.output, part, mesh.NumParts()));
+    uti_OutputFile file = arguments.PartFile(part, mesh.NumParts());
     const bme_Outside outside = bme_OutsideOf(OuterFaces(local, own), bme_FEMElemList::All(local));
     counts[3] += exo_WriteSkin(file, local, outside, false).shells;
   });
   exchange.Sum(counts);
-  const std::string first = spl_FileOf(arguments.output, 0, mesh.NumParts());
+  const std::string first = arguments.FileOf(0, mesh.NumParts());
   if (arguments.json) {
     cli_Json json = {{"file", arguments.folder},
                      {"mesh", split.Folder().MeshRoot()},
                      {"external", counts[0]},
                      {"shared", counts[1]},
                      {"collapsed", counts[2]}};
-    if (!arguments.output.empty())
+    if (!arguments.output.file.empty())
       json.update({{"output", first}, {"files", mesh.NumParts()}, {"shells", counts[3]}});
     return cli_PrintJson(json);
   }
   cli_Out() << arguments.folder << ", " << split.Folder().MeshRoot() << ": " << counts[0]
             << " external faces, " << counts[1] << " of more than two solids, " << counts[2]
             << " collapsed\n";
-  if (!arguments.output.empty())
+  if (!arguments.output.file.empty())
     cli_Report() << counts[3] << " shells are written to " << mesh.NumParts() << " files " << first
                  << ", ...\n";
 }
 
 void Run(const Arguments& arguments, dst_Exchange& exchange) {
+  if (!arguments.output.file.empty()) cli_ChooseFormat(arguments.output, cli_SkinFormats());
+  if (!arguments.oneFile && uti_OutputFile::IsStandardOutput(arguments.output.file))
+    throw cli_UsageError("-o -: the standard output takes one file, with --one-file");
   const spl_Split split(arguments, exchange);
-  const dst_Mesh& mesh = split.Mesh();
+  if (arguments.oneFile) return OneFile(arguments, split);
   exchange.ForEachPart([&](unsigned part) { // before any work
-    if (arguments.oneFile ? part == 0 : !arguments.output.empty())
-      arguments.File(arguments.oneFile ? arguments.output
-                                       : spl_FileOf(arguments.output, part, mesh.NumParts()));
+    if (!arguments.output.file.empty()) arguments.PartFile(part, split.Mesh().NumParts());
   });
   exchange.Agree();
-  const dst_FaceSets faces = dst_ComputeFaces(mesh, {.exclude = bme_EXCLUDE_UNSUPPORTED});
-  if (!arguments.oneFile) return EachPart(arguments, split, faces);
-  const exo_SkinSummary summary = WriteOne(arguments, mesh, faces);
-  cli_ReportSkin(
-      {{"file", arguments.folder}, {"mesh", split.Folder().MeshRoot()}, {"output", arguments.output}},
-      summary, false, arguments.json);
+  EachPart(arguments, split, dst_ComputeFaces(split.Mesh(), {.exclude = bme_EXCLUDE_UNSUPPORTED}));
 }
 } // namespace
 
@@ -141,13 +197,17 @@ void spl_AddSkin(cli_Command& program, dst_Exchange& exchange) {
       program.AddCommand("skin", "Count the outer faces of a split mesh, or write them as shells");
   auto arguments = std::make_shared<Arguments>();
   spl_AddOptions(command, *arguments);
-  const cli_Option output = command.AddOption("-o,--output", arguments->output,
-                                              "Exodus II files to write, one a part: NAME.64.07 and so on");
-  cli_Option(output).TypeName("NAME");
-  command.AddFlag("--one-file", arguments->oneFile, "Write one file: that of the whole model").Needs(output);
-  command.AddFlag("--force", arguments->force, "Replace files that are there");
+  cli_AddOutputOptions(command, arguments->output, cli_SkinFormats(),
+                       "Exodus II files to write, one a part: NAME.64.07 and so on");
+  const cli_Option output = command.Option("-o").Required(false);
+  const cli_Option oneFile =
+      command.AddFlag("--one-file", arguments->oneFile, "Write one file: that of the whole model")
+          .Needs(output);
+  for (cli_Option option : cli_AddSkinOptions(command, arguments->sets, arguments->edges))
+    option.Needs(oneFile);
   command.Footer("Each part writes the faces of its own elements. A part without outer faces writes a file "
                  "without shells.\n"
+                 "With --sets the elements of the sets are put together in one process.\n"
                  "\n"
                  "Example:\n"
                  "  coregeometry skin wing.split -o wing-skin.exo --one-file");

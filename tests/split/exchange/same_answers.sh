@@ -30,6 +30,7 @@ mpirun=("$@")
 same 1 measure MODEL --by class --density 7.8 --thickness 0.1 # some elements have no section
 same 1 measure MODEL --by set --density 7.8 --thickness 0.1
 same 0 locate MODEL 0.2,0.3,0.4 --points points.txt
+same 0 locate MODEL 0.2,0.3,0.4 0,0,0 --element 31
 same 0 query MODEL --node -50,10,40,217 --element 1,6,31
 same 1 query MODEL --node 3 --element 2
 same 0 sets MODEL
@@ -41,6 +42,15 @@ for way in "$serial" "${mpirun[*]} -n 4 $mpi"; do
   diff whole.json split.json
   cmp whole.exo one.exo
 done
+"$serial" skin mixed.cgdb -o whole.exo --force --edges --sets skin,elements >/dev/null
+"$serial" export mixed.cgdb -o whole.stl >/dev/null
+"$@" -n 4 "$mpi" skin mixed.split -o one.exo --one-file --force --edges --sets skin,elements >/dev/null
+"$@" -n 4 "$mpi" export mixed.split -o one.stl --one-file >/dev/null
+cmp whole.exo one.exo
+cmp whole.stl one.stl
+"$@" -n 12 "$mpi" skin mixed.split -o edges.exo --one-file --edges >/dev/null
+"$serial" skin mixed.cgdb -o edges.cgdb.exo --edges >/dev/null
+cmp edges.exo edges.cgdb.exo
 faces=$(sed -n 's/.*"faces": \([0-9]*\).*/\1/p' whole.json)
 "$@" -n 4 "$mpi" skin mixed.split -o skin.exo --json >split.json
 external=$(sed -n 's/.*"external": \([0-9]*\).*/\1/p' split.json) shared=$(sed -n 's/.*"shared": \([0-9]*\).*/\1/p' split.json)
@@ -78,8 +88,7 @@ refused() { # TEXT COMMAND...
   "$@" >/dev/null 2>usage.err || code=$?
   [[ $code == 2 ]] && grep -q -e "$text" usage.err || { echo "$*: $code"; cat usage.err; exit 1; }
 }
-refused '--csys' "$serial" measure mixed.split --csys a
-refused '--edges' "$mpi" skin mixed.split -o x.exo --edges
+refused '--one-file' "$mpi" skin mixed.split -o x.exo --edges
 refused 'works on one model' "$serial" quality mixed.split
 refused '--as-cells' "$serial" export mixed.split -o x.exo --as-cells
 refused '.msh' "$mpi" export mixed.split -o x.msh

@@ -1,6 +1,7 @@
 #include "cli_Datums.h"
 
 #include <BasicUtils/cls_ReadView.h>
+#include <CoreGeometry/bme_Measures.h>
 #include <CoreGeometry/dtu_6dofNodeDatumCsys.h>
 #include <CoreGeometry/dtu_DatumAxis.h>
 #include <CoreGeometry/dtu_DatumPlane.h>
@@ -28,7 +29,8 @@ cow_String cli_DatumRoot(const cow_String& meshRoot) {
   return bme_kDatumFolder + WithoutFolder(meshRoot, bme_kMeshFolder);
 }
 
-std::vector<cli_Datum> cli_Datums(const cls_Database& model, const cow_String& meshRoot) {
+std::vector<cli_Datum> cli_Datums(const cls_Database& model, const cow_String& meshRoot,
+                                  const cls_Database* meshes) {
   const cls_ReadView view(model);
   std::vector<cli_Datum> datums;
   for (const cow_String& root :
@@ -42,12 +44,26 @@ std::vector<cli_Datum> cli_Datums(const cls_Database& model, const cow_String& m
     if (!meshRoot.empty() && root != cli_DatumRoot(meshRoot)) continue;
     dtu_DatumContainer container = *model.Get<dtu_DatumContainer>(root);
     const bme_Placement placement =
-        cli_PlacementOf(model, bme_kMeshFolder + WithoutFolder(root, bme_kDatumFolder));
+        cli_PlacementOf(meshes ? *meshes : model, bme_kMeshFolder + WithoutFolder(root, bme_kDatumFolder));
     if (!placement.IsNone()) container.TransformData(placement.ToPlaced());
     for (const auto& [id, datum] : container)
       datums.push_back({root, container.NameOf(id), id, datum.Holder()});
   }
   return datums;
+}
+
+void cli_AddFrameOption(cli_Command command, std::string& csys) {
+  command.AddOption("--csys", csys, "Datum in whose origin and axes centres and inertia are given");
+}
+
+gsl_Matrix cli_FrameOf(const cls_Database& model, const std::vector<cli_Datum>& datums,
+                       const cow_String& name, const cow_String& file) {
+  gsl_Matrix frame;
+  if (name.empty()) return frame;
+  const cli_Datum& chosen = cli_ChooseDatum(model, datums, name, "datum");
+  const auto* csys = dynamic_cast<const dtu_DatumCsys*>(&*chosen.datum);
+  if (csys && bme_GetFrame(*csys, frame)) return frame;
+  throw nex_TextException(file + ", " + chosen.Path() + ": has no axes to measure in");
 }
 
 const cli_Datum& cli_ChooseDatum(const cls_Database& model, const std::vector<cli_Datum>& datums,

@@ -15,10 +15,17 @@ struct cli_Datum {
 };
 
 /// Every datum of the model in placed space, by root and identifier; with a mesh, those of its container and those that are
-/// roots of their own.
-std::vector<cli_Datum> cli_Datums(const cls_Database& model, const cow_String& meshRoot = {});
+/// roots of their own. `meshes` is the model that has the meshes, when that is another one.
+std::vector<cli_Datum> cli_Datums(const cls_Database& model, const cow_String& meshRoot = {},
+                                  const cls_Database* meshes = nullptr);
 
 cow_String cli_DatumRoot(const cow_String& meshRoot); ///< of the container of that mesh: "datums/<mesh>"
+
+void cli_AddFrameOption(cli_Command command, std::string& csys); ///< --csys, of what is measured
+/// The axes of the datum that the user calls `name`, or none when that is empty: the rigid transform from them to placed
+/// space. Throws nex_TextException naming `file` and a datum without axes.
+gsl_Matrix cli_FrameOf(const cls_Database& model, const std::vector<cli_Datum>& datums,
+                       const cow_String& name, const cow_String& file);
 
 /// Of these datums the one that the user calls `name`: its name, or its path with or without "datums/". Throws
 /// nex_TextException naming the file and those that there are; `what` is what they are, as "datum".

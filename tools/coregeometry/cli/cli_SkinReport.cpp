@@ -3,6 +3,7 @@
 #include "cli_Console.h"
 #include "cli_Ledger.h"
 #include "cli_Model.h"
+#include "cli_Words.h"
 
 void cli_ReportSkin(cli_Json facts, const exo_SkinSummary& summary, bool hasEdges, bool isJson) {
   if (isJson) {
@@ -21,4 +22,14 @@ void cli_ReportSkin(cli_Json facts, const exo_SkinSummary& summary, bool hasEdge
   cli_Report() << '\n';
   cli_PrintLedger(summary.ledger, "Every face was carried over whole.",
                   "Not carried over, since an Exodus II file has no place for it:");
+}
+
+const std::vector<cli_FileFormat>& cli_SkinFormats() {
+  static const std::vector<cli_FileFormat> all = {{"exodus", {".exo", ".e", ".g"}}};
+  return all;
+}
+
+std::vector<cli_Option> cli_AddSkinOptions(cli_Command command, std::vector<std::string>& sets, bool& edges) {
+  return {cli_AddNames(command, "--sets", sets, "The outside of these sets, and these surfaces, alone"),
+          command.AddFlag("--edges", edges, "Write feature edges as beams, too")};
 }

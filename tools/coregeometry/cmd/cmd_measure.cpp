@@ -53,16 +53,6 @@ std::vector<Group> GroupsOf(const Arguments& arguments, const cls_Database& mode
   return groups;
 }
 
-gsl_Matrix FrameOf(const Arguments& arguments, const cls_Database& model, const cow_String& root) {
-  gsl_Matrix frame;
-  if (arguments.csys.empty()) return frame;
-  const std::vector<cli_Datum> datums = cli_Datums(model, root);
-  const cli_Datum& chosen = cli_ChooseDatum(model, datums, arguments.csys, "datum");
-  const auto* csys = dynamic_cast<const dtu_DatumCsys*>(&*chosen.datum);
-  if (csys && bme_GetFrame(*csys, frame)) return frame;
-  throw nex_TextException(arguments.file + ", " + chosen.Path() + ": has no axes to measure in");
-}
-
 void Run(const Arguments& arguments) {
   cli_Console console;
   console.Begin("reading " + arguments.file);
@@ -70,7 +60,9 @@ void Run(const Arguments& arguments) {
   const cow_String root = cli_ChooseMesh(model, arguments.name);
   const cow_CountedHld<bme_Mesh> mesh = model.Get<bme_Mesh>(root);
   const bme_MeasureOptions options = arguments.values.For(mesh->ElementData());
-  gsl_Matrix frame = FrameOf(arguments, model, root);
+  gsl_Matrix frame =
+      cli_FrameOf(model, arguments.csys.empty() ? std::vector<cli_Datum>() : cli_Datums(model, root),
+                  arguments.csys, arguments.file);
   frame.Concatenate(bme_Placement(*mesh).ToLocal());
   const std::vector<Group> groups = GroupsOf(arguments, model, root, *mesh);
   console.End();
@@ -89,8 +81,7 @@ void cli_AddMeasure(cli_Command& program) {
   command.AddOption("--by", arguments->by, "Also measure each element class or each set by itself")
       .OneOf({"class", "set"});
   arguments->values.AddTo(command);
-  command.AddOption("--csys", arguments->csys,
-                    "Datum in whose origin and axes centres and inertia are given");
+  cli_AddFrameOption(command, arguments->csys);
   command.Footer(
       "Measures are of the curved elements. The volume is that of the body: solids, axisymmetric elements\n"
       "in a full turn, shells and plane elements with a thickness, lines with a section area. What is not\n"

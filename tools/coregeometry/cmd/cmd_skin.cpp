@@ -15,14 +15,9 @@ struct Arguments {
   bool json = false, edges = false;
 };
 
-const std::vector<cli_FileFormat>& Formats() {
-  static const std::vector<cli_FileFormat> all = {{"exodus", {".exo", ".e", ".g"}}};
-  return all;
-}
-
 void Run(const Arguments& arguments) {
   cli_Console console;
-  uti_OutputFile output = cli_OpenOutput(arguments.output, Formats(), {arguments.file});
+  uti_OutputFile output = cli_OpenOutput(arguments.output, cli_SkinFormats(), {arguments.file});
   console.Begin("reading " + arguments.file);
   const cls_Database model = cli_OpenModel(arguments.file);
   const cow_String root = cli_ChooseMesh(model, arguments.name);
@@ -42,9 +37,8 @@ void cli_AddSkin(cli_Command& program) {
   cli_Command command = program.AddCommand("skin", "Write the outside of a mesh as shells (Exodus II)");
   auto arguments = std::make_shared<Arguments>();
   cli_AddModelOptions(command, arguments->file, arguments->name, arguments->json);
-  cli_AddOutputOptions(command, arguments->output, Formats(), "File to write, .exo (.e, .g)");
-  cli_AddNames(command, "--sets", arguments->sets, "The outside of these sets, and these surfaces, alone");
-  command.AddFlag("--edges", arguments->edges, "Write feature edges as beams, too");
+  cli_AddOutputOptions(command, arguments->output, cli_SkinFormats(), "File to write, .exo (.e, .g)");
+  cli_AddSkinOptions(command, arguments->sets, arguments->edges);
   command.Footer(
       "Shells and faces of solids that no other solid has; a block for each number of nodes in each element\n"
       "class or set. Nodes keep their labels. Two element maps, source_element and source_face, tell the\n"
