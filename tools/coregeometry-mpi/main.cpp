@@ -43,14 +43,12 @@ int Run(int argc, char** argv, dst_Exchange& exchange) {
   const std::unique_ptr<wip_Executor> executor = cli_MakeExecutor(numThreads);
   const wip_ExecutorScope lent(executor.get());
   for (const spl_Command& command : spl_kCommands) command.add(program, exchange);
-  cli_AddCheck(program);
   cli_AddJoin(program);
   const std::vector<std::string> words = cli_JoinTriples(app, std::span(argv, argv + argc).subspan(1));
   wantsJson = std::ranges::find(words, "--json") != words.end();
   try {
     cli_CheckCommandName(app, words);
-    const std::string command = cli_CommandOf(app, words).get_name();
-    if (!exchange.IsFirstRank() && (command == "check" || command == "join"))
+    if (!exchange.IsFirstRank() && cli_CommandOf(app, words).get_name() == "join")
       return cli_OK; // one rank does all
     app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
   } catch (const CLI::Success& request) {

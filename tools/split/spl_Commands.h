@@ -6,6 +6,7 @@
 class dst_Exchange;
 
 // Each adds one sub-command; its work runs while the command line is parsed, on all ranks of the exchange.
+void spl_AddCheck(cli_Command& program, dst_Exchange& exchange);
 void spl_AddExport(cli_Command& program, dst_Exchange& exchange);
 void spl_AddInfo(cli_Command& program, dst_Exchange& exchange);
 void spl_AddLocate(cli_Command& program, dst_Exchange& exchange);
@@ -21,4 +22,4 @@ struct spl_Command {
 inline constexpr spl_Command spl_kCommands[] = {{"info", &spl_AddInfo},       {"query", &spl_AddQuery},
                                                 {"sets", &spl_AddSets},       {"locate", &spl_AddLocate},
                                                 {"measure", &spl_AddMeasure}, {"skin", &spl_AddSkin},
-                                                {"export", &spl_AddExport}};
+                                                {"export", &spl_AddExport},   {"check", &spl_AddCheck}};

@@ -1,15 +1,48 @@
-// Writes the mixed mesh with its sets as a model, mixed.cgdb, and split at random into parts, mixed.split.
+// Writes the mixed mesh with its sets as a model, mixed.cgdb, and split at random into parts, mixed.split, of which one may
+// get a fault that its own checksums do not show.
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_StoredSets.h>
 #include <CoreGeometry/dst_Library.h>
+#include <CoreGeometry/dst_SplitFolder.h>
 #include <CoreGeometry/dst_WriteSplit.h>
 #include <cstdlib>
 #include <iostream>
 #include <split/MixedMesh.h>
 
+namespace {
+/// One coordinate of a shared node, or the row of the other holders of the first one, is changed.
+void Damage(const dst_SplitFolder& split, unsigned number, const cow_String& what) {
+  dst_OpenPart open = split.OpenPart(number, cls_Database::Mode::ReadWrite);
+  const dst_Part& part = *open.part;
+  cls_WritePass pass(open.model);
+  if (what == "coordinate") {
+    bme_Mesh changed = *open.mesh;
+    changed.NodeDataToModify().CoordinatesToModify()[std::size_t{3} * part.SharedNodes()[1]] += 1e-5F;
+    pass.Put(split.MeshRoot(), changed);
+  } else {
+    dst_Part::Arrays arrays{.nodeNumbers = cow_ArrayCOW<unsigned>(part.NodeNumbers()),
+                            .elementNumbers = cow_ArrayCOW<unsigned>(part.ElementNumbers()),
+                            .sharedNodes = cow_ArrayCOW<unsigned>(part.SharedNodes()),
+                            .holderStarts = {},
+                            .holders = {}};
+    arrays.holderStarts.Append(0U);
+    for (unsigned i = 0; i < part.NumShared(); ++i) {
+      if (i == 0) // another part
+        arrays.holders.Append(part.OtherHolders(0)[0] == 0 ? 1U : 0U);
+      else
+        arrays.holders.Append(part.OtherHolders(i));
+      arrays.holderStarts.Append(static_cast<unsigned>(arrays.holders.Size()));
+    }
+    const dst_Part changed(part.Identity(), number, part.NumParts(), arrays);
+    pass.Put(dst_kPartRoot, changed);
+  }
+  pass.Commit();
+}
+} // namespace
+
 int main(int argc, char** argv) {
-  if (argc < 3) return 2; // a folder, the number of parts, and another seed
+  if (argc < 3) return 2; // a folder, the number of parts, another seed, and a fault of part 5
   const DDB_CoreGeometry library;
   const dst_Library distributed;
   const cow_String folder = argv[1];
@@ -24,4 +57,5 @@ int main(int argc, char** argv) {
   dst_WriteSplit(*dst_MeshSource("Mixed", mesh, MixedSets()),
                  RandomParts(mesh.ElementData().NumElements(), numParts, seed), numParts,
                  folder + "/mixed.split");
+  if (argc > 4) Damage(dst_SplitFolder(folder + "/mixed.split"), 5, argv[4]);
 }

@@ -103,13 +103,19 @@ ends() { # TEXT COMMAND...
     { echo "$*: ended with $code"; cat fault.err; exit 1; }
 }
 commands=(measure "skin -o faults.exo" "locate 0.5,0.5,0.5" "query --node 10")
+checked() { # NAME: four ranks find in part 5, in time, what one process finds
+  "$serial" check mixed.split --json >check.json && { echo "check finds nothing: $1"; exit 1; }
+  grep -q '00005.cgdb' check.json || { echo "check does not name the part: $1"; cat check.json; exit 1; }
+  local code=0
+  timeout 10 "${mpirun[@]}" -n 4 "$mpi" check mixed.split --json >split.json 2>/dev/null || code=$?
+  [[ $code == 1 ]] && diff check.json split.json || { echo "four ranks find something else: $1, $code"; exit 1; }
+}
 fault() { # NAME TEXT: what was done to part 5, and what is said
   for command in "${commands[@]}"; do
     read -ra words <<<"$command"
     ends "part 5: .*$2" "${words[0]}" mixed.split "${words[@]:1}"
   done
-  "$serial" check mixed.split >check.txt && { echo "check finds nothing: $1"; exit 1; }
-  grep -q '00005.cgdb' check.txt || { echo "check does not name the part: $1"; cat check.txt; exit 1; }
+  checked "$1"
   cp kept.cgdb $part
 }
 part=mixed.split/parts/00005.cgdb
@@ -124,6 +130,23 @@ fault swapped 'part 6'
 "$make" other 9 7
 cp other/mixed.split/parts/00005.cgdb $part
 fault 'of another split' 'another split'
+# what only check sees, and no command waits for
+for what in coordinate holders; do
+  rm -r other/*
+  "$make" other 9 1 $what
+  cp other/mixed.split/parts/00005.cgdb $part
+  checked $what
+  grep -q "node [0-9]* \(has other coordinates in\|is held by the parts\).*part 5" check.json || { echo "not told: $what"; exit 1; }
+  [[ $what == holders ]] || continue
+  for command in "${commands[@]}"; do
+    read -ra words <<<"$command"
+    code=0
+    rm -f faults.exo*
+    timeout 10 "${mpirun[@]}" -n 4 "$mpi" "${words[0]}" mixed.split "${words[@]:1}" >/dev/null 2>fault.err || code=$?
+    [[ $code -le 1 && $(grep -c '^coregeometry' fault.err) == "$code" ]] || { echo "$what, $command: $code"; cat fault.err; exit 1; }
+  done
+done
+cp kept.cgdb $part
 rm -r mixed.split/index.cgdb
 for command in info join "${commands[@]}"; do
   read -ra words <<<"$command"

@@ -4,7 +4,6 @@
 #include "cli_Console.h"
 #include "spl_Commands.h"
 
-#include <CoreGeometry/dst_Check.h>
 #include <CoreGeometry/dst_Library.h>
 #include <CoreGeometry/dst_SerialExchange.h>
 #include <CoreGeometry/dst_SplitFolder.h>
@@ -15,21 +14,8 @@ std::shared_ptr<const dst_Library> cli_StartSplits() { return std::make_shared<c
 
 bool cli_IsSplit(const std::string& folder) { return dst_SplitFolder::IsOne(folder); }
 
-std::vector<chk_Finding> cli_CheckSplit(const std::string& folder) {
-  const auto library = cli_StartSplits();
-  std::vector<chk_Finding> findings;
-  for (dst_Finding& finding : dst_Check(folder)) {
-    // the part that it is about stands before the root
-    if (!finding.file.empty() && finding.root != finding.file)
-      finding.root = finding.file + (finding.root.empty() ? "" : ": ") + finding.root;
-    findings.push_back(std::move(finding));
-  }
-  return findings;
-}
-
 namespace {
-constexpr const char* kOwnForm[] = {"split", "join",
-                                    "check"}; ///< commands that look at their folder themselves
+constexpr const char* kOwnForm[] = {"split", "join"}; ///< commands that look at their folder themselves
 
 /// The exchange of one process, and what it works on.
 struct Session {

@@ -1,7 +1,6 @@
 // cli_Split.h: split folders as arguments of commands on models
 #pragma once
 
-#include <CoreGeometry/chk_Findings.h>
 #include <memory>
 #include <span>
 #include <string>
@@ -13,8 +12,6 @@ class dst_Library;
 /// True for a folder that holds a split model, finished or not; false for anything else, and in a program that is
 /// built without split models.
 bool cli_IsSplit(const std::string& folder);
-/// Everything that is wrong with its files and across them.
-std::vector<chk_Finding> cli_CheckSplit(const std::string& folder);
 /// Replaces a command on models by its form on split models, when one of its words names such a folder; what is returned
 /// lives as long as the command, null without one. Throws cli_UsageError for a command that has no such form.
 std::shared_ptr<void> cli_TakeSplit(cli_Command& program, const std::string& command,

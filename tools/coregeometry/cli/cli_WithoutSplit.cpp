@@ -2,7 +2,6 @@
 #include "cli_Split.h"
 
 bool cli_IsSplit(const std::string& /*folder*/) { return false; }
-std::vector<chk_Finding> cli_CheckSplit(const std::string& /*folder*/) { return {}; }
 std::shared_ptr<void> cli_TakeSplit(cli_Command& /*program*/, const std::string& /*command*/,
                                     std::span<const std::string> /*words*/) {
   return nullptr;

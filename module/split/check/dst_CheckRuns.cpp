@@ -1,6 +1,5 @@
 #include "dst_CheckRuns.h"
 
-#include "dst_Buckets.h"
 #include "dst_Runs.h"
 
 #include <BasicUtils/thr_ThreadSingleton.h>
@@ -8,18 +7,20 @@
 #include <BasicUtils/wip_WIP.h>
 #include <algorithm>
 #include <array>
+#include <optional>
 
 namespace {
-constexpr std::size_t kWords = 5; // node, variable, part, hash
+/// A hash of all values of a variable at a shared node.
+struct Record {
+  unsigned node, variable, part;
+  std::array<unsigned, 2> hash;
+  auto operator<=>(const Record&) const = default;
+};
 
 class Checker {
 public:
-  using Add = std::function<void(unsigned part, const cow_String& what)>;
-
-  Checker(const dst_SplitFolder& split, const cow_String& file, std::size_t memory, const Add& add)
-      : split_(split), index_(split.OpenIndexFile()), add_(add),
-        nodesPerRange_(std::max<std::size_t>(1024, memory / 256)),
-        records_(file, (split.Index().NumNodes() + nodesPerRange_) / nodesPerRange_, memory / 2) {
+  Checker(const dst_SplitFolder& split, const dst_Referees& referees, const dst_AddToRuns& add)
+      : split_(split), index_(split.OpenIndexFile()), add_(add), referees_(referees) {
     for (const cow_String& root : index_.RootsOf({odiC_Results::TypeId()})) {
       runs_.push_back(odiC_Run::Open(index_, root));
       firstVariables_.push_back(static_cast<unsigned>(names_.size()));
@@ -29,21 +30,32 @@ public:
     }
   }
 
-  void Run() {
-    if (runs_.empty()) return;
-    for (unsigned part = 0; part < split_.NumParts(); ++part) {
-      thr_ThreadSingleton<wip_WIP>::Instance().CheckCancelled();
-      const cls_Database model = split_.OpenPartFile(part);
-      const auto facts = model.Get<dst_Part>(dst_kPartRoot);
-      for (std::size_t run = 0; run < runs_.size(); ++run) try {
-          CheckRun(model, *facts, run);
-        } catch (const cls_BusyException&) {
-          throw;
-        } catch (const nex_Exception& failure) {
-          add_(part, failure.Message());
-        }
+  bool IsEmpty() const noexcept { return runs_.empty(); }
+
+  void CheckPart(unsigned part, dst_Exchange& exchange) {
+    thr_ThreadSingleton<wip_WIP>::Instance().CheckCancelled();
+    const cls_Database model = split_.OpenPartFile(part);
+    const auto facts = model.Get<dst_Part>(dst_kPartRoot);
+    records_.assign(split_.NumParts(), {});
+    for (std::size_t run = 0; run < runs_.size(); ++run) try {
+        CheckRun(model, *facts, run);
+      } catch (const cls_BusyException&) {
+        throw;
+      } catch (const nex_Exception& failure) {
+        add_(part, part, false, failure.Message());
+      }
+    for (unsigned to = 0; to < records_.size(); ++to) exchange.SendRecords(part, to, records_[to]);
+  }
+
+  void Compare(unsigned referee, std::vector<Record> records) const {
+    std::ranges::sort(records);
+    for (std::size_t i = 1; i < records.size(); ++i) {
+      const Record &one = records[i - 1], &other = records[i];
+      if (one.node == other.node && one.variable == other.variable && one.hash != other.hash)
+        add_(referee, other.part, true,
+             "node " + std::to_string(one.node) + " has other values of " + names_[one.variable] + " in part "
+                 + std::to_string(one.part) + " than in part " + std::to_string(other.part));
     }
-    for (std::size_t range = 0; range < records_.Size(); ++range) Compare(records_.Take(range));
   }
 
 private:
@@ -69,10 +81,11 @@ private:
       for (unsigned shared = 0; shared < hashes.size(); ++shared) {
         if (hashes[shared] == 0) continue; // it has no values
         const unsigned node = part.NodeNumbers()[part.SharedNodes()[shared]];
-        records_.Add(node / nodesPerRange_,
-                     std::array<unsigned, kWords>{node, firstVariables_[number] + v, part.Number(),
-                                                  static_cast<unsigned>(hashes[shared] >> 32),
-                                                  static_cast<unsigned>(hashes[shared])});
+        records_[referees_.Of(node)].push_back(
+            {node,
+             firstVariables_[number] + v,
+             part.Number(),
+             {static_cast<unsigned>(hashes[shared] >> 32), static_cast<unsigned>(hashes[shared])}});
       }
     }
   }
@@ -132,31 +145,25 @@ private:
     return uti_Fingerprint(std::as_bytes(std::span(words)))[0] | 1;
   }
 
-  void Compare(const std::vector<unsigned>& words) const {
-    std::vector<std::array<unsigned, kWords>> records(words.size() / kWords);
-    for (std::size_t i = 0; i < words.size(); ++i) records[i / kWords][i % kWords] = words[i];
-    std::ranges::sort(records);
-    for (std::size_t i = 1; i < records.size(); ++i) {
-      const auto &one = records[i - 1], &other = records[i];
-      if (one[0] == other[0] && one[1] == other[1] && (one[3] != other[3] || one[4] != other[4]))
-        add_(other[2], "node " + std::to_string(one[0]) + " has other values of " + names_[one[1]]
-                           + " in part " + std::to_string(one[2]) + " than in part "
-                           + std::to_string(other[2]));
-    }
-  }
-
   const dst_SplitFolder& split_;
   cls_Database index_;
-  const Add& add_;
-  std::size_t nodesPerRange_;
-  dst_Buckets records_;
-  std::vector<odiC_Run> runs_; ///< of the whole, in the index
+  const dst_AddToRuns& add_;
+  dst_Referees referees_;
+  std::vector<std::vector<Record>> records_; ///< of the part at hand, to each referee
+  std::vector<odiC_Run> runs_;               ///< of the whole, in the index
   std::vector<unsigned> firstVariables_;
   std::vector<cow_String> names_; ///< of the variables of all runs
 };
 } // namespace
 
-void dst_CheckRuns(const dst_SplitFolder& split, const cow_String& file, std::size_t memory,
-                   const std::function<void(unsigned part, const cow_String& what)>& add) {
-  Checker(split, file, memory, add).Run();
+void dst_CheckRuns(const dst_SplitFolder& split, dst_Exchange& exchange, const dst_Referees& referees,
+                   const dst_AddToRuns& add) {
+  std::optional<Checker> checker;
+  exchange.OnEachRank([&] { checker.emplace(split, referees, add); });
+  exchange.Agree();
+  if (checker->IsEmpty()) return;
+  exchange.ForEachPart([&](unsigned part) { checker->CheckPart(part, exchange); });
+  exchange.Deliver();
+  exchange.ForEachPart(
+      [&](unsigned referee) { checker->Compare(referee, exchange.ReceivedRecords<Record>(referee)); });
 }
