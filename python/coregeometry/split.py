@@ -12,7 +12,7 @@ from __future__ import annotations
 
 import os
 from collections.abc import Iterator
-from typing import Literal, NamedTuple
+from typing import Any, Literal, NamedTuple
 
 import numpy as np
 import numpy.typing as npt
@@ -111,11 +111,14 @@ class Part(NamedTuple):
 class SplitModel:
     """A folder with a split model; a sequence of its parts, each read when it is asked for and not kept.
 
-    Questions about the whole read one part after the other. OSError and `Error` name the file.
+    Questions about the whole read one part after the other. OSError and `Error` name the file. With a communicator of
+    mpi4py every rank has some of the parts: all ranks ask the same questions with the same arguments, and have the same
+    answers, but for those that say otherwise; what a part runs into is raised on all of them.
     """
 
-    def __init__(self, folder: Path) -> None:
-        self._split = _core.Split(os.fspath(folder))
+    def __init__(self, folder: Path, comm: Any = None) -> None:
+        self._comm = comm
+        self._split = _core.Split(os.fspath(folder), comm)
         self.folder = self._split.folder
         self.mesh_name = self._split.mesh_name
         self.num_nodes = self._split.num_nodes
@@ -131,7 +134,13 @@ class SplitModel:
         return Part(*self._split.open_part(self._number(part)))
 
     def __iter__(self) -> Iterator[Part]:
-        return (self[part] for part in range(len(self)))
+        """With a communicator over `my_parts`."""
+        return (self[part] for part in self.my_parts)
+
+    @property
+    def my_parts(self) -> range:
+        """Numbers of the parts of this rank; all of them without a communicator."""
+        return range(*self._split.my_parts)
 
     def facts(self, part: int) -> PartFacts:
         """Sizes and neighbours of a part, which is not opened."""
@@ -168,7 +177,7 @@ class SplitModel:
         return self._split.box()
 
     def external_faces(self) -> Faces:
-        """Faces of the whole, by kind; elements of types without a shape have none."""
+        """Faces of the whole, by kind; elements of types without a shape have none. On each rank those of its parts."""
         return Faces(*self._split.faces())
 
     def locate(self, points: npt.ArrayLike) -> Hits:
@@ -194,16 +203,17 @@ class SplitModel:
         return self._split.coincident_nodes(tolerance)
 
     def join(self, file: Path) -> Model:
-        """Writes the model that was split as a new file and opens it. FileExistsError."""
+        """Writes the model that was split as a new file and opens it; the first rank writes. FileExistsError."""
         name = os.fspath(file)
-        if os.path.exists(name):
+        exists = os.path.exists(name)
+        if self._comm.bcast(exists, root=0) if self._comm is not None else exists:
             raise FileExistsError(f"{name} exists already")
         self._split.join(name)
         return open_model(name)
 
     def check(self) -> list[Finding]:
         """`check` of the folder."""
-        return check(self.folder)
+        return check(self.folder, self._comm)
 
 
 def split(
@@ -243,11 +253,14 @@ def split_mesh(mesh: _core.Mesh, folder: Path, parts: npt.ArrayLike, *, name: st
     return SplitModel(folder)
 
 
-def open(folder: Path) -> SplitModel:  # as coregeometry.open
-    """Opens the folder of a split model."""
-    return SplitModel(folder)
+def open(folder: Path, comm: Any = None) -> SplitModel:  # as coregeometry.open
+    """Opens the folder of a split model, on all ranks of an mpi4py communicator if one is given.
+
+    Of the communicator its methods ``Get_rank``, ``Get_size``, ``alltoall``, ``allgather`` and ``bcast`` are used.
+    """
+    return SplitModel(folder, comm)
 
 
-def check(folder: Path) -> list[Finding]:
-    """Everything that is wrong with the files of a split model, and across them."""
-    return [Finding(*one) for one in _core.check_split(os.fspath(folder))]
+def check(folder: Path, comm: Any = None) -> list[Finding]:
+    """Everything that is wrong with the files of a split model, and across them; all ranks have the findings."""
+    return [Finding(*one) for one in _core.check_split(os.fspath(folder), comm)]

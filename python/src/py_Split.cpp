@@ -2,6 +2,7 @@
 #include "py_Split.h"
 
 #include "py_Arrays.h"
+#include "py_CommExchange.h"
 #include "py_Mesh.h"
 #include "py_Work.h"
 
@@ -21,16 +22,23 @@
 #include <limits>
 
 namespace {
+/// That of one process, or of all ranks of a communicator.
+std::unique_ptr<dst_Exchange> MakeExchange(nb::handle comm) {
+  if (comm.is_none())
+    return std::make_unique<dst_SerialExchange>(std::filesystem::temp_directory_path().string());
+  return std::make_unique<py_CommExchange>(nb::borrow(comm));
+}
+
 /// A split model, the exchange that asks it, and the part that was asked for last.
 class Split {
 public:
-  explicit Split(const std::string& folder)
-      : exchange_(std::filesystem::temp_directory_path().string()),
-        model_(py_Run([&] { return dst_Model(folder, exchange_); })), mesh_(model_.Mesh()) {}
+  Split(const std::string& folder, nb::handle comm)
+      : exchange_(MakeExchange(comm)), model_(py_Run([&] { return dst_Model(folder, *exchange_); })),
+        mesh_(model_.Mesh()) {}
 
   const dst_Index& Index() const noexcept { return model_.Index(); }
   const dst_SplitFolder& Folder() const noexcept { return model_.Folder(); }
-  dst_Exchange& Exchange() noexcept { return exchange_; }
+  dst_PartRange MyParts() const { return mesh_.Exchange().MyParts(); }
   /// Runs a question about the whole, one at a time: the exchange is that of one thread.
   template<class Ask> auto Run(Ask ask) {
     return py_Run([&] {
@@ -39,8 +47,17 @@ public:
     });
   }
 
+  /// The first rank writes the file.
+  void Join(const std::string& file) {
+    Run([&](const dst_Mesh& mesh) {
+      mesh.Exchange().OnFirstRank([&] { dst_Join(Folder(), file); });
+      mesh.Exchange().Agree();
+      return true;
+    });
+  }
+
 private:
-  dst_SerialExchange exchange_;
+  std::unique_ptr<dst_Exchange> exchange_;
   dst_Model model_;
   dst_Mesh mesh_;
   std::mutex mutex_;
@@ -218,9 +235,10 @@ nb::list Coincident(Split& self, double tolerance) {
   return groups;
 }
 
-nb::list Check(const std::string& folder) {
+nb::list Check(const std::string& folder, nb::handle comm) {
   nb::list made;
-  for (const dst_Finding& finding : py_Run([&] { return dst_Check(folder); }))
+  const std::unique_ptr<dst_Exchange> exchange = MakeExchange(comm);
+  for (const dst_Finding& finding : py_Run([&] { return dst_Check(folder, *exchange); }))
     made.append(nb::make_tuple(finding.weight == cls_Finding::Weight::Fault ? "fault" : "note", finding.file,
                                finding.root, finding.what, finding.advice));
   return made;
@@ -239,10 +257,16 @@ void py_BindSplit(nb::module_& module) {
   module.def(
       "split_mesh", &MakeFromMesh,
       nb::sig("def split_mesh(mesh: Mesh, name: str, folder: str, parts: numpy.typing.ArrayLike) -> None"));
-  module.def("check_split", &Check,
-             nb::sig("def check_split(folder: str) -> list[tuple[str, str, str, str, str]]"));
+  module.def(
+      "check_split", &Check, nb::arg("folder"), nb::arg("comm").none(),
+      nb::sig("def check_split(folder: str, comm: typing.Any) -> list[tuple[str, str, str, str, str]]"));
   nb::class_<Split>(module, "Split")
-      .def(nb::init<const std::string&>())
+      .def(nb::init<const std::string&, nb::handle>(), nb::arg("folder"), nb::arg("comm").none(),
+           nb::sig("def __init__(self, folder: str, comm: typing.Any) -> None"))
+      .def_prop_ro(
+          "my_parts",
+          [](const Split& self) { return nb::make_tuple(self.MyParts().first, self.MyParts().end); },
+          nb::sig("def my_parts(self) -> tuple[int, int]"))
       .def_prop_ro("folder", [](const Split& self) { return self.Folder().Folder(); })
       .def_prop_ro("mesh_name", [](const Split& self) { return self.Index().MeshName(); })
       .def_prop_ro("num_parts", [](const Split& self) { return self.Index().NumParts(); })
@@ -271,6 +295,5 @@ void py_BindSplit(nb::module_& module) {
       .def("faces", &ComputeFaces, nb::sig(("def faces(self) -> list[" + longs + "]").c_str()))
       .def("coincident_nodes", &Coincident,
            nb::sig(("def coincident_nodes(self, tolerance: float) -> list[" + longs + "]").c_str()))
-      .def("join",
-           [](Split& self, const std::string& file) { py_Run([&] { dst_Join(self.Folder(), file); }); });
+      .def("join", [](Split& self, const std::string& file) { self.Join(file); });
 }

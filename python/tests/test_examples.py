@@ -1,6 +1,8 @@
 """The example programs, and the notebook, run as they stand."""
 
 import json
+import os
+import shutil
 import subprocess
 import sys
 from pathlib import Path
@@ -33,6 +35,26 @@ def test_programs(name, arguments, words, tmp_path):
     ran = subprocess.run([sys.executable, program, *arguments], capture_output=True, text=True, cwd=tmp_path)
     assert ran.returncode == 0, ran.stderr
     assert all(word in ran.stdout for word in words), ran.stdout
+
+
+def test_program_on_ranks(tmp_path):
+    pytest.importorskip("coregeometry.split", exc_type=cg.MissingLibraryError)
+    loads = subprocess.run([sys.executable, "-c", "import mpi4py.MPI"], capture_output=True, cwd=tmp_path)
+    mpirun = shutil.which("mpirun")
+    if loads.returncode != 0 or mpirun is None:
+        pytest.skip("no MPI")
+    command = [mpirun, "--oversubscribe", "--bind-to", "none", "--mca", "btl_vader_single_copy_mechanism", "none"]
+    program = [sys.executable, "-m", "mpi4py", EXAMPLES / "python/split_on_ranks.py", EXAMPLES / "bracket.exo"]
+    root = {"OMPI_ALLOW_RUN_AS_ROOT": "1", "OMPI_ALLOW_RUN_AS_ROOT_CONFIRM": "1"}
+    ran = subprocess.run(
+        [*command, "-n", "4", *program], capture_output=True, text=True, cwd=tmp_path, env=os.environ | root, timeout=100
+    )
+    assert ran.returncode == 0, ran.stderr
+    with cg.open(tmp_path / "whole.cgdb") as model:
+        mesh = model.meshes["Part"]
+    volume, faces = mesh.measure(thickness=0.002).volume.total, len(mesh.select_elements().external_faces())
+    assert "8 parts on 4 ranks" in ran.stdout
+    assert f"volume {volume:.6g}, {faces} outer faces" in ran.stdout, ran.stdout
 
 
 def test_notebook(tmp_path, monkeypatch):

@@ -1,5 +1,7 @@
 """Split models: the same answers as the whole mesh."""
 
+import threading
+
 import numpy as np
 import pytest
 
@@ -95,3 +97,91 @@ def test_errors_name_what_is_wrong(whole, tmp_path):
     with pytest.raises(cg.Error, match="00002.cgdb"):
         made.measure()
     assert any("00002.cgdb" in finding.file for finding in split.check(tmp_path / "box.split"))
+
+
+class ThreadComm:
+    """A rank of a communicator whose ranks are threads, with the methods of mpi4py that are used."""
+
+    def __init__(self, size):
+        self.barrier, self.slots, self.local = threading.Barrier(size, timeout=60), [None] * size, threading.local()
+
+    def Get_rank(self):
+        return self.local.rank
+
+    def Get_size(self):
+        return len(self.slots)
+
+    def allgather(self, item):
+        self.slots[self.local.rank] = item
+        self.barrier.wait()
+        everything = list(self.slots)
+        self.barrier.wait()
+        return everything
+
+    def alltoall(self, items):
+        assert len(items) == len(self.slots)
+        return [row[self.local.rank] for row in self.allgather(items)]
+
+    def bcast(self, item, root):
+        return self.allgather(item)[root]
+
+
+def on_ranks(size, work):
+    """What work(comm) gives, or raises, on each rank."""
+    comm, outcomes = ThreadComm(size), [None] * size
+
+    def run(rank):
+        comm.local.rank = rank
+        try:
+            outcomes[rank] = work(comm)
+        except Exception as error:
+            outcomes[rank] = error
+
+    threads = [threading.Thread(target=run, args=(rank,)) for rank in range(size)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    return outcomes
+
+
+def answers(made):
+    """Of a split model, as one process and each rank gives them."""
+    points = np.random.default_rng(2).uniform(-1, 5, (50, 3))
+    measures, hits, nearest = made.measure("low", density=2.5), made.locate(points), made.nearest(points)
+    arrays = [made.box(), *hits.element, hits.iso, nearest.distance, *made.find_nodes([1001, 5, 1125])]
+    arrays += made.coincident_nodes(1.0)
+    return [measures.mass.total, [array.tobytes() for array in arrays], made.check()]
+
+
+@pytest.mark.parametrize("ranks, parts", [(1, 5), (4, 5), (5, 3)])
+def test_ranks_have_the_answers_of_one_process(whole, tmp_path, ranks, parts):
+    made = split.split(whole[0], tmp_path / "box.split", parts)
+    faces = sorted(made.external_faces().external.tolist())
+    expected = answers(made)
+
+    def ask(comm):
+        mine = split.open(tmp_path / "box.split", comm)
+        elements = [part.element_numbers for part in mine]
+        assert len(elements) == len(mine.my_parts)
+        return answers(mine), mine.external_faces().external.tolist(), np.concatenate([[], *elements]).tolist()
+
+    outcomes = on_ranks(ranks, ask)
+    assert [outcome[0] for outcome in outcomes] == [expected] * ranks
+    assert sorted(face for outcome in outcomes for face in outcome[1]) == faces
+    assert sorted(number for outcome in outcomes for number in outcome[2]) == list(range(64))
+
+    joined = on_ranks(ranks, lambda comm: split.open(tmp_path / "box.split", comm).join(tmp_path / "again.cgdb"))
+    assert all(list(model.meshes) == ["Box"] for model in joined)
+    assert cg.diff(whole[0], tmp_path / "again.cgdb") == []
+
+
+def test_what_a_part_runs_into_is_raised_on_all_ranks(whole, tmp_path):
+    made = split.split(whole[0], tmp_path / "box.split", 5)
+    (tmp_path / "box.split/parts/00003.cgdb").unlink()
+    for ask in (split.SplitModel.measure, split.SplitModel.external_faces):
+        errors = on_ranks(4, lambda comm: ask(split.open(made.folder, comm)))
+        assert all(isinstance(error, cg.Error) for error in errors)
+        assert len({str(error) for error in errors}) == 1 and str(errors[0]).startswith("part 3: ")
+    nowhere = on_ranks(3, lambda comm: split.open(tmp_path / "nowhere", comm))
+    assert len({str(error) for error in nowhere}) == 1 and "nowhere" in str(nowhere[0])
