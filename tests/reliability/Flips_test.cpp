@@ -1,6 +1,7 @@
 // One flipped bit: the same content, or an error. FLIPS=10000 tries that many bits.
 #include "Models.h"
 
+#include <BasicUtils/cls_OpenBytes.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <array>
 #include <cstdlib>
@@ -82,6 +83,30 @@ TEST_F(Flips, ReadAsTheSameModelOrAsAnError) {
     EXPECT_TRUE(IsError(content) || content == expected) << where << content;
   });
   EXPECT_GT(errors, 100);
+}
+
+TEST_F(Flips, AndCutsOfBytesInMemoryReadAsTheSameModelOrAsOneErrorThatNamesTheFile) {
+  const std::string good = Bytes();
+  const auto contentOf = [](std::string_view bytes) {
+    return ContentOf([&] { return cls_OpenBytes("sent.cgdb", std::as_bytes(std::span(bytes))); });
+  };
+  const std::string expected = contentOf(good);
+  EXPECT_EQ(expected, ContentOf(file_));
+  int errors = 0;
+  const auto expectNoOther = [&](std::string_view bytes, const std::string& where) {
+    const std::string content = contentOf(bytes);
+    const bool isError = content.starts_with("error: sent.cgdb: ");
+    errors += isError ? 1 : 0;
+    EXPECT_TRUE(isError || content == expected) << where << ": " << content.substr(0, 300);
+    return isError;
+  };
+  ForEachFlip(1, [&](const std::string& where) { expectNoOther(Bytes(), where); });
+  EXPECT_GT(errors, 100);
+  for (std::size_t size = good.size() - 1; size > 0; size -= size / 8 + 1)
+    EXPECT_TRUE(expectNoOther(std::string_view(good).substr(0, size), "cut at " + std::to_string(size)));
+  for (const std::string& bytes :
+       {std::string(), std::string("no database, but a text"), std::string(8192, '\0')})
+    EXPECT_TRUE(expectNoOther(bytes, std::to_string(bytes.size()) + " bytes of something else"));
 }
 
 TEST_F(Flips, LetNothingElseBeDeleted) {

@@ -110,9 +110,13 @@ void WriteModel(const cow_String& file, int cells) {
 
 std::string ContentOf(const cow_String& file) {
   if (!std::filesystem::exists(file)) return "";
+  return ContentOf([&] { return cls_Database::Open(file); });
+}
+
+std::string ContentOf(const std::function<cls_Database()>& open) {
   try {
     std::ostringstream out;
-    const cls_Database db = cls_Database::Open(file);
+    const cls_Database db = open();
     out << (db.IsOutdated() ? "outdated\n" : "current\n");
     cls_Dump(db, out);
     return out.str();

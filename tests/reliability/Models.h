@@ -4,6 +4,7 @@
 #include <BasicUtils/cls_Check.h>
 #include <BasicUtils/cls_WritePass.h>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,7 @@ std::span<const ModelChange> ModelChanges();
 
 /// Everything in the model as text; "error: " and the message when it cannot be read, "" when there is none.
 std::string ContentOf(const cow_String& file);
+std::string ContentOf(const std::function<cls_Database()>& open); ///< the same of an open one
 
 /// Faults that a check of the file reports.
 std::vector<std::string> FaultsOf(const cow_String& file);
