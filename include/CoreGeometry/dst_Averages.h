@@ -13,7 +13,8 @@ using dst_ElementNodeValues =
 /// by place in its row, wherever the elements are: every part that holds the node has the bits of one process.
 ///
 /// Empty      what is not a number is left out; a node with nothing else has not a number.
-/// Errors     nex_TextException for a wrong number of values, and for a node that is not in the mesh.
+/// Errors     nex_TextException for a wrong number of values, and for a node that is not in the mesh, or that parts do not
+///            agree to share.
 /// Cost       16 bytes and 8 a component for each element at a shared node go to the owner of the node, and 8 bytes and
 ///            8 a component come back: only between parts that share nodes.
 CORE_GEOMETRY_DISTRIBUTED_API dst_OfParts<std::vector<double>>

@@ -5,6 +5,7 @@
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/dst_Index.h>
 #include <CoreGeometry/dst_Part.h>
+#include <CoreGeometry/rgnC_SetData.h>
 
 /// Roots of the two classes, each in a file of its own.
 inline constexpr const char *dst_kIndexRoot = "split/index", *dst_kPartRoot = "split/part";
@@ -43,6 +44,8 @@ public:
   cls_Database OpenIndexFile() const;
   /// The file of a part, of which nothing is read yet.
   cls_Database OpenPartFile(unsigned part, cls_Database::Mode mode = cls_Database::Mode::Finished) const;
+  /// A set of the index in an open part, with the subsets of the index.
+  cow_CountedHld<rgnC_SetData> SetOf(const cls_Database& part, unsigned set) const;
   dst_OpenPart OpenPart(unsigned part, cls_Database::Mode mode = cls_Database::Mode::Finished) const;
 
 private:

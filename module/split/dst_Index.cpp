@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cls_Fields.h>
 #include <cmath>
+#include <numeric>
 
 constexpr auto dst_Index::StoredFields() {
   return cls_Fields{cls_Field{"identity", &dst_Index::identity_},
@@ -92,6 +93,10 @@ cow_String dst_Index::WhatIsWrong() const {
       || static_cast<std::size_t>(partHashes_.List().Size()) != parts
       || !rows(neighbourStarts_.Const(), parts, neighbours_.Size()))
     return "what is stored about " + std::to_string(parts) + " parts does not fit";
+  if (const auto sum =
+          std::accumulate(partElements_.Const().begin(), partElements_.Const().end(), std::uint64_t{0});
+      parts > 0 && sum != numElements_)
+    return "parts of " + std::to_string(sum) + " elements in a mesh of " + std::to_string(numElements_);
   if (std::ranges::any_of(neighbours_.Const(), [&](unsigned part) { return part >= parts; }))
     return "a neighbour is not one of " + std::to_string(parts) + " parts";
   if (!rows(subsetStarts_.Const(), NumSets(), subsetEntries_.Size()))

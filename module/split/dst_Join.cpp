@@ -131,8 +131,6 @@ private:
 /// A subset of the whole, from the entries of the parts.
 class Subset {
 public:
-  explicit Subset(std::uint64_t numEntries) { entries_.reserve(numEntries); }
-
   void Add(const rgnC_SubsetData& own, const dst_Part& part, std::span<const unsigned> positions) {
     const bool isOfNodes = dst_SetFacts::IsOfNodes(own);
     const std::span<const int> ids = own.IdArray(), facets = own.FacetIdArray();
@@ -192,14 +190,10 @@ std::vector<dst_JoinedSet> dst_JoinSets(const dst_SplitFolder& split) {
     const cls_Database model = split.OpenPartFile(part);
     const cow_CountedHld<dst_Part> facts = model.Get<dst_Part>(dst_kPartRoot);
     for (unsigned set = 0; set < index.NumSets(); ++set) {
-      const rgnC_SetData own = *model.Get<rgnC_SetData>(index.SetRoot(set));
-      if (own.NumSubset() != static_cast<int>(index.NumSubsets(set)))
-        throw nex_TextException(model.File() + ": the set \"" + index.SetRoot(set) + "\" has "
-                                + std::to_string(own.NumSubset()) + " subsets, not "
-                                + std::to_string(index.NumSubsets(set)));
+      const rgnC_SetData own = *split.SetOf(model, set);
       for (unsigned i = 0; i < index.NumSubsets(set); ++i) {
         const unsigned flat = index.FirstSubset(set) + i;
-        if (part == 0) subsets.emplace_back(index.NumEntries(set, i));
+        if (part == 0) subsets.emplace_back();
         subsets[flat].Add(own.SubSet(static_cast<int>(i)), *facts, facts->PositionsOf(flat));
       }
       if (part == 0) shells.push_back(own);

@@ -112,6 +112,10 @@ private:
     elements_.Begin(open.part->ElementNumbers()[element]);
     elements_.Add(static_cast<unsigned>(type.UserElementLabels()[static_cast<std::size_t>(local)]));
     for (const int node : type.ElementConnectivity().Row(static_cast<unsigned>(local))) {
+      if (node >= 0 && static_cast<unsigned>(node) >= open.part->NumNodes())
+        throw nex_TextException(open.model.File() + ": element index " + std::to_string(element)
+                                + " has node index " + std::to_string(node)
+                                + ", which the part does not have");
       elements_.Add(node < 0 ? dst_Source::kNoNode
                              : open.part->NodeNumbers()[static_cast<std::size_t>(node)]);
       if (node >= 0) AddNode(open, static_cast<unsigned>(node));

@@ -1,6 +1,7 @@
 #include <CoreGeometry/dst_SplitFolder.h>
 
 #include <CoreGeometry/bme_StoredSets.h>
+#include <algorithm>
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -24,6 +25,13 @@ dst_Index ReadIndex(const cow_String& folder) {
     throw nex_TextException(folder + ": is not the folder of a split model: it has no index.cgdb");
   }
   return *cls_Database::Open(file, cls_Database::Mode::Finished).Get<dst_Index>(dst_kIndexRoot);
+}
+/// Labels are stored in every part, also where the whole has implicit ones.
+bool HasLabels(const bme_Mesh& mesh) {
+  return mesh.NodeData().UserNodeLabels().Size() == mesh.NodeData().NumNodes()
+         && std::ranges::all_of(mesh.ElementData().ElementClasses(), [](const auto& entry) {
+              return entry.second->NumElements() == 0 || entry.second->HasUserElementLabels();
+            });
 }
 } // namespace
 
@@ -64,6 +72,15 @@ cls_Database dst_SplitFolder::OpenPartFile(unsigned part, cls_Database::Mode mod
   return cls_Database::Open(file, mode);
 }
 
+cow_CountedHld<rgnC_SetData> dst_SplitFolder::SetOf(const cls_Database& part, unsigned set) const {
+  auto data = part.Get<rgnC_SetData>(index_.SetRoot(set));
+  if (data->NumSubset() != static_cast<int>(index_.NumSubsets(set)))
+    throw nex_TextException(part.File() + ": the set \"" + index_.SetRoot(set) + "\" has "
+                            + std::to_string(data->NumSubset()) + " subsets, not "
+                            + std::to_string(index_.NumSubsets(set)));
+  return data;
+}
+
 dst_OpenPart dst_SplitFolder::OpenPart(unsigned part, cls_Database::Mode mode) const {
   cls_Database model = OpenPartFile(part, mode);
   cow_CountedHld<dst_Part> facts = model.Get<dst_Part>(dst_kPartRoot);
@@ -84,5 +101,8 @@ dst_OpenPart dst_SplitFolder::OpenPart(unsigned part, cls_Database::Mode mode) c
                             + " nodes and " + std::to_string(mesh->ElementData().NumElements())
                             + " elements in " + std::to_string(mesh->ElementData().NumClasses())
                             + " classes");
+  if (!HasLabels(*mesh))
+    throw nex_TextException(model.File() + ": part " + std::to_string(part)
+                            + " has nodes or elements without labels; split again");
   return {std::move(model), std::move(mesh), std::move(facts)};
 }

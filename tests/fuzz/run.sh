@@ -24,6 +24,7 @@ for target in "${targets[@]}"; do
     path_fuzz) printf 'm.elemData.classes[0].elemCtrlParams' > "$seeds/path"; printf 's.subsetList[0]' > "$seeds/map" ;;
     formula_fuzz) printf 'if(S.mises >= 2, -X^2 * max(1e3, "a b".xx), sqrt(T))' > "$seeds/text" ;;
     layout_fuzz) printf '\014\001\377\377\377\377\377\377\377\377\001' > "$seeds/nodes" ;;
+    split_fuzz) for how in {0..12}; do printf "\\$(printf %o $how)"'\001\005\000\001\004' > "$seeds/$how"; done; printf '\000\000\000\012\000\000\377\377\377\377\377' > "$seeds/index" ;;
     format_fuzz) printf '\x6c%%s %%d %%u %%lf %%08x %%2$s %%%%' > "$seeds/text" ;;
   esac
   for bad in tests/files/bad_"${target%_fuzz}"/*; do [ -e "$bad" ] && cp "$bad" "$seeds"; done

@@ -203,8 +203,6 @@ private:
     const dst_Part& part = *open.part;
     const std::span<const float> xyz = open.mesh->NodeData().Coordinates().Const();
     const std::span<const int> labels = open.mesh->NodeData().UserNodeLabels().Const();
-    if (labels.size() != part.NumNodes())
-      Add({kParts, number, kRest, next_++}, number, PartText(number) + " has no node labels");
     std::vector<unsigned> holders;
     unsigned shared = 0;
     for (unsigned i = 0; i < part.NumNodes(); ++i) {
@@ -224,18 +222,15 @@ private:
       const auto bits = [&](std::size_t axis) {
         return std::bit_cast<unsigned>(xyz[std::size_t{3} * i + axis]);
       };
-      outbox.nodes[nodeReferees_.Of(whole)].push_back({static_cast<unsigned>(whole),
-                                                       number,
-                                                       {bits(0), bits(1), bits(2)},
-                                                       i < labels.size() ? labels[i] : 0,
-                                                       HashOf(holders)});
+      outbox.nodes[nodeReferees_.Of(whole)].push_back(
+          {static_cast<unsigned>(whole), number, {bits(0), bits(1), bits(2)}, labels[i], HashOf(holders)});
     }
   }
 
   void SendMembers(const dst_OpenPart& open, unsigned number, Outbox& outbox) {
     const dst_Part& part = *open.part;
     for (unsigned set = 0; set < index_.NumSets(); ++set) {
-      const auto data = open.model.Get<rgnC_SetData>(index_.SetRoot(set));
+      const auto data = split_.SetOf(open.model, set);
       for (unsigned i = 0; i < index_.NumSubsets(set); ++i) {
         const rgnC_SubsetData& subset = data->SubSet(static_cast<int>(i));
         const unsigned flat = index_.FirstSubset(set) + i;

@@ -74,6 +74,16 @@ std::vector<double> MeansOf(const std::vector<double>& records, std::size_t widt
   }
   return means;
 }
+/// Position in SharedNodes() of a node that another part has sent.
+unsigned SharedOf(const dst_Part& part, double number) {
+  const auto node = static_cast<std::uint64_t>(number);
+  const unsigned local = part.FindNode(node);
+  const unsigned shared = local == bme_kNotFound ? local : part.FindShared(local);
+  if (shared == bme_kNotFound)
+    throw nex_TextException("another part sent node " + std::to_string(node)
+                            + ", which this part does not share; check the split");
+  return shared;
+}
 } // namespace
 
 dst_OfParts<std::vector<double>> dst_AverageAtNodes(const dst_Mesh& mesh, const dst_Elements& elements,
@@ -106,9 +116,8 @@ dst_OfParts<std::vector<double>> dst_AverageAtNodes(const dst_Mesh& mesh, const 
     std::map<unsigned, std::vector<double>> toHolders;
     for (auto record = means.begin(); record != means.end();) {
       const auto end = record + static_cast<std::ptrdiff_t>(numComponents + 1);
-      const unsigned node = part.FindNode(static_cast<std::uint64_t>(*record));
       toHolders[number].insert(toHolders[number].end(), record, end);
-      for (const unsigned holder : part.OtherHolders(part.FindShared(node)))
+      for (const unsigned holder : part.OtherHolders(SharedOf(part, *record)))
         toHolders[holder].insert(toHolders[holder].end(), record, end);
       record = end;
     }
@@ -125,7 +134,7 @@ dst_OfParts<std::vector<double>> dst_AverageAtNodes(const dst_Mesh& mesh, const 
     result[number] = own.Take();
     const std::vector<double> settled = exchange.ReceivedRecords<double>(number);
     for (std::size_t at = 0; at < settled.size(); at += numComponents + 1) {
-      const std::size_t node = part.part->FindNode(static_cast<std::uint64_t>(settled[at]));
+      const std::size_t node = part.part->SharedNodes()[SharedOf(*part.part, settled[at])];
       std::copy_n(&settled[at + 1], numComponents, &result[number][node * numComponents]);
     }
   });
