@@ -15,11 +15,17 @@ struct dst_Place {
   bool operator==(const dst_Place&) const = default;
 };
 
+inline constexpr std::size_t dst_kMostLabelsInParts = 100'000;
+
 /// Places of labels, in their order, by the rules of the whole mesh: a label that is used twice finds the last one, nodes
 /// without labels are not found, implicit element labels are. All ranks ask for the same labels and have the result.
 ///
-/// Cost       parts whose labels lie elsewhere are not opened; 24 bytes for each label that a part has.
-CORE_GEOMETRY_DISTRIBUTED_API std::vector<dst_Place> dst_FindNodes(const dst_Mesh& mesh,
-                                                                   std::span<const int> labels);
-CORE_GEOMETRY_DISTRIBUTED_API std::vector<dst_Place> dst_FindElements(const dst_Mesh& mesh,
-                                                                      std::span<const int> labels);
+/// Cost       24 bytes for each label that a part has. Each part looks for all of the labels; parts whose labels lie
+///            elsewhere are not opened. With more than `mostInParts` labels, each part sends its own once, 12 bytes
+///            each, to the part that their hash chooses.
+CORE_GEOMETRY_DISTRIBUTED_API std::vector<dst_Place>
+dst_FindNodes(const dst_Mesh& mesh, std::span<const int> labels,
+              std::size_t mostInParts = dst_kMostLabelsInParts);
+CORE_GEOMETRY_DISTRIBUTED_API std::vector<dst_Place>
+dst_FindElements(const dst_Mesh& mesh, std::span<const int> labels,
+                 std::size_t mostInParts = dst_kMostLabelsInParts);

@@ -182,9 +182,12 @@ TEST_F(dst_Answers, DuplicatesAndCoincidentNodesAreTheSameGroups) {
 TEST_F(dst_Answers, LabelsFindWhatTheWholeMeshFinds) {
   std::vector<int> labels(500);
   std::iota(labels.begin(), labels.end(), -100);
+  labels.insert(labels.end(), {10, 10, -9, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()});
   ForEachSplit([&](const dst_Mesh& mesh, const bme_Mesh& whole, dst_Exchange& exchange) {
     const std::vector<dst_Place> nodes = dst_FindNodes(mesh, labels),
                                  elements = dst_FindElements(mesh, labels);
+    EXPECT_EQ(dst_FindNodes(mesh, labels, 0), nodes) << "by bucket";
+    EXPECT_EQ(dst_FindElements(mesh, labels, 0), elements) << "by bucket";
     std::vector<unsigned> node(labels.size()), element(labels.size());
     whole.NodeData().GetMeshNodeIndices(labels, node);
     whole.ElementData().GetMeshElemIndices(labels, element);
