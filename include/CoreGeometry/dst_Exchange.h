@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <map>
 #include <optional>
 #include <span>
 #include <vector>
@@ -93,8 +94,8 @@ public:
     }
     return all;
   }
-  std::uint64_t
-  BytesSent(unsigned part) const; ///< by an own part since SetNumParts, without what it sent to itself
+  /// Bytes that an own part has sent to each other part since SetNumParts.
+  const std::map<unsigned, std::uint64_t>& BytesSent(unsigned part) const;
 
   // numbers that all ranks have in the end
   void Sum(std::span<std::int64_t> values); ///< of the ranks; integers, so that their order does not matter
@@ -135,8 +136,8 @@ private:
   unsigned numParts_ = 0;
   std::optional<Failure> failure_;
   bool hasAgreedToFail_ = false;
-  std::vector<std::uint64_t> bytesSent_; ///< by own parts
-  std::vector<unsigned> frame_;          ///< of the message that is being sent
+  std::vector<std::map<unsigned, std::uint64_t>> bytesSent_; ///< by own parts
+  std::vector<unsigned> frame_;                              ///< of the message that is being sent
 };
 
 template<class Record>

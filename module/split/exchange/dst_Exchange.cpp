@@ -13,7 +13,7 @@ dst_Exchange::~dst_Exchange() = default;
 
 void dst_Exchange::SetNumParts(unsigned numParts) {
   numParts_ = numParts;
-  bytesSent_.assign(MyParts().Count(), 0);
+  bytesSent_.assign(MyParts().Count(), {});
   NumPartsChanged();
 }
 
@@ -76,7 +76,7 @@ void dst_Exchange::Send(unsigned from, unsigned to, std::span<const std::byte> b
                                  + std::to_string(to) + ": this rank has the parts "
                                  + std::to_string(own.first) + " to " + std::to_string(own.end) + " of "
                                  + std::to_string(numParts_));
-  if (from != to) bytesSent_[from - own.first] += bytes.size();
+  if (from != to) bytesSent_[from - own.first][to] += bytes.size();
   while (!bytes.empty()) {
     const std::span<const std::byte> piece = bytes.first(std::min(bytes.size(), kMostBytes));
     frame_.assign({from, to, static_cast<unsigned>(piece.size())});
@@ -113,7 +113,9 @@ std::vector<dst_Message> dst_Exchange::Received(unsigned part) {
   return messages;
 }
 
-std::uint64_t dst_Exchange::BytesSent(unsigned part) const { return bytesSent_.at(part - MyParts().first); }
+const std::map<unsigned, std::uint64_t>& dst_Exchange::BytesSent(unsigned part) const {
+  return bytesSent_.at(part - MyParts().first);
+}
 
 void dst_Exchange::Sum(std::span<std::int64_t> values) {
   Agree();
