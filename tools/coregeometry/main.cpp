@@ -93,6 +93,7 @@ int main(int argc, char** argv) {
   const cli_PrintableOutput printable;
   try {
     const DDB_CoreGeometry library;
+    const auto splits = cli_StartSplits(); // index and parts of a split are model files, too
     return Run(argc, argv);
   } catch (const cli_Incomplete&) {
     std::cout.flush();

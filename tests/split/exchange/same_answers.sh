@@ -73,6 +73,9 @@ diff check.json split.json
 # files for other programs, the same from one process and from four
 "$serial" import "$sample" -o sample.cgdb >/dev/null
 "$serial" split sample.cgdb -n 11 >/dev/null
+for file in sample.split/index.cgdb sample.split/parts/00003.cgdb; do # model files as any other
+  "$serial" check $file >check.txt || { cat check.txt; exit 1; }
+done
 "$serial" export sample.split -o sample.exo >/dev/null
 "$@" -n 4 "$mpi" export sample.split -o again.exo >/dev/null
 for part in 00 01 02 03 04 05 06 07 08 09 10; do
