@@ -6,6 +6,7 @@
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/odiC_Field.h>
 #include <CoreGeometry/odiC_Layout.h>
+#include <CoreGeometry/odiC_MeshSizes.h>
 #include <CoreGeometry/odiC_Results.h>
 #include <functional>
 #include <map>
@@ -22,15 +23,15 @@ class cls_WritePass;
 /// Errors     odiC_Exception beginning with model and run: a field whose array does not fit its layout, a variable twice
 ///            in a frame, a variable or layout that is not there, values that fall, a name that exists with another type,
 ///            a run of another mesh. What was refused has changed nothing.
-/// Threads    one thread at a time; model and mesh must outlive it.
+/// Threads    one thread at a time; the model must outlive it.
 class CORE_GEOMETRY_API odiC_RunWriter {
 public:
   /// A new run, or one to go on with. The mesh is that of the root "meshes/<mesh>" for a run "results/<mesh>/<run>".
-  odiC_RunWriter(cls_Database& model, const cow_String& root, const bme_Mesh& mesh);
+  odiC_RunWriter(cls_Database& model, const cow_String& root, const odiC_MeshSizes& mesh);
   /// A new run, in place of one of that name, in a pass of the caller's, who commits it. What comes is put at once;
   /// Commit() puts the header, and removes what is left of the run that was there.
   odiC_RunWriter(const cls_Database& model, cls_WritePass& pass, const cow_String& root,
-                 const bme_Mesh& mesh);
+                 const odiC_MeshSizes& mesh);
 
   const odiC_Results& Header() const noexcept { return header_; }
   odiC_Results& HeaderToDescribe() noexcept {
@@ -72,7 +73,7 @@ private:
     std::shared_ptr<odiC_Field> field; ///< whose array has the stamp after it is written
   };
   odiC_RunWriter(const cls_Database& model, cls_WritePass* pass, const cow_String& root,
-                 const bme_Mesh& mesh);
+                 const odiC_MeshSizes& mesh);
   template<class T> void PutAny(int variable, int layout, cow_ArrayCOW<T> values, res_StorageTypeEnm storage);
   [[noreturn]] void Fail(const cow_String& what) const;
   void Expect(bool isThere, const cow_String& what) const {
@@ -87,7 +88,7 @@ private:
   cls_Database* own_ = nullptr;   ///< to which passes of this writer write
   cls_WritePass* pass_ = nullptr; ///< of the caller
   cow_String root_;
-  const bme_Mesh& mesh_;
+  odiC_MeshSizes mesh_;
   odiC_Results header_;
   int step_ = -1, frame_ = -1; ///< where fields go
   std::vector<int> rowsOfLayouts_, pointSetCounts_;

@@ -1,20 +1,20 @@
+#include <CoreGeometry/odiC_MeshSizes.h>
 #include <CoreGeometry/odiC_Run.h>
 
 #include <CoreGeometry/shp_Shape.h>
 
 namespace {
 /// Values that each element of a class has at a position; 0 when it can have none.
-int ValuesPerElement(const odiC_LayoutBlock& block, const bme_ElementClass& type,
+int ValuesPerElement(const odiC_LayoutBlock& block, const odiC_MeshSizes::Class& type,
                      std::span<const int> pointSetCounts) {
-  const shp_Shape* shape = type.Shape();
   switch (block.position) {
-  case res_ELEMENT_NODAL: return type.NumNodesPerElem();
+  case res_ELEMENT_NODAL: return type.nodesPerElement;
   case res_INTEGRATION_POINT:
     if (block.pointSet >= 0)
       return static_cast<std::size_t>(block.pointSet) < pointSetCounts.size()
                  ? pointSetCounts[static_cast<std::size_t>(block.pointSet)]
                  : 0;
-    return shape ? shape->NumIntPts() : 0;
+    return type.shape ? type.shape->NumIntPts() : 0;
   case res_WHOLE_ELEMENT:
   case res_ELEMENT_CENTROID:
   case res_ELEMENT_FACE: return 1;
@@ -25,10 +25,22 @@ int ValuesPerElement(const odiC_LayoutBlock& block, const bme_ElementClass& type
 }
 } // namespace
 
+odiC_MeshSizes::odiC_MeshSizes(const bme_Mesh& mesh)
+    : meshId(mesh.Id()), numNodes(static_cast<int>(mesh.NodeData().NumNodes())) {
+  for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i) {
+    const bme_ElementClass& type = mesh.ElementData().GetClass(i);
+    classes.push_back({type.ElemTypeLabel(), type.NumElements(), type.NumNodesPerElem(), type.Shape()});
+  }
+}
+
 cow_String odiC_WhatIsWrong(const odiC_Layout& layout, const bme_Mesh& mesh,
                             std::span<const int> pointSetCounts) {
+  return odiC_WhatIsWrong(layout, odiC_MeshSizes(mesh), pointSetCounts);
+}
+
+cow_String odiC_WhatIsWrong(const odiC_Layout& layout, const odiC_MeshSizes& mesh,
+                            std::span<const int> pointSetCounts) {
   cow_String wrong = layout.WhatIsWrong();
-  const bme_ElementData& elements = mesh.ElementData();
   for (std::size_t i = 0; i < layout.blocks.size() && wrong.empty(); ++i) {
     const odiC_LayoutBlock& block = layout.blocks[i];
     const char* position = omu_FindText(omu_EnumTable<res_OutputPositionEnm>::entries, block.position);
@@ -43,12 +55,12 @@ cow_String odiC_WhatIsWrong(const odiC_Layout& layout, const bme_Mesh& mesh,
     if (!isOfClass && block.classIndex != -1)
       return place + "element class " + std::to_string(block.classIndex) + ", and it is of none";
     if (block.IsNodal()) {
-      most = mesh.NodeData().NumNodes();
+      most = mesh.numNodes;
     } else if (isOfClass) {
-      if (block.classIndex < 0 || block.classIndex >= static_cast<int>(elements.NumClasses()))
+      if (block.classIndex < 0 || block.classIndex >= static_cast<int>(mesh.classes.size()))
         return place + "the mesh has no element class " + std::to_string(block.classIndex);
-      const bme_ElementClass& type = elements.GetClass(static_cast<unsigned>(block.classIndex));
-      most = type.NumElements();
+      const odiC_MeshSizes::Class& type = mesh.classes[static_cast<std::size_t>(block.classIndex)];
+      most = type.numElements;
       wanted = ValuesPerElement(block, type, pointSetCounts);
     }
     const std::span<const int> entities = block.entities.Const();
@@ -67,34 +79,32 @@ cow_String odiC_WhatIsWrong(const odiC_Layout& layout, const bme_Mesh& mesh,
 }
 
 odiC_Layout odiC_FullLayout(const bme_Mesh& mesh, res_OutputPositionEnm position) {
+  const odiC_MeshSizes sizes = mesh;
   odiC_Layout layout;
   odiC_LayoutBlock block;
   block.position = position;
   if (block.IsNodal()) {
-    block.numEntities = static_cast<int>(mesh.NodeData().NumNodes());
+    block.numEntities = sizes.numNodes;
     layout.Add(block);
   }
-  const bme_ElementData& elements = mesh.ElementData();
-  for (unsigned i = 0; !block.IsNodal() && i < elements.NumClasses(); ++i) {
-    const bme_ElementClass& type = elements.GetClass(i);
+  for (std::size_t i = 0; !block.IsNodal() && i < sizes.classes.size(); ++i) {
+    const odiC_MeshSizes::Class& type = sizes.classes[i];
     block.classIndex = static_cast<int>(i);
-    block.numEntities = type.NumElements();
+    block.numEntities = type.numElements;
     block.valuesPerEntity = ValuesPerElement(block, type, {});
-    if (!type.Shape() || block.valuesPerEntity == 0) continue;
+    if (!type.shape || block.valuesPerEntity == 0) continue;
     layout.Add(block);
   }
   layout.completeness = layout.numRows == 0 ? res_EMPTY_FIELD : res_FULL_FIELD;
   return layout;
 }
 
-bool odiC_IsOf(const odiC_Results& run, const bme_Mesh& mesh) {
-  const bme_ElementData& elements = mesh.ElementData();
-  if (run.numNodes != static_cast<int>(mesh.NodeData().NumNodes())
-      || run.classSizes.size() != elements.NumClasses())
-    return false;
-  for (unsigned i = 0; i < elements.NumClasses(); ++i)
-    if (run.classSizes[i] != elements.GetClass(i).NumElements()
-        || run.classTypes[i] != elements.GetClass(i).ElemTypeLabel())
+bool odiC_IsOf(const odiC_Results& run, const bme_Mesh& mesh) { return odiC_IsOf(run, odiC_MeshSizes(mesh)); }
+
+bool odiC_IsOf(const odiC_Results& run, const odiC_MeshSizes& mesh) {
+  if (run.numNodes != mesh.numNodes || run.classSizes.size() != mesh.classes.size()) return false;
+  for (std::size_t i = 0; i < mesh.classes.size(); ++i)
+    if (run.classSizes[i] != mesh.classes[i].numElements || run.classTypes[i] != mesh.classes[i].type)
       return false;
   return true;
 }

@@ -95,7 +95,7 @@ cow_ArrayStamp StampOf(const odiC_Field& field) {
 } // namespace
 
 odiC_RunWriter::odiC_RunWriter(const cls_Database& model, cls_WritePass* pass, const cow_String& root,
-                               const bme_Mesh& mesh)
+                               const odiC_MeshSizes& mesh)
     : model_(model), pass_(pass), root_(root), mesh_(mesh) {
   const cow_String folder = odiC_kRunFolder;
   const std::size_t slash = root.rfind('/');
@@ -104,22 +104,22 @@ odiC_RunWriter::odiC_RunWriter(const cls_Database& model, cls_WritePass* pass, c
     throw odiC_Exception(model.File() + ": a run is stored as results/<mesh>/<run>, not \"" + root + '"');
   header_.name = root.substr(slash + 1);
   header_.meshRoot = bme_kMeshFolder + root.substr(folder.size(), slash - folder.size());
-  header_.meshId = mesh.Id();
-  header_.numNodes = static_cast<int>(mesh.NodeData().NumNodes());
-  for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i) {
-    header_.classSizes.push_back(mesh.ElementData().GetClass(i).NumElements());
-    header_.classTypes.push_back(mesh.ElementData().GetClass(i).ElemTypeLabel());
+  header_.meshId = mesh.meshId;
+  header_.numNodes = mesh.numNodes;
+  for (const odiC_MeshSizes::Class& type : mesh.classes) {
+    header_.classSizes.push_back(type.numElements);
+    header_.classTypes.push_back(type.type);
   }
 }
 
 odiC_RunWriter::odiC_RunWriter(const cls_Database& model, cls_WritePass& pass, const cow_String& root,
-                               const bme_Mesh& mesh)
+                               const odiC_MeshSizes& mesh)
     : odiC_RunWriter(model, &pass, root, mesh) {
   for (const cow_String& one : model.Roots())
     if (one.starts_with(root + "/")) replaced_.insert(one);
 }
 
-odiC_RunWriter::odiC_RunWriter(cls_Database& model, const cow_String& root, const bme_Mesh& mesh)
+odiC_RunWriter::odiC_RunWriter(cls_Database& model, const cow_String& root, const odiC_MeshSizes& mesh)
     : odiC_RunWriter(model, nullptr, root, mesh) {
   own_ = &model;
   if (!model.Has(root)) return;
