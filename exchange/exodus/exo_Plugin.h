@@ -11,12 +11,13 @@ struct exo_Functions {
   int tableVersion;        ///< exo_kTableVersion of the one who built it; stays first
   const char* coreVersion; ///< of the project; stays second
   fmt_Import (*readMesh)(const cow_String& file, const fmt_ReadOptions& options);
+  std::unique_ptr<fmt_Ranges> (*openRanges)(const cow_String& file, const fmt_ReadOptions& options);
   fmt_ResultsSummary (*readResults)(const cow_String& file, const fmt_Import& import, odiC_RunWriter* run,
                                     const fmt_ResultsOptions& options);
   void (*writeFile)(uti_OutputFile& output, const exo_OutMesh& mesh);
   fmt_Comparison (*compareFiles)(const cow_String& first, const cow_String& second, double tolerance);
 };
-inline constexpr int exo_kTableVersion = 1;
+inline constexpr int exo_kTableVersion = 2;
 
 /// The only symbol that is looked up.
 extern "C" __attribute__((visibility("default"))) const exo_Functions* coregeometry_exodus_functions();

@@ -36,12 +36,14 @@ struct Group {
 
 class Reader {
 public:
-  Reader(const exo_File& file, std::span<const exo_BlockPlace> blocks, int meshId, bme_MeshNotes& notes)
-      : file_(file), blocks_(blocks), meshId_(meshId), notes_(notes) {}
+  Reader(const exo_File& file, std::span<const exo_BlockPlace> blocks, int meshId, bme_MeshNotes& notes,
+         exo_TakeSet take)
+      : file_(file), blocks_(blocks), meshId_(meshId), notes_(notes), take_(std::move(take)) {}
 
-  std::vector<bme_NamedSet> Run(fmt_Ledger& ledger) {
+  /// Hands over one set after the other; those of blocks with all their elements, or the first one alone.
+  void Run(fmt_Ledger& ledger, bool areBlocksWhole) {
     for (const exo_BlockPlace& block : blocks_)
-      if (block.classIndex >= 0) AddBlock(block);
+      if (block.classIndex >= 0) AddBlock(block, areBlocksWhole);
     for (const Kind& kind : kKinds) properties_.push_back(file_.SetProperties(kind.kind));
     for (const exo_Set& set : file_.Sets()) {
       thr_ThreadSingleton<wip_WIP>::Instance().CheckCancelled();
@@ -57,19 +59,32 @@ public:
     note("distribution factors of sets", numLostFactors_, "of no known entry");
     note("properties of sets", numLostProperties_,
          "do not fit 32 bits, as values or for the number of their set");
-    return std::move(sets_);
+  }
+
+  void RunOne(const exo_Set& set) {
+    const Kind& kind = *std::ranges::find(kKinds, set.kind, &Kind::kind);
+    Add(kind, set.id, set.name, Gather(set, kind));
   }
 
 private:
-  void AddBlock(const exo_BlockPlace& place) {
+  void AddBlock(const exo_BlockPlace& place, bool isWhole) {
     Group all{place.classIndex, res_ELEMENT_SET};
-    all.ids.resize(static_cast<std::size_t>(place.block->numElements));
+    const std::int64_t count = place.block->numElements;
+    all.ids.resize(static_cast<std::size_t>(isWhole ? count : std::min<std::int64_t>(1, count)));
     std::iota(all.ids.begin(), all.ids.end(), place.firstInMesh);
     Add(kBlocks, place.block->id, place.block->name, {&all, 1});
   }
 
   void AddSet(const exo_Set& set) {
     const Kind& kind = *std::ranges::find(kKinds, set.kind, &Kind::kind);
+    const std::vector<Group> groups = Gather(set, kind);
+    Add(kind, set.id, set.name, groups);
+    Annotate(set, kind, groups);
+    if (set.kind == exo_SetKind::Sides) ListWrongSides(set);
+  }
+
+  /// Reads the entries.
+  std::vector<Group> Gather(const exo_Set& set, const Kind& kind) {
     file_.ReadSet(set, entries_, sides_);
     const std::int64_t most = set.kind == exo_SetKind::Nodes ? file_.NumNodes() : file_.NumElements();
     bool isInside = true;
@@ -81,14 +96,7 @@ private:
                               + std::to_string(at - entries_.begin() + 1) + ": " + kind.entry + " "
                               + std::to_string(*at) + " is outside 1.." + std::to_string(most));
     }
-    std::vector<Group> groups;
-    if (set.kind == exo_SetKind::Nodes)
-      groups = GatherNodes();
-    else
-      groups = GatherElements(set.kind);
-    Add(kind, set.id, set.name, groups);
-    Annotate(set, kind, groups);
-    if (set.kind == exo_SetKind::Sides) ListWrongSides(set);
+    return set.kind == exo_SetKind::Nodes ? GatherNodes() : GatherElements(set.kind);
   }
 
   static bool HasSide(const exo_BlockPlace& block, long long side) {
@@ -247,16 +255,16 @@ private:
                               rgnC_SubsetData::Ids(group.ids), rgnC_SubsetData::Ids(group.facets))));
     }
     made.data.SetConstructionOk(true);
-    sets_.push_back(std::move(made));
+    take_(std::move(made));
   }
 
   const exo_File& file_;
   std::span<const exo_BlockPlace> blocks_;
   int meshId_;
   bme_MeshNotes& notes_;
+  exo_TakeSet take_;
   std::vector<std::vector<exo_Property>> properties_; ///< of each kind
   std::vector<long long> entries_, sides_;
-  std::vector<bme_NamedSet> sets_;
   std::set<cow_String> roots_;
   long long numUnknownSides_ = 0, numWrongSides_ = 0, numDropped_ = 0, numWideIds_ = 0, numLostFactors_ = 0,
             numLostProperties_ = 0;
@@ -284,5 +292,22 @@ const exo_BlockPlace& exo_BlockOf(std::span<const exo_BlockPlace> blocks, std::i
 
 std::vector<bme_NamedSet> exo_ReadSets(const exo_File& file, std::span<const exo_BlockPlace> blocks,
                                        int meshId, bme_MeshNotes& notes, fmt_Ledger& ledger) {
-  return Reader(file, blocks, meshId, notes).Run(ledger);
+  std::vector<bme_NamedSet> sets;
+  Reader(file, blocks, meshId, notes, [&](bme_NamedSet set) {
+    sets.push_back(std::move(set));
+  }).Run(ledger, true);
+  return sets;
+}
+
+void exo_ReadSetsInTurn(const exo_File& file, std::span<const exo_BlockPlace> blocks, int meshId,
+                        bme_MeshNotes& notes, fmt_Ledger& ledger, const exo_TakeSet& take) {
+  Reader(file, blocks, meshId, notes, take).Run(ledger, false);
+}
+
+rgnC_SetData exo_ReadSet(const exo_File& file, std::span<const exo_BlockPlace> blocks, int meshId,
+                         const exo_Set& set) {
+  bme_MeshNotes none;
+  rgnC_SetData made;
+  Reader(file, blocks, meshId, none, [&](const bme_NamedSet& one) { made = one.data; }).RunOne(set);
+  return made;
 }

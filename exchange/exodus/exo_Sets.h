@@ -7,6 +7,7 @@
 
 #include <CoreGeometry/bme_MeshNotes.h>
 #include <CoreGeometry/bme_NamedSet.h>
+#include <functional>
 
 /// Where the elements of a block are in the mesh.
 struct exo_BlockPlace {
@@ -33,3 +34,11 @@ const exo_BlockPlace& exo_BlockOf(std::span<const exo_BlockPlace> blocks, std::i
 /// Cost       one pass over flat arrays, one set in memory at a time.
 std::vector<bme_NamedSet> exo_ReadSets(const exo_File& file, std::span<const exo_BlockPlace> blocks,
                                        int meshId, bme_MeshNotes& notes, fmt_Ledger& ledger);
+
+using exo_TakeSet = std::function<void(bme_NamedSet set)>;
+/// The same, one after the other. Sets of blocks have no more than their first element: theirs are all of a class.
+void exo_ReadSetsInTurn(const exo_File& file, std::span<const exo_BlockPlace> blocks, int meshId,
+                        bme_MeshNotes& notes, fmt_Ledger& ledger, const exo_TakeSet& take);
+/// The contents of one node, side or element set.
+rgnC_SetData exo_ReadSet(const exo_File& file, std::span<const exo_BlockPlace> blocks, int meshId,
+                         const exo_Set& set);

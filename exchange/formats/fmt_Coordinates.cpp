@@ -5,18 +5,13 @@
 #include <cmath>
 #include <limits>
 
-fmt_Coordinates::fmt_Coordinates(cow_String file, std::size_t numNodes, const fmt_ReadOptions& options)
+fmt_Rounder::fmt_Rounder(cow_String file, const fmt_ReadOptions& options)
     : file_(std::move(file)), offset_(options.offset.value_or(std::array<double, 3>{})),
-      mustChoose_(options.chooseOffset), exact_(options.exactNodes) {
-  xyz_.ResizeUninitialised(3 * numNodes);
-}
-
-void fmt_Coordinates::Add(std::span<const double> xyz) { AddAny(xyz); }
-void fmt_Coordinates::Add(std::span<const float> xyz) { AddAny(xyz); }
+      mustChoose_(options.chooseOffset) {}
 
 /// The middle of these nodes, rounded to a power of two that is not longer than their box, so that taking it off
 /// rounds nothing. Axes on which the box holds the origin need none.
-template<class Number> void fmt_Coordinates::ChooseOffset(std::span<const Number> xyz) {
+template<class Number> void fmt_Rounder::ChooseOffset(std::span<const Number> xyz) {
   for (std::size_t axis = 0; axis < 3; ++axis) {
     double low = std::numeric_limits<double>::infinity(), high = -low;
     for (std::size_t i = axis; i < xyz.size(); i += 3)
@@ -32,21 +27,11 @@ template<class Number> void fmt_Coordinates::ChooseOffset(std::span<const Number
   }
 }
 
-template<class Number> void fmt_Coordinates::KeepExact(std::span<const Number> xyz) {
-  const std::size_t first = next_ / 3, end = first + xyz.size() / 3;
-  for (auto at = std::ranges::lower_bound(exact_->nodes, first); at != exact_->nodes.end() && *at < end; ++at)
-    for (std::size_t axis = 0; axis < 3; ++axis)
-      exact_->xyz.push_back(static_cast<double>(xyz[3 * (*at - first) + axis]) - offset_[axis]);
-}
-
-template<class Number> void fmt_Coordinates::AddAny(std::span<const Number> xyz) {
-  const std::size_t all = xyz_.Const().size();
-  if (xyz.size() > all - next_)
-    throw nex_TextException(file_ + ": more than " + std::to_string(all / 3) + " nodes");
+template<class Number>
+void fmt_Rounder::Round(std::size_t firstNode, std::span<const Number> xyz, std::span<float> target,
+                        std::vector<float>* byNode, std::size_t numNodes) {
   if (mustChoose_) ChooseOffset(xyz);
   mustChoose_ = false;
-  if (exact_) KeepExact(xyz);
-  const std::span<float> target = xyz_.Modify().subspan(next_, xyz.size());
   double largest = 0;
   bool isFinite = true;
   const auto local = [&](std::size_t i) { return static_cast<double>(xyz[i]) - offset_[i % 3]; };
@@ -68,26 +53,32 @@ template<class Number> void fmt_Coordinates::AddAny(std::span<const Number> xyz)
     }
     largest = std::max(largest, ofNode);
     if (ofNode == 0) continue;
-    if (byNode_.empty()) byNode_.resize(all / 3);
-    byNode_[(next_ + first) / 3] = static_cast<float>(ofNode);
+    if (!byNode) continue;
+    if (byNode->empty()) byNode->resize(numNodes);
+    (*byNode)[firstNode + first / 3] = static_cast<float>(ofNode);
   }
   if (!isFinite) {
     const auto bad =
         std::ranges::find_if(target, [](float value) { return !std::isfinite(value); }) - target.begin();
-    Fail(next_ + static_cast<std::size_t>(bad), static_cast<double>(xyz[static_cast<std::size_t>(bad)]));
+    Fail(3 * firstNode + static_cast<std::size_t>(bad),
+         static_cast<double>(xyz[static_cast<std::size_t>(bad)]));
   }
   if (largest > change_) {
     change_ = largest;
     std::size_t i = 0;
     while (std::abs(static_cast<double>(target[i]) - local(i)) < largest) ++i;
-    changed_ = next_ + i;
+    changed_ = 3 * firstNode + i;
   }
-  next_ += xyz.size();
   if (!transform_ && offset_ != std::array<double, 3>{})
     transform_.emplace().SetTranslation(gsl_Vector(offset_[0], offset_[1], offset_[2]));
 }
 
-void fmt_Coordinates::Fail(std::size_t position, double value) const {
+template void fmt_Rounder::Round(std::size_t, std::span<const float>, std::span<float>, std::vector<float>*,
+                                 std::size_t);
+template void fmt_Rounder::Round(std::size_t, std::span<const double>, std::span<float>, std::vector<float>*,
+                                 std::size_t);
+
+void fmt_Rounder::Fail(std::size_t position, double value) const {
   char text[40];
   std::snprintf(text, sizeof text, "%.17g", value);
   throw nex_TextException(file_ + ": node " + std::to_string(position / 3 + 1) + ": " + "xyz"[position % 3]
@@ -95,11 +86,38 @@ void fmt_Coordinates::Fail(std::size_t position, double value) const {
                           + (std::isfinite(value) ? " does not fit single precision" : " is not a number"));
 }
 
-fmt_Rounding fmt_Coordinates::Rounding(std::span<const int> labels) {
+fmt_Rounding fmt_Rounder::Rounding(int nodeLabel) const {
   if (change_ == 0) return {};
-  const std::size_t node = changed_ / 3;
-  return {.change = change_,
-          .nodeLabel = labels.empty() ? static_cast<int>(node + 1) : labels[node],
-          .axis = "xyz"[changed_ % 3],
-          .byNode = std::move(byNode_)};
+  return {.change = change_, .nodeLabel = nodeLabel, .axis = "xyz"[changed_ % 3]};
+}
+
+fmt_Coordinates::fmt_Coordinates(cow_String file, std::size_t numNodes, const fmt_ReadOptions& options)
+    : rounder_(std::move(file), options), exact_(options.exactNodes) {
+  xyz_.ResizeUninitialised(3 * numNodes);
+}
+
+void fmt_Coordinates::Add(std::span<const double> xyz) { AddAny(xyz); }
+void fmt_Coordinates::Add(std::span<const float> xyz) { AddAny(xyz); }
+
+template<class Number> void fmt_Coordinates::KeepExact(std::span<const Number> xyz) {
+  const std::size_t first = next_ / 3, end = first + xyz.size() / 3;
+  for (auto at = std::ranges::lower_bound(exact_->nodes, first); at != exact_->nodes.end() && *at < end; ++at)
+    for (std::size_t axis = 0; axis < 3; ++axis)
+      exact_->xyz.push_back(static_cast<double>(xyz[3 * (*at - first) + axis]) - rounder_.Offset()[axis]);
+}
+
+template<class Number> void fmt_Coordinates::AddAny(std::span<const Number> xyz) {
+  const std::size_t all = xyz_.Const().size();
+  if (xyz.size() > all - next_)
+    throw nex_TextException(rounder_.File() + ": more than " + std::to_string(all / 3) + " nodes");
+  rounder_.Round(next_ / 3, xyz, xyz_.Modify().subspan(next_, xyz.size()), &byNode_, all / 3);
+  if (exact_) KeepExact(xyz);
+  next_ += xyz.size();
+}
+
+fmt_Rounding fmt_Coordinates::Rounding(std::span<const int> labels) {
+  const std::size_t node = rounder_.ChangedNode();
+  fmt_Rounding rounding = rounder_.Rounding(labels.empty() ? static_cast<int>(node + 1) : labels[node]);
+  rounding.byNode = std::move(byNode_);
+  return rounding;
 }

@@ -6,6 +6,7 @@
 #include <CoreGeometry/exo_Export.h>
 #include <CoreGeometry/exo_Import.h>
 #include <CoreGeometry/exo_Results.h>
+#include <CoreGeometry/fmt_Ranges.h>
 #include <CoreGeometry/vtu_Read.h>
 #include <CoreGeometry/vtu_Write.h>
 
@@ -74,6 +75,7 @@ std::span<const fmt_Format> fmt_Formats() {
        .holdsNotes = true,
        .recognises = &IsNetCdf,
        .read = &ReadExodus,
+       .openRanges = &exo_OpenRanges,
        .readResults = &exo_ReadResults,
        .write = &WriteExodus},
       {.name = "pvd",
@@ -183,11 +185,7 @@ fmt_Import fmt_ReadMesh(const cow_String& file, const fmt_Format& format, const 
     again.exactNodes = &exact;
     format.read(file, again);
   });
-  const std::vector<int>& damaged = import.rounding.damagedElements;
-  if (!damaged.empty() && !options.acceptDamage)
-    throw nex_TextException(file + ": single precision collapses or turns inside out "
-                            + std::to_string(damaged.size()) + " elements, the first of label "
-                            + std::to_string(damaged.front()) + "; give an offset, such as --offset auto");
+  fmt_RefuseDamage(file, import.rounding, options);
   return import;
 }
 

@@ -1,6 +1,8 @@
 #include <CoreGeometry/fmt_Import.h>
 
 #include <CoreGeometry/fmt_MissingLibrary.h>
+#include <CoreGeometry/fmt_Results.h>
+#include <algorithm>
 
 fmt_MissingLibrary::~fmt_MissingLibrary() = default;
 
@@ -24,4 +26,13 @@ void fmt_Renumber(fmt_Import& import, unsigned meshId) {
     made.SetConstructionOk(true);
     set.data = made;
   }
+}
+
+void fmt_RemoveCarried(fmt_Ledger& ledger) {
+  constexpr std::string_view kCarried[] = {"time steps",           "global variables",   "nodal variables",
+                                           "element variables",    "node set variables", "side set variables",
+                                           "element set variables"};
+  std::erase_if(ledger, [&](const fmt_LedgerEntry& entry) {
+    return std::ranges::find(kCarried, entry.what) != std::end(kCarried);
+  });
 }

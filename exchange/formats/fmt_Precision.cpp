@@ -181,3 +181,11 @@ void fmt_CheckPrecision(fmt_Import& import, const std::function<void(fmt_ExactNo
   if (!import.rounding.byNode.empty()) Checker(import).Run(readExactly);
   import.rounding.byNode = {};
 }
+
+void fmt_RefuseDamage(const cow_String& file, const fmt_Rounding& rounding, const fmt_ReadOptions& options) {
+  const std::vector<int>& damaged = rounding.damagedElements;
+  if (!damaged.empty() && !options.acceptDamage)
+    throw nex_TextException(file + ": single precision collapses or turns inside out "
+                            + std::to_string(damaged.size()) + " elements, the first of label "
+                            + std::to_string(damaged.front()) + "; give an offset, such as --offset auto");
+}

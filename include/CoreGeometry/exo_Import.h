@@ -14,3 +14,7 @@
 /// Cost       one pass; coordinates and connectivity go straight into their final arrays.
 CORE_GEOMETRY_EXCHANGE_API fmt_Import exo_ReadMesh(const cow_String& fileName,
                                                    const fmt_ReadOptions& options = {});
+
+/// The same in ranges, for fmt_OpenRanges.
+CORE_GEOMETRY_EXCHANGE_API std::unique_ptr<fmt_Ranges> exo_OpenRanges(const cow_String& fileName,
+                                                                      const fmt_ReadOptions& options = {});

@@ -10,6 +10,7 @@
 #include <CoreGeometry/odiC_Selection.h>
 #include <string_view>
 
+class fmt_Ranges;
 struct fmt_ExactNodes;
 
 struct fmt_ReadOptions {
@@ -66,6 +67,8 @@ struct fmt_Format {
   bool (*recognises)(std::string_view start) = nullptr;
   /// Null when the format is not read, or not written.
   fmt_Import (*read)(const cow_String& file, const fmt_ReadOptions& options) = nullptr;
+  /// For fmt_OpenRanges; null when a file of the format is read whole.
+  std::unique_ptr<fmt_Ranges> (*openRanges)(const cow_String& file, const fmt_ReadOptions& options) = nullptr;
   /// Time steps and variables into a run, see exo_ReadResults; null when results of the format are not read.
   fmt_ResultsSummary (*readResults)(const cow_String& file, const fmt_Import& import, odiC_RunWriter* run,
                                     const fmt_ResultsOptions& options) = nullptr;

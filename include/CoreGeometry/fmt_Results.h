@@ -29,3 +29,6 @@ struct fmt_ResultsSummary {
   int numNewFrames = 0; ///< that the run did not have before
   fmt_Ledger ledger;
 };
+
+/// Takes from the ledger of a mesh what its results have taken over: time steps and variables.
+CORE_GEOMETRY_EXCHANGE_API void fmt_RemoveCarried(fmt_Ledger& ledger);
