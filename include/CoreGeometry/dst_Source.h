@@ -38,6 +38,7 @@ struct dst_SourceFacts {
   std::vector<dst_SetFacts> sets{};
   std::vector<cow_String>
       leftOut{}; ///< what stands beside the mesh and does not go into a split, for a report
+  std::vector<cow_String> warnings{}; ///< about what is in it, for a report
 
   std::uint64_t NumElements() const noexcept { return classes.empty() ? 0 : classes.back().EndElement(); }
   bool HasElementLabels() const noexcept; ///< false: they are implicit
@@ -97,6 +98,8 @@ CORE_GEOMETRY_DISTRIBUTED_API std::unique_ptr<dst_Source> dst_SplitSource(const 
 struct dst_MeshBeside {
   cow_String file{};                               ///< that it was read from
   std::function<void(cls_WritePass& index)> put{}; ///< stores what belongs to it beside its sets
+  std::vector<odiC_Run> runs{};                    ///< of a model that `put` keeps
+  std::vector<cow_String> leftOut{}, warnings{};   ///< for the facts of the source
 };
 
 /// A mesh in memory, which the source shares, with its sets.

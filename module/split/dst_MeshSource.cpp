@@ -51,9 +51,12 @@ using Put = dst_SourceWithSets::Put;
 class MeshSource : public dst_SourceWithSets {
 public:
   MeshSource(const cow_String& name, const bme_Mesh& mesh, std::vector<dst_JoinedSet> sets,
-             const cow_String& file, Put putBeside, Put putRegions)
+             const dst_MeshBeside& beside, Put putBeside, Put putRegions)
       : dst_SourceWithSets(std::move(sets), std::move(putBeside), std::move(putRegions)), mesh_(mesh) {
-    facts_.file = file;
+    facts_.file = beside.file;
+    facts_.leftOut = beside.leftOut;
+    facts_.warnings = beside.warnings;
+    runs_ = beside.runs;
     const bme_NodeData& nodes = mesh_.NodeData();
     facts_.mesh = name;
     facts_.shell = dst_ShellOf(mesh);
@@ -105,5 +108,5 @@ std::unique_ptr<dst_Source> dst_MeshSource(const cow_String& name, const bme_Mes
     putRegions(pass);
     if (put) put(pass);
   };
-  return std::make_unique<MeshSource>(name, mesh, std::move(stored), beside.file, putBeside, putRegions);
+  return std::make_unique<MeshSource>(name, mesh, std::move(stored), beside, putBeside, putRegions);
 }

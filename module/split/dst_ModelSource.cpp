@@ -108,7 +108,9 @@ private:
       const cls_ArraySize& size = rows_.back().Size();
       const shp_Shape* shape =
           thr_ThreadSingleton<shp_ShapeDictionary>::Instance().GetShape(range.ElemTypeLabel());
-      range.SetNodesPerElement(size.numbers == 0 && shape ? shape->NumNodes() : static_cast<int>(size.width));
+      range.SetNodesPerElement(size.numbers > 0 ? static_cast<int>(size.width)
+                               : shape          ? shape->NumNodes()
+                                                : 0);
       if (size.numbers != range.NumElements() * static_cast<std::uint64_t>(range.NodesPerElement()))
         throw nex_TextException(facts_.file + ": " + path + " has " + std::to_string(range.NumElements())
                                 + " elements and " + std::to_string(size.numbers)

@@ -1,43 +1,17 @@
 #include "dst_Runs.h"
 #include "dst_SourceWithSets.h"
 #include "dst_WorkFile.h"
+#include "dst_WorkFolder.h"
 
 #include <BasicUtils/cls_WritePass.h>
 #include <BasicUtils/thr_ThreadSingleton.h>
 #include <BasicUtils/wip_WIP.h>
-#include <atomic>
 #include <filesystem>
 #include <optional>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
 namespace {
-/// A folder for files that are removed at the end, and the folder with them unless others are there, too.
-class WorkFolder {
-public:
-  explicit WorkFolder(const cow_String& name) : path_(name) { fs::create_directories(path_); }
-  ~WorkFolder() {
-    std::error_code ignored;
-    for (const fs::path& file : files_) fs::remove(file, ignored);
-    fs::remove(path_, ignored);
-  }
-  WorkFolder(const WorkFolder&) = delete;
-  WorkFolder& operator=(const WorkFolder&) = delete;
-  cow_String File(const cow_String& name) { return files_.emplace_back(path_ / name).string(); }
-
-private:
-  fs::path path_;
-  std::vector<fs::path> files_;
-};
-
-cow_String Temporary() {
-  static std::atomic<int> number = 0;
-  return (fs::temp_directory_path()
-          / ("split_source_" + std::to_string(getpid()) + "_" + std::to_string(++number)))
-      .string();
-}
-
 /// Rows of numbers that parts write at their places in the whole.
 template<class T> class Unpacked {
 public:
@@ -159,7 +133,7 @@ private:
     for (const cow_String& root : odiC_Run::RootsOf(*model_)) runs_.push_back(odiC_Run::Open(*model_, root));
   }
 
-  WorkFolder folder_;
+  dst_WorkFolder folder_;
   Unpacked<float> coordinates_;
   Unpacked<int> labels_;
   std::vector<std::unique_ptr<Unpacked<int>>> rows_, elementLabels_;
@@ -179,6 +153,6 @@ std::unique_ptr<dst_Source> dst_SplitSource(const dst_SplitFolder& split, const 
       for (const cow_String& root : these) pass.Copy(*index, root);
     };
   };
-  return std::make_unique<SplitSource>(split, workFolder.empty() ? Temporary() : workFolder, std::move(sets),
-                                       copy(roots), copy(index->RootsOf({rgnC_Region::TypeId()})));
+  return std::make_unique<SplitSource>(split, workFolder, std::move(sets), copy(roots),
+                                       copy(index->RootsOf({rgnC_Region::TypeId()})));
 }

@@ -107,12 +107,3 @@ void cli_PrintVariables(const fmt_ResultsSummary& results) {
     cli_Report() << '\n';
   }
 }
-
-void cli_RemoveCarried(fmt_Ledger& ledger) {
-  constexpr std::string_view kCarried[] = {"time steps",           "global variables",   "nodal variables",
-                                           "element variables",    "node set variables", "side set variables",
-                                           "element set variables"};
-  std::erase_if(ledger, [&](const fmt_LedgerEntry& entry) {
-    return std::ranges::find(kCarried, entry.what) != std::end(kCarried);
-  });
-}

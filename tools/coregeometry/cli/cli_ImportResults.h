@@ -16,5 +16,3 @@ fmt_ResultsOptions cli_ResultsOptions(const cli_ResultsArguments& arguments); //
 
 cli_Json cli_VariableJson(const fmt_PlannedVariable& planned);
 void cli_PrintVariables(const fmt_ResultsSummary& results);
-/// Takes out what the mesh alone does not carry and the results do.
-void cli_RemoveCarried(fmt_Ledger& ledger);

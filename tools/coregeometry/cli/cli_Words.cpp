@@ -47,6 +47,13 @@ std::optional<std::array<double, 3>> cli_TripleOf(const std::string& text) {
   return count == 3 ? std::optional(values) : std::nullopt;
 }
 
+void cli_SetOffset(const std::string& text, std::optional<std::array<double, 3>>& offset, bool& isChosen) {
+  isChosen = text == "auto";
+  if (text.empty() || isChosen) return;
+  offset = cli_TripleOf(text);
+  if (!offset) throw cli_UsageError("--offset " + text + " is neither X,Y,Z nor auto");
+}
+
 cli_Option cli_AddTriple(cli_Command command, const char* name, std::optional<std::array<double, 3>>& triple,
                          const std::string& help) {
   const auto take = [name, &triple](const std::string& text) {

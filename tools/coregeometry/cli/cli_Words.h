@@ -26,6 +26,8 @@ cli_Option cli_AddTriple(cli_Command command, const char* name, std::optional<st
                          const std::string& help);
 /// Three numbers between commas, and nothing else.
 std::optional<std::array<double, 3>> cli_TripleOf(const std::string& text);
+/// --offset: "X,Y,Z", "auto", or nothing. Throws cli_UsageError.
+void cli_SetOffset(const std::string& text, std::optional<std::array<double, 3>>& offset, bool& isChosen);
 /// A number without anything behind it, finite; nothing for any other text.
 std::optional<double> cli_NumberOf(std::string_view text);
 

@@ -230,17 +230,6 @@ void Print(const Arguments& arguments, const cli_MeshTarget& target, const fmt_I
                   "Not carried over, since a model has no place for it:");
 }
 
-/// "X,Y,Z", or "auto".
-void SetOffset(fmt_ReadOptions& options, const std::string& text) {
-  if (text == "auto") {
-    options.chooseOffset = true;
-    return;
-  }
-  const auto offset = cli_TripleOf(text);
-  if (!offset) throw cli_UsageError("--offset " + text + " is neither X,Y,Z nor auto");
-  options.offset = *offset;
-}
-
 std::vector<std::string> ReadFormats() {
   std::vector<std::string> names;
   for (const fmt_Format& format : fmt_Formats())
@@ -257,7 +246,7 @@ void Run(const Arguments& arguments) {
       throw cli_UsageError("--map " + error.Message());
     }
   }
-  if (!arguments.offset.empty()) SetOffset(options, arguments.offset);
+  cli_SetOffset(arguments.offset, options.offset, options.chooseOffset);
   options.acceptDamage = arguments.force;
   if (!arguments.wedges.empty())
     options.wedges = arguments.wedges == "plain"      ? exo_VtkWedges::Plain
@@ -298,7 +287,7 @@ void Run(const Arguments& arguments) {
     results = StoreResults(arguments, format, target, import, resultsOptions);
   }
   if (hasResults) {
-    cli_RemoveCarried(import.ledger);
+    fmt_RemoveCarried(import.ledger);
     import.ledger.insert(import.ledger.end(), results.ledger.begin(), results.ledger.end());
   }
   console.End();

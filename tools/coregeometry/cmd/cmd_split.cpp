@@ -3,20 +3,21 @@
 #include "cli_Console.h"
 #include "cli_Model.h"
 #include "cli_Split.h"
+#include "cli_Words.h"
 
-#include <BasicUtils/cls_WritePass.h>
+#include <CoreGeometry/dst_FileSource.h>
 #include <CoreGeometry/dst_Split.h>
 #include <CoreGeometry/dst_SplitFolder.h>
-#include <CoreGeometry/fmt_Format.h>
 #include <charconv>
 #include <filesystem>
+#include <iostream>
 #include <optional>
 
 namespace fs = std::filesystem;
 
 namespace {
 struct Arguments {
-  std::string file, name, output, method = "auto", weights = "elements", memory;
+  std::string file, name, output, method = "auto", weights = "elements", memory, offset;
   int parts = 0, chunks = 0, seed = 0;
   bool dryRun = false, force = false, json = false;
 };
@@ -44,7 +45,7 @@ dst_Method MethodOf(const std::string& word) {
   return word == "metis" ? dst_Method::Metis : word == "curve" ? dst_Method::Curve : dst_Method::Auto;
 }
 
-/// A model is read in ranges, any other file whole.
+/// What is split, with the model that it is in.
 struct Source {
   std::optional<cls_Database> model;
   std::unique_ptr<dst_Source> mesh;
@@ -62,12 +63,10 @@ Source Open(const Arguments& arguments) {
     source.mesh = dst_ModelSource(*source.model, cli_ChooseMesh(*source.model, arguments.name));
     return source;
   }
-  const fmt_Import import = fmt_ReadMesh(arguments.file);
-  const cow_String name = arguments.name.empty() ? fs::path(arguments.file).stem().string() : arguments.name;
-  const auto putNotes = [name, notes = import.notes](cls_WritePass& pass) {
-    if (!notes.IsEmpty()) pass.Put(bme_kNotesFolder + name, notes);
-  };
-  source.mesh = dst_MeshSource(name, *import.mesh, import.sets, {arguments.file, putNotes});
+  dst_FileOptions options{
+      .mesh = arguments.name, .workFolder = arguments.output + ".source", .acceptDamage = arguments.force};
+  cli_SetOffset(arguments.offset, options.offset, options.chooseOffset);
+  source.mesh = dst_FileSource(arguments.file, options);
   return source;
 }
 
@@ -115,7 +114,8 @@ void Run(Arguments arguments) {
                             {"elements", facts.NumElements()},
                             {"memory", plan.memory},
                             {"space", plan.space},
-                            {"leftOut", facts.leftOut}});
+                            {"leftOut", facts.leftOut},
+                            {"warnings", facts.warnings}});
     cli_Out() << arguments.output << " would have " << plan.numParts << " parts of "
               << facts.NumElements() / plan.numParts << " elements; it takes " << (plan.memory >> 20)
               << " MiB of memory and up to " << (plan.space >> 20) << " MiB on the disk meanwhile\n";
@@ -127,8 +127,10 @@ void Run(Arguments arguments) {
   if (arguments.json) {
     cli_Json json = ReportJson(arguments, report);
     json["leftOut"] = facts.leftOut;
+    json["warnings"] = facts.warnings;
     return cli_PrintJson(json);
   }
+  for (const cow_String& one : facts.warnings) cli_Out(std::cerr) << "coregeometry: " << one << '\n';
   for (const cow_String& one : facts.leftOut) cli_Report() << "not in the split: " << one << '\n';
   cli_Report() << arguments.output << ": " << report.index.NumParts() << " parts of "
                << report.index.NumElements() << " elements, largest " << report.balance << " times the mean, "
@@ -161,15 +163,24 @@ void cli_AddSplit(cli_Command& program) {
       .ShowDefault();
   command.AddOption("--name", arguments->name, "Name of the mesh, when the model has several");
   command.AddOption("--seed", arguments->seed, "Seed of METIS").ShowDefault();
+  command
+      .AddOption(
+          "--offset", arguments->offset,
+          "Keep coordinates of a mesh file from X,Y,Z, or from a point near the first nodes (auto), as "
+          "import does")
+      .TypeName("X,Y,Z|auto");
   command.AddFlag("--dry-run", arguments->dryRun, "Say what would be made and what it takes");
-  command.AddFlag("--force", arguments->force, "Replace a split of another source or with other options");
+  command.AddFlag(
+      "--force", arguments->force,
+      "Replace a split of another source or with other options. Also accept elements of a mesh file that "
+      "single precision collapses or turns inside out");
   command.AddFlag("--json", arguments->json, "Print the facts as JSON");
   command.Footer(
       "Each part is a model file with the same classes and sets; index.cgdb says how they fit. A run that "
       "was\n"
       "stopped goes on when it is given again; parts that are missing are made again in the same way. Other\n"
       "commands take the folder in place of a model; \"join\" makes the model of it again. Results go with\n"
-      "their mesh.\n"
+      "their mesh. An Exodus II file is read in ranges and gives the split of the model that import makes.\n"
       "\n"
       "Example: 8 parts, in bracket.split\n"
       "  coregeometry split bracket.cgdb -n 8");
