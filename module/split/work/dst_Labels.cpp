@@ -66,8 +66,9 @@ public:
     const unsigned bucket = Of(label);
     const std::span<const std::size_t> all =
         std::span(order_).subspan(starts_[bucket], starts_[bucket + 1] - starts_[bucket]);
-    const auto [first, last] =
-        std::ranges::equal_range(all, label, {}, [&](std::size_t i) { return labels_[i]; });
+    const auto labelOf = [&](std::size_t i) { return labels_[i]; };
+    const auto first = std::ranges::lower_bound(all, label, {}, labelOf),
+               last = std::ranges::upper_bound(all, label, {}, labelOf);
     return {first, last};
   }
 
