@@ -85,9 +85,11 @@ public:
       const std::size_t first = out_.sets.size();
       for (std::size_t i = 0; i < sets_.size(); ++i)
         if (!isBlock_[i]) AddSet(kind, sets_[i]);
-      const cow_String changes = Number(std::span(out_.sets).subspan(first), Count("numbers of sets"));
+      const cow_String changes =
+          Number(std::span(out_.sets).subspan(first), CountOfEveryPart("numbers of sets"));
       if (!changes.empty())
-        Count("numbers of sets", Joined("numbers of sets", cow_String(kind.name) + "s " + changes));
+        CountOfEveryPart("numbers of sets",
+                         Joined("numbers of sets", cow_String(kind.name) + "s " + changes));
       for (std::size_t i = first; i < out_.sets.size(); ++i) entries_[i].id = out_.sets[i].id;
     }
     DropMadeNames();
@@ -101,7 +103,7 @@ public:
     if (part_) AddPart(output.Name());
     exo_WriteFile(output, out_);
     for (const auto& [what, count] : counts_)
-      if (count > 0) ledger.push_back({what, count, details_[what]});
+      if (count > 0) ledger.push_back({what, count, details_[what], ofEveryPart_.contains(what)});
     exo_ListNotMesh(mesh_, ledger);
     ledger.insert(ledger.end(), notWritten.begin(), notWritten.end());
     return ledger;
@@ -111,6 +113,11 @@ private:
   long long& Count(const cow_String& what, const cow_String& detail = {}) {
     if (!detail.empty()) details_[what] = detail;
     return counts_[what];
+  }
+  /// Of classes, sets or their names.
+  long long& CountOfEveryPart(const cow_String& what, const cow_String& detail = {}) {
+    ofEveryPart_.insert(what);
+    return Count(what, detail);
   }
 
   void AddNodes() {
@@ -129,8 +136,9 @@ private:
     }
     if (part_) needed = part_->numDims;
     if (needed > out_.numDims) {
-      Count("dimensions of the mesh", "written with " + std::to_string(needed)
-                                          + ", since its nodes have such coordinates") = out_.numDims;
+      CountOfEveryPart("dimensions of the mesh",
+                       "written with " + std::to_string(needed) + ", since its nodes have such coordinates") =
+          out_.numDims;
       out_.numDims = needed;
     }
     if (nodes.HasUserNodeLabels()) out_.nodeLabels = nodes.UserNodeLabels().Const();
@@ -167,8 +175,8 @@ private:
       AddRows(type, note ? note->typeName : cow_String(), block);
       if (note) notes_.Add(*note, block);
     }
-    const cow_String changes = Number(std::span(out_.blocks), Count("numbers of blocks"));
-    if (!changes.empty()) Count("numbers of blocks", changes);
+    const cow_String changes = Number(std::span(out_.blocks), CountOfEveryPart("numbers of blocks"));
+    if (!changes.empty()) CountOfEveryPart("numbers of blocks", changes);
   }
 
   /// Of the set that stands for the class.
@@ -241,10 +249,11 @@ private:
     const bool hasCount = !block.type.empty() && block.type.back() >= '0' && block.type.back() <= '9';
     const cow_String what = label + ", as " + block.type + (hasCount ? "" : std::to_string(written));
     if (name && name->label != label)
-      Count("element types with a label of their own",
-            Joined("element types with a label of their own", what)) += 1;
+      CountOfEveryPart("element types with a label of their own",
+                       Joined("element types with a label of their own", what)) += 1;
     if (shape && !name)
-      Count("element types unknown to the format", Joined("element types unknown to the format", what)) += 1;
+      CountOfEveryPart("element types unknown to the format",
+                       Joined("element types unknown to the format", what)) += 1;
     if (order.size() < columns)
       Count("elements without their last nodes", Joined("elements without their last nodes", what)) +=
           type.NumElements();
@@ -443,10 +452,12 @@ private:
 
   void CheckLengths() {
     for (const exo_OutBlock& block : out_.blocks) {
-      Count("ends of names", "longer than the format allows") += block.name.size() > exo_kLongestName;
-      Count("ends of names") += block.type.size() > exo_kLongestType;
+      CountOfEveryPart("ends of names", "longer than the format allows") +=
+          block.name.size() > exo_kLongestName;
+      CountOfEveryPart("ends of names") += block.type.size() > exo_kLongestType;
     }
-    for (const exo_OutSet& set : out_.sets) Count("ends of names") += set.name.size() > exo_kLongestName;
+    for (const exo_OutSet& set : out_.sets)
+      CountOfEveryPart("ends of names") += set.name.size() > exo_kLongestName;
   }
 
   const bme_Mesh& mesh_;
@@ -464,6 +475,7 @@ private:
   std::vector<std::vector<exo_Side>> sides_; ///< of each class
   std::map<cow_String, long long> counts_;
   std::map<cow_String, cow_String> details_;
+  std::set<cow_String> ofEveryPart_;
 };
 } // namespace
 
@@ -479,7 +491,7 @@ fmt_Ledger exo_WritePart(uti_OutputFile& output, const bme_Mesh& mesh, std::span
 
 void exo_ListNotMesh(const bme_Mesh& mesh, fmt_Ledger& ledger) {
   const auto note = [&](const char* what, long long count) {
-    if (count > 0) ledger.push_back({what, count, {}});
+    if (count > 0) ledger.push_back({what, count, {}, true});
   };
   long long controls = 0, orientations = 0, locations = 0;
   for (unsigned i = 0; i < mesh.ElementData().NumClasses(); ++i) {

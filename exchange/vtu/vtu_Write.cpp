@@ -18,6 +18,7 @@
 #include <set>
 
 namespace {
+constexpr const char* kTypesAndCategories = "element types and categories of classes";
 constexpr std::size_t kSlice = std::size_t{1} << 16; ///< numbers that are made at a time
 
 /// The items of one kind in a set, which become an array.
@@ -112,7 +113,7 @@ public:
     out_.Write(output, encoding);
     fmt_Ledger ledger;
     for (const auto& [what, count] : counts_)
-      if (count > 0) ledger.push_back({what, count, {}});
+      if (count > 0) ledger.push_back({what, count, {}, what == kTypesAndCategories});
     AddNames(ledger);
     if (fields_) fields_->AddTo(ledger);
     exo_ListNotMesh(mesh_, ledger);
@@ -133,7 +134,7 @@ private:
       const Cell& cell = cells_.emplace_back(CellOf(type, wedges_));
       numCells_ += static_cast<std::size_t>(type.NumElements());
       numNodesOfCells_ += static_cast<std::size_t>(type.NumElements()) * cell.nodes.size();
-      counts_["element types and categories of classes"] += 1;
+      counts_[kTypesAndCategories] += 1;
       if (cell.type == 2) counts_["elements as clouds of points"] += type.NumElements();
       if (cell.nodes.size() < static_cast<std::size_t>(type.NumNodesPerElem()) && bme_PyramidNodes(type) == 0)
         counts_["elements without their last nodes"] += type.NumElements();
@@ -277,7 +278,7 @@ private:
   }
 
   void AddNames(fmt_Ledger& ledger) const {
-    fmt_LedgerEntry names{"names of sets", 0, {}};
+    fmt_LedgerEntry names{"names of sets", 0, {}, true};
     for (const Marks& marks : marks_) {
       if (marks.name == marks.set->name) continue;
       names.detail += (++names.count == 1 ? "as \"" : ", \"") + marks.name + '"';

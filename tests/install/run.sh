@@ -35,7 +35,7 @@ for program in store "${components[@],,}"; do
   echo "find_package: $program ran"
 done
 # a component that is not installed is refused by name
-for missing in Exchange Picture Distributed; do
+for missing in Exchange Picture Distributed Mpi; do
   [[ " ${components[*]} " == *" $missing "* ]] && continue
   cmake -S "$here/consumer" -B "$work/missing" -G Ninja -DCMAKE_PREFIX_PATH="$tree" -DCMAKE_CXX_COMPILER="$compiler" \
     -DCOMPONENTS="$missing" >"$work/missing.log" 2>&1 && fail "find_package found $missing, which is not installed"
@@ -69,6 +69,20 @@ if compgen -G "$lib/libCoreGeometry*.so" >/dev/null; then
   echo "the smallest program ran"
   "$compiler" -std=c++20 "${flags[@]}" "$here/consumer/open.cpp" -o "$work/open" -ldl
   (unset LD_LIBRARY_PATH && "$work/open" "$lib"/libCoreGeometry*.so)
+fi
+
+# what is for many machines stays in the libraries that are called so
+needs() { # library pattern
+  [ ! -f "$lib/libCoreGeometry$1.so" ] || readelf -d "$lib/libCoreGeometry$1.so" | grep 'NEEDED' | grep -qE "$2"
+}
+if compgen -G "$lib/libCoreGeometry*.so" >/dev/null; then
+  for library in "" Platform Exchange Picture; do
+    [ -f "$lib/libCoreGeometry$library.so" ] && needs "$library" 'libmpi|libmetis|Distributed|Mpi' &&
+      fail "libCoreGeometry$library.so needs what split models need"
+  done
+  needs Distributed 'libmetis' || fail "libCoreGeometryDistributed.so does not use METIS"
+  [ -f "$lib/libCoreGeometryDistributed.so" ] && needs Distributed 'libmpi|Mpi' && fail "libCoreGeometryDistributed.so needs MPI"
+  needs Mpi 'libmpi' || fail "libCoreGeometryMpi.so does not use MPI"
 fi
 
 # without the plug-in a file that needs it is an error that says what to install

@@ -94,16 +94,9 @@ std::vector<exo_Neighbour> NeighboursOf(const dst_Part& part, std::span<const ds
 
 cli_Json LedgerOf(const fmt_Ledger& ledger) {
   cli_Json told = cli_Json::array();
-  for (const fmt_LedgerEntry& entry : ledger) told.push_back({entry.what, entry.count, entry.detail});
+  for (const fmt_LedgerEntry& entry : ledger)
+    told.push_back({entry.what, entry.count, entry.detail, entry.isOfEveryPart});
   return told;
-}
-
-/// Whether an entry counts classes or sets, of which every part has all.
-bool IsOfClasses(std::string_view what) {
-  constexpr std::string_view kWords[] = {"classes", "element types", "numbers of", "dimensions",
-                                         "ends of names"};
-  return std::ranges::any_of(
-      kWords, [&](std::string_view word) { return what.find(word) != std::string_view::npos; });
 }
 
 /// What no file of a part carries, with the counts of all parts.
@@ -115,8 +108,8 @@ fmt_Ledger Sum(const std::vector<cli_Json>& ledgers) {
       const auto count = entry[1].get<long long>();
       const auto known = std::ranges::find(sum, what, &fmt_LedgerEntry::what);
       if (known == sum.end())
-        sum.push_back({what, count, entry[2].get<std::string>()});
-      else if (known->count >= 0 && !IsOfClasses(what))
+        sum.push_back({what, count, entry[2].get<std::string>(), entry[3].get<bool>()});
+      else if (known->count >= 0 && !known->isOfEveryPart)
         known->count = count < 0 ? count : known->count + count;
     }
   return sum;

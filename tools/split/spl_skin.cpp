@@ -100,21 +100,28 @@ exo_SkinSummary WriteOne(const Arguments& arguments, const spl_Split& split) {
   })[0]);
 }
 
+/// A set that has an outside.
+const bme_NamedSet& Choose(std::span<const bme_NamedSet> sets, const cow_String& name,
+                           const cow_String& place) {
+  if (const bme_NamedSet* set = bme_FindSet(sets, name, place)) {
+    if (set->kind != rgnC_NODE_SET) return *set;
+    throw nex_TextException("\"" + name + "\" is a set of nodes, which have no outside");
+  }
+  std::vector<cow_String> names;
+  names.reserve(sets.size());
+  for (const bme_NamedSet& set : sets) names.push_back(set.name);
+  throw nex_TextException(place + ": no set \"" + name + '"' + atr_Alternatives(name, names));
+}
+
 /// The outside of sets needs no more than their elements, which one process puts together.
 cli_Json WriteSets(const Arguments& arguments, const spl_Split& split) {
   const cow_String& root = split.Folder().MeshRoot();
   const cow_String place = arguments.folder + ", " + root;
   const std::vector<bme_NamedSet> ofPart = bme_SetsOfMesh(split.Folder().OpenPartFile(0), root);
   std::vector<cow_String> contents;
-  std::vector<cow_String> names;
-  for (const bme_NamedSet& set : ofPart) names.push_back(set.name);
-  for (const std::string& name : arguments.sets) {
-    const bme_NamedSet* set = bme_FindSet(ofPart, name, place);
-    if (!set) throw nex_TextException(place + ": no set \"" + name + '"' + atr_Alternatives(name, names));
-    if (set->kind == rgnC_NODE_SET)
-      throw nex_TextException("\"" + name + "\" is a set of nodes, which have no outside");
-    contents.push_back(split.ContentsOf(*set));
-  }
+  contents.reserve(arguments.sets.size());
+  for (const std::string& name : arguments.sets)
+    contents.push_back(split.ContentsOf(Choose(ofPart, name, place)));
   const spl_TemporaryModel joined(arguments.folder);
   cli_Json facts;
   joined.Run([&] {

@@ -25,7 +25,7 @@ protected:
           text += finding.file + ", " + finding.root + ": " + finding.what + "\n";
       return text;
     };
-    const cow_String text = textOf(dst_Check(folder_, *exchange_));
+    cow_String text = textOf(dst_Check(folder_, *exchange_));
     EXPECT_EQ(text, textOf(dst_Check(folder_)));
     exchange_->Agree(); // nobody reads any more
     return text;
