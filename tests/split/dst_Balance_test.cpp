@@ -36,7 +36,7 @@ template<class Work> Sent Count(const dst_Mesh& mesh, Work work) {
 
 TEST_F(Split, PartsAreBalancedAndSendNoMoreThanTheirSharedNodesAsk) {
   const char* wanted = std::getenv("BALANCE_SIZE");
-  const std::uint64_t size = wanted ? std::strtoull(wanted, nullptr, 10) : 80;
+  const std::uint64_t size = wanted ? std::strtoull(wanted, nullptr, 10) : 64;
   const Block block({size, size, size});
   for (const unsigned numParts : {64U, 256U, 1024U}) {
     fs::remove_all(In("block.split"));
