@@ -1,9 +1,9 @@
 #include "bme_MatchFaces.h"
 
 #include "bme_FaceBlock.h"
+#include "bme_Pool.h"
 
 #include <BasicUtils/wip_Executor.h>
-#include <mutex>
 #include <numeric>
 
 namespace {
@@ -43,30 +43,11 @@ struct Piece {
   bool isNear = false; ///< its corners do not lie far apart
 };
 
-/// Memory that one piece after the other uses.
+/// What a piece uses.
 struct Scratch {
   bme_FaceTable table;
   std::vector<Face> waiting;
 };
-class Pool {
-public:
-  std::unique_ptr<Scratch> Take() {
-    const std::lock_guard lock(mutex_);
-    if (free_.empty()) return std::make_unique<Scratch>();
-    std::unique_ptr<Scratch> one = std::move(free_.back());
-    free_.pop_back();
-    return one;
-  }
-  void Give(std::unique_ptr<Scratch> one) {
-    const std::lock_guard lock(mutex_);
-    free_.push_back(std::move(one));
-  }
-
-private:
-  std::mutex mutex_;
-  std::vector<std::unique_ptr<Scratch>> free_;
-};
-
 void SortByRange(const Ranges& ranges, std::span<const Face> waiting, Piece& piece) {
   piece.starts.assign(ranges.Count() + 1, 0);
   for (const Face& face : waiting) ++piece.starts[ranges.Of(face.key) + 1];
@@ -234,12 +215,12 @@ private:
     piece.numElements = elements.size();
     const Corners corners = CornersOf(type, elements, 8);
     piece.isNear = corners.IsAny();
-    std::unique_ptr<Scratch> scratch = pool_.Take();
-    bme_FaceTable& table = scratch->table;
-    std::vector<Face>& waiting = scratch->waiting;
+    Scratch scratch = pool_.Take();
+    bme_FaceTable& table = scratch.table;
+    std::vector<Face>& waiting = scratch.waiting;
     table.Reset(corners.first, corners.end - corners.first, elements.size() * type.numFaces, nodesPerCorner_);
     waiting.clear();
-    piece.wrong = Match(type, elements, corners, *scratch, piece.found);
+    piece.wrong = Match(type, elements, corners, scratch, piece.found);
     table.ForEachWaiting([&](const bme_FaceKey& key, unsigned word) { waiting.push_back({key, word}); });
     SortByRange(ranges_, waiting, piece);
     pool_.Give(std::move(scratch));
@@ -252,8 +233,8 @@ private:
     for (const Piece& piece : pieces_) numFaces += piece.Of(range).size();
     if (numFaces == 0) return found;
     const unsigned first = ranges_.First(range);
-    std::unique_ptr<Scratch> scratch = pool_.Take();
-    bme_FaceTable& table = scratch->table;
+    Scratch scratch = pool_.Take();
+    bme_FaceTable& table = scratch.table;
     table.Reset(first, ranges_.NumNodes(), numFaces, nodesPerCorner_);
     const std::size_t numPlaces = std::bit_ceil(numFaces / 8 + 1);
     bme_SeenFaces seen(numPlaces, numFaces, 1);
@@ -278,7 +259,7 @@ private:
   bool keepPairs_;
   Ranges ranges_;
   std::size_t nodesPerCorner_;
-  Pool pool_;
+  bme_Pool<Scratch> pool_;
   bool isShared_ = wip_NumThreads() > 1;
   bme_SeenFaces seen_;  ///< faces that were matched in pieces
   bool isSeen_ = false; ///< there are some

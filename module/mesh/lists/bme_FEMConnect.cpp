@@ -1,4 +1,5 @@
 #include "bme_LinkFaces.h"
+#include "bme_Pool.h"
 #include "bme_SiblingFaces.h"
 
 #include <BasicUtils/wip_Executor.h>
@@ -7,7 +8,6 @@
 #include <CoreGeometry/bme_Mesh.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
-#include <mutex>
 #include <numeric>
 #include <utility>
 
@@ -59,26 +59,6 @@ std::size_t LeastCorners(const bme_ElementClass& type, bme_Across across) {
   return across == bme_Across::Edge ? 2 : static_cast<std::size_t>(type.Shape()->NumGeomDims());
 }
 
-/// Memory that is used for one piece of work after the other.
-class Pool {
-public:
-  std::vector<unsigned> Take() {
-    const std::lock_guard lock(mutex_);
-    if (free_.empty()) return {};
-    std::vector<unsigned> one = std::move(free_.back());
-    free_.pop_back();
-    return one;
-  }
-  void Give(std::vector<unsigned> one) {
-    const std::lock_guard lock(mutex_);
-    free_.push_back(std::move(one));
-  }
-
-private:
-  std::mutex mutex_;
-  std::vector<std::vector<unsigned>> free_;
-};
-
 /// A row for each element: what add(class, position in the class, items, memory) appends, ascending and each once. The
 /// memory is what an earlier call has left in it.
 template<class Add> bme_Adjacency MakeRows(const bme_ElementData& elements, const Add& add) {
@@ -93,7 +73,7 @@ template<class Add> bme_Adjacency MakeRows(const bme_ElementData& elements, cons
     for (int first = 0; first < count; first += kElementsBetween)
       pieces.push_back({&elements.GetClass(c), first, std::min(count, first + kElementsBetween)});
   }
-  Pool pool;
+  bme_Pool<std::vector<unsigned>> pool;
   wip_RunPieces(pieces.size(), [&](std::size_t k) {
     Piece& piece = pieces[k];
     std::vector<unsigned> memory = pool.Take();
