@@ -36,7 +36,7 @@ for program in store "${components[@],,}"; do
 done
 # a component that is not installed is refused by name
 for missing in Exchange Picture Distributed Mpi; do
-  [[ " ${components[*]} " == *" $missing "* ]] && continue
+  compgen -G "$lib/libCoreGeometry$missing.*" >/dev/null && continue # installed, whether tried here or not
   cmake -S "$here/consumer" -B "$work/missing" -G Ninja -DCMAKE_PREFIX_PATH="$tree" -DCMAKE_CXX_COMPILER="$compiler" \
     -DCOMPONENTS="$missing" >"$work/missing.log" 2>&1 && fail "find_package found $missing, which is not installed"
   grep -q "$missing" "$work/missing.log" || fail "find_package does not name $missing"
