@@ -63,8 +63,7 @@ void Growth(benchmark::State& state) {
     const shp_Shape& shape = *dictionary.GetShape("C3D8");
     return std::array{Block(shape, 100), Block(shape, 215)};
   }();
-  const double few = meshes[0].ElementData().NumElements(),
-               many = meshes[1].ElementData().NumElements();
+  const double few = meshes[0].ElementData().NumElements(), many = meshes[1].ElementData().NumElements();
   SideBySide(
       state, many, [&] { return call.run(meshes[1]); }, [&] { return call.run(meshes[0]); });
   state.counters["growth"] = state.counters["ratio"] * few / many;
