@@ -2,7 +2,7 @@
 #pragma once
 
 #include <CoreGeometry/MpiExport.h>
-#include <CoreGeometry/dst_Exchange.h>
+#include <CoreGeometry/dst_RankedExchange.h>
 #include <mpi.h>
 
 /// Exchanges messages by MPI. The host program calls MPI_Init and MPI_Finalize; MPI_THREAD_SINGLE is enough. Each rank
@@ -12,7 +12,7 @@
 ///            Sums of numbers are one call of MPI each. Every call that all ranks make begins with one number of each,
 ///            which says whether something failed.
 /// Errors     those of MPI end the program, as the communicator says.
-class CORE_GEOMETRY_MPI_API dst_MpiExchange final : public dst_Exchange {
+class CORE_GEOMETRY_MPI_API dst_MpiExchange final : public dst_RankedExchange {
 public:
   static constexpr std::size_t kRoundBytes = std::size_t{256} << 20;
 
@@ -22,23 +22,13 @@ public:
   /// Frees the duplicate. All ranks call it, at the end and before MPI_Finalize; else MPI_Finalize frees it.
   void Close();
 
-  unsigned Rank() const noexcept override { return rank_; }
-  unsigned NumRanks() const noexcept override { return numRanks_; }
-
 private:
-  void NumPartsChanged() override;
-  void Put(unsigned from, unsigned to, std::span<const unsigned> framed) override;
   void Transport() override;
-  std::vector<unsigned> Take(unsigned part) override;
   void AgreeOn(Failure& failure) override;
   void Reduce(std::span<std::int64_t> values, Reduction reduction) override;
   std::vector<std::vector<std::byte>> GatherBytes(const std::vector<std::vector<std::byte>>& own) override;
   void BroadcastBytes(std::vector<std::byte>& bytes) override;
-  void Distribute(const std::vector<unsigned>& stream);
 
   MPI_Comm communicator_ = MPI_COMM_NULL;
-  unsigned rank_ = 0, numRanks_ = 1;
   std::size_t roundBytes_;
-  std::vector<std::vector<unsigned>> outgoing_; ///< to each rank
-  std::vector<std::vector<unsigned>> received_; ///< of each own part
 };

@@ -27,8 +27,7 @@ dst_MpiExchange::dst_MpiExchange(MPI_Comm communicator, std::size_t roundBytes) 
   int rank = 0, size = 1;
   MPI_Comm_rank(communicator_, &rank);
   MPI_Comm_size(communicator_, &size);
-  rank_ = static_cast<unsigned>(rank);
-  numRanks_ = static_cast<unsigned>(size);
+  SetRank(static_cast<unsigned>(rank), static_cast<unsigned>(size));
 }
 dst_MpiExchange::~dst_MpiExchange() = default;
 
@@ -36,73 +35,43 @@ void dst_MpiExchange::Close() {
   if (communicator_ != MPI_COMM_NULL) MPI_Comm_free(&communicator_);
 }
 
-void dst_MpiExchange::NumPartsChanged() {
-  outgoing_.assign(numRanks_, {});
-  received_.assign(MyParts().Count(), {});
-}
-
-void dst_MpiExchange::Put(unsigned /*from*/, unsigned to, std::span<const unsigned> framed) {
-  std::vector<unsigned>& stream = outgoing_[RankOf(to)];
-  stream.insert(stream.end(), framed.begin(), framed.end());
-}
-
-/// Frames of a stream go to the own parts that they are for.
-void dst_MpiExchange::Distribute(const std::vector<unsigned>& stream) {
-  const dst_PartRange own = MyParts();
-  for (std::size_t at = 0; at < stream.size();) {
-    const std::size_t length = WordsOf(&stream[at]);
-    std::vector<unsigned>& target = received_[stream[at + 1] - own.first];
-    const auto frame = stream.begin() + static_cast<std::ptrdiff_t>(at);
-    target.insert(target.end(), frame, frame + static_cast<std::ptrdiff_t>(length));
-    at += length;
-  }
-}
-
 void dst_MpiExchange::Transport() {
-  std::vector<std::int64_t> sending(numRanks_), receiving(numRanks_);
-  for (unsigned rank = 0; rank < numRanks_; ++rank)
+  std::vector<std::int64_t> sending(NumRanks()), receiving(NumRanks());
+  for (unsigned rank = 0; rank < NumRanks(); ++rank)
     sending[rank] = static_cast<std::int64_t>(outgoing_[rank].size());
   MPI_Alltoall(sending.data(), 1, MPI_INT64_T, receiving.data(), 1, MPI_INT64_T, communicator_);
-  std::vector<std::vector<unsigned>> incoming(numRanks_);
+  std::vector<std::vector<unsigned>> incoming(NumRanks());
   std::size_t most = 0;
-  for (unsigned rank = 0; rank < numRanks_; ++rank) {
-    if (rank == rank_) continue;
+  for (unsigned rank = 0; rank < NumRanks(); ++rank) {
+    if (rank == Rank()) continue;
     incoming[rank].resize(static_cast<std::size_t>(receiving[rank]));
     most = std::max({most, incoming[rank].size(), outgoing_[rank].size()});
   }
   // at most so much between two ranks in a round: the same everywhere, so that nobody needs to ask
   const std::size_t piece =
-      std::max(std::min(kLeastPiece, roundBytes_ / kWord), roundBytes_ / kWord / numRanks_);
+      std::max(std::min(kLeastPiece, roundBytes_ / kWord), roundBytes_ / kWord / NumRanks());
   std::vector<MPI_Request> requests;
   for (std::size_t done = 0; done < most; done += piece) {
     requests.clear();
-    for (unsigned rank = 0; rank < numRanks_; ++rank)
+    for (unsigned rank = 0; rank < NumRanks(); ++rank)
       if (std::vector<unsigned>& words = incoming[rank]; done < words.size())
         MPI_Irecv(words.data() + done, Int(NextPiece(words.size(), done, piece)), MPI_UNSIGNED, Int(rank), 0,
                   communicator_, &requests.emplace_back());
-    for (unsigned rank = 0; rank < numRanks_; ++rank)
-      if (const std::vector<unsigned>& words = outgoing_[rank]; rank != rank_ && done < words.size())
+    for (unsigned rank = 0; rank < NumRanks(); ++rank)
+      if (const std::vector<unsigned>& words = outgoing_[rank]; rank != Rank() && done < words.size())
         MPI_Isend(words.data() + done, Int(NextPiece(words.size(), done, piece)), MPI_UNSIGNED, Int(rank), 0,
                   communicator_, &requests.emplace_back());
     MPI_Waitall(Int(requests.size()), requests.data(), MPI_STATUSES_IGNORE);
   }
-  incoming[rank_] = std::move(outgoing_[rank_]);
-  NumPartsChanged();
-  for (std::vector<unsigned>& stream : incoming) {
-    Distribute(stream);
-    stream = {};
-  }
-}
-
-std::vector<unsigned> dst_MpiExchange::Take(unsigned part) {
-  return std::move(received_.at(part - MyParts().first));
+  incoming[Rank()] = std::move(outgoing_[Rank()]);
+  Receive(std::move(incoming));
 }
 
 void dst_MpiExchange::AgreeOn(Failure& failure) {
   std::int64_t part = failure.part;
   MPI_Allreduce(MPI_IN_PLACE, &part, 1, MPI_INT64_T, MPI_MIN, communicator_);
   if (part == Failure::kNone) return;
-  int root = failure.part == part ? Int(rank_) : Int(numRanks_);
+  int root = failure.part == part ? Int(Rank()) : Int(NumRanks());
   MPI_Allreduce(MPI_IN_PLACE, &root, 1, MPI_INT, MPI_MIN, communicator_);
   std::uint64_t facts[2] = {std::uint64_t{failure.isCancelled}, failure.text.size()};
   MPI_Bcast(facts, 2, MPI_UINT64_T, root, communicator_);
@@ -130,7 +99,7 @@ dst_MpiExchange::GatherBytes(const std::vector<std::vector<std::byte>>& own) {
   for (const std::int64_t size : sizes) all.emplace_back(static_cast<std::size_t>(size));
   std::ranges::copy(own, all.begin() + first);
   // all texts of a rank travel together
-  for (unsigned rank = 0; rank < numRanks_; ++rank) {
+  for (unsigned rank = 0; rank < NumRanks(); ++rank) {
     const dst_PartRange parts = PartsOf(rank);
     std::vector<std::byte> text;
     for (unsigned part = parts.first; part < parts.end; ++part)

@@ -13,28 +13,8 @@ std::span<const std::byte> ViewOf(const nb::handle& object) {
 } // namespace
 
 py_CommExchange::py_CommExchange(nb::object comm, std::size_t roundBytes) // NOLINT(*-value-param)
-    : comm_(std::move(comm)), roundBytes_(std::max(roundBytes, sizeof(unsigned))),
-      rank_(nb::cast<unsigned>(comm_.attr("Get_rank")())),
-      numRanks_(nb::cast<unsigned>(comm_.attr("Get_size")())) {}
-
-void py_CommExchange::NumPartsChanged() {
-  outgoing_.assign(numRanks_, {});
-  received_.assign(MyParts().Count(), {});
-}
-
-void py_CommExchange::Put(unsigned /*from*/, unsigned to, std::span<const unsigned> framed) {
-  std::vector<unsigned>& stream = outgoing_[RankOf(to)];
-  stream.insert(stream.end(), framed.begin(), framed.end());
-}
-
-/// Frames of a stream go to the own parts that they are for.
-void py_CommExchange::Distribute(const std::vector<unsigned>& stream) {
-  for (std::size_t at = 0; at < stream.size();) {
-    const auto frame = std::span(stream).subspan(at, WordsOf(&stream[at]));
-    std::vector<unsigned>& target = received_[frame[1] - MyParts().first];
-    target.insert(target.end(), frame.begin(), frame.end());
-    at += frame.size();
-  }
+    : comm_(std::move(comm)), roundBytes_(std::max(roundBytes, sizeof(unsigned))) {
+  SetRank(nb::cast<unsigned>(comm_.attr("Get_rank")()), nb::cast<unsigned>(comm_.attr("Get_size")()));
 }
 
 std::vector<py_CommExchange::Bytes> py_CommExchange::AllGather(std::span<const std::byte> own) const {
@@ -55,7 +35,7 @@ void py_CommExchange::Transport() {
     most = std::max(most, static_cast<std::int64_t>(stream.size()));
   Reduce({&most, 1}, Reduction::Max);
   const std::size_t piece = roundBytes_ / sizeof(unsigned);
-  std::vector<std::vector<unsigned>> incoming(numRanks_);
+  std::vector<std::vector<unsigned>> incoming(NumRanks());
   for (std::size_t done = 0; done < static_cast<std::size_t>(most); done += piece) {
     const nb::gil_scoped_acquire held;
     nb::list sent;
@@ -65,7 +45,7 @@ void py_CommExchange::Transport() {
       sent.append(BytesOf(std::as_bytes(words)));
     }
     const nb::list got(comm_.attr("alltoall")(sent));
-    for (unsigned rank = 0; rank < numRanks_; ++rank) {
+    for (unsigned rank = 0; rank < NumRanks(); ++rank) {
       const std::span<const std::byte> view = ViewOf(got[rank]);
       std::vector<unsigned>& stream = incoming[rank];
       const std::size_t before = stream.size();
@@ -73,15 +53,7 @@ void py_CommExchange::Transport() {
       if (!view.empty()) std::memcpy(stream.data() + before, view.data(), view.size());
     }
   }
-  NumPartsChanged();
-  for (std::vector<unsigned>& stream : incoming) {
-    Distribute(stream);
-    stream = {};
-  }
-}
-
-std::vector<unsigned> py_CommExchange::Take(unsigned part) {
-  return std::move(received_.at(part - MyParts().first));
+  Receive(std::move(incoming));
 }
 
 void py_CommExchange::AgreeOn(Failure& failure) {
@@ -132,7 +104,7 @@ py_CommExchange::GatherBytes(const std::vector<std::vector<std::byte>>& own) {
   std::vector<Bytes> all;
   all.reserve(NumParts());
   const std::vector<Bytes> gathered = AllGather(lengths);
-  for (unsigned rank = 0; rank < numRanks_; ++rank) {
+  for (unsigned rank = 0; rank < NumRanks(); ++rank) {
     const unsigned count = PartsOf(rank).Count();
     std::span<const std::byte> left = std::span(gathered[rank]).subspan(count * sizeof(std::uint64_t));
     for (unsigned i = 0; i < count; ++i) {

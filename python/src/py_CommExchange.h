@@ -3,40 +3,30 @@
 
 #include "py_Errors.h"
 
-#include <CoreGeometry/dst_Exchange.h>
+#include <CoreGeometry/dst_RankedExchange.h>
 
 /// Exchanges messages by a communicator with the methods that mpi4py writes with small letters: Get_rank, Get_size,
 /// alltoall, allgather and bcast. All they carry is bytes, so this library needs no MPI.
 ///
 /// Cost       messages travel in rounds of at most `roundBytes` between two ranks; sums of numbers are one allgather.
 /// Errors     what the methods raise goes through as it is; other ranks may then wait.
-class py_CommExchange final : public dst_Exchange {
+class py_CommExchange final : public dst_RankedExchange {
 public:
   static constexpr std::size_t kRoundBytes = std::size_t{64} << 20;
 
   explicit py_CommExchange(nb::object comm, std::size_t roundBytes = kRoundBytes); // NOLINT(*-value-param)
 
-  unsigned Rank() const noexcept override { return rank_; }
-  unsigned NumRanks() const noexcept override { return numRanks_; }
-
 private:
   using Bytes = std::vector<std::byte>;
 
-  void NumPartsChanged() override;
-  void Put(unsigned from, unsigned to, std::span<const unsigned> framed) override;
   void Transport() override;
-  std::vector<unsigned> Take(unsigned part) override;
   void AgreeOn(Failure& failure) override;
   void Reduce(std::span<std::int64_t> values, Reduction reduction) override;
   std::vector<std::vector<std::byte>> GatherBytes(const std::vector<std::vector<std::byte>>& own) override;
   void BroadcastBytes(std::vector<std::byte>& bytes) override;
 
   std::vector<Bytes> AllGather(std::span<const std::byte> own) const;
-  void Distribute(const std::vector<unsigned>& stream);
 
   nb::object comm_;
   std::size_t roundBytes_;
-  unsigned rank_ = 0, numRanks_ = 1;
-  std::vector<std::vector<unsigned>> outgoing_; ///< to each rank
-  std::vector<std::vector<unsigned>> received_; ///< of each own part
 };

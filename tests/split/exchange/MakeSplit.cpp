@@ -1,5 +1,7 @@
 // Writes the mixed mesh with its sets as a model, mixed.cgdb, and split at random into parts, mixed.split, of which one may
 // get a fault that its own checksums do not show.
+#include "PartArrays.h"
+
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
 #include <CoreGeometry/bme_StoredSets.h>
@@ -21,20 +23,13 @@ void Damage(const dst_SplitFolder& split, unsigned number, const cow_String& wha
     changed.NodeDataToModify().CoordinatesToModify()[std::size_t{3} * part.SharedNodes()[1]] += 1e-5F;
     pass.Put(split.MeshRoot(), changed);
   } else {
-    dst_Part::Arrays arrays{.nodeNumbers = cow_ArrayCOW<unsigned>(part.NodeNumbers()),
-                            .elementNumbers = cow_ArrayCOW<unsigned>(part.ElementNumbers()),
-                            .sharedNodes = cow_ArrayCOW<unsigned>(part.SharedNodes()),
-                            .holderStarts = {},
-                            .holders = {}};
-    arrays.holderStarts.Append(0U);
-    for (unsigned i = 0; i < part.NumShared(); ++i) {
-      if (i == 0) // another part
-        arrays.holders.Append(part.OtherHolders(0)[0] == 0 ? 1U : 0U);
-      else
-        arrays.holders.Append(part.OtherHolders(i));
-      arrays.holderStarts.Append(static_cast<unsigned>(arrays.holders.Size()));
-    }
-    const dst_Part changed(part.Identity(), number, part.NumParts(), arrays);
+    const dst_Part changed = EditedPart(part, [](dst_Part::Arrays& arrays) {
+      unsigned& holder = arrays.holders.Modify()[0];
+      holder = holder == 0 ? 1 : 0;                             // another part
+      const unsigned gone = arrays.holderStarts.Const()[1] - 1; // and that one alone
+      arrays.holders.Remove(1, gone);
+      for (unsigned& start : arrays.holderStarts.Modify().subspan(1)) start -= gone;
+    });
     pass.Put(dst_kPartRoot, changed);
   }
   pass.Commit();

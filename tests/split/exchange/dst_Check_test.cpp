@@ -1,5 +1,6 @@
 // What is wrong with a split model is found, in the same words and order, whoever looks at the parts.
 #include "ExchangeUnderTest.h"
+#include "PartArrays.h"
 
 #include <BasicUtils/cls_WritePass.h>
 #include <CoreGeometry/DDB_CoreGeometry.h>
@@ -52,20 +53,6 @@ protected:
 TEST_F(dst_CheckOfParts, NamesEveryFaultOfAPart) {
   Write([](const dst_SplitFolder&) {});
   const cow_String sound = Faults(); // of the mesh, which is meant to be awkward
-  const auto holders = [](const dst_Part& part, auto edit) {
-    dst_Part::Arrays arrays{.nodeNumbers = cow_ArrayCOW<unsigned>(part.NodeNumbers()),
-                            .elementNumbers = cow_ArrayCOW<unsigned>(part.ElementNumbers()),
-                            .sharedNodes = cow_ArrayCOW<unsigned>(part.SharedNodes()),
-                            .holderStarts = {},
-                            .holders = {}};
-    arrays.holderStarts.Append(0U);
-    for (unsigned i = 0; i < part.NumShared(); ++i) {
-      arrays.holders.Append(part.OtherHolders(i));
-      arrays.holderStarts.Append(static_cast<unsigned>(arrays.holders.Size()));
-    }
-    edit(arrays);
-    return dst_Part(part.Identity(), part.Number(), part.NumParts(), arrays);
-  };
   using Edit = std::function<void(bme_Mesh&, dst_Part&, rgnC_SetData&)>;
   const std::vector<std::pair<Edit, const char*>> cases = {
       {[](bme_Mesh& m, dst_Part& p, rgnC_SetData&) {
@@ -79,8 +66,8 @@ TEST_F(dst_CheckOfParts, NamesEveryFaultOfAPart) {
          m.NodeDataToModify().SetUserNodeLabels(labels.data());
        },
        "has another label in part"},
-      {[&](bme_Mesh&, dst_Part& p, rgnC_SetData&) {
-         p = holders(p, [](dst_Part::Arrays& a) { // the first shared node is said to be its own
+      {[](bme_Mesh&, dst_Part& p, rgnC_SetData&) {
+         p = EditedPart(p, [](dst_Part::Arrays& a) { // the first shared node is said to be its own
            const unsigned gone = a.holderStarts.Const()[1];
            a.sharedNodes.Remove(0, 1);
            a.holders.Remove(0, gone);
@@ -89,16 +76,16 @@ TEST_F(dst_CheckOfParts, NamesEveryFaultOfAPart) {
          });
        },
        "names others"},
-      {[&](bme_Mesh&, dst_Part& p, rgnC_SetData&) {
-         p = holders(p, [](dst_Part::Arrays& a) { a.nodeNumbers.Modify().back() = 100000; });
+      {[](bme_Mesh&, dst_Part& p, rgnC_SetData&) {
+         p = EditedPart(p, [](dst_Part::Arrays& a) { a.nodeNumbers.Modify().back() = 100000; });
        },
        "is beyond"},
-      {[&](bme_Mesh&, dst_Part& p, rgnC_SetData&) {
-         p = holders(p, [](dst_Part::Arrays& a) { a.elementNumbers.Modify().back() = 100000; });
+      {[](bme_Mesh&, dst_Part& p, rgnC_SetData&) {
+         p = EditedPart(p, [](dst_Part::Arrays& a) { a.elementNumbers.Modify().back() = 100000; });
        },
        "is in no part"},
-      {[&](bme_Mesh&, dst_Part& p, rgnC_SetData&) {
-         p = holders(p, [](dst_Part::Arrays& a) { // the number of an element that another part has
+      {[](bme_Mesh&, dst_Part& p, rgnC_SetData&) {
+         p = EditedPart(p, [](dst_Part::Arrays& a) { // the number of an element that another part has
            const std::span<unsigned> numbers = a.elementNumbers.Modify();
            std::size_t i = 0;
            while (numbers[i] + 1 == numbers[i + 1]) ++i;
