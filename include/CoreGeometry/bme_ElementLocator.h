@@ -7,6 +7,7 @@
 #include <CoreGeometry/bme_EntityWord.h>
 #include <CoreGeometry/bme_LastingMesh.h>
 #include <CoreGeometry/shp_ElementSearch.h>
+#include <CoreUtils/omi_LargePages.h>
 #include <algorithm>
 #include <span>
 #include <vector>
@@ -128,10 +129,10 @@ private:
 
   uti_CoordCont3D coordinates_;
   std::vector<Class> classes_;
-  std::vector<shp_FloatBox> boxes_; ///< of the slots: the elements of the classes one after the other
+  omi_LargeVector<shp_FloatBox> boxes_; ///< of the slots: the elements of the classes one after the other
   unsigned numElements_ = 0;
   Point low_{}, high_{};
-  std::vector<Grid> grids_;         ///< the first has all elements
-  std::vector<unsigned> rowStarts_; ///< of each bin of each grid, and the end
-  std::vector<unsigned> slots_;     ///< rows of slots in ascending order
+  std::vector<Grid> grids_;             ///< the first has all elements
+  omi_LargeVector<unsigned> rowStarts_; ///< of each bin of each grid, and the end
+  omi_LargeVector<unsigned> slots_;     ///< rows of slots in ascending order
 };

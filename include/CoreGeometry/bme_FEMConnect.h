@@ -3,6 +3,7 @@
 
 #include <CoreGeometry/CoreGeometryExport.h>
 #include <CoreGeometry/bme_LastingMesh.h>
+#include <CoreUtils/omi_LargePages.h>
 #include <optional>
 #include <span>
 #include <vector>
@@ -14,7 +15,7 @@ class bme_NodeData;
 /// Adjacency lists as the rows of a compressed sparse matrix: row i is items[first[i]] to items[first[i +
 /// 1]].
 struct bme_Adjacency {
-  std::vector<unsigned> first{0}, items;
+  omi_LargeVector<unsigned> first{0}, items;
 
   std::size_t Count() const noexcept { return first.size() - 1; }
   std::span<const unsigned> operator[](std::size_t row) const {
@@ -82,7 +83,7 @@ private:
   /// Slots with the same corners, linked into cycles. A slot is one side, or one edge, of one element.
   struct Links {
     std::vector<unsigned> firstSlot; ///< of each class, and the total
-    std::vector<unsigned> next;
+    omi_LargeVector<unsigned> next;
   };
   const Links& LinksOf(bme_Across across) const;
   Links MakeLinks(bme_Across across) const;

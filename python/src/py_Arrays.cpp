@@ -7,7 +7,6 @@
 #include <memory>
 #include <nanobind/stl/string.h>
 #include <nanobind/stl/vector.h>
-#include <sys/mman.h>
 
 namespace {
 nb::module_ Numpy() { return nb::module_::import_("numpy"); }
@@ -28,17 +27,10 @@ template<class T> auto Numbers(nb::handle array) {
   return nb::cast<nb::ndarray<const T, nb::c_contig, nb::device::cpu>>(array, false);
 }
 
-/// Room for so many numbers, of which nothing is written yet: in large pages, as NumPy asks for them, since most of the
-/// time of a large copy would go into entering small ones.
+/// Room for so many numbers, of which nothing is written yet.
 template<class T> std::span<T> MakeRoom(cow_ArrayCOW<T>& array, std::size_t count) {
-  constexpr std::size_t kFrom = std::size_t{4} << 20, kPage = 4096;
   array.ResizeUninitialised(count);
-  const std::span<T> room = array.Modify();
-  if (room.size_bytes() < kFrom) return room;
-  void* first = room.data();
-  std::size_t bytes = room.size_bytes();
-  if (std::align(kPage, kFrom / 2, first, bytes)) ::madvise(first, bytes / kPage * kPage, MADV_HUGEPAGE);
-  return room;
+  return array.Modify();
 }
 
 template<class T>

@@ -21,7 +21,7 @@ bme_Across Across(const std::string& across) {
 py_Rows Shared(const py_Mesh& mesh, const bme_Adjacency* rows) { return {{mesh.state, rows}}; }
 
 /// int32 over the same memory; numbers beyond int32 are refused.
-nb::object AsInts(const py_Rows& self, const std::vector<unsigned>& numbers) {
+nb::object AsInts(const py_Rows& self, std::span<const unsigned> numbers) {
   if (self.rows->items.size() > 2147483647U)
     throw py_Error("OverflowError",
                    std::to_string(self.rows->items.size()) + " entries of a relation are too many");

@@ -1,10 +1,10 @@
 // bme_SeenTwice.h: which of many hashes came only once
 #pragma once
 
+#include <CoreUtils/omi_LargePages.h>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 /// Marks of one or more for hashes: 2 bits each, for so many slots that few different hashes share one.
 class bme_SeenTwice {
@@ -25,5 +25,5 @@ private:
   unsigned Shift(std::uint64_t hash) const { return static_cast<unsigned>(Slot(hash) % 4) * 2; }
 
   std::size_t mask_;
-  std::vector<unsigned char> marks_;
+  omi_LargeVector<unsigned char> marks_;
 };

@@ -214,7 +214,8 @@ bme_Adjacency bme_SendFaces(const bme_Mesh& oldMesh, std::span<const unsigned> f
 
 bme_FEMFaceList bme_Send(const bme_FEMFaceList& faces, const bme_Renumbering& renumbering,
                          bme_LastingMesh newMesh) {
-  return {newMesh, bme_SendFaces(faces.Mesh(), faces.Words(), renumbering, newMesh).items};
+  const bme_Adjacency sent = bme_SendFaces(faces.Mesh(), faces.Words(), renumbering, newMesh);
+  return {newMesh, {sent.items.begin(), sent.items.end()}};
 }
 
 bme_FEMEdgeList bme_Send(const bme_FEMEdgeList& edges, const bme_Renumbering& renumbering,

@@ -77,7 +77,7 @@ template<class Add> bme_Adjacency MakeRows(const bme_ElementData& elements, cons
   wip_RunPieces(pieces.size(), [&](std::size_t k) {
     Piece& piece = pieces[k];
     std::vector<unsigned> memory = pool.Take();
-    std::vector<unsigned>& items = piece.rows.items;
+    omi_LargeVector<unsigned>& items = piece.rows.items;
     for (int e = piece.first; e < piece.end; ++e) {
       const auto begin = static_cast<std::ptrdiff_t>(items.size());
       add(*piece.type, e, items, memory);
@@ -109,7 +109,7 @@ const bme_Adjacency& bme_FEMConnect::ElementsOfNodes() const {
   const bme_ElementData& elements = mesh_.ElementData();
   const unsigned numNodes = mesh_.NodeData().NumNodes();
   // of a node that an element names more than once the last element that came is known
-  std::vector<unsigned> last(numNodes);
+  omi_LargeVector<unsigned> last(numNodes);
   const auto visit = [&](auto use) {
     std::ranges::fill(last, bme_kNotFound);
     for (unsigned c = 0; c < elements.NumClasses(); ++c) {
@@ -135,7 +135,7 @@ const bme_Adjacency& bme_FEMConnect::ElementsOfNodes() const {
   visit([&](std::size_t node, unsigned) { ++rows.first[node + 1]; });
   std::partial_sum(rows.first.begin(), rows.first.end(), rows.first.begin());
   rows.items.resize(rows.first.back());
-  std::vector<unsigned> end(rows.first.begin(), rows.first.end() - 1);
+  omi_LargeVector<unsigned> end(rows.first.begin(), rows.first.end() - 1);
   visit([&](std::size_t node, unsigned element) { rows.items[end[node]++] = element; });
   return elementsOfNodes_.emplace(std::move(rows));
 }
@@ -194,7 +194,7 @@ const bme_FEMConnect::Links& bme_FEMConnect::LinksOf(bme_Across across) const {
 bme_Adjacency bme_FEMConnect::MakeNodeNeighbours() const {
   const bme_ElementData& elements = mesh_.ElementData();
   const bme_Adjacency& ofNodes = ElementsOfNodes();
-  return MakeRows(elements, [&](const bme_ElementClass& type, int e, std::vector<unsigned>& items,
+  return MakeRows(elements, [&](const bme_ElementClass& type, int e, omi_LargeVector<unsigned>& items,
                                 std::vector<unsigned>& seenBy) {
     const auto element = static_cast<unsigned>(type.FirstElementIndex() + e);
     seenBy.resize(elements.NumElements(), bme_kNotFound);
@@ -220,15 +220,17 @@ bme_Adjacency bme_FEMConnect::MakeSideNeighbours(bme_Across across) const {
         elementOfSlot[begin + k] = firstElement + k / (size / count);
     });
   }
-  return MakeRows(elements, [&](const bme_ElementClass& type, int e, std::vector<unsigned>& items, auto&) {
-    const auto c = static_cast<std::size_t>(type.ClassIndex());
-    const unsigned size = (links.firstSlot[c + 1] - links.firstSlot[c])
-                          / static_cast<unsigned>(type.NumElements()),
-                   begin = links.firstSlot[c] + static_cast<unsigned>(e) * size;
-    for (unsigned slot = begin; slot < begin + size; ++slot)
-      for (unsigned other = links.next[slot]; other != slot; other = links.next[other])
-        if (elementOfSlot[other] != elementOfSlot[slot]) items.push_back(elementOfSlot[other]);
-  });
+  return MakeRows(elements,
+                  [&](const bme_ElementClass& type, int e, omi_LargeVector<unsigned>& items, auto&) {
+                    const auto c = static_cast<std::size_t>(type.ClassIndex());
+                    const unsigned size = (links.firstSlot[c + 1] - links.firstSlot[c])
+                                          / static_cast<unsigned>(type.NumElements()),
+                                   begin = links.firstSlot[c] + static_cast<unsigned>(e) * size;
+                    for (unsigned slot = begin; slot < begin + size; ++slot)
+                      for (unsigned other = links.next[slot]; other != slot; other = links.next[other])
+                        if (elementOfSlot[other] != elementOfSlot[slot])
+                          items.push_back(elementOfSlot[other]);
+                  });
 }
 
 const bme_Adjacency& bme_FEMConnect::Neighbours(bme_Across across) const {

@@ -107,13 +107,13 @@ constexpr int kMostLevels = 8;
 /// Makes the grids of a locator: one of all elements, and one of each bin that is crowded, and so on.
 class bme_ElementLocator::GridMaker {
 public:
-  explicit GridMaker(std::vector<shp_FloatBox>& boxes) : boxes_(boxes) {}
+  explicit GridMaker(std::span<shp_FloatBox> boxes) : boxes_(boxes) {}
   void Make(bme_ElementLocator& locator);
 
 private:
   struct Filled {
     Grid grid;
-    std::vector<unsigned> rowStarts, slots;
+    omi_LargeVector<unsigned> rowStarts, slots;
     std::vector<std::pair<std::size_t, std::size_t>> divided; ///< rows and their own grids
     std::size_t NumRows() const noexcept { return rowStarts.size() - 1; }
     std::span<const unsigned> Row(std::size_t row) const noexcept {

@@ -1,5 +1,6 @@
 #include <CoreUtils/omi_UintTable.h>
 
+#include <CoreUtils/omi_LargePages.h>
 #include <algorithm>
 #include <bit>
 #include <new>
@@ -181,6 +182,7 @@ void omi_UintTable::MakeBlocks(const Plan& plan, const omi_KeySurvey& survey) {
   if (directory_.size() < plan.end - firstBlock_) directory_.resize(plan.end - firstBlock_);
   const std::size_t cells = plan.newBlocks * kBlock;
   chunks_.push_back(std::make_unique_for_overwrite<unsigned[]>(cells));
+  omi_UseLargePages(chunks_.back().get(), cells * sizeof(unsigned));
   unsigned* at = chunks_.back().get();
   std::fill_n(at, cells, kNotFound);
   unsigned runFirst = 0, runEnd = 0;
@@ -204,6 +206,7 @@ void omi_UintTable::MakeBuckets(std::size_t keys, std::uint64_t multiplier) {
   const std::size_t buckets = 2 * std::max(keys, kFewKeys) / kSlots + 1;
   bucketMemory_.reset(std::calloc(buckets + 1, sizeof(Bucket)));
   if (!bucketMemory_) throw std::bad_alloc();
+  omi_UseLargePages(bucketMemory_.get(), (buckets + 1) * sizeof(Bucket));
   void* at = bucketMemory_.get();
   std::size_t room = (buckets + 1) * sizeof(Bucket);
   buckets_ = static_cast<Bucket*>(std::align(sizeof(Bucket), buckets * sizeof(Bucket), at, room));

@@ -3,6 +3,7 @@
 
 #include <BasicUtils/cow_COW.h>
 #include <BasicUtils/nex_Exception.h>
+#include <CoreUtils/omi_LargePages.h>
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
@@ -34,7 +35,7 @@ struct cow_ArrayStamp {
 ///            for removing elements out of range. A failed change leaves the array as it was.
 /// Cost       copy O(1) at any size; Append amortised O(1), other changes of size allocate exactly what they
 ///            need.
-///            Elements are aligned to 64 bytes, to a page from 1 MiB on.
+///            Elements are aligned to 64 bytes, to a page from 1 MiB on; large pages are asked for from 4 MiB on.
 /// Threads    copies may be read, changed, stamped and dropped on several threads.
 template<class T, class Policy = cow_Direct<T>> class cow_ArrayCOW {
   static_assert(std::is_trivially_copyable_v<T>);
@@ -145,6 +146,7 @@ private:
     const std::size_t all = (alignment + bytes + alignment - 1) / alignment * alignment;
     void* const memory = std::aligned_alloc(alignment, all);
     if (!memory) throw std::bad_alloc();
+    omi_UseLargePages(memory, all);
     T* const data = reinterpret_cast<T*>(static_cast<std::byte*>(memory) + alignment);
     return new (memory) Buffer{.size = size, .capacity = capacity, .data = data};
   }
