@@ -6,7 +6,9 @@
 #include <CoreGeometry/CoreGeometryExport.h>
 #include <CoreGeometry/bme_Cache.h>
 #include <CoreGeometry/bme_EntityWord.h>
+#include <CoreGeometry/gsl_BBox.h>
 #include <CoreUtils/omi_LabelTable.h>
+#include <optional>
 
 /// Coordinates of the nodes of a mesh and, if wanted, one user label per node.
 ///
@@ -87,6 +89,7 @@ public:
   void SetUserNodeLabels(cls_xp1DArrayListInt labels); ///< without copying
 
 private:
+  friend class bme_Mesh;
   static constexpr auto StoredFields();
   void RaiseNextFreeLabel(std::span<const int> stored);
   int TakeFreeLabel();
@@ -97,6 +100,7 @@ private:
   unsigned numDim_ = 3;
 
   long long nextFreeLabel_ = 1;
+  std::optional<gsl_BBox> boxAsRead_; ///< of the stored nodes, whatever was changed since
   mutable bme_Cache<omi_LabelTable> map_;
   cls_Uid uid_;
 };

@@ -13,7 +13,8 @@ std::unique_ptr<bme_Mesh> BigMesh(bool hasLabels, std::mt19937& random) {
   constexpr int kNodes = 700'000, kRods = 600'000;
   MeshMaker maker;
   maker.xyz.resize(3 * std::size_t{kNodes});
-  std::ranges::generate(maker.xyz, [&] { return static_cast<float>(random() % 1000); });
+  for (std::size_t i = 0; i < maker.xyz.size(); ++i) // axes that cannot be mistaken for each other
+    maker.xyz[i] = static_cast<float>(random() % 1000 + 1000 * (i % 3));
   const auto rows = [&](std::size_t count) {
     std::vector<int> nodes(count);
     std::ranges::generate(nodes, [&] { return static_cast<int>(random() % kNodes); });
@@ -62,6 +63,20 @@ TEST_P(StoredMesh, GivesWhatTheMeshGives) {
     EXPECT_EQ(stored.FindNodes(some), nodesFound);
     EXPECT_EQ(stored.FindElements(some), elementsFound);
   }
+
+  gsl_BBox box;
+  std::size_t numNumbers = 0;
+  stored.ForEachCoordinates([&](std::span<const float> piece) {
+    ASSERT_EQ(piece.size() % 3, 0U);
+    ASSERT_TRUE(std::ranges::equal(piece, nodes.Coordinates().Const().subspan(numNumbers, piece.size())));
+    numNumbers += piece.size();
+    box.Add(piece);
+  });
+  EXPECT_EQ(numNumbers, nodes.Coordinates().Const().size());
+  EXPECT_EQ(box, mesh->GetBBox());
+  const auto reread = model.Get<bme_Mesh>("meshes/big");
+  EXPECT_EQ(reread->BoundingSphere(), mesh->BoundingSphere());
+  EXPECT_EQ(reread->NodeData().NextFreeLabel(), nodes.NextFreeLabel());
 
   std::vector<int> some(2000);
   std::ranges::generate(some, [&] { return static_cast<int>(random() % nodes.NumNodes()); });

@@ -61,7 +61,11 @@ bme_Mesh::bme_Mesh(const cls_ReadVisitor& visitor) : uid_(visitor.GetUid()) {
   cls_ReadFields(visitor, *this, StoredFields());
   if (nodeData_.IsNull()) nodeData_ = cow_COW<bme_NodeData, cow_Virtual<bme_NodeData>>(new bme_NodeData);
   if (elemData_.IsNull()) elemData_ = cow_COW<bme_ElementData>(new bme_ElementData);
-  ComputeSphere();
+  const bme_NodeData& nodes = NodeData();
+  if (nodes.boxAsRead_ && typeid(nodes) == typeid(bme_NodeData))
+    sphere_ = nodes.boxAsRead_->GetExtent();
+  else
+    ComputeSphere();
 }
 
 bme_Mesh::~bme_Mesh() = default;
@@ -99,11 +103,7 @@ gsl_BBox bme_Mesh::GetBBox() const {
   return box;
 }
 
-void bme_Mesh::ComputeSphere() {
-  const gsl_BBox box = GetBBox();
-  const gsl_Point centre = box.Center();
-  sphere_ = {centre[0], centre[1], centre[2], 0.5 * box.Size()};
-}
+void bme_Mesh::ComputeSphere() { sphere_ = GetBBox().GetExtent(); }
 
 unsigned bme_Mesh::GetMeshElemIndexFromLabel(int label) const {
   return ElementData().GetMeshElemIndexFromLabel(static_cast<unsigned>(label));

@@ -33,9 +33,16 @@ bme_NodeData::bme_NodeData(uti_CoordCont3D coordinates, unsigned numDim)
   CheckCount(coordinates_.Size());
 }
 bme_NodeData::bme_NodeData(const cls_ReadVisitor& visitor) : uid_(visitor.GetUid()) {
+  gsl_BBox box;
+  bool areTriples = true; // in each piece
+  visitor.Watch<float>("coordinates", [&](std::span<const float> xyz) {
+    areTriples &= xyz.size() % 3 == 0;
+    box.Add(xyz);
+  });
+  visitor.Watch<int>("userNodeLabels", [this](std::span<const int> labels) { RaiseNextFreeLabel(labels); });
   cls_ReadFields(visitor, *this, StoredFields());
   CheckCount(coordinates_.Size());
-  RaiseNextFreeLabel(labels_.Const());
+  if (areTriples) boxAsRead_ = box;
 }
 bme_NodeData::~bme_NodeData() = default;
 bme_NodeData* bme_NodeData::Copy() const { return new bme_NodeData(*this); }

@@ -3,6 +3,7 @@
 #include "bme_PrintCounts.h"
 
 #include <BasicUtils/cls_ReadView.h>
+#include <BasicUtils/cls_StoredArray.h>
 #include <CoreGeometry/bme_EntityWord.h>
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
@@ -101,17 +102,6 @@ private:
   std::vector<unsigned> found_;
   std::bitset<kBits> mayBe_;
 };
-
-template<class T>
-void ForEachPiece(const cls_Database& model, const cls_Location& field, std::size_t count,
-                  const std::function<void(std::span<const T>)>& take) {
-  std::vector<T> piece(std::min(count, kPiece));
-  for (std::size_t first = 0; first < count; first += kPiece) {
-    const std::span<T> now(piece.data(), std::min(kPiece, count - first));
-    model.ReadRange(field, first, now);
-    take(now);
-  }
-}
 
 /// Rows of an array by number, in the order in which they are asked for. Rows that are near each other are
 /// read together.
@@ -299,14 +289,23 @@ bme_Mesh bme_StoredMesh::ElementAlone(unsigned element) const {
 }
 
 void bme_StoredMesh::ForEachCoordinates(const std::function<void(std::span<const float>)>& take) const {
-  ForEachPiece(model_, coordinates_, 3 * std::size_t{numNodes_}, take);
+  std::vector<float> rest; // of a point that two pieces share: such files are not made by this program
+  if (numNodes_ == 0) return;
+  cls_ForEachPiece<float>(model_, coordinates_, [&](std::span<const float> piece) {
+    if (!rest.empty() || piece.size() % 3 != 0) {
+      rest.insert(rest.end(), piece.begin(), piece.end());
+      piece = std::span(rest).first(rest.size() / 3 * 3);
+    }
+    take(piece);
+    if (!rest.empty()) rest.erase(rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(piece.size()));
+  });
 }
 
 void bme_StoredMesh::ForEachNodeLabels(const std::function<void(std::span<const int>)>& take) const {
-  ForEachPiece(model_, nodeLabels_, hasNodeLabels_ ? numNodes_ : 0, take);
+  if (hasNodeLabels_) cls_ForEachPiece<int>(model_, nodeLabels_, take);
 }
 
 void bme_StoredMesh::ForEachLabelsOf(const Class& type,
                                      const std::function<void(std::span<const int>)>& take) const {
-  ForEachPiece(model_, type.labels, type.hasLabels ? type.numElements : 0, take);
+  if (type.hasLabels) cls_ForEachPiece<int>(model_, type.labels, take);
 }

@@ -158,6 +158,12 @@ std::shared_ptr<void> cls_ReadVisitor::GetObject(const cls_FieldHandle& field, u
 
 void cls_ReadVisitor::Refuse(const cow_String& what) const { place_->Fail(what); }
 
+void cls_ReadVisitor::WatchBytes(const cls_FieldHandle& field,
+                                 std::function<void(std::span<const std::byte>)> see) const {
+  const db_ReadPlace place = At(place_->Object(), field);
+  place.holder->watches.emplace_back(place.cell, std::move(see));
+}
+
 cls_Uid cls_ReadVisitor::GetUid() const { return place_->Object().holder->uid; }
 
 cow_String cls_ReadVisitor::GetText() const {
@@ -181,6 +187,9 @@ void cls_ReadVisitor::ReadArray(cls_ArrayKind kind, unsigned& width, void* targe
   db_File& file = place_->reader->File();
   const cls_Cell& cell = place_->Cell();
   const std::size_t elementSize = db_ElementSize(kind);
+  db_SeeBytes see;
+  for (const auto& [watched, watch] : place_->holder->watches)
+    if (watched == place_->cell) see = watch;
   if (const auto* blob = std::get_if<cls_Blob>(&cell)) {
     std::span<const std::byte> bytes;
     try {
@@ -190,13 +199,14 @@ void cls_ReadVisitor::ReadArray(cls_ArrayKind kind, unsigned& width, void* targe
     }
     std::byte* place = allocate(target, bytes.size() / elementSize);
     if (!bytes.empty()) std::memcpy(place, bytes.data(), bytes.size());
+    if (see) see({place, bytes.size()});
     return;
   }
   const db_Array array = file.LoadArray(Integer(*place_, 1, std::numeric_limits<long long>::max()));
   if (array.kind != kind) place_->Fail("is an array of another kind");
   width = array.width;
   try {
-    file.ReadChunks(array, elementSize, allocate(target, static_cast<std::size_t>(array.count)));
+    file.ReadChunks(array, elementSize, allocate(target, static_cast<std::size_t>(array.count)), see);
   } catch (const wip_Cancelled&) {
     throw;
   } catch (const cls_BusyException&) {

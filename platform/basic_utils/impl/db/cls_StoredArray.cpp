@@ -26,3 +26,21 @@ cls_ArraySize cls_SizeOf(const cls_Database& database, const cls_Location& field
   return {static_cast<std::size_t>(array.count), array.width,
           static_cast<std::size_t>(array.chunkRows) * array.width};
 }
+
+void cls_ForEachPiece(const cls_Database& database, const cls_Location& field, cls_ArrayKind kind,
+                      std::size_t elementSize, const std::function<void(std::span<const std::byte>)>& see) {
+  db_File& file = db_Access::FileOf(database);
+  db_Reader session(file);
+  const auto place = session.PlaceOf(field);
+  const cls_Cell& cell = place->Cell();
+  if (const auto* blob = std::get_if<cls_Blob>(&cell)) {
+    const std::span<const std::byte> bytes = cls_DecodeArray(*blob, kind);
+    if (!bytes.empty()) see(cls_Blob(bytes.begin(), bytes.end())); // numbers must be aligned
+    return;
+  }
+  const auto* id = std::get_if<long long>(&cell);
+  if (!id) place->Fail("is not an array");
+  const db_Array array = file.LoadArray(*id);
+  if (array.kind != kind) place->Fail("is an array of another kind");
+  file.ForEachChunk(array, elementSize, see);
+}

@@ -1,9 +1,6 @@
 #include "db_File.h"
 
-#include <BasicUtils/thr_ThreadSingleton.h>
-#include <BasicUtils/wip_WIP.h>
 #include <algorithm>
-#include <cstring>
 
 static_assert(std::endian::native == std::endian::little, "stored arrays are little-endian");
 
@@ -281,64 +278,4 @@ db_Array db_File::LoadArray(long long id) {
     connection_.Damaged(name + " cannot have " + std::to_string(array.count) + " numbers in rows of "
                         + std::to_string(found->Int(1)));
   return array;
-}
-
-void db_File::ReadChunks(const db_Array& array, std::size_t elementSize, std::byte* target) {
-  ReadPart(array, elementSize, 0, std::span(target, static_cast<std::size_t>(array.count) * elementSize));
-}
-
-void db_File::ReadPart(const db_Array& array, std::size_t elementSize, std::size_t first,
-                       std::span<std::byte> target) {
-  struct CloseBlob {
-    void operator()(sqlite3_blob* blob) const noexcept { sqlite3_blob_close(blob); }
-  };
-  std::unique_ptr<sqlite3_blob, CloseBlob> blob;
-  auto& progress = thr_ThreadSingleton<wip_WIP>::Instance();
-  const std::size_t chunkBytes = static_cast<std::size_t>(array.chunkRows) * array.width * elementSize;
-  const std::size_t total = static_cast<std::size_t>(array.count) * elementSize;
-  const std::size_t begin = first * elementSize, end = begin + target.size();
-  cls_Blob part; // for a chunk of which only a piece is wanted
-  const db_Use chunks(Statement(
-      format_ == kFirstFormat
-          ? "SELECT rowid, seq, sum, length(data), array FROM chunk WHERE array = ?1 AND seq >= ?2 ORDER BY "
-            "seq"
-          : "SELECT id, seq, sum, length(data), array FROM chunk WHERE id >= ?1 AND id < ?2 ORDER BY id"));
-  const auto firstSeq = static_cast<long long>(begin / chunkBytes);
-  if (format_ == kFirstFormat)
-    chunks->BindAll(array.id, firstSeq);
-  else
-    chunks->BindAll(array.firstChunk + firstSeq, array.firstChunk + array.NumChunks());
-  std::size_t at = begin / chunkBytes * chunkBytes;
-  for (; at < end; at += chunkBytes) {
-    progress.CheckCancelled();
-    const std::size_t size = std::min(chunkBytes, total - at);
-    const auto seq = static_cast<long long>(at / chunkBytes);
-    const auto name = [&] {
-      return "chunk " + std::to_string(seq) + " of array " + std::to_string(array.id);
-    };
-    if (!chunks->Step() || chunks->Int(1) != seq || chunks->Int(4) != array.id)
-      connection_.Damaged(name() + " is missing");
-    if (chunks->Int(3) != static_cast<long long>(size)) connection_.Damaged(name() + " has another length");
-    const long long row = chunks->Int(0);
-    const int code = blob ? sqlite3_blob_reopen(blob.get(), row) : [&] {
-      sqlite3_blob* opened = nullptr;
-      const int result = sqlite3_blob_open(connection_.Handle(), "main", "chunk", "data", row, 0, &opened);
-      blob.reset(opened);
-      return result;
-    }();
-    if (code != SQLITE_OK) connection_.Fail(code);
-    const bool whole = at >= begin && at + size <= end;
-    if (!whole) part.resize(size);
-    std::byte* place = whole ? target.data() + (at - begin) : part.data();
-    if (const int read = sqlite3_blob_read(blob.get(), place, static_cast<int>(size), 0); read != SQLITE_OK)
-      connection_.Fail(read);
-    if (db_IsWrong(SumOfChunk(array, seq, std::span(place, size)), chunks->Int(2)))
-      connection_.Damaged(name());
-    if (!whole) {
-      const std::size_t from = std::max(at, begin), to = std::min(at + size, end);
-      std::copy(part.begin() + static_cast<std::ptrdiff_t>(from - at),
-                part.begin() + static_cast<std::ptrdiff_t>(to - at),
-                target.begin() + static_cast<std::ptrdiff_t>(from - begin));
-    }
-  }
 }

@@ -5,6 +5,7 @@
 #include "db_Sum.h"
 
 #include <BasicUtils/cls_Database.h>
+#include <functional>
 #include <map>
 #include <optional>
 #include <unordered_map>
@@ -62,7 +63,13 @@ struct db_Array {
   long long chunkRows = 0;  ///< rows of `width` numbers per chunk
   long long firstChunk = 0; ///< number of its first chunk, the others follow; 0 in files of the first format
   long long NumChunks() const noexcept { return (count / width + chunkRows - 1) / chunkRows; }
+  std::size_t ChunkBytes(std::size_t elementSize) const noexcept {
+    return static_cast<std::size_t>(chunkRows) * width * elementSize;
+  }
 };
+
+/// Is shown bytes of an array, one piece after the other, perhaps on a lent thread.
+using db_SeeBytes = std::function<void(std::span<const std::byte>)>;
 
 /// A named object.
 struct db_RootRow {
@@ -134,9 +141,15 @@ public:
   void InsertChunk(const db_Array& array, long long seq, long long sum, std::span<const std::byte> bytes);
   /// Its chunks, each read and checked before it goes, and its row in `array`.
   void DeleteArray(const db_Array& array);
-  void ReadChunks(const db_Array& array, std::size_t elementSize, std::byte* target);
+  /// Numbers from the first one on, and shows them while they are in the cache.
   void ReadPart(const db_Array& array, std::size_t elementSize, std::size_t first,
-                std::span<std::byte> target);
+                std::span<std::byte> target, const db_SeeBytes& see = {});
+  void ReadChunks(const db_Array& array, std::size_t elementSize, std::byte* target,
+                  const db_SeeBytes& see = {}) {
+    ReadPart(array, elementSize, 0, {target, static_cast<std::size_t>(array.count) * elementSize}, see);
+  }
+  /// Shows the whole array without keeping it.
+  void ForEachChunk(const db_Array& array, std::size_t elementSize, const db_SeeBytes& see);
 
   // checksums
   db_Sum SumOf(std::string_view table) const; ///< to be continued with the values of a row

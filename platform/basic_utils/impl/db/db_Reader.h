@@ -11,7 +11,8 @@ struct db_Object {
   long long id = 0;
   long long owner = 0; ///< row that it is embedded in, 0 for none
   cls_Uid uid;
-  std::vector<cls_Cell> cells; ///< in the record's order
+  std::vector<cls_Cell> cells;                      ///< in the record's order
+  std::vector<std::pair<int, db_SeeBytes>> watches; ///< of arrays, by cell
 };
 
 /// One read session: a consistent view of the file, in which what was shared when written is shared again.

@@ -6,6 +6,7 @@
 #include <BasicUtils/cls_MetadataRegistrar.h>
 #include <BasicUtils/omi_Singleton.h>
 #include <BasicUtils/thr_ThreadSingleton.h>
+#include <BasicUtils/wip_Executor.h>
 #include <BasicUtils/wip_WIP.h>
 #include <cstring>
 
@@ -242,11 +243,21 @@ long long db_Writer::WriteArray(cls_ArrayKind kind, unsigned width, std::span<co
                  lastChunk_ + 1};
   lastChunk_ += array.NumChunks();
   file_.InsertArray(array);
-  long long seq = 0;
-  for (std::size_t at = 0; at < bytes.size(); at += chunkRows * rowBytes, ++seq) {
-    const auto piece = bytes.subspan(at, std::min(chunkRows * rowBytes, bytes.size() - at));
-    Advance(piece.size());
-    file_.InsertChunk(array, seq, file_.SumOfChunk(array, seq, piece), piece);
+  const auto chunk = [&](long long seq) {
+    const std::size_t at = static_cast<std::size_t>(seq) * chunkRows * rowBytes;
+    return bytes.subspan(at, std::min(chunkRows * rowBytes, bytes.size() - at));
+  };
+  long long sums[2] = {file_.SumOfChunk(array, 0, chunk(0)), 0};
+  const long long numChunks = array.NumChunks();
+  for (long long seq = 0; seq < numChunks;
+       ++seq) { // one is written while the next is summed, on lent threads
+    Advance(chunk(seq).size());
+    wip_RunPieces(seq + 1 == numChunks ? 1 : 2, [&](std::size_t piece) {
+      if (piece == 0)
+        file_.InsertChunk(array, seq, sums[seq % 2], chunk(seq));
+      else
+        sums[(seq + 1) % 2] = file_.SumOfChunk(array, seq + 1, chunk(seq + 1));
+    });
   }
   const auto uidBytes = uid.Bytes();
   std::memcpy(stamp.uid, uidBytes.data(), uidBytes.size());

@@ -15,6 +15,21 @@ struct cls_ArraySize {
 /// Errors     as cls_Database; nex_TextException when the field is no array.
 CORE_GEOMETRY_PLATFORM_API cls_ArraySize cls_SizeOf(const cls_Database& database, const cls_Location& field);
 
+CORE_GEOMETRY_PLATFORM_API void cls_ForEachPiece(const cls_Database& database, const cls_Location& field,
+                                                 cls_ArrayKind kind, std::size_t elementSize,
+                                                 const std::function<void(std::span<const std::byte>)>& see);
+
+/// Calls take(numbers) for a whole array, one stored chunk after the other, in the memory of two chunks. With a lent
+/// wip_Executor the next chunk is read meanwhile, and take is called on any of its threads, one call at a time.
+///
+/// Errors     as cls_Database, also after some calls; nex_TextException when the field is no such array.
+template<class T, class Take>
+void cls_ForEachPiece(const cls_Database& database, const cls_Location& field, const Take& take) {
+  cls_ForEachPiece(database, field, cls_kArrayKind<T>, sizeof(T), [&](std::span<const std::byte> bytes) {
+    take(std::span<const T>(reinterpret_cast<const T*>(bytes.data()), bytes.size() / sizeof(T)));
+  });
+}
+
 /// Reads ranges of one array. The chunk that was read last is kept: a checksum is verified once for neighbouring
 /// ranges, not for each.
 ///

@@ -4,6 +4,7 @@
 #include <BasicUtils/cls_ClassRegistrar.h>
 #include <BasicUtils/cow_ArrayCOW.h>
 #include <BasicUtils/cow_CountedHld.h>
+#include <functional>
 
 struct db_ReadPlace;
 struct db_WritePlace;
@@ -43,6 +44,13 @@ public:
     return As<T>(GetObject(field, T::TypeId()));
   }
   std::shared_ptr<void> GetObject(const cls_FieldHandle& field, unsigned typeId) const;
+  /// see(numbers) will be called for an array of the object when it is read: for one stored chunk after the other, while
+  /// it is in the cache, on the reading thread or one that is lent to it.
+  template<class T, class See> void Watch(const cls_FieldHandle& field, const See& see) const {
+    WatchBytes(field, [see](std::span<const std::byte> bytes) {
+      see(std::span<const T>(reinterpret_cast<const T*>(bytes.data()), bytes.size() / sizeof(T)));
+    });
+  }
   cls_Uid GetUid() const;
   /// For data that can be read but is not valid: throws nex_TextException naming the place.
   [[noreturn]] void Refuse(const cow_String& what) const;
@@ -85,6 +93,7 @@ private:
     return cow_CountedHld<T>(std::static_pointer_cast<T>(std::move(object)));
   }
   using Allocate = std::byte* (*)(void* target, std::size_t count);
+  void WatchBytes(const cls_FieldHandle& field, std::function<void(std::span<const std::byte>)> see) const;
   using SetStamp = void (*)(void* target, const cow_ArrayStamp&);
   void ReadArray(cls_ArrayKind kind, unsigned& width, void* target, Allocate, SetStamp) const;
   std::vector<std::pair<int, std::shared_ptr<void>>> GetObjectMap(unsigned typeId) const;
