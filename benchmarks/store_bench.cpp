@@ -67,9 +67,8 @@ int RawWrite() {
 int RawRead() {
   const int fd = open(InFolder("bench_raw.bin").c_str(), O_RDONLY);
   for (const auto array : Arrays(BigMesh())) {
-    cow_ArrayCOW<char> target;
-    target.ResizeUninitialised(array.size());
-    auto rest = target.Modify();
+    const auto target = std::make_unique_for_overwrite<char[]>(array.size());
+    std::span<char> rest(target.get(), array.size());
     while (!rest.empty()) rest = rest.subspan(static_cast<std::size_t>(read(fd, rest.data(), rest.size())));
     benchmark::DoNotOptimize(rest.data());
   }
