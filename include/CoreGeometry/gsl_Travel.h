@@ -41,6 +41,7 @@ public:
 
 private:
   friend class gsl_TravelSearch;
+  friend class gsl_ViewBoxes;
   static constexpr std::size_t kTrianglesPerLeaf = 8; ///< of the fullest tree, on average
   static constexpr std::size_t kMostPerLeaf = 12;
 
@@ -74,6 +75,8 @@ private:
   static std::size_t Cut(std::span<Item> items, std::size_t leaves);
   void Halve(std::span<Item> all, Part part);
   void HalveAll(std::span<Item> items);
+  /// Asks for the coordinates of the leaves' corners, which lie in many places of the memory.
+  void Prefetch(std::size_t firstLeaf, std::size_t endLeaf) const noexcept;
   Node MakeLeaf(std::span<const gsl_TravelTriangle> triangles) const noexcept;
   static Node Join(const Node& a, const Node& b) noexcept;
 

@@ -1,11 +1,13 @@
 #include <CoreGeometry/gsl_Travel.h>
 
 #include "gsl_TravelKernel.h"
+#include "gsl_ViewBoxes.h"
 #include <BasicUtils/nex_Exception.h>
 #include <BasicUtils/wip_Poll.h>
 #include <CoreGeometry/gsl_Vector.h>
 #include <cmath>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -13,7 +15,12 @@ constexpr double kNever = std::numeric_limits<double>::infinity();
 constexpr double kTolerance = 1e-12;                                      ///< of the extent of both sets
 constexpr double kRounding = 32 * std::numeric_limits<double>::epsilon(); ///< of the largest coordinate
 constexpr double kAcross = 1e-15; ///< component of a unit direction that counts as none
+/// Two numbers that are worked on together, with the results of each by itself.
+using Lanes [[gnu::vector_size(2 * sizeof(double))]] = double;
+using Mask = decltype(Lanes{} < Lanes{});
 constexpr std::size_t kLeavesKept = 64;
+constexpr std::size_t kPatience = 8; ///< leaves for each pair that is looked at without boxes in the view
+constexpr double kViewGap = 1e-5;    ///< of the extent, beyond the accuracy of boxes in the view
 } // namespace
 
 /// One descent of two trees as pairs of nodes, nearest first, cut by the travel at which one node enters the
@@ -25,8 +32,28 @@ public:
 
 private:
   using Node = gsl_TriangleTree::Node;
+  /// Two nodes side by side.
+  struct Nodes {
+    Lanes low[2], high[2], slope[2], near, far, slabNear, slabFar;
+
+    Nodes(const Node& a, const Node& b) {
+      near = Lanes{a.near, b.near};
+      far = Lanes{a.far, b.far};
+      slabNear = Lanes{a.slabNear, b.slabNear};
+      slabFar = Lanes{a.slabFar, b.slabFar};
+      for (int axis = 0; axis < 2; ++axis) {
+        low[axis] = Lanes{a.low[axis], b.low[axis]};
+        high[axis] = Lanes{a.high[axis], b.high[axis]};
+        slope[axis] = Lanes{a.slope[axis], b.slope[axis]};
+      }
+    }
+  };
+  struct NodePair {
+    std::size_t fixed, movable;
+  };
   struct Pair {
-    double enter;
+    double enter;   ///< in whose order pairs are looked at
+    double inSlabs; ///< the same or a larger travel, by slabs; at most that of what the nodes hold
     std::size_t fixed, movable;
   };
   /// The triangles of a leaf in the frame of the search, and their box.
@@ -42,9 +69,15 @@ private:
     std::unique_ptr<Leaf[]> leaf = std::make_unique_for_overwrite<Leaf[]>(kLeavesKept);
   };
 
-  double Enter(const Node& fixed, const Node& movable) const;
-  double EnterBox(const Node& fixed, const Node& movable) const;
-  void Push(std::size_t fixed, std::size_t movable);
+  double EnterAlong(const Node& fixed, const Node& movable) const;
+  void EnterBoxes(const Nodes& fixed, const Nodes& movable, Lanes& enter) const;
+  void EnterSlabs(const Nodes& fixed, const Nodes& movable, Lanes& enter) const;
+  void MakeViewBoxes();
+  bool Pass(const NodePair& pair);
+  void Push(std::span<const NodePair> some);
+  void PushTwo(const NodePair& one, const NodePair& two);
+  /// Without slack: a bound by slabs is already smaller by that, and the other pairs of a tie decide the last bits.
+  bool IsBeyond(double inSlabs) const { return inSlabs > contact_.distance; }
   void Descend(const Pair& pair);
   void MeetLeaves(const Pair& pair);
   static const gsl_TravelTriangle& Complete(Leaf& leaf, std::size_t i);
@@ -57,10 +90,13 @@ private:
   double along_[3];       ///< the direction in the trees' frame
   bool aligned_;          ///< forwards or backwards along the trees' direction
   double offset_[2];      ///< between the trees' origins
-  double tolerance_, slack_;
+  double extent_, tolerance_, slack_;
   double bound_ = 0;        ///< boxes that enter later hold nothing new
   std::vector<Pair> pairs_; ///< the nearest of those that came together is last
   Leaves fixedLeaves_, movableLeaves_;
+  std::size_t numPairs_ = 0;                               ///< that were looked at
+  std::optional<gsl_ViewBoxes> fixedBoxes_, movableBoxes_; ///< across the trees' direction, after some time
+  float gap_ = 0;                                          ///< between boxes that are apart
   gsl_TravelContact contact_;
   int fixedTriangle_ = -1, movableTriangle_ = -1;
 };
@@ -76,21 +112,31 @@ gsl_TravelSearch::gsl_TravelSearch(const gsl_TriangleTree& fixed, const gsl_Tria
   frame_ = aligned_ ? fixed.frame_ : gsl_FrameAlong(unit);
   if (aligned_ && along_[2] < 0)
     for (double& component : frame_[2]) component = -component;
-  double extent = 0, largest = 0;
+  double largest = 0;
+  extent_ = 0;
   for (int axis = 0; axis < 3; ++axis) {
     const double low = std::min(fixed.low_[axis], movable.low_[axis]);
     const double high = std::max(fixed.high_[axis], movable.high_[axis]);
-    extent = std::hypot(extent, high - low, 0);
+    extent_ = std::hypot(extent_, high - low, 0);
     largest = std::max({largest, std::fabs(low), std::fabs(high)});
   }
-  tolerance_ = std::max(kTolerance * extent, kRounding * largest);
+  tolerance_ = std::max(kTolerance * extent_, kRounding * largest);
   slack_ = 32 * tolerance_;
   for (int axis = 0; axis < 2; ++axis) offset_[axis] = fixed.origin_[axis] - movable.origin_[axis];
 }
 
-// The travel after which the movable node enters the fixed one, never more than that of what they hold.
-double gsl_TravelSearch::Enter(const Node& f, const Node& m) const {
-  if (!aligned_) return EnterBox(f, m);
+namespace {
+[[gnu::always_inline]] inline void Raise(Lanes& value, const Lanes& least) {
+  value = value < least ? least : value;
+}
+[[gnu::always_inline]] inline void Lower(Lanes& value, const Lanes& most) {
+  value = most < value ? most : value;
+}
+} // namespace
+
+// The travel after which the movable node enters the fixed one, never more than that of what they hold; along the
+// trees' direction.
+double gsl_TravelSearch::EnterAlong(const Node& f, const Node& m) const {
   gsl_Ways ways{f.slabNear - m.slabFar, f.slabFar - m.slabNear};
   for (int axis = 0; axis < 2; ++axis) {
     const double from = std::max(f.low[axis] + offset_[axis], double{m.low[axis]});
@@ -107,40 +153,125 @@ double gsl_TravelSearch::Enter(const Node& f, const Node& m) const {
 }
 
 // The same by the boxes of the nodes, in any direction.
-double gsl_TravelSearch::EnterBox(const Node& f, const Node& m) const {
-  const double ahead[3] = {f.low[0] - double{m.high[0]} + offset_[0],
-                           f.low[1] - double{m.high[1]} + offset_[1], f.near - m.far};
-  const double behind[3] = {f.high[0] - double{m.low[0]} + offset_[0],
-                            f.high[1] - double{m.low[1]} + offset_[1], f.far - m.near};
-  double enter = 0, leave = kNever;
+void gsl_TravelSearch::EnterBoxes(const Nodes& f, const Nodes& m, Lanes& enter) const {
+  const Lanes ahead[3] = {f.low[0] - m.high[0] + offset_[0], f.low[1] - m.high[1] + offset_[1],
+                          f.near - m.far};
+  const Lanes behind[3] = {f.high[0] - m.low[0] + offset_[0], f.high[1] - m.low[1] + offset_[1],
+                           f.far - m.near};
+  Lanes first = {}, last = kNever - Lanes{};
+  Mask isNever = {};
   for (int axis = 0; axis < 3; ++axis) {
     const double speed = std::fabs(along_[axis]);
     if (speed <= kAcross) {
-      if (ahead[axis] > slack_ || behind[axis] < -slack_) return kNever;
+      isNever |= (ahead[axis] > slack_) | (behind[axis] < -slack_);
       continue;
     }
     const bool forwards = along_[axis] > 0;
-    enter = std::max(enter, ((forwards ? ahead[axis] : -behind[axis]) - slack_) / speed);
-    leave = std::min(leave, ((forwards ? behind[axis] : -ahead[axis]) + slack_) / speed);
+    Raise(first, ((forwards ? ahead[axis] : -behind[axis]) - slack_) / speed);
+    Lower(last, ((forwards ? behind[axis] : -ahead[axis]) + slack_) / speed);
   }
-  return enter <= leave ? enter : kNever;
+  enter = (isNever | (first > last)) ? kNever - Lanes{} : first;
 }
 
-void gsl_TravelSearch::Push(std::size_t fixed, std::size_t movable) {
-  const double enter = Enter(fixed_.nodes_[fixed], movable_.nodes_[movable]);
-  if (enter < bound_) pairs_.push_back({enter, fixed, movable});
+// The same by slabs: what lies oblique in its box meets later than the box, or passes.
+void gsl_TravelSearch::EnterSlabs(const Nodes& f, const Nodes& m, Lanes& enter) const {
+  Lanes first = {}, last = kNever - Lanes{};
+  Mask isNever = {};
+  for (const bool isOfFixed : {true, false}) {
+    const Nodes &owner = isOfFixed ? f : m, &other = isOfFixed ? m : f;
+    // of the other: its places above the owner's plane, and its speed
+    Lanes low = other.slabNear, high = other.slabFar, speed = along_[2] - Lanes{};
+    for (int axis = 0; axis < 2; ++axis) {
+      const Lanes slope = owner.slope[axis], change = other.slope[axis] - slope;
+      const Lanes shift = slope * (isOfFixed ? offset_[axis] : -offset_[axis]); // of the other's origin
+      low += change * (change > 0 ? other.low[axis] : other.high[axis]) + shift;
+      high += change * (change > 0 ? other.high[axis] : other.low[axis]) + shift;
+      speed -= slope * along_[axis];
+    }
+    const Lanes ahead = (isOfFixed ? owner.slabNear - high : low - owner.slabFar) - slack_,
+                behind = (isOfFixed ? owner.slabFar - low : high - owner.slabNear) + slack_;
+    const Mask isAlong = (speed <= kAcross) & (speed >= -kAcross), isForwards = speed > 0;
+    isNever |= isAlong & ((ahead > 0) | (behind < 0));
+    Raise(first, isAlong ? Lanes{} : (isForwards ? ahead : behind) / speed);
+    Lower(last, isAlong ? kNever - Lanes{} : (isForwards ? behind : ahead) / speed);
+  }
+  enter = (isNever | (first > last)) ? kNever - Lanes{} : first;
+}
+
+// Boxes in the view. Only a search that has already looked at many pairs is worth them.
+void gsl_TravelSearch::MakeViewBoxes() {
+  double middle[3], xyz[3] = {0, 0, 0};
+  for (int axis = 0; axis < 3; ++axis)
+    middle[axis] = (std::min(fixed_.low_[axis], movable_.low_[axis])
+                    + std::max(fixed_.high_[axis], movable_.high_[axis]))
+                   * 0.5;
+  for (std::size_t axis = 0; axis < 3; ++axis)
+    for (std::size_t i = 0; i < 3; ++i) xyz[i] += fixed_.frame_[axis][i] * middle[axis];
+  const gsl_ViewAxes view = gsl_ViewBoxes::TurnToWalls(
+      fixed_, movable_,
+      {{frame_[0], frame_[1]},
+       {static_cast<float>(xyz[0]), static_cast<float>(xyz[1]), static_cast<float>(xyz[2])}});
+  fixedBoxes_.emplace(fixed_, view);
+  movableBoxes_.emplace(movable_, view);
+  gap_ = static_cast<float>(slack_ + kViewGap * extent_);
+}
+
+// True when the view shows that the nodes pass each other.
+bool gsl_TravelSearch::Pass(const NodePair& pair) {
+  const bool isWorthIt = ++numPairs_ == (fixed_.leaves_ + movable_.leaves_) / kPatience;
+  // single precision holds products of such lengths
+  if (isWorthIt && extent_ > 1e-30 && extent_ < 1e37) MakeViewBoxes();
+  if (!fixedBoxes_) return false;
+  const gsl_ViewBoxes::Box* const f = fixedBoxes_->Find(pair.fixed);
+  const gsl_ViewBoxes::Box* const m = movableBoxes_->Find(pair.movable);
+  return f && m && gsl_AreApart(*f, *m, gap_);
+}
+
+// Lists those of some pairs that may hold something new, the nearest last. Across the trees' direction two are looked at
+// side by side. Their order is always that of the boxes: bounds in the view and by slabs only leave out what meets nothing
+// below the best travel, and so the result has the same bits with and without them.
+void gsl_TravelSearch::Push(std::span<const NodePair> some) {
+  const std::size_t first = pairs_.size();
+  if (aligned_) {
+    for (const auto& [fixed, movable] : some) {
+      const double enter = EnterAlong(fixed_.nodes_[fixed], movable_.nodes_[movable]);
+      if (enter < bound_) pairs_.push_back({enter, enter, fixed, movable});
+    }
+  } else {
+    for (std::size_t i = 0; i < some.size(); i += 2) PushTwo(some[i], some[std::min(i + 1, some.size() - 1)]);
+  }
+  for (std::size_t i = first + 1; i < pairs_.size(); ++i) // at most four
+    for (std::size_t k = i; k > first && pairs_[k].enter > pairs_[k - 1].enter; --k)
+      std::swap(pairs_[k], pairs_[k - 1]);
+}
+
+void gsl_TravelSearch::PushTwo(const NodePair& one, const NodePair& two) {
+  const bool pass[2] = {Pass(one), Pass(two)};
+  if (pass[0] && pass[1]) return;
+  const Nodes fixed(fixed_.nodes_[one.fixed], fixed_.nodes_[two.fixed]),
+      movable(movable_.nodes_[one.movable], movable_.nodes_[two.movable]);
+  Lanes enter, inSlabs;
+  EnterBoxes(fixed, movable, enter);
+  if (!(enter[0] < bound_) && !(enter[1] < bound_)) return;
+  EnterSlabs(fixed, movable, inSlabs);
+  for (int k = 0; k < (&one == &two ? 1 : 2); ++k) {
+    const NodePair& pair = k == 0 ? one : two;
+    if (!pass[k] && enter[k] < bound_ && inSlabs[k] < kNever && !IsBeyond(inSlabs[k]))
+      pairs_.push_back({enter[k], inSlabs[k], pair.fixed, pair.movable});
+  }
 }
 
 bool gsl_TravelSearch::Find(double limit, gsl_Travel& travel) {
   contact_.distance = bound_ = limit;
   pairs_.reserve(128);
-  Push(1, 1);
+  constexpr NodePair kRoots[1] = {{1, 1}};
+  Push(kRoots);
   wip_Poll poll(1024);
   while (!pairs_.empty()) {
     poll.Advance();
     const Pair pair = pairs_.back();
     pairs_.pop_back();
-    if (!(pair.enter < bound_)) continue;
+    if (!(pair.enter < bound_) || IsBeyond(pair.inSlabs)) continue;
     if (pair.fixed >= fixed_.leaves_ && pair.movable >= movable_.leaves_)
       MeetLeaves(pair);
     else
@@ -161,13 +292,11 @@ void gsl_TravelSearch::Descend(const Pair& pair) {
   const bool fixedIsLeaf = pair.fixed >= fixed_.leaves_, movableIsLeaf = pair.movable >= movable_.leaves_;
   const bool splitFixed = !fixedIsLeaf && (movableIsLeaf || 2 * fixedSize >= movableSize);
   const bool splitMovable = !movableIsLeaf && (fixedIsLeaf || 2 * movableSize >= fixedSize);
-  const std::size_t first = pairs_.size();
-  for (std::size_t i = 0; i <= (splitFixed ? 1U : 0U); ++i)
-    for (std::size_t k = 0; k <= (splitMovable ? 1U : 0U); ++k)
-      Push(splitFixed ? 2 * pair.fixed + i : pair.fixed, splitMovable ? 2 * pair.movable + k : pair.movable);
-  for (std::size_t i = first + 1; i < pairs_.size(); ++i) // at most four
-    for (std::size_t k = i; k > first && pairs_[k].enter > pairs_[k - 1].enter; --k)
-      std::swap(pairs_[k], pairs_[k - 1]);
+  const std::size_t f = splitFixed ? 2 * pair.fixed : pair.fixed,
+                    m = splitMovable ? 2 * pair.movable : pair.movable;
+  const NodePair all[4] = {
+      {f, m}, {splitMovable ? f : f + 1, splitMovable ? m + 1 : m}, {f + 1, m}, {f + 1, m + 1}};
+  Push(std::span(all).first(splitFixed && splitMovable ? 4 : 2));
 }
 
 gsl_TravelSearch::Leaf& gsl_TravelSearch::Load(const gsl_TriangleTree& tree, std::size_t node,
@@ -217,6 +346,7 @@ const gsl_TravelTriangle& gsl_TravelSearch::Complete(Leaf& leaf, std::size_t i) 
 void gsl_TravelSearch::MeetLeaves(const Pair& pair) {
   Leaf& fixed = Load(fixed_, pair.fixed, fixedLeaves_);
   Leaf& movable = Load(movable_, pair.movable, movableLeaves_);
+  if (!MayMeet(fixed, movable)) return;
   std::size_t candidates[gsl_TriangleTree::kMostPerLeaf], numCandidates = 0;
   for (std::size_t k = 0; k < movable.count; ++k)
     if (MayMeet(fixed, movable.triangles[k])) candidates[numCandidates++] = k;

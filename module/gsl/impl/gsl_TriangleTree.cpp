@@ -270,6 +270,16 @@ void FitPlane(std::span<const gsl_TravelTriangle> triangles, float (&slope)[2]) 
 }
 } // namespace
 
+void gsl_TriangleTree::Prefetch(std::size_t firstLeaf, std::size_t endLeaf) const noexcept {
+  const char* const xyz =
+      doubles_ ? reinterpret_cast<const char*>(doubles_) : reinterpret_cast<const char*>(floats_);
+  const std::size_t size = 3 * (doubles_ ? sizeof *doubles_ : sizeof *floats_);
+  for (std::size_t i = leafStart_[firstLeaf]; i < leafStart_[endLeaf]; ++i)
+    for (std::size_t k = 0; k < 3; ++k)
+      __builtin_prefetch(
+          xyz + size * static_cast<std::size_t>(triangles_[3 * static_cast<std::size_t>(order_[i]) + k]));
+}
+
 gsl_TriangleTree::Node
 gsl_TriangleTree::MakeLeaf(std::span<const gsl_TravelTriangle> triangles) const noexcept {
   constexpr double kHuge = std::numeric_limits<double>::infinity();
