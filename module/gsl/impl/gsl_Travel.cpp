@@ -19,7 +19,7 @@ constexpr double kAcross = 1e-15; ///< component of a unit direction that counts
 using Lanes [[gnu::vector_size(2 * sizeof(double))]] = double;
 using Mask = decltype(Lanes{} < Lanes{});
 constexpr std::size_t kLeavesKept = 64;
-constexpr std::size_t kPatience = 8; ///< leaves for each pair that is looked at without boxes in the view
+constexpr std::size_t kPatience = 2; ///< leaves for each pair that is looked at without boxes in the view
 constexpr double kViewGap = 1e-5;    ///< of the extent, beyond the accuracy of boxes in the view
 } // namespace
 

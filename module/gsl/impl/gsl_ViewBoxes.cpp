@@ -6,7 +6,7 @@
 
 namespace {
 constexpr std::size_t kLeavesPerPart = 16;
-constexpr std::size_t kSample = 256; ///< triangles of which the directions are looked at
+constexpr std::size_t kSample = 64; ///< triangles of which the directions are looked at
 
 using Box = gsl_ViewBoxes::Box;
 Box Lower(const Box& a, const Box& b) { return a < b ? a : b; }
