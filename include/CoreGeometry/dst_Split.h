@@ -21,6 +21,15 @@ struct dst_SplitOptions {
   bool doForce = false;     ///< replaces a split that is there, or was begun with another source or options
 };
 
+/// Processor time of the steps of a split, in seconds. Steps that an earlier run had finished take none.
+struct dst_SplitSeconds {
+  double survey = 0; ///< reading and hashing the source
+  double curve = 0;  ///< places on the curve, chunks, and the part of each element
+  double graph = 0;  ///< neighbours of the elements of all chunks
+  double metis = 0;
+  double parts = 0; ///< writing them
+};
+
 /// What a split came to.
 struct dst_SplitReport {
   dst_Index index;
@@ -30,6 +39,7 @@ struct dst_SplitReport {
   double balance = 1;          ///< largest part against the mean, in elements
   double copies = 0;           ///< nodes that several parts hold, beyond one each, against all nodes
   unsigned mostNeighbours = 0;
+  dst_SplitSeconds seconds{};
 };
 
 /// Writes a split model into a folder. The same source and options give the same split. A run that was stopped goes on:

@@ -147,6 +147,8 @@ public:
       Store(cut);
       ++done.numChunks;
       done.numPieces += cut.numPieces;
+      done.graphSeconds += cut.graphSeconds;
+      done.metisSeconds += cut.metisSeconds;
     }
     FillEmptyParts();
     return done;

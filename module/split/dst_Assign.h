@@ -18,6 +18,7 @@ unsigned dst_NumChunks(std::uint64_t numElements, const dst_SplitOptions& option
 struct dst_Assigned {
   unsigned numChunks = 0;
   std::uint64_t numPieces = 0;
+  double graphSeconds = 0, metisSeconds = 0;
 };
 
 /// Writes the part of each element into the file, 32 bits each. No part stays empty.

@@ -18,9 +18,13 @@ struct dst_CutOptions {
 
 /// What came of it.
 struct dst_CutChunk {
-  std::vector<unsigned> numbers, parts; ///< of the elements, ascending by number
-  std::uint64_t numPieces = 0;          ///< of the parts: elements that hang together by sides
+  std::vector<unsigned> numbers, parts;      ///< of the elements, ascending by number
+  std::uint64_t numPieces = 0;               ///< of the parts: elements that hang together by sides
+  double graphSeconds = 0, metisSeconds = 0; ///< processor time
 };
+
+/// Processor time of this process, for differences.
+double dst_ProcessorSeconds();
 
 /// Bytes that cutting takes for a chunk with this many nodes in the rows of its elements.
 std::uint64_t dst_MemoryToCut(std::uint64_t numRowNodes) noexcept;

@@ -1,6 +1,7 @@
 #include <CoreGeometry/dst_Split.h>
 
 #include "dst_Assign.h"
+#include "dst_ChunkGraph.h"
 #include "dst_Hash.h"
 
 #include <CoreGeometry/bme_EntityWord.h>
@@ -63,7 +64,9 @@ public:
 
   dst_SplitReport Run() {
     CheckSizes();
+    const double begun = dst_ProcessorSeconds();
     const dst_Survey survey = dst_SurveyOf(source_);
+    dst_SplitSeconds seconds{.survey = dst_ProcessorSeconds() - begun};
     CheckFolder(survey.fingerprint);
     CheckSpace();
     fs::create_directories(work_);
@@ -84,6 +87,10 @@ public:
       state.Store("pieces", std::to_string(assigned.numPieces));
       state.Store("assigned", HashOf(parts));
     }
+    const double assignedAt = dst_ProcessorSeconds();
+    seconds.graph = assigned.graphSeconds;
+    seconds.metis = assigned.metisSeconds;
+    seconds.curve = assignedAt - begun - seconds.survey - seconds.graph - seconds.metis;
     unsigned numKept = 0;
     const dst_WriteOptions writing{.memory = MemoryForBuckets(),
                                    .origin = {.identity = Identity(survey.fingerprint),
@@ -99,6 +106,8 @@ public:
     report.numChunks = assigned.numChunks;
     report.numPieces = assigned.numPieces;
     report.numKept = numKept;
+    seconds.parts = dst_ProcessorSeconds() - assignedAt;
+    report.seconds = seconds;
     return report;
   }
 

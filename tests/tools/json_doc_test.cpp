@@ -18,11 +18,12 @@ std::string Block(const std::string& text, const std::string& begin, std::size_t
   return text.substr(first, last - first);
 }
 
-/// Where the two differ, or nothing. Lists may end in "..."; numbers of bytes need not be the same.
+/// Where the two differ, or nothing. Lists may end in "..."; numbers of bytes and seconds need not be the same.
 std::string Difference(const json& shown, const json& real, const std::string& place) {
   if (shown.is_number() && real.is_number()) {
     const double a = shown, b = real;
     const bool isSame = place.find("/bytes") != std::string::npos
+                        || place.find("/seconds") != std::string::npos
                         || std::abs(a - b) <= 1e-6 * std::max(std::abs(a), std::abs(b)) + 1e-9;
     return isSame ? "" : place;
   }

@@ -82,7 +82,13 @@ cli_Json ReportJson(const Arguments& arguments, const dst_SplitReport& report) {
           {"copies", report.copies},
           {"mostNeighbours", report.mostNeighbours},
           {"pieces", report.numPieces},
-          {"kept", report.numKept}};
+          {"kept", report.numKept},
+          {"seconds",
+           {{"survey", report.seconds.survey},
+            {"curve", report.seconds.curve},
+            {"graph", report.seconds.graph},
+            {"metis", report.seconds.metis},
+            {"parts", report.seconds.parts}}}};
 }
 
 void Run(Arguments arguments) {
