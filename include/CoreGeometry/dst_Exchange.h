@@ -30,6 +30,12 @@ struct dst_Message {
   }
 };
 
+/// Processor time of a rank in calls that all ranks make, in seconds.
+struct dst_ExchangeSeconds {
+  double waiting = 0; ///< for the slowest rank, at the beginning of each call
+  double moving = 0;  ///< messages and numbers
+};
+
 /// Exchanges messages between the parts of a split model. The parts are distributed over ranks: processes that all make
 /// the same calls. A program alternates between work in each part (ForEachPart), in which parts send messages, and
 /// Deliver(); after it each part finds the messages to it. It is written per part, never per rank, so its results do not
@@ -97,6 +103,8 @@ public:
   /// Bytes that an own part has sent to each other part since SetNumParts.
   const std::map<unsigned, std::uint64_t>& BytesSent(unsigned part) const;
 
+  const dst_ExchangeSeconds& Seconds() const noexcept { return seconds_; } ///< of this rank, so far
+
   // numbers that all ranks have in the end
   void Sum(std::span<std::int64_t> values); ///< of the ranks; integers, so that their order does not matter
   void Min(std::span<std::int64_t> values);
@@ -132,10 +140,12 @@ private:
   virtual std::vector<std::vector<std::byte>> GatherBytes(const std::vector<std::vector<std::byte>>& own) = 0;
   virtual void BroadcastBytes(std::vector<std::byte>& bytes) = 0;
   void Guard(std::int64_t part, const std::function<void()>& work);
+  template<class Call> auto Timed(double& seconds, Call call);
 
   unsigned numParts_ = 0;
   std::optional<Failure> failure_;
   bool hasAgreedToFail_ = false;
+  dst_ExchangeSeconds seconds_;
   std::vector<std::map<unsigned, std::uint64_t>> bytesSent_; ///< by own parts
   std::vector<unsigned> frame_;                              ///< of the message that is being sent
 };

@@ -10,6 +10,7 @@
 #include <CoreGeometry/dst_Library.h>
 #include <CoreGeometry/dst_MpiExchange.h>
 #include <algorithm>
+#include <ctime>
 #include <iostream>
 #include <span>
 
@@ -23,6 +24,19 @@ int Fail(const std::string& what, int exitCode) {
   return exitCode;
 }
 
+/// What the exchange took of all the time that the ranks have used.
+void TellTimes(dst_Exchange& exchange) {
+  constexpr double kMicro = 1e6;
+  const dst_ExchangeSeconds own = exchange.Seconds();
+  std::int64_t sums[] = {static_cast<std::int64_t>(own.moving * kMicro),
+                         static_cast<std::int64_t>(own.waiting * kMicro),
+                         static_cast<std::int64_t>(std::clock() * (kMicro / CLOCKS_PER_SEC))};
+  exchange.Sum(sums);
+  std::cerr << "processor time of " << exchange.NumRanks() << " ranks: " << sums[2] / kMicro
+            << " s, of it messages " << sums[0] / kMicro << " s, waiting for other ranks " << sums[1] / kMicro
+            << " s\n";
+}
+
 int Run(int argc, char** argv, dst_Exchange& exchange) {
   CLI::App app("Answers questions about split models, part by part, on the ranks of mpirun.",
                "coregeometry-mpi");
@@ -34,6 +48,8 @@ int Run(int argc, char** argv, dst_Exchange& exchange) {
   app.fallthrough();
   app.add_flag_callback(
       "-q,--quiet", [] { cli_SetTalk(cli_Talk::Quiet); }, "Only answers and errors");
+  bool isVerbose = false;
+  app.add_flag("-v,--verbose", isVerbose, "Also what the exchange between ranks took");
   cli_Command program(app);
   int numThreads = 1;
   program
@@ -46,16 +62,18 @@ int Run(int argc, char** argv, dst_Exchange& exchange) {
   cli_AddJoin(program);
   const std::vector<std::string> words = cli_JoinTriples(app, std::span(argv, argv + argc).subspan(1));
   wantsJson = std::ranges::find(words, "--json") != words.end();
+  bool isOfOneRank = false;
   try {
     cli_CheckCommandName(app, words);
-    if (!exchange.IsFirstRank() && cli_CommandOf(app, words).get_name() == "join")
-      return cli_OK; // one rank does all
+    isOfOneRank = cli_CommandOf(app, words).get_name() == "join";
+    if (!exchange.IsFirstRank() && isOfOneRank) return cli_OK;
     app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
   } catch (const CLI::Success& request) {
     return app.exit(request);
   } catch (const CLI::ParseError& error) {
     throw cli_UsageError(cli_Explain(app, error));
   }
+  if (isVerbose && !isOfOneRank) TellTimes(exchange);
   std::cout.flush();
   return std::cout ? cli_OK : cli_WRONG_INPUT;
 }

@@ -4,6 +4,7 @@
 #include <BasicUtils/wip_WIP.h>
 #include <algorithm>
 #include <cstring>
+#include <ctime>
 
 namespace {
 constexpr std::size_t kMostBytes = std::size_t{1} << 30U; // in one frame
@@ -57,10 +58,20 @@ void dst_Exchange::Fail(unsigned part, const cow_String& text) {
   if (!failure_) failure_ = Failure{part, false, text};
 }
 
+/// The answer of the call, whose processor time is added.
+template<class Call> auto dst_Exchange::Timed(double& seconds, Call call) {
+  struct Stopwatch {
+    double& seconds;
+    std::clock_t begun = std::clock();
+    ~Stopwatch() { seconds += static_cast<double>(std::clock() - begun) / CLOCKS_PER_SEC; }
+  } const stopwatch{seconds};
+  return call();
+}
+
 void dst_Exchange::Agree() {
   Failure worst = failure_.value_or(Failure{});
   failure_.reset();
-  AgreeOn(worst);
+  Timed(seconds_.waiting, [&] { AgreeOn(worst); });
   hasAgreedToFail_ = worst.part != Failure::kNone;
   if (!hasAgreedToFail_) return;
   NumPartsChanged();
@@ -89,7 +100,7 @@ void dst_Exchange::Send(unsigned from, unsigned to, std::span<const std::byte> b
 
 void dst_Exchange::Deliver() {
   Agree();
-  Transport();
+  Timed(seconds_.moving, [&] { Transport(); });
 }
 
 std::vector<dst_Message> dst_Exchange::Received(unsigned part) {
@@ -119,17 +130,17 @@ const std::map<unsigned, std::uint64_t>& dst_Exchange::BytesSent(unsigned part) 
 
 void dst_Exchange::Sum(std::span<std::int64_t> values) {
   Agree();
-  Reduce(values, Reduction::Sum);
+  Timed(seconds_.moving, [&] { Reduce(values, Reduction::Sum); });
 }
 
 void dst_Exchange::Min(std::span<std::int64_t> values) {
   Agree();
-  Reduce(values, Reduction::Min);
+  Timed(seconds_.moving, [&] { Reduce(values, Reduction::Min); });
 }
 
 void dst_Exchange::Max(std::span<std::int64_t> values) {
   Agree();
-  Reduce(values, Reduction::Max);
+  Timed(seconds_.moving, [&] { Reduce(values, Reduction::Max); });
 }
 
 std::vector<std::vector<std::byte>>
@@ -140,10 +151,10 @@ dst_Exchange::Gather(const std::vector<std::vector<std::byte>>& ofMyParts) {
                                    + std::to_string(MyParts().Count()) + " parts");
     });
   Agree();
-  return GatherBytes(ofMyParts);
+  return Timed(seconds_.moving, [&] { return GatherBytes(ofMyParts); });
 }
 
 void dst_Exchange::Broadcast(std::vector<std::byte>& bytes) {
   Agree();
-  BroadcastBytes(bytes);
+  Timed(seconds_.moving, [&] { BroadcastBytes(bytes); });
 }
