@@ -1,5 +1,7 @@
 #include <CoreGeometry/dst_Averages.h>
 
+#include "dst_SharingCheck.h"
+
 #include <BasicUtils/nex_Exception.h>
 #include <algorithm>
 #include <limits>
@@ -97,8 +99,10 @@ dst_OfParts<std::vector<double>> dst_AverageAtNodes(const dst_Mesh& mesh, const 
   const auto isShared = [](const dst_OpenPart& part, unsigned node) {
     return part.part->FindShared(node) != bme_kNotFound;
   };
+  dst_SharingCheck sharing(exchange);
   exchange.ForEachPart([&](unsigned number) {
     const dst_OpenPart& part = mesh.Part(number);
+    sharing.Add(*part.part);
     std::map<unsigned, std::vector<double>> toOwners;
     forEachRow(part, [&](unsigned element, unsigned node, const double* row) {
       if (!isShared(part, node)) return;
@@ -109,6 +113,7 @@ dst_OfParts<std::vector<double>> dst_AverageAtNodes(const dst_Mesh& mesh, const 
     });
     for (const auto& [owner, records] : toOwners) exchange.SendRecords(number, owner, records);
   });
+  sharing.Settle();
   exchange.Deliver();
   exchange.ForEachPart([&](unsigned number) {
     const std::vector<double> means = MeansOf(exchange.ReceivedRecords<double>(number), numComponents);

@@ -1,6 +1,7 @@
 #include "dst_BorderFaces.h"
 
 #include "dst_SharedNodes.h"
+#include "dst_SharingCheck.h"
 
 #include <CoreGeometry/bme_FEMFaceList.h>
 #include <CoreGeometry/shp_Shape.h>
@@ -151,14 +152,23 @@ void dst_SettleBorderFaces(
     const std::function<void(unsigned, const dst_BorderFaces&, std::span<const dst_FaceFacts>)>& settle) {
   dst_Exchange& exchange = mesh.Exchange();
   const Records records(options.matchAllNodes);
+  dst_SharingCheck sharing(exchange);
+  std::optional<dst_BorderFaces> kept; // that of the last part: no rank keeps those of several
+  const auto borderOf = [&](unsigned part) -> const dst_BorderFaces& {
+    const dst_OpenPart& open = mesh.Part(part);
+    if (!kept || exchange.MyParts().Count() > 1) kept.emplace(make(open));
+    return *kept;
+  };
   exchange.ForEachPart([&](unsigned part) {
-    const dst_BorderFaces border = make(mesh.Part(part));
+    const dst_BorderFaces& border = borderOf(part);
+    sharing.Add(*mesh.Part(part).part);
     std::map<unsigned, std::vector<unsigned>> toReferees;
     for (const dst_BorderFaces::Group& group : border.Groups())
       records.Append(toReferees[group.referee], border.Faces(group).front().key,
                      border.FactsOf(group).Word());
     for (const auto& [referee, words] : toReferees) exchange.SendRecords(part, referee, words);
   });
+  sharing.Settle();
   exchange.Deliver();
   exchange.ForEachPart([&](unsigned part) {
     const std::vector<dst_Message> messages = exchange.Received(part);
@@ -168,7 +178,7 @@ void dst_SettleBorderFaces(
   });
   exchange.Deliver();
   exchange.ForEachPart([&](unsigned part) {
-    const dst_BorderFaces border = make(mesh.Part(part)); // made again: nobody keeps those of all parts
+    const dst_BorderFaces& border = borderOf(part);
     std::map<unsigned, std::vector<std::byte>> answers;
     for (dst_Message& message : exchange.Received(part)) answers[message.from] = std::move(message.bytes);
     std::map<unsigned, std::size_t> next;

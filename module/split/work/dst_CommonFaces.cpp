@@ -1,5 +1,7 @@
 #include <CoreGeometry/dst_CommonFaces.h>
 
+#include "dst_SharingCheck.h"
+
 #include <CoreGeometry/bme_ExternalFaces.h>
 #include <algorithm>
 #include <array>
@@ -63,7 +65,9 @@ std::map<unsigned, std::vector<Face>> FacesOf(const dst_OpenPart& open) {
 dst_OfParts<std::vector<dst_CommonFace>> dst_FindCommonFaces(const dst_Mesh& mesh) {
   dst_Exchange& exchange = mesh.Exchange();
   dst_OfParts<std::map<unsigned, std::vector<Face>>> own(exchange.MyParts());
+  dst_SharingCheck sharing(exchange);
   exchange.ForEachPart([&](unsigned part) {
+    sharing.Add(*mesh.Part(part).part);
     own[part] = FacesOf(mesh.Part(part));
     for (const auto& [other, faces] : own[part]) {
       std::vector<Key> keys;
@@ -72,6 +76,7 @@ dst_OfParts<std::vector<dst_CommonFace>> dst_FindCommonFaces(const dst_Mesh& mes
       exchange.SendRecords(part, other, keys);
     }
   });
+  sharing.Settle();
   exchange.Deliver();
   dst_OfParts<std::vector<dst_CommonFace>> common(exchange.MyParts());
   exchange.ForEachPart([&](unsigned part) {

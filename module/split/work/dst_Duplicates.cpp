@@ -1,6 +1,7 @@
 #include <CoreGeometry/dst_Faces.h>
 
 #include "dst_SharedNodes.h"
+#include "dst_SharingCheck.h"
 
 #include <CoreGeometry/shp_Shape.h>
 #include <algorithm>
@@ -52,10 +53,12 @@ std::vector<Pair> dst_FindDuplicates(const dst_Mesh& mesh, const dst_Elements& e
   const auto foundOf = [&](unsigned part) -> std::vector<Pair>& {
     return found[part - exchange.MyParts().first];
   };
+  dst_SharingCheck sharing(exchange);
   exchange.ForEachPart([&](unsigned number) {
     const dst_OpenPart& part = mesh.Part(number);
     const bme_FEMElemList listed = elements.In(part);
     dst_SharedNodes shared(*part.part);
+    sharing.Add(*part.part);
     std::map<unsigned, std::vector<unsigned>> toReferees;
     std::vector<int> nodes;
     std::vector<bool> isSent(part.part->NumElements());
@@ -77,6 +80,7 @@ std::vector<Pair> dst_FindDuplicates(const dst_Mesh& mesh, const dst_Elements& e
       if (!isSent[first])
         foundOf(number).push_back({part.part->ElementNumber(first), part.part->ElementNumber(later)});
   });
+  sharing.Settle();
   exchange.Deliver();
   exchange.ForEachPart([&](unsigned part) {
     const std::vector<Pair> pairs = PairsOf(exchange.ReceivedRecords<unsigned>(part));

@@ -1,5 +1,7 @@
 #include <CoreGeometry/dst_Labels.h>
 
+#include "dst_SharingCheck.h"
+
 #include <algorithm>
 #include <limits>
 #include <numeric>
@@ -88,10 +90,12 @@ std::vector<dst_Place> FindInBuckets(const dst_Mesh& mesh, std::span<const int> 
   };
   dst_Exchange& exchange = mesh.Exchange();
   const Buckets buckets(labels, mesh.NumParts());
+  dst_SharingCheck sharing(exchange);
   const auto [least, most] = std::ranges::minmax(labels);
   exchange.ForEachPart([&, least = least, most = most](unsigned part) {
     std::vector<std::vector<Record>> toBuckets(mesh.NumParts());
     const dst_OpenPart& open = mesh.Part(part);
+    sharing.Add(*open.part);
     forEach(open, [&](int label, unsigned index) {
       if (label >= least && label <= most)
         toBuckets[buckets.Of(label)].push_back(
@@ -100,6 +104,7 @@ std::vector<dst_Place> FindInBuckets(const dst_Mesh& mesh, std::span<const int> 
     for (unsigned bucket = 0; bucket < mesh.NumParts(); ++bucket)
       exchange.SendRecords(part, bucket, toBuckets[bucket]);
   });
+  sharing.Settle();
   exchange.Deliver();
   FoundOfParts found(exchange.MyParts().Count());
   exchange.ForEachPart([&](unsigned bucket) {

@@ -13,7 +13,7 @@
 #include <split/MixedMesh.h>
 
 namespace {
-/// One coordinate of a shared node, or the row of the other holders of the first one, is changed.
+/// One coordinate of a shared node, or the row of the other holders of the first one, is changed, or that is its own node.
 void Damage(const dst_SplitFolder& split, unsigned number, const cow_String& what) {
   dst_OpenPart open = split.OpenPart(number, cls_Database::Mode::ReadWrite);
   const dst_Part& part = *open.part;
@@ -22,6 +22,9 @@ void Damage(const dst_SplitFolder& split, unsigned number, const cow_String& wha
     bme_Mesh changed = *open.mesh;
     changed.NodeDataToModify().CoordinatesToModify()[std::size_t{3} * part.SharedNodes()[1]] += 1e-5F;
     pass.Put(split.MeshRoot(), changed);
+  } else if (what == "sharing") {
+    const dst_Part changed = EditedPart(part, WithoutFirstShared);
+    pass.Put(dst_kPartRoot, changed);
   } else {
     const dst_Part changed = EditedPart(part, [](dst_Part::Arrays& arrays) {
       unsigned& holder = arrays.holders.Modify()[0];

@@ -3,6 +3,15 @@
 
 #include <CoreGeometry/dst_Part.h>
 
+/// The first shared node becomes one of the part alone.
+inline void WithoutFirstShared(dst_Part::Arrays& arrays) {
+  const unsigned gone = arrays.holderStarts.Const()[1];
+  arrays.sharedNodes.Remove(0, 1);
+  arrays.holders.Remove(0, gone);
+  arrays.holderStarts.Remove(0, 1);
+  for (unsigned& start : arrays.holderStarts.Modify()) start -= gone;
+}
+
 /// Calls edit(arrays) on a copy of the part's arrays, and makes a part of them.
 template<class Edit> dst_Part EditedPart(const dst_Part& part, Edit edit) {
   dst_Part::Arrays arrays{.nodeNumbers = cow_ArrayCOW<unsigned>(part.NodeNumbers()),

@@ -1,4 +1,5 @@
 // Answers about a split mesh are those about the whole one, whatever way the elements were assigned to parts.
+#include "PartArrays.h"
 #include "SplitMesh.h"
 
 #include <BasicUtils/cls_WritePass.h>
@@ -6,6 +7,7 @@
 #include <CoreGeometry/bme_FEMConnect.h>
 #include <CoreGeometry/dst_Averages.h>
 #include <CoreGeometry/dst_CoincidentNodes.h>
+#include <CoreGeometry/dst_CommonFaces.h>
 #include <CoreGeometry/dst_Faces.h>
 #include <CoreGeometry/dst_Library.h>
 #include <CoreGeometry/dst_Locate.h>
@@ -316,6 +318,44 @@ TEST_F(dst_Answers, AMissingPartEndsEveryRankWithOneMessage) {
     EXPECT_EQ(ThrownBy<nex_TextException>([&] { dst_GetBBox(mesh); }), said);
     EXPECT_EQ(ThrownBy<nex_TextException>([&] { dst_FindDuplicates(mesh); }), said);
     EXPECT_NE(ThrownBy<nex_TextException>([&] { dst_Model("no such.split", *exchange); }), kNothingThrown);
+  }
+}
+
+TEST_F(dst_Answers, ANodeThatOnePartAloneSharesEndsEveryCallThatNeedsIt) {
+  const std::unique_ptr<dst_Exchange> exchange = MakeExchange();
+  const bme_Mesh whole = MeshWithDuplicates(Labelled::Both);
+  const dst_Model model(SplitOf(whole, Labelled::Both, 8, *exchange), *exchange);
+  const auto otherHolder = [](dst_Part::Arrays& arrays) {
+    unsigned& holder = arrays.holders.Modify()[arrays.holderStarts.Const()[1] - 1];
+    holder = holder == 7 ? 6 : 7; // the number of the part is 5
+  };
+  for (const auto& edit : {std::function<void(dst_Part::Arrays&)>(WithoutFirstShared),
+                           std::function<void(dst_Part::Arrays&)>(otherHolder)}) {
+    const dst_Mesh mesh(*exchange, model.Index(), [&](unsigned number) {
+      dst_OpenPart open = model.Folder().OpenPart(number);
+      if (number == 5) open.part = cow_CountedHld<dst_Part>(new dst_Part(EditedPart(*open.part, edit)));
+      return open;
+    });
+    const std::vector<std::function<void()>> calls = {
+        [&] { dst_ComputeFaces(mesh, {.exclude = bme_EXCLUDE_UNSUPPORTED}); },
+        [&] { dst_ComputeInterface(mesh, dst_Elements::OfClass(0), dst_Elements::OfClass(1)); },
+        [&] { dst_FindDuplicates(mesh); },
+        [&] { dst_FindCommonFaces(mesh); },
+        [&] {
+          dst_FindNodes(mesh, std::array{10, 13}, 1);
+        },
+        [&] {
+          dst_AverageAtNodes(mesh, dst_Elements::OfClass(0), 1,
+                             [](const dst_OpenPart&, const bme_FEMElemList& some) {
+                               return std::vector<double>(8 * some.Count());
+                             });
+        }};
+    for (std::size_t i = 0; i < calls.size(); ++i) {
+      const cow_String said = ThrownBy<nex_TextException>(calls[i]);
+      EXPECT_TRUE(said.starts_with("part ") && said.ends_with("shares with it; check the split"))
+          << i << said;
+    }
+    EXPECT_EQ(ThrownBy<nex_TextException>([&] { dst_GetBBox(mesh); }), kNothingThrown);
   }
 }
 

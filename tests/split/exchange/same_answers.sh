@@ -134,13 +134,14 @@ fault swapped 'part 6'
 cp other/mixed.split/parts/00005.cgdb $part
 fault 'of another split' 'another split'
 # what only check sees, and no command waits for
-for what in coordinate holders; do
+for what in coordinate holders sharing; do
   rm -r other/*
   "$make" other 9 1 $what
   cp other/mixed.split/parts/00005.cgdb $part
   checked $what
   grep -q "node [0-9]* \(has other coordinates in\|is held by the parts\).*part 5" check.json || { echo "not told: $what"; exit 1; }
-  [[ $what == holders ]] || continue
+  [[ $what == coordinate ]] && continue
+  ends 'shares with it; check the split' skin mixed.split -o faults.exo
   for command in "${commands[@]}"; do
     read -ra words <<<"$command"
     code=0
