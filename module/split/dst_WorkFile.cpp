@@ -13,15 +13,14 @@ namespace {
 } // namespace
 
 dst_WorkFile::~dst_WorkFile() {
-  if (descriptor_ < 0) return;
-  close(descriptor_);
-  if (!isKept_) unlink(name_.c_str());
+  if (descriptor_ >= 0) close(descriptor_);
 }
 
 void dst_WorkFile::Open() const {
   if (descriptor_ >= 0) return;
   descriptor_ = open(name_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | (isKept_ ? 0 : O_TRUNC), 0600);
   if (descriptor_ < 0) Fail(name_, "cannot be made");
+  if (!isKept_) unlink(name_.c_str()); // nothing stays when the process is killed
 }
 
 void dst_WorkFile::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) {

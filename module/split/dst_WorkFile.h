@@ -6,13 +6,14 @@
 #include <cstdint>
 #include <span>
 
-/// A file that is read and written at any place. It is made with the first bytes.
+/// A file that is read and written at any place. It is made with the first bytes. Unless it is kept its name is removed
+/// at once, and its bytes go with the process.
 ///
 /// Errors     nex_TextException naming the file and the system's reason.
 class dst_WorkFile {
 public:
   explicit dst_WorkFile(cow_String name, bool isKept = false) : name_(std::move(name)), isKept_(isKept) {}
-  ~dst_WorkFile(); ///< removes the file unless it is kept
+  ~dst_WorkFile();
   dst_WorkFile(const dst_WorkFile&) = delete;
   dst_WorkFile& operator=(const dst_WorkFile&) = delete;
 

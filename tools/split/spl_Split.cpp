@@ -5,7 +5,9 @@
 
 #include <CoreGeometry/bme_StoredSets.h>
 #include <algorithm>
+#include <fcntl.h>
 #include <filesystem>
+#include <sys/file.h>
 #include <unistd.h>
 
 void spl_AddOptions(cli_Command command, spl_Arguments& arguments) {
@@ -87,16 +89,44 @@ std::int64_t spl_NodeLabel(const dst_Mesh& mesh, const dst_OpenPart& part, unsig
                                       : static_cast<std::int64_t>(part.part->NodeNumber(node));
 }
 
-spl_TemporaryModel::spl_TemporaryModel(std::string folder)
-    : folder_(std::move(folder)),
-      file_((std::filesystem::temp_directory_path() / ("split_joined_" + std::to_string(getpid()) + ".cgdb"))
-                .string()) {
-  std::filesystem::remove(file_);
+namespace {
+constexpr const char* kJoined = "coregeometry-joined-";
+
+int OpenFolder(const std::string& name) {
+  return open(name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+}
+
+/// Folders of processes that have ended.
+void RemoveLeftOvers() {
+  std::error_code ignored;
+  for (const auto& entry :
+       std::filesystem::directory_iterator(std::filesystem::temp_directory_path(), ignored)) {
+    if (!entry.path().filename().string().starts_with(kJoined)) continue;
+    const int folder = OpenFolder(entry.path().string());
+    if (folder < 0) continue;
+    if (flock(folder, LOCK_EX | LOCK_NB) == 0) std::filesystem::remove_all(entry.path(), ignored);
+    close(folder);
+  }
+}
+} // namespace
+
+spl_TemporaryModel::spl_TemporaryModel(std::string folder) : folder_(std::move(folder)) {
+  RemoveLeftOvers();
+  std::string made;
+  do { // again when another process took the folder for a left-over one before it was locked
+    if (lock_ >= 0) close(lock_);
+    made = (std::filesystem::temp_directory_path() / kJoined).string() + "XXXXXX";
+    if (!mkdtemp(made.data())) throw nex_TextException(made + ": cannot be made");
+    lock_ = OpenFolder(made);
+    if (lock_ >= 0) flock(lock_, LOCK_EX);
+  } while (!std::filesystem::exists(made));
+  file_ = made + "/joined.cgdb";
 }
 
 spl_TemporaryModel::~spl_TemporaryModel() {
   std::error_code ignored;
-  std::filesystem::remove(file_, ignored);
+  std::filesystem::remove_all(std::filesystem::path(file_).parent_path(), ignored);
+  if (lock_ >= 0) close(lock_);
 }
 
 void spl_TemporaryModel::Run(const std::function<void()>& work) const {

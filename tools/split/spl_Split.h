@@ -63,7 +63,8 @@ struct spl_ElementOfPart {
 /// The label that a node of a part has in the whole mesh; its number there when that has none.
 std::int64_t spl_NodeLabel(const dst_Mesh& mesh, const dst_OpenPart& part, unsigned node);
 
-/// A model file in the folder for temporary files, which is removed again.
+/// A model file in a folder of its own among those for temporary files. It is removed again; what a killed process has left
+/// is removed by the next one.
 class spl_TemporaryModel {
 public:
   explicit spl_TemporaryModel(std::string folder); ///< of the split, which errors name instead
@@ -76,6 +77,7 @@ public:
 
 private:
   std::string folder_, file_;
+  int lock_ = -1; ///< on the folder, until the process ends
 };
 
 /// "skin.exo.64.07": the name, the number of parts, and the part with as many digits.

@@ -10,6 +10,7 @@ cd "$work"
 printf '0.5 0.5 0.5\n1 1 1\n-5 0.25 0\n' >points.txt
 "$tool" import "$sample" -o bracket.cgdb >/dev/null
 "$tool" csys bracket.cgdb --add hole --kind cylindrical --origin 0.01,0.02,0 --x 0,1,0 --y 0,0,1 >/dev/null
+"$tool" import "$sample" -o placed.cgdb --offset 1.5,-2,0.25 >/dev/null
 
 # each row: the exit code, the model, the command line; M is the model or the split, OUT.* a file that both write
 same='
@@ -50,7 +51,16 @@ same='
 0 bracket export M -o OUT.vtu --no-results
 1 bracket export M -o OUT.exo --run nowhere
 0 bracket export M -o OUT.msh
-0 bracket export M -o - --format gmsh'
+0 bracket export M -o - --format gmsh
+0 placed  query M --node 1010 --element 104,3001
+0 placed  sets M fixed
+1 placed  measure M --by set --density 7850 --thickness 0.002
+0 placed  locate M 0.01,0.02,0.002 5,5,5
+0 placed  skin M -o OUT.exo --edges
+0 placed  skin M -o OUT.exo --sets seat,boss
+0 placed  export M -o OUT.exo
+0 placed  export M -o OUT.vtu --encoding ascii
+0 placed  export M -o OUT.stl'
 # wrong usage on a split model: the words that name the remedy, and the command line
 refused='
 --one-file|skin M -o OUT.exo --edges
@@ -78,12 +88,12 @@ differ() { echo "$parts parts, $*: another answer"; exit 1; }
 
 mkdir whole
 "$make" . 2 >/dev/null
-mv mixed.cgdb bracket.cgdb whole
+mv mixed.cgdb bracket.cgdb placed.cgdb whole
 cp points.txt whole
 for parts in 1 4 27; do
   mkdir $parts
   "$make" $parts $parts
-  "$tool" split whole/bracket.cgdb -n $parts -o $parts/bracket.split >/dev/null
+  for model in bracket placed; do "$tool" split whole/$model.cgdb -n $parts -o $parts/$model.split >/dev/null; done
   cp points.txt $parts
 done
 while read -r expected model line; do
@@ -110,9 +120,21 @@ while IFS='|' read -r remedy line; do
   [[ $(<4/code) == 2 ]] && grep -q -e "$remedy" 4/err || { echo "$line: $(<4/code)"; cat 4/err; exit 1; }
 done <<<"$refused"
 
+# the folder of a process that was killed is removed, not that of one that works
+mkdir -p temporary/coregeometry-joined-{killed,works}
+touch temporary/coregeometry-joined-{killed,works}/joined.cgdb
+(flock 9; exec sleep 100) 9<temporary/coregeometry-joined-works &
+while flock -n temporary/coregeometry-joined-works true; do sleep 0.05; done
+TMPDIR=$PWD/temporary "$tool" export 4/mixed.split -o left.stl --one-file >/dev/null
+kill $!
+[[ $(ls temporary) == coregeometry-joined-works ]] || { echo "left: $(ls temporary)"; exit 1; }
+
 # info of a split is about its parts; the box is that of the whole
 box() { "$tool" info "$@" --json | tr -d ' \n' | grep -oE '"box":\{[^}]*\}'; }
-for parts in 1 4 27; do diff <(box whole/mixed.cgdb --name Mixed) <(box $parts/mixed.split --name Mixed); done
+for parts in 1 4 27; do
+  diff <(box whole/mixed.cgdb --name Mixed) <(box $parts/mixed.split --name Mixed)
+  diff <(box whole/placed.cgdb) <(box $parts/placed.split)
+done
 for command in info "query --node 10" measure "locate 1,1,1" "skin -o x.exo" "export -o x.exo"; do
   read -ra words <<<"$command"
   for model in whole/mixed.cgdb 4/mixed.split; do
