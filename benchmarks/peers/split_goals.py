@@ -9,6 +9,7 @@ all turns, which take turns with what they are compared with."""
 import argparse
 import json
 import math
+import multiprocessing
 import os
 import random
 import re
@@ -91,7 +92,9 @@ class Goals:
     def model(self, name, n, **how):
         file = self.folder / f"{name}.cgdb"
         if not file.exists():
-            write_cubes(self.folder, name, n, **how)
+            writer = multiprocessing.get_context("fork").Process(target=write_cubes, args=(self.folder, name, n), kwargs=how)
+            writer.start()  # a process of its own: what this one has taken would count as the peak of its children
+            writer.join()
             run(self.tool, "-q", "import", self.folder / f"{name}.msh", "-o", file)
         return file
 
