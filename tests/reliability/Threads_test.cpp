@@ -13,6 +13,7 @@
 #include <CoreGeometry/bme_MeshBuilder.h>
 #include <CoreGeometry/bme_Outside.h>
 #include <CoreGeometry/bme_Quality.h>
+#include <CoreGeometry/bme_StoredMesh.h>
 #include <CoreGeometry/chk_Findings.h>
 #include <CoreGeometry/gsl_Matrix.h>
 #include <CoreGeometry/gsl_Travel.h>
@@ -252,6 +253,31 @@ std::vector<double> TravelsOf(const bme_Mesh&) {
   return numbers;
 }
 
+/// Arrays of several chunks: one is checked, and looked at, while the next one is read or written.
+std::vector<double> StoredAndRead(const bme_Mesh&) {
+  constexpr int kNodes = 600'000;
+  std::vector<float> xyz(3 * std::size_t{kNodes});
+  std::vector<int> labels(kNodes);
+  for (std::size_t i = 0; i < xyz.size(); ++i) xyz[i] = static_cast<float>(i * i % 100'003) + 1e6F * (i % 3);
+  for (std::size_t i = 0; i < labels.size(); ++i) labels[i] = static_cast<int>(i * 7919 % kNodes) * 3;
+  const auto file = std::filesystem::temp_directory_path() / ("stored_" + std::to_string(getpid()) + ".cgdb");
+  cls_Database db = cls_Database::Create(file.string());
+  cls_WritePass pass(db);
+  const bme_Mesh made = bme_MeshBuilder(xyz, labels).Build();
+  pass.Put("mesh", made);
+  pass.Commit();
+  const auto mesh = db.Get<bme_Mesh>("mesh");
+  const g3d_Sphere& sphere = mesh->BoundingSphere();
+  std::vector<double> numbers{sphere.x, sphere.y, sphere.z, sphere.radius,
+                              1.0 * mesh->NodeData().NextFreeLabel()};
+  const std::span<const float> read = mesh->NodeData().Coordinates().Const();
+  numbers.insert(numbers.end(), read.begin(), read.end());
+  const std::vector<int> some{0, 3, 4, 3 * 7919, 3 * kNodes - 3, 3 * kNodes};
+  for (const unsigned node : bme_StoredMesh(db, "mesh").FindNodes(some)) numbers.push_back(node);
+  std::filesystem::remove(file);
+  return numbers;
+}
+
 struct LentWork {
   const char* name;
   std::vector<double> (*run)(const bme_Mesh& mesh);
@@ -297,5 +323,6 @@ INSTANTIATE_TEST_SUITE_P(Every, LentThreads,
                                             {"faces", FacesOf},
                                             {"relations", RelationsOf},
                                             {"quality", QualityOf},
-                                            {"travel", TravelsOf}}),
+                                            {"travel", TravelsOf},
+                                            {"stored", StoredAndRead}}),
                          [](const auto& info) { return std::string(info.param.name); });
