@@ -253,12 +253,13 @@ void exo_File::ReadSet(const exo_Set& set, std::vector<long long>& entries,
 }
 
 // The Exodus II library reads the whole variable, however long it is.
-void exo_File::ReadNumbers(const cow_String& variable, std::span<long long> numbers) const {
+void exo_File::ReadNumbers(const cow_String& variable, std::span<long long> numbers,
+                           std::size_t first) const {
   int number = 0, numDims = 0;
   exerrval = nc_inq_varid(id_, variable.c_str(), &number);
   if (exerrval == NC_NOERR) exerrval = nc_inq_varndims(id_, number, &numDims);
   if (exerrval == NC_NOERR && numDims != 1) exerrval = NC_EBADDIM;
-  const std::size_t first = 0, count = numbers.size();
+  const std::size_t count = numbers.size();
   if (exerrval == NC_NOERR) exerrval = nc_get_vara_longlong(id_, number, &first, &count, numbers.data());
   Check(exerrval == NC_NOERR ? 0 : -1, variable);
 }
@@ -302,6 +303,27 @@ void exo_File::ReadElementLabels(std::int64_t first, std::span<std::int64_t> lab
   Check(ex_get_partial_id_map(id_, EX_ELEM_MAP, first + 1, static_cast<std::int64_t>(labels.size()),
                               labels.data()),
         "element number map");
+}
+
+int exo_File::FindMap(bool isOfNodes, std::string_view name) const {
+  const std::vector<cow_String> names = ReadTexts(isOfNodes ? "nmap_names" : "emap_names");
+  const auto at = std::ranges::find(names, name);
+  return at == names.end() ? 0 : static_cast<int>(at - names.begin()) + 1;
+}
+
+void exo_File::ReadMap(bool isOfNodes, int map, std::int64_t first, std::span<long long> numbers) const {
+  const cow_String variable = (isOfNodes ? "node_map" : "elem_map") + std::to_string(map);
+  CheckStored(variable, isOfNodes ? numNodes_ : numElements_);
+  ReadNumbers(variable, numbers, static_cast<std::size_t>(first));
+}
+
+std::optional<std::int64_t> exo_File::CountOf(const cow_String& dimension) const {
+  int number = 0;
+  std::size_t length = 0;
+  if (nc_inq_dimid(id_, dimension.c_str(), &number) != NC_NOERR
+      || nc_inq_dimlen(id_, number, &length) != NC_NOERR)
+    return std::nullopt;
+  return static_cast<std::int64_t>(length);
 }
 
 cow_ArrayCOW<double> exo_File::ReadWhole(const cow_String& variable, std::int64_t count) const {

@@ -5,6 +5,7 @@
 #include <CoreGeometry/fmt_Ledger.h>
 #include <CoreUtils/cow_String.h>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -75,6 +76,10 @@ public:
                         std::int64_t* nodes) const;
   void ReadNodeLabels(std::int64_t first, std::span<std::int64_t> labels) const;
   void ReadElementLabels(std::int64_t first, std::span<std::int64_t> labels) const;
+  /// Of a further number map: the first one that has the name, counted from 1; 0 when there is none.
+  int FindMap(bool isOfNodes, std::string_view name) const;
+  void ReadMap(bool isOfNodes, int map, std::int64_t first, std::span<long long> numbers) const;
+  std::optional<std::int64_t> CountOf(const cow_String& dimension) const; ///< as NetCDF has it
   /// Numbers of nodes or elements; the sides of a side set, as many, beside them.
   void ReadSet(const exo_Set& set, std::vector<long long>& entries, std::vector<long long>& sides) const;
   cow_ArrayCOW<double> ReadFactors(const exo_Set& set) const;
@@ -108,7 +113,7 @@ private:
   void ReadBlocks();
   void ReadSets();
   void UseWideNumbers(bool wide) const;
-  void ReadNumbers(const cow_String& variable, std::span<long long> numbers) const;
+  void ReadNumbers(const cow_String& variable, std::span<long long> numbers, std::size_t first = 0) const;
   cow_ArrayCOW<double> ReadWhole(const cow_String& variable, std::int64_t count) const;
   std::vector<cow_String> ReadTexts(const cow_String& variable) const;
   std::vector<exo_Property> Properties(const cow_String& stem, std::size_t count) const;

@@ -9,7 +9,7 @@
 
 namespace {
 /// Answers the position of the first number that does not fit 32 bits, else the count.
-std::size_t Narrow(std::span<const std::int64_t> numbers, std::span<int> narrow) {
+template<class Int> std::size_t Narrow(std::span<const Int> numbers, std::span<int> narrow) {
   for (std::size_t i = 0; i < numbers.size(); ++i) {
     narrow[i] = static_cast<int>(numbers[i]);
     if (narrow[i] != numbers[i]) return i;
@@ -19,7 +19,8 @@ std::size_t Narrow(std::span<const std::int64_t> numbers, std::span<int> narrow)
 } // namespace
 
 exo_MeshReader::exo_MeshReader(const cow_String& fileName, const exo_TypeMap& types)
-    : file_(fileName), places_(exo_PlaceBlocks(file_)) {
+    : file_(fileName), nodeMap_(file_.FindMap(true, "user_label")),
+      elementMap_(file_.FindMap(false, "user_label")), places_(exo_PlaceBlocks(file_)) {
   for (std::size_t i = 0; i < places_.size(); ++i) {
     exo_BlockPlace& place = places_[i];
     if (place.classIndex < 0) continue;
@@ -81,7 +82,7 @@ void exo_MeshReader::ReadCoordinates(std::int64_t first, std::span<double> xyz) 
 void exo_MeshReader::ReadNodeLabels(std::int64_t first, std::span<int> labels) const {
   wide_.resize(labels.size());
   file_.ReadNodeLabels(first, wide_);
-  const std::size_t fitting = Narrow(wide_, labels);
+  const std::size_t fitting = Narrow(std::span<const std::int64_t>(wide_), labels);
   if (fitting < labels.size())
     Fail("node " + std::to_string(first + static_cast<std::int64_t>(fitting) + 1) + ": label "
          + std::to_string(wide_[fitting]) + " does not fit 32 bits");
@@ -92,10 +93,28 @@ void exo_MeshReader::ReadElementLabels(std::size_t classIndex, std::int64_t firs
   const exo_BlockPlace& place = PlaceOf(classIndex);
   wide_.resize(labels.size());
   file_.ReadElementLabels(place.firstInFile + first, wide_);
-  const std::size_t fitting = Narrow(wide_, labels);
+  const std::size_t fitting = Narrow(std::span<const std::int64_t>(wide_), labels);
   if (fitting < labels.size())
     Fail(TextOf(*place.block) + ", element " + std::to_string(first + static_cast<std::int64_t>(fitting) + 1)
          + ": label " + std::to_string(wide_[fitting]) + " does not fit 32 bits");
+}
+
+void exo_MeshReader::ReadUserLabels(bool isOfNodes, std::int64_t first, std::span<int> labels) const {
+  std::vector<long long> read(labels.size());
+  file_.ReadMap(isOfNodes, isOfNodes ? nodeMap_ : elementMap_, first, read);
+  const std::size_t fitting = Narrow(std::span<const long long>(read), labels);
+  if (fitting < labels.size())
+    Fail((isOfNodes ? "node " : "element ") + std::to_string(first + static_cast<std::int64_t>(fitting) + 1)
+         + ": user label " + std::to_string(read[fitting]) + " does not fit 32 bits");
+}
+
+void exo_MeshReader::ReadUserNodeLabels(std::int64_t first, std::span<int> labels) const {
+  ReadUserLabels(true, first, labels);
+}
+
+void exo_MeshReader::ReadUserElementLabels(std::size_t classIndex, std::int64_t first,
+                                           std::span<int> labels) const {
+  ReadUserLabels(false, PlaceOf(classIndex).firstInFile + first, labels);
 }
 
 void exo_MeshReader::ReadRows(std::size_t classIndex, std::int64_t first, std::span<int> nodes) const {

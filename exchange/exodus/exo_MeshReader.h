@@ -35,6 +35,10 @@ public:
   void ReadCoordinates(std::int64_t first, std::span<double> xyz) const; ///< three for each node
   void ReadNodeLabels(std::int64_t first, std::span<int> labels) const;
   void ReadElementLabels(std::size_t classIndex, std::int64_t first, std::span<int> labels) const;
+  /// From the maps of the name "user_label".
+  bool HasUserLabels(bool ofNodes) const noexcept { return (ofNodes ? nodeMap_ : elementMap_) > 0; }
+  void ReadUserNodeLabels(std::int64_t first, std::span<int> labels) const;
+  void ReadUserElementLabels(std::size_t classIndex, std::int64_t first, std::span<int> labels) const;
   void ReadRows(std::size_t classIndex, std::int64_t first, std::span<int> nodes) const; ///< whole rows
 
   // refuse
@@ -49,7 +53,10 @@ private:
   void ReadSlices(std::size_t classIndex, std::int64_t first, std::span<int> nodes,
                   std::vector<Int>& buffer) const;
 
+  void ReadUserLabels(bool isOfNodes, std::int64_t first, std::span<int> labels) const;
+
   exo_File file_;
+  int nodeMap_, elementMap_; ///< of user labels; 0 without
   std::vector<exo_BlockPlace> places_;
   std::vector<exo_ElementType> types_;    ///< of each class
   std::vector<std::size_t> placeOfClass_; ///< position in places_

@@ -19,6 +19,7 @@ public:
         meshId_(options.meshId) {
     numNodes_ = static_cast<std::uint64_t>(file_.NumNodes());
     hasNodeLabels_ = numNodes_ > 0;
+    FindWhole();
     RoundCoordinates();
     CheckNodeLabels();
     MakeShell();
@@ -41,6 +42,12 @@ public:
   }
   void ReadElementLabels(unsigned classIndex, std::uint64_t first, std::span<int> labels) const override {
     reader_.ReadElementLabels(classIndex, static_cast<std::int64_t>(first), labels);
+  }
+  void ReadUserNodeLabels(std::uint64_t firstNode, std::span<int> labels) const override {
+    reader_.ReadUserNodeLabels(static_cast<std::int64_t>(firstNode), labels);
+  }
+  void ReadUserElementLabels(unsigned classIndex, std::uint64_t first, std::span<int> labels) const override {
+    reader_.ReadUserElementLabels(classIndex, static_cast<std::int64_t>(first), labels);
   }
   void ReadRows(unsigned classIndex, std::uint64_t first, std::span<int> nodes) const override {
     reader_.ReadRows(classIndex, static_cast<std::int64_t>(first), nodes);
@@ -72,6 +79,15 @@ public:
 
 private:
   static constexpr auto kSlice = static_cast<std::uint64_t>(exo_MeshReader::kSlice);
+
+  void FindWhole() {
+    const auto parts = file_.CountOf("num_processors"), nodes = file_.CountOf("num_nodes_global"),
+               elements = file_.CountOf("num_elems_global");
+    if (parts && nodes && elements)
+      whole_ = {static_cast<std::uint64_t>(*parts), static_cast<std::uint64_t>(*nodes),
+                static_cast<std::uint64_t>(*elements), reader_.HasUserLabels(true),
+                reader_.HasUserLabels(false)};
+  }
 
   void RoundCoordinates() {
     std::vector<double> xyz;

@@ -25,6 +25,12 @@ public:
     bool hasFacets = false;
   };
 
+  /// What a file knows that is one of several parts of a mesh: its labels are numbers in the whole, from 1.
+  struct Whole {
+    std::uint64_t numParts = 0, numNodes = 0, numElements = 0;
+    bool hasNodeLabels = false, hasElementLabels = false; ///< user labels, beside the numbers
+  };
+
   virtual ~fmt_Ranges();
 
   // ask
@@ -34,6 +40,7 @@ public:
   bool HasNodeLabels() const noexcept { return hasNodeLabels_; }
   bool HasElementLabels() const noexcept { return hasElementLabels_; } ///< false: they are implicit
   std::span<const Class> Classes() const noexcept { return classes_; }
+  const std::optional<Whole>& OfWhole() const noexcept { return whole_; } ///< none for a mesh of its own
   std::span<const Subset> SubsetsOf(std::size_t set) const { return subsets_[set]; } ///< of Shell().sets
 
   // read
@@ -43,20 +50,24 @@ public:
   virtual void ReadExactly(std::uint64_t firstNode, std::span<double> xyz) const = 0;
   virtual void ReadNodeLabels(std::uint64_t firstNode, std::span<int> labels) const = 0;
   virtual void ReadElementLabels(unsigned classIndex, std::uint64_t first, std::span<int> labels) const = 0;
+  virtual void ReadUserNodeLabels(std::uint64_t firstNode, std::span<int> labels) const = 0; ///< see Whole
+  virtual void ReadUserElementLabels(unsigned classIndex, std::uint64_t first,
+                                     std::span<int> labels) const = 0;
   virtual void ReadRows(unsigned classIndex, std::uint64_t first, std::span<int> nodes) const = 0;
   /// One set at a time is read whole.
   virtual void ReadEntries(unsigned set, unsigned subset, std::uint64_t first, std::span<int> numbers,
                            std::span<int> facets) const = 0;
   virtual bme_MeshNotes ReadNotes() const = 0; ///< whole, with attributes and factors
 
-protected:
-  /// Some elements of a class with their nodes alone, as a mesh, and the nodes' coordinates as they are in the file.
-  using Look = std::function<void(const bme_Mesh& window, std::span<const double> exact)>;
-  void LookAtClass(unsigned classIndex, const Look& look) const;
   /// The smallest second position of a label among `count`, which are read in ranges. One pass for labels that ascend;
   /// for others one more for each 64 million labels that there may be between the least and the largest one.
   static std::optional<omi_Duplicate>
   FindDuplicate(std::uint64_t count, const std::function<void(std::uint64_t first, std::span<int>)>& read);
+
+protected:
+  /// Some elements of a class with their nodes alone, as a mesh, and the nodes' coordinates as they are in the file.
+  using Look = std::function<void(const bme_Mesh& window, std::span<const double> exact)>;
+  void LookAtClass(unsigned classIndex, const Look& look) const;
 
   fmt_Ranges() = default;
   fmt_Ranges(const fmt_Ranges&) = delete;
@@ -65,6 +76,7 @@ protected:
   fmt_Import shell_;
   std::uint64_t numNodes_ = 0;
   bool hasNodeLabels_ = false, hasElementLabels_ = false;
+  std::optional<Whole> whole_;
   std::vector<Class> classes_;
   std::vector<std::vector<Subset>> subsets_;
 

@@ -1,5 +1,6 @@
 #include <CoreGeometry/dst_FileSource.h>
 
+#include "dst_PartFiles.h"
 #include "dst_WorkFolder.h"
 
 #include <BasicUtils/cls_WritePass.h>
@@ -47,32 +48,10 @@ std::shared_ptr<Results> ReadResults(const cow_String& file, const fmt_Format& f
   return results;
 }
 
-/// What a report says about an import.
-void Tell(const fmt_Import& import, const fmt_Ledger& ledger, dst_SourceFacts& facts) {
-  for (const fmt_LedgerEntry& entry : ledger)
-    facts.leftOut.push_back(entry.what + ": "
-                            + (entry.count < 0 ? cow_String("unknown count") : std::to_string(entry.count))
-                            + (entry.detail.empty() ? cow_String() : " (" + entry.detail + ")"));
-  const auto warn = [&](const std::vector<int>& labels, const char* what) {
-    constexpr std::size_t kMost = 20;
-    if (labels.empty()) return;
-    facts.warnings.push_back("single precision is too coarse here: " + std::to_string(labels.size()) + what
-                             + bme_CompactLabels(std::span(labels).first(std::min(kMost, labels.size())))
-                             + (labels.size() > kMost ? ", ..." : ""));
-  };
-  warn(import.rounding.coarseNodes, " nodes moved by more than a thousandth of an element's edge: ");
-  warn(import.rounding.damagedElements, " elements collapsed or turned inside out: ");
-}
-
 /// The order in which sets stand in a model: that of their roots.
 void SortByRoot(std::vector<bme_NamedSet>& sets) {
   std::ranges::stable_sort(sets,
                            [](const bme_NamedSet& a, const bme_NamedSet& b) { return a.Root() < b.Root(); });
-}
-
-void PutRegion(cls_WritePass& pass, const cow_String& mesh, const bme_NamedSet& set) {
-  const rgnC_Region region = bme_RegionOf(mesh, set);
-  pass.Put(bme_kRegionFolder + mesh + "/" + set.Root(), region);
 }
 
 /// A file that is read in ranges.
@@ -91,7 +70,10 @@ public:
     AddSets();
     results_ = ReadResults(file, format, import, Sizes(), mesh, workFolder);
     runs_ = results_->runs;
-    Tell(import, results_->ledger, facts_);
+    dst_Tell(import, results_->ledger, facts_);
+    if (ranges_->OfWhole() && ranges_->OfWhole()->numParts > 1)
+      facts_.warnings.push_back(file + " is one of " + std::to_string(ranges_->OfWhole()->numParts)
+                                + " parts of a mesh, and not named NAME.N.RANK: it is taken alone");
   }
 
   void ReadCoordinates(std::uint64_t firstNode, std::span<float> xyz) const override {
@@ -118,7 +100,7 @@ public:
     if (!notes.IsEmpty()) index.Put(bme_kNotesFolder + facts_.mesh, notes);
   }
   void PutRegions(cls_WritePass& part) const override {
-    for (const bme_NamedSet& set : ranges_->Shell().sets) PutRegion(part, facts_.mesh, set);
+    for (const bme_NamedSet& set : ranges_->Shell().sets) dst_PutRegion(part, facts_.mesh, set);
   }
 
 private:
@@ -174,7 +156,7 @@ std::unique_ptr<dst_Source> WholeSource(const cow_String& file, const fmt_Format
   fmt_Import import = fmt_ReadMesh(file, format, reading);
   const auto results = ReadResults(file, format, import, *import.mesh, mesh, workFolder);
   dst_SourceFacts told;
-  Tell(import, results->ledger, told);
+  dst_Tell(import, results->ledger, told);
   SortByRoot(import.sets);
   dst_MeshBeside beside;
   beside.file = file;
@@ -188,13 +170,38 @@ std::unique_ptr<dst_Source> WholeSource(const cow_String& file, const fmt_Format
 }
 } // namespace
 
+void dst_Tell(const fmt_Import& import, const fmt_Ledger& ledger, dst_SourceFacts& facts) {
+  for (const fmt_LedgerEntry& entry : ledger)
+    facts.leftOut.push_back(entry.what + ": "
+                            + (entry.count < 0 ? cow_String("unknown count") : std::to_string(entry.count))
+                            + (entry.detail.empty() ? cow_String() : " (" + entry.detail + ")"));
+  const auto warn = [&](const std::vector<int>& labels, const char* what) {
+    constexpr std::size_t kMost = 20;
+    if (labels.empty()) return;
+    facts.warnings.push_back("single precision is too coarse here: " + std::to_string(labels.size()) + what
+                             + bme_CompactLabels(std::span(labels).first(std::min(kMost, labels.size())))
+                             + (labels.size() > kMost ? ", ..." : ""));
+  };
+  warn(import.rounding.coarseNodes, " nodes moved by more than a thousandth of an element's edge: ");
+  warn(import.rounding.damagedElements, " elements collapsed or turned inside out: ");
+}
+
+void dst_PutRegion(cls_WritePass& pass, const cow_String& mesh, const bme_NamedSet& set) {
+  const rgnC_Region region = bme_RegionOf(mesh, set);
+  pass.Put(bme_kRegionFolder + mesh + "/" + set.Root(), region);
+}
+
 std::unique_ptr<dst_Source> dst_FileSource(const cow_String& file, const dst_FileOptions& options) {
   const fmt_Format& format = fmt_Recognise(file);
   fmt_ReadOptions reading;
   reading.acceptDamage = options.acceptDamage;
   reading.offset = options.offset;
   reading.chooseOffset = options.chooseOffset;
-  const cow_String mesh = options.mesh.empty() ? fs::path(file).stem().string() : options.mesh;
+  const std::optional<dst_PartFiles> parts = dst_FindPartFiles(file);
+  const bool isOfParts = parts && format.openRanges;
+  const cow_String mesh =
+      !options.mesh.empty() ? options.mesh : fs::path(isOfParts ? parts->name : file).stem().string();
+  if (isOfParts) return dst_PartFilesSource(*parts, format, reading, mesh, options.workFolder);
   if (!format.openRanges) return WholeSource(file, format, reading, mesh, options.workFolder);
   return std::make_unique<RangesSource>(file, format, reading, mesh, options.workFolder);
 }

@@ -1,6 +1,6 @@
 #include "dst_Runs.h"
 #include "dst_SourceWithSets.h"
-#include "dst_WorkFile.h"
+#include "dst_Unpacked.h"
 #include "dst_WorkFolder.h"
 
 #include <BasicUtils/cls_WritePass.h>
@@ -12,27 +12,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-/// Rows of numbers that parts write at their places in the whole.
-template<class T> class Unpacked {
-public:
-  Unpacked(cow_String file, std::size_t width) : file_(std::move(file)), width_(width) {}
-  /// Rows of `rows` go to the places of the numbers, which ascend, less `first`.
-  void Write(std::span<const unsigned> numbers, std::uint64_t first, std::span<const T> rows) {
-    for (std::size_t begin = 0, end = 0; begin < numbers.size(); begin = end) {
-      for (end = begin + 1; end < numbers.size() && numbers[end] == numbers[end - 1] + 1;) ++end;
-      file_.Write<T>((numbers[begin] - first) * width_, rows.subspan(begin * width_, (end - begin) * width_));
-    }
-  }
-  template<class To> void Read(std::uint64_t row, std::span<To> values) const {
-    static_assert(sizeof(To) == sizeof(T)); // -1 is the largest unsigned number
-    file_.Read<To>(row * width_, values);
-  }
-
-private:
-  dst_WorkFile file_;
-  std::size_t width_;
-};
-
 /// Nodes and elements of the parts, unpacked into files in the order of the whole.
 class SplitSource : public dst_SourceWithSets {
 public:
@@ -48,9 +27,9 @@ public:
     for (unsigned i = 0; i < index.NumClasses(); ++i) {
       const dst_ClassRange& range = facts_.classes.emplace_back(index.Class(i));
       const cow_String number = std::to_string(i);
-      rows_.push_back(std::make_unique<Unpacked<int>>(folder_.File("rows" + number),
-                                                      static_cast<std::size_t>(range.NodesPerElement())));
-      elementLabels_.push_back(std::make_unique<Unpacked<int>>(folder_.File("labels" + number), 1));
+      rows_.push_back(std::make_unique<dst_Unpacked<int>>(folder_.File("rows" + number),
+                                                          static_cast<std::size_t>(range.NodesPerElement())));
+      elementLabels_.push_back(std::make_unique<dst_Unpacked<int>>(folder_.File("labels" + number), 1));
     }
     std::uint64_t numElements = 0, numNodes = 0;
     for (unsigned part = 0; part < split.NumParts(); ++part) {
@@ -134,9 +113,9 @@ private:
   }
 
   dst_WorkFolder folder_;
-  Unpacked<float> coordinates_;
-  Unpacked<int> labels_;
-  std::vector<std::unique_ptr<Unpacked<int>>> rows_, elementLabels_;
+  dst_Unpacked<float> coordinates_;
+  dst_Unpacked<int> labels_;
+  std::vector<std::unique_ptr<dst_Unpacked<int>>> rows_, elementLabels_;
   std::optional<cls_Database> model_;
 };
 } // namespace

@@ -8,6 +8,7 @@
 #include <CoreGeometry/dst_Library.h>
 #include <CoreGeometry/dst_SplitFolder.h>
 #include <CoreGeometry/dst_WriteSplit.h>
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <split/MixedMesh.h>
@@ -40,13 +41,17 @@ void Damage(const dst_SplitFolder& split, unsigned number, const cow_String& wha
 } // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 3) return 2; // a folder, the number of parts, another seed, and a fault of part 5
+  if (argc < 3)
+    return 2; // a folder, the number of parts, another seed, and a fault of part 5 or "none", and any word for rows without gaps
   const DDB_CoreGeometry library;
   const dst_Library distributed;
   const cow_String folder = argv[1];
   const auto numParts = static_cast<unsigned>(std::atoi(argv[2]));
   const auto seed = static_cast<unsigned>(argc > 3 ? std::atoi(argv[3]) : 1);
-  const bme_Mesh mesh = MixedMesh(Labelled::Both);
+  bme_Mesh mesh = MixedMesh(Labelled::Both);
+  const bool mustBeWhole = argc > 5; // rows without gaps, as files of other programs have them
+  for (unsigned i = 0; mustBeWhole && i < mesh.ElementData().NumClasses(); ++i)
+    std::ranges::replace(mesh.ElementDataToModify().GetClassToModify(i).ConnectivityToModify(), -1, 2);
   cls_Database model = cls_Database::Create(folder + "/mixed.cgdb");
   cls_WritePass pass(model);
   pass.Put("meshes/Mixed", mesh);
@@ -55,5 +60,5 @@ int main(int argc, char** argv) {
   dst_WriteSplit(*dst_MeshSource("Mixed", mesh, MixedSets()),
                  RandomParts(mesh.ElementData().NumElements(), numParts, seed), numParts,
                  folder + "/mixed.split");
-  if (argc > 4) Damage(dst_SplitFolder(folder + "/mixed.split"), 5, argv[4]);
+  if (argc > 4 && cow_String(argv[4]) != "none") Damage(dst_SplitFolder(folder + "/mixed.split"), 5, argv[4]);
 }

@@ -94,8 +94,11 @@ cli_Json ReportJson(const Arguments& arguments, const dst_SplitReport& report) {
 void Run(Arguments arguments) {
   if (arguments.output.empty() && cli_IsSplit(arguments.file))
     throw cli_UsageError("-o is required: where shall the parts of " + arguments.file + " go?");
-  if (arguments.output.empty())
-    arguments.output = fs::path(arguments.file).replace_extension(".split").string();
+  if (arguments.output.empty()) {
+    const auto files = dst_FindPartFiles(arguments.file);
+    arguments.output =
+        fs::path(std::string(files ? files->name : arguments.file)).replace_extension(".split").string();
+  }
   const dst_SplitOptions options{.parts = static_cast<unsigned>(arguments.parts),
                                  .method = MethodOf(arguments.method),
                                  .chunks = static_cast<unsigned>(arguments.chunks),
@@ -187,6 +190,7 @@ void cli_AddSplit(cli_Command& program) {
       "stopped goes on when it is given again; parts that are missing are made again in the same way. Other\n"
       "commands take the folder in place of a model; \"join\" makes the model of it again. Results go with\n"
       "their mesh. An Exodus II file is read in ranges and gives the split of the model that import makes.\n"
+      "One of the files NAME.N.RANK, a file for each part, means all N.\n"
       "\n"
       "Example: 8 parts, in bracket.split\n"
       "  coregeometry split bracket.cgdb -n 8");
