@@ -9,6 +9,7 @@
 #include <CoreGeometry/bme_Placement.h>
 #include <algorithm>
 #include <bit>
+#include <filesystem>
 #include <sstream>
 
 namespace {
@@ -144,6 +145,19 @@ private:
     if (std::max(whole_.numNodes, whole_.numElements) > 2147483647)
       Fail("the whole has " + std::to_string(std::max(whole_.numNodes, whole_.numElements))
                + " nodes or elements, more than 2147483647",
+           0);
+    std::uintmax_t bytes = 0;
+    for (unsigned part = 0; part < files_.count; ++part) {
+      std::error_code isMissing; // which is an error when its turn comes
+      const std::uintmax_t size =
+          std::filesystem::file_size(std::filesystem::path(files_.File(part)), isMissing);
+      if (!isMissing) bytes += size;
+    }
+    constexpr std::uint64_t kBestCompression = 1032; // of one byte or more a number
+    if (std::max(whole_.numNodes, whole_.numElements) / kBestCompression > bytes)
+      Fail("the whole has " + std::to_string(std::max(whole_.numNodes, whole_.numElements))
+               + " nodes or elements, more than the " + std::to_string(bytes)
+               + " bytes of all files can hold",
            0);
     nodeHolders_.assign(whole_.numNodes, kNoFile);
     elementHolders_.assign(whole_.numElements, kNoFile);
