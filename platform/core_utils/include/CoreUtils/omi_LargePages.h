@@ -3,11 +3,11 @@
 
 #include <CoreUtils/PlatformExport.h>
 #include <cstddef>
-#include <new>
+#include <memory>
 #include <vector>
 
-/// Asks the system for large pages, where it has them on request, for the part of a block from 4 MiB on. The first touch
-/// then takes a fraction of the page faults, and random access fewer misses of the address cache.
+/// Asks the system for large pages for a block of 4 MiB or more, where it has them on request. The first touch then takes a
+/// fraction of the page faults, and random access fewer misses of the address cache.
 CORE_GEOMETRY_PLATFORM_API void omi_UseLargePages(void* block, std::size_t bytes) noexcept;
 
 /// Allocator that asks for large pages.
