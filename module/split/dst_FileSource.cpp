@@ -198,7 +198,8 @@ std::unique_ptr<dst_Source> dst_FileSource(const cow_String& file, const dst_Fil
   reading.offset = options.offset;
   reading.chooseOffset = options.chooseOffset;
   const std::optional<dst_PartFiles> parts = dst_FindPartFiles(file);
-  const bool isOfParts = parts && format.openRanges;
+  // another file may have such a name
+  const bool isOfParts = parts && format.openRanges && fmt_OpenRanges(file, format, reading)->OfWhole();
   const cow_String mesh =
       !options.mesh.empty() ? options.mesh : fs::path(isOfParts ? parts->name : file).stem().string();
   if (isOfParts) return dst_PartFilesSource(*parts, format, reading, mesh, options.workFolder);
