@@ -29,11 +29,12 @@ CORE_GEOMETRY_DISTRIBUTED_API std::optional<dst_PartFiles> dst_FindPartFiles(con
 /// file is read in ranges, one set and one field of the results at a time whole; other files are read whole. The results
 /// wait in a work folder, which is removed with the source.
 ///
-/// Parts      one of the Exodus II files NAME.N.RANK means all N, whose maps of nodes and elements are numbers in the
-///            whole from 1, class after class. User labels are the maps of the name "user_label"; without them there are
-///            none. Entries of sets ascend in the whole. Results, attributes and factors are left out. The work folder
-///            takes nodes and elements in the order of the whole; in memory are 4 bytes for each node and element of
-///            the whole, the id maps of one file, and 8 bytes for each entry of the sets of nodes, elements and sides.
+/// One of the Exodus II files NAME.N.RANK of the parts of a mesh means all N, whose maps of nodes and elements are numbers
+/// in the whole from 1, class after class. User labels are the maps of the name "user_label"; without them there are none.
+/// Entries of sets ascend in the whole. Results, attributes and factors are left out. The work folder takes nodes and
+/// elements in the order of the whole; in memory are 4 bytes for each node and element of the whole, the id maps of one
+/// file, and 8 bytes for each entry of the sets of nodes, elements and sides.
+///
 /// Errors     as fmt_ReadMesh; nex_TextException when this library was built without the component Exchange.
 CORE_GEOMETRY_DISTRIBUTED_API std::unique_ptr<dst_Source> dst_FileSource(const cow_String& file,
                                                                          const dst_FileOptions& options = {});
