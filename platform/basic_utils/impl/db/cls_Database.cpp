@@ -106,26 +106,17 @@ void cls_Database::ReadBytes(const cls_Location& field, cls_ArrayKind kind, std:
                              std::span<std::byte> target, std::size_t elementSize) const {
   db_Reader session(*file_);
   const auto place = session.PlaceOf(field);
-  const cls_Cell& cell = place->Cell();
-  const auto check = [&](std::size_t count) {
-    const std::size_t wanted = target.size() / elementSize;
-    if (first > count || wanted > count - first)
-      place->Fail("has " + std::to_string(count) + " numbers, not " + std::to_string(first) + " to "
-                  + std::to_string(first + wanted));
-  };
-  if (const auto* blob = std::get_if<cls_Blob>(&cell)) {
-    const auto bytes = cls_DecodeArray(*blob, kind);
-    check(bytes.size() / elementSize);
-    std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(first * elementSize), target.size(),
-                target.begin());
-    return;
-  }
-  const auto* id = std::get_if<long long>(&cell);
-  if (!id) place->Fail("is not an array");
-  const db_Array array = file_->LoadArray(*id);
-  if (array.kind != kind) place->Fail("is an array of another kind");
-  check(static_cast<std::size_t>(array.count));
-  if (!target.empty()) file_->ReadPart(array, elementSize, first, target);
+  const db_NumberArray numbers = place->Numbers(kind);
+  const std::size_t wanted = target.size() / elementSize,
+                    count = numbers.stored ? static_cast<std::size_t>(numbers.stored->count)
+                                           : numbers.bytes.size() / elementSize;
+  if (first > count || wanted > count - first)
+    place->Fail("has " + std::to_string(count) + " numbers, not " + std::to_string(first) + " to "
+                + std::to_string(first + wanted));
+  if (numbers.stored)
+    file_->ReadPart(*numbers.stored, elementSize, first, target);
+  else
+    std::ranges::copy(numbers.bytes.subspan(first * elementSize, target.size()), target.begin());
 }
 
 long long cls_Database::Upgrade(const std::function<void()>& before) {

@@ -23,6 +23,15 @@ const cls_Cell& db_ReadPlace::Cell() const {
 
 int db_ReadPlace::FieldIndex(std::string_view name) const { return holder->record->Find(name); }
 
+db_NumberArray db_ReadPlace::Numbers(cls_ArrayKind kind) const {
+  if (const auto* blob = std::get_if<cls_Blob>(&Cell())) return {.bytes = cls_DecodeArray(*blob, kind)};
+  const auto* id = std::get_if<long long>(&Cell());
+  if (!id) Fail("is not an array");
+  const db_Array array = reader->File().LoadArray(*id);
+  if (array.kind != kind) Fail("is an array of another kind");
+  return {.stored = array};
+}
+
 namespace {
 std::vector<long long> RowIds(const db_ReadPlace& place, cls_ArrayKind kind) {
   const auto& cell = place.Cell();

@@ -31,16 +31,10 @@ void cls_ForEachPiece(const cls_Database& database, const cls_Location& field, c
                       std::size_t elementSize, const std::function<void(std::span<const std::byte>)>& see) {
   db_File& file = db_Access::FileOf(database);
   db_Reader session(file);
-  const auto place = session.PlaceOf(field);
-  const cls_Cell& cell = place->Cell();
-  if (const auto* blob = std::get_if<cls_Blob>(&cell)) {
-    const std::span<const std::byte> bytes = cls_DecodeArray(*blob, kind);
-    if (!bytes.empty()) see(cls_Blob(bytes.begin(), bytes.end())); // numbers must be aligned
-    return;
-  }
-  const auto* id = std::get_if<long long>(&cell);
-  if (!id) place->Fail("is not an array");
-  const db_Array array = file.LoadArray(*id);
-  if (array.kind != kind) place->Fail("is an array of another kind");
-  file.ForEachChunk(array, elementSize, see);
+  const auto place = session.PlaceOf(field); // holds the bytes
+  const db_NumberArray numbers = place->Numbers(kind);
+  if (numbers.stored)
+    file.ForEachChunk(*numbers.stored, elementSize, see);
+  else if (!numbers.bytes.empty())
+    see(cls_Blob(numbers.bytes.begin(), numbers.bytes.end())); // numbers must be aligned
 }

@@ -79,6 +79,12 @@ public:
   cow_String field;
 };
 
+/// An array of numbers: its bytes when the cell holds them itself, else where it is stored.
+struct db_NumberArray {
+  std::span<const std::byte> bytes{};
+  std::optional<db_Array> stored{};
+};
+
 /// What a read visitor stands for: an object, or a cell of one, or an element of a list cell.
 struct db_ReadPlace {
   db_Reader* reader = nullptr;
@@ -92,6 +98,7 @@ struct db_ReadPlace {
   [[noreturn]] void Fail(const cow_String& what) const;
   const cls_Cell& Cell() const;
   int FieldIndex(std::string_view name) const;
+  db_NumberArray Numbers(cls_ArrayKind kind) const;
   /// The object whose fields are asked for.
   db_ReadPlace& Object();
 };

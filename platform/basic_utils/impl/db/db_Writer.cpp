@@ -249,8 +249,8 @@ long long db_Writer::WriteArray(cls_ArrayKind kind, unsigned width, std::span<co
   };
   long long sums[2] = {file_.SumOfChunk(array, 0, chunk(0)), 0};
   const long long numChunks = array.NumChunks();
-  for (long long seq = 0; seq < numChunks;
-       ++seq) { // one is written while the next is summed, on lent threads
+  for (long long seq = 0; seq < numChunks; ++seq) {
+    // one is written while the next is summed, on lent threads
     Advance(chunk(seq).size());
     wip_RunPieces(seq + 1 == numChunks ? 1 : 2, [&](std::size_t piece) {
       if (piece == 0)

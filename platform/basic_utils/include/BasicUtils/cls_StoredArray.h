@@ -15,6 +15,7 @@ struct cls_ArraySize {
 /// Errors     as cls_Database; nex_TextException when the field is no array.
 CORE_GEOMETRY_PLATFORM_API cls_ArraySize cls_SizeOf(const cls_Database& database, const cls_Location& field);
 
+/// The same as below, in bytes.
 CORE_GEOMETRY_PLATFORM_API void cls_ForEachPiece(const cls_Database& database, const cls_Location& field,
                                                  cls_ArrayKind kind, std::size_t elementSize,
                                                  const std::function<void(std::span<const std::byte>)>& see);
